@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# Newcomer's first command: install, build, and scan the bundled example project.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/setup.sh
+scripts/build.sh build
+cd examples
+../build/sift run.tcl

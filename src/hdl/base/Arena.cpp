@@ -1,0 +1,38 @@
+#include "hdl/base/Arena.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+namespace hdl {
+
+Arena::~Arena() {
+    for (auto it = destructors_.rbegin(); it != destructors_.rend(); ++it) it->fn(it->obj);
+    for (char* b : blocks_) std::free(b);
+}
+
+void* Arena::allocate(size_t size, size_t align) {
+    uintptr_t p = (reinterpret_cast<uintptr_t>(cur_) + (align - 1)) & ~(uintptr_t(align) - 1);
+    if (!cur_ || p + size > reinterpret_cast<uintptr_t>(end_)) {
+        size_t want = size + align > blockSize_ ? size + align : blockSize_;
+        char* block = static_cast<char*>(std::malloc(want));
+        if (!block) throw std::bad_alloc();
+        blocks_.push_back(block);
+        reserved_ += want;
+        cur_ = block;
+        end_ = block + want;
+        p = (reinterpret_cast<uintptr_t>(cur_) + (align - 1)) & ~(uintptr_t(align) - 1);
+    }
+    cur_ = reinterpret_cast<char*>(p + size);
+    used_ += size;
+    return reinterpret_cast<void*>(p);
+}
+
+std::string_view Arena::copy(std::string_view text) {
+    char* p = static_cast<char*>(allocate(text.size() + 1, 1));
+    if (!text.empty()) std::memcpy(p, text.data(), text.size());
+    p[text.size()] = '\0';
+    return std::string_view(p, text.size());
+}
+
+} // namespace hdl

@@ -1,0 +1,136 @@
+#include "hdl/base/Message.h"
+
+#include <cstdio>
+#include <string>
+#include <unordered_map>
+
+namespace hdl {
+
+namespace {
+struct SinkState {
+    std::unordered_map<std::string, msg_type_t> idTypes;
+    msg_type_t typeMap[7] = {VERIFIC_NONE, VERIFIC_ERROR, VERIFIC_WARNING, VERIFIC_IGNORE,
+                             VERIFIC_INFO, VERIFIC_COMMENT, VERIFIC_PROGRAM_ERROR};
+    MsgCallBack callback = nullptr;
+    uint32_t errorCount = 0;
+    uint32_t maxErrors = 0;
+    bool hideErrorCount = false;
+};
+SinkState& state() {
+    static SinkState* s = new SinkState;  // lives for the process
+    return *s;
+}
+
+void printMessage(msg_type_t type, const char* id, const ColLineFile* loc, const char* format,
+                  va_list args) {
+    if (type != VERIFIC_NONE) {
+        const char* file = LineFile::GetFileName(loc);
+        if (file) std::printf("%s(%u): ", file, LineFile::GetLineNo(loc));
+        std::printf("%s", Message::TypeName(type));
+    }
+    std::vprintf(format, args);
+    if (type != VERIFIC_NONE && id && *id) std::printf(" (%s)", id);
+    std::printf("\n");
+    std::fflush(stdout);
+}
+} // namespace
+
+const char* Message::TypeName(msg_type_t type) {
+    switch (type) {
+    case VERIFIC_ERROR: return "ERROR: ";
+    case VERIFIC_WARNING: return "WARNING: ";
+    case VERIFIC_INFO: return "INFO: ";
+    case VERIFIC_COMMENT: return "-- ";
+    case VERIFIC_PROGRAM_ERROR: return "PROGRAM_ERROR: ";
+    default: return "";
+    }
+}
+
+msg_type_t Message::EffectiveType(msg_type_t type, const char* id) {
+    SinkState& s = state();
+    if (id && !s.idTypes.empty()) {
+        auto it = s.idTypes.find(id);
+        if (it != s.idTypes.end()) return it->second;
+    }
+    return type <= VERIFIC_PROGRAM_ERROR ? s.typeMap[type] : type;
+}
+
+void Message::MsgVaList(msg_type_t type, const char* id, const ColLineFile* loc, const char* format,
+                        va_list args) {
+    SinkState& s = state();
+    msg_type_t t = EffectiveType(type, id);
+    if (t == VERIFIC_IGNORE) return;
+    if (t == VERIFIC_ERROR || t == VERIFIC_PROGRAM_ERROR) {
+        if (s.maxErrors && s.errorCount >= s.maxErrors) return;
+        ++s.errorCount;
+    }
+    if (!format) format = "";
+    if (s.callback) {
+        s.callback(t, id, loc, format, args);
+    } else {
+        printMessage(t, id, loc, format, args);
+    }
+}
+
+#define HDL_FORWARD(TYPE)            \
+    va_list args;                    \
+    va_start(args, format);          \
+    MsgVaList(TYPE, id, loc, format, args); \
+    va_end(args)
+
+void Message::Msg(msg_type_t type, const char* id, const ColLineFile* loc, const char* format, ...) {
+    HDL_FORWARD(type);
+}
+void Message::Error(const char* id, const ColLineFile* loc, const char* format, ...) {
+    HDL_FORWARD(VERIFIC_ERROR);
+}
+void Message::Warning(const char* id, const ColLineFile* loc, const char* format, ...) {
+    HDL_FORWARD(VERIFIC_WARNING);
+}
+void Message::Info(const char* id, const ColLineFile* loc, const char* format, ...) {
+    HDL_FORWARD(VERIFIC_INFO);
+}
+void Message::Comment(const char* id, const ColLineFile* loc, const char* format, ...) {
+    HDL_FORWARD(VERIFIC_COMMENT);
+}
+#undef HDL_FORWARD
+
+void Message::SetMessageType(const char* id, msg_type_t type) {
+    if (id) state().idTypes[id] = type;
+}
+
+msg_type_t Message::GetMessageType(const char* id) {
+    if (!id) return VERIFIC_NONE;
+    SinkState& s = state();
+    auto it = s.idTypes.find(id);
+    return it == s.idTypes.end() ? VERIFIC_NONE : it->second;
+}
+
+void Message::ClearMessageType(const char* id) {
+    if (id) state().idTypes.erase(id);
+}
+
+void Message::SetAllMessageType(msg_type_t from, msg_type_t to) {
+    if (from <= VERIFIC_PROGRAM_ERROR) state().typeMap[from] = to;
+}
+
+void Message::ResetAllMessageTypes() {
+    SinkState& s = state();
+    s.idTypes.clear();
+    for (uint32_t i = 0; i <= VERIFIC_PROGRAM_ERROR; ++i) s.typeMap[i] = static_cast<msg_type_t>(i);
+}
+
+void Message::RegisterCallBackMsg(MsgCallBack callback) { state().callback = callback; }
+MsgCallBack Message::GetCallBackMsg() { return state().callback; }
+
+void Message::ClearErrorCount() { state().errorCount = 0; }
+uint32_t Message::ErrorCount() { return state().errorCount; }
+void Message::SetMaxErrorCount(uint32_t count) { state().maxErrors = count; }
+bool Message::MaxErrorsReached() {
+    SinkState& s = state();
+    return s.maxErrors && s.errorCount >= s.maxErrors;
+}
+void Message::HideErrorCount(bool hide) { state().hideErrorCount = hide; }
+bool Message::ErrorCountHidden() { return state().hideErrorCount; }
+
+} // namespace hdl

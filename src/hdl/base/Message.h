@@ -1,0 +1,71 @@
+// The front-end's one message sink. Every diagnostic carries a type, an id
+// ("VERI-1234", "VHDL-1234", "CMD-1000"), a location, a printf-style format and its
+// arguments. A per-id table can raise, lower or ignore ids; one registered callback
+// receives what is left, and without a callback the message is printed on stdout.
+#pragma once
+
+#include <cstdarg>
+#include <cstdint>
+
+#include "hdl/base/LineFile.h"
+
+namespace hdl {
+
+enum msg_type_t : uint32_t {
+    VERIFIC_NONE = 0,
+    VERIFIC_ERROR = 1,
+    VERIFIC_WARNING = 2,
+    VERIFIC_IGNORE = 3,
+    VERIFIC_INFO = 4,
+    VERIFIC_COMMENT = 5,
+    VERIFIC_PROGRAM_ERROR = 6,
+};
+
+// Receives a message after type overrides were applied. The va_list is only valid
+// for the duration of the call.
+using MsgCallBack = void (*)(msg_type_t type, const char* id, const ColLineFile* loc,
+                             const char* format, va_list args);
+
+class Message {
+public:
+    static void Msg(msg_type_t type, const char* id, const ColLineFile* loc, const char* format, ...)
+        __attribute__((format(printf, 4, 5)));
+    static void MsgVaList(msg_type_t type, const char* id, const ColLineFile* loc,
+                          const char* format, va_list args);
+    static void Error(const char* id, const ColLineFile* loc, const char* format, ...)
+        __attribute__((format(printf, 3, 4)));
+    static void Warning(const char* id, const ColLineFile* loc, const char* format, ...)
+        __attribute__((format(printf, 3, 4)));
+    static void Info(const char* id, const ColLineFile* loc, const char* format, ...)
+        __attribute__((format(printf, 3, 4)));
+    static void Comment(const char* id, const ColLineFile* loc, const char* format, ...)
+        __attribute__((format(printf, 3, 4)));
+
+    // Per-id override of the type; VERIFIC_IGNORE drops the id.
+    static void SetMessageType(const char* id, msg_type_t type);
+    // The override of the id, or VERIFIC_NONE when it has none.
+    static msg_type_t GetMessageType(const char* id);
+    static void ClearMessageType(const char* id);
+    // Every message of type `from` that has no per-id override becomes `to`.
+    static void SetAllMessageType(msg_type_t from, msg_type_t to);
+    static void ResetAllMessageTypes();
+
+    // The type a message of this id and original type ends up with.
+    static msg_type_t EffectiveType(msg_type_t type, const char* id);
+
+    static void RegisterCallBackMsg(MsgCallBack callback);
+    static MsgCallBack GetCallBackMsg();
+
+    static void ClearErrorCount();
+    static uint32_t ErrorCount();
+    // Errors beyond the limit are dropped; 0 means no limit.
+    static void SetMaxErrorCount(uint32_t count);
+    static bool MaxErrorsReached();
+    static void HideErrorCount(bool hide);
+    static bool ErrorCountHidden();
+
+    // Printed form of a type, as the default output uses it.
+    static const char* TypeName(msg_type_t type);
+};
+
+} // namespace hdl

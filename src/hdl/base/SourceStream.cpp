@@ -1,0 +1,63 @@
+#include "hdl/base/SourceStream.h"
+
+#include <fstream>
+#include <sys/stat.h>
+
+namespace hdl {
+
+SourceStream::SourceStream(std::istream* in) : in_(in) {}
+
+SourceStream::~SourceStream() { delete in_; }
+
+bool SourceStream::is_open() const {
+    if (!in_) return false;
+    if (auto* f = dynamic_cast<std::ifstream*>(in_)) return f->is_open();
+    return true;
+}
+
+bool SourceStream::fail() const { return !in_ || in_->fail(); }
+
+bool SourceStream::ReadAll(std::string& out) {
+    if (!is_open()) return false;
+    char buffer[1 << 16];
+    while (*in_) {
+        in_->read(buffer, sizeof buffer);
+        out.append(buffer, static_cast<size_t>(in_->gcount()));
+    }
+    return !in_->bad();
+}
+
+std::unique_ptr<SourceStream> OpenSourceStream(StreamCallBack callback, const char* name) {
+    if (callback) {
+        SourceStream* s = callback(name);
+        if (s) return std::unique_ptr<SourceStream>(s);
+        return std::make_unique<SourceStream>(nullptr);
+    }
+    if (!FileSystem::IsRegularFile(name)) return std::make_unique<SourceStream>(nullptr);
+    auto* f = new std::ifstream(name, std::ios::in | std::ios::binary);
+    if (!f->is_open()) {
+        delete f;
+        f = nullptr;
+    }
+    return std::make_unique<SourceStream>(f);
+}
+
+std::string FileSystem::DirectoryPath(const std::string& path) {
+    size_t slash = path.find_last_of('/');
+    if (slash == std::string::npos) return ".";
+    if (slash == 0) return "/";
+    return path.substr(0, slash);
+}
+
+std::string FileSystem::Join(const std::string& dir, const std::string& name) {
+    if (dir.empty() || IsAbsolute(name)) return name;
+    if (dir.back() == '/') return dir + name;
+    return dir + "/" + name;
+}
+
+bool FileSystem::IsRegularFile(const std::string& path) {
+    struct stat st;
+    return ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+} // namespace hdl

@@ -1,0 +1,50 @@
+// Front-ends never open files themselves: they ask a registered callback for a
+// stream, so that the caller can trace every file and include that is read, and
+// can hand out decrypted or aliased text. Each front-end (Verilog, VHDL, the
+// pre-scanner) keeps its own callback; without one a file is read from disk.
+//
+// A stream is kept alive for as long as its file is being processed (until the
+// end of the file, after the files it includes), so that a caller that watches
+// creation and destruction sees properly nested enter/leave pairs.
+#pragma once
+
+#include <istream>
+#include <memory>
+#include <string>
+
+namespace hdl {
+
+class SourceStream {
+public:
+    // Takes ownership of `in`, which may be null for a file that could not be opened.
+    explicit SourceStream(std::istream* in);
+    virtual ~SourceStream();
+    SourceStream(const SourceStream&) = delete;
+    SourceStream& operator=(const SourceStream&) = delete;
+
+    bool is_open() const;
+    bool fail() const;
+    std::istream* stream() const { return in_; }
+    // Appends everything left in the stream to `out`; false when there is no input.
+    bool ReadAll(std::string& out);
+
+private:
+    std::istream* in_;
+};
+
+using StreamCallBack = SourceStream* (*)(const char* name);
+
+// Opens `name` through `callback`, or straight from disk when it is null. Never
+// returns null: a missing file gives a stream that is not open.
+std::unique_ptr<SourceStream> OpenSourceStream(StreamCallBack callback, const char* name);
+
+// Small path helpers shared by the front-ends.
+struct FileSystem {
+    // "a/b/c.v" -> "a/b"; "c.v" -> "."
+    static std::string DirectoryPath(const std::string& path);
+    static std::string Join(const std::string& dir, const std::string& name);
+    static bool IsAbsolute(const std::string& path) { return !path.empty() && path[0] == '/'; }
+    static bool IsRegularFile(const std::string& path);
+};
+
+} // namespace hdl
