@@ -1,17 +1,724 @@
 #include "hdl/sv/VeriPreprocessor.h"
 
+#include <cstring>
+#include <deque>
+
+#include "hdl/base/Message.h"
+#include "hdl/sv/VeriLexer.h"
+#include "hdl/sv/VeriMacroExpander.h"
+#include "hdl/sv/VeriMessageIds.h"
+
 namespace hdl {
 
-struct VeriPreprocessor::Impl {};
+namespace {
+
+constexpr size_t kMaxIncludeDepth = 64;
+constexpr size_t kMaxFrames = 256;
+
+bool isIdentStart(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+}
+bool isIdentChar(char c) {
+    return isIdentStart(c) || (c >= '0' && c <= '9') || c == '$';
+}
+bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v'; }
+
+std::string_view trim(std::string_view s) {
+    while (!s.empty() && (isBlank(s.front()) || s.front() == '\n'))
+        s.remove_prefix(1);
+    while (!s.empty() && (isBlank(s.back()) || s.back() == '\n'))
+        s.remove_suffix(1);
+    return s;
+}
+
+VeriKeywordSet keywordSetOfLanguage(unsigned language) {
+    switch (language) {
+    case 1: return VERI_KW_1995;
+    case 2: return VERI_KW_2005;
+    case 3: return VERI_KW_SV2005;
+    case 4: return VERI_KW_SV2009;
+    default: return VERI_KW_SV2012;
+    }
+}
+
+} // namespace
+
+// One buffer being read: a file (which owns its open stream) or a macro expansion.
+struct VeriFrame {
+    std::unique_ptr<SourceStream> stream;
+    const std::string* buffer = nullptr;
+    VeriLexer lexer;
+    bool isFile = false;
+    uint32_t fileId = 0;
+    std::string dir;             // folder of a file, for includes
+    size_t condDepthAtEntry = 0; // open conditionals when the file began
+    uint32_t expansion = 0;
+
+    VeriFrame(const std::string* buf, std::vector<VeriTextOrigin> origins)
+        : buffer(buf), lexer(*buf, std::move(origins)) {}
+};
+
+struct VeriCond {
+    bool active = false;      // text of the current branch is read
+    bool parentActive = false;
+    bool taken = false;       // some branch was (or can no longer be) chosen
+    bool sawElse = false;
+};
+
+struct VeriPreprocessor::Impl {
+    VeriPreprocessor& pp;
+    std::vector<std::unique_ptr<VeriFrame>> frames;
+    std::deque<std::string> queue;
+    std::vector<std::unique_ptr<std::string>> buffers; // every text a token may view
+    std::vector<VeriCond> conds;
+    std::vector<VeriKeywordSet> keywordStack;
+    std::vector<VeriExpansion> expansions{VeriExpansion{}}; // slot 0: none
+    VeriMacroExpander expander;
+    uint32_t lastFileId = 0;
+
+    explicit Impl(VeriPreprocessor& owner) : pp(owner), expander(owner.macros_) {}
+
+    VeriKeywordSet keywordSet() const {
+        return keywordStack.empty() ? keywordSetOfLanguage(pp.options_.language) : keywordStack.back();
+    }
+    bool emitting() const { return conds.empty() || conds.back().active; }
+
+    const std::string* keep(std::string text) {
+        buffers.push_back(std::make_unique<std::string>(std::move(text)));
+        return buffers.back().get();
+    }
+
+    bool openFile(const std::string& path, const ColLineFile* from, bool isInclude) {
+        auto stream = OpenSourceStream(pp.options_.streamCallBack, path.c_str());
+        std::string text;
+        if (!stream->is_open() || !stream->ReadAll(text)) {
+            if (isInclude)
+                Message::Error(veri_msg::IncludeNotFound, from, "cannot find include file '%s'", path.c_str());
+            else
+                Message::Error(veri_msg::OpenFailed, from, "cannot open file '%s'", path.c_str());
+            return false;
+        }
+        uint32_t id = LineFile::GetFileId(path);
+        pp.filesRead_.push_back(path);
+        auto frame = std::make_unique<VeriFrame>(keep(std::move(text)),
+                                                 std::vector<VeriTextOrigin>{{0, id, 1, 1}});
+        frame->stream = std::move(stream);
+        frame->isFile = true;
+        frame->fileId = id;
+        frame->dir = FileSystem::DirectoryPath(path);
+        frame->condDepthAtEntry = conds.size();
+        frame->lexer.setIgnoreTranslateOff(pp.options_.ignoreTranslateOff);
+        frames.push_back(std::move(frame));
+        return true;
+    }
+
+    void pushExpansion(VeriMappedText text, uint32_t expansion) {
+        if (text.origins.empty())
+            text.origins.push_back(VeriTextOrigin{});
+        const std::string* buf = keep(std::move(text.text));
+        auto frame = std::make_unique<VeriFrame>(buf, std::move(text.origins));
+        frame->expansion = expansion;
+        frame->lexer.setIgnoreTranslateOff(pp.options_.ignoreTranslateOff);
+        frames.push_back(std::move(frame));
+    }
+
+    void popFrame() {
+        VeriFrame& f = *frames.back();
+        if (f.isFile && conds.size() > f.condDepthAtEntry) {
+            ColLineFile at = f.lexer.positionAt(f.lexer.text().size());
+            Message::Error(veri_msg::OpenConditional, &at, "%zu `ifdef/`ifndef not closed by `endif",
+                           conds.size() - f.condDepthAtEntry);
+            conds.resize(f.condDepthAtEntry);
+        }
+        frames.pop_back(); // closes the file's stream after everything it included
+    }
+
+    size_t fileDepth() const {
+        size_t n = 0;
+        for (const auto& f : frames)
+            n += f->isFile ? 1 : 0;
+        return n;
+    }
+
+    uint32_t currentExpansion() const { return frames.back()->expansion; }
+
+    // Skips text of a branch not taken, up to the next conditional directive.
+    void skipInactive(VeriFrame& f) {
+        std::string_view s = f.lexer.text();
+        size_t p = f.lexer.pos();
+        while (p < s.size()) {
+            char c = s[p];
+            if (c == '/' && p + 1 < s.size() && s[p + 1] == '/') {
+                size_t nl = s.find('\n', p);
+                p = nl == std::string_view::npos ? s.size() : nl;
+            } else if (c == '/' && p + 1 < s.size() && s[p + 1] == '*') {
+                size_t e = s.find("*/", p + 2);
+                p = e == std::string_view::npos ? s.size() : e + 2;
+            } else if (c == '"') {
+                for (++p; p < s.size() && s[p] != '"' && s[p] != '\n'; ++p)
+                    if (s[p] == '\\')
+                        ++p;
+                ++p;
+            } else if (c == '`') {
+                size_t q = p + 1;
+                while (q < s.size() && isIdentChar(s[q]))
+                    ++q;
+                std::string_view name = s.substr(p + 1, q - p - 1);
+                if (name == "ifdef" || name == "ifndef" || name == "elsif" || name == "else" ||
+                    name == "endif") {
+                    f.lexer.setPos(p);
+                    return;
+                }
+                p = q;
+            } else {
+                ++p;
+            }
+        }
+        f.lexer.setPos(s.size());
+    }
+
+    // --- reading directive operands from the raw text -------------------------------
+
+    std::string_view readName(VeriFrame& f) {
+        f.lexer.skipBlanksToLineEnd();
+        std::string_view s = f.lexer.text();
+        size_t p = f.lexer.pos();
+        size_t b = p;
+        if (p < s.size() && s[p] == '\\') {
+            while (p < s.size() && !isBlank(s[p]) && s[p] != '\n')
+                ++p;
+        } else if (p < s.size() && isIdentStart(s[p])) {
+            while (p < s.size() && isIdentChar(s[p]))
+                ++p;
+        }
+        f.lexer.setPos(p);
+        return s.substr(b, p - b);
+    }
+
+    std::string_view restOfLine(VeriFrame& f) {
+        std::string_view s = f.lexer.text();
+        size_t p = f.lexer.pos();
+        size_t nl = s.find('\n', p);
+        size_t e = nl == std::string_view::npos ? s.size() : nl;
+        f.lexer.setPos(e);
+        std::string_view line = s.substr(p, e - p);
+        size_t cmt = line.find("//");
+        if (cmt != std::string_view::npos)
+            line = line.substr(0, cmt);
+        return trim(line);
+    }
+
+    void syntaxError(VeriFrame& f, const VeriToken& at, const char* what) {
+        ColLineFile loc(at.fileId, at.line, at.col);
+        Message::Error(veri_msg::DirectiveSyntax, &loc, "%s", what);
+        (void)f;
+    }
+
+    // --- directives -------------------------------------------------------------------
+
+    void doDefine(VeriFrame& f, const VeriToken& at) {
+        std::string_view name = readName(f);
+        if (name.empty()) {
+            syntaxError(f, at, "`define needs a macro name");
+            restOfLine(f);
+            return;
+        }
+        std::string_view s = f.lexer.text();
+        size_t p = f.lexer.pos();
+        VeriMacro m;
+        m.name = name;
+        if (p < s.size() && s[p] == '(') {
+            m.functionLike = true;
+            std::vector<VeriArgSpan> spans;
+            size_t q = p;
+            if (scanMacroArgs(s, q, spans) != VeriArgScan::Ok) {
+                syntaxError(f, at, "parameter list of `define is not closed");
+                f.lexer.setPos(q);
+                return;
+            }
+            for (const VeriArgSpan& sp : spans) {
+                std::string_view formal = s.substr(sp.begin, sp.end - sp.begin);
+                if (formal.empty() && spans.size() == 1)
+                    break;
+                VeriMacroParam param;
+                size_t eq = formal.find('=');
+                param.name = trim(formal.substr(0, eq));
+                if (eq != std::string_view::npos) {
+                    param.hasDefault = true;
+                    param.defaultText = trim(formal.substr(eq + 1));
+                }
+                m.params.push_back(param);
+            }
+            p = q;
+        }
+        while (p < s.size() && isBlank(s[p]))
+            ++p;
+        size_t b = p;
+        size_t e = p; // end of the last text that belongs to the body
+        while (p < s.size()) {
+            char c = s[p];
+            if (c == '\n')
+                break;
+            if (c == '\\' && p + 1 < s.size() && (s[p + 1] == '\n' || s[p + 1] == '\r')) {
+                p += s[p + 1] == '\r' && p + 2 < s.size() && s[p + 2] == '\n' ? 3 : 2;
+                e = p;
+                continue;
+            }
+            if (c == '"') {
+                for (++p; p < s.size() && s[p] != '"' && s[p] != '\n'; ++p)
+                    if (s[p] == '\\')
+                        ++p;
+                e = ++p;
+                continue;
+            }
+            if (c == '/' && p + 1 < s.size() && s[p + 1] == '/') {
+                // A line comment ends the body unless a continuation ends the comment.
+                size_t nl = s.find('\n', p);
+                size_t end = nl == std::string_view::npos ? s.size() : nl;
+                size_t last = end;
+                while (last > p && (s[last - 1] == '\r' || isBlank(s[last - 1])))
+                    --last;
+                if (last > p && s[last - 1] == '\\' && end < s.size()) {
+                    p = end + 1;
+                    e = p;
+                    continue;
+                }
+                p = end;
+                break;
+            }
+            if (c == '/' && p + 1 < s.size() && s[p + 1] == '*') {
+                size_t close = s.find("*/", p + 2);
+                p = close == std::string_view::npos ? s.size() : close + 2;
+                e = p;
+                continue;
+            }
+            ++p;
+            if (!isBlank(c) && c != '\r')
+                e = p;
+        }
+        m.body = s.substr(b, e - b);
+        m.bodyPos = f.lexer.positionAt(b);
+        f.lexer.setPos(p);
+        if (const VeriMacro* old = pp.macros_.find(name)) {
+            if (old->body != m.body) {
+                std::string nm(name);
+                ColLineFile loc(at.fileId, at.line, at.col);
+                Message::Info(veri_msg::MacroRedefined, &loc, "macro '%s' is defined again", nm.c_str());
+            }
+        }
+        pp.macros_.define(m);
+    }
+
+    void doConditional(VeriFrame& f, const VeriToken& at, std::string_view dir) {
+        ColLineFile loc(at.fileId, at.line, at.col);
+        if (dir == "ifdef" || dir == "ifndef") {
+            std::string_view name = readName(f);
+            if (name.empty())
+                syntaxError(f, at, "conditional directive needs a macro name");
+            VeriCond c;
+            c.parentActive = emitting();
+            bool cond = pp.macros_.isDefined(name) == (dir == "ifdef");
+            c.active = c.parentActive && cond;
+            c.taken = !c.parentActive || cond;
+            conds.push_back(c);
+            return;
+        }
+        if (conds.size() <= (frames.empty() ? 0 : frameCondFloor())) {
+            std::string d(dir);
+            Message::Error(veri_msg::StrayConditional, &loc, "`%s without a matching `ifdef", d.c_str());
+            if (dir == "elsif")
+                readName(f);
+            return;
+        }
+        VeriCond& c = conds.back();
+        if (dir == "endif") {
+            conds.pop_back();
+            return;
+        }
+        if (c.sawElse) {
+            std::string d(dir);
+            Message::Error(veri_msg::StrayConditional, &loc, "`%s after `else", d.c_str());
+        }
+        if (dir == "else") {
+            c.sawElse = true;
+            c.active = c.parentActive && !c.taken;
+            c.taken = true;
+            return;
+        }
+        std::string_view name = readName(f);
+        if (name.empty())
+            syntaxError(f, at, "`elsif needs a macro name");
+        bool cond = !c.taken && pp.macros_.isDefined(name);
+        c.active = c.parentActive && cond;
+        c.taken = c.taken || cond;
+    }
+
+    // Conditionals opened before the innermost file began belong to its includer.
+    size_t frameCondFloor() const {
+        for (auto it = frames.rbegin(); it != frames.rend(); ++it)
+            if ((*it)->isFile)
+                return (*it)->condDepthAtEntry;
+        return 0;
+    }
+
+    std::string resolveInclude(const std::string& name, const std::string& dir) {
+        if (FileSystem::IsAbsolute(name))
+            return name;
+        std::string local = FileSystem::Join(dir, name);
+        if (FileSystem::IsRegularFile(local))
+            return local;
+        for (const std::string& inc : pp.options_.includeDirs) {
+            std::string candidate = FileSystem::Join(inc, name);
+            if (FileSystem::IsRegularFile(candidate))
+                return candidate;
+        }
+        return name; // the stream callback may still know it
+    }
+
+    void doInclude(VeriFrame& f, const VeriToken& at) {
+        ColLineFile loc(at.fileId, at.line, at.col);
+        f.lexer.skipBlanksToLineEnd();
+        std::string_view s = f.lexer.text();
+        size_t p = f.lexer.pos();
+        std::string name;
+        if (p < s.size() && (s[p] == '"' || s[p] == '<')) {
+            char close = s[p] == '"' ? '"' : '>';
+            size_t e = p + 1;
+            while (e < s.size() && s[e] != close && s[e] != '\n')
+                ++e;
+            if (e >= s.size() || s[e] != close) {
+                syntaxError(f, at, "`include file name is not closed");
+                f.lexer.setPos(e);
+                return;
+            }
+            name.assign(s.substr(p + 1, e - p - 1));
+            f.lexer.setPos(e + 1);
+        } else if (p < s.size() && s[p] == '`') {
+            f.lexer.setPos(p + 1);
+            std::string_view macroName = readName(f);
+            const VeriMacro* m = pp.macros_.find(macroName);
+            std::string_view body = m ? trim(m->body) : std::string_view();
+            if (body.size() < 2 || (body.front() != '"' && body.front() != '<')) {
+                syntaxError(f, at, "`include needs a file name in quotes or angle brackets");
+                return;
+            }
+            name.assign(body.substr(1, body.size() - 2));
+        } else {
+            syntaxError(f, at, "`include needs a file name in quotes or angle brackets");
+            return;
+        }
+        if (fileDepth() >= kMaxIncludeDepth) {
+            Message::Error(veri_msg::IncludeDepth, &loc,
+                           "includes nest deeper than %zu; '%s' is not read (include cycle?)",
+                           kMaxIncludeDepth, name.c_str());
+            return;
+        }
+        std::string path = resolveInclude(name, f.dir.empty() ? currentDir() : f.dir);
+        pp.includes_.push_back(IncludeRecord{at.fileId, path});
+        if (!openFile(path, &loc, true))
+            return;
+        frames.back()->lexer.setKeywordSet(keywordSet());
+    }
+
+    std::string currentDir() const {
+        for (auto it = frames.rbegin(); it != frames.rend(); ++it)
+            if ((*it)->isFile)
+                return (*it)->dir;
+        return ".";
+    }
+
+    void skipProtected(VeriFrame& f, const VeriToken& at, const char* endMarker) {
+        std::string_view s = f.lexer.text();
+        size_t e = s.find(endMarker, f.lexer.pos());
+        ColLineFile loc(at.fileId, at.line, at.col);
+        if (e == std::string_view::npos) {
+            Message::Error(veri_msg::ProtectedOpen, &loc, "protected region has no '%s'", endMarker);
+            f.lexer.setPos(s.size());
+            return;
+        }
+        Message::Warning(veri_msg::ProtectedSkipped, &loc, "%s", "protected region is not read");
+        f.lexer.setPos(e + std::strlen(endMarker));
+        restOfLine(f);
+    }
+
+    void doPragma(VeriFrame& f, const VeriToken& at) {
+        std::string_view line = restOfLine(f);
+        if (line.substr(0, 7) == "protect" && line.find("begin_protected") != std::string_view::npos)
+            skipProtected(f, at, "end_protected");
+    }
+
+    void doTimescale(VeriFrame& f, const VeriToken& at) {
+        std::string_view line = restOfLine(f);
+        size_t slash = line.find('/');
+        if (line.empty() || slash == std::string_view::npos) {
+            syntaxError(f, at, "`timescale needs unit / precision");
+            return;
+        }
+        pp.timescale_.set = true;
+        pp.timescale_.unit.assign(trim(line.substr(0, slash)));
+        pp.timescale_.precision.assign(trim(line.substr(slash + 1)));
+    }
+
+    void doLine(VeriFrame& f, const VeriToken& at) {
+        std::string_view line = restOfLine(f);
+        size_t q1 = line.find('"');
+        size_t q2 = q1 == std::string_view::npos ? q1 : line.find('"', q1 + 1);
+        unsigned long number = 0;
+        size_t i = 0;
+        for (; i < line.size() && line[i] >= '0' && line[i] <= '9' && number < 0x7fffffff; ++i)
+            number = number * 10 + unsigned(line[i] - '0');
+        if (i == 0 || q2 == std::string_view::npos) {
+            syntaxError(f, at, "`line needs a line number, a quoted file name and a level");
+            return;
+        }
+        std::string file(line.substr(q1 + 1, q2 - q1 - 1));
+        f.lexer.remapNextLine(LineFile::GetFileId(file), uint32_t(number));
+    }
+
+    void doKeywords(VeriFrame& f, const VeriToken& at, bool begin) {
+        ColLineFile loc(at.fileId, at.line, at.col);
+        if (!begin) {
+            if (keywordStack.empty())
+                Message::Error(veri_msg::KeywordsVersion, &loc, "%s", "`end_keywords without `begin_keywords");
+            else
+                keywordStack.pop_back();
+            return;
+        }
+        f.lexer.skipBlanksToLineEnd();
+        std::string_view s = f.lexer.text();
+        size_t p = f.lexer.pos();
+        size_t e = p < s.size() && s[p] == '"' ? s.find('"', p + 1) : std::string_view::npos;
+        if (e == std::string_view::npos) {
+            Message::Error(veri_msg::KeywordsVersion, &loc, "%s", "`begin_keywords needs a quoted version");
+            restOfLine(f);
+            return;
+        }
+        std::string version(s.substr(p + 1, e - p - 1));
+        f.lexer.setPos(e + 1);
+        int set = veriKeywordSetOf(version);
+        if (set < 0) {
+            Message::Error(veri_msg::KeywordsVersion, &loc, "unknown keyword version \"%s\"", version.c_str());
+            keywordStack.push_back(keywordSet());
+            return;
+        }
+        keywordStack.push_back(VeriKeywordSet(set));
+    }
+
+    void doMacroUse(VeriFrame& f, const VeriToken& at, std::string_view name) {
+        ColLineFile loc(at.fileId, at.line, at.col);
+        const VeriMacro* m = pp.macros_.find(name);
+        if (!m) {
+            std::string nm(name);
+            Message::Error(veri_msg::UndefinedMacro, &loc, "macro '%s' is not defined", nm.c_str());
+            return;
+        }
+        std::vector<VeriMappedText> args;
+        if (m->functionLike) {
+            std::vector<VeriArgSpan> spans;
+            size_t p = f.lexer.pos();
+            VeriArgScan scan = scanMacroArgs(f.lexer.text(), p, spans);
+            std::string nm(name);
+            if (scan == VeriArgScan::NoList) {
+                Message::Error(veri_msg::MacroArgCount, &loc, "macro '%s' needs an argument list", nm.c_str());
+                return;
+            }
+            if (scan == VeriArgScan::Unclosed) {
+                Message::Error(veri_msg::MacroArgsOpen, &loc, "argument list of macro '%s' is not closed",
+                               nm.c_str());
+                f.lexer.setPos(p);
+                return;
+            }
+            for (const VeriArgSpan& sp : spans) {
+                args.emplace_back();
+                args.back().append(f.lexer.text().substr(sp.begin, sp.end - sp.begin),
+                                   f.lexer.positionAt(sp.begin));
+            }
+            f.lexer.setPos(p);
+        }
+        if (frames.size() >= kMaxFrames) {
+            Message::Error(veri_msg::ExpansionLimit, &loc, "%s", "macro expansions nest too deep; use dropped");
+            return;
+        }
+        uint32_t expansion = currentExpansion();
+        if (expansion == 0) {
+            expansion = uint32_t(expansions.size());
+            expansions.push_back(VeriExpansion{m->name, loc});
+        }
+        VeriMappedText out;
+        expander.expand(*m, args, loc, out);
+        pushExpansion(std::move(out), expansion);
+    }
+
+    void doBacktick(VeriFrame& f, const VeriToken& t) {
+        std::string_view name = t.text.substr(1);
+        ColLineFile loc(t.fileId, t.line, t.col);
+        if (name.empty() || !isIdentStart(name[0])) {
+            std::string text(t.text);
+            Message::Error(veri_msg::BadBacktick, &loc, "'%s' outside a macro body", text.c_str());
+            return;
+        }
+        if (name == "ifdef" || name == "ifndef" || name == "elsif" || name == "else" || name == "endif")
+            return doConditional(f, t, name);
+        if (name == "define")
+            return doDefine(f, t);
+        if (name == "undef") {
+            std::string_view macro = readName(f);
+            if (macro.empty())
+                syntaxError(f, t, "`undef needs a macro name");
+            pp.macros_.undefine(macro);
+            return;
+        }
+        if (name == "undefineall")
+            return pp.macros_.undefineAll();
+        if (name == "include")
+            return doInclude(f, t);
+        if (name == "line")
+            return doLine(f, t);
+        if (name == "__LINE__" || name == "__FILE__") {
+            VeriMappedText text;
+            const char* file = LineFile::GetFileNameFromId(t.fileId);
+            text.append(name == "__LINE__" ? std::to_string(t.line)
+                                           : "\"" + std::string(file ? file : "") + "\"",
+                        loc);
+            pushExpansion(std::move(text), currentExpansion());
+            return;
+        }
+        if (name == "timescale")
+            return doTimescale(f, t);
+        if (name == "resetall") {
+            pp.defaultNettype_ = "wire";
+            pp.cellDefine_ = false;
+            pp.unconnectedDrive_ = 0;
+            pp.timescale_ = VeriTimescale{};
+            return;
+        }
+        if (name == "celldefine" || name == "endcelldefine") {
+            pp.cellDefine_ = name == "celldefine";
+            return;
+        }
+        if (name == "default_nettype") {
+            std::string_view type = readName(f);
+            if (type.empty())
+                syntaxError(f, t, "`default_nettype needs a net type or none");
+            else
+                pp.defaultNettype_.assign(type);
+            return;
+        }
+        if (name == "unconnected_drive") {
+            std::string_view drive = readName(f);
+            if (drive != "pull0" && drive != "pull1")
+                syntaxError(f, t, "`unconnected_drive needs pull0 or pull1");
+            else
+                pp.unconnectedDrive_ = drive == "pull0" ? 1 : 2;
+            return;
+        }
+        if (name == "nounconnected_drive") {
+            pp.unconnectedDrive_ = 0;
+            return;
+        }
+        if (name == "pragma")
+            return doPragma(f, t);
+        if (name == "begin_keywords" || name == "end_keywords")
+            return doKeywords(f, t, name == "begin_keywords");
+        if (name == "protect")
+            return skipProtected(f, t, "`endprotect");
+        if (name == "protected")
+            return skipProtected(f, t, "`endprotected");
+        if (isVeriDirectiveName(name)) {
+            restOfLine(f); // obsolete simulator directives: no effect on the design text
+            return;
+        }
+        doMacroUse(f, t, name);
+    }
+};
 
 VeriPreprocessor::VeriPreprocessor(VeriPreprocessorOptions options)
-    : options_(std::move(options)), impl_(std::make_unique<Impl>()) {}
-VeriPreprocessor::~VeriPreprocessor() = default;
-bool VeriPreprocessor::pushFile(const std::string&) { return false; }
-void VeriPreprocessor::pushText(std::string, const std::string&) {}
-VeriToken VeriPreprocessor::next() { return VeriToken{}; }
-VeriKeywordSet VeriPreprocessor::keywordSet() const { return VERI_KW_SV2012; }
-void VeriPreprocessor::resetMacros() { macros_.clear(); }
-const VeriExpansion* VeriPreprocessor::expansion(uint32_t) const { return nullptr; }
+    : options_(std::move(options)), impl_(std::make_unique<Impl>(*this)) {
+    resetMacros();
+}
+
+VeriPreprocessor::~VeriPreprocessor() {
+    // Innermost first, so that a tracing stream callback sees leaves in nesting order.
+    while (!impl_->frames.empty())
+        impl_->frames.pop_back();
+}
+
+void VeriPreprocessor::resetMacros() {
+    macros_.clear();
+    for (const std::string& def : options_.defines) {
+        size_t eq = def.find('=');
+        VeriMacro m;
+        m.name = macros_.own(std::string_view(def).substr(0, eq));
+        if (eq != std::string::npos)
+            m.body = macros_.own(std::string_view(def).substr(eq + 1));
+        m.fromCommandLine = true;
+        macros_.define(m);
+    }
+}
+
+bool VeriPreprocessor::pushFile(const std::string& path) {
+    if (!impl_->frames.empty()) {
+        impl_->queue.push_back(path);
+        return true;
+    }
+    return impl_->openFile(path, nullptr, false);
+}
+
+void VeriPreprocessor::pushText(std::string text, const std::string& name) {
+    uint32_t id = LineFile::GetFileId(name);
+    auto frame = std::make_unique<VeriFrame>(impl_->keep(std::move(text)),
+                                             std::vector<VeriTextOrigin>{{0, id, 1, 1}});
+    frame->isFile = true;
+    frame->fileId = id;
+    frame->dir = FileSystem::DirectoryPath(name);
+    frame->condDepthAtEntry = impl_->conds.size();
+    frame->lexer.setIgnoreTranslateOff(options_.ignoreTranslateOff);
+    filesRead_.push_back(name);
+    impl_->frames.push_back(std::move(frame));
+}
+
+VeriToken VeriPreprocessor::next() {
+    Impl& im = *impl_;
+    for (;;) {
+        if (im.frames.empty()) {
+            if (im.queue.empty()) {
+                VeriToken eof;
+                eof.fileId = im.lastFileId;
+                return eof;
+            }
+            std::string path = im.queue.front();
+            im.queue.pop_front();
+            im.openFile(path, nullptr, false);
+            continue;
+        }
+        VeriFrame& f = *im.frames.back();
+        if (!im.emitting())
+            im.skipInactive(f);
+        f.lexer.setKeywordSet(im.keywordSet());
+        VeriToken t = f.lexer.lex();
+        if (t.kind == VT_EOF) {
+            im.lastFileId = t.fileId;
+            im.popFrame();
+            continue;
+        }
+        if (t.kind == VT_LEX_BACKTICK) {
+            im.doBacktick(f, t);
+            continue;
+        }
+        if (f.expansion) {
+            t.flags |= VTF_FROM_MACRO;
+            t.expansion = f.expansion;
+        }
+        return t;
+    }
+}
+
+VeriKeywordSet VeriPreprocessor::keywordSet() const { return impl_->keywordSet(); }
+
+const VeriExpansion* VeriPreprocessor::expansion(uint32_t id) const {
+    if (id == 0 || id >= impl_->expansions.size())
+        return nullptr;
+    return &impl_->expansions[id];
+}
 
 } // namespace hdl

@@ -1,0 +1,456 @@
+#include "hdl/sv/VeriLexer.h"
+
+#include <cstring>
+#include <string>
+#include <unordered_map>
+
+#include "hdl/base/Message.h"
+#include "hdl/sv/VeriMessageIds.h"
+
+namespace hdl {
+
+namespace {
+
+bool isIdentStart(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+}
+bool isIdentChar(char c) {
+    return isIdentStart(c) || (c >= '0' && c <= '9') || c == '$';
+}
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v'; }
+bool isSpace(char c) { return isBlank(c) || c == '\n'; }
+
+const std::unordered_map<std::string_view, uint16_t>& keywordMap() {
+    static const std::unordered_map<std::string_view, uint16_t> map = [] {
+        std::unordered_map<std::string_view, uint16_t> m;
+        for (int k = 0; k < VT_KIND_COUNT; ++k)
+            if (isKeywordKind(k))
+                m.emplace(tokenText(k), uint16_t(k));
+        return m;
+    }();
+    return map;
+}
+
+const std::unordered_map<std::string_view, uint16_t>& operatorMap() {
+    static const std::unordered_map<std::string_view, uint16_t> map = [] {
+        std::unordered_map<std::string_view, uint16_t> m;
+        for (int k = 0; k < VT_KIND_COUNT; ++k)
+            if (!isKeywordKind(k) && tokenText(k)[0] != '\0')
+                m.emplace(tokenText(k), uint16_t(k));
+        m.emplace("^~", VT_XNOR_OP); // the other spelling of ~^
+        return m;
+    }();
+    return map;
+}
+
+// The words of a comment, for pragma detection.
+std::string_view nextWord(std::string_view& s) {
+    size_t b = 0;
+    while (b < s.size() && isSpace(s[b]))
+        ++b;
+    size_t e = b;
+    while (e < s.size() && !isSpace(s[e]))
+        ++e;
+    std::string_view w = s.substr(b, e - b);
+    s.remove_prefix(e);
+    return w;
+}
+
+// +1 for a translate_off comment, -1 for translate_on, 0 otherwise.
+int pragmaDirection(std::string_view body) {
+    static const char* const prefixes[] = {"synopsys", "synthesis", "pragma", "xilinx",
+                                           "cadence", "exemplar", "altera", "ambit"};
+    std::string_view first = nextWord(body);
+    bool known = false;
+    for (const char* p : prefixes)
+        known = known || first == p;
+    if (!known)
+        return 0;
+    std::string_view second = nextWord(body);
+    if (second == "translate_off" || second == "synthesis_off")
+        return 1;
+    if (second == "translate_on" || second == "synthesis_on")
+        return -1;
+    return 0;
+}
+
+} // namespace
+
+uint16_t veriKeywordKind(std::string_view word, VeriKeywordSet set) {
+    const auto& map = keywordMap();
+    auto it = map.find(word);
+    if (it == map.end() || tokenKeywordSet(it->second) > set)
+        return VT_IDENTIFIER;
+    return it->second;
+}
+
+int veriKeywordSetOf(std::string_view version) {
+    static const std::pair<const char*, VeriKeywordSet> table[] = {
+        {"1364-1995", VERI_KW_1995},     {"1364-2001-noconfig", VERI_KW_2001_NOCONFIG},
+        {"1364-2001", VERI_KW_2001},     {"1364-2005", VERI_KW_2005},
+        {"1800-2005", VERI_KW_SV2005},   {"1800-2009", VERI_KW_SV2009},
+        {"1800-2012", VERI_KW_SV2012},   {"1800-2017", VERI_KW_SV2012},
+        {"1800-2023", VERI_KW_SV2012}};
+    for (const auto& row : table)
+        if (version == row.first)
+            return row.second;
+    return -1;
+}
+
+VeriLexer::VeriLexer(std::string_view text, std::vector<VeriTextOrigin> origins)
+    : text_(text), origins_(std::move(origins)) {
+    if (origins_.empty())
+        origins_.push_back(VeriTextOrigin{});
+    fileId_ = origins_[0].fileId;
+    line_ = origins_[0].line;
+    col_ = origins_[0].col;
+}
+
+ColLineFile VeriLexer::positionAt(size_t offset) {
+    if (offset > text_.size())
+        offset = text_.size();
+    for (;;) {
+        while (nextOrigin_ < origins_.size() && origins_[nextOrigin_].offset <= trackPos_) {
+            const VeriTextOrigin& o = origins_[nextOrigin_++];
+            fileId_ = o.fileId;
+            line_ = o.line;
+            col_ = o.col;
+        }
+        if (trackPos_ >= offset)
+            break;
+        if (text_[trackPos_++] == '\n') {
+            ++line_;
+            col_ = 1;
+            if (remapPending_) {
+                remapPending_ = false;
+                fileId_ = remapFile_;
+                line_ = remapLine_;
+            }
+        } else {
+            ++col_;
+        }
+    }
+    return ColLineFile(fileId_, line_, col_);
+}
+
+void VeriLexer::remapNextLine(uint32_t fileId, uint32_t line) {
+    remapPending_ = true;
+    remapFile_ = fileId;
+    remapLine_ = line;
+}
+
+void VeriLexer::error(const char* id, size_t at, const char* format, const char* arg) {
+    ColLineFile loc = positionAt(at);
+    Message::Error(id, &loc, format, arg);
+}
+
+void VeriLexer::skipLineComment() {
+    size_t start = pos_ + 2;
+    const void* nl = std::memchr(text_.data() + start, '\n', text_.size() - start);
+    pos_ = nl ? size_t(static_cast<const char*>(nl) - text_.data()) : text_.size();
+    checkPragma(text_.substr(start, pos_ - start));
+}
+
+void VeriLexer::skipBlockComment() {
+    size_t start = pos_;
+    size_t close = text_.find("*/", start + 2);
+    if (close == std::string_view::npos) {
+        error(veri_msg::CommentOpen, start, "%s", "block comment is not closed before end of text");
+        pos_ = text_.size();
+        return;
+    }
+    pos_ = close + 2;
+    checkPragma(text_.substr(start + 2, close - start - 2));
+}
+
+void VeriLexer::checkPragma(std::string_view body) {
+    if (!ignoreTranslateOff_ && pragmaDirection(body) > 0)
+        skipTranslateOff(pos_);
+}
+
+void VeriLexer::skipTranslateOff(size_t startPos) {
+    size_t p = startPos;
+    while (p < text_.size()) {
+        char c = text_[p];
+        if (c == '/' && p + 1 < text_.size() && (text_[p + 1] == '/' || text_[p + 1] == '*')) {
+            bool line = text_[p + 1] == '/';
+            size_t end = line ? text_.find('\n', p) : text_.find("*/", p + 2);
+            if (end == std::string_view::npos)
+                end = text_.size();
+            std::string_view body = text_.substr(p + 2, end - p - 2);
+            p = line ? end : std::min(end + 2, text_.size());
+            if (pragmaDirection(body) < 0) {
+                pos_ = p;
+                return;
+            }
+            continue;
+        }
+        if (c == '"') {
+            // A quote in dropped text still hides comment markers up to its line end.
+            ++p;
+            while (p < text_.size() && text_[p] != '"' && text_[p] != '\n')
+                p += text_[p] == '\\' ? 2 : 1;
+        }
+        ++p;
+    }
+    ColLineFile loc = positionAt(startPos);
+    Message::Warning(veri_msg::TranslateOffOpen, &loc, "%s",
+                     "translate_off has no matching translate_on; the rest of the text is skipped");
+    pos_ = text_.size();
+}
+
+void VeriLexer::skipTrivia() {
+    for (;;) {
+        char c = peek();
+        if (isBlank(c)) {
+            ++pos_;
+        } else if (c == '\n') {
+            ++pos_;
+            lineStart_ = true;
+        } else if (c == '/' && peek(1) == '/') {
+            skipLineComment();
+        } else if (c == '/' && peek(1) == '*') {
+            skipBlockComment();
+        } else {
+            return;
+        }
+        spaceBefore_ = true;
+    }
+}
+
+bool VeriLexer::skipBlanksToLineEnd() {
+    for (;;) {
+        char c = peek();
+        if (isBlank(c)) {
+            ++pos_;
+        } else if (c == '/' && peek(1) == '/') {
+            skipLineComment();
+        } else if (c == '/' && peek(1) == '*') {
+            skipBlockComment();
+        } else {
+            return c == '\n' || atEnd();
+        }
+    }
+}
+
+VeriToken VeriLexer::make(uint16_t kind, size_t start) {
+    VeriToken t;
+    t.kind = kind;
+    ColLineFile loc = positionAt(start);
+    t.fileId = loc.fileId;
+    t.line = loc.leftLine;
+    t.col = loc.leftCol;
+    t.text = text_.substr(start, pos_ - start);
+    if (lineStart_)
+        t.flags |= VTF_FIRST_ON_LINE;
+    if (spaceBefore_)
+        t.flags |= VTF_SPACE_BEFORE;
+    lineStart_ = false;
+    spaceBefore_ = false;
+    lastKind_ = kind;
+    return t;
+}
+
+size_t VeriLexer::timeUnitLength(size_t at) const {
+    static const char* const units[] = {"step", "ms", "us", "ns", "ps", "fs", "s"};
+    for (const char* u : units) {
+        size_t n = std::strlen(u);
+        if (text_.compare(at, n, u) == 0 && !(at + n < text_.size() && isIdentChar(text_[at + n])))
+            return n;
+    }
+    return 0;
+}
+
+VeriToken VeriLexer::lexBasedTail(size_t start, size_t tickPos) {
+    pos_ = tickPos + 1;
+    if (peek() == 's' || peek() == 'S')
+        ++pos_;
+    char base = char(peek() | 0x20);
+    ++pos_;
+    while (isBlank(peek()))
+        ++pos_;
+    size_t digits = pos_;
+    for (;;) {
+        char c = peek();
+        char lc = char(c | 0x20);
+        bool ok = c == '_' || c == '?' || lc == 'x' || lc == 'z';
+        if (base == 'b')
+            ok = ok || c == '0' || c == '1';
+        else if (base == 'o')
+            ok = ok || (c >= '0' && c <= '7');
+        else if (base == 'd')
+            ok = ok || isDigit(c);
+        else
+            ok = ok || isDigit(c) || (lc >= 'a' && lc <= 'f');
+        if (!ok)
+            break;
+        ++pos_;
+    }
+    if (pos_ == digits) {
+        error(veri_msg::BadNumber, start, "%s", "based number has no digits");
+        return make(VT_ERROR, start);
+    }
+    return make(VT_BASED_NUMBER, start);
+}
+
+VeriToken VeriLexer::lexNumber(size_t start) {
+    while (isDigit(peek()) || peek() == '_')
+        ++pos_;
+    bool real = false;
+    if (peek() == '.' && isDigit(peek(1))) {
+        real = true;
+        ++pos_;
+        while (isDigit(peek()) || peek() == '_')
+            ++pos_;
+    }
+    char e = peek();
+    if ((e == 'e' || e == 'E') &&
+        (isDigit(peek(1)) || ((peek(1) == '+' || peek(1) == '-') && isDigit(peek(2))))) {
+        real = true;
+        pos_ += isDigit(peek(1)) ? 1 : 2;
+        while (isDigit(peek()) || peek() == '_')
+            ++pos_;
+    }
+    if (size_t unit = timeUnitLength(pos_)) {
+        pos_ += unit;
+        return make(VT_TIME_LITERAL, start);
+    }
+    if (real)
+        return make(VT_REAL_NUMBER, start);
+    // A size, then possibly blanks, then the base: one literal.
+    size_t p = pos_;
+    while (p < text_.size() && isBlank(text_[p]))
+        ++p;
+    if (p < text_.size() && text_[p] == '\'') {
+        size_t q = p + 1;
+        if (q < text_.size() && (text_[q] == 's' || text_[q] == 'S'))
+            ++q;
+        if (q < text_.size() && std::strchr("bBoOdDhH", text_[q]) && text_[q] != '\0')
+            return lexBasedTail(start, p);
+    }
+    return make(VT_DECIMAL_NUMBER, start);
+}
+
+VeriToken VeriLexer::lexOperator(size_t start) {
+    const auto& ops = operatorMap();
+    for (size_t len = 4; len >= 1; --len) {
+        if (pos_ + len > text_.size())
+            continue;
+        auto it = ops.find(text_.substr(pos_, len));
+        if (it == ops.end() || tokenKeywordSet(it->second) > keywordSet_)
+            continue;
+        uint16_t kind = it->second;
+        if (kind == VT_ATTR_OPEN) {
+            // "@(*)" is an event control on everything, not an attribute.
+            size_t q = pos_ + 2;
+            while (q < text_.size() && isSpace(text_[q]))
+                ++q;
+            if (q < text_.size() && text_[q] == ')')
+                continue;
+        }
+        if (kind == VT_ATTR_CLOSE && lastKind_ == VT_LPAREN)
+            continue;
+        if (kind == VT_COLON_SLASH && (peek(2) == '/' || peek(2) == '*'))
+            continue; // ": //comment" or ": /*comment*/"
+        pos_ += len;
+        return make(kind, start);
+    }
+    // A run of characters that start no token: one message, one error token.
+    while (!atEnd()) {
+        char c = peek();
+        if (isSpace(c) || isIdentChar(c) || (std::strchr("()[]{};,.\"'`\\/", c) && c != '\0'))
+            break;
+        if (ops.count(text_.substr(pos_, 1)))
+            break;
+        ++pos_;
+    }
+    if (pos_ == start)
+        ++pos_;
+    char shown[8];
+    std::snprintf(shown, sizeof shown, "0x%02x", unsigned(static_cast<unsigned char>(text_[start])));
+    error(veri_msg::BadCharacter, start, "unexpected character %s", shown);
+    return make(VT_ERROR, start);
+}
+
+VeriToken VeriLexer::lex() {
+    skipTrivia();
+    size_t start = pos_;
+    if (atEnd())
+        return make(VT_EOF, start);
+    char c = peek();
+    if (isIdentStart(c)) {
+        while (isIdentChar(peek()))
+            ++pos_;
+        return make(veriKeywordKind(text_.substr(start, pos_ - start), keywordSet_), start);
+    }
+    if (isDigit(c))
+        return lexNumber(start);
+    switch (c) {
+    case '$':
+        ++pos_;
+        if (!isIdentChar(peek()))
+            return make(VT_DOLLAR, start);
+        while (isIdentChar(peek()))
+            ++pos_;
+        return make(VT_SYSTEM_IDENTIFIER, start);
+    case '\\':
+        ++pos_;
+        while (!atEnd() && !isSpace(peek()))
+            ++pos_;
+        if (pos_ == start + 1) {
+            error(veri_msg::EmptyEscapedId, start, "%s", "escaped identifier is empty");
+            return make(VT_ERROR, start);
+        }
+        return make(VT_ESCAPED_IDENTIFIER, start);
+    case '"':
+        ++pos_;
+        for (;;) {
+            char s = peek();
+            if (atEnd() || s == '\n') {
+                error(veri_msg::StringOpen, start, "%s", "string literal is not closed on its line");
+                break;
+            }
+            ++pos_;
+            if (s == '"')
+                break;
+            if (s == '\\' && !atEnd())
+                ++pos_; // escaped character, a backslash-newline included
+        }
+        return make(VT_STRING_LITERAL, start);
+    case '`':
+        ++pos_;
+        if (peek() == '`' || peek() == '"') {
+            ++pos_;
+        } else if (peek() == '\\' && peek(1) == '`' && peek(2) == '"') {
+            pos_ += 3;
+        } else {
+            while (isIdentChar(peek()))
+                ++pos_;
+        }
+        return make(VT_LEX_BACKTICK, start);
+    case '\'': {
+        char n = peek(1);
+        char ln = char(n | 0x20);
+        size_t q = pos_ + 1;
+        if (n == 's' || n == 'S')
+            ++q;
+        if (q < text_.size() && std::strchr("bBoOdDhH", text_[q]) && text_[q] != '\0')
+            return lexBasedTail(start, pos_);
+        if ((n == '0' || n == '1' || ln == 'x' || ln == 'z') && !isIdentChar(peek(2))) {
+            pos_ += 2;
+            return make(VT_UNBASED_UNSIZED, start);
+        }
+        if (n == '{' && svOperators()) {
+            pos_ += 2;
+            return make(VT_APOSTROPHE_LBRACE, start);
+        }
+        ++pos_;
+        return make(VT_APOSTROPHE, start);
+    }
+    default:
+        return lexOperator(start);
+    }
+}
+
+} // namespace hdl

@@ -1,0 +1,403 @@
+#include "hdl/sv/VeriMacroExpander.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "hdl/base/Message.h"
+#include "hdl/sv/VeriMessageIds.h"
+
+namespace hdl {
+
+namespace {
+
+constexpr size_t kMaxDepth = 64;
+constexpr size_t kMaxExpansions = 1000000;
+constexpr size_t kMaxBytes = 64u << 20;
+
+bool isIdentStart(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+}
+bool isIdentChar(char c) {
+    return isIdentStart(c) || (c >= '0' && c <= '9') || c == '$';
+}
+bool isSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v';
+}
+
+// Index just past a string literal that starts at `i` (or the end of the text).
+size_t skipString(std::string_view s, size_t i) {
+    for (++i; i < s.size(); ++i) {
+        if (s[i] == '\\')
+            ++i;
+        else if (s[i] == '"' || s[i] == '\n')
+            return i + 1;
+    }
+    return s.size();
+}
+
+size_t skipBlockComment(std::string_view s, size_t i) {
+    size_t close = s.find("*/", i + 2);
+    return close == std::string_view::npos ? s.size() : close + 2;
+}
+
+size_t skipToLineEnd(std::string_view s, size_t i) {
+    size_t nl = s.find('\n', i);
+    return nl == std::string_view::npos ? s.size() : nl;
+}
+
+size_t skipEscapedIdent(std::string_view s, size_t i) {
+    ++i;
+    while (i < s.size() && !isSpace(s[i]))
+        ++i;
+    return i;
+}
+
+} // namespace
+
+void VeriMappedText::append(std::string_view s, const ColLineFile& from) {
+    if (s.empty())
+        return;
+    uint32_t off = uint32_t(text.size());
+    if (!origins.empty() && origins.back().offset == off)
+        origins.pop_back();
+    origins.push_back(VeriTextOrigin{off, from.fileId, from.leftLine, from.leftCol});
+    text.append(s);
+}
+
+ColLineFile VeriMappedText::positionAt(size_t offset) const {
+    auto it = std::upper_bound(origins.begin(), origins.end(), offset,
+                               [](size_t o, const VeriTextOrigin& r) { return o < r.offset; });
+    if (it == origins.begin())
+        return ColLineFile();
+    const VeriTextOrigin& o = *(it - 1);
+    uint32_t line = o.line;
+    uint32_t col = o.col;
+    for (size_t i = o.offset; i < offset && i < text.size(); ++i) {
+        if (text[i] == '\n') {
+            ++line;
+            col = 1;
+        } else {
+            ++col;
+        }
+    }
+    return ColLineFile(o.fileId, line, col);
+}
+
+void VeriMappedText::appendFrom(const VeriMappedText& src, size_t a, size_t b) {
+    if (a >= b)
+        return;
+    size_t base = text.size();
+    append(std::string_view(src.text).substr(a, b - a), src.positionAt(a));
+    for (const VeriTextOrigin& o : src.origins) {
+        if (o.offset > a && o.offset < b) {
+            VeriTextOrigin moved = o;
+            moved.offset = uint32_t(base + (o.offset - a));
+            origins.push_back(moved);
+        }
+    }
+}
+
+VeriArgScan scanMacroArgs(std::string_view text, size_t& p, std::vector<VeriArgSpan>& args) {
+    size_t q = p;
+    while (q < text.size() && isSpace(text[q]))
+        ++q;
+    if (q >= text.size() || text[q] != '(')
+        return VeriArgScan::NoList;
+    ++q;
+    size_t argStart = q;
+    size_t depth = 0;
+    auto push = [&](size_t end) {
+        size_t b = argStart;
+        while (b < end && isSpace(text[b]))
+            ++b;
+        while (end > b && isSpace(text[end - 1]))
+            --end;
+        args.push_back(VeriArgSpan{b, end});
+    };
+    while (q < text.size()) {
+        char c = text[q];
+        if (c == '"') {
+            q = skipString(text, q);
+            continue;
+        }
+        if (c == '/' && q + 1 < text.size() && text[q + 1] == '/') {
+            q = skipToLineEnd(text, q);
+            continue;
+        }
+        if (c == '/' && q + 1 < text.size() && text[q + 1] == '*') {
+            q = skipBlockComment(text, q);
+            continue;
+        }
+        if (c == '\\') {
+            q = skipEscapedIdent(text, q);
+            continue;
+        }
+        if (c == '(' || c == '[' || c == '{') {
+            ++depth;
+        } else if (c == ')' || c == ']' || c == '}') {
+            if (depth == 0 && c == ')') {
+                push(q);
+                p = q + 1;
+                return VeriArgScan::Ok;
+            }
+            if (depth > 0)
+                --depth;
+        } else if (c == ',' && depth == 0) {
+            push(q);
+            argStart = q + 1;
+        }
+        ++q;
+    }
+    p = text.size();
+    return VeriArgScan::Unclosed;
+}
+
+bool isVeriDirectiveName(std::string_view name) {
+    static const char* const names[] = {
+        "define", "undef", "undefineall", "ifdef", "ifndef", "elsif", "else", "endif",
+        "include", "line", "timescale", "resetall", "celldefine", "endcelldefine",
+        "default_nettype", "unconnected_drive", "nounconnected_drive", "pragma",
+        "begin_keywords", "end_keywords", "protect", "endprotect", "protected",
+        "endprotected", "default_decay_time", "default_trireg_strength",
+        "delay_mode_distributed", "delay_mode_path", "delay_mode_unit", "delay_mode_zero",
+        "accelerate", "noaccelerate", "autoexpand_vectors", "expand_vectors",
+        "noexpand_vectors", "remove_gatenames", "noremove_gatenames", "remove_netnames",
+        "noremove_netnames", "suppress_faults", "nosuppress_faults", "enable_portfaults",
+        "disable_portfaults", "portcoerce", "noportcoerce", "uselib"};
+    for (const char* n : names)
+        if (name == n)
+            return true;
+    return false;
+}
+
+bool VeriMacroExpander::overBudget(const ColLineFile& at) {
+    if (cut_)
+        return true;
+    if (active_.size() < kMaxDepth && expansions_ < kMaxExpansions && produced_ < kMaxBytes)
+        return false;
+    Message::Error(veri_msg::ExpansionLimit, &at,
+                   "macro expansion exceeds its limits (depth %zu, %zu uses, %zu bytes); cut short",
+                   kMaxDepth, kMaxExpansions, kMaxBytes);
+    cut_ = true;
+    return true;
+}
+
+bool VeriMacroExpander::expand(const VeriMacro& macro, const std::vector<VeriMappedText>& args,
+                               const ColLineFile& callSite, VeriMappedText& out) {
+    active_.clear();
+    expansions_ = 0;
+    produced_ = 0;
+    cut_ = false;
+    return expandUse(macro, args, callSite, out);
+}
+
+bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<VeriMappedText>& args,
+                                  const ColLineFile& callSite, VeriMappedText& out) {
+    if (overBudget(callSite))
+        return false;
+    ++expansions_;
+    std::string name(macro.name);
+    std::vector<VeriMappedText> actuals;
+    if (macro.functionLike) {
+        size_t given = args.size();
+        if (macro.params.empty() && given == 1 && args[0].text.empty())
+            given = 0;
+        if (given > macro.params.size())
+            Message::Error(veri_msg::MacroArgCount, &callSite,
+                           "too many arguments (%zu) for macro '%s' (%zu expected)", given,
+                           name.c_str(), macro.params.size());
+        for (size_t k = 0; k < macro.params.size(); ++k) {
+            const VeriMacroParam& param = macro.params[k];
+            VeriMappedText raw;
+            if (k < given && !args[k].text.empty()) {
+                raw = args[k];
+            } else if (param.hasDefault) {
+                raw.append(param.defaultText, macro.bodyPos);
+            } else if (k >= given) {
+                std::string pname(param.name);
+                Message::Error(veri_msg::MacroArgCount, &callSite,
+                               "missing argument '%s' for macro '%s'", pname.c_str(), name.c_str());
+            }
+            VeriMappedText expanded;
+            rescan(raw, callSite, expanded);
+            actuals.push_back(std::move(expanded));
+        }
+    }
+    active_.push_back(&macro);
+    VeriMappedText substituted;
+    substitute(macro, actuals, substituted);
+    produced_ += substituted.text.size();
+    rescan(substituted, callSite, out);
+    active_.pop_back();
+    return !cut_;
+}
+
+void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<VeriMappedText>& actuals,
+                                   VeriMappedText& out) {
+    std::string_view body = macro.body;
+    // Body positions, walked forward as the runs are flushed.
+    size_t walked = 0;
+    uint32_t line = macro.bodyPos.leftLine;
+    uint32_t col = macro.bodyPos.leftCol;
+    auto posAt = [&](size_t idx) {
+        for (; walked < idx; ++walked) {
+            if (body[walked] == '\n') {
+                ++line;
+                col = 1;
+            } else {
+                ++col;
+            }
+        }
+        return ColLineFile(macro.bodyPos.fileId, line, col);
+    };
+    size_t run = 0;
+    auto flush = [&](size_t upto) {
+        if (upto > run)
+            out.append(body.substr(run, upto - run), posAt(run));
+    };
+    size_t i = 0;
+    const size_t n = body.size();
+    while (i < n) {
+        char c = body[i];
+        char d = i + 1 < n ? body[i + 1] : '\0';
+        if (c == '\\' && (d == '\n' || (d == '\r' && i + 2 < n && body[i + 2] == '\n'))) {
+            flush(i);
+            out.append("\n", posAt(i));
+            i += d == '\n' ? 2 : 3;
+            run = i;
+        } else if (c == '\\') {
+            i = skipEscapedIdent(body, i);
+        } else if (c == '"') {
+            i = skipString(body, i);
+        } else if (c == '/' && d == '/') {
+            flush(i);
+            while (i < n && body[i] != '\n' && !(body[i] == '\\' && i + 1 < n && body[i + 1] == '\n'))
+                ++i;
+            run = i;
+        } else if (c == '/' && d == '*') {
+            flush(i);
+            size_t e = skipBlockComment(body, i);
+            out.append(" ", posAt(i));
+            i = e;
+            run = i;
+        } else if (c == '`' && d == '`') {
+            flush(i);
+            i += 2;
+            run = i;
+        } else if (c == '`' && d == '"') {
+            flush(i);
+            out.append("\"", posAt(i));
+            i += 2;
+            run = i;
+        } else if (c == '`' && body.compare(i, 4, "`\\`\"") == 0) {
+            flush(i);
+            out.append("\\\"", posAt(i));
+            i += 4;
+            run = i;
+        } else if (isIdentStart(c)) {
+            size_t j = i;
+            while (j < n && isIdentChar(body[j]))
+                ++j;
+            std::string_view word = body.substr(i, j - i);
+            size_t k = 0;
+            while (k < actuals.size() && macro.params[k].name != word)
+                ++k;
+            if (k < actuals.size()) {
+                flush(i);
+                out.appendFrom(actuals[k], 0, actuals[k].text.size());
+                run = j;
+            }
+            i = j;
+        } else {
+            ++i;
+        }
+    }
+    flush(n);
+}
+
+void VeriMacroExpander::rescan(const VeriMappedText& in, const ColLineFile& callSite,
+                               VeriMappedText& out) {
+    std::string_view s = in.text;
+    const size_t n = s.size();
+    size_t run = 0;
+    size_t i = 0;
+    while (i < n && !cut_) {
+        char c = s[i];
+        char d = i + 1 < n ? s[i + 1] : '\0';
+        if (c == '"') {
+            i = skipString(s, i);
+            continue;
+        }
+        if (c == '/' && d == '/') {
+            i = skipToLineEnd(s, i);
+            continue;
+        }
+        if (c == '/' && d == '*') {
+            i = skipBlockComment(s, i);
+            continue;
+        }
+        if (c == '\\') {
+            i = skipEscapedIdent(s, i);
+            continue;
+        }
+        if (c != '`' || !isIdentStart(d)) {
+            ++i;
+            continue;
+        }
+        size_t j = i + 1;
+        while (j < n && isIdentChar(s[j]))
+            ++j;
+        std::string_view name = s.substr(i + 1, j - i - 1);
+        ColLineFile here = in.positionAt(i);
+        if (name == "__LINE__" || name == "__FILE__") {
+            out.appendFrom(in, run, i);
+            if (name == "__LINE__") {
+                out.append(std::to_string(callSite.leftLine), here);
+            } else {
+                const char* file = LineFile::GetFileNameFromId(callSite.fileId);
+                out.append("\"" + std::string(file ? file : "") + "\"", here);
+            }
+            i = run = j;
+            continue;
+        }
+        const VeriMacro* m = isVeriDirectiveName(name) ? nullptr : macros_.find(name);
+        if (!m) {
+            i = j; // a directive or an undefined name: the token stream deals with it
+            continue;
+        }
+        std::vector<VeriArgSpan> spans;
+        size_t after = j;
+        VeriArgScan scan = m->functionLike ? scanMacroArgs(s, after, spans) : VeriArgScan::Ok;
+        out.appendFrom(in, run, i);
+        if (std::find(active_.begin(), active_.end(), m) != active_.end()) {
+            std::string nm(name);
+            Message::Error(veri_msg::RecursiveMacro, &here,
+                           "macro '%s' is used inside its own expansion; use dropped", nm.c_str());
+            i = run = scan == VeriArgScan::NoList ? j : after;
+            continue;
+        }
+        if (scan == VeriArgScan::NoList) {
+            std::string nm(name);
+            Message::Error(veri_msg::MacroArgCount, &here, "macro '%s' needs an argument list",
+                           nm.c_str());
+            i = run = j;
+            continue;
+        }
+        if (scan == VeriArgScan::Unclosed) {
+            std::string nm(name);
+            Message::Error(veri_msg::MacroArgsOpen, &here,
+                           "argument list of macro '%s' is not closed", nm.c_str());
+            i = run = n;
+            break;
+        }
+        std::vector<VeriMappedText> args(spans.size());
+        for (size_t k = 0; k < spans.size(); ++k)
+            args[k].appendFrom(in, spans[k].begin, spans[k].end);
+        expandUse(*m, args, here, out);
+        i = run = after;
+    }
+    if (!cut_)
+        out.appendFrom(in, run, n);
+}
+
+} // namespace hdl
