@@ -1,1 +1,317 @@
 #include <gtest/gtest.h>
+
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <unistd.h>
+
+#include "LexTestSupport.h"
+#include "hdl/sv/VeriMessageIds.h"
+#include "hdl/sv/VeriPreprocessor.h"
+
+using namespace hdl;
+using hdl::test::allTokens;
+using hdl::test::joined;
+using hdl::test::MessageCapture;
+
+namespace {
+
+std::string run(const std::string& text, VeriPreprocessorOptions opts = {}) {
+    VeriPreprocessor pp(std::move(opts));
+    pp.pushText(text, "mem.sv");
+    return joined(allTokens(pp));
+}
+
+// A scratch folder with files, removed at the end of the test.
+struct TempTree {
+    std::string root;
+    TempTree() {
+        char tmpl[] = "/tmp/svlex_XXXXXX";
+        root = mkdtemp(tmpl);
+    }
+    ~TempTree() { std::system(("rm -rf " + root).c_str()); }
+    std::string write(const std::string& rel, const std::string& text) {
+        std::string path = root + "/" + rel;
+        std::system(("mkdir -p " + FileSystem::DirectoryPath(path)).c_str());
+        std::ofstream(path) << text;
+        return path;
+    }
+};
+
+} // namespace
+
+TEST(VeriPreprocessor, ObjectAndFunctionMacros) {
+    EXPECT_EQ(run("`define W 8\n`define ADD(a, b) ((a) + (b))\nx = `W + `ADD(1, `W);"),
+              "x = 8 + ( ( 1 ) + ( 8 ) ) ;");
+}
+
+TEST(VeriPreprocessor, ArgumentsWithNestedBracketsStringsAndCommas) {
+    EXPECT_EQ(run("`define F(a, b) a | b\n`F(f(x, y), {p, q[1:0]})  `F(\"s,(\", '{1, 2})"),
+              "f ( x , y ) | { p , q [ 1 : 0 ] } \"s,(\" | '{ 1 , 2 }");
+}
+
+TEST(VeriPreprocessor, DefaultArguments) {
+    EXPECT_EQ(run("`define M(a, b = 2, c = z) a b c\n`M(1) `M(1, , 3) `M(1, 5)"), "1 2 z 1 2 3 1 5 z");
+}
+
+TEST(VeriPreprocessor, MissingAndExtraArgumentsAreErrors) {
+    MessageCapture mc;
+    run("`define M(a, b) a b\n`M(1) `M(1, 2, 3) `M x");
+    EXPECT_EQ(mc.count(veri_msg::MacroArgCount), 3u) << mc.all();
+}
+
+TEST(VeriPreprocessor, StringifyAndPaste) {
+    EXPECT_EQ(run("`define S(x) `\"x is `\\`\"q`\\`\"`\"\n`S(abc)"), "\"abc is \\\"q\\\"\"");
+    EXPECT_EQ(run("`define CAT(a, b) a``b\n`define reg_x 5\n`CAT(foo, _bar) `CAT(`reg, _x)"),
+              "foo_bar 5");
+    // No substitution inside an ordinary string of the body.
+    EXPECT_EQ(run("`define Q(x) \"x\" x\n`Q(1)"), "\"x\" 1");
+}
+
+TEST(VeriPreprocessor, NestedMacrosAndMacroInOwnArgument) {
+    EXPECT_EQ(run("`define MAX(a,b) ((a)>(b)?(a):(b))\n`define TWO `MAX(1,2)\n`MAX(`MAX(1,2),3) `TWO"),
+              "( ( ( ( 1 ) > ( 2 ) ? ( 1 ) : ( 2 ) ) ) > ( 3 ) ? ( ( ( 1 ) > ( 2 ) ? ( 1 ) : ( 2 ) ) ) : ( 3 ) ) "
+              "( ( 1 ) > ( 2 ) ? ( 1 ) : ( 2 ) )");
+}
+
+TEST(VeriPreprocessor, RecursionIsCut) {
+    MessageCapture mc;
+    EXPECT_EQ(run("`define A `B + 1\n`define B `A * 2\nx `A y"), "x * 2 + 1 y");
+    EXPECT_EQ(mc.count(veri_msg::RecursiveMacro), 1u);
+}
+
+TEST(VeriPreprocessor, ExponentialExpansionIsBounded) {
+    MessageCapture mc;
+    std::string text = "`define L0 x x\n";
+    for (int i = 1; i <= 40; ++i)
+        text += "`define L" + std::to_string(i) + " `L" + std::to_string(i - 1) + " `L" +
+                std::to_string(i - 1) + "\n";
+    text += "`L40\n";
+    VeriPreprocessor pp({});
+    pp.pushText(text, "blow.sv");
+    size_t n = allTokens(pp).size();
+    EXPECT_GE(mc.count(veri_msg::ExpansionLimit), 1u);
+    EXPECT_LT(n, size_t(64) << 20);
+}
+
+TEST(VeriPreprocessor, MultiLineDefinesAndComments) {
+    EXPECT_EQ(run("`define M(a) a + \\\n  a // not part\nx `M(1)\n`define E\n`E y"), "x 1 + 1 y");
+}
+
+TEST(VeriPreprocessor, UndefinedMacroIsAnError) {
+    MessageCapture mc;
+    EXPECT_EQ(run("a `NOPE b"), "a b");
+    EXPECT_EQ(mc.count(veri_msg::UndefinedMacro), 1u);
+}
+
+TEST(VeriPreprocessor, NestedConditionals) {
+    const char* text = "`define A\n"
+                       "`ifdef A a1 `ifdef B b1 `elsif A ab `else ae `endif `else a0 `endif\n"
+                       "`ifndef A n1 `elsif C c1 `else e1 `endif\n"
+                       "`ifdef Z `ifdef A hidden `else hidden2 `endif `endif done";
+    EXPECT_EQ(run(text), "a1 ab e1 done");
+}
+
+TEST(VeriPreprocessor, InactiveTextIsNotLexed) {
+    MessageCapture mc;
+    EXPECT_EQ(run("`ifdef X\n don't \" `error `FOO ' \x01 \n`endif ok"), "ok");
+    EXPECT_EQ(mc.errors(), 0u) << mc.all();
+}
+
+TEST(VeriPreprocessor, UnbalancedConditionalsAreErrors) {
+    MessageCapture mc;
+    EXPECT_EQ(run("`ifdef X a\n"), "");
+    EXPECT_EQ(mc.count(veri_msg::OpenConditional), 1u);
+    run("`endif `else b");
+    EXPECT_EQ(mc.count(veri_msg::StrayConditional), 2u);
+}
+
+TEST(VeriPreprocessor, UndefAndUndefineAllKeepCommandLineMacros) {
+    VeriPreprocessorOptions opts;
+    opts.defines = {"CL=7", "FLAG"};
+    VeriPreprocessor pp(opts);
+    pp.pushText("`define A 1\n`define B 2\n`undef A\n`ifdef A x `endif `B\n`undefineall\n`CL", "u.sv");
+    EXPECT_EQ(joined(allTokens(pp)), "2 7");
+    EXPECT_TRUE(pp.macros().isDefined("FLAG"));
+    EXPECT_FALSE(pp.macros().isDefined("B"));
+    pp.resetMacros();
+    EXPECT_EQ(pp.macros().size(), 2u);
+}
+
+TEST(VeriPreprocessor, MacrosStayDefinedAcrossFiles) {
+    VeriPreprocessor pp({});
+    pp.pushText("`define SHARED 3\n", "one.sv");
+    allTokens(pp);
+    pp.pushText("`SHARED", "two.sv");
+    EXPECT_EQ(joined(allTokens(pp)), "3");
+}
+
+TEST(VeriPreprocessor, DirectiveState) {
+    VeriPreprocessor pp({});
+    pp.pushText("`timescale 1ns / 10ps\n`default_nettype none\n`celldefine\n`unconnected_drive pull1\n"
+                "a\n`resetall\nb",
+                "d.sv");
+    VeriToken a = pp.next();
+    EXPECT_EQ(a.text, "a");
+    EXPECT_EQ(pp.timescale().unit, "1ns");
+    EXPECT_EQ(pp.timescale().precision, "10ps");
+    EXPECT_EQ(pp.defaultNettype(), "none");
+    EXPECT_TRUE(pp.cellDefine());
+    EXPECT_EQ(pp.unconnectedDrive(), 2);
+    pp.next();
+    EXPECT_EQ(pp.defaultNettype(), "wire");
+    EXPECT_FALSE(pp.cellDefine());
+    EXPECT_FALSE(pp.timescale().set);
+}
+
+TEST(VeriPreprocessor, BeginKeywordsChangesTheSetUntilEndKeywords) {
+    VeriPreprocessor pp({});
+    pp.pushText("logic\n`begin_keywords \"1364-2001\"\nlogic generate\n`end_keywords\nlogic", "k.sv");
+    auto t = allTokens(pp);
+    ASSERT_EQ(t.size(), 4u);
+    EXPECT_EQ(t[0].kind, VT_LOGIC);
+    EXPECT_EQ(t[1].kind, VT_IDENTIFIER);
+    EXPECT_EQ(t[2].kind, VT_GENERATE);
+    EXPECT_EQ(t[3].kind, VT_LOGIC);
+}
+
+TEST(VeriPreprocessor, LanguageCodeSelectsKeywords) {
+    VeriPreprocessorOptions opts;
+    opts.language = 1;
+    VeriPreprocessor pp(opts);
+    pp.pushText("logic generate", "v95.v");
+    auto t = allTokens(pp);
+    EXPECT_EQ(t[0].kind, VT_IDENTIFIER);
+    EXPECT_EQ(t[1].kind, VT_IDENTIFIER);
+}
+
+TEST(VeriPreprocessor, LineDirectiveAndBuiltins) {
+    VeriPreprocessor pp({});
+    pp.pushText("a\n`line 100 \"orig.v\" 0\nb `__LINE__ `__FILE__", "l.sv");
+    auto t = allTokens(pp);
+    ASSERT_EQ(t.size(), 4u);
+    EXPECT_EQ(t[1].line, 100u);
+    EXPECT_STREQ(LineFile::GetFileNameFromId(t[1].fileId), "orig.v");
+    EXPECT_EQ(t[2].text, "100");
+    EXPECT_EQ(t[3].text, "\"orig.v\"");
+}
+
+TEST(VeriPreprocessor, MacroTokenPositions) {
+    VeriPreprocessor pp({});
+    pp.pushText("`define M(a) (a +\\\n  k)\n\n  x = `M(yy);", "p.sv");
+    auto t = allTokens(pp);
+    ASSERT_EQ(t.size(), 8u);
+    // "(" from the body on line 1, "yy" from the call site, "k" on the continued line.
+    EXPECT_EQ(t[2].text, "(");
+    EXPECT_EQ(t[2].line, 1u);
+    EXPECT_EQ(t[2].col, 14u);
+    EXPECT_EQ(t[3].text, "yy");
+    EXPECT_EQ(t[3].line, 4u);
+    EXPECT_EQ(t[3].col, 10u);
+    EXPECT_EQ(t[5].text, "k");
+    EXPECT_EQ(t[5].line, 2u);
+    EXPECT_EQ(t[5].col, 3u);
+    EXPECT_TRUE(t[5].fromMacro());
+    const VeriExpansion* e = pp.expansion(t[5].expansion);
+    ASSERT_NE(e, nullptr);
+    EXPECT_EQ(e->macroName, "M");
+    EXPECT_EQ(e->callSite.leftLine, 4u);
+    EXPECT_EQ(e->callSite.leftCol, 7u);
+    EXPECT_FALSE(t[7].fromMacro());
+    EXPECT_EQ(t[7].line, 4u);
+}
+
+TEST(VeriPreprocessor, IncludeSearchOrderAndPositions) {
+    MessageCapture mc;
+    TempTree tree;
+    tree.write("src/h.vh", "local\n");
+    tree.write("inc1/h.vh", "first\n");
+    tree.write("inc1/only.vh", "only1\n");
+    tree.write("inc2/only.vh", "only2\n");
+    std::string top = tree.write("src/top.sv", "a\n`include \"h.vh\"\n`include <only.vh> b\n"
+                                                "`define F \"only.vh\"\n`include `F\nc");
+    VeriPreprocessorOptions opts;
+    opts.includeDirs = {tree.root + "/inc1", tree.root + "/inc2"};
+    VeriPreprocessor pp(opts);
+    ASSERT_TRUE(pp.pushFile(top));
+    auto t = allTokens(pp);
+    EXPECT_EQ(joined(t), "a local only1 b only1 c") << mc.all();
+    EXPECT_EQ(t[1].line, 1u);
+    EXPECT_EQ(std::string(LineFile::GetFileNameFromId(t[1].fileId)), tree.root + "/src/h.vh");
+    EXPECT_EQ(t[5].line, 6u);
+    EXPECT_EQ(pp.includes().size(), 3u);
+    EXPECT_EQ(mc.errors(), 0u);
+}
+
+TEST(VeriPreprocessor, MissingIncludeAndCycles) {
+    MessageCapture mc;
+    TempTree tree;
+    tree.write("loop.vh", "x\n`include \"loop.vh\"\n");
+    std::string top = tree.write("top.sv", "`include \"missing.vh\"\nafter\n`include \"loop.vh\"\nend_");
+    VeriPreprocessor pp({});
+    ASSERT_TRUE(pp.pushFile(top));
+    auto t = allTokens(pp);
+    EXPECT_EQ(mc.count(veri_msg::IncludeNotFound), 1u);
+    EXPECT_EQ(mc.count(veri_msg::IncludeDepth), 1u);
+    EXPECT_EQ(t[0].text, "after");
+    EXPECT_EQ(t.back().text, "end_");
+}
+
+namespace {
+std::vector<std::string> traceLog;
+struct TracingStream : SourceStream {
+    std::string name;
+    TracingStream(std::istream* in, std::string n) : SourceStream(in), name(std::move(n)) {
+        traceLog.push_back("enter " + name.substr(name.rfind('/') + 1));
+    }
+    ~TracingStream() override { traceLog.push_back("leave " + name.substr(name.rfind('/') + 1)); }
+};
+SourceStream* tracingOpen(const char* name) {
+    auto* in = new std::ifstream(name);
+    if (!in->is_open()) {
+        delete in;
+        return new TracingStream(nullptr, name);
+    }
+    return new TracingStream(in, name);
+}
+} // namespace
+
+TEST(VeriPreprocessor, StreamsNestWithIncludes) {
+    TempTree tree;
+    tree.write("b.vh", "b `include \"c.vh\" b2\n");
+    tree.write("c.vh", "c\n");
+    std::string top = tree.write("a.sv", "a `include \"b.vh\" a2");
+    traceLog.clear();
+    VeriPreprocessorOptions opts;
+    opts.streamCallBack = tracingOpen;
+    VeriPreprocessor pp(opts);
+    ASSERT_TRUE(pp.pushFile(top));
+    EXPECT_EQ(joined(allTokens(pp)), "a b c b2 a2");
+    EXPECT_EQ(traceLog, (std::vector<std::string>{"enter a.sv", "enter b.vh", "enter c.vh", "leave c.vh",
+                                                  "leave b.vh", "leave a.sv"}));
+}
+
+TEST(VeriPreprocessor, ProtectedRegionsAreSkippedWithAMessage) {
+    MessageCapture mc;
+    EXPECT_EQ(run("a\n`pragma protect begin_protected\n`pragma protect data_block\n#$%^garbage\n"
+                  "`pragma protect end_protected\nb\n`protect\nc\n`endprotect\nd"),
+              "a b d");
+    EXPECT_EQ(mc.count(veri_msg::ProtectedSkipped), 2u);
+    EXPECT_EQ(mc.errors(), 0u);
+}
+
+TEST(VeriPreprocessor, MissingFileIsAnError) {
+    MessageCapture mc;
+    VeriPreprocessor pp({});
+    EXPECT_FALSE(pp.pushFile("/nonexistent/file.sv"));
+    EXPECT_EQ(mc.count(veri_msg::OpenFailed), 1u);
+    EXPECT_EQ(pp.next().kind, VT_EOF);
+}
+
+TEST(VeriPreprocessor, MessageIdsAreUnique) {
+    size_t count = 0;
+    const VeriMessageId* rows = veriLexMessages(count);
+    std::set<std::string> ids;
+    for (size_t i = 0; i < count; ++i)
+        EXPECT_TRUE(ids.insert(rows[i].id).second) << rows[i].id;
+}
