@@ -75,6 +75,17 @@ struct VeriPreprocessor::Impl {
     std::vector<VeriExpansion> expansions{VeriExpansion{}}; // slot 0: none
     VeriMacroExpander expander;
     uint32_t lastFileId = 0;
+    // Nesting of module/primitive/program/package bodies, where `resetall is illegal.
+    size_t designDepth = 0;
+
+    void trackDesignElements(uint16_t kind) {
+        if (kind == VT_MODULE || kind == VT_MACROMODULE || kind == VT_PRIMITIVE || kind == VT_PROGRAM ||
+            kind == VT_PACKAGE)
+            ++designDepth;
+        else if ((kind == VT_ENDMODULE || kind == VT_ENDPRIMITIVE || kind == VT_ENDPROGRAM ||
+                  kind == VT_ENDPACKAGE) && designDepth > 0)
+            --designDepth;
+    }
 
     explicit Impl(VeriPreprocessor& owner) : pp(owner), expander(owner.macros_) {}
 
@@ -218,8 +229,9 @@ struct VeriPreprocessor::Impl {
 
     void doDefine(VeriFrame& f, const VeriToken& at) {
         std::string_view name = readName(f);
-        if (name.empty()) {
-            syntaxError(f, at, "`define needs a macro name");
+        if (name.empty() || isVeriDirectiveName(name) || name == "__FILE__" || name == "__LINE__") {
+            syntaxError(f, at, name.empty() ? "`define needs a macro name"
+                                            : "a compiler directive cannot be defined as a macro");
             restOfLine(f);
             return;
         }
@@ -396,8 +408,10 @@ struct VeriPreprocessor::Impl {
         } else if (p < s.size() && s[p] == '`') {
             f.lexer.setPos(p + 1);
             std::string_view macroName = readName(f);
-            const VeriMacro* m = pp.macros_.find(macroName);
-            std::string_view body = m ? trim(m->body) : std::string_view();
+            VeriMappedText text;
+            if (const VeriMacro* m = pp.macros_.find(macroName))
+                expandAt(f, *m, loc, text);
+            std::string_view body = trim(text.text);
             if (body.size() < 2 || (body.front() != '"' && body.front() != '<')) {
                 syntaxError(f, at, "`include needs a file name in quotes or angle brackets");
                 return;
@@ -443,6 +457,10 @@ struct VeriPreprocessor::Impl {
 
     void doPragma(VeriFrame& f, const VeriToken& at) {
         std::string_view line = restOfLine(f);
+        if (line.empty() || !isIdentStart(line[0])) {
+            syntaxError(f, at, "`pragma needs a pragma name");
+            return;
+        }
         if (line.substr(0, 7) == "protect" && line.find("begin_protected") != std::string_view::npos)
             skipProtected(f, at, "end_protected");
     }
@@ -467,8 +485,9 @@ struct VeriPreprocessor::Impl {
         size_t i = 0;
         for (; i < line.size() && line[i] >= '0' && line[i] <= '9' && number < 0x7fffffff; ++i)
             number = number * 10 + unsigned(line[i] - '0');
-        if (i == 0 || q2 == std::string_view::npos) {
-            syntaxError(f, at, "`line needs a line number, a quoted file name and a level");
+        std::string_view level = q2 == std::string_view::npos ? "" : trim(line.substr(q2 + 1));
+        if (i == 0 || q2 == std::string_view::npos || level.size() != 1 || level[0] < '0' || level[0] > '2') {
+            syntaxError(f, at, "`line needs a line number, a quoted file name and a level 0, 1 or 2");
             return;
         }
         std::string file(line.substr(q1 + 1, q2 - q1 - 1));
@@ -504,14 +523,11 @@ struct VeriPreprocessor::Impl {
         keywordStack.push_back(VeriKeywordSet(set));
     }
 
-    void doMacroUse(VeriFrame& f, const VeriToken& at, std::string_view name) {
-        ColLineFile loc(at.fileId, at.line, at.col);
-        const VeriMacro* m = pp.macros_.find(name);
-        if (!m) {
-            std::string nm(name);
-            Message::Error(veri_msg::UndefinedMacro, &loc, "macro '%s' is not defined", nm.c_str());
-            return;
-        }
+    // Reads the arguments of a use of `m` from the frame and expands it; false (after
+    // a message) when the use is malformed.
+    bool expandAt(VeriFrame& f, const VeriMacro& macro, const ColLineFile& loc, VeriMappedText& out) {
+        const VeriMacro* m = &macro;
+        std::string_view name = m->name;
         std::vector<VeriMappedText> args;
         if (m->functionLike) {
             std::vector<VeriArgSpan> spans;
@@ -520,13 +536,13 @@ struct VeriPreprocessor::Impl {
             std::string nm(name);
             if (scan == VeriArgScan::NoList) {
                 Message::Error(veri_msg::MacroArgCount, &loc, "macro '%s' needs an argument list", nm.c_str());
-                return;
+                return false;
             }
             if (scan == VeriArgScan::Unclosed) {
                 Message::Error(veri_msg::MacroArgsOpen, &loc, "argument list of macro '%s' is not closed",
                                nm.c_str());
                 f.lexer.setPos(p);
-                return;
+                return false;
             }
             for (const VeriArgSpan& sp : spans) {
                 args.emplace_back();
@@ -534,6 +550,18 @@ struct VeriPreprocessor::Impl {
                                    f.lexer.positionAt(sp.begin));
             }
             f.lexer.setPos(p);
+        }
+        expander.expand(*m, args, loc, out);
+        return true;
+    }
+
+    void doMacroUse(VeriFrame& f, const VeriToken& at, std::string_view name) {
+        ColLineFile loc(at.fileId, at.line, at.col);
+        const VeriMacro* m = pp.macros_.find(name);
+        if (!m) {
+            std::string nm(name);
+            Message::Error(veri_msg::UndefinedMacro, &loc, "macro '%s' is not defined", nm.c_str());
+            return;
         }
         if (frames.size() >= kMaxFrames) {
             Message::Error(veri_msg::ExpansionLimit, &loc, "%s", "macro expansions nest too deep; use dropped");
@@ -545,8 +573,8 @@ struct VeriPreprocessor::Impl {
             expansions.push_back(VeriExpansion{m->name, loc});
         }
         VeriMappedText out;
-        expander.expand(*m, args, loc, out);
-        pushExpansion(std::move(out), expansion);
+        if (expandAt(f, *m, loc, out))
+            pushExpansion(std::move(out), expansion);
     }
 
     void doBacktick(VeriFrame& f, const VeriToken& t) {
@@ -586,6 +614,8 @@ struct VeriPreprocessor::Impl {
         if (name == "timescale")
             return doTimescale(f, t);
         if (name == "resetall") {
+            if (designDepth > 0)
+                syntaxError(f, t, "`resetall is not allowed inside a design element");
             pp.defaultNettype_ = "wire";
             pp.cellDefine_ = false;
             pp.unconnectedDrive_ = 0;
@@ -709,6 +739,7 @@ VeriToken VeriPreprocessor::next() {
             t.flags |= VTF_FROM_MACRO;
             t.expansion = f.expansion;
         }
+        im.trackDesignElements(t.kind);
         return t;
     }
 }
