@@ -1,0 +1,195 @@
+#include "hdl/vhdl/VhdlLibrary.h"
+
+#include <cctype>
+#include <cstring>
+
+#include "hdl/base/Arena.h"
+#include "hdl/base/Message.h"
+#include "hdl/vhdl/VhdlLexer.h"
+#include "hdl/vhdl/VhdlMessageIds.h"
+#include "hdl/vhdl/VhdlParser.h"
+
+namespace hdl {
+
+namespace {
+
+std::string Key(std::string_view name, bool caseInsensitive) {
+    std::string key(name);
+    if (caseInsensitive && !(key.size() > 1 && key[0] == '\\')) {
+        for (char& c : key) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    }
+    return key;
+}
+
+// The text and the trees of one analysed file; kept for the life of the process,
+// since units in the libraries point into both.
+struct AnalysedFile {
+    std::string text;
+    Arena arena;
+};
+
+struct State {
+    StreamCallBack callback = nullptr;
+    std::vector<std::unique_ptr<VhdlLibrary>> owned;
+    std::vector<VhdlLibrary*> libraries;
+    std::string workName = "work";
+    std::vector<std::string> searchOrder;
+    std::vector<VhdlReplacedUnit> replaced;
+    std::vector<std::unique_ptr<AnalysedFile>> files;
+    bool ignoreTranslateOff = false;
+};
+
+State& S() {
+    static State state;
+    return state;
+}
+
+std::string_view UnitName(const VhdlDesignUnit* unit) {
+    return unit && unit->id ? unit->id->OrigName() : std::string_view();
+}
+
+// Name of the primary unit that a secondary unit belongs to.
+std::string_view PrimaryNameOf(VhdlSecondaryUnit* unit) {
+    if (auto* arch = dynamic_cast<VhdlArchitectureBody*>(unit)) {
+        auto* ref = dynamic_cast<VhdlIdRef*>(arch->entityName);
+        return ref ? ref->text : std::string_view();
+    }
+    return UnitName(unit);
+}
+
+} // namespace
+
+VhdlPrimaryUnit* VhdlLibrary::GetPrimUnit(const char* name, bool, bool caseInsensitive) const {
+    if (!name) return nullptr;
+    auto it = index_.find(Key(name, true));
+    if (it == index_.end()) return nullptr;
+    VhdlPrimaryUnit* unit = units_[it->second];
+    if (!caseInsensitive && UnitName(unit) != name) return nullptr;
+    return unit;
+}
+
+VhdlPrimaryUnit* VhdlLibrary::AddPrimUnit(VhdlPrimaryUnit* unit) {
+    secondaryLists_.push_back(std::make_unique<std::vector<VhdlSecondaryUnit*>>());
+    unit->secondaryUnits = secondaryLists_.back().get();
+    unit->library = this;
+    std::string key = Key(UnitName(unit), true);
+    auto it = index_.find(key);
+    if (it != index_.end()) {
+        VhdlPrimaryUnit* old = units_[it->second];
+        units_[it->second] = unit;
+        return old;
+    }
+    index_.emplace(key, units_.size());
+    units_.push_back(unit);
+    return nullptr;
+}
+
+void vhdl_file::RegisterFlexStreamCallBack(StreamCallBack callback) { S().callback = callback; }
+StreamCallBack vhdl_file::GetFlexStreamCallBack() { return S().callback; }
+
+VhdlLibrary* vhdl_file::GetLibrary(const char* name, bool create) {
+    if (!name) return nullptr;
+    std::string key = Key(name, true);
+    if (key == "work") key = Key(S().workName, true);
+    for (VhdlLibrary* lib : S().libraries)
+        if (lib->Name() == key) return lib;
+    if (!create) return nullptr;
+    S().owned.push_back(std::make_unique<VhdlLibrary>(key));
+    S().libraries.push_back(S().owned.back().get());
+    return S().libraries.back();
+}
+
+const std::vector<VhdlLibrary*>& vhdl_file::AllLibraries() { return S().libraries; }
+VhdlLibrary* vhdl_file::GetWorkLib() { return GetLibrary(S().workName.c_str(), true); }
+void vhdl_file::SetWorkLib(const char* name) { S().workName = name ? name : "work"; }
+
+void vhdl_file::AddLOption(const char* library) {
+    if (!library) return;
+    std::string key = Key(library, true);
+    for (const auto& l : S().searchOrder)
+        if (l == key) return;
+    S().searchOrder.push_back(key);
+}
+void vhdl_file::RemoveAllLOptions() { S().searchOrder.clear(); }
+const std::vector<std::string>& vhdl_file::LOptions() { return S().searchOrder; }
+const std::vector<VhdlReplacedUnit>& vhdl_file::ReplacedUnits() { return S().replaced; }
+void vhdl_file::SetIgnoreTranslateOff(bool ignore) { S().ignoreTranslateOff = ignore; }
+
+void vhdl_file::Reset() {
+    State& s = S();
+    s.libraries.clear();
+    s.owned.clear();
+    s.workName = "work";
+    s.searchOrder.clear();
+    s.replaced.clear();
+    s.ignoreTranslateOff = false;
+    s.callback = nullptr;
+}
+
+bool vhdl_file::Analyze(const char* path, const char* library, unsigned mode) {
+    std::unique_ptr<SourceStream> stream = OpenSourceStream(S().callback, path);
+    std::string text;
+    if (!stream->is_open() || !stream->ReadAll(text)) {
+        ColLineFile loc;
+        Message::Error(vhdl_msg::kCannotOpen, &loc, "cannot open VHDL file '%s'", path ? path : "");
+        return false;
+    }
+    return AnalyzeText(text, path, library, mode);
+}
+
+bool vhdl_file::AnalyzeText(const std::string& text, const char* name, const char* library, unsigned mode) {
+    State& s = S();
+    s.replaced.clear();
+    if (mode < VHDL_87 || mode > VHDL_PSL) mode = VHDL_93;
+    const char* libName = library && *library ? library : "work";
+    uint32_t fileId = LineFile::GetFileId(name ? name : "");
+    ColLineFile fileLoc(fileId, 1, 1);
+    Message::Info(vhdl_msg::kAnalyzing, &fileLoc, "analyzing VHDL file '%s' into library '%s'", name ? name : "",
+                  libName);
+    if (std::memchr(text.data(), '\0', std::min<size_t>(text.size(), 1 << 16))) {
+        Message::Error(vhdl_msg::kBinaryInput, &fileLoc, "'%s' is not a text file", name ? name : "");
+        return false;
+    }
+    s.files.push_back(std::make_unique<AnalysedFile>());
+    AnalysedFile& file = *s.files.back();
+    file.text = text;
+    uint32_t errorsBefore = Message::ErrorCount();
+
+    VhdlLexer lexer(file.text, fileId, mode);
+    lexer.SetIgnorePragmas(s.ignoreTranslateOff);
+    VhdlParser parser(file.arena, file.text, lexer.Tokenize(), fileId, mode);
+    std::vector<VhdlDesignUnit*> units = parser.ParseDesignFile();
+    bool clean = lexer.ErrorCount() == 0 && parser.ErrorCount() == 0;
+
+    VhdlLibrary* lib = GetLibrary(libName, true);
+    for (VhdlDesignUnit* unit : units) {
+        if (!unit->id) continue;
+        if (auto* primary = dynamic_cast<VhdlPrimaryUnit*>(unit)) {
+            if (VhdlPrimaryUnit* old = lib->AddPrimUnit(primary)) {
+                s.replaced.push_back({lib->Name(), std::string(UnitName(primary)), "", old, primary});
+                ColLineFile loc = primary->Linefile();
+                Message::Warning(vhdl_msg::kReplacing, &loc, "re-analyzing unit '%s' in library '%s'",
+                                 std::string(UnitName(primary)).c_str(), lib->Name().c_str());
+            }
+            continue;
+        }
+        auto* secondary = static_cast<VhdlSecondaryUnit*>(unit);
+        std::string primaryName(PrimaryNameOf(secondary));
+        VhdlPrimaryUnit* primary = lib->GetPrimUnit(primaryName.c_str());
+        if (!primary) {
+            ColLineFile loc = unit->Linefile();
+            Message::Error(vhdl_msg::kNoPrimary, &loc, "unit '%s' is not analyzed in library '%s'",
+                           primaryName.c_str(), lib->Name().c_str());
+            clean = false;
+            continue;
+        }
+        secondary->library = lib;
+        if (VhdlSecondaryUnit* old = primary->AddSecondaryUnit(secondary)) {
+            s.replaced.push_back({lib->Name(), std::string(UnitName(primary)), std::string(UnitName(secondary)),
+                                  old, secondary});
+        }
+    }
+    return clean && Message::ErrorCount() == errorsBefore;
+}
+
+} // namespace hdl

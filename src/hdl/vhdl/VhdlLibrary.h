@@ -1,0 +1,79 @@
+// Libraries of analysed VHDL units and the file-level entry point of the front-end.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "hdl/base/SourceStream.h"
+#include "hdl/vhdl/VhdlTokens.h"
+#include "hdl/vhdl/VhdlTree.h"
+
+namespace hdl {
+
+// A named library: primary units in order of (first) analysis, each with its
+// secondary units.
+class VhdlLibrary {
+public:
+    explicit VhdlLibrary(std::string name) : name_(std::move(name)) {}
+
+    const std::string& Name() const { return name_; }
+    // By name, without regard to case for basic identifiers. `restore` is accepted for
+    // callers that ask for precompiled units; nothing is restored from disk yet.
+    VhdlPrimaryUnit* GetPrimUnit(const char* name, bool restore = true, bool caseInsensitive = true) const;
+    const std::vector<VhdlPrimaryUnit*>& PrimaryUnits() const { return units_; }
+    // Stores the unit, replacing one of the same name; returns the replaced unit.
+    VhdlPrimaryUnit* AddPrimUnit(VhdlPrimaryUnit* unit);
+
+private:
+    std::string name_;
+    std::vector<VhdlPrimaryUnit*> units_;
+    std::unordered_map<std::string, size_t> index_;
+    std::vector<std::unique_ptr<std::vector<VhdlSecondaryUnit*>>> secondaryLists_;
+};
+
+// A unit that a later analysis replaced, for callers that record duplicates.
+struct VhdlReplacedUnit {
+    std::string library;
+    std::string primary;
+    std::string secondary; // empty for a primary unit
+    const VhdlDesignUnit* oldUnit = nullptr;
+    const VhdlDesignUnit* newUnit = nullptr;
+};
+
+class vhdl_file {
+public:
+    // Analyses one file into `library` in `mode` (VHDL_87 .. VHDL_PSL). False when the
+    // file could not be read or had errors.
+    static bool Analyze(const char* path, const char* library = "work", unsigned mode = VHDL_93);
+    // The same for text in memory; `name` is used for positions.
+    static bool AnalyzeText(const std::string& text, const char* name, const char* library, unsigned mode);
+
+    static void RegisterFlexStreamCallBack(StreamCallBack callback);
+    static StreamCallBack GetFlexStreamCallBack();
+
+    // Null when the library does not exist and `create` is false. "work" names the
+    // work library.
+    static VhdlLibrary* GetLibrary(const char* name, bool create = false);
+    // All libraries in order of creation.
+    static const std::vector<VhdlLibrary*>& AllLibraries();
+    static VhdlLibrary* GetWorkLib();
+    static void SetWorkLib(const char* name);
+
+    // Library search order for units named without a library.
+    static void AddLOption(const char* library);
+    static void RemoveAllLOptions();
+    static const std::vector<std::string>& LOptions();
+
+    // Units replaced by the last Analyze call.
+    static const std::vector<VhdlReplacedUnit>& ReplacedUnits();
+
+    // translate_off/synthesis_off regions are honoured unless this is set.
+    static void SetIgnoreTranslateOff(bool ignore);
+
+    // Forgets all libraries and settings (trees stay allocated); for tests.
+    static void Reset();
+};
+
+} // namespace hdl
