@@ -36,7 +36,7 @@ public:
     // Raw access for directive handling, which reads text the lexer does not tokenise.
     std::string_view text() const { return text_; }
     size_t pos() const { return pos_; }
-    void setPos(size_t pos) { pos_ = pos; }
+    void setPos(size_t pos) { pos_ = pos < text_.size() ? pos : text_.size(); }
     bool atEnd() const { return pos_ >= text_.size(); }
     // The position of a buffer offset at or after the last one asked for.
     ColLineFile positionAt(size_t offset);

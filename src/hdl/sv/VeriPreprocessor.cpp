@@ -13,6 +13,11 @@ namespace hdl {
 namespace {
 
 constexpr size_t kMaxIncludeDepth = 64;
+// A file may be open this many times on the include stack (include guards that count
+// recursion need a second level); more is a cycle.
+constexpr size_t kMaxSelfNesting = 2;
+// Includes opened by one preprocessor; bounds include trees that branch and recurse.
+constexpr size_t kMaxIncludes = 100000;
 constexpr size_t kMaxFrames = 256;
 
 bool isIdentStart(char c) {
@@ -421,13 +426,18 @@ struct VeriPreprocessor::Impl {
             syntaxError(f, at, "`include needs a file name in quotes or angle brackets");
             return;
         }
-        if (fileDepth() >= kMaxIncludeDepth) {
+        std::string path = resolveInclude(name, f.dir.empty() ? currentDir() : f.dir);
+        uint32_t id = LineFile::FindFileId(path);
+        size_t selfNesting = 0;
+        for (const auto& frame : frames)
+            selfNesting += frame->isFile && id != 0 && frame->fileId == id ? 1 : 0;
+        if (fileDepth() >= kMaxIncludeDepth || selfNesting >= kMaxSelfNesting ||
+            pp.includes_.size() >= kMaxIncludes) {
             Message::Error(veri_msg::IncludeDepth, &loc,
-                           "includes nest deeper than %zu; '%s' is not read (include cycle?)",
-                           kMaxIncludeDepth, name.c_str());
+                           "'%s' is not read: include cycle or include limits reached (%zu deep, %zu in all)",
+                           name.c_str(), kMaxIncludeDepth, kMaxIncludes);
             return;
         }
-        std::string path = resolveInclude(name, f.dir.empty() ? currentDir() : f.dir);
         pp.includes_.push_back(IncludeRecord{at.fileId, path});
         if (!openFile(path, &loc, true))
             return;
