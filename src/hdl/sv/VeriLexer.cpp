@@ -1,5 +1,6 @@
 #include "hdl/sv/VeriLexer.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <unordered_map>
@@ -32,16 +33,29 @@ const std::unordered_map<std::string_view, uint16_t>& keywordMap() {
     return map;
 }
 
-const std::unordered_map<std::string_view, uint16_t>& operatorMap() {
-    static const std::unordered_map<std::string_view, uint16_t> map = [] {
-        std::unordered_map<std::string_view, uint16_t> m;
+struct OperatorSpelling {
+    std::string_view text;
+    uint16_t kind;
+};
+
+// Operator spellings by first character, longest first, for maximal munch.
+const std::vector<OperatorSpelling>* operatorsByFirstChar() {
+    static const std::vector<std::vector<OperatorSpelling>> table = [] {
+        std::vector<std::vector<OperatorSpelling>> t(256);
+        auto add = [&](std::string_view text, uint16_t kind) {
+            t[static_cast<unsigned char>(text[0])].push_back(OperatorSpelling{text, kind});
+        };
         for (int k = 0; k < VT_KIND_COUNT; ++k)
             if (!isKeywordKind(k) && tokenText(k)[0] != '\0')
-                m.emplace(tokenText(k), uint16_t(k));
-        m.emplace("^~", VT_XNOR_OP); // the other spelling of ~^
-        return m;
+                add(tokenText(k), uint16_t(k));
+        add("^~", VT_XNOR_OP); // the other spelling of ~^
+        for (auto& list : t)
+            std::stable_sort(list.begin(), list.end(), [](const OperatorSpelling& a, const OperatorSpelling& b) {
+                return a.text.size() > b.text.size();
+            });
+        return t;
     }();
-    return map;
+    return table.data();
 }
 
 // The words of a comment, for pragma detection.
@@ -119,7 +133,13 @@ ColLineFile VeriLexer::positionAt(size_t offset) {
         }
         if (trackPos_ >= offset)
             break;
-        if (text_[trackPos_++] == '\n') {
+        size_t limit = offset;
+        if (nextOrigin_ < origins_.size() && origins_[nextOrigin_].offset < limit)
+            limit = origins_[nextOrigin_].offset;
+        const char* p = text_.data() + trackPos_;
+        const char* end = text_.data() + limit;
+        while (const void* hit = std::memchr(p, '\n', size_t(end - p))) {
+            p = static_cast<const char*>(hit) + 1;
             ++line_;
             col_ = 1;
             if (remapPending_) {
@@ -127,9 +147,9 @@ ColLineFile VeriLexer::positionAt(size_t offset) {
                 fileId_ = remapFile_;
                 line_ = remapLine_;
             }
-        } else {
-            ++col_;
         }
+        col_ += uint32_t(end - p);
+        trackPos_ = limit;
     }
     return ColLineFile(fileId_, line_, col_);
 }
@@ -253,9 +273,9 @@ VeriToken VeriLexer::make(uint16_t kind, size_t start) {
 }
 
 size_t VeriLexer::timeUnitLength(size_t at) const {
-    static const char* const units[] = {"step", "ms", "us", "ns", "ps", "fs", "s"};
-    for (const char* u : units) {
-        size_t n = std::strlen(u);
+    static const std::string_view units[] = {"step", "ms", "us", "ns", "ps", "fs", "s"};
+    for (std::string_view u : units) {
+        size_t n = u.size();
         if (text_.compare(at, n, u) == 0 && !(at + n < text_.size() && isIdentChar(text_[at + n])))
             return n;
     }
@@ -333,14 +353,11 @@ VeriToken VeriLexer::lexNumber(size_t start) {
 }
 
 VeriToken VeriLexer::lexOperator(size_t start) {
-    const auto& ops = operatorMap();
-    for (size_t len = 4; len >= 1; --len) {
-        if (pos_ + len > text_.size())
+    const auto* byChar = operatorsByFirstChar();
+    for (const OperatorSpelling& op : byChar[static_cast<unsigned char>(peek())]) {
+        if (text_.compare(pos_, op.text.size(), op.text) != 0 || tokenKeywordSet(op.kind) > keywordSet_)
             continue;
-        auto it = ops.find(text_.substr(pos_, len));
-        if (it == ops.end() || tokenKeywordSet(it->second) > keywordSet_)
-            continue;
-        uint16_t kind = it->second;
+        uint16_t kind = op.kind;
         if (kind == VT_ATTR_OPEN) {
             // "@(*)" is an event control on everything, not an attribute.
             size_t q = pos_ + 2;
@@ -353,7 +370,7 @@ VeriToken VeriLexer::lexOperator(size_t start) {
             continue;
         if (kind == VT_COLON_SLASH && (peek(2) == '/' || peek(2) == '*'))
             continue; // ": //comment" or ": /*comment*/"
-        pos_ += len;
+        pos_ += op.text.size();
         return make(kind, start);
     }
     // A run of characters that start no token: one message, one error token.
@@ -361,7 +378,7 @@ VeriToken VeriLexer::lexOperator(size_t start) {
         char c = peek();
         if (isSpace(c) || isIdentChar(c) || (std::strchr("()[]{};,.\"'`\\/", c) && c != '\0'))
             break;
-        if (ops.count(text_.substr(pos_, 1)))
+        if (!byChar[static_cast<unsigned char>(c)].empty())
             break;
         ++pos_;
     }

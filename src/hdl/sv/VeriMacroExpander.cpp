@@ -173,7 +173,7 @@ bool isVeriDirectiveName(std::string_view name) {
 bool VeriMacroExpander::overBudget(const ColLineFile& at) {
     if (cut_)
         return true;
-    if (active_.size() < kMaxDepth && expansions_ < kMaxExpansions && produced_ < kMaxBytes)
+    if (depth_ < kMaxDepth && expansions_ < kMaxExpansions && produced_ < kMaxBytes)
         return false;
     Message::Error(veri_msg::ExpansionLimit, &at,
                    "macro expansion exceeds its limits (depth %zu, %zu uses, %zu bytes); cut short",
@@ -185,6 +185,7 @@ bool VeriMacroExpander::overBudget(const ColLineFile& at) {
 bool VeriMacroExpander::expand(const VeriMacro& macro, const std::vector<VeriMappedText>& args,
                                const ColLineFile& callSite, VeriMappedText& out) {
     active_.clear();
+    depth_ = 0;
     expansions_ = 0;
     produced_ = 0;
     cut_ = false;
@@ -196,6 +197,8 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
     if (overBudget(callSite))
         return false;
     ++expansions_;
+    // Nesting counts uses inside arguments too, which expand before the macro is active.
+    ++depth_;
     std::string name(macro.name);
     std::vector<VeriMappedText> actuals;
     if (macro.functionLike) {
@@ -229,6 +232,7 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
     produced_ += substituted.text.size();
     rescan(substituted, callSite, out);
     active_.pop_back();
+    --depth_;
     return !cut_;
 }
 

@@ -59,6 +59,7 @@ private:
 
     const VeriMacroTable& macros_;
     std::vector<const VeriMacro*> active_;
+    size_t depth_ = 0;
     size_t expansions_ = 0;
     size_t produced_ = 0;
     bool cut_ = false;

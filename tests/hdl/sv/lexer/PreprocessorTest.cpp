@@ -315,3 +315,16 @@ TEST(VeriPreprocessor, MessageIdsAreUnique) {
     for (size_t i = 0; i < count; ++i)
         EXPECT_TRUE(ids.insert(rows[i].id).second) << rows[i].id;
 }
+
+TEST(VeriPreprocessor, DeeplyNestedArgumentsAreCutNotOverflowed) {
+    MessageCapture mc;
+    std::string text = "`define A(x) (x)\n";
+    for (int i = 0; i < 5000; ++i)
+        text += "`A(";
+    text += "1";
+    text += std::string(5000, ')');
+    VeriPreprocessor pp({});
+    pp.pushText(text, "deep.sv");
+    allTokens(pp);
+    EXPECT_GE(mc.count(veri_msg::ExpansionLimit), 1u);
+}
