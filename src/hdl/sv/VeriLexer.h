@@ -49,6 +49,8 @@ public:
     void skipTrivia();
     // Whether the next token starts a line (only white space and comments before it).
     bool atLineStart() const { return lineStart_; }
+    // Text pushed in place of a macro use starts where the use stood.
+    void setLineStart(bool atStart) { lineStart_ = atStart; }
 
 private:
     char peek(size_t k = 0) const { return pos_ + k < text_.size() ? text_[pos_ + k] : '\0'; }

@@ -128,13 +128,14 @@ struct VeriPreprocessor::Impl {
         return true;
     }
 
-    void pushExpansion(VeriMappedText text, uint32_t expansion) {
+    void pushExpansion(VeriMappedText text, uint32_t expansion, const VeriToken& use) {
         if (text.origins.empty())
             text.origins.push_back(VeriTextOrigin{});
         const std::string* buf = keep(std::move(text.text));
         auto frame = std::make_unique<VeriFrame>(buf, std::move(text.origins));
         frame->expansion = expansion;
         frame->lexer.setIgnoreTranslateOff(pp.options_.ignoreTranslateOff);
+        frame->lexer.setLineStart((use.flags & VTF_FIRST_ON_LINE) != 0);
         frames.push_back(std::move(frame));
     }
 
@@ -224,10 +225,9 @@ struct VeriPreprocessor::Impl {
         return trim(line);
     }
 
-    void syntaxError(VeriFrame& f, const VeriToken& at, const char* what) {
+    static void syntaxError(const VeriToken& at, const char* what) {
         ColLineFile loc(at.fileId, at.line, at.col);
         Message::Error(veri_msg::DirectiveSyntax, &loc, "%s", what);
-        (void)f;
     }
 
     // --- directives -------------------------------------------------------------------
@@ -235,7 +235,7 @@ struct VeriPreprocessor::Impl {
     void doDefine(VeriFrame& f, const VeriToken& at) {
         std::string_view name = readName(f);
         if (name.empty() || isVeriDirectiveName(name) || name == "__FILE__" || name == "__LINE__") {
-            syntaxError(f, at, name.empty() ? "`define needs a macro name"
+            syntaxError(at, name.empty() ? "`define needs a macro name"
                                             : "a compiler directive cannot be defined as a macro");
             restOfLine(f);
             return;
@@ -249,7 +249,7 @@ struct VeriPreprocessor::Impl {
             std::vector<VeriArgSpan> spans;
             size_t q = p;
             if (scanMacroArgs(s, q, spans) != VeriArgScan::Ok) {
-                syntaxError(f, at, "parameter list of `define is not closed");
+                syntaxError(at, "parameter list of `define is not closed");
                 f.lexer.setPos(q);
                 return;
             }
@@ -331,7 +331,7 @@ struct VeriPreprocessor::Impl {
         if (dir == "ifdef" || dir == "ifndef") {
             std::string_view name = readName(f);
             if (name.empty())
-                syntaxError(f, at, "conditional directive needs a macro name");
+                syntaxError(at, "conditional directive needs a macro name");
             VeriCond c;
             c.parentActive = emitting();
             bool cond = pp.macros_.isDefined(name) == (dir == "ifdef");
@@ -364,7 +364,7 @@ struct VeriPreprocessor::Impl {
         }
         std::string_view name = readName(f);
         if (name.empty())
-            syntaxError(f, at, "`elsif needs a macro name");
+            syntaxError(at, "`elsif needs a macro name");
         bool cond = !c.taken && pp.macros_.isDefined(name);
         c.active = c.parentActive && cond;
         c.taken = c.taken || cond;
@@ -404,7 +404,7 @@ struct VeriPreprocessor::Impl {
             while (e < s.size() && s[e] != close && s[e] != '\n')
                 ++e;
             if (e >= s.size() || s[e] != close) {
-                syntaxError(f, at, "`include file name is not closed");
+                syntaxError(at, "`include file name is not closed");
                 f.lexer.setPos(e);
                 return;
             }
@@ -418,12 +418,12 @@ struct VeriPreprocessor::Impl {
                 expandAt(f, *m, loc, text);
             std::string_view body = trim(text.text);
             if (body.size() < 2 || (body.front() != '"' && body.front() != '<')) {
-                syntaxError(f, at, "`include needs a file name in quotes or angle brackets");
+                syntaxError(at, "`include needs a file name in quotes or angle brackets");
                 return;
             }
             name.assign(body.substr(1, body.size() - 2));
         } else {
-            syntaxError(f, at, "`include needs a file name in quotes or angle brackets");
+            syntaxError(at, "`include needs a file name in quotes or angle brackets");
             return;
         }
         std::string path = resolveInclude(name, f.dir.empty() ? currentDir() : f.dir);
@@ -468,7 +468,7 @@ struct VeriPreprocessor::Impl {
     void doPragma(VeriFrame& f, const VeriToken& at) {
         std::string_view line = restOfLine(f);
         if (line.empty() || !isIdentStart(line[0])) {
-            syntaxError(f, at, "`pragma needs a pragma name");
+            syntaxError(at, "`pragma needs a pragma name");
             return;
         }
         if (line.substr(0, 7) == "protect" && line.find("begin_protected") != std::string_view::npos)
@@ -479,7 +479,7 @@ struct VeriPreprocessor::Impl {
         std::string_view line = restOfLine(f);
         size_t slash = line.find('/');
         if (line.empty() || slash == std::string_view::npos) {
-            syntaxError(f, at, "`timescale needs unit / precision");
+            syntaxError(at, "`timescale needs unit / precision");
             return;
         }
         pp.timescale_.set = true;
@@ -497,7 +497,7 @@ struct VeriPreprocessor::Impl {
             number = number * 10 + unsigned(line[i] - '0');
         std::string_view level = q2 == std::string_view::npos ? "" : trim(line.substr(q2 + 1));
         if (i == 0 || q2 == std::string_view::npos || level.size() != 1 || level[0] < '0' || level[0] > '2') {
-            syntaxError(f, at, "`line needs a line number, a quoted file name and a level 0, 1 or 2");
+            syntaxError(at, "`line needs a line number, a quoted file name and a level 0, 1 or 2");
             return;
         }
         std::string file(line.substr(q1 + 1, q2 - q1 - 1));
@@ -584,7 +584,7 @@ struct VeriPreprocessor::Impl {
         }
         VeriMappedText out;
         if (expandAt(f, *m, loc, out))
-            pushExpansion(std::move(out), expansion);
+            pushExpansion(std::move(out), expansion, at);
     }
 
     void doBacktick(VeriFrame& f, const VeriToken& t) {
@@ -602,7 +602,7 @@ struct VeriPreprocessor::Impl {
         if (name == "undef") {
             std::string_view macro = readName(f);
             if (macro.empty())
-                syntaxError(f, t, "`undef needs a macro name");
+                syntaxError(t, "`undef needs a macro name");
             pp.macros_.undefine(macro);
             return;
         }
@@ -618,14 +618,14 @@ struct VeriPreprocessor::Impl {
             text.append(name == "__LINE__" ? std::to_string(t.line)
                                            : "\"" + std::string(file ? file : "") + "\"",
                         loc);
-            pushExpansion(std::move(text), currentExpansion());
+            pushExpansion(std::move(text), currentExpansion(), t);
             return;
         }
         if (name == "timescale")
             return doTimescale(f, t);
         if (name == "resetall") {
             if (designDepth > 0)
-                syntaxError(f, t, "`resetall is not allowed inside a design element");
+                syntaxError(t, "`resetall is not allowed inside a design element");
             pp.defaultNettype_ = "wire";
             pp.cellDefine_ = false;
             pp.unconnectedDrive_ = 0;
@@ -639,7 +639,7 @@ struct VeriPreprocessor::Impl {
         if (name == "default_nettype") {
             std::string_view type = readName(f);
             if (type.empty())
-                syntaxError(f, t, "`default_nettype needs a net type or none");
+                syntaxError(t, "`default_nettype needs a net type or none");
             else
                 pp.defaultNettype_.assign(type);
             return;
@@ -647,7 +647,7 @@ struct VeriPreprocessor::Impl {
         if (name == "unconnected_drive") {
             std::string_view drive = readName(f);
             if (drive != "pull0" && drive != "pull1")
-                syntaxError(f, t, "`unconnected_drive needs pull0 or pull1");
+                syntaxError(t, "`unconnected_drive needs pull0 or pull1");
             else
                 pp.unconnectedDrive_ = drive == "pull0" ? 1 : 2;
             return;

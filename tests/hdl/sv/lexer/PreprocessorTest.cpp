@@ -328,3 +328,26 @@ TEST(VeriPreprocessor, DeeplyNestedArgumentsAreCutNotOverflowed) {
     allTokens(pp);
     EXPECT_GE(mc.count(veri_msg::ExpansionLimit), 1u);
 }
+
+TEST(VeriPreprocessor, MacroTextStartsWhereItsUseStood) {
+    VeriPreprocessor pp({});
+    pp.pushText("`define M a\n`M b\nc `M", "f.sv");
+    auto t = allTokens(pp);
+    ASSERT_EQ(t.size(), 4u);
+    EXPECT_TRUE(t[0].flags & VTF_FIRST_ON_LINE);
+    EXPECT_FALSE(t[1].flags & VTF_FIRST_ON_LINE);
+    EXPECT_TRUE(t[2].flags & VTF_FIRST_ON_LINE);
+    EXPECT_FALSE(t[3].flags & VTF_FIRST_ON_LINE);
+}
+
+TEST(VeriPreprocessor, ConditionalsDoNotCrossFileBoundaries) {
+    MessageCapture mc;
+    TempTree tree;
+    tree.write("closer.vh", "`endif\ninside\n");
+    std::string top = tree.write("top.sv", "`ifdef NOPE\n`endif\n`ifndef NOPE\n`include \"closer.vh\"\n`endif\nout");
+    VeriPreprocessor pp({});
+    ASSERT_TRUE(pp.pushFile(top));
+    EXPECT_EQ(joined(allTokens(pp)), "inside out");
+    EXPECT_EQ(mc.count(veri_msg::StrayConditional), 1u);
+    EXPECT_EQ(mc.count(veri_msg::OpenConditional), 0u);
+}
