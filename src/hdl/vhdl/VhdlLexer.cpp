@@ -349,7 +349,7 @@ bool VhdlLexer::ReadCondition() {
             ++i;
         }
         std::string_view w = rest.substr(s, i - s);
-        if (IEquals(w, "`then")) {
+        if (IEquals(w, "then") || IEquals(w, "`then")) {
             sawThen = true;
             break;
         }
@@ -357,7 +357,7 @@ bool VhdlLexer::ReadCondition() {
     }
     if (!sawThen) {
         ++errors_;
-        Message::Error(vhdl_msg::kBadDirective, &loc, "conditional directive without `then");
+        Message::Error(vhdl_msg::kBadDirective, &loc, "conditional directive without then");
         return false;
     }
     size_t at = 0;

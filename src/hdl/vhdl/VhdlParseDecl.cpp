@@ -308,6 +308,10 @@ VhdlTreeNode* VhdlParser::ParseObjectDecl() {
         d->ids = ParseIdList<VhdlVariableId>();
         decl = d;
     }
+    if (decl->ids.Empty()) {
+        SkipToItemEnd();
+        return nullptr;
+    }
     for (VhdlIdDef* id : decl->ids) id->declaration = decl;
     Expect(VHDL_COLON);
     decl->subtype = ParseSubtypeIndication();

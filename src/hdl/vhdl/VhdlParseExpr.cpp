@@ -252,6 +252,8 @@ VhdlExpression* VhdlParser::ParseAssociationElement() {
     bool inertial = Accept(VHDL_INERTIAL);
     if (Is(VHDL_OPEN)) first = Make<VhdlOpen>(pos_++);
     else if (Is(VHDL_OTHERS)) first = Make<VhdlOthers>(pos_++);
+    else if (Is(VHDL_BOX)) first = Make<VhdlBox>(pos_++);
+    else if (Is(VHDL_DEFAULT)) first = Make<VhdlDefault>(pos_++);
     else first = ParseRangeOrExpression();
     if (Is(VHDL_BAR)) {
         // Choices in an association list (record or array element constraints).

@@ -288,7 +288,15 @@ VhdlDesignUnit* VhdlParser::ParseConfiguration(size_t start) {
     Expect(VHDL_OF);
     unit->entityName = ParseName();
     Expect(VHDL_IS);
-    unit->declarations = ParseDeclarativePart();
+    // Only use clauses, attribute specifications and groups stand here: a `for`
+    // starts the block configuration.
+    std::vector<VhdlTreeNode*> decls;
+    while (Is(VHDL_USE) || Is(VHDL_ATTRIBUTE) || Is(VHDL_GROUP)) {
+        size_t before = pos_;
+        if (VhdlTreeNode* d = ParseDeclaration()) decls.push_back(d);
+        if (pos_ == before) SkipToItemEnd();
+    }
+    unit->declarations = List(decls);
     if (Is(VHDL_FOR)) unit->blockConfiguration = ParseBlockConfiguration();
     ParseEndOfUnit(VHDL_CONFIGURATION, 0, unit->id);
     Finish(unit, start);

@@ -1,0 +1,165 @@
+#include <gtest/gtest.h>
+
+#include "VhdlTestUtil.h"
+#include "hdl/vhdl/VhdlLexer.h"
+#include "hdl/vhdl/VhdlMessageIds.h"
+
+namespace hdl {
+namespace {
+
+struct Lexed {
+    std::string text;
+    std::vector<VhdlTok> toks;
+    std::vector<std::string> spellings;
+    std::vector<unsigned> kinds;
+};
+
+Lexed Lex(const std::string& text, unsigned mode = VHDL_2008, bool ignorePragmas = false) {
+    Lexed out;
+    out.text = text;
+    VhdlLexer lexer(out.text, 1, mode);
+    lexer.SetIgnorePragmas(ignorePragmas);
+    out.toks = lexer.Tokenize();
+    for (const auto& t : out.toks) {
+        if (t.kind == VHDL_EOF) break;
+        out.spellings.emplace_back(lexer.Text(t));
+        out.kinds.push_back(t.kind);
+    }
+    return out;
+}
+
+TEST(VhdlLexer, KeywordsDependOnEdition) {
+    EXPECT_EQ(Lex("xnor", VHDL_87).kinds[0], VHDL_ID);
+    EXPECT_EQ(Lex("xnor", VHDL_93).kinds[0], VHDL_XNOR);
+    EXPECT_EQ(Lex("protected", VHDL_93).kinds[0], VHDL_ID);
+    EXPECT_EQ(Lex("protected", VHDL_2K).kinds[0], VHDL_PROTECTED);
+    EXPECT_EQ(Lex("context", VHDL_2K).kinds[0], VHDL_ID);
+    EXPECT_EQ(Lex("CONTEXT", VHDL_2008).kinds[0], VHDL_CONTEXT);
+    EXPECT_EQ(Lex("view", VHDL_2008).kinds[0], VHDL_ID);
+    EXPECT_EQ(Lex("view", VHDL_2019).kinds[0], VHDL_VIEW);
+    // PSL words are names outside PSL mode.
+    EXPECT_EQ(Lex("sequence", VHDL_2008).kinds[0], VHDL_ID);
+    EXPECT_EQ(Lex("sequence", VHDL_PSL).kinds[0], VHDL_SEQUENCE);
+}
+
+TEST(VhdlLexer, IdentifiersKeepTheirSpelling) {
+    auto l = Lex("MyName \\Odd Name\\ \\a\\\\b\\");
+    ASSERT_EQ(l.kinds.size(), 3u);
+    EXPECT_EQ(l.kinds[0], VHDL_ID);
+    EXPECT_EQ(l.spellings[0], "MyName");
+    EXPECT_EQ(l.kinds[1], VHDL_EXTENDED_ID);
+    EXPECT_EQ(l.spellings[1], "\\Odd Name\\");
+    EXPECT_EQ(l.spellings[2], "\\a\\\\b\\");
+    // The token points into the buffer: nothing is copied.
+    EXPECT_EQ(l.toks[0].begin, 0u);
+    EXPECT_EQ(l.toks[0].end, 6u);
+}
+
+TEST(VhdlLexer, AbstractLiterals) {
+    auto l = Lex("1_000 16#FF# 2#1010_1010#e2 1.5e-3 8#7.4# 3E4 1ns");
+    std::vector<unsigned> expect = {VHDL_INTEGER, VHDL_INTEGER, VHDL_INTEGER, VHDL_REAL,
+                                    VHDL_REAL,    VHDL_INTEGER, VHDL_INTEGER, VHDL_ID};
+    EXPECT_EQ(l.kinds, expect);
+    EXPECT_EQ(l.spellings[2], "2#1010_1010#e2");
+    EXPECT_EQ(l.spellings[6], "1");
+}
+
+TEST(VhdlLexer, BitStringLiteralsOfAllForms) {
+    auto l = Lex("B\"1_0\" x\"F\" 12UX\"F\" 8sb\"1\" D\"12\" o\"7\" UB\"\"");
+    ASSERT_EQ(l.kinds.size(), 7u);
+    for (unsigned k : l.kinds) EXPECT_EQ(k, VHDL_BIT_STRING);
+    EXPECT_EQ(l.spellings[2], "12UX\"F\"");
+    // A name followed by a string is not a bit string unless it is a base.
+    auto s = Lex("y\"1\"");
+    EXPECT_EQ(s.kinds[0], VHDL_ID);
+    EXPECT_EQ(s.kinds[1], VHDL_STRING);
+}
+
+TEST(VhdlLexer, CharacterLiteralsAndTicks) {
+    auto l = Lex("a'b'c x := 'y'; s'length t'('0') f(x)'high");
+    std::vector<std::string> expect = {"a", "'", "b", "'", "c", "x", ":=", "'y'", ";", "s", "'", "length",
+                                       "t", "'", "(", "'0'", ")", "f", "(", "x", ")", "'", "high"};
+    EXPECT_EQ(l.spellings, expect);
+    EXPECT_EQ(l.kinds[7], VHDL_CHARACTER);
+    EXPECT_EQ(l.kinds[15], VHDL_CHARACTER);
+}
+
+TEST(VhdlLexer, StringsWithDoubledQuotes) {
+    auto l = Lex("\"say \"\"hi\"\"\" & \"\"");
+    ASSERT_EQ(l.kinds.size(), 3u);
+    EXPECT_EQ(l.spellings[0], "\"say \"\"hi\"\"\"");
+    EXPECT_EQ(l.kinds[2], VHDL_STRING);
+}
+
+TEST(VhdlLexer, CommentsOfBothKinds) {
+    auto l = Lex("a -- line\n/* block\n -- inner */ b /**/c");
+    std::vector<std::string> expect = {"a", "b", "c"};
+    EXPECT_EQ(l.spellings, expect);
+    EXPECT_EQ(l.toks[1].line, 3u);
+}
+
+TEST(VhdlLexer, DelimitersOf2008) {
+    auto l = Lex("?? ?= ?/= ?< ?<= ?> ?>= << >> <= => <> ** :=");
+    std::vector<unsigned> expect = {VHDL_COND, VHDL_MEQ,  VHDL_MNEQ, VHDL_MLT,   VHDL_MLE, VHDL_MGT,  VHDL_MGE,
+                                    VHDL_LTLT, VHDL_GTGT, VHDL_LE,   VHDL_ARROW, VHDL_BOX, VHDL_POW, VHDL_VARASSIGN};
+    EXPECT_EQ(l.kinds, expect);
+}
+
+TEST(VhdlLexer, TranslateOffRegionsAreSkippedUnlessIgnored) {
+    std::string src = "a\n-- synthesis translate_off\nb\n-- synthesis translate_on\nc\n"
+                      "-- pragma synthesis_off\nd\n-- pragma synthesis_on\ne";
+    std::vector<std::string> honoured = {"a", "c", "e"};
+    EXPECT_EQ(Lex(src).spellings, honoured);
+    std::vector<std::string> ignored = {"a", "b", "c", "d", "e"};
+    EXPECT_EQ(Lex(src, VHDL_2008, true).spellings, ignored);
+}
+
+TEST(VhdlLexer, ConditionalAnalysisDirectives) {
+    test::MessageCapture capture;
+    std::string src = "`if VHDL_VERSION = \"2019\" then\nnew19\n`elsif VHDL_VERSION >= \"2008\" then\nnew08\n"
+                      "`else\nold\n`end\nafter";
+    std::vector<std::string> v19 = {"new19", "after"};
+    std::vector<std::string> v08 = {"new08", "after"};
+    std::vector<std::string> v93 = {"old", "after"};
+    EXPECT_EQ(Lex(src, VHDL_2019).spellings, v19);
+    EXPECT_EQ(Lex(src, VHDL_2008).spellings, v08);
+    EXPECT_EQ(Lex(src, VHDL_93).spellings, v93);
+    EXPECT_EQ(capture.Count(VERIFIC_ERROR), 0u) << capture.Errors();
+    std::vector<std::string> nested = {"b", "d"};
+    EXPECT_EQ(Lex("`if \"a\" = \"b\" then\n`if \"x\" = \"x\" then\na\n`end\n`else\nb\n`end\nd").spellings, nested);
+    Lex("`warning \"careful\"\nx");
+    ASSERT_FALSE(capture.All().empty());
+    EXPECT_EQ(capture.All().back().id, vhdl_msg::kDirective);
+}
+
+TEST(VhdlLexer, ProtectedEnvelopeIsSkippedWithAWarning) {
+    test::MessageCapture capture;
+    auto l = Lex("a\n`protect begin_protected\n`protect data_block\n@#$%^\n`protect end_protected\nb");
+    std::vector<std::string> expect = {"a", "b"};
+    EXPECT_EQ(l.spellings, expect);
+    EXPECT_EQ(capture.Count(VERIFIC_WARNING), 1u);
+}
+
+TEST(VhdlLexer, BadInputGivesErrorsAndStops) {
+    test::MessageCapture capture;
+    auto l = Lex("a { b \"open\nc");
+    EXPECT_EQ(capture.Count(VERIFIC_ERROR), 2u);
+    EXPECT_EQ(l.spellings.back(), "c");
+    std::string garbage(10000, '\x01');
+    auto g = Lex(garbage);
+    EXPECT_TRUE(g.spellings.empty());
+    EXPECT_LE(capture.Count(VERIFIC_ERROR), 40u);
+}
+
+TEST(VhdlLexer, PositionsAreOneBasedWithEndColumns) {
+    auto l = Lex("ab\n  cde");
+    EXPECT_EQ(l.toks[0].line, 1u);
+    EXPECT_EQ(l.toks[0].col, 1u);
+    EXPECT_EQ(l.toks[0].endCol, 2u);
+    EXPECT_EQ(l.toks[1].line, 2u);
+    EXPECT_EQ(l.toks[1].col, 3u);
+    EXPECT_EQ(l.toks[1].endCol, 5u);
+}
+
+} // namespace
+} // namespace hdl

@@ -1,0 +1,416 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "VhdlTestUtil.h"
+#include "hdl/vhdl/VhdlParser.h"
+#include "hdl/vhdl/VhdlVisitor.h"
+
+namespace hdl {
+namespace {
+
+struct Parsed {
+    std::string text;
+    Arena arena;
+    std::vector<VhdlDesignUnit*> units;
+    unsigned errors = 0;
+};
+
+std::unique_ptr<Parsed> Parse(const std::string& text, unsigned mode = VHDL_2008) {
+    auto p = std::make_unique<Parsed>();
+    p->text = text;
+    VhdlLexer lexer(p->text, LineFile::GetFileId("parser_test.vhd"), mode);
+    VhdlParser parser(p->arena, p->text, lexer.Tokenize(), LineFile::GetFileId("parser_test.vhd"), mode);
+    p->units = parser.ParseDesignFile();
+    p->errors = parser.ErrorCount() + lexer.ErrorCount();
+    return p;
+}
+
+// Kind names of all nodes in walk order.
+class KindCollector : public VhdlVisitor {
+public:
+    void PreVisit(VhdlTreeNode& node) override { kinds.push_back(VhdlClassName(node.GetClassId())); }
+    std::vector<std::string> kinds;
+};
+
+class InstanceCollector : public VhdlVisitor {
+public:
+    void Visit(VhdlComponentInstantiationStatement& node) override {
+        found.push_back(&node);
+        VhdlVisitor::Visit(node);
+    }
+    std::vector<VhdlComponentInstantiationStatement*> found;
+};
+
+const char* kEntity = R"(
+library ieee;
+use ieee.std_logic_1164.all;
+entity Counter is
+  generic (WIDTH : integer range 0 to 7 := 3; g2, g3 : boolean);
+  port (clk, rst : in std_logic;
+        q : out std_logic_vector(WIDTH - 1 downto 0) := (others => '0');
+        b : buffer bit bus;
+        s : inout resolved std_ulogic);
+end entity Counter;
+)";
+
+TEST(VhdlParser, EntityInterfaceParts) {
+    auto p = Parse(kEntity);
+    ASSERT_EQ(p->errors, 0u);
+    ASSERT_EQ(p->units.size(), 1u);
+    auto* e = dynamic_cast<VhdlEntityDecl*>(p->units[0]);
+    ASSERT_NE(e, nullptr);
+    EXPECT_EQ(e->Name(), "counter");
+    EXPECT_EQ(e->Id()->OrigName(), "Counter");
+    EXPECT_EQ(e->GetContextClause().Size(), 2u);
+    ASSERT_EQ(e->GetGenericClause().Size(), 2u);
+    auto* g = dynamic_cast<VhdlInterfaceDecl*>(e->GetGenericClause().At(0));
+    ASSERT_NE(g, nullptr);
+    auto* si = dynamic_cast<VhdlExplicitSubtypeIndication*>(g->GetSubtypeIndication());
+    ASSERT_NE(si, nullptr);
+    auto* range = dynamic_cast<VhdlRange*>(si->GetRangeConstraint());
+    ASSERT_NE(range, nullptr);
+    EXPECT_EQ(range->GetDir(), VHDL_TO);
+    EXPECT_EQ(dynamic_cast<VhdlInteger*>(g->GetInitAssign())->GetValue(), 3);
+    EXPECT_EQ(dynamic_cast<VhdlInterfaceDecl*>(e->GetGenericClause().At(1))->GetIds().Size(), 2u);
+
+    ASSERT_EQ(e->GetPortClause().Size(), 4u);
+    auto* clk = static_cast<VhdlInterfaceDecl*>(e->GetPortClause().At(0));
+    EXPECT_EQ(clk->GetIds().Size(), 2u);
+    EXPECT_EQ(clk->GetMode(), VHDL_IN);
+    auto* q = static_cast<VhdlInterfaceDecl*>(e->GetPortClause().At(1));
+    EXPECT_EQ(q->GetMode(), VHDL_OUT);
+    auto* qType = dynamic_cast<VhdlIndexedName*>(q->GetSubtypeIndication());
+    ASSERT_NE(qType, nullptr);
+    EXPECT_EQ(dynamic_cast<VhdlRange*>(qType->GetAssocList().At(0))->GetDir(), VHDL_DOWNTO);
+    EXPECT_NE(dynamic_cast<VhdlAggregate*>(q->GetInitAssign()), nullptr);
+    auto* b = static_cast<VhdlInterfaceDecl*>(e->GetPortClause().At(2));
+    EXPECT_EQ(b->GetMode(), VHDL_BUFFER);
+    EXPECT_EQ(b->GetSignalKind(), VHDL_BUS);
+    auto* s = static_cast<VhdlInterfaceDecl*>(e->GetPortClause().At(3));
+    auto* sType = dynamic_cast<VhdlExplicitSubtypeIndication*>(s->GetSubtypeIndication());
+    ASSERT_NE(sType, nullptr);
+    EXPECT_NE(sType->GetResolutionFunction(), nullptr);
+}
+
+const char* kArchitecture = R"(
+architecture rtl of top is
+  component sub is port (a : in bit); end component;
+  signal x : bit;
+begin
+  u1 : sub port map (a => x);
+  u2 : entity work.leaf(beh) generic map (N => 4) port map (x, open);
+  u3 : component sub port map (a => x);
+  u4 : configuration lib.cfg;
+  gen : for i in 0 to 3 generate
+    g : sub port map (a => x);
+  end generate gen;
+  alt : if a1: x = '1' generate
+    y <= x;
+  elsif a2: x = '0' generate
+    y <= not x;
+  else generate
+  end generate;
+  cg : case sel generate
+    when c0: 0 => z <= '0';
+    when others => z <= '1';
+  end generate;
+  b1 : block (x = '1') begin
+    z <= guarded x after 1 ns;
+  end block b1;
+  p : process (all) is
+    variable v : integer;
+  begin
+    v := v + 1 when x = '1' else v;
+    x <= force in '1';
+    x <= release;
+    case? sel is when "1-" => null; when others => null; end case?;
+    wait until x = '1' for 10 ns;
+  end process;
+end architecture;
+)";
+
+TEST(VhdlParser, ArchitectureStatements) {
+    auto p = Parse(kArchitecture);
+    ASSERT_EQ(p->errors, 0u);
+    auto* a = dynamic_cast<VhdlArchitectureBody*>(p->units.at(0));
+    ASSERT_NE(a, nullptr);
+    EXPECT_EQ(a->GetDeclPart().Size(), 2u);
+    const auto& st = a->GetStatementPart();
+    ASSERT_EQ(st.Size(), 9u);
+    auto* u1 = dynamic_cast<VhdlComponentInstantiationStatement*>(st.At(0));
+    ASSERT_NE(u1, nullptr);
+    EXPECT_EQ(u1->GetLabel()->OrigName(), "u1");
+    EXPECT_EQ(u1->GetLabel()->declaration, u1);
+    EXPECT_NE(dynamic_cast<VhdlIdRef*>(u1->GetInstantiatedUnitNameNode()), nullptr);
+    auto* u2 = dynamic_cast<VhdlComponentInstantiationStatement*>(st.At(1));
+    auto* unit = dynamic_cast<VhdlInstantiatedUnit*>(u2->GetInstantiatedUnitNameNode());
+    ASSERT_NE(unit, nullptr);
+    EXPECT_EQ(unit->GetEntityClass(), VHDL_ENTITY);
+    auto* withArch = dynamic_cast<VhdlIndexedName*>(unit->GetName());
+    ASSERT_NE(withArch, nullptr);
+    EXPECT_NE(dynamic_cast<VhdlSelectedName*>(withArch->GetPrefix()), nullptr);
+    EXPECT_EQ(u2->GetGenericMapAspect().Size(), 1u);
+    ASSERT_EQ(u2->GetPortMapAspect().Size(), 2u);
+    EXPECT_NE(dynamic_cast<VhdlOpen*>(u2->GetPortMapAspect().At(1)), nullptr);
+    EXPECT_EQ(static_cast<VhdlInstantiatedUnit*>(
+                  static_cast<VhdlComponentInstantiationStatement*>(st.At(3))->GetInstantiatedUnitNameNode())
+                  ->GetEntityClass(),
+              VHDL_CONFIGURATION);
+    auto* gen = dynamic_cast<VhdlGenerateStatement*>(st.At(4));
+    ASSERT_NE(gen, nullptr);
+    EXPECT_NE(dynamic_cast<VhdlForScheme*>(gen->GetScheme()), nullptr);
+    auto* ifgen = dynamic_cast<VhdlIfElsifGenerateStatement*>(st.At(5));
+    ASSERT_NE(ifgen, nullptr);
+    ASSERT_EQ(ifgen->alternatives.Size(), 3u);
+    auto* alt1 = static_cast<VhdlGenerateStatement*>(ifgen->alternatives.At(0));
+    EXPECT_EQ(alt1->GetScheme()->alternativeLabel->OrigName(), "a1");
+    auto* casegen = dynamic_cast<VhdlCaseGenerateStatement*>(st.At(6));
+    ASSERT_NE(casegen, nullptr);
+    EXPECT_EQ(casegen->alternatives.Size(), 2u);
+    auto* blk = dynamic_cast<VhdlBlockStatement*>(st.At(7));
+    ASSERT_NE(blk, nullptr);
+    EXPECT_NE(blk->guard, nullptr);
+    auto* csa = dynamic_cast<VhdlConditionalSignalAssignment*>(blk->GetStatementPart().At(0));
+    ASSERT_NE(csa, nullptr);
+    EXPECT_TRUE(csa->guarded);
+    auto* proc = dynamic_cast<VhdlProcessStatement*>(st.At(8));
+    ASSERT_NE(proc, nullptr);
+    EXPECT_NE(dynamic_cast<VhdlAll*>(proc->GetSensitivityList().At(0)), nullptr);
+    const auto& seq = proc->GetStatementPart();
+    ASSERT_EQ(seq.Size(), 5u);
+    EXPECT_NE(dynamic_cast<VhdlConditionalVariableAssignmentStatement*>(seq.At(0)), nullptr);
+    auto* force = dynamic_cast<VhdlForceAssignmentStatement*>(seq.At(1));
+    ASSERT_NE(force, nullptr);
+    EXPECT_EQ(force->forceMode, VHDL_IN);
+    EXPECT_NE(dynamic_cast<VhdlReleaseAssignmentStatement*>(seq.At(2)), nullptr);
+    EXPECT_TRUE(dynamic_cast<VhdlCaseStatement*>(seq.At(3))->matching);
+    auto* wait = dynamic_cast<VhdlWaitStatement*>(seq.At(4));
+    ASSERT_NE(wait, nullptr);
+    EXPECT_NE(wait->timeout, nullptr);
+
+    InstanceCollector finder;
+    finder.TraverseNode(a);
+    ASSERT_EQ(finder.found.size(), 5u);
+    EXPECT_EQ(finder.found[4]->GetLabel()->OrigName(), "g"); // inside the generate, in source order
+}
+
+TEST(VhdlParser, ExpressionPrecedenceAndForms) {
+    auto p = Parse("package p is constant c : integer := -a * b ** 2 + f(x)(1) - t'(1, 2); "
+                   "constant d : boolean := ?? (s and not (a ?= b)); "
+                   "constant e : integer := 10 ns / 1 ns; "
+                   "constant n : ptr := new t'(x => 1, others => 0); "
+                   "alias al is << signal .tb.dut(0).s : bit >>; end;");
+    ASSERT_EQ(p->errors, 0u);
+    auto* pkg = dynamic_cast<VhdlPackageDecl*>(p->units.at(0));
+    ASSERT_NE(pkg, nullptr);
+    auto* c = static_cast<VhdlConstantDecl*>(pkg->GetDeclPart().At(0));
+    // ((-(a * (b ** 2))) + f(x)(1)) - ...
+    auto* minus = dynamic_cast<VhdlOperator*>(c->GetInitAssign());
+    ASSERT_NE(minus, nullptr);
+    EXPECT_EQ(minus->GetOperatorToken(), VHDL_MINUS);
+    auto* plus = dynamic_cast<VhdlOperator*>(minus->left);
+    ASSERT_NE(plus, nullptr);
+    EXPECT_EQ(plus->GetOperatorToken(), VHDL_PLUS);
+    auto* neg = dynamic_cast<VhdlOperator*>(plus->left);
+    ASSERT_NE(neg, nullptr);
+    EXPECT_EQ(neg->left, nullptr);
+    auto* times = dynamic_cast<VhdlOperator*>(neg->right);
+    ASSERT_NE(times, nullptr);
+    EXPECT_EQ(times->GetOperatorToken(), VHDL_STAR);
+    EXPECT_EQ(static_cast<VhdlOperator*>(times->right)->GetOperatorToken(), VHDL_POW);
+    auto* call = dynamic_cast<VhdlIndexedName*>(plus->right);
+    ASSERT_NE(call, nullptr);
+    EXPECT_NE(dynamic_cast<VhdlIndexedName*>(call->GetPrefix()), nullptr);
+    auto* d = static_cast<VhdlConstantDecl*>(pkg->GetDeclPart().At(1));
+    auto* cond = dynamic_cast<VhdlOperator*>(d->GetInitAssign());
+    ASSERT_NE(cond, nullptr);
+    EXPECT_EQ(cond->GetOperatorToken(), VHDL_COND);
+    auto* e = static_cast<VhdlConstantDecl*>(pkg->GetDeclPart().At(2));
+    EXPECT_NE(dynamic_cast<VhdlPhysicalLiteral*>(static_cast<VhdlOperator*>(e->GetInitAssign())->left), nullptr);
+    auto* n = static_cast<VhdlConstantDecl*>(pkg->GetDeclPart().At(3));
+    EXPECT_NE(dynamic_cast<VhdlAllocator*>(n->GetInitAssign()), nullptr);
+    auto* al = dynamic_cast<VhdlAliasDecl*>(pkg->GetDeclPart().At(4));
+    ASSERT_NE(al, nullptr);
+    EXPECT_NE(dynamic_cast<VhdlExternalName*>(al->name), nullptr);
+}
+
+TEST(VhdlParser, DeclarationsOfEveryKind) {
+    auto p = Parse(R"(
+package all_decls is
+  generic (type t; function f (x : t) return t is <>; package q is new work.g generic map (<>));
+  type e is ('0', '1', idle);
+  type r is range 0 to 10;
+  type phys is range 0 to 1000 units fs; ps = 1000 fs; end units;
+  type arr is array (natural range <>, e) of bit;
+  type rec is record a, b : bit; c : arr(0 to 1, e); end record;
+  type acc is access rec;
+  type inc;
+  type fl is file of character;
+  type prot is protected procedure p; impure function g return integer; end protected prot;
+  subtype sub is resolved bit_vector(1 to 2);
+  subtype elres is (resolved) std_ulogic_vector;
+  shared variable sv : prot;
+  file f1 : fl open read_mode is "x.txt";
+  alias a2 is "and" [bit, bit return bit];
+  attribute att : string;
+  attribute att of all_decls : package is "x";
+  group gt is (signal, label <>);
+  group g1 : gt (s1, l1);
+  function "+" (a, b : e) return e;
+  procedure pr parameter (signal s : inout bit; constant c : in integer := 0);
+  function fi is new f generic map (t => bit);
+  package inner is new work.gen generic map (w => 3);
+  disconnect all : bit after 1 ns;
+end package;
+package body all_decls is
+  type prot is protected body
+    variable v : integer := 0;
+    procedure p is begin v := v + 1; end procedure;
+    impure function g return integer is begin return v; end function g;
+  end protected body;
+end package body;
+)");
+    ASSERT_EQ(p->errors, 0u);
+    ASSERT_EQ(p->units.size(), 2u);
+    auto* pkg = static_cast<VhdlPackageDecl*>(p->units[0]);
+    EXPECT_EQ(pkg->GetGenericClause().Size(), 3u);
+    EXPECT_NE(dynamic_cast<VhdlInterfaceTypeDecl*>(pkg->GetGenericClause().At(0)), nullptr);
+    EXPECT_NE(dynamic_cast<VhdlInterfaceSubprogDecl*>(pkg->GetGenericClause().At(1)), nullptr);
+    EXPECT_NE(dynamic_cast<VhdlInterfacePackageDecl*>(pkg->GetGenericClause().At(2)), nullptr);
+    KindCollector kinds;
+    kinds.TraverseNode(pkg);
+    for (const char* k : {"ENUMERATIONTYPEDEF", "SCALARTYPEDEF", "PHYSICALTYPEDEF", "ARRAYTYPEDEF", "RECORDTYPEDEF",
+                          "ACCESSTYPEDEF", "INCOMPLETETYPEDECL", "FILETYPEDEF", "PROTECTEDTYPEDEF", "SUBTYPEDECL",
+                          "VARIABLEDECL", "FILEDECL", "ALIASDECL", "SIGNATUREDNAME", "ATTRIBUTEDECL",
+                          "ATTRIBUTESPEC", "GROUPTEMPLATEDECL", "GROUPDECL", "SUBPROGRAMDECL", "OPERATORID",
+                          "SUBPROGINSTANTIATIONDECL", "PACKAGEINSTANTIATIONDECL", "DISCONNECTIONSPEC"}) {
+        EXPECT_NE(std::find(kinds.kinds.begin(), kinds.kinds.end(), k), kinds.kinds.end()) << k;
+    }
+}
+
+TEST(VhdlParser, ConfigurationsNest) {
+    auto p = Parse(R"(
+configuration cfg of top is
+  use work.all;
+  for rtl
+    for u1 : sub use entity work.leaf(beh) generic map (N => 2); end for;
+    for all : sub2 use configuration work.c2; end for;
+    for gen(0)
+      for g : sub use open; end for;
+    end for;
+  end for;
+end configuration cfg;
+context ctx is library ieee; use ieee.std_logic_1164.all; end context;
+)");
+    ASSERT_EQ(p->errors, 0u);
+    ASSERT_EQ(p->units.size(), 2u);
+    auto* cfg = dynamic_cast<VhdlConfigurationDecl*>(p->units[0]);
+    ASSERT_NE(cfg, nullptr);
+    auto* block = cfg->GetBlockConfiguration();
+    ASSERT_NE(block, nullptr);
+    ASSERT_EQ(block->items.Size(), 3u);
+    auto* cc = dynamic_cast<VhdlComponentConfiguration*>(block->items.At(0));
+    ASSERT_NE(cc, nullptr);
+    EXPECT_EQ(cc->binding->entityAspect->entityClass, VHDL_ENTITY);
+    EXPECT_NE(dynamic_cast<VhdlAll*>(static_cast<VhdlComponentConfiguration*>(block->items.At(1))->componentSpec->labels.At(0)), nullptr);
+    auto* nested = dynamic_cast<VhdlBlockConfiguration*>(block->items.At(2));
+    ASSERT_NE(nested, nullptr);
+    EXPECT_EQ(nested->items.Size(), 1u);
+    EXPECT_NE(dynamic_cast<VhdlContextDecl*>(p->units[1]), nullptr);
+}
+
+TEST(VhdlParser, RecoversAtTheNextItem) {
+    test::MessageCapture capture;
+    auto p = Parse(R"(
+entity a is port (x : in bit; y : out ); end;
+architecture r of a is
+  signal s : bit;
+  signal : bad;
+begin
+  s <= x +* 1;
+  y <= s;
+end;
+entity b is end;
+)");
+    EXPECT_GE(p->errors, 2u);
+    EXPECT_GE(capture.Count(VERIFIC_ERROR), 2u);
+    ASSERT_EQ(p->units.size(), 3u);
+    auto* arch = static_cast<VhdlArchitectureBody*>(p->units[1]);
+    EXPECT_EQ(arch->GetDeclPart().Size(), 1u);
+    EXPECT_EQ(arch->GetStatementPart().Size(), 2u); // the broken assignment is kept, the next one too
+    EXPECT_EQ(p->units[2]->Name(), "b");
+}
+
+TEST(VhdlParser, HostileNestingIsRefused) {
+    test::MessageCapture capture;
+    std::string deep = "package p is constant c : integer := " + std::string(100000, '(') + "1" +
+                       std::string(100000, ')') + "; end;";
+    auto p = Parse(deep);
+    EXPECT_GE(p->errors, 1u);
+    EXPECT_LE(capture.Count(VERIFIC_ERROR), 60u);
+}
+
+TEST(VhdlParser, PositionsCoverTheNode) {
+    auto p = Parse("entity e is\nend entity;\n\narchitecture a of e is\nbegin\n  x <= y;\nend;\n");
+    ASSERT_EQ(p->units.size(), 2u);
+    const ColLineFile& loc = p->units[1]->Linefile();
+    EXPECT_EQ(loc.leftLine, 4u);
+    EXPECT_EQ(loc.leftCol, 1u);
+    EXPECT_EQ(loc.rightLine, 7u);
+    EXPECT_EQ(loc.rightCol, 4u);
+    auto* stmt = static_cast<VhdlArchitectureBody*>(p->units[1])->GetStatementPart().At(0);
+    EXPECT_EQ(stmt->Linefile().leftLine, 6u);
+    EXPECT_EQ(stmt->Linefile().leftCol, 3u);
+    EXPECT_EQ(stmt->Linefile().rightCol, 9u);
+    EXPECT_EQ(LineFile::GetFileName(&stmt->Linefile()), std::string("parser_test.vhd"));
+}
+
+TEST(VhdlParser, ClassIdsIndexTheKindTable) {
+    EXPECT_STREQ(VhdlClassName(VhdlEntityDecl::kClassId), "ENTITYDECL");
+    EXPECT_STREQ(VhdlClassName(VhdlComponentInstantiationStatement::kClassId), "COMPONENTINSTANTIATIONSTATEMENT");
+    EXPECT_STREQ(VhdlClassName(VhdlNull::kClassId), "NULL");
+    EXPECT_STREQ(VhdlClassName(0xC0000000u), "SCOPE");
+    EXPECT_STREQ(VhdlClassName(0xC0000000u + 204), "SCOPEDPACKAGEINSTELEMENT");
+    EXPECT_STREQ(VhdlClassName(0xC0000000u + 205), "?");
+    EXPECT_STREQ(VhdlClassName(0), "?");
+}
+
+TEST(VhdlParser, VisitorWalksInSourceOrderWithBaseFallback) {
+    auto p = Parse("entity e is generic (g : natural := 1); port (p : in bit); end;");
+    KindCollector kinds;
+    kinds.TraverseNode(p->units[0]);
+    std::vector<std::string> expect = {"ENTITYDECL", "ENTITYID", "INTERFACEDECL", "INTERFACEID", "IDREF", "INTEGER",
+                                       "INTERFACEDECL", "INTERFACEID", "IDREF"};
+    EXPECT_EQ(kinds.kinds, expect);
+
+    // Overriding a base class catches all derived kinds not overridden themselves.
+    class Ids : public VhdlVisitor {
+    public:
+        void Visit(VhdlIdDef& id) override { names.emplace_back(id.OrigName()); }
+        std::vector<std::string> names;
+    } ids;
+    ids.TraverseNode(p->units[0]);
+    std::vector<std::string> names = {"e", "g", "p"};
+    EXPECT_EQ(ids.names, names);
+}
+
+TEST(VhdlParser, CopiesAreEqualAndIndependent) {
+    auto p = Parse(kArchitecture);
+    auto q = Parse(kArchitecture);
+    ASSERT_EQ(p->errors, 0u);
+    EXPECT_TRUE(p->units[0]->IsEqual(q->units[0]));
+    Arena arena;
+    auto* copy = static_cast<VhdlArchitectureBody*>(p->units[0]->Copy(arena));
+    EXPECT_NE(copy, p->units[0]);
+    EXPECT_TRUE(copy->IsEqual(p->units[0]));
+    EXPECT_NE(copy->GetStatementPart().At(0), static_cast<VhdlArchitectureBody*>(p->units[0])->GetStatementPart().At(0));
+    // Changing the copy leaves the original alone and breaks equality.
+    static_cast<VhdlComponentInstantiationStatement*>(copy->statements[0])->portMap = VhdlNodeList();
+    EXPECT_FALSE(copy->IsEqual(p->units[0]));
+    auto r = Parse("architecture rtl of top is begin end;");
+    EXPECT_FALSE(r->units[0]->IsEqual(p->units[0]));
+}
+
+} // namespace
+} // namespace hdl
