@@ -1,0 +1,1270 @@
+// Parse-tree nodes of Verilog/SystemVerilog. Every node knows its class code, its
+// source range and how to walk its children in source order. Nodes live in the arena
+// of the library that holds their design unit; child lists are plain vectors of
+// pointers so that elaboration can copy a unit or unroll a generate by cloning nodes.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "hdl/base/LineFile.h"
+#include "hdl/sv/VeriClassIds.h"
+
+namespace hdl {
+
+class VeriVisitor;
+class VeriIdDef;
+class VeriModule;
+class VeriLibrary;
+class VeriTreeNode;
+class VeriStatement;
+
+// X(Class, Base): every concrete and abstract node class, bases before derived ones.
+#define HDL_VERI_NODE_CLASSES(X)                                                          \
+    X(VeriExpression, VeriTreeNode) X(VeriName, VeriExpression)                          \
+    X(VeriIdRef, VeriName) X(VeriIndexedId, VeriName) X(VeriIndexedMemoryId, VeriName)   \
+    X(VeriSelectedName, VeriName) X(VeriScopeName, VeriName)                             \
+    X(VeriConst, VeriExpression) X(VeriIntVal, VeriConst) X(VeriRealVal, VeriConst)      \
+    X(VeriConstVal, VeriConst) X(VeriTimeLiteral, VeriConst)                             \
+    X(VeriDollar, VeriExpression) X(VeriNull, VeriExpression)                            \
+    X(VeriKeyword, VeriExpression)                                                       \
+    X(VeriUnaryOperator, VeriExpression) X(VeriBinaryOperator, VeriExpression)           \
+    X(VeriQuestionColon, VeriExpression) X(VeriConcat, VeriExpression)                   \
+    X(VeriMultiConcat, VeriExpression) X(VeriStreamingConcat, VeriExpression)            \
+    X(VeriFunctionCall, VeriExpression) X(VeriSystemFunctionCall, VeriExpression)        \
+    X(VeriMinTypMaxExpr, VeriExpression) X(VeriAssignmentPattern, VeriExpression)        \
+    X(VeriMultiAssignmentPattern, VeriExpression) X(VeriCast, VeriExpression)           \
+    X(VeriNew, VeriExpression) X(VeriPortConnect, VeriExpression)                        \
+    X(VeriPortOpen, VeriExpression) X(VeriDotStar, VeriExpression)                       \
+    X(VeriEventExpression, VeriExpression) X(VeriRange, VeriExpression)                  \
+    X(VeriTypeOperator, VeriExpression) X(VeriTaggedUnion, VeriExpression)               \
+    X(VeriDataType, VeriExpression) X(VeriTypeRef, VeriDataType)                         \
+    X(VeriStructUnion, VeriDataType) X(VeriEnum, VeriDataType)                           \
+    X(VeriNetDataType, VeriDataType)                                                     \
+    X(VeriStrength, VeriTreeNode) X(VeriDelayOrEventControl, VeriTreeNode)               \
+    X(VeriIdDef, VeriTreeNode) X(VeriVariable, VeriIdDef) X(VeriParamId, VeriIdDef)      \
+    X(VeriGenVarId, VeriIdDef) X(VeriModuleId, VeriIdDef) X(VeriInterfaceId, VeriIdDef)  \
+    X(VeriProgramId, VeriIdDef) X(VeriInstId, VeriIdDef) X(VeriFunctionId, VeriIdDef)    \
+    X(VeriTaskId, VeriIdDef) X(VeriBlockId, VeriIdDef) X(VeriTypeId, VeriIdDef)          \
+    X(VeriModportId, VeriIdDef) X(VeriUdpId, VeriIdDef) X(VeriLabelId, VeriIdDef)        \
+    X(VeriConfigurationId, VeriIdDef) X(VeriCheckerId, VeriIdDef)                        \
+    X(VeriClockingId, VeriIdDef) X(VeriPrototypeId, VeriIdDef)                           \
+    X(VeriAnsiPortDecl, VeriTreeNode) X(VeriNetRegAssign, VeriTreeNode)                  \
+    X(VeriDefParamAssign, VeriTreeNode) X(VeriGenerateCaseItem, VeriTreeNode)            \
+    X(VeriCaseItem, VeriTreeNode)                                                        \
+    X(VeriModuleItem, VeriTreeNode) X(VeriDataDecl, VeriModuleItem)                      \
+    X(VeriNetDecl, VeriDataDecl) X(VeriModuleInstantiation, VeriModuleItem)              \
+    X(VeriGateInstantiation, VeriModuleItem) X(VeriContinuousAssign, VeriModuleItem)     \
+    X(VeriAlwaysConstruct, VeriModuleItem) X(VeriInitialConstruct, VeriModuleItem)       \
+    X(VeriGenerateConstruct, VeriModuleItem) X(VeriGenerateFor, VeriModuleItem)          \
+    X(VeriGenerateConditional, VeriModuleItem) X(VeriGenerateCase, VeriModuleItem)       \
+    X(VeriGenerateBlock, VeriModuleItem) X(VeriFunctionDecl, VeriModuleItem)             \
+    X(VeriTaskDecl, VeriFunctionDecl) X(VeriDefParam, VeriModuleItem)                      \
+    X(VeriModport, VeriModuleItem) X(VeriModportDecl, VeriModuleItem)                    \
+    X(VeriImportDecl, VeriModuleItem) X(VeriExportDecl, VeriModuleItem)                  \
+    X(VeriSkippedItem, VeriModuleItem) X(VeriClass, VeriSkippedItem) X(VeriCovergroup, VeriSkippedItem)                       \
+    X(VeriPropertyDecl, VeriSkippedItem) X(VeriSequenceDecl, VeriSkippedItem)              \
+    X(VeriClockingDecl, VeriSkippedItem) X(VeriConstraintDecl, VeriSkippedItem)           \
+    X(VeriLetDecl, VeriSkippedItem) X(VeriSpecifyBlock, VeriSkippedItem)                   \
+    X(VeriBindDirective, VeriModuleItem) X(VeriNetAlias, VeriModuleItem)                 \
+    X(VeriTimeUnit, VeriModuleItem) X(VeriTable, VeriSkippedItem)                         \
+    X(VeriModule, VeriModuleItem) X(VeriInterface, VeriModule) X(VeriProgram, VeriModule) \
+    X(VeriPackage, VeriModule) X(VeriPrimitive, VeriModule) X(VeriChecker, VeriModule)   \
+    X(VeriConfiguration, VeriModule)                                                     \
+    X(VeriStatement, VeriModuleItem) X(VeriSeqBlock, VeriStatement)                      \
+    X(VeriParBlock, VeriSeqBlock) X(VeriBlockingAssign, VeriStatement)                  \
+    X(VeriNonBlockingAssign, VeriStatement) X(VeriConditionalStatement, VeriStatement)   \
+    X(VeriCaseStatement, VeriStatement) X(VeriFor, VeriStatement)                        \
+    X(VeriWhile, VeriStatement) X(VeriDoWhile, VeriWhile) X(VeriRepeat, VeriStatement) \
+    X(VeriForever, VeriStatement) X(VeriForeach, VeriStatement)                          \
+    X(VeriEventControlStatement, VeriStatement) X(VeriDelayControlStatement, VeriStatement) \
+    X(VeriTaskEnable, VeriStatement) X(VeriSystemTaskEnable, VeriStatement)              \
+    X(VeriJumpStatement, VeriStatement) X(VeriNullStatement, VeriStatement)              \
+    X(VeriWait, VeriStatement) X(VeriDisable, VeriStatement)                             \
+    X(VeriEventTrigger, VeriStatement) X(VeriAssign, VeriStatement)                      \
+    X(VeriDeAssign, VeriStatement) X(VeriForce, VeriAssign)                           \
+    X(VeriRelease, VeriDeAssign) X(VeriAssertion, VeriStatement)
+
+// Declarations visible in one region (unit, generate block, subprogram, named block).
+// Lookup goes outward through `upper`, then through wildcard imports of each region.
+class VeriScope {
+public:
+    VeriScope(VeriScope* upper, VeriTreeNode* owner) : upper_(upper), owner_(owner) {}
+    // False when the name was already declared here (the first declaration stays).
+    bool declare(std::string_view name, VeriIdDef* id);
+    VeriIdDef* findLocal(std::string_view name) const;
+    VeriScope* Upper() const { return upper_; }
+    VeriTreeNode* Owner() const { return owner_; }
+    void addImport(VeriModule* package, std::string_view item) { imports_.push_back({package, item}); }
+    struct Import {
+        VeriModule* package;
+        std::string_view item; // empty for `pkg::*`
+    };
+    const std::vector<Import>& imports() const { return imports_; }
+    // Declarations in order of declaration.
+    const std::vector<VeriIdDef*>& declarations() const { return order_; }
+    VeriModule* GetContainingModule() const;
+
+private:
+    VeriScope* upper_;
+    VeriTreeNode* owner_;
+    std::unordered_map<std::string_view, VeriIdDef*> ids_;
+    std::vector<VeriIdDef*> order_;
+    std::vector<Import> imports_;
+};
+
+// (* name = value *) attached to a node.
+struct VeriAttribute {
+    std::string_view name;
+    class VeriExpression* value = nullptr;
+};
+
+class VeriTreeNode {
+public:
+    virtual ~VeriTreeNode() = default;
+    virtual uint32_t GetClassId() const { return ID_VERITREENODE; }
+    virtual void Accept(VeriVisitor& v);
+    // Visits the children in source order.
+    virtual void WalkChildren(VeriVisitor&) {}
+    const ColLineFile& Linefile() const { return loc; }
+    const std::vector<VeriAttribute>* GetAttributes() const { return attributes.empty() ? nullptr : &attributes; }
+
+    ColLineFile loc;
+    std::vector<VeriAttribute> attributes;
+};
+
+#define HDL_VERI_NODE(cls, code)                                          \
+    uint32_t GetClassId() const override { return ID_VERI##code; }       \
+    void Accept(VeriVisitor& v) override
+#define HDL_VERI_WALK void WalkChildren(VeriVisitor& v) override
+
+// ---------------------------------------------------------------- expressions
+
+class VeriExpression : public VeriTreeNode {
+public:
+    // The declaration an expression names, when it is a resolved name.
+    virtual VeriIdDef* GetId() const { return nullptr; }
+    virtual std::string_view GetName() const { return {}; }
+};
+
+class VeriName : public VeriExpression {};
+
+class VeriIdRef : public VeriName {
+public:
+    HDL_VERI_NODE(VeriIdRef, IDREF);
+    VeriIdDef* GetId() const override { return id; }
+    std::string_view GetName() const override { return name; }
+    std::string_view name;
+    VeriIdDef* id = nullptr;
+};
+
+// prefix[index] (one index, or a part select as a VeriRange).
+class VeriIndexedId : public VeriName {
+public:
+    HDL_VERI_NODE(VeriIndexedId, INDEXEDID);
+    HDL_VERI_WALK;
+    VeriIdDef* GetId() const override { return prefix ? prefix->GetId() : nullptr; }
+    std::string_view GetName() const override { return prefix ? prefix->GetName() : std::string_view(); }
+    VeriExpression* GetPrefix() const { return prefix; }
+    VeriExpression* GetIndexExpr() const { return index; }
+    VeriExpression* prefix = nullptr;
+    VeriExpression* index = nullptr;
+};
+
+// prefix[i][j]... with more than one index.
+class VeriIndexedMemoryId : public VeriName {
+public:
+    HDL_VERI_NODE(VeriIndexedMemoryId, INDEXEDMEMORYID);
+    HDL_VERI_WALK;
+    VeriIdDef* GetId() const override { return prefix ? prefix->GetId() : nullptr; }
+    std::string_view GetName() const override { return prefix ? prefix->GetName() : std::string_view(); }
+    VeriExpression* prefix = nullptr;
+    std::vector<VeriExpression*> indexes;
+};
+
+// prefix.suffix: hierarchical reference, struct member or interface item. The prefix is
+// resolved where it names a local declaration; the suffix is left for elaboration.
+class VeriSelectedName : public VeriName {
+public:
+    HDL_VERI_NODE(VeriSelectedName, SELECTEDNAME);
+    HDL_VERI_WALK;
+    VeriIdDef* GetId() const override { return id; }
+    std::string_view GetName() const override { return suffix; }
+    VeriExpression* GetPrefix() const { return prefix; }
+    std::string_view GetSuffix() const { return suffix; }
+    VeriExpression* prefix = nullptr;
+    std::string_view suffix;
+    VeriIdDef* id = nullptr; // the suffix's declaration when the prefix is a package
+};
+
+// scope::name (package or class scope).
+class VeriScopeName : public VeriName {
+public:
+    HDL_VERI_NODE(VeriScopeName, SCOPENAME);
+    HDL_VERI_WALK;
+    VeriIdDef* GetId() const override { return id; }
+    std::string_view GetName() const override { return name; }
+    VeriExpression* prefix = nullptr; // the scope (a VeriIdRef, maybe with parameters)
+    std::vector<VeriExpression*> paramValues; // C#(...)::name
+    std::string_view name;
+    VeriIdDef* id = nullptr;
+};
+
+class VeriConst : public VeriExpression {};
+
+class VeriIntVal : public VeriConst {
+public:
+    HDL_VERI_NODE(VeriIntVal, INTVAL);
+    int64_t value = 0;
+};
+
+class VeriRealVal : public VeriConst {
+public:
+    HDL_VERI_NODE(VeriRealVal, REALVAL);
+    double value = 0;
+};
+
+// Based numbers, unbased '0/'1/'x/'z and strings, kept as written.
+class VeriConstVal : public VeriConst {
+public:
+    HDL_VERI_NODE(VeriConstVal, CONSTVAL);
+    bool IsString() const { return isString; }
+    std::string_view text;
+    uint32_t size = 0; // 0 when unsized
+    bool isSigned = false;
+    bool isString = false;
+    bool isUnbased = false;
+};
+
+class VeriTimeLiteral : public VeriConst {
+public:
+    HDL_VERI_NODE(VeriTimeLiteral, TIMELITERAL);
+    std::string_view text;
+};
+
+class VeriDollar : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriDollar, DOLLAR);
+};
+
+class VeriNull : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriNull, NULL);
+};
+
+// A keyword used as an expression: this, super, default, `type` keywords in patterns.
+class VeriKeyword : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriKeyword, KEYWORD);
+    unsigned token = 0;
+};
+
+class VeriUnaryOperator : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriUnaryOperator, UNARYOPERATOR);
+    HDL_VERI_WALK;
+    unsigned oper = 0;
+    bool postfix = false; // x++ / x--
+    VeriExpression* arg = nullptr;
+};
+
+class VeriBinaryOperator : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriBinaryOperator, BINARYOPERATOR);
+    HDL_VERI_WALK;
+    unsigned oper = 0;
+    VeriExpression* left = nullptr;
+    VeriExpression* right = nullptr; // for `inside` and `dist` a VeriConcat of the items
+};
+
+class VeriQuestionColon : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriQuestionColon, QUESTIONCOLON);
+    HDL_VERI_WALK;
+    VeriExpression* cond = nullptr;
+    VeriExpression* thenExpr = nullptr;
+    VeriExpression* elseExpr = nullptr;
+};
+
+class VeriConcat : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriConcat, CONCAT);
+    HDL_VERI_WALK;
+    std::vector<VeriExpression*> exprs;
+};
+
+class VeriMultiConcat : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriMultiConcat, MULTICONCAT);
+    HDL_VERI_WALK;
+    VeriExpression* repeat = nullptr;
+    std::vector<VeriExpression*> exprs;
+};
+
+// {<< size {exprs}} / {>> {exprs}}
+class VeriStreamingConcat : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriStreamingConcat, STREAMINGCONCAT);
+    HDL_VERI_WALK;
+    unsigned oper = 0; // <<, >>
+    VeriExpression* sliceSize = nullptr;
+    std::vector<VeriExpression*> exprs;
+};
+
+class VeriFunctionCall : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriFunctionCall, FUNCTIONCALL);
+    HDL_VERI_WALK;
+    VeriIdDef* GetId() const override { return func ? func->GetId() : nullptr; }
+    std::string_view GetName() const override { return func ? func->GetName() : std::string_view(); }
+    VeriExpression* func = nullptr;
+    std::vector<VeriExpression*> args;
+    VeriExpression* with = nullptr; // array method `with (expr)` or randomize `with {...}`
+};
+
+class VeriSystemFunctionCall : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriSystemFunctionCall, SYSTEMFUNCTIONCALL);
+    HDL_VERI_WALK;
+    std::string_view GetName() const override { return name; }
+    std::string_view name; // with the '$'
+    std::vector<VeriExpression*> args;
+};
+
+class VeriMinTypMaxExpr : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriMinTypMaxExpr, MINTYPMAXEXPR);
+    HDL_VERI_WALK;
+    VeriExpression* minExpr = nullptr;
+    VeriExpression* typExpr = nullptr;
+    VeriExpression* maxExpr = nullptr;
+};
+
+// [type]'{a, b, key: value, default: value}
+class VeriAssignmentPattern : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriAssignmentPattern, ASSIGNMENTPATTERN);
+    HDL_VERI_WALK;
+    VeriExpression* type = nullptr;
+    std::vector<VeriExpression*> exprs; // keyed items are VeriPortConnect-free pairs: key: value as VeriBinaryOperator(COLON)
+};
+
+// '{n{a, b}}
+class VeriMultiAssignmentPattern : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriMultiAssignmentPattern, MULTIASSIGNMENTPATTERN);
+    HDL_VERI_WALK;
+    VeriExpression* type = nullptr;
+    VeriExpression* repeat = nullptr;
+    std::vector<VeriExpression*> exprs;
+};
+
+// type'(expr), size'(expr), signed'(expr)
+class VeriCast : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriCast, CAST);
+    HDL_VERI_WALK;
+    VeriExpression* target = nullptr;
+    VeriExpression* expr = nullptr;
+};
+
+class VeriNew : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriNew, NEW);
+    HDL_VERI_WALK;
+    VeriExpression* size = nullptr; // new [size]
+    std::vector<VeriExpression*> args;
+};
+
+// .name(expr) in port and parameter lists, and key: value items.
+class VeriPortConnect : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriPortConnect, PORTCONNECT);
+    HDL_VERI_WALK;
+    std::string_view GetName() const override { return portName; }
+    std::string_view GetNamedFormal() const { return portName; }
+    VeriExpression* GetConnection() const { return connection; }
+    std::string_view portName;
+    VeriExpression* connection = nullptr; // null for `.name()`; a VeriIdRef of the name for `.name`
+    bool implicit = false;                // `.name` without parentheses
+};
+
+class VeriPortOpen : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriPortOpen, PORTOPEN);
+};
+
+class VeriDotStar : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriDotStar, DOTSTAR);
+};
+
+// [posedge|negedge|edge] expr [iff cond]
+class VeriEventExpression : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriEventExpression, EVENTEXPRESSION);
+    HDL_VERI_WALK;
+    unsigned edge = 0;
+    VeriExpression* expr = nullptr;
+    VeriExpression* iffCond = nullptr;
+};
+
+// [left:right], [left+:width], [left-:width], [size], [$], [*], [type] (associative).
+class VeriRange : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriRange, RANGE);
+    HDL_VERI_WALK;
+    VeriExpression* GetLeft() const { return left; }
+    VeriExpression* GetRight() const { return right; }
+    unsigned GetPartSelectToken() const { return partSelect; }
+    VeriRange* GetNext() const { return next; }
+    VeriExpression* left = nullptr;
+    VeriExpression* right = nullptr; // null for a single size or index
+    unsigned partSelect = 0;         // 0, VT_COLON, VT_PLUS_COLON, VT_MINUS_COLON
+    bool unsizedDim = false;         // [] or [*]
+    VeriRange* next = nullptr;       // the next dimension
+};
+
+// type(expr) or type(data_type)
+class VeriTypeOperator : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriTypeOperator, TYPEOPERATOR);
+    HDL_VERI_WALK;
+    VeriExpression* arg = nullptr;
+};
+
+// tagged Member [expr]
+class VeriTaggedUnion : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriTaggedUnion, TAGGEDUNION);
+    HDL_VERI_WALK;
+    std::string_view member;
+    VeriExpression* expr = nullptr;
+};
+
+// A built-in data type: base type keyword (0 for implicit), signing and packed dimensions.
+class VeriDataType : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriDataType, DATATYPE);
+    HDL_VERI_WALK;
+    unsigned GetType() const { return type; }
+    unsigned GetSigning() const { return signing; }
+    VeriRange* GetDimensions() const { return dimensions; }
+    unsigned type = 0;
+    unsigned signing = 0;
+    VeriRange* dimensions = nullptr;
+};
+
+// A named type: typedef name, pkg::type, interface port type (intf.modport), class type.
+class VeriTypeRef : public VeriDataType {
+public:
+    HDL_VERI_NODE(VeriTypeRef, TYPEREF);
+    HDL_VERI_WALK;
+    VeriIdDef* GetId() const override { return typeName ? typeName->GetId() : nullptr; }
+    std::string_view GetName() const override { return typeName ? typeName->GetName() : std::string_view(); }
+    VeriExpression* typeName = nullptr;
+    std::vector<VeriExpression*> paramValues; // class#(...)
+};
+
+class VeriStructUnion : public VeriDataType {
+public:
+    HDL_VERI_NODE(VeriStructUnion, STRUCTUNION);
+    HDL_VERI_WALK;
+    // type is VT_STRUCT or VT_UNION
+    bool packed = false;
+    bool tagged = false;
+    std::vector<class VeriDataDecl*> members;
+    VeriScope* scope = nullptr;
+};
+
+class VeriEnum : public VeriDataType {
+public:
+    HDL_VERI_NODE(VeriEnum, ENUM);
+    HDL_VERI_WALK;
+    VeriDataType* baseType = nullptr;
+    std::vector<class VeriParamId*> literals;
+};
+
+// A net type with a data type: `wire logic [3:0]`.
+class VeriNetDataType : public VeriDataType {
+public:
+    HDL_VERI_NODE(VeriNetDataType, NETDATATYPE);
+    HDL_VERI_WALK;
+    VeriDataType* dataType = nullptr;
+};
+
+class VeriStrength : public VeriTreeNode {
+public:
+    HDL_VERI_NODE(VeriStrength, STRENGTH);
+    unsigned lval = 0;
+    unsigned rval = 0;
+};
+
+// #delay, #(d1, d2, d3), @(event), @*, ##n, repeat(n) @(event)
+class VeriDelayOrEventControl : public VeriTreeNode {
+public:
+    HDL_VERI_NODE(VeriDelayOrEventControl, DELAYOREVENTCONTROL);
+    HDL_VERI_WALK;
+    std::vector<VeriExpression*> delays;
+    std::vector<VeriExpression*> events;
+    bool implicitEvent = false; // @* / @(*)
+    VeriExpression* repeat = nullptr;
+    bool cycleDelay = false;
+};
+
+// ---------------------------------------------------------------- identifiers
+
+class VeriIdDef : public VeriTreeNode {
+public:
+    std::string_view Name() const { return name; }
+    std::string_view GetName() const { return name; }
+    virtual bool IsPort() const { return false; }
+    virtual unsigned GetDir() const { return 0; }
+    virtual VeriDataType* GetDataType() const { return nullptr; }
+    virtual VeriRange* GetDimensions() const { return nullptr; }
+    virtual VeriExpression* GetInitialValue() const { return nullptr; }
+    virtual bool IsType() const { return false; }
+    virtual bool IsParam() const { return false; }
+    // Set by elaboration on identifiers it creates when unrolling generates.
+    bool IsGenerateElabCreated() const { return generateElabCreated; }
+    // The scope this identifier opens (units, blocks, subprograms), if any.
+    VeriScope* LocalScope() const { return scope; }
+    // The node that declares this identifier (unit, block, declaration, instantiation).
+    VeriTreeNode* declaration = nullptr;
+    std::string_view name;
+    VeriScope* scope = nullptr;
+    bool generateElabCreated = false;
+};
+
+// Nets, variables, ports (with or without data declaration), struct members, events.
+class VeriVariable : public VeriIdDef {
+public:
+    HDL_VERI_NODE(VeriVariable, VARIABLE);
+    HDL_VERI_WALK;
+    bool IsPort() const override { return dir != 0; }
+    unsigned GetDir() const override { return dir; }
+    VeriDataType* GetDataType() const override { return dataType; }
+    VeriRange* GetDimensions() const override { return dimensions; }
+    VeriExpression* GetInitialValue() const override { return initialValue; }
+    bool IsInterfacePort() const { return interfacePort; }
+    unsigned dir = 0; // VT_INPUT, VT_OUTPUT, VT_INOUT, VT_REF
+    VeriDataType* dataType = nullptr; // shared with the declaration; not a child
+    VeriRange* dimensions = nullptr;   // unpacked dimensions
+    VeriExpression* initialValue = nullptr;
+    bool interfacePort = false;
+};
+
+// parameter, localparam, specparam, type parameter, enum literal.
+class VeriParamId : public VeriIdDef {
+public:
+    HDL_VERI_NODE(VeriParamId, PARAMID);
+    HDL_VERI_WALK;
+    bool IsParam() const override { return true; }
+    bool IsType() const override { return isType; }
+    VeriDataType* GetDataType() const override { return dataType; }
+    VeriRange* GetDimensions() const override { return dimensions; }
+    VeriExpression* GetInitialValue() const override { return initialValue; }
+    unsigned GetParamType() const { return paramType; }
+    VeriDataType* dataType = nullptr; // shared with the declaration; not a child
+    VeriRange* dimensions = nullptr;
+    VeriExpression* initialValue = nullptr; // for a type parameter the default type
+    unsigned paramType = 0;                 // VT_PARAMETER, VT_LOCALPARAM, VT_SPECPARAM
+    bool isType = false;
+    bool enumLiteral = false;
+};
+
+#define HDL_VERI_SIMPLE_ID(cls, code)     \
+    class cls : public VeriIdDef {       \
+    public:                              \
+        HDL_VERI_NODE(cls, code);        \
+    };
+HDL_VERI_SIMPLE_ID(VeriGenVarId, GENVARID)
+HDL_VERI_SIMPLE_ID(VeriModuleId, MODULEID)
+HDL_VERI_SIMPLE_ID(VeriInterfaceId, INTERFACEID)
+HDL_VERI_SIMPLE_ID(VeriProgramId, PROGRAMID)
+HDL_VERI_SIMPLE_ID(VeriFunctionId, FUNCTIONID)
+HDL_VERI_SIMPLE_ID(VeriTaskId, TASKID)
+HDL_VERI_SIMPLE_ID(VeriBlockId, BLOCKID)
+HDL_VERI_SIMPLE_ID(VeriModportId, MODPORTID)
+HDL_VERI_SIMPLE_ID(VeriUdpId, UDPID)
+HDL_VERI_SIMPLE_ID(VeriLabelId, LABELID)
+HDL_VERI_SIMPLE_ID(VeriConfigurationId, CONFIGURATIONID)
+HDL_VERI_SIMPLE_ID(VeriCheckerId, CHECKERID)
+HDL_VERI_SIMPLE_ID(VeriClockingId, CLOCKINGID)
+#undef HDL_VERI_SIMPLE_ID
+
+// One instance of a module/interface/program/gate instantiation.
+class VeriInstId : public VeriIdDef {
+public:
+    HDL_VERI_NODE(VeriInstId, INSTID);
+    HDL_VERI_WALK;
+    VeriRange* GetDimensions() const override { return dimensions; }
+    const std::vector<VeriExpression*>& GetPortConnects() const { return portConnects; }
+    VeriRange* dimensions = nullptr;
+    std::vector<VeriExpression*> portConnects;
+};
+
+// A typedef name (forward typedefs too).
+class VeriTypeId : public VeriIdDef {
+public:
+    HDL_VERI_NODE(VeriTypeId, TYPEID);
+    bool IsType() const override { return true; }
+    VeriDataType* GetDataType() const override { return dataType; }
+    VeriDataType* dataType = nullptr; // shared with the declaration; not a child
+};
+
+// A port of a modport: direction and name, or an expression port .name(expr).
+class VeriPrototypeId : public VeriIdDef {
+public:
+    HDL_VERI_NODE(VeriPrototypeId, PROTOTYPEID);
+    HDL_VERI_WALK;
+    bool IsPort() const override { return true; }
+    unsigned GetDir() const override { return dir; }
+    unsigned dir = 0; // direction, or VT_IMPORT/VT_EXPORT for subprogram ports, VT_CLOCKING
+    VeriExpression* expr = nullptr;
+};
+
+// ---------------------------------------------------------------- items
+
+// A port declaration in an ANSI header: direction, kind, data type, identifiers.
+class VeriAnsiPortDecl : public VeriTreeNode {
+public:
+    HDL_VERI_NODE(VeriAnsiPortDecl, ANSIPORTDECL);
+    HDL_VERI_WALK;
+    unsigned GetDir() const { return dir; }
+    unsigned GetKind() const { return kind; }
+    VeriDataType* GetDataType() const { return dataType; }
+    const std::vector<VeriIdDef*>& GetIds() const { return ids; }
+    unsigned dir = 0;
+    unsigned kind = 0; // net type or VT_VAR/VT_REG, 0 when not written
+    VeriDataType* dataType = nullptr;
+    std::vector<VeriIdDef*> ids;
+    bool interfacePort = false; // interface port (generic when dataType names `interface`)
+    std::string_view modport;   // intf.modport
+};
+
+class VeriNetRegAssign : public VeriTreeNode {
+public:
+    HDL_VERI_NODE(VeriNetRegAssign, NETREGASSIGN);
+    HDL_VERI_WALK;
+    VeriExpression* GetLValExpr() const { return lval; }
+    VeriExpression* GetRValExpr() const { return rval; }
+    VeriExpression* lval = nullptr;
+    VeriExpression* rval = nullptr;
+};
+
+class VeriDefParamAssign : public VeriTreeNode {
+public:
+    HDL_VERI_NODE(VeriDefParamAssign, DEFPARAMASSIGN);
+    HDL_VERI_WALK;
+    VeriExpression* lval = nullptr;
+    VeriExpression* rval = nullptr;
+};
+
+class VeriModuleItem : public VeriTreeNode {
+public:
+    // Qualifiers written in front (static, virtual, local, rand, ...).
+    std::vector<unsigned> qualifiers;
+};
+
+// Variables, parameters, genvars, typedefs, non-ANSI port declarations.
+class VeriDataDecl : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriDataDecl, DATADECL);
+    HDL_VERI_WALK;
+    unsigned GetDir() const { return dir; }
+    unsigned GetDeclType() const { return kind; }
+    VeriDataType* GetDataType() const { return dataType; }
+    const std::vector<VeriIdDef*>& GetIds() const { return ids; }
+    bool IsTypedef() const;
+    unsigned dir = 0;
+    // VT_REG, VT_VAR, VT_PARAMETER, VT_LOCALPARAM, VT_SPECPARAM, VT_GENVAR, VT_TYPEDEF,
+    // VT_CONST, VT_EVENT, a net type for port declarations with one; 0 otherwise
+    unsigned kind = 0;
+    VeriDataType* dataType = nullptr;
+    std::vector<VeriIdDef*> ids;
+};
+
+class VeriNetDecl : public VeriDataDecl {
+public:
+    HDL_VERI_NODE(VeriNetDecl, NETDECL);
+    HDL_VERI_WALK;
+    unsigned GetNetType() const { return kind; }
+    VeriStrength* GetStrength() const { return strength; }
+    VeriStrength* strength = nullptr;
+    std::vector<VeriExpression*> delays;
+    unsigned vectoring = 0; // VT_VECTORED / VT_SCALARED
+};
+
+class VeriModuleInstantiation : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriModuleInstantiation, MODULEINSTANTIATION);
+    HDL_VERI_WALK;
+    std::string_view GetModuleName() const { return moduleName ? moduleName->GetName() : std::string_view(); }
+    VeriExpression* GetModuleNameRef() const { return moduleName; }
+    const std::vector<VeriExpression*>& GetParamValues() const { return paramValues; }
+    const std::vector<VeriInstId*>& GetInstances() const { return instances; }
+    // Resolved unit, set when the instantiated unit was known at analysis.
+    VeriModule* GetInstantiatedModule() const { return module; }
+    VeriExpression* moduleName = nullptr; // VeriIdRef, or VeriScopeName for lib.cell
+    VeriStrength* strength = nullptr;
+    std::vector<VeriExpression*> paramValues;
+    std::vector<VeriInstId*> instances;
+    VeriModule* module = nullptr;
+};
+
+class VeriGateInstantiation : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriGateInstantiation, GATEINSTANTIATION);
+    HDL_VERI_WALK;
+    unsigned GetInstType() const { return gate; }
+    unsigned gate = 0;
+    VeriStrength* strength = nullptr;
+    std::vector<VeriExpression*> delays;
+    std::vector<VeriInstId*> instances;
+};
+
+class VeriContinuousAssign : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriContinuousAssign, CONTINUOUSASSIGN);
+    HDL_VERI_WALK;
+    VeriStrength* strength = nullptr;
+    VeriDelayOrEventControl* delay = nullptr;
+    std::vector<VeriNetRegAssign*> assigns;
+};
+
+// always, always_comb, always_ff, always_latch
+class VeriAlwaysConstruct : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriAlwaysConstruct, ALWAYSCONSTRUCT);
+    HDL_VERI_WALK;
+    unsigned kind = 0;
+    VeriStatement* stmt = nullptr;
+};
+
+// initial, and final (isFinal)
+class VeriInitialConstruct : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriInitialConstruct, INITIALCONSTRUCT);
+    HDL_VERI_WALK;
+    bool isFinal = false;
+    VeriStatement* stmt = nullptr;
+};
+
+// generate ... endgenerate
+class VeriGenerateConstruct : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriGenerateConstruct, GENERATECONSTRUCT);
+    HDL_VERI_WALK;
+    const std::vector<VeriModuleItem*>& GetItems() const { return items; }
+    std::vector<VeriModuleItem*> items;
+};
+
+// for (init; cond; rep) item. The item is usually a VeriGenerateBlock.
+class VeriGenerateFor : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriGenerateFor, GENERATEFOR);
+    HDL_VERI_WALK;
+    VeriModuleItem* init = nullptr;       // genvar declaration or VeriBlockingAssign
+    VeriExpression* cond = nullptr;
+    VeriStatement* rep = nullptr;
+    VeriModuleItem* item = nullptr;
+    VeriBlockId* GetBlockId() const;
+};
+
+class VeriGenerateConditional : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriGenerateConditional, GENERATECONDITIONAL);
+    HDL_VERI_WALK;
+    VeriExpression* GetIfExpr() const { return cond; }
+    VeriModuleItem* GetThenItem() const { return thenItem; }
+    VeriModuleItem* GetElseItem() const { return elseItem; }
+    void SetThenItem(VeriModuleItem* item) { thenItem = item; }
+    void SetElseItem(VeriModuleItem* item) { elseItem = item; }
+    VeriExpression* cond = nullptr;
+    VeriModuleItem* thenItem = nullptr;
+    VeriModuleItem* elseItem = nullptr;
+};
+
+class VeriGenerateCaseItem : public VeriTreeNode {
+public:
+    HDL_VERI_NODE(VeriGenerateCaseItem, GENERATECASEITEM);
+    HDL_VERI_WALK;
+    std::vector<VeriExpression*> conditions; // empty for default
+    VeriModuleItem* item = nullptr;
+};
+
+class VeriGenerateCase : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriGenerateCase, GENERATECASE);
+    HDL_VERI_WALK;
+    VeriExpression* cond = nullptr;
+    std::vector<VeriGenerateCaseItem*> items;
+};
+
+// begin [: name] items end, in a generate region (named or not).
+class VeriGenerateBlock : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriGenerateBlock, GENERATEBLOCK);
+    HDL_VERI_WALK;
+    VeriBlockId* GetBlockId() const { return blockId; }
+    const std::vector<VeriModuleItem*>& GetItems() const { return items; }
+    VeriBlockId* blockId = nullptr; // null for an unnamed block
+    std::vector<VeriModuleItem*> items;
+    VeriScope* scope = nullptr;
+};
+
+// function [lifetime] [type] name (ports); decls stmts endfunction; DPI imports too.
+class VeriFunctionDecl : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriFunctionDecl, FUNCTIONDECL);
+    HDL_VERI_WALK;
+    VeriIdDef* GetId() const { return id; }
+    VeriExpression* prefix = nullptr; // class scope of an out-of-block definition
+    VeriIdDef* id = nullptr;
+    VeriDataType* returnType = nullptr;
+    std::vector<VeriTreeNode*> ports; // VeriAnsiPortDecl, or empty with port decls in `decls`
+    std::vector<VeriModuleItem*> decls;
+    std::vector<VeriStatement*> stmts;
+    unsigned lifetime = 0;
+    unsigned dpi = 0; // VT_IMPORT / VT_EXPORT for DPI declarations (no body)
+    bool prototype = false; // extern/pure virtual/DPI: no body
+    VeriScope* scope = nullptr;
+};
+
+class VeriTaskDecl : public VeriFunctionDecl {
+public:
+    HDL_VERI_NODE(VeriTaskDecl, TASKDECL);
+};
+
+class VeriDefParam : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriDefParam, DEFPARAM);
+    HDL_VERI_WALK;
+    std::vector<VeriDefParamAssign*> assigns;
+};
+
+class VeriModportDecl : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriModportDecl, MODPORTDECL);
+    HDL_VERI_WALK;
+    VeriModportId* id = nullptr;
+    std::vector<VeriPrototypeId*> ports;
+    VeriScope* scope = nullptr;
+};
+
+class VeriModport : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriModport, MODPORT);
+    HDL_VERI_WALK;
+    std::vector<VeriModportDecl*> decls;
+};
+
+// import pkg::item, pkg::*; (items are VeriScopeName with an empty name for '*')
+class VeriImportDecl : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriImportDecl, IMPORTDECL);
+    HDL_VERI_WALK;
+    std::vector<VeriScopeName*> items;
+};
+
+class VeriExportDecl : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriExportDecl, EXPORTDECL);
+    HDL_VERI_WALK;
+    std::vector<VeriScopeName*> items; // empty for *::*
+};
+
+// Constructs read with their names recorded and their bodies passed over token by
+// token: classes, covergroups, properties, sequences, clocking blocks, constraints, let,
+// specify blocks. `id` is null for anonymous ones.
+class VeriSkippedItem : public VeriModuleItem {
+public:
+    HDL_VERI_WALK;
+    VeriIdDef* GetId() const { return id; }
+    VeriIdDef* id = nullptr;
+    std::vector<VeriModuleItem*> items; // items parsed inside (class members so far as read)
+};
+
+#define HDL_VERI_SKIPPED(cls, code)             \
+    class cls : public VeriSkippedItem {        \
+    public:                                     \
+        HDL_VERI_NODE(cls, code);               \
+    };
+HDL_VERI_SKIPPED(VeriCovergroup, COVERGROUP)
+HDL_VERI_SKIPPED(VeriPropertyDecl, PROPERTYDECL)
+HDL_VERI_SKIPPED(VeriSequenceDecl, SEQUENCEDECL)
+HDL_VERI_SKIPPED(VeriClockingDecl, CLOCKINGDECL)
+HDL_VERI_SKIPPED(VeriConstraintDecl, CONSTRAINTDECL)
+HDL_VERI_SKIPPED(VeriLetDecl, LETDECL)
+HDL_VERI_SKIPPED(VeriSpecifyBlock, SPECIFYBLOCK)
+HDL_VERI_SKIPPED(VeriTable, TABLE)
+#undef HDL_VERI_SKIPPED
+
+class VeriClass : public VeriSkippedItem {
+public:
+    HDL_VERI_NODE(VeriClass, CLASS);
+    VeriScope* scope = nullptr;
+};
+
+// bind target instantiation
+class VeriBindDirective : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriBindDirective, BINDDIRECTIVE);
+    HDL_VERI_WALK;
+    VeriExpression* target = nullptr;
+    std::vector<VeriExpression*> targetInstances;
+    VeriModuleItem* instantiation = nullptr;
+};
+
+class VeriNetAlias : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriNetAlias, NETALIAS);
+    HDL_VERI_WALK;
+    std::vector<VeriExpression*> members;
+};
+
+// timeunit / timeprecision
+class VeriTimeUnit : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriTimeUnit, TIMEUNIT);
+    unsigned kind = 0;
+    std::string_view literal;
+};
+
+// ---------------------------------------------------------------- design units
+
+enum VeriUnitFlags : uint32_t {
+    VERI_UNIT_CELLDEFINE = 1,
+    VERI_UNIT_MACROMODULE = 2,
+    VERI_UNIT_EXTERN = 4,
+};
+
+// module/macromodule; the base of every design unit.
+class VeriModule : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriModule, MODULE);
+    HDL_VERI_WALK;
+    std::string_view Name() const { return id ? id->name : std::string_view(); }
+    VeriIdDef* GetId() const { return id; }
+    VeriScope* GetScope() const { return scope; }
+    VeriLibrary* GetLibrary() const { return library; }
+    const std::vector<VeriTreeNode*>& GetParameters() const { return parameters; }
+    const std::vector<VeriTreeNode*>& GetPorts() const { return ports; }
+    const std::vector<VeriModuleItem*>& GetItems() const { return items; }
+    bool IsCellDefine() const { return flags & VERI_UNIT_CELLDEFINE; }
+    virtual bool IsInterface() const { return false; }
+    virtual bool IsProgram() const { return false; }
+    virtual bool IsPackage() const { return false; }
+    virtual bool IsPrimitive() const { return false; }
+    virtual bool IsChecker() const { return false; }
+    virtual bool IsConfiguration() const { return false; }
+    bool IsRootModule() const { return name() == "$unit"; }
+    // A port of type `interface` (with or without modport) whose interface is not named.
+    bool HasGenericInterfacePorts() const;
+    bool HasTypeParameters() const;
+    bool HasAnsiPorts() const { return ansiHeader; }
+    // Copies made by elaboration name their original here.
+    std::string_view GetOriginalModuleName() const { return originalName; }
+    bool IsElaborated() const { return elaborated; }
+
+    VeriIdDef* id = nullptr;
+    std::vector<VeriTreeNode*> parameters; // VeriDataDecl of the #(...) list
+    std::vector<VeriTreeNode*> ports;      // VeriAnsiPortDecl, or expressions for non-ANSI ports
+    std::vector<VeriModuleItem*> items;
+    VeriScope* scope = nullptr;
+    VeriLibrary* library = nullptr;
+    uint32_t flags = 0;
+    unsigned lifetime = 0;
+    bool ansiHeader = false;
+    bool elaborated = false;
+    std::string_view originalName;
+    std::string_view timeUnit;      // `timescale in effect
+    std::string_view defaultNettype; // `default_nettype in effect at the unit's start
+
+private:
+    std::string_view name() const { return Name(); }
+};
+
+class VeriInterface : public VeriModule {
+public:
+    HDL_VERI_NODE(VeriInterface, INTERFACE);
+    bool IsInterface() const override { return true; }
+};
+
+class VeriProgram : public VeriModule {
+public:
+    HDL_VERI_NODE(VeriProgram, PROGRAM);
+    bool IsProgram() const override { return true; }
+};
+
+class VeriPackage : public VeriModule {
+public:
+    HDL_VERI_NODE(VeriPackage, PACKAGE);
+    bool IsPackage() const override { return true; }
+};
+
+class VeriPrimitive : public VeriModule {
+public:
+    HDL_VERI_NODE(VeriPrimitive, PRIMITIVE);
+    bool IsPrimitive() const override { return true; }
+};
+
+class VeriChecker : public VeriModule {
+public:
+    HDL_VERI_NODE(VeriChecker, CHECKER);
+    bool IsChecker() const override { return true; }
+};
+
+// config name; design lib.cell ...; rules; endconfig
+class VeriConfiguration : public VeriModule {
+public:
+    HDL_VERI_NODE(VeriConfiguration, CONFIGURATION);
+    HDL_VERI_WALK;
+    bool IsConfiguration() const override { return true; }
+    // The top cells of the design statement, in order (VeriIdRef or lib.cell VeriScopeName).
+    const std::vector<VeriExpression*>& GetTopModuleNames() const { return designCells; }
+    std::vector<VeriExpression*> designCells;
+};
+
+// ---------------------------------------------------------------- statements
+
+class VeriStatement : public VeriModuleItem {
+public:
+    VeriLabelId* label = nullptr; // `name:` in front of the statement
+};
+
+// begin [: name] decls stmts end
+class VeriSeqBlock : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriSeqBlock, SEQBLOCK);
+    HDL_VERI_WALK;
+    VeriBlockId* blockId = nullptr;
+    std::vector<VeriModuleItem*> decls;
+    std::vector<VeriStatement*> stmts;
+    VeriScope* scope = nullptr;
+};
+
+// fork ... join|join_any|join_none
+class VeriParBlock : public VeriSeqBlock {
+public:
+    HDL_VERI_NODE(VeriParBlock, PARBLOCK);
+    unsigned joinKind = 0;
+};
+
+// lval = [control] rval, lval op= rval, x++ (rval null, oper set)
+class VeriBlockingAssign : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriBlockingAssign, BLOCKINGASSIGN);
+    HDL_VERI_WALK;
+    VeriExpression* lval = nullptr;
+    VeriDelayOrEventControl* control = nullptr;
+    VeriExpression* rval = nullptr;
+    unsigned oper = 0; // VT_EQ, an op-assign kind, VT_INC / VT_DEC
+};
+
+class VeriNonBlockingAssign : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriNonBlockingAssign, NONBLOCKINGASSIGN);
+    HDL_VERI_WALK;
+    VeriExpression* lval = nullptr;
+    VeriDelayOrEventControl* control = nullptr;
+    VeriExpression* rval = nullptr;
+};
+
+class VeriConditionalStatement : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriConditionalStatement, CONDITIONALSTATEMENT);
+    HDL_VERI_WALK;
+    unsigned qualifier = 0; // unique, unique0, priority
+    VeriExpression* cond = nullptr;
+    VeriStatement* thenStmt = nullptr;
+    VeriStatement* elseStmt = nullptr;
+};
+
+class VeriCaseItem : public VeriTreeNode {
+public:
+    HDL_VERI_NODE(VeriCaseItem, CASEITEM);
+    HDL_VERI_WALK;
+    std::vector<VeriExpression*> conditions; // empty for default
+    VeriStatement* stmt = nullptr;
+};
+
+class VeriCaseStatement : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriCaseStatement, CASESTATEMENT);
+    HDL_VERI_WALK;
+    unsigned qualifier = 0;
+    unsigned caseType = 0; // case, casex, casez, randcase
+    bool matches = false;  // case ... matches / inside
+    bool inside = false;
+    VeriExpression* cond = nullptr;
+    std::vector<VeriCaseItem*> items;
+};
+
+class VeriFor : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriFor, FOR);
+    HDL_VERI_WALK;
+    std::vector<VeriModuleItem*> inits; // declarations or assignments
+    VeriExpression* cond = nullptr;
+    std::vector<VeriStatement*> reps;
+    VeriStatement* stmt = nullptr;
+    VeriScope* scope = nullptr;
+};
+
+class VeriWhile : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriWhile, WHILE);
+    HDL_VERI_WALK;
+    VeriExpression* cond = nullptr;
+    VeriStatement* stmt = nullptr;
+};
+
+class VeriDoWhile : public VeriWhile {
+public:
+    HDL_VERI_NODE(VeriDoWhile, DOWHILE);
+    HDL_VERI_WALK;
+};
+
+class VeriRepeat : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriRepeat, REPEAT);
+    HDL_VERI_WALK;
+    VeriExpression* count = nullptr;
+    VeriStatement* stmt = nullptr;
+};
+
+class VeriForever : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriForever, FOREVER);
+    HDL_VERI_WALK;
+    VeriStatement* stmt = nullptr;
+};
+
+class VeriForeach : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriForeach, FOREACH);
+    HDL_VERI_WALK;
+    VeriExpression* array = nullptr;
+    std::vector<VeriIdDef*> loopVars; // null entries for skipped positions
+    VeriStatement* stmt = nullptr;
+    VeriScope* scope = nullptr;
+};
+
+class VeriEventControlStatement : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriEventControlStatement, EVENTCONTROLSTATEMENT);
+    HDL_VERI_WALK;
+    VeriDelayOrEventControl* control = nullptr;
+    VeriStatement* stmt = nullptr;
+};
+
+class VeriDelayControlStatement : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriDelayControlStatement, DELAYCONTROLSTATEMENT);
+    HDL_VERI_WALK;
+    VeriDelayOrEventControl* control = nullptr;
+    VeriStatement* stmt = nullptr;
+};
+
+// A task or void function call, or a method call, as a statement.
+class VeriTaskEnable : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriTaskEnable, TASKENABLE);
+    HDL_VERI_WALK;
+    VeriExpression* call = nullptr; // name or VeriFunctionCall
+};
+
+class VeriSystemTaskEnable : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriSystemTaskEnable, SYSTEMTASKENABLE);
+    HDL_VERI_WALK;
+    std::string_view name;
+    std::vector<VeriExpression*> args;
+};
+
+// return [expr], break, continue
+class VeriJumpStatement : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriJumpStatement, JUMPSTATEMENT);
+    HDL_VERI_WALK;
+    unsigned kind = 0;
+    VeriExpression* expr = nullptr;
+};
+
+class VeriNullStatement : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriNullStatement, NULLSTATEMENT);
+};
+
+// wait (cond) stmt, wait fork
+class VeriWait : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriWait, WAIT);
+    HDL_VERI_WALK;
+    VeriExpression* cond = nullptr;
+    VeriStatement* stmt = nullptr;
+    bool fork = false;
+};
+
+class VeriDisable : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriDisable, DISABLE);
+    HDL_VERI_WALK;
+    VeriExpression* target = nullptr; // null for `disable fork`
+};
+
+// -> ev, ->> ev
+class VeriEventTrigger : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriEventTrigger, EVENTTRIGGER);
+    HDL_VERI_WALK;
+    VeriExpression* event = nullptr;
+    VeriDelayOrEventControl* control = nullptr;
+};
+
+// procedural assign / deassign / force / release
+class VeriAssign : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriAssign, ASSIGN);
+    HDL_VERI_WALK;
+    VeriNetRegAssign* assign = nullptr;
+};
+
+class VeriDeAssign : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriDeAssign, DEASSIGN);
+    HDL_VERI_WALK;
+    VeriExpression* lval = nullptr;
+};
+
+class VeriForce : public VeriAssign {
+public:
+    HDL_VERI_NODE(VeriForce, FORCE);
+};
+
+class VeriRelease : public VeriDeAssign {
+public:
+    HDL_VERI_NODE(VeriRelease, RELEASE);
+};
+
+// assert/assume/cover/restrict/expect, immediate or concurrent; the property text is
+// passed over, the action blocks are parsed.
+class VeriAssertion : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriAssertion, ASSERTION);
+    HDL_VERI_WALK;
+    unsigned kind = 0;
+    bool concurrent = false;
+    VeriExpression* expr = nullptr; // immediate assertions only
+    VeriStatement* thenStmt = nullptr;
+    VeriStatement* elseStmt = nullptr;
+};
+
+#undef HDL_VERI_NODE
+#undef HDL_VERI_WALK
+
+} // namespace hdl
