@@ -12,7 +12,7 @@ namespace {
 
 constexpr size_t kMaxDepth = 64;
 constexpr size_t kMaxExpansions = 1000000;
-constexpr size_t kMaxBytes = 64u << 20;
+constexpr size_t kMaxBytes = 16u << 20;
 
 bool isIdentStart(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';

@@ -19,6 +19,8 @@ constexpr size_t kMaxSelfNesting = 2;
 // Includes opened by one preprocessor; bounds include trees that branch and recurse.
 constexpr size_t kMaxIncludes = 100000;
 constexpr size_t kMaxFrames = 256;
+// Expansion text kept by one preprocessor (tokens view it until the preprocessor dies).
+constexpr size_t kMaxExpansionBytes = size_t(512) << 20;
 
 bool isIdentStart(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
@@ -82,6 +84,7 @@ struct VeriPreprocessor::Impl {
     uint32_t lastFileId = 0;
     // Nesting of module/primitive/program/package bodies, where `resetall is illegal.
     size_t designDepth = 0;
+    size_t expansionBytes = 0;
 
     void trackDesignElements(uint16_t kind) {
         if (kind == VT_MODULE || kind == VT_MACROMODULE || kind == VT_PRIMITIVE || kind == VT_PROGRAM ||
@@ -583,7 +586,14 @@ struct VeriPreprocessor::Impl {
             expansions.push_back(VeriExpansion{m->name, loc});
         }
         VeriMappedText out;
-        if (expandAt(f, *m, loc, out))
+        if (!expandAt(f, *m, loc, out))
+            return;
+        if (expansionBytes <= kMaxExpansionBytes && expansionBytes + out.text.size() > kMaxExpansionBytes)
+            Message::Error(veri_msg::ExpansionLimit, &loc,
+                           "macro expansions exceed %zu bytes in all; further macro uses are dropped",
+                           kMaxExpansionBytes);
+        expansionBytes += out.text.size();
+        if (expansionBytes <= kMaxExpansionBytes)
             pushExpansion(std::move(out), expansion, at);
     }
 
