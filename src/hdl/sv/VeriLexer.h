@@ -45,14 +45,12 @@ public:
     // Skips spaces, tabs and comments, not line ends; true when a line end or the end
     // of the buffer follows.
     bool skipBlanksToLineEnd();
-    // Skips white space and comments, line ends included.
-    void skipTrivia();
-    // Whether the next token starts a line (only white space and comments before it).
-    bool atLineStart() const { return lineStart_; }
     // Text pushed in place of a macro use starts where the use stood.
     void setLineStart(bool atStart) { lineStart_ = atStart; }
 
 private:
+    // Skips white space and comments, line ends included.
+    void skipTrivia();
     char peek(size_t k = 0) const { return pos_ + k < text_.size() ? text_[pos_ + k] : '\0'; }
     void skipLineComment();
     void skipBlockComment();

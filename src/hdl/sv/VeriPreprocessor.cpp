@@ -53,7 +53,6 @@ VeriKeywordSet keywordSetOfLanguage(unsigned language) {
 // One buffer being read: a file (which owns its open stream) or a macro expansion.
 struct VeriFrame {
     std::unique_ptr<SourceStream> stream;
-    const std::string* buffer = nullptr;
     VeriLexer lexer;
     bool isFile = false;
     uint32_t fileId = 0;
@@ -62,7 +61,7 @@ struct VeriFrame {
     uint32_t expansion = 0;
 
     VeriFrame(const std::string* buf, std::vector<VeriTextOrigin> origins)
-        : buffer(buf), lexer(*buf, std::move(origins)) {}
+        : lexer(*buf, std::move(origins)) {}
 };
 
 struct VeriCond {
@@ -117,18 +116,22 @@ struct VeriPreprocessor::Impl {
                 Message::Error(veri_msg::OpenFailed, from, "cannot open file '%s'", path.c_str());
             return false;
         }
-        uint32_t id = LineFile::GetFileId(path);
-        pp.filesRead_.push_back(path);
+        pushFileFrame(std::move(text), path, std::move(stream));
+        return true;
+    }
+
+    void pushFileFrame(std::string text, const std::string& name, std::unique_ptr<SourceStream> stream) {
+        uint32_t id = LineFile::GetFileId(name);
+        pp.filesRead_.push_back(name);
         auto frame = std::make_unique<VeriFrame>(keep(std::move(text)),
                                                  std::vector<VeriTextOrigin>{{0, id, 1, 1}});
         frame->stream = std::move(stream);
         frame->isFile = true;
         frame->fileId = id;
-        frame->dir = FileSystem::DirectoryPath(path);
+        frame->dir = FileSystem::DirectoryPath(name);
         frame->condDepthAtEntry = conds.size();
         frame->lexer.setIgnoreTranslateOff(pp.options_.ignoreTranslateOff);
         frames.push_back(std::move(frame));
-        return true;
     }
 
     void pushExpansion(VeriMappedText text, uint32_t expansion, const VeriToken& use) {
@@ -715,16 +718,7 @@ bool VeriPreprocessor::pushFile(const std::string& path) {
 }
 
 void VeriPreprocessor::pushText(std::string text, const std::string& name) {
-    uint32_t id = LineFile::GetFileId(name);
-    auto frame = std::make_unique<VeriFrame>(impl_->keep(std::move(text)),
-                                             std::vector<VeriTextOrigin>{{0, id, 1, 1}});
-    frame->isFile = true;
-    frame->fileId = id;
-    frame->dir = FileSystem::DirectoryPath(name);
-    frame->condDepthAtEntry = impl_->conds.size();
-    frame->lexer.setIgnoreTranslateOff(options_.ignoreTranslateOff);
-    filesRead_.push_back(name);
-    impl_->frames.push_back(std::move(frame));
+    impl_->pushFileFrame(std::move(text), name, nullptr);
 }
 
 VeriToken VeriPreprocessor::next() {

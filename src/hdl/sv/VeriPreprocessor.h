@@ -50,7 +50,8 @@ public:
     // Queues a file to read after the files queued before it. False (with a message)
     // when it cannot be opened.
     bool pushFile(const std::string& path);
-    // Reads text given in memory, under `name` for positions (tests, tools).
+    // Reads text given in memory, under `name` for positions (tests, tools); it is
+    // read before anything still pending, like an include at the current point.
     void pushText(std::string text, const std::string& name);
     // The next token; VT_EOF once every queued file is done (and again after that).
     VeriToken next();
@@ -70,7 +71,7 @@ public:
     void resetMacros();
 
     const VeriExpansion* expansion(uint32_t id) const;
-    // Files read so far (queued and included), in order of first opening.
+    // Every opening of a file (queued, included, or text given), in order.
     const std::vector<std::string>& filesRead() const { return filesRead_; }
     // Includes seen: (including file id, included path as resolved).
     struct IncludeRecord {

@@ -1,0 +1,264 @@
+// Token handling, error recovery, scopes and name resolution of the Verilog parser.
+#include <string>
+
+#include "hdl/sv/VeriParserImpl.h"
+
+namespace hdl {
+
+namespace {
+// Deep enough for real code, shallow enough for the default thread stack.
+constexpr unsigned kMaxDepth = 400;
+} // namespace
+
+VeriParser::Impl::Impl(VeriPreprocessor& p, Arena& a, VeriParserHooks h)
+    : pp(p), arena(a), hooks(std::move(h)) {
+    unitScopeOwner = arena.make<VeriPackage>();
+    auto* id = arena.make<VeriModuleId>();
+    id->name = "$unit";
+    id->declaration = unitScopeOwner;
+    unitScopeOwner->id = id;
+    unitScopeOwner->scope = arena.make<VeriScope>(nullptr, unitScopeOwner);
+    id->scope = unitScopeOwner->scope;
+    scope = unitScopeOwner->scope;
+}
+
+VeriParser::Impl::DepthGuard::DepthGuard(Impl& parser) : p(parser) {
+    ok = ++p.depth < kMaxDepth && !p.bailing;
+    if (!ok && !p.bailing) {
+        p.bailing = true;
+        const VeriToken& t = p.peek();
+        ColLineFile loc(t.fileId, t.line, t.col);
+        ++p.errors;
+        Message::Error(veri_msg::NestingTooDeep, &loc, "constructs nest deeper than %u levels", kMaxDepth);
+    }
+}
+
+const VeriToken& VeriParser::Impl::peek(size_t k) {
+    while (ahead.size() <= k) {
+        ahead.push_back(pp.next());
+        // Lexer errors were reported already; the parser just doesn't see them.
+        if (ahead.back().kind == VT_ERROR) ahead.pop_back();
+    }
+    return ahead[k];
+}
+
+VeriToken VeriParser::Impl::take() {
+    peek();
+    VeriToken t = ahead.front();
+    if (t.kind != VT_EOF) ahead.pop_front();
+    prev = t;
+    return t;
+}
+
+bool VeriParser::Impl::accept(unsigned k) {
+    if (kind() != k) return false;
+    take();
+    return true;
+}
+
+bool VeriParser::Impl::expect(unsigned k) {
+    if (accept(k)) return true;
+    syntaxError(peek(), tokenText(k));
+    return false;
+}
+
+std::string_view VeriParser::Impl::name(const VeriToken& t) {
+    if (t.kind == VT_ESCAPED_IDENTIFIER) {
+        // `\a+b ` names a+b; a plain-looking escaped name is the same as the plain one.
+        std::string_view body = t.text.substr(1);
+        return copy(body);
+    }
+    return copy(t.text);
+}
+
+std::string_view VeriParser::Impl::takeName() {
+    if (!isIdent()) {
+        syntaxError(peek(), "an identifier");
+        return {};
+    }
+    return name(take());
+}
+
+void VeriParser::Impl::syntaxError(const VeriToken& t, const char* expected) {
+    if (bailing) return;
+    ++errors;
+    ColLineFile loc(t.fileId, t.line, t.col);
+    if (t.kind == VT_EOF) {
+        Message::Error(veri_msg::UnexpectedEof, &loc, "unexpected end of text%s%s",
+                       expected ? ", expecting " : "", expected ? expected : "");
+        return;
+    }
+    std::string text(t.text.substr(0, 64));
+    if (expected)
+        Message::Error(veri_msg::SyntaxError, &loc, "syntax error near '%s', expecting %s", text.c_str(), expected);
+    else
+        Message::Error(veri_msg::SyntaxError, &loc, "syntax error near '%s'", text.c_str());
+}
+
+void VeriParser::Impl::finish(VeriTreeNode* node) {
+    if (!node) return;
+    node->loc.rightLine = prev.line & 0x7fffffffu;
+    node->loc.rightCol = (prev.col + uint32_t(prev.text.size())) & 0x7fffffffu;
+}
+
+namespace {
+bool opens(unsigned k) { return k == VT_LPAREN || k == VT_LBRACKET || k == VT_LBRACE || k == VT_APOSTROPHE_LBRACE; }
+bool closes(unsigned k) { return k == VT_RPAREN || k == VT_RBRACKET || k == VT_RBRACE; }
+} // namespace
+
+void VeriParser::Impl::skipBalanced() {
+    int level = 0;
+    do {
+        unsigned k = kind();
+        if (k == VT_EOF) return;
+        if (opens(k)) ++level;
+        else if (closes(k)) --level;
+        take();
+    } while (level > 0);
+}
+
+void VeriParser::Impl::skipToSemi() {
+    int level = 0;
+    while (!atEof()) {
+        unsigned k = kind();
+        if (opens(k)) ++level;
+        else if (closes(k) && level > 0) --level;
+        take();
+        if (k == VT_SEMI && level == 0) return;
+    }
+}
+
+void VeriParser::Impl::skipUntilEnd(unsigned open, unsigned endKind) {
+    int level = 0;
+    while (!atEof()) {
+        unsigned k = take().kind;
+        if (k == open) ++level;
+        else if (k == endKind) {
+            if (level == 0) return;
+            --level;
+        }
+    }
+    syntaxError(peek(), tokenText(endKind));
+}
+
+void VeriParser::Impl::skipEndLabel() {
+    if (at(VT_COLON) && (isIdent(1) || kind(1) == VT_NEW)) {
+        take();
+        take();
+    }
+}
+
+namespace {
+// Words that begin a module item or end a region: recovery stops in front of them.
+bool isItemBoundary(unsigned k) {
+    switch (k) {
+    case VT_ENDMODULE: case VT_ENDINTERFACE: case VT_ENDPROGRAM: case VT_ENDPACKAGE:
+    case VT_ENDPRIMITIVE: case VT_ENDGENERATE: case VT_ENDFUNCTION: case VT_ENDTASK:
+    case VT_ENDCLASS: case VT_ENDCHECKER: case VT_ENDCONFIG: case VT_END:
+    case VT_MODULE: case VT_MACROMODULE: case VT_INTERFACE: case VT_PROGRAM: case VT_PACKAGE:
+    case VT_ALWAYS: case VT_ALWAYS_FF: case VT_ALWAYS_COMB: case VT_ALWAYS_LATCH:
+    case VT_INITIAL: case VT_FINAL: case VT_ASSIGN: case VT_FUNCTION: case VT_TASK:
+    case VT_GENERATE: case VT_ENDCASE:
+        return true;
+    default:
+        return false;
+    }
+}
+} // namespace
+
+void VeriParser::Impl::recoverItem() {
+    int level = 0;
+    bool moved = false;
+    while (!atEof()) {
+        unsigned k = kind();
+        if (level == 0 && isItemBoundary(k) && moved) return;
+        if (opens(k)) ++level;
+        else if (closes(k) && level > 0) --level;
+        take();
+        moved = true;
+        if (k == VT_SEMI && level == 0) return;
+    }
+}
+
+void VeriParser::Impl::recoverStatement() { recoverItem(); }
+
+VeriScope* VeriParser::Impl::pushScope(VeriTreeNode* owner) {
+    VeriScope* upper = scope;
+    scope = arena.make<VeriScope>(upper, owner);
+    return upper;
+}
+
+void VeriParser::Impl::declare(VeriIdDef* id) {
+    if (!id || id->name.empty()) return;
+    VeriIdDef* old = scope->findLocal(id->name);
+    // A non-ANSI port declared again as net or variable completes the first declaration.
+    if (auto* port = dynamic_cast<VeriVariable*>(old)) {
+        if (auto* var = dynamic_cast<VeriVariable*>(id)) {
+            if (!port->dataType || !port->dataType->type) port->dataType = var->dataType;
+            if (!port->dir) port->dir = var->dir;
+            if (!var->dir) var->dir = port->dir;
+            return;
+        }
+    }
+    scope->declare(id->name, id);
+}
+
+VeriIdRef* VeriParser::Impl::makeRef(const VeriToken& t) {
+    auto* ref = make<VeriIdRef>(t);
+    ref->name = name(t);
+    finish(ref);
+    pending.push_back({ref, scope});
+    return ref;
+}
+
+VeriIdDef* VeriParser::Impl::lookupInPackage(VeriModule* package, std::string_view n) {
+    if (!package || !package->scope) return nullptr;
+    return package->scope->findLocal(n);
+}
+
+VeriIdDef* VeriParser::Impl::lookup(VeriScope* from, std::string_view n) {
+    for (VeriScope* s = from; s; s = s->Upper()) {
+        if (VeriIdDef* id = s->findLocal(n)) return id;
+        for (const VeriScope::Import& imp : s->imports()) {
+            if (!imp.item.empty() && imp.item != n) continue;
+            if (VeriIdDef* id = lookupInPackage(imp.package, n)) return id;
+        }
+    }
+    return nullptr;
+}
+
+void VeriParser::Impl::resolvePending() {
+    for (const Pending& p : pending) {
+        if (!p.ref->id) p.ref->id = lookup(p.scope, p.ref->name);
+    }
+    pending.clear();
+}
+
+void VeriParser::Impl::importPackage(VeriScopeName* item) {
+    VeriModule* package = nullptr;
+    std::string_view pkgName = item->prefix ? item->prefix->GetName() : std::string_view();
+    if (hooks.findPackage) package = hooks.findPackage(pkgName);
+    if (!package) {
+        ++errors;
+        std::string n(pkgName);
+        Message::Error(veri_msg::UnknownPackage, &item->loc, "package '%s' is not known", n.c_str());
+        return;
+    }
+    if (auto* ref = dynamic_cast<VeriIdRef*>(item->prefix)) ref->id = package->id;
+    if (!item->name.empty()) item->id = lookupInPackage(package, item->name);
+    scope->addImport(package, item->name);
+}
+
+VeriParser::VeriParser(VeriPreprocessor& pp, Arena& arena, VeriParserHooks hooks)
+    : impl_(new Impl(pp, arena, std::move(hooks))) {}
+
+VeriParser::~VeriParser() { delete impl_; }
+
+unsigned VeriParser::parse() {
+    impl_->parseSourceText();
+    return impl_->errors;
+}
+
+VeriPackage* VeriParser::compilationUnit() const { return impl_->unitScopeOwner; }
+
+} // namespace hdl

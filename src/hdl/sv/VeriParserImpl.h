@@ -1,0 +1,170 @@
+// Internals of the Verilog parser, shared by its source files (expressions, statements,
+// items and units). Recursive descent with one token of look-ahead, and bounded scans
+// ahead where the grammar needs them (declaration or instantiation or statement).
+#pragma once
+
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "hdl/base/Message.h"
+#include "hdl/sv/VeriParser.h"
+#include "hdl/sv/VeriParserMessageIds.h"
+#include "hdl/sv/VeriTokens.h"
+
+namespace hdl {
+
+struct VeriParser::Impl {
+    Impl(VeriPreprocessor& pp, Arena& arena, VeriParserHooks hooks);
+
+    VeriPreprocessor& pp;
+    Arena& arena;
+    VeriParserHooks hooks;
+    std::deque<VeriToken> ahead;
+    VeriToken prev; // the last token consumed
+    unsigned errors = 0;
+    unsigned depth = 0;
+    bool bailing = false; // after too deep nesting: unwind without further messages
+    VeriPackage* unitScopeOwner = nullptr;
+    VeriScope* scope = nullptr;
+    // References made in the unit being parsed, with the scope they stand in.
+    struct Pending {
+        VeriIdRef* ref;
+        VeriScope* scope;
+    };
+    std::vector<Pending> pending;
+
+    // ---- tokens
+    const VeriToken& peek(size_t k = 0);
+    unsigned kind(size_t k = 0) { return peek(k).kind; }
+    bool at(unsigned k) { return kind() == k; }
+    VeriToken take();
+    bool accept(unsigned k);
+    bool expect(unsigned k);
+    bool atEof() { return kind() == VT_EOF; }
+    bool isIdent(size_t k = 0) {
+        unsigned t = kind(k);
+        return t == VT_IDENTIFIER || t == VT_ESCAPED_IDENTIFIER;
+    }
+    std::string_view name(const VeriToken& t);
+    std::string_view takeName();
+    void syntaxError(const VeriToken& at, const char* expected = nullptr);
+    // Skips a balanced group that starts at the current token ((, [, {, begin...).
+    void skipBalanced();
+    // Skips up to and including `;` at nesting level 0.
+    void skipToSemi();
+    // Skips tokens until `endKind` at level 0 and takes it; nested `open` words count.
+    void skipUntilEnd(unsigned open, unsigned endKind);
+    void skipEndLabel();
+    // Skips whatever stands before the next item boundary, after an error.
+    void recoverItem();
+    void recoverStatement();
+
+    template <typename T>
+    T* make(const VeriToken& start) {
+        T* node = arena.make<T>();
+        node->loc = ColLineFile(start.fileId, start.line, start.col);
+        return node;
+    }
+    void finish(VeriTreeNode* node);
+    std::string_view copy(std::string_view text) { return arena.copy(text); }
+
+    struct DepthGuard {
+        Impl& p;
+        bool ok;
+        explicit DepthGuard(Impl& parser);
+        ~DepthGuard() { --p.depth; }
+    };
+
+    // ---- scopes and names
+    VeriScope* pushScope(VeriTreeNode* owner);
+    void popScope(VeriScope* upper) { scope = upper; }
+    void declare(VeriIdDef* id);
+    VeriIdRef* makeRef(const VeriToken& t);
+    void resolvePending();
+    VeriIdDef* lookup(VeriScope* from, std::string_view name);
+    VeriIdDef* lookupInPackage(VeriModule* package, std::string_view name);
+    void importPackage(VeriScopeName* item);
+
+    // ---- expressions (VeriParseExpr.cpp)
+    VeriExpression* parseExpression();
+    VeriExpression* parseBinary(int minPrec);
+    VeriExpression* parseUnary();
+    VeriExpression* parsePrimary();
+    VeriExpression* parsePostfix(VeriExpression* e, const VeriToken& start);
+    VeriExpression* parseNumber();
+    VeriExpression* parseBraces();
+    VeriExpression* parsePattern(VeriExpression* type, const VeriToken& start);
+    VeriExpression* parseMinTypMax();
+    VeriExpression* parseTypeOrExpression();
+    VeriExpression* parseRangeOrExpression(); // [a:b] items of inside / dist
+    VeriRange* parseSelect();                  // after '[': index or part select, and ']'
+    VeriRange* parseDimensions();              // zero or more [..] dimensions
+    void parseCallArgs(std::vector<VeriExpression*>& args); // after '(' up to ')'
+    VeriDelayOrEventControl* parseDelay();     // at '#'
+    VeriDelayOrEventControl* parseEventControl(); // at '@'
+    VeriExpression* parseEventExpression();
+    void parseParamValues(std::vector<VeriExpression*>& values); // at '#'
+    VeriExpression* parseLValue();
+    bool startsExpression(unsigned k);
+
+    // ---- types and declarations (VeriParseDecl.cpp)
+    bool isNetType(unsigned k);
+    bool isBuiltinType(unsigned k);
+    bool isDirection(unsigned k);
+    // Scans from token k over a type name (a, a::b, a#(..), [..]...) and says whether an
+    // identifier follows, i.e. whether a declaration starts at k.
+    bool declarationAhead(size_t k);
+    bool instantiationAhead();
+    VeriDataType* parseDataType(bool allowImplicit);
+    VeriDataType* parseStructUnion();
+    VeriDataType* parseEnum();
+    VeriDataDecl* parseDataDecl(const VeriToken& start, unsigned dir, unsigned kind, bool netDecl,
+                                std::vector<unsigned> qualifiers);
+    void parseDeclarators(VeriDataDecl* decl);
+    VeriModuleItem* parseTypedef(const VeriToken& start);
+    VeriDataDecl* parseParamDecl(const VeriToken& start, unsigned kind, bool inPortList);
+    VeriModuleItem* parseDeclarationItem(); // data/net/param/typedef at the current token, or null
+    VeriFunctionDecl* parseSubprogram(const VeriToken& start, bool isTask, unsigned dpi);
+    void parseSubprogramPorts(VeriFunctionDecl* f);
+    void parseAttributes(std::vector<VeriAttribute>& out);
+
+    // ---- statements (VeriParseStmt.cpp)
+    VeriStatement* parseStatement();
+    VeriStatement* parseStatementOrNull() { return parseStatement(); }
+    VeriStatement* parseBlock(bool par);
+    VeriStatement* parseIf(unsigned qualifier, const VeriToken& start);
+    VeriStatement* parseCase(unsigned qualifier, const VeriToken& start);
+    VeriStatement* parseFor(const VeriToken& start);
+    VeriStatement* parseForeach(const VeriToken& start);
+    VeriStatement* parseAssertion(const VeriToken& start);
+    VeriStatement* parseSimpleStatement(const VeriToken& start);
+    VeriStatement* parseAssignmentRest(VeriExpression* lval, const VeriToken& start, bool needSemi);
+
+    // ---- items and units (VeriParseItem.cpp)
+    void parseSourceText();
+    VeriModule* parseUnit(const VeriToken& start, std::vector<VeriAttribute> attrs);
+    void parseUnitHeader(VeriModule* m);
+    void parseParameterPortList(VeriModule* m);
+    void parsePortList(VeriModule* m);
+    VeriModuleItem* parseItem(unsigned endKind);
+    void parseItems(std::vector<VeriModuleItem*>& items, unsigned endKind);
+    VeriModuleItem* parseInstantiation(const VeriToken& start);
+    VeriModuleItem* parseGateInstantiation(const VeriToken& start);
+    VeriModuleItem* parseGenerateItemBody(); // the item of a generate if/for/case
+    VeriModuleItem* parseGenerateFor(const VeriToken& start);
+    VeriModuleItem* parseGenerateIf(const VeriToken& start);
+    VeriModuleItem* parseGenerateCase(const VeriToken& start);
+    VeriModuleItem* parseGenerateBlock(const VeriToken& start);
+    VeriModuleItem* parseModport(const VeriToken& start);
+    VeriModuleItem* parseImportExport(const VeriToken& start, bool isExport);
+    VeriModuleItem* parseSkipped(VeriSkippedItem* node, unsigned open, unsigned endKind, bool named);
+    VeriModuleItem* parseClass(const VeriToken& start);
+    VeriModuleItem* parseContinuousAssign(const VeriToken& start);
+    VeriModuleItem* parseConfig(const VeriToken& start);
+    VeriModuleItem* parseBind(const VeriToken& start);
+    VeriStrength* parseStrength();
+    bool isGate(unsigned k);
+};
+
+} // namespace hdl

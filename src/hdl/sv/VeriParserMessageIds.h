@@ -1,0 +1,34 @@
+// Catalogue of the messages of the Verilog parser and of analysis. The preprocessor and
+// lexer use 1000..1099 and 2000..2099 (VeriMessageIds.h); these use 1482 and 1500..1599.
+#pragma once
+
+#include "hdl/sv/VeriMessageIds.h"
+
+namespace hdl {
+
+#define HDL_VERI_PARSE_MESSAGES(M)                                                               \
+    /* Second argument is the file name: message consumers attribute later messages by it. */   \
+    M(AnalyzingFile, "VERI-1482", VERIFIC_INFO, "a file is about to be analysed")                \
+    M(SyntaxError, "VERI-1500", VERIFIC_ERROR, "a token the grammar does not allow here")        \
+    M(UnexpectedEof, "VERI-1501", VERIFIC_ERROR, "the text ends inside a construct")            \
+    M(UnitReplaced, "VERI-1502", VERIFIC_WARNING, "a design unit replaces one of the same name") \
+    M(NestingTooDeep, "VERI-1503", VERIFIC_ERROR, "expressions or blocks nest too deep")        \
+    M(UnknownPackage, "VERI-1504", VERIFIC_ERROR, "an imported package was never analysed")     \
+    M(EndLabelMismatch, "VERI-1505", VERIFIC_ERROR, "the label after end* names another block") \
+    M(LanguageUnavailable, "VERI-1506", VERIFIC_ERROR, "the language code is not a Verilog one")
+
+namespace veri_msg {
+#define HDL_VERI_PARSE_MSG_CONST(name, idText, typ, text) constexpr const char* name = idText;
+HDL_VERI_PARSE_MESSAGES(HDL_VERI_PARSE_MSG_CONST)
+#undef HDL_VERI_PARSE_MSG_CONST
+} // namespace veri_msg
+
+inline const VeriMessageId* veriParseMessages(size_t& count) {
+#define HDL_VERI_PARSE_MSG_ROW(name, idText, typ, text) {idText, typ, text},
+    static const VeriMessageId rows[] = {HDL_VERI_PARSE_MESSAGES(HDL_VERI_PARSE_MSG_ROW)};
+#undef HDL_VERI_PARSE_MSG_ROW
+    count = sizeof(rows) / sizeof(rows[0]);
+    return rows;
+}
+
+} // namespace hdl
