@@ -24,7 +24,7 @@ bool VhdlParser::StartsDeclaration() const {
     case VHDL_SHARED: case VHDL_FILE: case VHDL_ALIAS: case VHDL_ATTRIBUTE: case VHDL_COMPONENT:
     case VHDL_FUNCTION: case VHDL_PROCEDURE: case VHDL_PURE: case VHDL_IMPURE: case VHDL_PACKAGE:
     case VHDL_FOR: case VHDL_DISCONNECT: case VHDL_USE: case VHDL_GROUP: case VHDL_DEFAULT:
-    case VHDL_VIEW:
+    case VHDL_VIEW: case VHDL_PRIVATE:
         return true;
     case VHDL_ID:
         // PSL declarations of 2008 stand among the declarations.
@@ -63,6 +63,10 @@ VhdlTreeNode* VhdlParser::ParseDeclaration() {
     case VHDL_USE: return ParseUseClause();
     case VHDL_GROUP: return ParseGroup();
     case VHDL_VIEW: return SkipModeView();
+    case VHDL_PRIVATE:
+        // `private` of 2019 protected types only restricts visibility.
+        ++pos_;
+        return ParseDeclaration();
     default: return SkipPslDeclaration();
     }
 }
@@ -227,6 +231,15 @@ VhdlTypeDef* VhdlParser::ParseTypeDefinition(VhdlIdDef* id) {
     case VHDL_PROTECTED: {
         ++pos_;
         bool body = Accept(VHDL_BODY);
+        VhdlNodeList generics, genericMap;
+        if (!body && Accept(VHDL_GENERIC)) {
+            generics = ParseInterfaceList(true);
+            Expect(VHDL_SEMI);
+            if (Is(VHDL_GENERIC)) {
+                genericMap = ParseMapAspect(VHDL_GENERIC);
+                Expect(VHDL_SEMI);
+            }
+        }
         VhdlNodeList decls = ParseDeclarativePart();
         Expect(VHDL_END);
         Expect(VHDL_PROTECTED);
@@ -239,6 +252,8 @@ VhdlTypeDef* VhdlParser::ParseTypeDefinition(VhdlIdDef* id) {
             return def;
         }
         auto* def = arena_.make<VhdlProtectedTypeDef>();
+        def->generics = generics;
+        def->genericMap = genericMap;
         def->declarations = decls;
         Finish(def, start);
         return def;
@@ -319,7 +334,7 @@ VhdlTreeNode* VhdlParser::ParseObjectDecl() {
         static_cast<VhdlSignalDecl*>(decl)->signalKind = Kind();
         ++pos_;
     }
-    if (Accept(VHDL_VARASSIGN)) decl->init = ParseExpression();
+    if (Accept(VHDL_VARASSIGN)) decl->init = ParseValueExpression();
     if (!Expect(VHDL_SEMI)) SkipToItemEnd();
     Finish(decl, start);
     return decl;
@@ -741,7 +756,7 @@ VhdlTreeNode* VhdlParser::ParseInterfaceElement(bool isGeneric) {
         decl->signalKind = Kind();
         ++pos_;
     }
-    if (Accept(VHDL_VARASSIGN)) decl->init = ParseExpression();
+    if (Accept(VHDL_VARASSIGN)) decl->init = ParseValueExpression();
     Finish(decl, start);
     return decl;
 }

@@ -294,6 +294,19 @@ VhdlExpression* VhdlParser::ParseExpression() {
     return ParseLogical();
 }
 
+VhdlExpression* VhdlParser::ParseValueExpression() {
+    size_t start = pos_;
+    VhdlExpression* value = ParseExpression();
+    if (mode_ < VHDL_2019 || !Is(VHDL_WHEN)) return value;
+    ++pos_;
+    auto* ce = arena_.make<VhdlConditionalExpression>();
+    ce->value = value;
+    ce->condition = ParseExpression();
+    if (Accept(VHDL_ELSE)) ce->elseValue = ParseValueExpression();
+    Finish(ce, start);
+    return ce;
+}
+
 VhdlExpression* VhdlParser::ParseLogical() {
     size_t start = pos_;
     VhdlExpression* left = ParseRelation();

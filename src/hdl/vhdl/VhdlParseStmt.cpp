@@ -548,23 +548,13 @@ VhdlTreeNode* VhdlParser::ParseSequentialStatement() {
         ++pos_;
         auto* r = arena_.make<VhdlReturnStatement>();
         r->label = label;
-        if (!Is(VHDL_SEMI)) r->expression = ParseExpression();
-        if (Accept(VHDL_WHEN)) {
-            // return e when c [else ...] of 2019: kept as a conditional expression.
-            auto* ce = arena_.make<VhdlConditionalExpression>();
-            ce->value = r->expression;
-            ce->condition = ParseExpression();
-            r->expression = ce;
-            while (Accept(VHDL_ELSE)) {
-                ParseExpression();
-                if (Accept(VHDL_WHEN)) ParseExpression();
-            }
-        }
+        if (!Is(VHDL_SEMI)) r->expression = ParseValueExpression();
         if (!Expect(VHDL_SEMI)) SkipToItemEnd();
         Finish(r, start);
         stmt = r;
         break;
     }
+    case VHDL_BLOCK: stmt = ParseSequentialBlock(start, label); break;
     case VHDL_NULL_: {
         ++pos_;
         auto* n = arena_.make<VhdlNullStatement>();
@@ -663,6 +653,22 @@ VhdlTreeNode* VhdlParser::ParseSequentialAssignmentOrCall(size_t start, VhdlIdDe
     if (!Expect(VHDL_SEMI)) SkipToItemEnd();
     Finish(result, start);
     return result;
+}
+
+// The sequential block of 2019: block [is] declarations begin statements end block;
+VhdlTreeNode* VhdlParser::ParseSequentialBlock(size_t start, VhdlIdDef* label) {
+    Expect(VHDL_BLOCK);
+    auto* block = arena_.make<VhdlBlockStatement>();
+    block->label = label;
+    Accept(VHDL_IS);
+    block->declarations = ParseDeclarativePart();
+    Expect(VHDL_BEGIN);
+    block->statements = ParseSequentialStatements();
+    Expect(VHDL_END);
+    Expect(VHDL_BLOCK);
+    ParseEndLabel(label);
+    Finish(block, start);
+    return block;
 }
 
 VhdlTreeNode* VhdlParser::ParseWait(size_t start, VhdlIdDef* label) {

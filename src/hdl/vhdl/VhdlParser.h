@@ -102,6 +102,8 @@ private:
     VhdlNodeList ParseAssociationList();
     VhdlExpression* ParseAssociationElement();
     VhdlExpression* ParseExpression();
+    // An expression, or in 2019 a conditional expression `a when c else b`.
+    VhdlExpression* ParseValueExpression();
     VhdlExpression* ParseLogical();
     VhdlExpression* ParseRelation();
     VhdlExpression* ParseShift();
@@ -137,6 +139,7 @@ private:
     VhdlTreeNode* ParseCase(size_t start, VhdlIdDef* label);
     VhdlTreeNode* ParseLoop(size_t start, VhdlIdDef* label);
     VhdlTreeNode* ParseWait(size_t start, VhdlIdDef* label);
+    VhdlTreeNode* ParseSequentialBlock(size_t start, VhdlIdDef* label);
     VhdlTreeNode* ParseSequentialAssignmentOrCall(size_t start, VhdlIdDef* label);
     VhdlExpression* ParseTarget();
     void ParseEndLabel(VhdlIdDef* label);

@@ -349,7 +349,9 @@ class VhdlFileTypeDef : public VhdlTypeDef {
 
 class VhdlProtectedTypeDef : public VhdlTypeDef {
     VHDL_NODE(VhdlProtectedTypeDef, PROTECTEDTYPEDEF)
-    VHDL_FIELDS(declarations)
+    VHDL_FIELDS(generics, genericMap, declarations)
+    VhdlNodeList generics; // generic clause of 2019
+    VhdlNodeList genericMap;
     VhdlNodeList declarations;
 };
 
@@ -691,11 +693,14 @@ class VhdlSelectedWaveform : public VhdlTreeNode {
     VhdlNodeList choices;
 };
 
+// value when condition [else elseValue]; as an expression of 2019 the else part may
+// be another conditional expression. In assignment lists elseValue stays null.
 class VhdlConditionalExpression : public VhdlExpression {
     VHDL_NODE(VhdlConditionalExpression, CONDITIONALEXPRESSION)
-    VHDL_FIELDS(value, condition)
+    VHDL_FIELDS(value, condition, elseValue)
     VhdlExpression* value = nullptr;
     VhdlExpression* condition = nullptr;
+    VhdlExpression* elseValue = nullptr;
 };
 
 class VhdlSelectedExpression : public VhdlExpression {
