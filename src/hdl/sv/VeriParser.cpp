@@ -182,6 +182,16 @@ void VeriParser::Impl::recoverItem() {
 
 void VeriParser::Impl::recoverStatement() { recoverItem(); }
 
+bool VeriParser::Impl::atUnitEnd() {
+    switch (kind()) {
+    case VT_ENDMODULE: case VT_ENDINTERFACE: case VT_ENDPROGRAM: case VT_ENDPACKAGE: case VT_ENDCLASS:
+    case VT_ENDCHECKER: case VT_ENDPRIMITIVE: case VT_MODULE: case VT_MACROMODULE: case VT_EOF:
+        return true;
+    default:
+        return false;
+    }
+}
+
 VeriScope* VeriParser::Impl::pushScope(VeriTreeNode* owner) {
     VeriScope* upper = scope;
     scope = arena.make<VeriScope>(upper, owner);

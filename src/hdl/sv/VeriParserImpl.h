@@ -59,6 +59,8 @@ struct VeriParser::Impl {
     // Skips whatever stands before the next item boundary, after an error.
     void recoverItem();
     void recoverStatement();
+    // At a word that ends a design unit or class (a missing end of an inner construct).
+    bool atUnitEnd();
 
     template <typename T>
     T* make(const VeriToken& start) {

@@ -38,6 +38,26 @@ std::string_view trim(std::string_view s) {
     return s;
 }
 
+// Exponent of ten of a time value such as "10ns" (1 s is 0, 1 fs is -15); false when
+// the text is not 1, 10 or 100 followed by a time unit.
+bool timeValueExponent(std::string_view text, int& exponent) {
+    static const std::pair<std::string_view, int> units[] = {
+        {"s", 0}, {"ms", -3}, {"us", -6}, {"ns", -9}, {"ps", -12}, {"fs", -15}};
+    size_t digits = 0;
+    while (digits < text.size() && text[digits] >= '0' && text[digits] <= '9')
+        ++digits;
+    std::string_view magnitude = text.substr(0, digits);
+    int scale = magnitude == "1" ? 0 : magnitude == "10" ? 1 : magnitude == "100" ? 2 : -1;
+    std::string_view unit = trim(text.substr(digits));
+    for (const auto& [name, e] : units) {
+        if (scale >= 0 && unit == name) {
+            exponent = e + scale;
+            return true;
+        }
+    }
+    return false;
+}
+
 VeriKeywordSet keywordSetOfLanguage(unsigned language) {
     switch (language) {
     case 1: return VERI_KW_1995;
@@ -488,9 +508,19 @@ struct VeriPreprocessor::Impl {
             syntaxError(at, "`timescale needs unit / precision");
             return;
         }
+        std::string_view unit = trim(line.substr(0, slash));
+        std::string_view precision = trim(line.substr(slash + 1));
+        int unitExp = 0;
+        int precisionExp = 0;
+        if (!timeValueExponent(unit, unitExp) || !timeValueExponent(precision, precisionExp) ||
+            precisionExp > unitExp) {
+            syntaxError(at, "`timescale needs 1, 10 or 100 with s, ms, us, ns, ps or fs, "
+                            "and a precision no coarser than the unit");
+            return;
+        }
         pp.timescale_.set = true;
-        pp.timescale_.unit.assign(trim(line.substr(0, slash)));
-        pp.timescale_.precision.assign(trim(line.substr(slash + 1)));
+        pp.timescale_.unit.assign(unit);
+        pp.timescale_.precision.assign(precision);
     }
 
     void doLine(VeriFrame& f, const VeriToken& at) {
@@ -650,8 +680,13 @@ struct VeriPreprocessor::Impl {
             return;
         }
         if (name == "default_nettype") {
+            static const std::string_view netTypes[] = {"wire", "tri", "tri0", "tri1", "wand", "triand",
+                                                         "wor", "trior", "trireg", "uwire", "none"};
             std::string_view type = readName(f);
-            if (type.empty())
+            bool known = false;
+            for (std::string_view n : netTypes)
+                known = known || type == n;
+            if (!known)
                 syntaxError(t, "`default_nettype needs a net type or none");
             else
                 pp.defaultNettype_.assign(type);

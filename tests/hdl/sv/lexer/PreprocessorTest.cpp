@@ -351,3 +351,18 @@ TEST(VeriPreprocessor, ConditionalsDoNotCrossFileBoundaries) {
     EXPECT_EQ(mc.count(veri_msg::StrayConditional), 1u);
     EXPECT_EQ(mc.count(veri_msg::OpenConditional), 0u);
 }
+
+TEST(VeriPreprocessor, MalformedDirectivesAreReportedAndLeaveStateAlone) {
+    MessageCapture mc;
+    VeriPreprocessor pp({});
+    pp.pushText("`timescale 1ns/1ps\n`timescale 2ns/1ps\n`timescale 1ps/1ns\n`timescale 10 us / 100 ns\n"
+                "`default_nettype bogus\n`unconnected_drive pull2\n`line 5 \"x.v\" 3\n`pragma\n"
+                "`define define 1\n`begin_keywords \"1999\"\n`end_keywords\n`end_keywords\na",
+                "bad.sv");
+    allTokens(pp);
+    EXPECT_EQ(pp.timescale().unit, "10 us");
+    EXPECT_EQ(pp.timescale().precision, "100 ns");
+    EXPECT_EQ(pp.defaultNettype(), "wire");
+    EXPECT_EQ(mc.count(veri_msg::DirectiveSyntax), 7u) << mc.all();
+    EXPECT_EQ(mc.count(veri_msg::KeywordsVersion), 2u) << mc.all();
+}
