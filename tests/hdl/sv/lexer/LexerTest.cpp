@@ -130,6 +130,10 @@ TEST(VeriLexer, OperatorsTakeTheLongestMatch) {
                                 VT_OVERLAP_IMP, VT_NONOVERLAP_IMP, VT_EQUIV, VT_NB_TRIGGER, VT_ARROW,
                                 VT_CYCLE_DELAY, VT_FOLLOWED_BY_OVERLAP, VT_SCOPE, VT_DOT_STAR, VT_PLUS_EQ,
                                 VT_INC, VT_POWER, VT_TRIPLE_AND, VT_XNOR_OP, VT_XNOR_OP}));
+    // ":/" is a distribution weight unless a comment starts at its slash.
+    EXPECT_EQ(kinds("x :/ y a://c\n b:/*c*/"),
+              (std::vector<int>{VT_IDENTIFIER, VT_COLON_SLASH, VT_IDENTIFIER, VT_IDENTIFIER, VT_COLON,
+                                VT_IDENTIFIER, VT_COLON}));
     // Verilog has no SystemVerilog operators: "##" is two hashes there.
     EXPECT_EQ(kinds("## ++", VERI_KW_2005), (std::vector<int>{VT_HASH, VT_HASH, VT_PLUS, VT_PLUS}));
 }
