@@ -1,0 +1,1 @@
+`define DATA_WIDTH 8

@@ -1,0 +1,137 @@
+#include "sift/scan/HADLSifter.h"
+
+#include <algorithm>
+#include <clocale>
+#include <csignal>
+
+#include <boost/filesystem/path.hpp>
+
+#include "hdl/base/Message.h"
+#include "hdl/base/RuntimeFlags.h"
+
+HADLSifter& HADLSifter::instance() {
+    static HADLSifter* sifter = new HADLSifter;  // lives until the process ends
+    return *sifter;
+}
+
+void HADLSifter::runSkim() {
+    setPhase(1);
+    doSkim();
+    phase = 2;
+}
+
+void HADLSifter::runParse() {
+    setPhase(2);
+    doParse();
+    status.isParseDone = true;
+    phase = 3;
+}
+
+void HADLSifter::runElab(const std::string& top) {
+    // A parser crash during elaboration then ends the process by the signal itself;
+    // the next sf call re-arms the back trace handler.
+    if (skipElabIfCrash) std::signal(SIGSEGV, SIG_DFL);
+    setPhase(3);
+    doElab(top);
+    phase = 4;
+}
+
+void HADLSifter::runInterfaceInfo(const std::string& top) {
+    setPhase(4);
+    interfaceInfo(top);
+    phase = 5;
+}
+
+void HADLSifter::setPhase(uint32_t target) {
+    while (phase > target) --phase;
+    while (phase < target) {
+        switch (phase) {
+        case 0: configure(); break;
+        case 1: doSkim(); break;
+        case 2: doParse(); break;
+        case 3: doElab(""); break;
+        default: interfaceInfo(""); break;
+        }
+        ++phase;
+    }
+}
+
+void HADLSifter::configure() {
+    std::setlocale(LC_ALL, "C");
+    for (const char* id : {"VERI-1231", "VERI-1232", "VERI-1330", "VERI-1791", "VERI-1927",
+                           "VERI-9015", "VERI-9022", "VERI-2142", "VHDL-9017", "VHDL-9019",
+                           "VHDL-9021", "VBSR-1011"}) {
+        hdl::Message::SetMessageType(id, hdl::VERIFIC_IGNORE);
+    }
+    hdl::Message::SetMaxErrorCount(1000);
+    hdl::Message::HideErrorCount(true);
+    addAliasIncludeDirs();
+    setUpStandardLibraries();
+    setRuntimeFlags();
+    setMessageTypes();
+}
+
+// A file read through a temporary alias still finds the includes beside the original.
+void HADLSifter::addAliasIncludeDirs() {
+    for (uint32_t fileId = 1; fileId < fileNames.size(); ++fileId) {
+        const FileAttr& attr = fileAttrs.at(fileId);
+        if (!attr.tempAliasId || attr.lang < 1 || attr.lang > 7) continue;
+        auto& list = incDirLists.at(attr.incDirListId);
+        std::string dir = boost::filesystem::path(fileNames.getString(fileId)).parent_path().string();
+        if (dir.empty()) continue;
+        uint32_t dirId = dirNames.insert(dir.c_str());
+        if (std::find(list.begin(), list.end(), dirId) == list.end()) list.push_back(dirId);
+    }
+}
+
+void HADLSifter::setUpStandardLibraries() {
+    if (skipStdVhdlLibs) {
+        if (enableVerilogConfig) enableVhdlVerilogConfig = true;
+        return;
+    }
+    if (enableVerilogConfig) enableVhdlVerilogConfig = true;
+    for (const char* name : {"std", "synopsys", "ieee", "lathe", "mortise", "vl"}) {
+        stdVhdlLibNames.insert(name);
+    }
+    for (const char* name : {"std", "uvm"}) stdSVLibNames.insert(name);
+}
+
+void HADLSifter::setRuntimeFlags() {
+    for (const char* flag :
+         {"veri_elaborate_top_level_modules_having_interface_ports",
+          "veri_ignore_assertion_statements", "veri_ignore_elaboration_system_task",
+          "veri_include_ansi_file_search", "veri_create_name_for_unnamed_gen_block",
+          "veri_static_elaborate_unnamed_module_instances", "veri_copy_top_before_static_elab",
+          "vhdl_copy_top_before_static_elab", "veri_replace_initial_values_of_localparams",
+          "veri_expand_concatenated_macros_early", "veri_expand_macros_in_argument_early",
+          "vhdl_ignore_assertion_statements", "vhdl_ignore_psl_constructs",
+          "allow_mixed_type_ports"}) {
+        hdl::RuntimeFlags::SetVar(flag, 1);
+    }
+    if (hierTree) hdl::RuntimeFlags::SetVar("vhdl_preserve_id_case", 1);
+}
+
+void HADLSifter::setMessageTypes() {
+    for (const char* id : {"VHDL-1260", "VHDL-1261", "VHDL-1283", "VERI-1137", "VERI-1245",
+                           "VERI-1158", "VERI-1138", "VERI-1154"}) {
+        hdl::Message::SetMessageType(id, hdl::VERIFIC_WARNING);
+    }
+    hdl::Message::SetMessageType("VERI-9003", hdl::VERIFIC_INFO);
+    hdl::Message::SetMessageType("VERI-1482", verbosity == 3 ? hdl::VERIFIC_INFO
+                                                             : hdl::VERIFIC_IGNORE);
+}
+
+// The phase steps below are filled in by the skim, parse, elaboration and interface
+// passes as they land; until then a phase only moves the phase number.
+void HADLSifter::doSkim() {}
+void HADLSifter::doParse() {}
+void HADLSifter::doElab(const std::string&) {}
+void HADLSifter::interfaceInfo(const std::string&) {}
+void HADLSifter::sketch() {}
+void HADLSifter::compileDump(const std::string&) {}
+void HADLSifter::defRefWalk(bool, bool, bool, const std::string&) {}
+
+void HADLSifter::serializeOnCrash() {
+    if (crashShmName.empty()) return;
+    status.err = SIGSEGV;
+}

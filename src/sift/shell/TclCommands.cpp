@@ -1,0 +1,55 @@
+#include "sift/shell/TclCommands.h"
+
+#include <csignal>
+#include <memory>
+
+#include "runtime/LoomBackTrace.h"
+#include "runtime/LoomParamMgr.h"
+#include "sift/shell/Command.h"
+#include "sift/shell/HADLCmd.h"
+
+hdl::Commands* registerCommands(Tcl_Interp* interp) {
+    auto* commands = new hdl::Commands;  // client data of the Tcl commands; never freed
+    commands->Add(std::make_unique<HADLCmd>());
+    for (const auto& command : commands->All()) {
+        Tcl_CreateCommand(interp, command->name.c_str(), sfCommandProc, commands, nullptr);
+    }
+    return commands;
+}
+
+int sfCommandProc(ClientData clientData, Tcl_Interp* interp, int argc, const char* argv[]) {
+    // Re-armed at every call: the elaboration wrapper may have reset it.
+    std::signal(SIGSEGV, LoomBackTrace::handler);
+    LoomParamMgr::getParamMgr().registerStringParam("project.defaultLibrary", "blah",
+                                                    "corvid_defaultlib");
+    auto* commands = static_cast<hdl::Commands*>(clientData);
+    hdl::Command* command = commands->Find(argv[0]);
+    if (!command) {
+        // Called through a qualified name such as "::sf".
+        std::string word = argv[0];
+        command = commands->Find(word.substr(word.rfind(':') + 1));
+    }
+    if (!command) return TCL_ERROR;
+    command->location = nullptr;  // Tcl gives no source position
+    if (!command->ParseArgs(argc, argv)) {
+        command->Usage();
+        return TCL_ERROR;
+    }
+    if (command->IsSet("help")) {
+        command->Usage();
+        return TCL_OK;
+    }
+    if (command->Process(interp)) return TCL_OK;
+    const char* result = Tcl_GetStringResult(interp);
+    if (!result || !*result) {
+        command->Error("%s: failed", argv[0]);
+    } else {
+        command->Error("%s: failed because %s", argv[0], result);
+    }
+    return TCL_ERROR;
+}
+
+int sfAppInit(Tcl_Interp* interp) {
+    registerCommands(interp);
+    return TCL_OK;
+}
