@@ -242,7 +242,7 @@ VeriStatement* VeriParser::Impl::parseStatement() {
 }
 
 VeriStatement* VeriParser::Impl::parseSimpleStatement(const VeriToken& start) {
-    if (!startsExpression(kind()) || at(VT_LPAREN) && false) {
+    if (!startsExpression(kind())) {
         syntaxError(peek(), "a statement");
         recoverStatement();
         return nullptr;
@@ -559,7 +559,7 @@ VeriStatement* VeriParser::Impl::parseAssertion(const VeriToken& start) {
     auto* a = make<VeriAssertion>(start);
     a->kind = kw.kind;
     if (at(VT_PROPERTY) || at(VT_SEQUENCE) || kw.kind == VT_EXPECT || kw.kind == VT_RESTRICT) {
-        accept(VT_PROPERTY) || accept(VT_SEQUENCE);
+        if (!accept(VT_PROPERTY)) accept(VT_SEQUENCE);
         a->concurrent = true;
         if (at(VT_LPAREN)) skipBalanced();
         else syntaxError(peek(), "'('");

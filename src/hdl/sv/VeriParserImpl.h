@@ -129,6 +129,7 @@ struct VeriParser::Impl {
     VeriModuleItem* parseDeclarationItem(); // data/net/param/typedef at the current token, or null
     VeriFunctionDecl* parseSubprogram(const VeriToken& start, bool isTask, unsigned dpi);
     void parseSubprogramPorts(VeriFunctionDecl* f);
+    VeriFunctionDecl* parseSubprogramPrototype(const VeriToken& start); // modport import/export
     void parseAttributes(std::vector<VeriAttribute>& out);
 
     // ---- statements (VeriParseStmt.cpp)

@@ -249,6 +249,7 @@ void VeriAlwaysConstruct::WalkChildren(VeriVisitor& v) { v.TraverseNode(stmt); }
 void VeriInitialConstruct::WalkChildren(VeriVisitor& v) { v.TraverseNode(stmt); }
 void VeriGenerateConstruct::WalkChildren(VeriVisitor& v) { v.TraverseArray(items); }
 void VeriGenerateFor::WalkChildren(VeriVisitor& v) {
+    v.TraverseNode(genvarDecl);
     v.TraverseNode(init);
     v.TraverseNode(cond);
     v.TraverseNode(rep);

@@ -767,10 +767,12 @@ class VeriGenerateFor : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateFor, GENERATEFOR);
     HDL_VERI_WALK;
-    VeriModuleItem* init = nullptr;       // genvar declaration or VeriBlockingAssign
+    VeriDataDecl* genvarDecl = nullptr;   // for (genvar i = ...)
+    VeriStatement* init = nullptr;        // the initial assignment
     VeriExpression* cond = nullptr;
     VeriStatement* rep = nullptr;
     VeriModuleItem* item = nullptr;
+    VeriScope* scope = nullptr;
     VeriBlockId* GetBlockId() const;
 };
 

@@ -1,0 +1,174 @@
+#include "hdl/sv/VeriLibrary.h"
+
+#include <string>
+
+#include "hdl/base/Message.h"
+#include "hdl/sv/VeriParser.h"
+#include "hdl/sv/VeriParserMessageIds.h"
+
+namespace hdl {
+
+VeriModule* VeriLibrary::GetModule(std::string_view name) const {
+    auto it = byName_.find(name);
+    return it == byName_.end() ? nullptr : it->second;
+}
+
+VeriModule* VeriLibrary::AddModule(VeriModule* unit) {
+    unit->library = this;
+    std::string key(unit->Name());
+    auto it = byName_.find(key);
+    if (it == byName_.end()) {
+        byName_.emplace(key, unit);
+        modules_.push_back(unit);
+        return nullptr;
+    }
+    VeriModule* previous = it->second;
+    it->second = unit;
+    for (VeriModule*& m : modules_) {
+        if (m == previous) m = unit;
+    }
+    return previous;
+}
+
+namespace {
+
+struct State {
+    std::vector<std::unique_ptr<VeriLibrary>> owned;
+    std::vector<VeriLibrary*> libraries;
+    std::vector<std::string> includeDirs;
+    std::vector<std::string> defines;
+    StreamCallBack streamCallBack = nullptr;
+    veri_file::ReplaceCallBack replaceCallBack = nullptr;
+};
+
+State& state() {
+    static State s;
+    return s;
+}
+
+const char* languageName(unsigned mode) { return mode <= VERILOG_2K ? "Verilog" : "SystemVerilog"; }
+
+unsigned preprocessorLanguage(unsigned mode) {
+    if (mode >= VERILOG_95 && mode <= SYSTEM_VERILOG) return mode;
+    return SYSTEM_VERILOG; // 6, 7 and include files read as the newest revision
+}
+
+struct Source {
+    std::string path;
+    const std::string* text; // null: read `path` through the stream callback
+};
+
+bool analyze(const std::vector<Source>& sources, unsigned mode, const char* libraryName) {
+    if (mode == 0 || (mode > 7 && mode != 14)) {
+        Message::Error(veri_msg::LanguageUnavailable, nullptr, "language code %u is not a Verilog language", mode);
+        return false;
+    }
+    VeriLibrary* library = veri_file::GetLibrary(libraryName && *libraryName ? libraryName : "work", true);
+    VeriPreprocessorOptions options;
+    options.includeDirs = state().includeDirs;
+    options.defines = state().defines;
+    options.language = preprocessorLanguage(mode);
+    options.streamCallBack = state().streamCallBack;
+    VeriPreprocessor pp(options);
+    bool ok = true;
+    for (const Source& s : sources) {
+        Message::Info(veri_msg::AnalyzingFile, nullptr, "Analyzing %s file '%s'", languageName(mode), s.path.c_str());
+        if (s.text) pp.pushText(*s.text, s.path);
+        else if (!pp.pushFile(s.path)) ok = false;
+    }
+    VeriParserHooks hooks;
+    hooks.onUnit = [library](VeriModule* unit) {
+        VeriModule* previous = library->AddModule(unit);
+        if (!previous || unit->IsRootModule()) return;
+        std::string name(unit->Name());
+        Message::Warning(veri_msg::UnitReplaced, &unit->loc, "design unit '%s' replaces an earlier one in library '%s'",
+                         name.c_str(), library->GetName().c_str());
+        if (state().replaceCallBack) state().replaceCallBack(previous, unit);
+    };
+    hooks.findPackage = [library](std::string_view name) -> VeriModule* {
+        VeriModule* m = library->GetModule(name);
+        if (m && m->IsPackage()) return m;
+        for (VeriLibrary* lib : state().libraries) {
+            m = lib->GetModule(name);
+            if (m && m->IsPackage()) return m;
+        }
+        return nullptr;
+    };
+    VeriParser parser(pp, library->arena(), hooks);
+    if (parser.parse() != 0) ok = false;
+    return ok;
+}
+
+} // namespace
+
+bool veri_file::Analyze(const char* path, unsigned mode, const char* library) {
+    return analyze({{path ? path : "", nullptr}}, mode, library);
+}
+
+bool veri_file::AnalyzeMultipleFiles(const std::vector<std::string>& paths, unsigned mode, const char* library) {
+    std::vector<Source> sources;
+    for (const std::string& p : paths) sources.push_back({p, nullptr});
+    return analyze(sources, mode, library);
+}
+
+bool veri_file::AnalyzeText(const std::string& text, const char* name, unsigned mode, const char* library) {
+    return analyze({{name ? name : "<text>", &text}}, mode, library);
+}
+
+void veri_file::AddIncludeDir(const char* dir) {
+    if (dir) state().includeDirs.emplace_back(dir);
+}
+
+void veri_file::ClearIncludeDirs() { state().includeDirs.clear(); }
+
+void veri_file::DefineMacro(const char* name, const char* value) {
+    if (!name) return;
+    std::string def(name);
+    if (value) def += std::string("=") + value;
+    state().defines.push_back(def);
+}
+
+void veri_file::UndefineAllMacros() { state().defines.clear(); }
+
+void veri_file::RegisterFlexStreamCallBack(StreamCallBack callback) { state().streamCallBack = callback; }
+
+StreamCallBack veri_file::GetFlexStreamCallBack() { return state().streamCallBack; }
+
+void veri_file::RegisterReplaceCallBack(ReplaceCallBack callback) { state().replaceCallBack = callback; }
+
+VeriModule* veri_file::GetModule(const char* name, const char* library) {
+    if (!name) return nullptr;
+    if (library) {
+        VeriLibrary* lib = GetLibrary(library);
+        return lib ? lib->GetModule(name) : nullptr;
+    }
+    for (VeriLibrary* lib : state().libraries) {
+        if (VeriModule* m = lib->GetModule(name)) return m;
+    }
+    return nullptr;
+}
+
+VeriLibrary* veri_file::GetLibrary(const char* name, bool create) {
+    if (!name) return nullptr;
+    for (VeriLibrary* lib : state().libraries) {
+        if (lib->GetName() == name) return lib;
+    }
+    if (!create) return nullptr;
+    state().owned.push_back(std::make_unique<VeriLibrary>(name));
+    state().libraries.push_back(state().owned.back().get());
+    return state().libraries.back();
+}
+
+const std::vector<VeriLibrary*>& veri_file::AllLibraries() { return state().libraries; }
+
+void veri_file::Reset() {
+    State& s = state();
+    s.libraries.clear();
+    s.owned.clear();
+    s.includeDirs.clear();
+    s.defines.clear();
+    s.streamCallBack = nullptr;
+    s.replaceCallBack = nullptr;
+}
+
+} // namespace hdl

@@ -1,0 +1,955 @@
+// Design units, their headers and module items (instantiations, generates, constructs).
+#include "hdl/sv/VeriParserImpl.h"
+
+namespace hdl {
+
+namespace {
+bool isStrengthKeyword(unsigned k) {
+    switch (k) {
+    case VT_SUPPLY0: case VT_SUPPLY1: case VT_STRONG0: case VT_STRONG1: case VT_PULL0: case VT_PULL1:
+    case VT_WEAK0: case VT_WEAK1: case VT_HIGHZ0: case VT_HIGHZ1: case VT_SMALL: case VT_MEDIUM: case VT_LARGE:
+        return true;
+    default:
+        return false;
+    }
+}
+
+unsigned unitEndKind(unsigned k) {
+    switch (k) {
+    case VT_INTERFACE: return VT_ENDINTERFACE;
+    case VT_PROGRAM: return VT_ENDPROGRAM;
+    case VT_PACKAGE: return VT_ENDPACKAGE;
+    case VT_PRIMITIVE: return VT_ENDPRIMITIVE;
+    case VT_CHECKER: return VT_ENDCHECKER;
+    default: return VT_ENDMODULE;
+    }
+}
+} // namespace
+
+bool VeriParser::Impl::isGate(unsigned k) {
+    switch (k) {
+    case VT_AND: case VT_NAND: case VT_OR: case VT_NOR: case VT_XOR: case VT_XNOR: case VT_BUF: case VT_NOT:
+    case VT_BUFIF0: case VT_BUFIF1: case VT_NOTIF0: case VT_NOTIF1: case VT_NMOS: case VT_PMOS: case VT_RNMOS:
+    case VT_RPMOS: case VT_CMOS: case VT_RCMOS: case VT_TRAN: case VT_RTRAN: case VT_TRANIF0: case VT_TRANIF1:
+    case VT_RTRANIF0: case VT_RTRANIF1: case VT_PULLUP: case VT_PULLDOWN:
+        return true;
+    default:
+        return false;
+    }
+}
+
+void VeriParser::Impl::parseSourceText() {
+    while (!atEof()) {
+        VeriToken start = peek();
+        std::vector<VeriAttribute> attrs;
+        parseAttributes(attrs);
+        unsigned k = kind();
+        if (k == VT_MODULE || k == VT_MACROMODULE || (k == VT_INTERFACE && kind(1) != VT_CLASS) || k == VT_PROGRAM ||
+            k == VT_PACKAGE || k == VT_PRIMITIVE || k == VT_CHECKER) {
+            VeriModule* unit = parseUnit(start, std::move(attrs));
+            resolvePending();
+            if (unit && hooks.onUnit) hooks.onUnit(unit);
+            bailing = false;
+            continue;
+        }
+        if (k == VT_CONFIG) {
+            auto* unit = static_cast<VeriModule*>(parseConfig(take()));
+            resolvePending();
+            if (unit && hooks.onUnit) hooks.onUnit(unit);
+            continue;
+        }
+        if (k == VT_LIBRARY || k == VT_INCLUDE) { // library map entries
+            skipToSemi();
+            continue;
+        }
+        if (k == VT_ENDMODULE || k == VT_ENDINTERFACE || k == VT_ENDPROGRAM || k == VT_ENDPACKAGE ||
+            k == VT_END || k == VT_ENDCLASS || k == VT_ENDFUNCTION || k == VT_ENDTASK || k == VT_ENDPRIMITIVE) {
+            syntaxError(peek());
+            take();
+            continue;
+        }
+        if (VeriModuleItem* item = parseItem(VT_EOF)) {
+            item->attributes = std::move(attrs);
+            unitScopeOwner->items.push_back(item);
+        }
+        bailing = false;
+    }
+    resolvePending();
+    if (!unitScopeOwner->items.empty() && hooks.onUnit) hooks.onUnit(unitScopeOwner);
+}
+
+VeriModule* VeriParser::Impl::parseUnit(const VeriToken& start, std::vector<VeriAttribute> attrs) {
+    VeriToken kw = take();
+    VeriModule* m;
+    VeriIdDef* id;
+    VeriToken n = peek();
+    switch (kw.kind) {
+    case VT_INTERFACE: m = make<VeriInterface>(start); id = make<VeriInterfaceId>(n); break;
+    case VT_PROGRAM: m = make<VeriProgram>(start); id = make<VeriProgramId>(n); break;
+    case VT_PACKAGE: m = make<VeriPackage>(start); id = make<VeriModuleId>(n); break;
+    case VT_PRIMITIVE: m = make<VeriPrimitive>(start); id = make<VeriUdpId>(n); break;
+    case VT_CHECKER: m = make<VeriChecker>(start); id = make<VeriCheckerId>(n); break;
+    default: m = make<VeriModule>(start); id = make<VeriModuleId>(n); break;
+    }
+    m->attributes = std::move(attrs);
+    if (kw.kind == VT_MACROMODULE) m->flags |= VERI_UNIT_MACROMODULE;
+    if (pp.cellDefine()) m->flags |= VERI_UNIT_CELLDEFINE;
+    m->defaultNettype = copy(pp.defaultNettype());
+    if (pp.timescale().set) m->timeUnit = copy(pp.timescale().unit);
+    if (at(VT_AUTOMATIC) || at(VT_STATIC)) m->lifetime = take().kind;
+    n = peek();
+    id->loc = ColLineFile(n.fileId, n.line, n.col);
+    id->name = takeName();
+    id->declaration = m;
+    finish(id);
+    m->id = id;
+    VeriScope* upper = pushScope(m);
+    m->scope = scope;
+    id->scope = scope;
+    unsigned endKind = unitEndKind(kw.kind);
+    parseUnitHeader(m);
+    parseItems(m->items, endKind);
+    if (!expect(endKind)) {
+        // Resynchronise on the next end of unit.
+        while (!atEof() && !at(endKind) && !at(VT_MODULE) && !at(VT_INTERFACE) && !at(VT_PACKAGE)) take();
+        accept(endKind);
+    }
+    skipEndLabel();
+    popScope(upper);
+    finish(m);
+    return m;
+}
+
+void VeriParser::Impl::parseUnitHeader(VeriModule* m) {
+    while (at(VT_IMPORT)) m->items.push_back(parseImportExport(take(), false));
+    if (at(VT_HASH)) parseParameterPortList(m);
+    if (at(VT_LPAREN)) parsePortList(m);
+    expect(VT_SEMI);
+}
+
+void VeriParser::Impl::parseParameterPortList(VeriModule* m) {
+    take(); // #
+    if (!expect(VT_LPAREN)) return;
+    unsigned declKind = VT_PARAMETER;
+    while (!at(VT_RPAREN) && !atEof()) {
+        VeriToken start = peek();
+        std::vector<VeriAttribute> attrs;
+        parseAttributes(attrs);
+        if (at(VT_PARAMETER) || at(VT_LOCALPARAM)) declKind = take().kind;
+        VeriDataDecl* d = parseParamDecl(start, declKind, true);
+        d->attributes = std::move(attrs);
+        m->parameters.push_back(d);
+        if (!accept(VT_COMMA)) break;
+    }
+    expect(VT_RPAREN);
+}
+
+void VeriParser::Impl::parsePortList(VeriModule* m) {
+    take(); // (
+    if (accept(VT_RPAREN)) {
+        m->ansiHeader = true;
+        return;
+    }
+    size_t i = 0;
+    while (kind(i) == VT_ATTR_OPEN) {
+        while (kind(i) != VT_ATTR_CLOSE && kind(i) != VT_EOF) ++i;
+        ++i;
+    }
+    unsigned k = kind(i);
+    bool ansi = isDirection(k) || isNetType(k) || k == VT_VAR || isBuiltinType(k) || k == VT_INTERFACE ||
+                k == VT_STRUCT || k == VT_UNION || k == VT_ENUM || k == VT_SIGNED || k == VT_UNSIGNED ||
+                (isIdent(i) && (declarationAhead(i) || kind(i + 1) == VT_SCOPE));
+    m->ansiHeader = ansi;
+    if (!ansi) {
+        for (;;) {
+            VeriToken start = peek();
+            if (at(VT_COMMA) || at(VT_RPAREN)) {
+                m->ports.push_back(make<VeriPortOpen>(start));
+            } else if (at(VT_DOT) && isIdent(1)) {
+                take();
+                auto* pc = make<VeriPortConnect>(start);
+                pc->portName = takeName();
+                if (expect(VT_LPAREN)) {
+                    if (!at(VT_RPAREN)) pc->connection = parseExpression();
+                    expect(VT_RPAREN);
+                }
+                finish(pc);
+                m->ports.push_back(pc);
+            } else {
+                m->ports.push_back(parseExpression());
+            }
+            if (!accept(VT_COMMA)) break;
+        }
+        expect(VT_RPAREN);
+        return;
+    }
+    VeriAnsiPortDecl* last = nullptr;
+    while (!atEof()) {
+        VeriToken start = peek();
+        std::vector<VeriAttribute> attrs;
+        parseAttributes(attrs);
+        bool fresh = false;
+        unsigned dir = last ? last->dir : unsigned(VT_INOUT);
+        unsigned portKind = last ? last->kind : 0;
+        if (isDirection(kind())) {
+            dir = take().kind;
+            portKind = 0;
+            fresh = true;
+        }
+        if (isNetType(kind()) || at(VT_VAR)) {
+            portKind = take().kind;
+            fresh = true;
+        }
+        VeriDataType* type = nullptr;
+        bool interfacePort = false;
+        std::string_view modport;
+        if (at(VT_INTERFACE)) {
+            take();
+            interfacePort = true;
+            if (at(VT_DOT)) {
+                take();
+                modport = takeName();
+            }
+            fresh = true;
+        } else if (isIdent() && kind(1) == VT_DOT && isIdent(2) && isIdent(3)) {
+            VeriToken n = take();
+            auto* t = make<VeriTypeRef>(n);
+            t->typeName = makeRef(n);
+            take();
+            modport = takeName();
+            finish(t);
+            type = t;
+            interfacePort = true;
+            fresh = true;
+        } else if (!(isIdent() && !declarationAhead(0)) && !at(VT_DOT)) {
+            type = parseDataType(true);
+            if (type) fresh = true;
+        }
+        if (at(VT_DOT) && isIdent(1)) {
+            // explicit port: [dir] .name(expr)
+            take();
+            auto* pc = make<VeriPortConnect>(start);
+            pc->portName = takeName();
+            if (expect(VT_LPAREN)) {
+                if (!at(VT_RPAREN)) pc->connection = parseExpression();
+                expect(VT_RPAREN);
+            }
+            finish(pc);
+            m->ports.push_back(pc);
+            if (!accept(VT_COMMA)) break;
+            continue;
+        }
+        if (fresh || !last) {
+            last = make<VeriAnsiPortDecl>(start);
+            last->dir = interfacePort ? 0 : dir;
+            last->kind = portKind;
+            last->dataType = type;
+            last->interfacePort = interfacePort;
+            last->modport = modport;
+            last->attributes = std::move(attrs);
+            m->ports.push_back(last);
+        }
+        VeriToken n = peek();
+        if (!isIdent()) {
+            syntaxError(n, "a port name");
+            recoverItem();
+            return;
+        }
+        take();
+        auto* var = make<VeriVariable>(n);
+        var->name = name(n);
+        var->dir = last->dir;
+        var->dataType = last->dataType;
+        var->interfacePort = last->interfacePort;
+        var->declaration = last;
+        var->dimensions = parseDimensions();
+        if (accept(VT_EQ)) var->initialValue = parseExpression();
+        finish(var);
+        declare(var);
+        last->ids.push_back(var);
+        finish(last);
+        if (!accept(VT_COMMA)) break;
+    }
+    expect(VT_RPAREN);
+}
+
+void VeriParser::Impl::parseItems(std::vector<VeriModuleItem*>& items, unsigned endKind) {
+    while (!at(endKind) && !atEof()) {
+        unsigned k = kind();
+        if (k != endKind && (k == VT_ENDMODULE || k == VT_ENDINTERFACE || k == VT_ENDPROGRAM ||
+                             k == VT_ENDPACKAGE || k == VT_ENDPRIMITIVE || k == VT_ENDCHECKER ||
+                             k == VT_END || k == VT_ENDGENERATE || k == VT_ENDCASE)) {
+            return; // the caller reports the missing end
+        }
+        std::vector<VeriAttribute> attrs;
+        parseAttributes(attrs);
+        if (VeriModuleItem* item = parseItem(endKind)) {
+            if (!attrs.empty()) item->attributes = std::move(attrs);
+            items.push_back(item);
+        }
+        if (bailing) {
+            while (!atEof() && !at(endKind)) take();
+            bailing = false;
+        }
+    }
+}
+
+VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
+    DepthGuard guard(*this);
+    if (!guard.ok) {
+        recoverItem();
+        return nullptr;
+    }
+    VeriToken start = peek();
+    unsigned k = start.kind;
+    switch (k) {
+    case VT_SEMI:
+        take();
+        return nullptr;
+    case VT_ASSIGN:
+        return parseContinuousAssign(take());
+    case VT_ALWAYS: case VT_ALWAYS_COMB: case VT_ALWAYS_FF: case VT_ALWAYS_LATCH: {
+        take();
+        auto* a = make<VeriAlwaysConstruct>(start);
+        a->kind = k;
+        a->stmt = parseStatement();
+        finish(a);
+        return a;
+    }
+    case VT_INITIAL: case VT_FINAL: {
+        take();
+        auto* a = make<VeriInitialConstruct>(start);
+        a->isFinal = k == VT_FINAL;
+        a->stmt = parseStatement();
+        finish(a);
+        return a;
+    }
+    case VT_GENERATE: {
+        take();
+        auto* g = make<VeriGenerateConstruct>(start);
+        parseItems(g->items, VT_ENDGENERATE);
+        expect(VT_ENDGENERATE);
+        finish(g);
+        return g;
+    }
+    case VT_FOR:
+        return parseGenerateFor(take());
+    case VT_IF:
+        return parseGenerateIf(take());
+    case VT_CASE:
+        return parseGenerateCase(take());
+    case VT_BEGIN:
+        return parseGenerateBlock(take());
+    case VT_FUNCTION: case VT_TASK:
+        take();
+        return parseSubprogram(start, k == VT_TASK, 0);
+    case VT_IMPORT: case VT_EXPORT: {
+        take();
+        if (at(VT_STRING_LITERAL)) {
+            take();
+            if (at(VT_CONTEXT) || at(VT_PURE)) take();
+            if (isIdent() && kind(1) == VT_EQ) {
+                take();
+                take();
+            }
+            if (k == VT_EXPORT || !(at(VT_FUNCTION) || at(VT_TASK))) {
+                skipToSemi();
+                return nullptr;
+            }
+            bool isTask = take().kind == VT_TASK;
+            return parseSubprogram(start, isTask, k);
+        }
+        return parseImportExport(start, k == VT_EXPORT);
+    }
+    case VT_MODPORT:
+        return parseModport(take());
+    case VT_CLASS: case VT_VIRTUAL:
+        if (k == VT_VIRTUAL && kind(1) != VT_CLASS) break;
+        return parseClass(start);
+    case VT_INTERFACE:
+        if (kind(1) == VT_CLASS) return parseClass(start);
+        return parseUnit(start, {});
+    case VT_MODULE: case VT_MACROMODULE: case VT_PROGRAM: case VT_CHECKER: case VT_PACKAGE:
+        return parseUnit(start, {});
+    case VT_COVERGROUP:
+        take();
+        return parseSkipped(make<VeriCovergroup>(start), VT_COVERGROUP, VT_ENDGROUP, true);
+    case VT_PROPERTY:
+        take();
+        return parseSkipped(make<VeriPropertyDecl>(start), VT_PROPERTY, VT_ENDPROPERTY, true);
+    case VT_SEQUENCE:
+        take();
+        return parseSkipped(make<VeriSequenceDecl>(start), VT_SEQUENCE, VT_ENDSEQUENCE, true);
+    case VT_SPECIFY:
+        take();
+        return parseSkipped(make<VeriSpecifyBlock>(start), VT_SPECIFY, VT_ENDSPECIFY, false);
+    case VT_TABLE:
+        take();
+        return parseSkipped(make<VeriTable>(start), VT_TABLE, VT_ENDTABLE, false);
+    case VT_DEFAULT: case VT_GLOBAL: case VT_CLOCKING: {
+        if (k != VT_CLOCKING) take();
+        if (at(VT_CLOCKING)) {
+            take();
+            if (isIdent() && kind(1) == VT_SEMI) { // default clocking name;
+                skipToSemi();
+                return nullptr;
+            }
+            return parseSkipped(make<VeriClockingDecl>(start), VT_CLOCKING, VT_ENDCLOCKING, isIdent());
+        }
+        skipToSemi(); // default disable iff ...;
+        return nullptr;
+    }
+    case VT_CONSTRAINT: {
+        take();
+        auto* c = make<VeriConstraintDecl>(start);
+        VeriToken n = peek();
+        auto* id = make<VeriLabelId>(n);
+        id->name = takeName();
+        c->id = id;
+        if (at(VT_LBRACE)) skipBalanced();
+        else skipToSemi();
+        finish(c);
+        return c;
+    }
+    case VT_LET: {
+        take();
+        auto* l = make<VeriLetDecl>(start);
+        VeriToken n = peek();
+        auto* id = make<VeriFunctionId>(n);
+        id->name = takeName();
+        id->declaration = l;
+        declare(id);
+        l->id = id;
+        skipToSemi();
+        finish(l);
+        return l;
+    }
+    case VT_DEFPARAM: {
+        take();
+        auto* d = make<VeriDefParam>(start);
+        for (;;) {
+            auto* a = make<VeriDefParamAssign>(peek());
+            a->lval = parseLValue();
+            expect(VT_EQ);
+            a->rval = parseMinTypMax();
+            finish(a);
+            d->assigns.push_back(a);
+            if (!accept(VT_COMMA)) break;
+        }
+        expect(VT_SEMI);
+        finish(d);
+        return d;
+    }
+    case VT_BIND:
+        return parseBind(take());
+    case VT_ALIAS: {
+        take();
+        auto* a = make<VeriNetAlias>(start);
+        for (;;) {
+            a->members.push_back(parseLValue());
+            if (!accept(VT_EQ)) break;
+        }
+        expect(VT_SEMI);
+        finish(a);
+        return a;
+    }
+    case VT_TIMEUNIT: case VT_TIMEPRECISION: {
+        take();
+        auto* t = make<VeriTimeUnit>(start);
+        t->kind = k;
+        t->literal = copy(peek().text);
+        skipToSemi();
+        finish(t);
+        return t;
+    }
+    case VT_ASSERT: case VT_ASSUME: case VT_COVER: case VT_RESTRICT: case VT_EXPECT:
+        return parseAssertion(start);
+    case VT_EXTERN: case VT_NETTYPE:
+        skipToSemi();
+        return nullptr;
+    default:
+        break;
+    }
+    if (isGate(k)) return parseGateInstantiation(take());
+    if (isIdent() && kind(1) == VT_COLON) {
+        // label: assertion or generate construct
+        VeriToken n = take();
+        take();
+        VeriModuleItem* item = parseItem(endKind);
+        if (auto* s = dynamic_cast<VeriStatement*>(item)) {
+            auto* label = make<VeriLabelId>(n);
+            label->name = name(n);
+            label->declaration = s;
+            finish(label);
+            declare(label);
+            s->label = label;
+        }
+        return item;
+    }
+    if (isIdent() && instantiationAhead()) return parseInstantiation(start);
+    if (VeriModuleItem* d = parseDeclarationItem()) return d;
+    syntaxError(start);
+    recoverItem();
+    return nullptr;
+}
+
+VeriModuleItem* VeriParser::Impl::parseContinuousAssign(const VeriToken& start) {
+    auto* a = make<VeriContinuousAssign>(start);
+    if (at(VT_LPAREN) && isStrengthKeyword(kind(1))) a->strength = parseStrength();
+    if (at(VT_HASH)) a->delay = parseDelay();
+    for (;;) {
+        auto* nra = make<VeriNetRegAssign>(peek());
+        nra->lval = parseLValue();
+        expect(VT_EQ);
+        nra->rval = parseExpression();
+        finish(nra);
+        a->assigns.push_back(nra);
+        if (!accept(VT_COMMA)) break;
+    }
+    expect(VT_SEMI);
+    finish(a);
+    return a;
+}
+
+VeriStrength* VeriParser::Impl::parseStrength() {
+    VeriToken start = take(); // (
+    auto* s = make<VeriStrength>(start);
+    s->lval = take().kind;
+    if (accept(VT_COMMA)) s->rval = take().kind;
+    expect(VT_RPAREN);
+    finish(s);
+    return s;
+}
+
+VeriModuleItem* VeriParser::Impl::parseInstantiation(const VeriToken& start) {
+    auto* inst = make<VeriModuleInstantiation>(start);
+    VeriToken n = take();
+    auto* ref = make<VeriIdRef>(n);
+    ref->name = name(n); // unit names are not looked up in scopes
+    finish(ref);
+    inst->moduleName = ref;
+    if (at(VT_HASH)) parseParamValues(inst->paramValues);
+    for (;;) {
+        VeriToken in = peek();
+        auto* id = make<VeriInstId>(in);
+        id->name = takeName();
+        id->declaration = inst;
+        id->dimensions = parseDimensions();
+        if (expect(VT_LPAREN)) {
+            while (!at(VT_RPAREN) && !atEof()) {
+                VeriToken ps = peek();
+                std::vector<VeriAttribute> attrs;
+                parseAttributes(attrs);
+                if (at(VT_DOT_STAR)) {
+                    take();
+                    id->portConnects.push_back(make<VeriDotStar>(ps));
+                } else if (at(VT_DOT) && (isIdent(1) || isKeywordKind(kind(1)))) {
+                    take();
+                    auto* pc = make<VeriPortConnect>(ps);
+                    VeriToken pn = take();
+                    pc->portName = name(pn);
+                    if (accept(VT_LPAREN)) {
+                        if (!at(VT_RPAREN)) pc->connection = parseExpression();
+                        expect(VT_RPAREN);
+                    } else {
+                        pc->implicit = true;
+                        pc->connection = makeRef(pn);
+                    }
+                    finish(pc);
+                    id->portConnects.push_back(pc);
+                } else if (at(VT_COMMA)) {
+                    id->portConnects.push_back(make<VeriPortOpen>(ps));
+                } else {
+                    id->portConnects.push_back(parseExpression());
+                }
+                if (!accept(VT_COMMA)) break;
+                if (at(VT_RPAREN)) id->portConnects.push_back(make<VeriPortOpen>(peek()));
+            }
+            expect(VT_RPAREN);
+        }
+        finish(id);
+        declare(id);
+        inst->instances.push_back(id);
+        if (!accept(VT_COMMA)) break;
+    }
+    expect(VT_SEMI);
+    finish(inst);
+    return inst;
+}
+
+VeriModuleItem* VeriParser::Impl::parseGateInstantiation(const VeriToken& start) {
+    auto* g = make<VeriGateInstantiation>(start);
+    g->gate = start.kind;
+    if (at(VT_LPAREN) && isStrengthKeyword(kind(1))) g->strength = parseStrength();
+    if (at(VT_HASH)) g->delays = parseDelay()->delays;
+    for (;;) {
+        VeriToken in = peek();
+        auto* id = make<VeriInstId>(in);
+        id->declaration = g;
+        if (isIdent()) {
+            id->name = takeName();
+            id->dimensions = parseDimensions();
+        }
+        if (expect(VT_LPAREN)) {
+            while (!at(VT_RPAREN) && !atEof()) {
+                id->portConnects.push_back(parseExpression());
+                if (!accept(VT_COMMA)) break;
+            }
+            expect(VT_RPAREN);
+        }
+        finish(id);
+        declare(id);
+        g->instances.push_back(id);
+        if (!accept(VT_COMMA)) break;
+    }
+    expect(VT_SEMI);
+    finish(g);
+    return g;
+}
+
+VeriModuleItem* VeriParser::Impl::parseGenerateItemBody() {
+    if (at(VT_BEGIN)) return parseGenerateBlock(take());
+    if (isIdent() && kind(1) == VT_COLON && kind(2) == VT_BEGIN) {
+        // name: begin ... end
+        VeriToken n = take();
+        take();
+        auto* b = static_cast<VeriGenerateBlock*>(parseGenerateBlock(take()));
+        if (!b->blockId) {
+            b->blockId = make<VeriBlockId>(n);
+            b->blockId->name = name(n);
+            b->blockId->declaration = b;
+            b->blockId->scope = b->scope;
+            finish(b->blockId);
+            declare(b->blockId);
+        }
+        return b;
+    }
+    return parseItem(VT_EOF);
+}
+
+VeriModuleItem* VeriParser::Impl::parseGenerateFor(const VeriToken& start) {
+    auto* f = make<VeriGenerateFor>(start);
+    VeriScope* upper = pushScope(f);
+    f->scope = scope;
+    expect(VT_LPAREN);
+    VeriToken is = peek();
+    if (accept(VT_GENVAR)) {
+        auto* decl = make<VeriDataDecl>(is);
+        decl->kind = VT_GENVAR;
+        VeriToken n = peek();
+        auto* g = make<VeriGenVarId>(n);
+        g->name = takeName();
+        g->declaration = decl;
+        finish(g);
+        declare(g);
+        decl->ids.push_back(g);
+        finish(decl);
+        f->genvarDecl = decl;
+        // The assignment names the genvar again.
+        ahead.push_front(n);
+    }
+    VeriToken as = peek();
+    if (VeriExpression* lval = parseLValue()) f->init = parseAssignmentRest(lval, as, false);
+    expect(VT_SEMI);
+    f->cond = parseExpression();
+    expect(VT_SEMI);
+    VeriToken rs = peek();
+    VeriExpression* rep;
+    if (at(VT_INC) || at(VT_DEC)) {
+        VeriToken op = take();
+        auto* u = make<VeriUnaryOperator>(op);
+        u->oper = op.kind;
+        u->arg = parseLValue();
+        finish(u);
+        rep = u;
+    } else {
+        rep = parseLValue();
+    }
+    if (rep) f->rep = parseAssignmentRest(rep, rs, false);
+    expect(VT_RPAREN);
+    f->item = parseGenerateItemBody();
+    popScope(upper);
+    finish(f);
+    return f;
+}
+
+VeriModuleItem* VeriParser::Impl::parseGenerateIf(const VeriToken& start) {
+    auto* g = make<VeriGenerateConditional>(start);
+    expect(VT_LPAREN);
+    g->cond = parseExpression();
+    expect(VT_RPAREN);
+    g->thenItem = parseGenerateItemBody();
+    if (accept(VT_ELSE)) g->elseItem = parseGenerateItemBody();
+    finish(g);
+    return g;
+}
+
+VeriModuleItem* VeriParser::Impl::parseGenerateCase(const VeriToken& start) {
+    auto* g = make<VeriGenerateCase>(start);
+    expect(VT_LPAREN);
+    g->cond = parseExpression();
+    expect(VT_RPAREN);
+    while (!at(VT_ENDCASE) && !atEof() && !atUnitEnd()) {
+        auto* item = make<VeriGenerateCaseItem>(peek());
+        if (accept(VT_DEFAULT)) {
+            accept(VT_COLON);
+        } else {
+            for (;;) {
+                VeriExpression* e = parseExpression();
+                if (!e) break;
+                item->conditions.push_back(e);
+                if (!accept(VT_COMMA)) break;
+            }
+            if (!expect(VT_COLON)) {
+                recoverItem();
+                continue;
+            }
+        }
+        item->item = parseGenerateItemBody();
+        finish(item);
+        g->items.push_back(item);
+        if (bailing) break;
+    }
+    expect(VT_ENDCASE);
+    finish(g);
+    return g;
+}
+
+VeriModuleItem* VeriParser::Impl::parseGenerateBlock(const VeriToken& start) {
+    auto* b = make<VeriGenerateBlock>(start);
+    if (at(VT_COLON) && isIdent(1)) {
+        take();
+        VeriToken n = take();
+        b->blockId = make<VeriBlockId>(n);
+        b->blockId->name = name(n);
+        b->blockId->declaration = b;
+        finish(b->blockId);
+        declare(b->blockId);
+    }
+    VeriScope* upper = pushScope(b);
+    b->scope = scope;
+    if (b->blockId) b->blockId->scope = scope;
+    parseItems(b->items, VT_END);
+    expect(VT_END);
+    skipEndLabel();
+    popScope(upper);
+    finish(b);
+    return b;
+}
+
+VeriModuleItem* VeriParser::Impl::parseModport(const VeriToken& start) {
+    auto* mp = make<VeriModport>(start);
+    for (;;) {
+        VeriToken n = peek();
+        auto* decl = make<VeriModportDecl>(n);
+        auto* id = make<VeriModportId>(n);
+        id->name = takeName();
+        id->declaration = decl;
+        finish(id);
+        declare(id);
+        decl->id = id;
+        VeriScope* upper = pushScope(decl);
+        decl->scope = scope;
+        id->scope = scope;
+        unsigned dir = 0;
+        if (expect(VT_LPAREN)) {
+            while (!at(VT_RPAREN) && !atEof()) {
+                std::vector<VeriAttribute> attrs;
+                parseAttributes(attrs);
+                if (isDirection(kind()) || at(VT_IMPORT) || at(VT_EXPORT) || at(VT_CLOCKING)) dir = take().kind;
+                if ((dir == VT_IMPORT || dir == VT_EXPORT) && (at(VT_FUNCTION) || at(VT_TASK))) {
+                    // a subprogram prototype
+                    VeriToken ps = take();
+                    VeriFunctionDecl* proto = parseSubprogramPrototype(ps);
+                    auto* port = make<VeriPrototypeId>(ps);
+                    port->name = proto && proto->id ? proto->id->name : std::string_view();
+                    port->dir = dir;
+                    port->declaration = decl;
+                    finish(port);
+                    decl->ports.push_back(port);
+                } else {
+                    VeriToken ps = peek();
+                    auto* port = make<VeriPrototypeId>(ps);
+                    port->dir = dir;
+                    port->declaration = decl;
+                    if (accept(VT_DOT)) {
+                        port->name = takeName();
+                        expect(VT_LPAREN);
+                        if (!at(VT_RPAREN)) port->expr = parseExpression();
+                        expect(VT_RPAREN);
+                    } else {
+                        port->name = takeName();
+                    }
+                    finish(port);
+                    declare(port);
+                    decl->ports.push_back(port);
+                }
+                if (!accept(VT_COMMA)) break;
+            }
+            expect(VT_RPAREN);
+        }
+        popScope(upper);
+        finish(decl);
+        mp->decls.push_back(decl);
+        if (!accept(VT_COMMA)) break;
+    }
+    expect(VT_SEMI);
+    finish(mp);
+    return mp;
+}
+
+VeriFunctionDecl* VeriParser::Impl::parseSubprogramPrototype(const VeriToken& start) {
+    auto* f = start.kind == VT_TASK ? make<VeriTaskDecl>(start) : make<VeriFunctionDecl>(start);
+    f->prototype = true;
+    if (start.kind == VT_FUNCTION && !(isIdent() && (kind(1) == VT_LPAREN || kind(1) == VT_COMMA ||
+                                                   kind(1) == VT_RPAREN)))
+        f->returnType = parseDataType(true);
+    VeriToken n = peek();
+    VeriIdDef* id = start.kind == VT_TASK ? static_cast<VeriIdDef*>(make<VeriTaskId>(n)) : make<VeriFunctionId>(n);
+    id->name = takeName();
+    id->declaration = f;
+    finish(id);
+    f->id = id;
+    VeriScope* upper = pushScope(f);
+    f->scope = scope;
+    if (accept(VT_LPAREN)) parseSubprogramPorts(f);
+    popScope(upper);
+    finish(f);
+    return f;
+}
+
+VeriModuleItem* VeriParser::Impl::parseImportExport(const VeriToken& start, bool isExport) {
+    VeriImportDecl* imp = isExport ? nullptr : make<VeriImportDecl>(start);
+    VeriExportDecl* exp = isExport ? make<VeriExportDecl>(start) : nullptr;
+    for (;;) {
+        VeriToken ps = peek();
+        if (isExport && at(VT_STAR)) { // export *::*;
+            take();
+            expect(VT_SCOPE);
+            expect(VT_STAR);
+        } else {
+            auto* item = make<VeriScopeName>(ps);
+            VeriToken pn = peek();
+            std::string_view pkg = takeName();
+            auto* ref = make<VeriIdRef>(pn);
+            ref->name = pkg;
+            finish(ref);
+            item->prefix = ref;
+            expect(VT_SCOPE);
+            if (!accept(VT_STAR)) item->name = takeName();
+            finish(item);
+            if (isExport) {
+                exp->items.push_back(item);
+            } else {
+                importPackage(item);
+                imp->items.push_back(item);
+            }
+        }
+        if (!accept(VT_COMMA)) break;
+    }
+    expect(VT_SEMI);
+    VeriModuleItem* result = isExport ? static_cast<VeriModuleItem*>(exp) : imp;
+    finish(result);
+    return result;
+}
+
+VeriModuleItem* VeriParser::Impl::parseSkipped(VeriSkippedItem* node, unsigned open, unsigned endKind, bool named) {
+    if (named && isIdent()) {
+        VeriToken n = peek();
+        VeriIdDef* id = open == VT_CLOCKING ? static_cast<VeriIdDef*>(make<VeriClockingId>(n)) : make<VeriLabelId>(n);
+        id->name = takeName();
+        id->declaration = node;
+        finish(id);
+        declare(id);
+        node->id = id;
+    }
+    skipUntilEnd(open, endKind);
+    skipEndLabel();
+    finish(node);
+    return node;
+}
+
+VeriModuleItem* VeriParser::Impl::parseClass(const VeriToken& start) {
+    auto* c = make<VeriClass>(start);
+    while (!at(VT_CLASS) && !atEof()) take(); // virtual / interface
+    take();
+    if (at(VT_AUTOMATIC) || at(VT_STATIC)) take();
+    VeriToken n = peek();
+    auto* id = make<VeriTypeId>(n);
+    id->name = takeName();
+    id->declaration = c;
+    finish(id);
+    declare(id);
+    c->id = id;
+    // The body is passed over; `typedef class x;` names a class without opening one.
+    int level = 0;
+    unsigned before = 0;
+    while (!atEof()) {
+        unsigned k = take().kind;
+        if (k == VT_CLASS && before != VT_TYPEDEF) ++level;
+        else if (k == VT_ENDCLASS) {
+            if (level == 0) break;
+            --level;
+        }
+        before = k;
+    }
+    if (prev.kind != VT_ENDCLASS) syntaxError(peek(), "endclass");
+    skipEndLabel();
+    finish(c);
+    return c;
+}
+
+VeriModuleItem* VeriParser::Impl::parseConfig(const VeriToken& start) {
+    auto* c = make<VeriConfiguration>(start);
+    VeriToken n = peek();
+    auto* id = make<VeriConfigurationId>(n);
+    id->name = takeName();
+    id->declaration = c;
+    finish(id);
+    c->id = id;
+    expect(VT_SEMI);
+    while (at(VT_LOCALPARAM)) skipToSemi();
+    if (accept(VT_DESIGN)) {
+        while (isIdent()) {
+            VeriToken cn = take();
+            auto* ref = make<VeriIdRef>(cn);
+            ref->name = name(cn);
+            finish(ref);
+            if (accept(VT_DOT)) {
+                auto* sc = make<VeriScopeName>(cn);
+                sc->prefix = ref;
+                sc->name = takeName();
+                finish(sc);
+                c->designCells.push_back(sc);
+            } else {
+                c->designCells.push_back(ref);
+            }
+        }
+        expect(VT_SEMI);
+    }
+    while (!at(VT_ENDCONFIG) && !atEof()) take();
+    expect(VT_ENDCONFIG);
+    skipEndLabel();
+    finish(c);
+    return c;
+}
+
+VeriModuleItem* VeriParser::Impl::parseBind(const VeriToken& start) {
+    auto* b = make<VeriBindDirective>(start);
+    b->target = parseLValue();
+    if (accept(VT_COLON)) {
+        for (;;) {
+            b->targetInstances.push_back(parseLValue());
+            if (!accept(VT_COMMA)) break;
+        }
+    }
+    if (isIdent() && instantiationAhead()) b->instantiation = parseInstantiation(peek());
+    else {
+        syntaxError(peek(), "an instantiation");
+        recoverItem();
+    }
+    finish(b);
+    return b;
+}
+
+} // namespace hdl
