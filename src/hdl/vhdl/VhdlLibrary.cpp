@@ -163,6 +163,7 @@ bool vhdl_file::AnalyzeText(const std::string& text, const char* name, const cha
 
     VhdlLibrary* lib = GetLibrary(libName, true);
     for (VhdlDesignUnit* unit : units) {
+        unit->languageMode = mode;
         if (!unit->id) continue;
         if (auto* primary = dynamic_cast<VhdlPrimaryUnit*>(unit)) {
             if (VhdlPrimaryUnit* old = lib->AddPrimUnit(primary)) {

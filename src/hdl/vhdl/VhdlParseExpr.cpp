@@ -559,7 +559,18 @@ VhdlTreeNode* VhdlParser::ParseDiscreteRange() { return ParseRangeOrExpression()
 VhdlTreeNode* VhdlParser::ParseSubtypeIndication() {
     size_t start = pos_;
     VhdlTreeNode* resolution = nullptr;
-    if (Is(VHDL_LPAREN)) resolution = ParseParenthesized();
+    if (Is(VHDL_LPAREN)) {
+        // An element resolution keeps its parentheses: (resolved) t differs from resolved t.
+        size_t resStart = pos_;
+        VhdlExpression* inner = ParseParenthesized();
+        if (inner && inner->GetClassId() != VhdlAggregate::kClassId) {
+            auto* agg = arena_.make<VhdlAggregate>();
+            agg->elements = List(std::vector<VhdlTreeNode*>{inner});
+            Finish(agg, resStart);
+            inner = agg;
+        }
+        resolution = inner;
+    }
     VhdlName* mark = ParseName();
     if (!resolution && mark && IsIdentifier()) {
         resolution = mark;

@@ -1040,6 +1040,7 @@ public:
     VhdlIdDef* id = nullptr;
     VhdlLibrary* library = nullptr;
     uint32_t endLine = 0;
+    unsigned languageMode = 0; // the VhdlMode it was analysed in
 };
 
 class VhdlSecondaryUnit : public VhdlDesignUnit {};

@@ -13,6 +13,8 @@
 
 #include "VhdlTestUtil.h"
 #include "hdl/vhdl/VhdlLibrary.h"
+#include "hdl/vhdl/VhdlParser.h"
+#include "hdl/vhdl/VhdlPrettyPrinter.h"
 
 #ifndef SIFT_SHARED_DIR
 #define SIFT_SHARED_DIR ""
@@ -58,6 +60,29 @@ std::string AnalyzeErrors(const std::string& path, const std::string& library, u
     return capture.Errors();
 }
 
+// Prints every unit of every library and parses the text again; returns the names
+// of units whose reparsed tree differs.
+std::vector<std::string> RoundTripFailures() {
+    std::vector<std::string> failures;
+    auto check = [&](const VhdlDesignUnit* unit) {
+        std::string text = VhdlPrettyText(unit);
+        Arena arena;
+        test::MessageCapture capture;
+        VhdlLexer lexer(text, 0, unit->languageMode);
+        VhdlParser parser(arena, text, lexer.Tokenize(), 0, unit->languageMode);
+        std::vector<VhdlDesignUnit*> again = parser.ParseDesignFile();
+        if (parser.ErrorCount() || again.size() != 1 || !again[0]->IsEqual(unit))
+            failures.push_back(std::string(unit->Id()->OrigName()) + ": " + capture.Errors());
+    };
+    for (VhdlLibrary* lib : vhdl_file::AllLibraries()) {
+        for (VhdlPrimaryUnit* unit : lib->PrimaryUnits()) {
+            check(unit);
+            for (VhdlSecondaryUnit* secondary : unit->GetSecondaryUnits()) check(secondary);
+        }
+    }
+    return failures;
+}
+
 TEST(VhdlGate, CorpusFilesAnalyseWithoutErrors) {
     std::string corpus = std::string(SIFT_SHARED_DIR) + "/corpus";
     if (!IsDir(corpus)) GTEST_SKIP() << "no corpus at " << corpus;
@@ -86,6 +111,7 @@ TEST(VhdlGate, CorpusFilesAnalyseWithoutErrors) {
         }
     }
     EXPECT_GT(files, 0u);
+    EXPECT_EQ(RoundTripFailures(), std::vector<std::string>());
     vhdl_file::Reset();
 }
 
@@ -144,6 +170,7 @@ TEST(VhdlGate, StandardPackageSourcesParse) {
             ++files;
             EXPECT_EQ(AnalyzeErrors(file, set.library, set.mode), "") << file;
         }
+        EXPECT_EQ(RoundTripFailures(), std::vector<std::string>()) << set.dir;
     }
     EXPECT_GT(files, 0u);
     vhdl_file::Reset();

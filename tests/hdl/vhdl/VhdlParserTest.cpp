@@ -4,6 +4,7 @@
 
 #include "VhdlTestUtil.h"
 #include "hdl/vhdl/VhdlParser.h"
+#include "hdl/vhdl/VhdlPrettyPrinter.h"
 #include "hdl/vhdl/VhdlVisitor.h"
 
 namespace hdl {
@@ -91,6 +92,20 @@ TEST(VhdlParser, EntityInterfaceParts) {
     auto* sType = dynamic_cast<VhdlExplicitSubtypeIndication*>(s->GetSubtypeIndication());
     ASSERT_NE(sType, nullptr);
     EXPECT_NE(sType->GetResolutionFunction(), nullptr);
+}
+
+// Printing each unit and parsing the text again gives an equal tree.
+void ExpectRoundTrip(const std::string& source, unsigned mode = VHDL_2008) {
+    auto p = Parse(source, mode);
+    ASSERT_EQ(p->errors, 0u);
+    for (VhdlDesignUnit* unit : p->units) {
+        std::string text = VhdlPrettyText(unit);
+        auto again = Parse(text, mode);
+        ASSERT_EQ(again->errors, 0u) << text;
+        ASSERT_EQ(again->units.size(), 1u) << text;
+        EXPECT_TRUE(again->units[0]->IsEqual(unit)) << text;
+        EXPECT_EQ(VhdlPrettyText(again->units[0]), text);
+    }
 }
 
 const char* kArchitecture = R"(
@@ -410,6 +425,38 @@ TEST(VhdlParser, CopiesAreEqualAndIndependent) {
     EXPECT_FALSE(copy->IsEqual(p->units[0]));
     auto r = Parse("architecture rtl of top is begin end;");
     EXPECT_FALSE(r->units[0]->IsEqual(p->units[0]));
+}
+
+} // namespace
+} // namespace hdl
+
+namespace hdl {
+namespace {
+
+TEST(VhdlPrettyPrinter, RoundTripsUnits) {
+    ExpectRoundTrip(kEntity);
+    ExpectRoundTrip(kArchitecture);
+    ExpectRoundTrip("package p is constant c : integer := -a * b ** 2 + f(x)(1) - t'(1, 2); "
+                    "constant d : boolean := ?? (s and not (a ?= b)); "
+                    "constant n : ptr := new t'(x => 1, others => 0); "
+                    "subtype r is (elem resolved) rec; subtype v is (resolved) std_ulogic_vector; "
+                    "alias al is << signal ^.^.dut(0).s : bit >>; alias a2 is << constant @lib.p.c : integer >>; end;");
+    ExpectRoundTrip("configuration cfg of top is use work.all; for rtl "
+                    "for u1 : sub use entity work.leaf(beh) generic map (N => 2); end for; "
+                    "for gen(0) for g : sub use open; end for; end for; end for; end;");
+    ExpectRoundTrip("package body pb is procedure p (signal s : out bit) is variable v : bit_vector(0 to 3); begin "
+                    "l1 : for i in v'range loop next l1 when v(i) = '1'; v(i) := '0'; end loop; "
+                    "while true loop exit; end loop; s <= transport '1' after 1 ns, '0' after 2 ns; "
+                    "with v select s <= '1' when \"0000\" | \"1111\", '0' when others; "
+                    "if a then null; elsif b then return; else report \"x\" severity note; end if; "
+                    "assert false report \"y\"; wait on s; end procedure; end package body;");
+}
+
+TEST(VhdlPrettyPrinter, ExpressionTextIsFullyParenthesised) {
+    auto p = Parse("package q is constant c : integer := a + b * c - d; end;");
+    auto* c = static_cast<VhdlConstantDecl*>(static_cast<VhdlPackageDecl*>(p->units[0])->GetDeclPart().At(0));
+    EXPECT_EQ(VhdlPrettyText(c->GetInitAssign()), "((a + (b * c)) - d)");
+    EXPECT_EQ(VhdlPrettyText(c), "constant c : integer := ((a + (b * c)) - d);");
 }
 
 } // namespace
