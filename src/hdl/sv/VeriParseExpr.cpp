@@ -563,7 +563,8 @@ VeriExpression* VeriParser::Impl::parseMinTypMax() {
 
 VeriExpression* VeriParser::Impl::parseTypeOrExpression() {
     unsigned k = kind();
-    if (isBuiltinType(k) || k == VT_STRUCT || k == VT_UNION || k == VT_ENUM || k == VT_VIRTUAL)
+    if ((isBuiltinType(k) && kind(1) != VT_APOSTROPHE) || k == VT_STRUCT || k == VT_UNION || k == VT_ENUM ||
+        k == VT_VIRTUAL)
         return parseDataType(false);
     return parseExpression();
 }

@@ -464,6 +464,8 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
     }
     case VT_ASSERT: case VT_ASSUME: case VT_COVER: case VT_RESTRICT: case VT_EXPECT:
         return parseAssertion(start);
+    case VT_SYSTEM_IDENTIFIER: // elaboration tasks: $error, $fatal, $info, $warning
+        return parseStatement();
     case VT_EXTERN: case VT_NETTYPE:
         skipToSemi();
         return nullptr;

@@ -7,4 +7,5 @@ target_sources(hdl_sv PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/VeriParseDecl.cpp
   ${CMAKE_CURRENT_LIST_DIR}/VeriParseStmt.cpp
   ${CMAKE_CURRENT_LIST_DIR}/VeriParseItem.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/VeriLibrary.cpp)
+  ${CMAKE_CURRENT_LIST_DIR}/VeriLibrary.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/VeriPrettyPrinter.cpp)
