@@ -222,7 +222,16 @@ VeriDataType* VeriParser::Impl::parseEnum() {
     VeriToken start = take();
     auto* e = make<VeriEnum>(start);
     e->type = VT_ENUM;
-    if (!at(VT_LBRACE)) e->baseType = parseDataType(true);
+    if (isIdent()) { // a named base type
+        VeriToken n = take();
+        auto* t = make<VeriTypeRef>(n);
+        t->typeName = parsePostfix(makeRef(n), n);
+        t->dimensions = parseDimensions();
+        finish(t);
+        e->baseType = t;
+    } else if (!at(VT_LBRACE)) {
+        e->baseType = parseDataType(true);
+    }
     if (expect(VT_LBRACE)) {
         while (!at(VT_RBRACE) && !atEof()) {
             VeriToken n = peek();
@@ -449,7 +458,7 @@ VeriModuleItem* VeriParser::Impl::parseDeclarationItem() {
         break;
     }
     unsigned t = kind(i);
-    bool typeAhead = isBuiltinType(t) || t == VT_STRUCT || t == VT_UNION || t == VT_ENUM ||
+    bool typeAhead = isBuiltinType(t) || t == VT_STRUCT || t == VT_UNION || t == VT_ENUM || (t == VT_TYPE && i > 0) ||
                      (t == VT_VIRTUAL && i == 0) || (isIdent(i) && declarationAhead(i)) ||
                      (i > 0 && (t == VT_LBRACKET || t == VT_SIGNED || t == VT_UNSIGNED || isIdent(i)));
     if (!typeAhead) return nullptr;

@@ -37,6 +37,16 @@ bool isUnaryOperator(unsigned k) {
     }
 }
 
+bool isAssignOperator(unsigned k) {
+    switch (k) {
+    case VT_PLUS_EQ: case VT_MINUS_EQ: case VT_STAR_EQ: case VT_SLASH_EQ: case VT_MOD_EQ: case VT_AND_EQ:
+    case VT_OR_EQ: case VT_XOR_EQ: case VT_SHL_EQ: case VT_SHR_EQ: case VT_ASHL_EQ: case VT_ASHR_EQ:
+        return true;
+    default:
+        return false;
+    }
+}
+
 } // namespace
 
 bool VeriParser::Impl::startsExpression(unsigned k) {
@@ -257,8 +267,28 @@ VeriExpression* VeriParser::Impl::parsePrimary() {
     case VT_LPAREN: {
         take();
         VeriExpression* e = parseMinTypMax();
+        if (at(VT_EQ) || isAssignOperator(kind())) {
+            // (a = b) and (a += b): an assignment used as an expression
+            VeriToken op = take();
+            auto* b = make<VeriBinaryOperator>(start);
+            b->oper = op.kind;
+            b->left = e;
+            b->right = parseExpression();
+            finish(b);
+            e = b;
+        }
         expect(VT_RPAREN);
         return e;
+    }
+    case VT_DOT: case VT_DOT_STAR: {
+        // pattern identifiers and wildcards: .name, .*
+        take();
+        if (start.kind == VT_DOT_STAR) return make<VeriDotStar>(start);
+        auto* pc = make<VeriPortConnect>(start);
+        pc->portName = takeName();
+        pc->implicit = true;
+        finish(pc);
+        return pc;
     }
     case VT_LBRACE:
         return parseBraces();
