@@ -8,6 +8,7 @@
 #include "hdl/vhdl/VhdlLexer.h"
 #include "hdl/vhdl/VhdlMessageIds.h"
 #include "hdl/vhdl/VhdlParser.h"
+#include "hdl/vhdl/VhdlResolver.h"
 
 namespace hdl {
 
@@ -190,7 +191,19 @@ bool vhdl_file::AnalyzeText(const std::string& text, const char* name, const cha
                                   old, secondary});
         }
     }
+    for (VhdlDesignUnit* unit : units) {
+        if (unit->library || dynamic_cast<VhdlPrimaryUnit*>(unit)) VhdlResolveUnit(unit, lib);
+    }
     return clean && Message::ErrorCount() == errorsBefore;
+}
+
+void vhdl_file::ResolveAll() {
+    for (VhdlLibrary* lib : S().libraries) {
+        for (VhdlPrimaryUnit* unit : lib->PrimaryUnits()) {
+            VhdlResolveUnit(unit, lib);
+            for (VhdlSecondaryUnit* secondary : unit->GetSecondaryUnits()) VhdlResolveUnit(secondary, lib);
+        }
+    }
 }
 
 } // namespace hdl

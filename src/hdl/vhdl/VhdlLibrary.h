@@ -66,6 +66,10 @@ public:
     static void RemoveAllLOptions();
     static const std::vector<std::string>& LOptions();
 
+    // Resolves the names of every unit again, so that references to units analysed
+    // after their users are found too.
+    static void ResolveAll();
+
     // Units replaced by the last Analyze call.
     static const std::vector<VhdlReplacedUnit>& ReplacedUnits();
 

@@ -35,6 +35,8 @@ class VhdlIdDef : public VhdlTreeNode {
     std::string_view name;
     // The declaring node (a declaration, statement or unit), not a child.
     VhdlTreeNode* declaration = nullptr;
+    // The design unit whose region holds the declaration; set by name resolution.
+    VhdlDesignUnit* owningUnit = nullptr;
 };
 
 #define VHDL_ID_CLASS(Class, Kind)                         \
@@ -760,6 +762,10 @@ class VhdlComponentInstantiationStatement : public VhdlStatement {
     VhdlNodeList genericMap;
     VhdlNodeList portMap;
     VhdlIdDef* instantiated = nullptr;
+    // The entity and architecture the instance binds to, through the unit it names, a
+    // configuration specification or default binding; null while unbound.
+    VhdlPrimaryUnit* boundEntity = nullptr;
+    VhdlSecondaryUnit* boundArchitecture = nullptr;
 };
 
 // Iteration and generate schemes.

@@ -1,0 +1,17 @@
+// Name resolution of analysed VHDL units: declarative regions, library and use
+// clauses, selected names into libraries and packages, and the binding of component
+// instantiations. References that cannot be resolved stay unresolved without a
+// message, since VHDL binds late (units may be analysed after their users).
+#pragma once
+
+#include "hdl/vhdl/VhdlTree.h"
+
+namespace hdl {
+
+class VhdlLibrary;
+
+// Resolves the references of `unit`, analysed into `library`. Units it refers to must
+// already be in their libraries.
+void VhdlResolveUnit(VhdlDesignUnit* unit, VhdlLibrary* library);
+
+} // namespace hdl
