@@ -100,6 +100,8 @@ bool VeriParser::Impl::instantiationAhead() {
 }
 
 VeriDataType* VeriParser::Impl::parseDataType(bool allowImplicit) {
+    DepthGuard guard(*this);
+    if (!guard.ok) return nullptr;
     VeriToken start = peek();
     unsigned k = start.kind;
     if (k == VT_STRUCT || k == VT_UNION) return parseStructUnion();

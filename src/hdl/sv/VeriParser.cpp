@@ -118,11 +118,13 @@ void VeriParser::Impl::skipBalanced() {
 }
 
 void VeriParser::Impl::skipToSemi() {
+    // Only braces nest here: a ';' inside parentheses is rare, and counting parentheses
+    // would let one unbalanced '(' swallow the rest of the file.
     int level = 0;
     while (!atEof()) {
         unsigned k = kind();
-        if (opens(k)) ++level;
-        else if (closes(k) && level > 0) --level;
+        if (k == VT_LBRACE || k == VT_APOSTROPHE_LBRACE) ++level;
+        else if (k == VT_RBRACE && level > 0) --level;
         take();
         if (k == VT_SEMI && level == 0) return;
     }

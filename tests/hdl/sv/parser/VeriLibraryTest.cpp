@@ -1,0 +1,85 @@
+// Analysis into libraries: order, lookup, replacement, $unit, file announcements.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "VeriTestSupport.h"
+
+using namespace hdl;
+
+namespace {
+
+std::vector<std::pair<std::string, std::string>> gReplaced;
+
+void onReplace(VeriModule* previous, VeriModule* replacement) {
+    gReplaced.emplace_back(std::string(previous->Name()), std::string(replacement->Name()));
+}
+
+TEST(VeriLibrary, UnitsKeepTheirOrderAndLibrary) {
+    ASSERT_TRUE(veritest::analyze("module b; endmodule\ninterface a; endinterface\nprogram c; endprogram\n"
+                                  "primitive u(o, i); output o; input i; table 0 : 1; endtable endprimitive\n"
+                                  "config cfg; design work.b; endconfig\n",
+                                  "lib1"));
+    VeriLibrary* lib = veri_file::GetLibrary("lib1");
+    ASSERT_NE(lib, nullptr);
+    std::vector<std::string> names;
+    for (VeriModule* m : lib->AllModules()) names.emplace_back(m->Name());
+    EXPECT_EQ(names, (std::vector<std::string>{"b", "a", "c", "u", "cfg"}));
+    EXPECT_TRUE(veri_file::GetModule("a", "lib1")->IsInterface());
+    EXPECT_TRUE(veri_file::GetModule("c")->IsProgram());
+    EXPECT_TRUE(veri_file::GetModule("u")->IsPrimitive());
+    auto* cfg = dynamic_cast<VeriConfiguration*>(veri_file::GetModule("cfg"));
+    ASSERT_NE(cfg, nullptr);
+    ASSERT_EQ(cfg->GetTopModuleNames().size(), 1u);
+    EXPECT_EQ(cfg->GetTopModuleNames()[0]->GetName(), "b");
+    EXPECT_EQ(veri_file::GetModule("b", "other"), nullptr);
+    EXPECT_EQ(veri_file::GetModule("a")->GetLibrary(), lib);
+}
+
+TEST(VeriLibrary, SecondAnalysisReplacesAndTells) {
+    gReplaced.clear();
+    veritest::analyze("module x; wire a; endmodule\nmodule y; endmodule\n");
+    veri_file::RegisterReplaceCallBack(onReplace);
+    veritest::analyze("module x; wire b; endmodule\n", "work", false);
+    ASSERT_EQ(gReplaced.size(), 1u);
+    EXPECT_EQ(gReplaced[0].first, "x");
+    VeriLibrary* lib = veri_file::GetLibrary("work");
+    ASSERT_EQ(lib->AllModules().size(), 2u);
+    EXPECT_EQ(lib->AllModules()[0]->Name(), "x"); // the replacement takes the old place
+    auto* decl = dynamic_cast<VeriDataDecl*>(lib->AllModules()[0]->GetItems().at(0));
+    EXPECT_EQ(decl->GetIds().at(0)->Name(), "b");
+    bool warned = false;
+    for (const auto& d : veritest::diagnostics()) warned |= d.id == "VERI-1502";
+    EXPECT_TRUE(warned);
+}
+
+TEST(VeriLibrary, DeclarationsOutsideUnitsGoToUnitScope) {
+    ASSERT_TRUE(veritest::analyze("typedef logic [1:0] pair_t;\nmodule m; pair_t p; endmodule\n"));
+    VeriModule* root = veri_file::GetModule("$unit");
+    ASSERT_NE(root, nullptr);
+    EXPECT_TRUE(root->IsRootModule());
+    auto* decl = dynamic_cast<VeriDataDecl*>(veri_file::GetModule("m")->GetItems().at(0));
+    auto* ref = dynamic_cast<VeriTypeRef*>(decl->GetDataType());
+    ASSERT_NE(ref, nullptr);
+    ASSERT_NE(ref->GetId(), nullptr);
+    EXPECT_EQ(ref->GetId()->GetClassId(), ID_VERITYPEID);
+}
+
+TEST(VeriLibrary, EachFileIsAnnouncedWithItsName) {
+    veritest::analyze("module m; endmodule\n");
+    ASSERT_FALSE(veritest::diagnostics().empty());
+    const veritest::Diagnostic& first = veritest::diagnostics().front();
+    EXPECT_EQ(first.id, "VERI-1482");
+    EXPECT_EQ(first.type, VERIFIC_INFO);
+    EXPECT_NE(first.text.find("'test.sv'"), std::string::npos);
+}
+
+TEST(VeriLibrary, CellDefineAndMacromoduleAreRecorded) {
+    ASSERT_TRUE(veritest::analyze("`celldefine\nmodule c; endmodule\n`endcelldefine\nmacromodule mm; endmodule\n"));
+    EXPECT_TRUE(veri_file::GetModule("c")->IsCellDefine());
+    EXPECT_FALSE(veri_file::GetModule("mm")->IsCellDefine());
+    EXPECT_TRUE(veri_file::GetModule("mm")->flags & VERI_UNIT_MACROMODULE);
+}
+
+} // namespace

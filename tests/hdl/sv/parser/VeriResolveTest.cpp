@@ -1,0 +1,96 @@
+// Name resolution within a unit: references find their declarations where the language
+// decides statically; hierarchical names keep their prefix for later.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+
+#include "VeriTestSupport.h"
+#include "hdl/sv/VeriVisitor.h"
+
+using namespace hdl;
+
+namespace {
+
+// The first reference of each name in walk order, with what it resolved to.
+class RefCollector : public VeriVisitor {
+public:
+    void Visit(VeriIdRef& ref) override { refs.emplace(std::string(ref.name), ref.GetId()); }
+    std::multimap<std::string, VeriIdDef*> refs;
+    VeriIdDef* first(const std::string& n) const {
+        auto it = refs.find(n);
+        return it == refs.end() ? nullptr : it->second;
+    }
+};
+
+RefCollector collect(const char* unitName) {
+    RefCollector c;
+    c.TraverseNode(veritest::unit(unitName));
+    return c;
+}
+
+TEST(VeriResolve, LocalDeclarationsOfEveryKind) {
+    ASSERT_TRUE(veritest::analyze("module m #(parameter W = 2) (input [W-1:0] a, output y);\n"
+                                  "  typedef enum {IDLE, RUN} st_t;\n"
+                                  "  st_t s; genvar gi; wire n;\n"
+                                  "  function int f(int v); return v; endfunction\n"
+                                  "  assign y = f(a) == IDLE ? n : s;\n"
+                                  "  for (gi = 0; gi < W; gi++) begin : blk wire t; end\n"
+                                  "  assign n = blk[0].t;\n"
+                                  "endmodule\n"));
+    RefCollector c = collect("m");
+    ASSERT_NE(c.first("W"), nullptr);
+    EXPECT_EQ(c.first("W")->GetClassId(), ID_VERIPARAMID);
+    EXPECT_EQ(c.first("a")->GetClassId(), ID_VERIVARIABLE);
+    EXPECT_TRUE(c.first("a")->IsPort());
+    EXPECT_EQ(c.first("f")->GetClassId(), ID_VERIFUNCTIONID);
+    EXPECT_EQ(c.first("IDLE")->GetClassId(), ID_VERIPARAMID);
+    EXPECT_EQ(c.first("st_t")->GetClassId(), ID_VERITYPEID);
+    EXPECT_EQ(c.first("gi")->GetClassId(), ID_VERIGENVARID);
+    EXPECT_EQ(c.first("blk")->GetClassId(), ID_VERIBLOCKID);
+    EXPECT_EQ(c.first("v")->GetClassId(), ID_VERIVARIABLE); // in the function's own scope
+}
+
+TEST(VeriResolve, InnerScopesShadowOuterOnes) {
+    ASSERT_TRUE(veritest::analyze("module m; int x;\n"
+                                  "  initial begin : outer int x; x = 1; end\n"
+                                  "  initial x = 2;\n"
+                                  "endmodule\n"));
+    VeriModule* m = veritest::unit("m");
+    auto* outerX = static_cast<VeriDataDecl*>(m->GetItems()[0])->GetIds()[0];
+    std::multimap<std::string, VeriIdDef*> refs = collect("m").refs;
+    auto range = refs.equal_range("x");
+    ASSERT_EQ(std::distance(range.first, range.second), 2);
+    VeriIdDef* inBlock = range.first->second;
+    VeriIdDef* atModule = std::next(range.first)->second;
+    EXPECT_NE(inBlock, outerX);
+    EXPECT_EQ(atModule, outerX);
+}
+
+TEST(VeriResolve, PackageItemsByImportAndScope) {
+    ASSERT_TRUE(veritest::analyze("package p; localparam int K = 1; typedef logic t; function int g(); return K; endfunction endpackage\n"
+                                  "module m; import p::K; t bad; endmodule\n"
+                                  "module n; import p::*; int a = K + g(); p::t b = p::K; endmodule\n"));
+    RefCollector m = collect("m");
+    EXPECT_EQ(m.first("t"), nullptr); // only K was imported
+    RefCollector n = collect("n");
+    ASSERT_NE(n.first("K"), nullptr);
+    EXPECT_EQ(n.first("K")->GetClassId(), ID_VERIPARAMID);
+    EXPECT_EQ(n.first("g")->GetClassId(), ID_VERIFUNCTIONID);
+    EXPECT_TRUE(n.first("p")->GetClassId() == ID_VERIMODULEID); // the package itself
+}
+
+TEST(VeriResolve, UnknownPackageIsAnError) {
+    EXPECT_FALSE(veritest::analyze("module m; import nowhere::*; endmodule\n"));
+    ASSERT_EQ(veritest::errorCount(), 1u);
+    EXPECT_EQ(veritest::diagnostics().back().id, "VERI-1504");
+}
+
+TEST(VeriResolve, HierarchicalPrefixStaysForLater) {
+    ASSERT_TRUE(veritest::analyze("module m; wire w; assign w = top.u1.sig; endmodule\n"));
+    RefCollector c = collect("m");
+    EXPECT_EQ(c.first("top"), nullptr);
+    EXPECT_NE(c.first("w"), nullptr);
+}
+
+} // namespace

@@ -1,0 +1,54 @@
+// Analyses source text into a fresh library set and collects the messages, for the
+// parser tests.
+#pragma once
+
+#include <cstdarg>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "hdl/base/Message.h"
+#include "hdl/sv/VeriLibrary.h"
+
+namespace veritest {
+
+struct Diagnostic {
+    hdl::msg_type_t type;
+    std::string id;
+    unsigned line;
+    std::string text;
+};
+
+inline std::vector<Diagnostic>& diagnostics() {
+    static std::vector<Diagnostic> all;
+    return all;
+}
+
+inline void collect(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* loc, const char* format,
+                    va_list args) {
+    char text[1024];
+    vsnprintf(text, sizeof text, format, args);
+    diagnostics().push_back({type, id, loc ? loc->leftLine : 0, text});
+}
+
+inline unsigned errorCount() {
+    unsigned n = 0;
+    for (const Diagnostic& d : diagnostics()) n += d.type == hdl::VERIFIC_ERROR;
+    return n;
+}
+
+// Starts over, then analyses `text`; further calls add to the same libraries.
+inline bool analyze(const std::string& text, const char* library = "work", bool fresh = true) {
+    if (fresh) {
+        hdl::veri_file::Reset();
+        diagnostics().clear();
+    }
+    hdl::Message::RegisterCallBackMsg(collect);
+    bool ok = hdl::veri_file::AnalyzeText(text, "test.sv", hdl::SYSTEM_VERILOG, library);
+    hdl::Message::RegisterCallBackMsg(nullptr);
+    return ok;
+}
+
+inline hdl::VeriModule* unit(const char* name) { return hdl::veri_file::GetModule(name); }
+
+} // namespace veritest
