@@ -66,11 +66,14 @@ VhdlTreeNode* VhdlParser::ParseConcurrentStatement() {
     }
     case VHDL_WITH: stmt = ParseSelectedAssignment(start, label, postponed, false); break;
     case VHDL_ID: case VHDL_EXTENDED_ID: case VHDL_LPAREN: case VHDL_LTLT: case VHDL_STRING:
-        // A component instantiation names a unit followed by a map aspect.
+        // A component instantiation names a unit followed by a map aspect; a labelled
+        // bare name (`u : comp;`) is taken as an instantiation too, not as a call.
         if (label && IsIdentifier()) {
             size_t save = pos_;
             VhdlName* n = ParseName();
-            bool inst = Is(VHDL_GENERIC) || Is(VHDL_PORT);
+            bool bare = Is(VHDL_SEMI) && n &&
+                        (n->GetClassId() == VhdlIdRef::kClassId || n->GetClassId() == VhdlSelectedName::kClassId);
+            bool inst = Is(VHDL_GENERIC) || Is(VHDL_PORT) || bare;
             pos_ = save;
             if (inst && n) {
                 stmt = ParseInstantiation(start, label);

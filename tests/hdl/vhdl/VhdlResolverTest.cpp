@@ -173,6 +173,7 @@ TEST_F(VhdlResolverTest, LateUnitsBindAfterResolveAllAndSearchOrderIsUsed) {
             "begin u : leaf; end;");
     Instances inst;
     inst.TraverseNode(Arch("top"));
+    ASSERT_NE(inst.byLabel["u"], nullptr);
     EXPECT_EQ(inst.byLabel["u"]->boundEntity, nullptr);
     Analyze("entity leaf is end; architecture a of leaf is begin end;", "cells");
     vhdl_file::ResolveAll();
