@@ -671,6 +671,8 @@ VeriModuleItem* VeriParser::Impl::parseGenerateFor(const VeriToken& start) {
     expect(VT_RPAREN);
     f->item = parseGenerateItemBody();
     popScope(upper);
+    // The loop's block name is visible beside the loop (blk[i].x), not only inside it.
+    if (VeriBlockId* block = f->GetBlockId()) declare(block);
     finish(f);
     return f;
 }

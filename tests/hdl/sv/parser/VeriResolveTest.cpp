@@ -23,6 +23,11 @@ public:
     }
 };
 
+uint32_t kindOf(const RefCollector& c, const char* name) {
+    VeriIdDef* id = c.first(name);
+    return id ? id->GetClassId() : 0;
+}
+
 RefCollector collect(const char* unitName) {
     RefCollector c;
     c.TraverseNode(veritest::unit(unitName));
@@ -39,16 +44,15 @@ TEST(VeriResolve, LocalDeclarationsOfEveryKind) {
                                   "  assign n = blk[0].t;\n"
                                   "endmodule\n"));
     RefCollector c = collect("m");
-    ASSERT_NE(c.first("W"), nullptr);
-    EXPECT_EQ(c.first("W")->GetClassId(), ID_VERIPARAMID);
-    EXPECT_EQ(c.first("a")->GetClassId(), ID_VERIVARIABLE);
-    EXPECT_TRUE(c.first("a")->IsPort());
-    EXPECT_EQ(c.first("f")->GetClassId(), ID_VERIFUNCTIONID);
-    EXPECT_EQ(c.first("IDLE")->GetClassId(), ID_VERIPARAMID);
-    EXPECT_EQ(c.first("st_t")->GetClassId(), ID_VERITYPEID);
-    EXPECT_EQ(c.first("gi")->GetClassId(), ID_VERIGENVARID);
-    EXPECT_EQ(c.first("blk")->GetClassId(), ID_VERIBLOCKID);
-    EXPECT_EQ(c.first("v")->GetClassId(), ID_VERIVARIABLE); // in the function's own scope
+    EXPECT_EQ(kindOf(c, "W"), ID_VERIPARAMID);
+    EXPECT_EQ(kindOf(c, "a"), ID_VERIVARIABLE);
+    EXPECT_TRUE(c.first("a") && c.first("a")->IsPort());
+    EXPECT_EQ(kindOf(c, "f"), ID_VERIFUNCTIONID);
+    EXPECT_EQ(kindOf(c, "IDLE"), ID_VERIPARAMID);
+    EXPECT_EQ(kindOf(c, "st_t"), ID_VERITYPEID);
+    EXPECT_EQ(kindOf(c, "gi"), ID_VERIGENVARID);
+    EXPECT_EQ(kindOf(c, "blk"), ID_VERIBLOCKID);
+    EXPECT_EQ(kindOf(c, "v"), ID_VERIVARIABLE); // in the function's own scope
 }
 
 TEST(VeriResolve, InnerScopesShadowOuterOnes) {
@@ -74,10 +78,9 @@ TEST(VeriResolve, PackageItemsByImportAndScope) {
     RefCollector m = collect("m");
     EXPECT_EQ(m.first("t"), nullptr); // only K was imported
     RefCollector n = collect("n");
-    ASSERT_NE(n.first("K"), nullptr);
-    EXPECT_EQ(n.first("K")->GetClassId(), ID_VERIPARAMID);
-    EXPECT_EQ(n.first("g")->GetClassId(), ID_VERIFUNCTIONID);
-    EXPECT_TRUE(n.first("p")->GetClassId() == ID_VERIMODULEID); // the package itself
+    EXPECT_EQ(kindOf(n, "K"), ID_VERIPARAMID);
+    EXPECT_EQ(kindOf(n, "g"), ID_VERIFUNCTIONID);
+    EXPECT_EQ(kindOf(n, "p"), ID_VERIMODULEID); // the package itself
 }
 
 TEST(VeriResolve, UnknownPackageIsAnError) {
