@@ -3,6 +3,7 @@
 #include <exception>
 #include <iostream>
 
+#include "sift/database/HADLDatabaseAPI.h"
 #include "sift/scan/HADLSifter.h"
 #include "sift/shell/ListArguments.h"
 
@@ -108,13 +109,13 @@ void HADLCmd::dispatch(HADLSifter& sifter) const {
     } else if (IsSet("enable_vhdl_2019")) {
         sifter.options.enableVHDL2019 = true;
     } else if (IsSet("load")) {
-        // Reaches the database archive and dumps once they are built.
+        // Reaches the database archive once it is built.
     } else if (IsSet("save")) {
-        // Reaches the database archive and dumps once they are built.
+        // Reaches the database archive once it is built.
     } else if (IsSet("deserialize")) {
-        // Reaches the database archive and dumps once they are built.
+        // Reaches the database archive once it is built.
     } else if (IsSet("serialize")) {
-        // Reaches the database archive and dumps once they are built.
+        // Reaches the database archive once it is built.
     } else if (IsSet("serialize_in_case_of_crash")) {
         sifter.crashShmName = StringValue("serialize_in_case_of_crash");
     } else if (IsSet("skim")) {
@@ -137,9 +138,9 @@ void HADLCmd::dispatch(HADLSifter& sifter) const {
     } else if (IsSet("interface_info")) {
         sifter.runInterfaceInfo(first);
     } else if (IsSet("print_hier")) {
-        // Reaches the database archive and dumps once they are built.
+        HADLDatabaseConstAPI(sifter).printHierTree(first);
     } else if (IsSet("print")) {
-        // Reaches the database archive and dumps once they are built.
+        HADLDatabaseConstAPI(sifter).print(first);
     } else if (IsSet("verbosity")) {
         sifter.verbosity = IntValue("verbosity");
     } else if (IsSet("elab_errors")) {

@@ -2,6 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <unistd.h>
 #include <stdexcept>
 #include <tcl.h>
 
@@ -221,6 +225,16 @@ TEST_F(SfTest, PhasesMoveThroughWrappers) {
     EXPECT_EQ(sifter.phase, 5u);
     ASSERT_EQ(sf("-elab"), TCL_OK);
     EXPECT_EQ(sifter.phase, 4u);
+}
+
+TEST_F(SfTest, PrintsGoToFirstPositionalValue) {
+    const std::string path = testing::TempDir() + "sf_print_" + std::to_string(getpid()) + ".txt";
+    ASSERT_EQ(sf("-add_v2k printed_file.v"), TCL_OK);
+    ASSERT_EQ(sf("-print " + path + " ignored.txt"), TCL_OK);
+    std::ifstream in(path);
+    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_NE(text.find("printed_file.v"), std::string::npos) << text;
+    std::remove(path.c_str());
 }
 
 TEST_F(SfTest, SegvHandlerReArmedAtEveryCall) {
