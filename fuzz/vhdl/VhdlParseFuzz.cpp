@@ -1,10 +1,12 @@
 // Feeds arbitrary bytes to the VHDL lexer and parser in every language mode; the first
-// byte picks the mode. Any crash, hang or leak is a finding.
+// byte picks the mode. The text is also analysed into a library and resolved. Any
+// crash, hang or leak is a finding.
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
 #include "hdl/base/Message.h"
+#include "hdl/vhdl/VhdlLibrary.h"
 #include "hdl/vhdl/VhdlParser.h"
 #include "hdl/vhdl/VhdlVisitor.h"
 
@@ -35,5 +37,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         walker.TraverseNode(unit);
         if (!unit->Copy(copies)->IsEqual(unit)) __builtin_trap();
     }
+    // Once more through the libraries, which adds name resolution and binding.
+    hdl::vhdl_file::AnalyzeText(text, "fuzz.vhd", "work", mode);
+    hdl::vhdl_file::ResolveAll();
+    hdl::vhdl_file::Reset();
     return 0;
 }

@@ -125,6 +125,7 @@ void vhdl_file::Reset() {
     s.replaced.clear();
     s.ignoreTranslateOff = false;
     s.callback = nullptr;
+    s.files.clear();
 }
 
 bool vhdl_file::Analyze(const char* path, const char* library, unsigned mode) {

@@ -76,7 +76,8 @@ public:
     // translate_off/synthesis_off regions are honoured unless this is set.
     static void SetIgnoreTranslateOff(bool ignore);
 
-    // Forgets all libraries and settings (trees stay allocated); for tests.
+    // Forgets all libraries and settings and frees their trees; for tests and tools
+    // that hold no unit across the call.
     static void Reset();
 };
 

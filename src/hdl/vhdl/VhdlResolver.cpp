@@ -16,7 +16,8 @@ namespace {
 std::string Key(std::string_view name) {
     std::string key(name);
     if (!(key.size() > 1 && key[0] == '\\')) {
-        for (char& c : key) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        for (char& c : key)
+            if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
     }
     return key;
 }

@@ -27,7 +27,8 @@ const std::unordered_map<std::string, KeywordInfo>& KeywordTable() {
 VhdlToken VhdlKeyword(std::string_view text, unsigned mode) {
     if (text.size() > 18) return VHDL_ID;
     std::string lower(text);
-    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    for (char& c : lower)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
     const auto& table = KeywordTable();
     auto it = table.find(lower);
     if (it == table.end()) return VHDL_ID;
