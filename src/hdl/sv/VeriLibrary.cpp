@@ -37,6 +37,7 @@ struct State {
     std::vector<VeriLibrary*> libraries;
     std::vector<std::string> includeDirs;
     std::vector<std::string> defines;
+    std::vector<std::string> lOptions;
     StreamCallBack streamCallBack = nullptr;
     veri_file::ReplaceCallBack replaceCallBack = nullptr;
 };
@@ -130,6 +131,15 @@ void veri_file::DefineMacro(const char* name, const char* value) {
 
 void veri_file::UndefineAllMacros() { state().defines.clear(); }
 
+void veri_file::AddLOption(const char* library) {
+    if (!library) return;
+    for (const std::string& l : state().lOptions)
+        if (l == library) return;
+    state().lOptions.emplace_back(library);
+}
+
+const std::vector<std::string>& veri_file::GetLOptions() { return state().lOptions; }
+
 void veri_file::RegisterFlexStreamCallBack(StreamCallBack callback) { state().streamCallBack = callback; }
 
 StreamCallBack veri_file::GetFlexStreamCallBack() { return state().streamCallBack; }
@@ -167,6 +177,7 @@ void veri_file::Reset() {
     s.owned.clear();
     s.includeDirs.clear();
     s.defines.clear();
+    s.lOptions.clear();
     s.streamCallBack = nullptr;
     s.replaceCallBack = nullptr;
 }

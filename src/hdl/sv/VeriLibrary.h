@@ -61,6 +61,10 @@ public:
     static void DefineMacro(const char* name, const char* value = nullptr);
     static void UndefineAllMacros();
 
+    // Libraries to search, in this order, for units that instantiations name (-L).
+    static void AddLOption(const char* library);
+    static const std::vector<std::string>& GetLOptions();
+
     // Every file the Verilog front-end opens goes through this callback.
     static void RegisterFlexStreamCallBack(StreamCallBack callback);
     static StreamCallBack GetFlexStreamCallBack();

@@ -298,12 +298,13 @@ void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<Ver
             out.append("\\\"", posAt(i));
             i += 4;
             run = i;
-        } else if (isIdentStart(c)) {
+        } else if (isIdentChar(c)) {
+            // Whole runs, so that "$name" or the digits of "4'b10" never match a formal.
             size_t j = i;
             while (j < n && isIdentChar(body[j]))
                 ++j;
             std::string_view word = body.substr(i, j - i);
-            size_t k = 0;
+            size_t k = isIdentStart(c) ? 0 : actuals.size();
             while (k < actuals.size() && macro.params[k].name != word)
                 ++k;
             if (k < actuals.size()) {

@@ -64,6 +64,9 @@ TEST(VeriPreprocessor, StringifyAndPaste) {
     EXPECT_EQ(run("`define S(x) `\"x is `\\`\"q`\\`\"`\"\n`S(abc)"), "\"abc is \\\"q\\\"\"");
     EXPECT_EQ(run("`define CAT(a, b) a``b\n`define reg_x 5\n`CAT(foo, _bar) `CAT(`reg, _x)"),
               "foo_bar 5");
+    // Formals match whole identifiers only.
+    EXPECT_EQ(run("`define P(display, b, d2) $display(b, 4'b1, d2, bd2)\n`P(x, y, z)"),
+              "$display ( y , 4'b1 , z , bd2 )");
     // No substitution inside an ordinary string of the body.
     EXPECT_EQ(run("`define Q(x) \"x\" x\n`Q(1)"), "\"x\" 1");
 }
