@@ -83,3 +83,24 @@ TEST(VeriLibrary, CellDefineAndMacromoduleAreRecorded) {
 }
 
 } // namespace
+
+namespace {
+
+TEST(VeriLibrary, LibrarySearchOrderKeepsFirstUse) {
+    hdl::veri_file::Reset();
+    hdl::veri_file::AddLOption("b");
+    hdl::veri_file::AddLOption("a");
+    hdl::veri_file::AddLOption("b");
+    EXPECT_EQ(hdl::veri_file::GetLOptions(), (std::vector<std::string>{"b", "a"}));
+    hdl::veri_file::Reset();
+    EXPECT_TRUE(hdl::veri_file::GetLOptions().empty());
+}
+
+TEST(VeriLibrary, PackagesAreFoundAcrossLibraries) {
+    ASSERT_TRUE(veritest::analyze("package shared; localparam int N = 3; endpackage\n", "pkgs"));
+    ASSERT_TRUE(veritest::analyze("module m; import shared::*; int x = N; endmodule\n", "work", false));
+    EXPECT_EQ(veritest::errorCount(), 0u);
+    EXPECT_EQ(hdl::veri_file::AllLibraries().size(), 2u);
+}
+
+} // namespace
