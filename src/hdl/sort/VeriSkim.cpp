@@ -1,0 +1,261 @@
+#include "hdl/sort/VeriSkim.h"
+
+#include <string>
+
+namespace hdl {
+namespace {
+
+bool isName(const VeriToken& t) { return t.kind == VT_IDENTIFIER || t.kind == VT_ESCAPED_IDENTIFIER; }
+
+// An escaped identifier names the same object as its plain spelling.
+std::string nameText(const VeriToken& t) {
+    std::string_view s = t.text;
+    if (t.kind == VT_ESCAPED_IDENTIFIER && !s.empty() && s[0] == '\\')
+        s.remove_prefix(1);
+    while (!s.empty() && (s.back() == ' ' || s.back() == '\t'))
+        s.remove_suffix(1);
+    return std::string(s);
+}
+
+// The end keyword that closes a unit opened by `kind`, or 0 when it opens none.
+uint16_t endKindOf(uint16_t kind) {
+    switch (kind) {
+    case VT_MODULE:
+    case VT_MACROMODULE: return VT_ENDMODULE;
+    case VT_INTERFACE: return VT_ENDINTERFACE;
+    case VT_PROGRAM: return VT_ENDPROGRAM;
+    case VT_PACKAGE: return VT_ENDPACKAGE;
+    case VT_PRIMITIVE: return VT_ENDPRIMITIVE;
+    case VT_CONFIG: return VT_ENDCONFIG;
+    case VT_CLASS: return VT_ENDCLASS;
+    case VT_CHECKER: return VT_ENDCHECKER;
+    default: return 0;
+    }
+}
+
+// Tokens after which a module item may start, so that `name name (` is an instance.
+bool startsItem(uint16_t kind) {
+    switch (kind) {
+    case VT_SEMI: case VT_BEGIN: case VT_END: case VT_GENERATE: case VT_ENDGENERATE:
+    case VT_ELSE: case VT_RPAREN: case VT_COLON: case VT_ATTR_CLOSE: case VT_ENDCASE:
+    case VT_ENDFUNCTION: case VT_ENDTASK:
+        return true;
+    default:
+        return false;
+    }
+}
+
+class VeriSkimmer {
+public:
+    VeriSkimmer(const std::vector<VeriToken>& tokens, FileElement& element) : t_(tokens), e_(element) {}
+
+    void run() {
+        while (i_ < t_.size() && t_[i_].kind != VT_EOF) {
+            if (ends_.empty())
+                topLevel();
+            else
+                insideUnit();
+        }
+    }
+
+private:
+    const VeriToken& at(size_t k) const {
+        static const VeriToken eof;
+        return k < t_.size() ? t_[k] : eof;
+    }
+    uint16_t kindAt(size_t k) const { return at(k).kind; }
+    uint16_t prevKind() const { return i_ > 0 ? t_[i_ - 1].kind : uint16_t(VT_SEMI); }
+
+    // Index after the bracket group that opens at `k` (one of ( [ {).
+    size_t skipGroup(size_t k) const {
+        int depth = 0;
+        for (; k < t_.size() && t_[k].kind != VT_EOF; ++k) {
+            uint16_t kind = t_[k].kind;
+            if (kind == VT_LPAREN || kind == VT_LBRACKET || kind == VT_LBRACE || kind == VT_APOSTROPHE_LBRACE)
+                ++depth;
+            else if (kind == VT_RPAREN || kind == VT_RBRACKET || kind == VT_RBRACE) {
+                if (--depth <= 0)
+                    return k + 1;
+            }
+        }
+        return k;
+    }
+
+    void topLevel() {
+        const VeriToken& t = t_[i_];
+        if (t.kind == VT_EXTERN && endKindOf(kindAt(i_ + 1)) && kindAt(i_ + 1) != VT_CLASS) {
+            // A prototype names the unit for instances that precede its body.
+            size_t k = i_ + 2;
+            while (kindAt(k) == VT_STATIC || kindAt(k) == VT_AUTOMATIC)
+                ++k;
+            if (isName(at(k)))
+                e_.units.push_back(SortUnit{"extern module " + nameText(at(k)), {}});
+            skipPast(VT_SEMI);
+            return;
+        }
+        if (t.kind == VT_TYPEDEF) {
+            skipPast(VT_SEMI);
+            return;
+        }
+        if (endKindOf(t.kind) && !(t.kind == VT_INTERFACE && prevKind() == VT_VIRTUAL)) {
+            openUnit(true);
+            return;
+        }
+        noteReference();
+        ++i_;
+    }
+
+    void insideUnit() {
+        const VeriToken& t = t_[i_];
+        if (t.kind == ends_.back()) {
+            ends_.pop_back();
+            if (ends_.empty())
+                unit_ = -1;
+            ++i_;
+            return;
+        }
+        if (endKindOf(t.kind) && t.kind != VT_CONFIG && prevKind() != VT_VIRTUAL && prevKind() != VT_TYPEDEF &&
+            prevKind() != VT_EXTERN && !(t.kind == VT_INTERFACE && kindAt(i_ + 1) == VT_CLASS)) {
+            openUnit(false);
+            return;
+        }
+        if (t.kind == VT_BIND && isName(at(i_ + 1))) {
+            e_.references.push_back(SortReference{"work", nameText(at(i_ + 1)), "", SORT_REF_BIND_TARGET});
+            i_ += 2;
+            return;
+        }
+        if (ends_.back() == VT_ENDCONFIG && (t.kind == VT_DESIGN || t.kind == VT_USE)) {
+            configCells();
+            return;
+        }
+        if (noteReference()) {
+            ++i_;
+            return;
+        }
+        if (isName(t) && (startsItem(prevKind()) || afterBlockName()))
+            instancesHere();
+        ++i_;
+    }
+
+    // `begin : name` ends in a name after which items start too.
+    bool afterBlockName() const { return i_ >= 2 && isName(t_[i_ - 1]) && t_[i_ - 2].kind == VT_COLON; }
+
+    void skipPast(uint16_t kind) {
+        while (i_ < t_.size() && t_[i_].kind != VT_EOF && t_[i_].kind != kind)
+            ++i_;
+        ++i_;
+    }
+
+    void openUnit(bool topLevel) {
+        uint16_t kind = t_[i_].kind;
+        uint16_t end = endKindOf(kind);
+        ++i_;
+        if (kind == VT_INTERFACE && kindAt(i_) == VT_CLASS) {
+            end = VT_ENDCLASS;
+            kind = VT_CLASS;
+            ++i_;
+        }
+        while (kindAt(i_) == VT_STATIC || kindAt(i_) == VT_AUTOMATIC)
+            ++i_;
+        ends_.push_back(end);
+        if (!topLevel || !isName(at(i_)))
+            return;
+        std::string name = nameText(t_[i_]);
+        e_.declare(name);
+        // Classes and checkers are no design units of the hierarchy.
+        if (kind != VT_CLASS && kind != VT_CHECKER) {
+            unit_ = static_cast<int>(e_.units.size());
+            e_.units.push_back(SortUnit{name, {}});
+        }
+        ++i_;
+    }
+
+    // `p::` names a package; `std::` is the language's own.
+    bool noteReference() {
+        const VeriToken& t = t_[i_];
+        if (!isName(t) || kindAt(i_ + 1) != VT_SCOPE || prevKind() == VT_SCOPE)
+            return false;
+        std::string name = nameText(t);
+        if (name == "$unit" || name == "local" || name == "super" || name == "this")
+            return false;
+        SortReference ref{"work", name, "", name == "std" ? uint32_t(SORT_REF_IMPLICIT) : 0u};
+        for (const SortReference& r : e_.references)
+            if (r.unitName == ref.unitName && r.flags == ref.flags && r.instanceName.empty())
+                return true;
+        e_.references.push_back(std::move(ref));
+        return true;
+    }
+
+    // At `name`: `name [#(...)|#x] inst [ranges] (...) {, inst [ranges] (...)}`.
+    bool instancesHere() {
+        if (unit_ < 0 || (ends_.back() != VT_ENDMODULE && ends_.back() != VT_ENDINTERFACE &&
+                          ends_.back() != VT_ENDPROGRAM))
+            return false;
+        size_t k = i_ + 1;
+        if (kindAt(k) == VT_HASH) {
+            ++k;
+            if (kindAt(k) == VT_LPAREN)
+                k = skipGroup(k);
+            else
+                ++k;
+        }
+        std::string module = nameText(t_[i_]);
+        bool found = false;
+        while (isName(at(k))) {
+            size_t nameAt = k++;
+            while (kindAt(k) == VT_LBRACKET)
+                k = skipGroup(k);
+            if (kindAt(k) != VT_LPAREN)
+                break;
+            k = skipGroup(k);
+            addInstance(module, nameText(t_[nameAt]));
+            found = true;
+            if (kindAt(k) != VT_COMMA)
+                break;
+            ++k;
+        }
+        if (found)
+            i_ = k - 1;
+        return found;
+    }
+
+    void addInstance(const std::string& module, const std::string& inst) {
+        e_.units[unit_].instances.push_back(SortReference{"work", module, inst, 0});
+        e_.references.push_back(SortReference{"work", module, inst, SORT_REF_WEAK});
+    }
+
+    // `design lib.cell ...;` and `use lib.cell[:config];` of a configuration.
+    void configCells() {
+        ++i_;
+        while (i_ < t_.size() && t_[i_].kind != VT_SEMI && t_[i_].kind != VT_EOF) {
+            if (isName(t_[i_])) {
+                std::string lib = "work";
+                std::string cell = nameText(t_[i_]);
+                if (kindAt(i_ + 1) == VT_DOT && isName(at(i_ + 2))) {
+                    lib = cell;
+                    cell = nameText(t_[i_ + 2]);
+                    i_ += 2;
+                }
+                if (unit_ >= 0)
+                    e_.units[unit_].instances.push_back(SortReference{lib, cell, "", 0});
+                e_.references.push_back(SortReference{lib, cell, "", 0});
+            }
+            ++i_;
+        }
+        ++i_;
+    }
+
+    const std::vector<VeriToken>& t_;
+    FileElement& e_;
+    size_t i_ = 0;
+    std::vector<uint16_t> ends_; // end keywords of the open units, innermost last
+    int unit_ = -1;              // index of the unit table entry being read
+};
+
+} // namespace
+
+void veriSkimTokens(const std::vector<VeriToken>& tokens, FileElement& element) {
+    VeriSkimmer(tokens, element).run();
+}
+
+} // namespace hdl

@@ -1,0 +1,269 @@
+#include "hdl/sort/VhdlSkim.h"
+
+#include <string>
+
+namespace hdl {
+namespace {
+
+bool isName(uint16_t kind) { return kind == VHDL_ID || kind == VHDL_EXTENDED_ID; }
+
+class VhdlSkimmer {
+public:
+    VhdlSkimmer(std::string_view text, const std::vector<VhdlTok>& tokens, FileElement& element)
+        : text_(text), t_(tokens), e_(element) {}
+
+    void run() {
+        while (i_ < t_.size() && t_[i_].kind != VHDL_EOF) {
+            switch (t_[i_].kind) {
+            case VHDL_LIBRARY: libraryClause(); break;
+            case VHDL_USE: useClause(); break;
+            case VHDL_CONTEXT: context(); break;
+            case VHDL_ENTITY: entity(); break;
+            case VHDL_ARCHITECTURE: architecture(); break;
+            case VHDL_PACKAGE: package(); break;
+            case VHDL_CONFIGURATION: configuration(); break;
+            case VHDL_FOR: blockConfiguration(); break;
+            case VHDL_COLON: instantiation(); break;
+            default: ++i_; break;
+            }
+        }
+    }
+
+private:
+    uint16_t kindAt(size_t k) const { return k < t_.size() ? t_[k].kind : uint16_t(VHDL_EOF); }
+    std::string textAt(size_t k) const {
+        return k < t_.size() ? std::string(text_.substr(t_[k].begin, t_[k].end - t_[k].begin)) : std::string();
+    }
+
+    void addReference(const std::string& lib, const std::string& unit, uint32_t flags = 0) {
+        for (const SortReference& r : e_.references)
+            if (r.libraryName == lib && r.unitName == unit && r.instanceName.empty() && r.flags == flags)
+                return;
+        e_.references.push_back(SortReference{lib, unit, "", flags});
+    }
+
+    void startUnit(const std::string& name, bool configuration = false) {
+        inConfiguration_ = configuration;
+        unit_ = static_cast<int>(e_.units.size());
+        e_.units.push_back(SortUnit{name, {}});
+    }
+
+    // library a, b;
+    void libraryClause() {
+        ++i_;
+        while (isName(kindAt(i_)) || kindAt(i_) == VHDL_COMMA) {
+            if (isName(kindAt(i_)))
+                addReference(textAt(i_), "");
+            ++i_;
+        }
+    }
+
+    // use a.b.c, d.e; and the bindings `use entity l.e(a)` / `use configuration l.c`.
+    void useClause() {
+        ++i_;
+        if (kindAt(i_) == VHDL_ENTITY || kindAt(i_) == VHDL_CONFIGURATION) {
+            binding();
+            return;
+        }
+        selectedNames();
+    }
+
+    // Comma-separated selected names; each with a prefix names library and unit.
+    void selectedNames() {
+        for (;;) {
+            if (!isName(kindAt(i_)))
+                return;
+            std::string lib = textAt(i_);
+            ++i_;
+            if (kindAt(i_) == VHDL_DOT && isName(kindAt(i_ + 1))) {
+                addReference(lib, textAt(i_ + 1));
+                i_ += 2;
+            }
+            while (kindAt(i_) == VHDL_DOT &&
+                   (isName(kindAt(i_ + 1)) || kindAt(i_ + 1) == VHDL_ALL || kindAt(i_ + 1) == VHDL_STRING))
+                i_ += 2;
+            if (kindAt(i_) != VHDL_COMMA)
+                return;
+            ++i_;
+        }
+    }
+
+    // At `entity` or `configuration` after `use` or after an instance label.
+    // Returns the library, unit and (for an entity) architecture read.
+    bool boundUnit(std::string& lib, std::string& unit, std::string& arch) {
+        bool isEntity = kindAt(i_) == VHDL_ENTITY;
+        ++i_;
+        if (!isName(kindAt(i_)))
+            return false;
+        lib = "work";
+        unit = textAt(i_++);
+        if (kindAt(i_) == VHDL_DOT && isName(kindAt(i_ + 1))) {
+            lib = unit;
+            unit = textAt(i_ + 1);
+            i_ += 2;
+        }
+        arch.clear();
+        if (isEntity && kindAt(i_) == VHDL_LPAREN && isName(kindAt(i_ + 1)) && kindAt(i_ + 2) == VHDL_RPAREN) {
+            arch = textAt(i_ + 1);
+            i_ += 3;
+        }
+        return true;
+    }
+
+    void binding() {
+        std::string lib, unit, arch;
+        if (!boundUnit(lib, unit, arch))
+            return;
+        addReference(lib, unit);
+        std::string target = arch.empty() ? unit : unit + " " + arch;
+        if (!arch.empty())
+            addReference(lib, target);
+        // Inside an architecture a binding only refines an instance listed already.
+        if (unit_ >= 0 && inConfiguration_)
+            e_.units[unit_].instances.push_back(SortReference{lib, target, pendingLabel_, 0});
+    }
+
+    // context c is ... (a declaration) or context l.c; (a reference).
+    void context() {
+        ++i_;
+        if (isName(kindAt(i_)) && kindAt(i_ + 1) == VHDL_IS) {
+            e_.declare(textAt(i_));
+            unit_ = -1;
+            i_ += 2;
+            return;
+        }
+        selectedNames();
+    }
+
+    void entity() {
+        if (isName(kindAt(i_ + 1)) && kindAt(i_ + 2) == VHDL_IS) {
+            std::string name = textAt(i_ + 1);
+            e_.declare(name);
+            startUnit(name);
+            i_ += 3;
+            return;
+        }
+        ++i_;
+    }
+
+    // architecture a of e is: declared and listed as "e a"; it needs its entity.
+    void architecture() {
+        if (isName(kindAt(i_ + 1)) && kindAt(i_ + 2) == VHDL_OF && isName(kindAt(i_ + 3))) {
+            std::string entityName = textAt(i_ + 3);
+            std::string name = entityName + " " + textAt(i_ + 1);
+            e_.declare(name);
+            addReference("work", entityName);
+            startUnit(name);
+            i_ += 4;
+            return;
+        }
+        ++i_;
+    }
+
+    // package p is / package p is new l.g / package body p is
+    void package() {
+        ++i_;
+        if (kindAt(i_) == VHDL_BODY && isName(kindAt(i_ + 1))) {
+            std::string name = textAt(i_ + 1);
+            e_.declare(name + " body");
+            addReference("work", name);
+            unit_ = -1;
+            i_ += 2;
+            return;
+        }
+        if (!isName(kindAt(i_)) || kindAt(i_ + 1) != VHDL_IS)
+            return;
+        std::string name = textAt(i_);
+        e_.declare(name);
+        startUnit(name);
+        i_ += 2;
+        if (kindAt(i_) == VHDL_NEW) {
+            ++i_;
+            selectedNames();
+        }
+    }
+
+    // configuration c of e is: needs e; its top block names the architecture.
+    void configuration() {
+        if (isName(kindAt(i_ + 1)) && kindAt(i_ + 2) == VHDL_OF && isName(kindAt(i_ + 3))) {
+            std::string name = textAt(i_ + 1);
+            configEntity_ = textAt(i_ + 3);
+            e_.declare(name);
+            addReference("work", configEntity_);
+            startUnit(name, true);
+            i_ += 4;
+            return;
+        }
+        ++i_;
+    }
+
+    // for a (the top block of a configuration) or for l1, l2 : comp (a specification).
+    void blockConfiguration() {
+        ++i_;
+        if (!configEntity_.empty() && isName(kindAt(i_)) && kindAt(i_ + 1) != VHDL_COLON && unit_ >= 0) {
+            std::string target = configEntity_ + " " + textAt(i_);
+            addReference("work", target);
+            e_.units[unit_].instances.push_back(SortReference{"work", target, "", 0});
+            configEntity_.clear();
+            return;
+        }
+        pendingLabel_ = isName(kindAt(i_)) ? textAt(i_) : std::string();
+    }
+
+    // label : [component] c port map | label : entity l.e(a) | label : configuration l.c
+    void instantiation() {
+        size_t label = i_ - 1;
+        if (i_ == 0 || !isName(kindAt(label)) || (label > 0 && kindAt(label - 1) == VHDL_COMMA)) {
+            ++i_;
+            return;
+        }
+        ++i_;
+        std::string inst = textAt(label);
+        uint16_t k = kindAt(i_);
+        if (k == VHDL_ENTITY || k == VHDL_CONFIGURATION) {
+            std::string lib, unit, arch;
+            if (!boundUnit(lib, unit, arch))
+                return;
+            addReference(lib, unit);
+            std::string target = arch.empty() ? unit : unit + " " + arch;
+            if (!arch.empty())
+                addReference(lib, target);
+            if (unit_ >= 0)
+                e_.units[unit_].instances.push_back(SortReference{lib, target, inst, 0});
+            return;
+        }
+        bool keyword = k == VHDL_COMPONENT;
+        size_t n = keyword ? i_ + 1 : i_;
+        if (!isName(kindAt(n)))
+            return;
+        // A selected component name keeps its last part.
+        while (kindAt(n + 1) == VHDL_DOT && isName(kindAt(n + 2)))
+            n += 2;
+        uint16_t after = kindAt(n + 1);
+        bool mapFollows = (after == VHDL_PORT || after == VHDL_GENERIC) && kindAt(n + 2) == VHDL_MAP;
+        if (!mapFollows && !(keyword && after == VHDL_SEMI))
+            return;
+        std::string comp = textAt(n);
+        if (unit_ >= 0)
+            e_.units[unit_].instances.push_back(SortReference{"work", comp, inst, 0});
+        e_.references.push_back(SortReference{"work", comp, inst, SORT_REF_WEAK});
+        i_ = n + 1;
+    }
+
+    std::string_view text_;
+    const std::vector<VhdlTok>& t_;
+    FileElement& e_;
+    size_t i_ = 0;
+    int unit_ = -1;
+    bool inConfiguration_ = false;
+    std::string configEntity_; // entity of a configuration until its top block is read
+    std::string pendingLabel_; // first label of the configuration specification being read
+};
+
+} // namespace
+
+void vhdlSkimTokens(std::string_view text, const std::vector<VhdlTok>& tokens, FileElement& element) {
+    VhdlSkimmer(text, tokens, element).run();
+}
+
+} // namespace hdl

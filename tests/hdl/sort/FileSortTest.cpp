@@ -1,0 +1,202 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "SortTestFiles.h"
+#include "hdl/base/Message.h"
+#include "hdl/sort/FileSort.h"
+
+using namespace hdl;
+
+namespace {
+
+class FileSortTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        hdl_file_sort::Reset();
+        Message::RegisterCallBackMsg(&FileSortTest::collect);
+        messages().clear();
+    }
+    void TearDown() override {
+        Message::RegisterCallBackMsg(nullptr);
+        hdl_file_sort::Reset();
+    }
+    static std::vector<std::string>& messages() {
+        static std::vector<std::string> ids;
+        return ids;
+    }
+    static void collect(msg_type_t, const char* id, const ColLineFile*, const char*, va_list) {
+        messages().push_back(id ? id : "");
+    }
+    const FileElement& element(unsigned index) {
+        const FileElement* e = nullptr;
+        EXPECT_TRUE(hdl_file_sort::FileAt(index, &e));
+        return *e;
+    }
+    static bool hasRef(const FileElement& e, const std::string& lib, const std::string& unit, uint32_t flags) {
+        return std::any_of(e.references.begin(), e.references.end(), [&](const SortReference& r) {
+            return r.libraryName == lib && r.unitName == unit && r.flags == flags;
+        });
+    }
+    SortTestFiles files;
+};
+
+TEST_F(FileSortTest, VerilogUnitsInstancesAndPackages) {
+    std::string f = files.write("top.sv", R"(
+import cfg_pkg::*;
+package my_pkg; typedef int t; endpackage
+interface bus_if; logic a; endinterface
+module top #(parameter N = 2) (input clk);
+  bus_if bus ();
+  sub #(.W(N)) u_sub (.clk(clk)), u_sub2 (.clk(clk));
+  \esc_mod u_esc [1:0] (.clk(clk));
+  always @(posedge clk) begin : blk x <= my_pkg::f(1); end
+  generate if (N > 1) begin : g other u_other (); end endgenerate
+  function automatic my_pkg::t f2(int a); return a; endfunction
+  assign y = std::randomize(z);
+endmodule
+class c; endclass
+extern module ext_m (input a);
+)");
+    ASSERT_TRUE(hdl_file_sort::RegisterFile(f.c_str(), "lib", 5, 2));
+    const FileElement& e = element(0);
+    EXPECT_EQ(e.libraryName, "lib");
+    EXPECT_EQ(e.language, 5u);
+    EXPECT_EQ(e.declaredNames, (std::vector<std::string>{"my_pkg", "bus_if", "top", "c"}));
+    ASSERT_EQ(e.units.size(), 4u);
+    EXPECT_EQ(e.units[3].name, "extern module ext_m");
+    const SortUnit& top = e.units[2];
+    EXPECT_EQ(top.name, "top");
+    std::vector<std::string> got;
+    for (const SortReference& r : top.instances) {
+        EXPECT_EQ(r.flags, 0u);
+        got.push_back(r.unitName + ":" + r.instanceName);
+    }
+    EXPECT_EQ(got, (std::vector<std::string>{"bus_if:bus", "sub:u_sub", "sub:u_sub2", "esc_mod:u_esc",
+                                             "other:u_other"}));
+    EXPECT_TRUE(hasRef(e, "work", "cfg_pkg", 0));
+    EXPECT_TRUE(hasRef(e, "work", "my_pkg", 0));
+    EXPECT_TRUE(hasRef(e, "work", "sub", SORT_REF_WEAK));
+    EXPECT_TRUE(hasRef(e, "work", "std", SORT_REF_IMPLICIT));
+    EXPECT_FALSE(hasRef(e, "work", "f2", SORT_REF_WEAK));
+}
+
+TEST_F(FileSortTest, ConditionalTextMacrosAndIncludes) {
+    files.write("inc/defs.vh", "`define CHILD leaf\nmodule from_inc; endmodule\n");
+    std::string f = files.write("a.v", R"(
+`include "defs.vh"
+module a;
+`ifdef USE_B
+  b u_b ();
+`else
+  c u_c ();
+`endif
+  `CHILD u_leaf ();
+endmodule
+)");
+    hdl_file_sort::AddIncludeDir(files.path("inc").c_str());
+    hdl_file_sort::DefineCmdLineMacro("USE_B", nullptr);
+    ASSERT_TRUE(hdl_file_sort::RegisterFile(f.c_str(), "work", 2, 2));
+    const FileElement& e = element(0);
+    EXPECT_EQ(e.declaredNames, (std::vector<std::string>{"from_inc", "a"}));
+    ASSERT_EQ(e.units.size(), 2u);
+    ASSERT_EQ(e.units[1].instances.size(), 2u);
+    EXPECT_EQ(e.units[1].instances[0].unitName, "b");
+    EXPECT_EQ(e.units[1].instances[1].unitName, "leaf");
+}
+
+TEST_F(FileSortTest, VhdlUnitsClausesAndInstantiations) {
+    std::string f = files.write("e.vhd", R"(
+library ieee, mylib;
+use ieee.std_logic_1164.all;
+use mylib.pkg.all, work.other_pkg.c;
+context mylib.ctx;
+entity e is port (a : in std_logic; b, c : out std_logic); end entity;
+architecture rtl of e is
+  signal s : std_logic;
+  component comp port (x : in std_logic); end component;
+  for u1 : comp use entity mylib.impl(fast);
+begin
+  u1 : comp port map (x => a);
+  u2 : entity work.leaf(beh) port map (a);
+  u3 : configuration mylib.cfg;
+  u4 : component comp2;
+  g : for i in 0 to 1 generate u5 : comp port map (a); end generate;
+end architecture;
+package p is end package;
+package body p is end package body;
+configuration conf of e is
+  for rtl
+    for u1 : comp use entity work.leaf(beh); end for;
+  end for;
+end configuration;
+context ctx2 is library ieee; end context;
+)");
+    ASSERT_TRUE(hdl_file_sort::RegisterFile(f.c_str(), "lib", 11, 2));
+    const FileElement& e = element(0);
+    EXPECT_EQ(e.declaredNames, (std::vector<std::string>{"e", "e rtl", "p", "p body", "conf", "ctx2"}));
+    EXPECT_TRUE(hasRef(e, "ieee", "", 0));
+    EXPECT_TRUE(hasRef(e, "mylib", "", 0));
+    EXPECT_TRUE(hasRef(e, "mylib", "pkg", 0));
+    EXPECT_TRUE(hasRef(e, "work", "other_pkg", 0));
+    EXPECT_TRUE(hasRef(e, "mylib", "ctx", 0));
+    EXPECT_TRUE(hasRef(e, "mylib", "impl", 0));
+    EXPECT_TRUE(hasRef(e, "mylib", "impl fast", 0));
+    EXPECT_TRUE(hasRef(e, "work", "comp", SORT_REF_WEAK));
+    EXPECT_TRUE(hasRef(e, "work", "leaf", 0));
+    EXPECT_TRUE(hasRef(e, "work", "leaf beh", 0));
+    EXPECT_TRUE(hasRef(e, "mylib", "cfg", 0));
+    EXPECT_TRUE(hasRef(e, "work", "e rtl", 0));
+    EXPECT_FALSE(hasRef(e, "work", "std_logic", SORT_REF_WEAK));
+    ASSERT_EQ(e.units.size(), 4u);
+    EXPECT_EQ(e.units[1].name, "e rtl");
+    std::vector<std::string> got;
+    for (const SortReference& r : e.units[1].instances)
+        got.push_back(r.libraryName + "." + r.unitName + ":" + r.instanceName);
+    EXPECT_EQ(got, (std::vector<std::string>{"work.comp:u1", "work.leaf beh:u2", "mylib.cfg:u3",
+                                             "work.comp2:u4", "work.comp:u5"}));
+    EXPECT_EQ(e.units[3].name, "conf");
+    ASSERT_EQ(e.units[3].instances.size(), 2u);
+    EXPECT_EQ(e.units[3].instances[0].unitName, "e rtl");
+    EXPECT_EQ(e.units[3].instances[1].unitName, "leaf beh");
+    EXPECT_EQ(e.units[3].instances[1].instanceName, "u1");
+}
+
+TEST_F(FileSortTest, WorkReferencesFollowTheLibraryThatDeclares) {
+    std::string leaf = files.write("leaf.v", "module leaf; endmodule\npackage lp; endpackage\n");
+    std::string top = files.write("top.v", "module top; import lp::*; leaf u (); mine m (); endmodule\n"
+                                           "module mine; endmodule\n");
+    ASSERT_TRUE(hdl_file_sort::RegisterFile(leaf.c_str(), "cells", 5, 2));
+    ASSERT_TRUE(hdl_file_sort::RegisterFile(top.c_str(), "design", 5, 0));
+    const FileElement& e = element(1);
+    EXPECT_TRUE(hasRef(e, "cells", "leaf", SORT_REF_WEAK));
+    EXPECT_TRUE(hasRef(e, "cells", "lp", 0));
+    EXPECT_TRUE(hasRef(e, "work", "mine", SORT_REF_WEAK));
+    EXPECT_EQ(e.units[0].instances[0].libraryName, "cells");
+    const FileElement* none = nullptr;
+    EXPECT_FALSE(hdl_file_sort::FileAt(2, &none));
+}
+
+TEST_F(FileSortTest, BadInputFinishesWithMessages) {
+    std::string binary("module x;\0\0\x01\x02 endmodule", 24);
+    std::string bin = files.write("bin.vhd", binary);
+    std::string unclosed = files.write("u.v", "module u; /* never closed\n endmodule\n");
+    std::string ifdef = files.write("i.v", "`ifdef A\nmodule i; endmodule\n");
+    std::string cyc = files.write("cyc.vh", "`include \"cyc.vh\"\nmodule cyc; endmodule\n");
+    std::string vhd = files.write("open.vhd", "entity open_e is port (a : in bit);\n -- no end");
+    EXPECT_FALSE(hdl_file_sort::RegisterFile(files.path("missing.v").c_str(), "work", 5, 2));
+    EXPECT_FALSE(hdl_file_sort::RegisterFile(files.path("missing.vhd").c_str(), "work", 9, 2));
+    EXPECT_FALSE(hdl_file_sort::RegisterFile(bin.c_str(), "work", 9, 2));
+    hdl_file_sort::RegisterFile(unclosed.c_str(), "work", 5, 2);
+    hdl_file_sort::RegisterFile(ifdef.c_str(), "work", 5, 2);
+    hdl_file_sort::RegisterFile(cyc.c_str(), "work", 5, 2);
+    ASSERT_TRUE(hdl_file_sort::RegisterFile(vhd.c_str(), "work", 9, 2));
+    EXPECT_EQ(hdl_file_sort::FileCount(), 7u);
+    EXPECT_EQ(element(6).declaredNames, (std::vector<std::string>{"open_e"}));
+    for (const char* id : {"VERI-1000", "VHDL-1501", "VHDL-1504", "VERI-2000", "VERI-1009"})
+        EXPECT_NE(std::find(messages().begin(), messages().end(), id), messages().end()) << id;
+}
+
+} // namespace
