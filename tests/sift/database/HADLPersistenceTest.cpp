@@ -1,0 +1,406 @@
+#include "SampleDatabase.h"
+
+#include "sift/database/HADLDatabaseAPI.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+
+namespace {
+
+class HADLPersistenceTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        char pattern[] = "/tmp/sift_db_test_XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        dir_ = pattern;
+        shmName_ = "sift_db_test_" + std::to_string(getpid());
+    }
+    void TearDown() override
+    {
+        std::string rm = "rm -rf '" + dir_ + "'";
+        ASSERT_EQ(std::system(rm.c_str()), 0);
+        shm_unlink(("/" + shmName_).c_str());
+    }
+
+    std::string path(const std::string& name) const { return dir_ + "/" + name; }
+
+    static std::string readBytes(const std::string& file)
+    {
+        std::ifstream in(file, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    static void writeBytes(const std::string& file, const std::string& bytes)
+    {
+        std::ofstream(file, std::ios::binary | std::ios::trunc) << bytes;
+    }
+    // The archive of a database, as the identity used to compare databases.
+    std::string bytesOf(const HADLDatabase& db)
+    {
+        std::string file = path("snapshot.bin");
+        EXPECT_EQ(HADLDatabaseConstAPI(db).save(file), 0);
+        return readBytes(file);
+    }
+    static bool shmExists(const std::string& name)
+    {
+        int fd = shm_open(name.c_str(), O_RDONLY, 0);
+        if (fd >= 0)
+            close(fd);
+        return fd >= 0;
+    }
+    void writeShm(const std::string& bytes)
+    {
+        int fd = shm_open(("/" + shmName_).c_str(), O_CREAT | O_RDWR | O_TRUNC, 0644);
+        ASSERT_GE(fd, 0);
+        ASSERT_EQ(write(fd, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        close(fd);
+    }
+
+    std::string dir_;
+    std::string shmName_;
+};
+
+// A database that the tests can tell apart from any loaded one.
+void fillMarker(HADLDatabase& db)
+{
+    db.insertFileName("marker.v", 2, "marker_lib");
+    db.status.err = 99;
+}
+
+} // namespace
+
+TEST_F(HADLPersistenceTest, NewDatabaseRoundTrips)
+{
+    HADLDatabase empty;
+    std::string file = path("empty.bin");
+    ASSERT_EQ(HADLDatabaseConstAPI(empty).save(file), 0);
+    HADLDatabase db;
+    fillMarker(db);
+    ASSERT_EQ(HADLDatabaseAPI(db).load(file), 0);
+    EXPECT_EQ(db.fileNames.size(), 1u);
+    EXPECT_EQ(db.fileAttrs.size(), 1u);
+    EXPECT_EQ(db.status.err, 0);
+    EXPECT_EQ(bytesOf(db), readBytes(file));
+}
+
+TEST_F(HADLPersistenceTest, LoadRestoresContentAndIndices)
+{
+    HADLDatabase original;
+    fillSampleDatabase(original);
+    std::string file = path("sample.bin");
+    ASSERT_EQ(HADLDatabaseConstAPI(original).save(file), 0);
+
+    HADLDatabase db;
+    fillMarker(db);
+    ASSERT_EQ(HADLDatabaseAPI(db).load(file), 0);
+    EXPECT_EQ(db.fileNames.find("marker.v"), 0u);
+    EXPECT_EQ(db.fileNames.find("rtl/pkg.vhd"), 2u);
+    EXPECT_EQ(db.unitNames.find(".work.top(W=8)"), 3u);
+    EXPECT_EQ(db.objNames.find("clk"), original.objNames.find("clk"));
+    EXPECT_EQ(db.stdVhdlLibNames.findNoCase("ieee"), 1u);
+    EXPECT_EQ(db.stdSVLibNames.findNoCase("UVM"), 1u);
+    EXPECT_EQ(db.getDefaultLibrary(), "work");
+    EXPECT_TRUE(db.sameSetup(original));
+    EXPECT_EQ(db.status.err, -7);
+    EXPECT_EQ(db.variables.at(1).kind, 0x203u);
+    EXPECT_EQ(db.variables.at(1).fileId, 2u);
+    EXPECT_EQ(db.variables.at(1).references.size(), 3u);
+    EXPECT_EQ(db.primaryToUnits, original.primaryToUnits);
+    EXPECT_EQ(db.unitAttrs.at(1).ports.at(0).attributes.at(0).value,
+              original.unitAttrs.at(1).ports.at(0).attributes.at(0).value);
+    EXPECT_EQ(db.derivedUnits.size(), db.unitNames.size());
+}
+
+TEST_F(HADLPersistenceTest, LoadThenSaveGivesSameBytes)
+{
+    HADLDatabase original;
+    fillSampleDatabase(original);
+    // One key, so that the map's iteration order cannot differ.
+    original.primaryToUnits.erase(original.objNames.find("sub"));
+    std::string file = path("sample.bin");
+    ASSERT_EQ(HADLDatabaseConstAPI(original).save(file), 0);
+    HADLDatabase db;
+    ASSERT_EQ(HADLDatabaseAPI(db).load(file), 0);
+    EXPECT_EQ(bytesOf(db), readBytes(file));
+}
+
+TEST_F(HADLPersistenceTest, LoadKeepsEqualEntriesAndFindsTheLater)
+{
+    HADLDatabase original;
+    original.objNames.appendRaw("twin", 4);
+    original.objNames.appendRaw("solo", 4);
+    original.objNames.appendRaw("twin", 4);
+    original.stdVhdlLibNames.insert("Ieee");
+    original.stdVhdlLibNames.insert("IEEE");
+    original.stdVhdlLibNames.insert("Ieee");
+    std::string file = path("twins.bin");
+    ASSERT_EQ(HADLDatabaseConstAPI(original).save(file), 0);
+    HADLDatabase db;
+    ASSERT_EQ(HADLDatabaseAPI(db).load(file), 0);
+    EXPECT_EQ(db.objNames.size(), 4u);
+    EXPECT_EQ(db.objNames.find("twin"), 3u);
+    EXPECT_EQ(db.stdVhdlLibNames.findNoCase("ieee"), 2u);
+}
+
+TEST_F(HADLPersistenceTest, SaveIntoMissingDirectoryFailsAndCreatesNothing)
+{
+    HADLDatabase db;
+    std::string file = path("no/such/dir/out.bin");
+    EXPECT_EQ(HADLDatabaseConstAPI(db).save(file), -1);
+    struct stat info;
+    EXPECT_NE(stat(path("no").c_str(), &info), 0);
+}
+
+TEST_F(HADLPersistenceTest, SaveReplacesOldFile)
+{
+    HADLDatabase big;
+    fillSampleDatabase(big);
+    HADLDatabase small;
+    std::string file = path("out.bin");
+    ASSERT_EQ(HADLDatabaseConstAPI(big).save(file), 0);
+    ASSERT_EQ(HADLDatabaseConstAPI(small).save(file), 0);
+    HADLDatabase db;
+    fillMarker(db);
+    ASSERT_EQ(HADLDatabaseAPI(db).load(file), 0);
+    EXPECT_EQ(db.fileNames.size(), 1u);
+}
+
+TEST_F(HADLPersistenceTest, FailedSaveRemovesPartialFile)
+{
+    std::string file = path("partial.bin");
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        // A file size limit makes the write fail part way, as a full device would.
+        signal(SIGXFSZ, SIG_IGN);
+        struct rlimit limit = {4096, 4096};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        HADLDatabase db;
+        for (int i = 0; i < 10000; ++i)
+            db.objNames.insert(("name_" + std::to_string(i)).c_str());
+        _exit(HADLDatabaseConstAPI(db).save(file) == -1 ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    struct stat info;
+    EXPECT_NE(stat(file.c_str(), &info), 0);
+}
+
+TEST_F(HADLPersistenceTest, LoadOfMissingFileFailsAndKeepsDatabase)
+{
+    HADLDatabase db;
+    fillMarker(db);
+    std::string before = bytesOf(db);
+    EXPECT_EQ(HADLDatabaseAPI(db).load(path("missing.bin")), -1);
+    EXPECT_EQ(HADLDatabaseAPI(db).load(dir_), -1);
+    EXPECT_EQ(bytesOf(db), before);
+}
+
+TEST_F(HADLPersistenceTest, LoadOfFewBytesOrOtherWordSizeKeepsDatabase)
+{
+    HADLDatabase sample;
+    fillSampleDatabase(sample);
+    std::string good = bytesOf(sample);
+    HADLDatabase db;
+    fillMarker(db);
+    std::string before = bytesOf(db);
+
+    writeBytes(path("few.bin"), good.substr(0, 5));
+    EXPECT_EQ(HADLDatabaseAPI(db).load(path("few.bin")), -1);
+    writeBytes(path("zero.bin"), "");
+    EXPECT_EQ(HADLDatabaseAPI(db).load(path("zero.bin")), -1);
+
+    // The header: 8-byte length and 22 characters of the signature, the 2-byte library
+    // version, then the sizes of int, long, float and double.
+    std::string otherLong = good;
+    ASSERT_EQ(otherLong[33], 8);
+    otherLong[33] = 4;
+    writeBytes(path("long4.bin"), otherLong);
+    EXPECT_EQ(HADLDatabaseAPI(db).load(path("long4.bin")), -1);
+
+    std::string otherSignature = good;
+    otherSignature[8] = 'S';
+    writeBytes(path("sig.bin"), otherSignature);
+    EXPECT_EQ(HADLDatabaseAPI(db).load(path("sig.bin")), -1);
+
+    std::string newerLibrary = good;
+    newerLibrary[30] = 0x7f;
+    writeBytes(path("lib.bin"), newerLibrary);
+    EXPECT_EQ(HADLDatabaseAPI(db).load(path("lib.bin")), -1);
+
+    EXPECT_EQ(bytesOf(db), before);
+}
+
+TEST_F(HADLPersistenceTest, TruncatedArchiveFailsWithTablesPartlyFilled)
+{
+    HADLDatabase sample;
+    fillSampleDatabase(sample);
+    std::string good = bytesOf(sample);
+    writeBytes(path("half.bin"), good.substr(0, good.size() / 2));
+    HADLDatabase db;
+    fillMarker(db);
+    EXPECT_EQ(HADLDatabaseAPI(db).load(path("half.bin")), -1);
+    EXPECT_EQ(db.fileNames.find("rtl/top.sv"), 1u);
+    EXPECT_EQ(db.fileNames.find("marker.v"), 0u);
+    EXPECT_EQ(db.nonHdlModuleNames.size(), 1u);
+}
+
+TEST_F(HADLPersistenceTest, EveryTruncationFails)
+{
+    HADLDatabase sample;
+    fillSampleDatabase(sample);
+    std::string good = bytesOf(sample);
+    // Through shared memory, which is much faster to rewrite than a file.
+    for (std::size_t length = 0; length < good.size(); ++length) {
+        writeShm(good.substr(0, length));
+        HADLDatabase db;
+        ASSERT_EQ(HADLDatabaseAPI(db).deserialize(shmName_), -1) << "length " << length;
+    }
+}
+
+TEST_F(HADLPersistenceTest, DamagedBytesNeverCrash)
+{
+    HADLDatabase sample;
+    fillSampleDatabase(sample);
+    std::string good = bytesOf(sample);
+    int loaded = 0;
+    for (std::size_t at = 0; at < good.size(); ++at) {
+        for (unsigned char value : {0x00, 0x01, 0x7f, 0xff}) {
+            std::string damaged = good;
+            damaged[at] = static_cast<char>(value);
+            writeShm(damaged);
+            HADLDatabase db;
+            int result = HADLDatabaseAPI(db).deserialize(shmName_);
+            ASSERT_TRUE(result == 0 || result == -1);
+            if (result == 0) {
+                ++loaded;
+                EXPECT_EQ(db.unitAttrs.size(), db.unitNames.size());
+                EXPECT_EQ(db.fileMsgs.size(), db.fileNames.size());
+            }
+        }
+    }
+    // Ids and texts may change without breaking the structure.
+    EXPECT_GT(loaded, 0);
+}
+
+TEST_F(HADLPersistenceTest, RandomBytesFail)
+{
+    std::mt19937 random(12345);
+    for (int round = 0; round < 200; ++round) {
+        std::string bytes(1 + random() % 4096, '\0');
+        for (char& c : bytes)
+            c = static_cast<char>(random());
+        writeBytes(path("random.bin"), bytes);
+        HADLDatabase db;
+        EXPECT_EQ(HADLDatabaseAPI(db).load(path("random.bin")), -1);
+    }
+}
+
+TEST_F(HADLPersistenceTest, HugeClaimedLengthsFailWithoutAllocating)
+{
+    HADLDatabase sample;
+    sample.fileNames.insert("a");
+    std::string good = bytesOf(sample);
+    // After the 40-byte header, three preambles of 5 bytes and the count 1, the 8-byte
+    // length of the first text.
+    std::size_t lengthAt = 40 + 15 + 4;
+    ASSERT_EQ(good[lengthAt], 1);
+    std::string huge = good;
+    std::memset(&huge[lengthAt], 0x7f, 8);
+    writeBytes(path("huge.bin"), huge);
+    HADLDatabase db;
+    EXPECT_EQ(HADLDatabaseAPI(db).load(path("huge.bin")), -1);
+}
+
+TEST_F(HADLPersistenceTest, SerializeThenDeserializeConsumesObject)
+{
+    HADLDatabase original;
+    fillSampleDatabase(original);
+    ASSERT_EQ(HADLDatabaseConstAPI(original).serialize(shmName_), 0);
+    EXPECT_TRUE(shmExists("/" + shmName_));
+    struct stat info;
+    int fd = shm_open(("/" + shmName_).c_str(), O_RDONLY, 0);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(fstat(fd, &info), 0);
+    close(fd);
+    EXPECT_EQ(static_cast<std::size_t>(info.st_size), bytesOf(original).size());
+    EXPECT_EQ(info.st_mode & 0777, 0644u);
+
+    HADLDatabase db;
+    fillMarker(db);
+    ASSERT_EQ(HADLDatabaseAPI(db).deserialize(shmName_), 0);
+    EXPECT_FALSE(shmExists("/" + shmName_));
+    EXPECT_TRUE(db.sameSetup(original));
+    EXPECT_EQ(db.stdVhdlLibNames.findNoCase("Ieee"), 1u);
+    EXPECT_EQ(bytesOf(db).size(), bytesOf(original).size());
+}
+
+TEST_F(HADLPersistenceTest, SlashedAndPlainNamesMeanTheSameObject)
+{
+    HADLDatabase original;
+    original.addMacro("M", "1");
+    ASSERT_EQ(HADLDatabaseConstAPI(original).serialize("/" + shmName_), 0);
+    HADLDatabase db;
+    ASSERT_EQ(HADLDatabaseAPI(db).deserialize(shmName_), 0);
+    EXPECT_EQ(db.macroNames.find("M"), 1u);
+    EXPECT_FALSE(shmExists("/" + shmName_));
+}
+
+TEST_F(HADLPersistenceTest, SerializeReplacesExistingObject)
+{
+    writeShm(std::string(100000, 'x'));
+    HADLDatabase original;
+    original.addNonHdlModule("ip");
+    ASSERT_EQ(HADLDatabaseConstAPI(original).serialize(shmName_), 0);
+    HADLDatabase db;
+    ASSERT_EQ(HADLDatabaseAPI(db).deserialize(shmName_), 0);
+    EXPECT_EQ(db.nonHdlModuleNames.find("ip"), 1u);
+}
+
+TEST_F(HADLPersistenceTest, DeserializeOfMissingObjectFails)
+{
+    HADLDatabase db;
+    fillMarker(db);
+    std::string before = bytesOf(db);
+    EXPECT_EQ(HADLDatabaseAPI(db).deserialize(shmName_), -1);
+    EXPECT_EQ(bytesOf(db), before);
+}
+
+TEST_F(HADLPersistenceTest, FailedDeserializeConsumesObject)
+{
+    HADLDatabase db;
+    fillMarker(db);
+    std::string before = bytesOf(db);
+    writeShm("not an archive at all, just some bytes");
+    EXPECT_EQ(HADLDatabaseAPI(db).deserialize(shmName_), -1);
+    EXPECT_FALSE(shmExists("/" + shmName_));
+    EXPECT_EQ(bytesOf(db), before);
+
+    writeShm("");
+    EXPECT_EQ(HADLDatabaseAPI(db).deserialize(shmName_), -1);
+    EXPECT_FALSE(shmExists("/" + shmName_));
+
+    HADLDatabase sample;
+    fillSampleDatabase(sample);
+    std::string good = bytesOf(sample);
+    writeShm(good.substr(0, good.size() - 3));
+    EXPECT_EQ(HADLDatabaseAPI(db).deserialize(shmName_), -1);
+    EXPECT_FALSE(shmExists("/" + shmName_));
+    EXPECT_EQ(db.fileNames.find("rtl/top.sv"), 1u);
+}
