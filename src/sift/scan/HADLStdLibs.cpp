@@ -1,0 +1,181 @@
+#include "sift/scan/HADLStdLibs.h"
+
+#include <iostream>
+
+#include "hdl/sv/VeriLibrary.h"
+#include "hdl/vhdl/VhdlLibrary.h"
+#include "sift/scan/HADLDataDir.h"
+#include "sift/scan/HADLSifter.h"
+
+namespace {
+
+constexpr unsigned kLangSv = 5;
+constexpr unsigned kLangVhdl93 = 9;
+constexpr unsigned kLangVhdl08 = 11;
+constexpr unsigned kLangVhdl19 = 12;
+
+bool isVhdlLang(unsigned lang) { return lang >= 8 && lang <= 13; }
+
+struct StdLibSource {
+    const char* library;
+    const char* path;
+};
+
+// Level 1 sources, relative to <data>/vhdl/src/, in analysis order.
+const StdLibSource kVhdl93Sources[] = {
+    {"std", "std/standard.vhd"},
+    {"std", "std/textio.vhd"},
+    {"std", "std/env.vhd"},
+    {"synopsys", "synopsys/compileToSynopsys/attributes.vhd"},
+    {"ieee", "ieee/distributable/std_logic_1164.vhd"},
+    {"ieee", "ieee/distributable/numeric_std.vhd"},
+    {"ieee", "ieee/distributable/numeric_bit.vhd"},
+    {"ieee", "synopsys/compileToIeee/std_logic_arith.vhd"},
+    {"ieee", "synopsys/compileToIeee/std_logic_unsigned.vhd"},
+    {"ieee", "synopsys/compileToIeee/std_logic_signed.vhd"},
+    {"ieee", "synopsys/compileToIeee/std_logic_misc.vhd"},
+    {"ieee", "synopsys/compileToIeee/std_logic_textio.vhd"},
+    {"ieee", "ieee/dummy/math_real.vhd"},
+};
+
+// Levels 2 and 3 share the 2008 sources.
+const StdLibSource kVhdl08Sources[] = {
+    {"std", "std_2008/standard.vhd"},
+    {"std", "std_2008/textio.vhd"},
+    {"std", "std_2008/env.vhd"},
+    {"synopsys", "synopsys/compileToSynopsys/attributes.vhd"},
+    {"ieee", "ieee_2008/std_logic_1164.vhdl"},
+    {"ieee", "ieee_2008/std_logic_1164-body.vhdl"},
+    {"ieee", "ieee_2008/numeric_std.vhdl"},
+    {"ieee", "ieee_2008/numeric_std-body.vhdl"},
+    {"ieee", "ieee_2008/numeric_std_unsigned.vhdl"},
+    {"ieee", "ieee_2008/numeric_std_unsigned-body.vhdl"},
+    {"ieee", "ieee_2008/numeric_bit.vhdl"},
+    {"ieee", "ieee_2008/numeric_bit-body.vhdl"},
+    {"ieee", "ieee_2008/numeric_bit_unsigned.vhdl"},
+    {"ieee", "ieee_2008/numeric_bit_unsigned-body.vhdl"},
+    {"ieee", "synopsys/compileToIeee_2008/std_logic_arith.vhd"},
+    {"ieee", "synopsys/compileToIeee_2008/std_logic_unsigned.vhd"},
+    {"ieee", "synopsys/compileToIeee_2008/std_logic_signed.vhd"},
+    {"ieee", "synopsys/compileToIeee_2008/std_logic_misc.vhd"},
+    {"ieee", "ieee_2008/std_logic_textio.vhdl"},
+    {"ieee", "ieee_2008/math_real.vhdl"},
+    {"ieee", "ieee_2008/math_real-body.vhdl"},
+};
+
+// Primitive component packages, analysed as VHDL-93 at every level.
+const StdLibSource kComponentSources[] = {
+    {"lathe", "lathes/lathe_retarget_VCOMP.vhd"},
+    {"mortise", "mortise/mortise_VCOMP.vhd"},
+    {"vl", "../../parts/corvid/rtl/lib/vhdl/kelp/src/mixed_lang_vltype.vhd"},
+};
+
+struct PrecompiledLib {
+    const char* library;
+    const char* dirs[3];  // level 1, 2, 3
+};
+
+const PrecompiledLib kPrecompiledVhdlLibs[] = {
+    {"std", {"std", "std_2008", "std_2019"}},
+    {"synopsys", {"synopsys", "synopsys_2008", "synopsys_2019"}},
+    {"ieee", {"ieee", "ieee_2008", "ieee_2019"}},
+    {"mortise", {"mortise", "mortise_2008", "mortise_2019"}},
+    {"lathe", {"lathe", "lathe_2008", "lathe_2019"}},
+    {"vl", {"vl", "vl_2008", "vl_2019"}},
+    {"tessel", {"tessel", "tessel_2008", "tessel_2019"}},
+};
+
+} // namespace
+
+unsigned HADLStdLibs::vhdlStdLevel() const {
+    unsigned level = 0;
+    const bool with2019 = sifter.options.enableVHDL2019;
+    for (unsigned fileId = 1; fileId < sifter.fileAttrs.size(); ++fileId) {
+        const unsigned lang = sifter.fileAttrs.at(fileId).lang;
+        if (lang == 0) continue;
+        if (!with2019) {
+            if (lang == kLangVhdl08) return 2;
+            if (isVhdlLang(lang)) level = 1;
+        } else {
+            // With 2019 enabled the last VHDL file decides between 1 and 2.
+            if (lang == kLangVhdl19) return 3;
+            if (lang == kLangVhdl08) level = 2;
+            else if (isVhdlLang(lang)) level = 1;
+        }
+    }
+    return level;
+}
+
+bool HADLStdLibs::hasSystemVerilog() const {
+    for (unsigned fileId = 1; fileId < sifter.fileAttrs.size(); ++fileId) {
+        if (sifter.fileAttrs.at(fileId).lang == kLangSv) return true;
+    }
+    return false;
+}
+
+void HADLStdLibs::addStdLibFile(unsigned lang, const std::string& library, const std::string& path) {
+    unsigned fileId = sifter.insertFileName(path, lang, library);
+    sifter.stdLibFileIds.push_back(fileId);
+    sifter.fileAttrs.at(fileId).isStdVhdl = true;
+}
+
+void HADLStdLibs::addLibraryDir(const std::string& library, const std::string& directory, bool isVhdl) {
+    // The front-ends do not restore saved libraries yet: attaching a directory only
+    // puts the library into the search order; `directory` is where its units lie.
+    (void)directory;
+    if (isVhdl) hdl::vhdl_file::AddLOption(library.c_str());
+}
+
+void HADLStdLibs::attachVhdlStdLibsPrecompiled() {
+    const unsigned level = vhdlStdLevel();
+    if (level == 0) return;
+    std::cout << "=============== Using vdb files for VHDL std libs ===========" << std::endl;
+    std::string base = findDataDir("precomp_hsv/vhdl/std/standard.vdb");
+    if (base.empty()) return;
+    base += "precomp_hsv/vhdl/";
+    for (const PrecompiledLib& lib : kPrecompiledVhdlLibs) {
+        addLibraryDir(lib.library, base + lib.dirs[level - 1], true);
+    }
+}
+
+void HADLStdLibs::attachSvStdLibsPrecompiled() {
+    if (!hasSystemVerilog()) return;
+    std::cout << "=============== Using precompiled files for SV std libs ===========" << std::endl;
+    std::string base = findDataDir("precomp_hsv/sv/std/std.sdb");
+    if (base.empty()) return;
+    hdl::veri_file::AddIncludeDir((base + "/system_verilog/uvm_1.2").c_str());
+    base += "precomp_hsv/sv/";
+    addLibraryDir("std", base + "std", false);
+    addLibraryDir("uvm", base + "uvm", false);
+}
+
+void HADLStdLibs::addVhdlStdLibSources() {
+    const unsigned level = vhdlStdLevel();
+    if (level == 0) return;
+    std::cout << "=============== Using source files for VHDL std libs ===========" << std::endl;
+    std::string base = findDataDir("vhdl/src/std/standard.vhd");
+    if (base.empty()) return;
+    base += "vhdl/src/";
+    if (level == 1) {
+        for (const StdLibSource& source : kVhdl93Sources)
+            addStdLibFile(kLangVhdl93, source.library, base + source.path);
+    } else {
+        const unsigned lang = level == 2 ? kLangVhdl08 : kLangVhdl19;
+        for (const StdLibSource& source : kVhdl08Sources)
+            addStdLibFile(lang, source.library, base + source.path);
+    }
+    for (const StdLibSource& source : kComponentSources)
+        addStdLibFile(kLangVhdl93, source.library, base + source.path);
+    std::string tessel = findDataDir("ip/tessel");
+    if (!tessel.empty()) addStdLibFile(kLangVhdl93, "tessel", tessel + "ip/tessel/tessel_VCOMP.vhd");
+}
+
+void HADLStdLibs::addSvStdLibSources() {
+    if (!hasSystemVerilog()) return;
+    std::cout << "=============== Using source files for SV std libs ===========" << std::endl;
+    std::string base = findDataDir("verilog/src/std.sv");
+    if (base.empty()) return;
+    hdl::veri_file::AddIncludeDir((base + "/system_verilog/uvm_1.2").c_str());
+    addStdLibFile(kLangSv, "std", base + "/verilog/src/std.sv");
+    addStdLibFile(kLangSv, "uvm", base + "/system_verilog/uvm_1.2/corvid_uvm_package.sv");
+}
