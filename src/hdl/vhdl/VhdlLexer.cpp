@@ -581,6 +581,8 @@ void VhdlLexer::Delimiter(VhdlTok& t) {
     case '[': return take(1, VHDL_LBRACKET);
     case ']': return take(1, VHDL_RBRACKET);
     case '@': return take(1, VHDL_AT);
+    case '{': return take(1, VHDL_LBRACE);
+    case '}': return take(1, VHDL_RBRACE);
     case '^': return take(1, VHDL_CARET);
     case '?':
         if (n == '?') return take(2, VHDL_COND);

@@ -71,10 +71,11 @@ VhdlTreeNode* VhdlParser::ParseDeclaration() {
     }
 }
 
-// PSL declarations (property, sequence, default clock) are recognised and dropped.
+// PSL declarations and directives (property, sequence, default clock, assert always)
+// are recognised and dropped.
 VhdlTreeNode* VhdlParser::SkipPslDeclaration() {
     ColLineFile loc(fileId_, Tok().line, Tok().col);
-    Message::Info(vhdl_msg::kPslIgnored, &loc, "PSL declaration ignored");
+    Message::Info(vhdl_msg::kPslIgnored, &loc, "PSL text ignored");
     while (!AtEndOfFile() && !Is(VHDL_SEMI)) ++pos_;
     Accept(VHDL_SEMI);
     return nullptr;

@@ -60,6 +60,15 @@ VhdlTreeNode* VhdlParser::ParseConcurrentStatement() {
         break;
     case VHDL_FOR: case VHDL_IF: case VHDL_CASE: stmt = ParseGenerate(start, label); break;
     case VHDL_ASSERT: {
+        if (mode_ >= VHDL_2008 && IsIdentifier(1)) {
+            // A PSL assertion (assert always ...) is recognised and dropped.
+            std::string word(Text(Tok(1)));
+            for (char& c : word) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+            if (word == "always" || word == "never" || word == "eventually") {
+                SkipPslDeclaration();
+                return nullptr;
+            }
+        }
         VhdlAssertionStatement* a = ParseAssertion(start, label, postponed);
         stmt = a;
         break;

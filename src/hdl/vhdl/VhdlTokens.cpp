@@ -45,7 +45,7 @@ const char* VhdlTokenText(unsigned token) {
         "real literal", "bit string literal", "string literal", "character literal",
         "&", "'", "(", ")", "*", "+", ",", "-", ".", "/", ":", ";", "<", "=", ">", "|", "[", "]",
         "?", "@", "^", "=>", "**", ":=", "/=", ">=", "<=", "<>", "??", "?=", "?/=", "?<", "?<=",
-        "?>", "?>=", "<<", ">>", "",
+        "?>", "?>=", "<<", ">>", "{", "}", "",
     };
     static const char* const kWords[] = {
 #define VHDL_KW_TEXT(name, text, ed) text,

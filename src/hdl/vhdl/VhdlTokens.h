@@ -78,6 +78,7 @@ enum VhdlToken : uint16_t {
     VHDL_COND,         // ??
     VHDL_MEQ, VHDL_MNEQ, VHDL_MLT, VHDL_MLE, VHDL_MGT, VHDL_MGE, // ?= ?/= ?< ?<= ?> ?>=
     VHDL_LTLT, VHDL_GTGT, // << >> of external names
+    VHDL_LBRACE, VHDL_RBRACE, // { } of PSL sequences
     VHDL_FIRST_KEYWORD,
 #define VHDL_KW_ENUM(name, text, ed) VHDL_##name,
     VHDL_KEYWORDS(VHDL_KW_ENUM)

@@ -142,7 +142,7 @@ TEST(VhdlLexer, ProtectedEnvelopeIsSkippedWithAWarning) {
 
 TEST(VhdlLexer, BadInputGivesErrorsAndStops) {
     test::MessageCapture capture;
-    auto l = Lex("a { b \"open\nc");
+    auto l = Lex("a $ b \"open\nc");
     EXPECT_EQ(capture.Count(VERIFIC_ERROR), 2u);
     EXPECT_EQ(l.spellings.back(), "c");
     std::string garbage(10000, '\x01');
