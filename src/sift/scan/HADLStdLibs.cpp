@@ -124,6 +124,7 @@ void HADLStdLibs::addLibraryDir(const std::string& library, const std::string& d
     // puts the library into the search order; `directory` is where its units lie.
     (void)directory;
     if (isVhdl) hdl::vhdl_file::AddLOption(library.c_str());
+    else hdl::veri_file::AddLOption(library.c_str());
 }
 
 void HADLStdLibs::attachVhdlStdLibsPrecompiled() {

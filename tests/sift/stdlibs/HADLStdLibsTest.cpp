@@ -7,6 +7,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "sift/scan/HADLDataDir.h"
 #include "sift/scan/HADLSifter.h"
@@ -257,8 +258,14 @@ TEST_F(StdSourcesTest, BundledDataDirHoldsEveryRegisteredFile) {
 
 class PrecompiledTest : public ::testing::Test {
 protected:
-    void SetUp() override { hdl::vhdl_file::Reset(); }
-    void TearDown() override { hdl::vhdl_file::Reset(); }
+    void SetUp() override {
+        hdl::vhdl_file::Reset();
+        hdl::veri_file::Reset();
+    }
+    void TearDown() override {
+        hdl::vhdl_file::Reset();
+        hdl::veri_file::Reset();
+    }
     std::string attach() {
         testing::internal::CaptureStdout();
         HADLStdLibs libs(sifter);
@@ -279,6 +286,7 @@ TEST_F(PrecompiledTest, NothingToAttachWithoutPrecompiledFiles) {
               "=============== Using vdb files for VHDL std libs ===========\n"
               "=============== Using precompiled files for SV std libs ===========\n");
     EXPECT_TRUE(hdl::vhdl_file::LOptions().empty());
+    EXPECT_TRUE(hdl::veri_file::GetLOptions().empty());
     EXPECT_TRUE(sifter.stdLibFileIds.empty());
 }
 
@@ -296,6 +304,18 @@ TEST_F(PrecompiledTest, VhdlLibrariesAttachedInFixedOrder) {
     const std::vector<std::string> expected = {"std", "synopsys", "ieee", "mortise", "lathe", "vl", "tessel"};
     EXPECT_EQ(hdl::vhdl_file::LOptions(), expected);
     EXPECT_TRUE(sifter.stdLibFileIds.empty());
+}
+
+TEST_F(PrecompiledTest, SvLibrariesAttachedWhenProbeFound) {
+    TempDataDir data;
+    data.write("precomp_hsv/sv/std/std.sdb");
+    ScopedDataDirEnv env(data.path());
+    sifter.insertFileName("a.sv", 5, "work");
+    sifter.insertFileName("b.vhd", 9, "work");
+    attach();
+    EXPECT_EQ(hdl::veri_file::GetLOptions(), (std::vector<std::string>{"std", "uvm"}));
+    // No VHDL probe: the VHDL side stays empty.
+    EXPECT_TRUE(hdl::vhdl_file::LOptions().empty());
 }
 
 } // namespace
