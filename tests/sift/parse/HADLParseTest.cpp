@@ -5,10 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "hdl/base/Message.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "sift/scan/HADLParse.h"
 #include "sift/scan/HADLSifter.h"
+#include "sift/scan/HADLStdLibs.h"
+#include <boost/filesystem/operations.hpp>
+
 #include "stdlibs/TempDataDir.h"
 
 namespace {
@@ -186,6 +190,40 @@ TEST_F(ParseTest, SecondParseAppendsAnotherSetOfRecords) {
     ASSERT_EQ(sifter.duplicateAttrs.size(), 5u);
     EXPECT_EQ(sifter.duplicateAttrs.at(3).fileId, f1);
     EXPECT_EQ(sifter.duplicateAttrs.at(4).startLine, 1u);
+}
+
+// The arranged standard sources, our component packages and the std package must
+// analyse cleanly, or every project would inherit their errors.
+TEST_F(ParseTest, BundledStandardLibrariesAnalyseWithoutErrors) {
+    const std::string bundled = SIFT_DATA_DIR;
+    if (!boost::filesystem::exists(bundled + "/vhdl/src/std/standard.vhd"))
+        GTEST_SKIP() << "run scripts/assemble_data.sh to arrange the standard sources";
+    ScopedDataDirEnv env(bundled);
+    for (unsigned lang : {9u, 11u}) {
+        resetFrontEnds();
+        HADLSifter project;
+        project.insertFileName("a.vhd", lang, "work");
+        project.insertFileName("b.sv", 5, "work");
+        testing::internal::CaptureStdout();
+        HADLStdLibs(project).addVhdlStdLibSources();
+        HADLStdLibs(project).addSvStdLibSources();
+        hdl::Message::ClearErrorCount();
+        for (unsigned id : project.stdLibFileIds) {
+            const std::string path = project.fileNames.getString(id);
+            if (path.find("uvm_1.2") != std::string::npos) continue;  // not bundled
+            const uint32_t before = hdl::Message::ErrorCount();
+            HADLParse::analyzeFile(path, project.objNames.getString(project.fileAttrs.at(id).libId),
+                                   project.fileAttrs.at(id).lang);
+            EXPECT_EQ(hdl::Message::ErrorCount(), before) << path;
+        }
+        const std::string output = testing::internal::GetCapturedStdout();
+        EXPECT_EQ(hdl::Message::ErrorCount(), 0u) << output;
+        hdl::VhdlLibrary* ieee = hdl::vhdl_file::GetLibrary("ieee");
+        ASSERT_NE(ieee, nullptr);
+        EXPECT_NE(ieee->GetPrimUnit("std_logic_1164"), nullptr);
+        EXPECT_NE(ieee->GetPrimUnit("std_logic_arith"), nullptr);
+        EXPECT_TRUE(hasModule("std", "std"));
+    }
 }
 
 } // namespace
