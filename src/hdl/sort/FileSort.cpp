@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <unordered_map>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,8 @@ struct SortState {
     std::vector<std::string> includeDirs;
     std::vector<std::string> defines;
     std::vector<std::unique_ptr<FileElement>> elements;
+    // "library\nfile" -> element index, so that a file registered again is read afresh.
+    std::unordered_map<std::string, size_t> byName;
     std::vector<size_t> pending;       // elements registered to be read at the first FileAt
     bool librariesResolved = true;
     // The preprocessor shared by files of one compilation unit, when they share one.
@@ -169,12 +172,17 @@ bool hdl_file_sort::RegisterFile(const char* file, const char* library, unsigned
     element->fileName = file ? file : "";
     element->libraryName = library ? library : "";
     element->language = mode & 0x7fffffffu;
-    s.elements.push_back(std::move(element));
+    auto known = s.byName.emplace(element->libraryName + "\n" + element->fileName, s.elements.size());
+    size_t index = known.first->second;
+    if (known.second)
+        s.elements.push_back(std::move(element));
+    else
+        s.elements[index] = std::move(element);
     if (when != 2) {
-        s.pending.push_back(s.elements.size() - 1);
+        s.pending.push_back(index);
         return true;
     }
-    return readElement(*s.elements.back());
+    return readElement(*s.elements[index]);
 }
 
 bool hdl_file_sort::FileAt(unsigned index, const FileElement** element) {

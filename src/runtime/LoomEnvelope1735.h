@@ -1,0 +1,49 @@
+// Plain text of a source file that may hold IEEE 1735 protected regions. This version
+// reads files as they are: it finds out whether a file has a protected region, and
+// hands out the file's text; decryption is not offered.
+#pragma once
+
+#include <functional>
+#include <istream>
+#include <stdexcept>
+#include <string>
+
+namespace ieee1735 {
+struct RightsEval {
+    enum EvalContextEnum { Simulation = 1, Synthesis = 2, Analysis = 3 };
+};
+} // namespace ieee1735
+
+class LoomEnvelope1735 {
+public:
+    enum eNeedDecrypt : unsigned {
+        NeedDecrypt_Maybe = 0,
+        NeedDecrypt_No = 1,
+        NeedDecrypt_Yes = 2,
+    };
+
+    // A failure to read an envelope.
+    class EnvelopeDiag : public std::runtime_error {
+    public:
+        EnvelopeDiag(const std::string& path, const std::string& what)
+            : std::runtime_error(what), path(path) {}
+        std::string path;
+    };
+
+    // A newly opened stream on the file; `state` is decided on the first call (Maybe)
+    // and kept by the caller. `denied` is told when rights forbid reading.
+    static std::istream* getPlnStream(const std::string& path, eNeedDecrypt& state,
+                                      ieee1735::RightsEval::EvalContextEnum context,
+                                      const std::function<void(const std::string&, int)>& denied);
+    // Offset of the first protect directive (`protect, `pragma protect, VHDL
+    // `protect) in the stream, or -1 when there is none.
+    static long sniffOutTickProtect(std::istream& in);
+};
+
+// Line mapping between decrypted text and its protected source. Without decryption
+// every line is its own and no line lies in an envelope.
+class LoomEnvelopeMap1735 {
+public:
+    static unsigned getOriginalLineNo(const char* file, unsigned line);
+    static bool isWithinEnvelope(const char* file, unsigned line, unsigned column);
+};

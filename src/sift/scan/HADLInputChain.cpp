@@ -1,0 +1,58 @@
+#include "sift/scan/HADLInputChain.h"
+
+#include <sys/stat.h>
+
+#include "hdl/base/LineFile.h"
+#include "hdl/base/Message.h"
+#include "runtime/LoomEnvelope1735.h"
+#include "sift/scan/HADLIncludeTracer.h"
+#include "sift/scan/HADLNeedDecryptionCache.h"
+#include "sift/scan/HADLSifter.h"
+
+HADLTracingInputStream::HADLTracingInputStream(std::istream* in, std::string name)
+    : hdl::SourceStream(in), fileName(std::move(name)) {}
+
+HADLTracingInputStream::~HADLTracingInputStream() {
+    if (HADLIncludeTracer* tracer = HADLSifter::instance().skimTracker)
+        tracer->leave(fileName);
+}
+
+namespace {
+
+bool fileExists(const std::string& path) {
+    struct stat st;
+    return ::stat(path.c_str(), &st) == 0;
+}
+
+void reportDecryptionDenied(const std::string& name, int code) {
+    hdl::ColLineFile loc(hdl::LineFile::GetFileId(name), 1, 1);
+    hdl::Message::Error("VERI-1000", &loc, "reading '%s' is not permitted (%d)", name.c_str(), code);
+}
+
+void reportEnvelopeDiag(const LoomEnvelope1735::EnvelopeDiag& diag) {
+    hdl::ColLineFile loc(hdl::LineFile::GetFileId(diag.path), 1, 1);
+    hdl::Message::Error("VERI-1000", &loc, "%s", diag.what());
+}
+
+} // namespace
+
+hdl::SourceStream* openSourceStream(const char* name) {
+    std::string path = name ? name : "";
+    LoomEnvelope1735::eNeedDecrypt scratchState = LoomEnvelope1735::NeedDecrypt_Maybe;
+    std::istream* in = nullptr;
+    if (fileExists(path)) {
+        NeedDecryptionEntry* entry = NeedDecryptionCache::find(path);
+        LoomEnvelope1735::eNeedDecrypt& state = entry ? entry->state : scratchState;
+        try {
+            in = LoomEnvelope1735::getPlnStream(path, state, ieee1735::RightsEval::Analysis,
+                                                reportDecryptionDenied);
+        } catch (const LoomEnvelope1735::EnvelopeDiag& diag) {
+            reportEnvelopeDiag(diag);
+            in = nullptr;
+        }
+    }
+    auto* stream = new HADLTracingInputStream(in, path);
+    if (HADLIncludeTracer* tracer = HADLSifter::instance().skimTracker)
+        tracer->enter(path);
+    return stream;
+}

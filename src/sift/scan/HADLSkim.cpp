@@ -1,0 +1,323 @@
+#include "sift/scan/HADLSkim.h"
+
+#include <algorithm>
+#include <cctype>
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+#include "hdl/base/Message.h"
+#include "hdl/sort/FileSort.h"
+#include "runtime/LoomParamMgr.h"
+#include "runtime/LoomScopeTimer.h"
+#include "sift/scan/HADLIncludeTracer.h"
+#include "sift/scan/HADLSifter.h"
+
+namespace {
+
+// h = h * 65599 + byte, from 0, in 32 bits.
+struct Hash65599 {
+    size_t operator()(const std::string& s) const {
+        uint32_t h = 0;
+        for (unsigned char c : s)
+            h = h * 65599u + c;
+        return h;
+    }
+};
+
+using FileIds = std::vector<unsigned>;
+using UnitMap = std::unordered_map<std::string, FileIds, Hash65599>;
+using UnitsByLib = std::unordered_map<std::string, UnitMap, Hash65599>;
+
+bool isVhdl(unsigned lang) { return lang >= 8 && lang <= 13; }
+
+std::string lower(std::string s) {
+    for (char& c : s)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return s;
+}
+
+template <typename List>
+void appendUnique(List& list, unsigned id) {
+    if (std::find(list.begin(), list.end(), id) == list.end())
+        list.push_back(id);
+}
+
+// Iterates the elements that have a library, with their file id.
+template <typename Fn>
+void forEachElement(HADLDatabase& db, Fn fn) {
+    const hdl::FileElement* e = nullptr;
+    for (unsigned i = 0; hdl::hdl_file_sort::FileAt(i, &e); ++i)
+        if (!e->libraryName.empty())
+            fn(*e, fileIdOfElement(db, *e));
+}
+
+struct SplitName {
+    std::string primary;
+    std::string secondary;
+};
+
+// VHDL unit texts are "primary secondary", split at the last blank.
+SplitName splitName(unsigned lang, const std::string& text, bool stripEscapes) {
+    SplitName s{text, ""};
+    if (!isVhdl(lang))
+        return s;
+    size_t blank = text.rfind(' ');
+    if (blank != std::string::npos) {
+        s.primary = text.substr(0, blank);
+        s.secondary = text.substr(blank + 1);
+    }
+    if (stripEscapes && s.primary.size() >= 2 && s.primary.front() == '\\' && s.primary.back() == '\\') {
+        size_t b = s.primary.find_first_not_of('\\');
+        size_t e = s.primary.find_last_not_of('\\');
+        s.primary = b == std::string::npos ? std::string() : s.primary.substr(b, e - b + 1);
+    }
+    return s;
+}
+
+std::string stripBackslashes(const std::string& name) {
+    size_t b = name.find_first_not_of('\\');
+    if (b == std::string::npos)
+        return std::string();
+    return name.substr(b, name.find_last_not_of('\\') - b + 1);
+}
+
+void collectDeclaringFiles(HADLDatabase& db, UnitsByLib& unitsByLib) {
+    forEachElement(db, [&](const hdl::FileElement& e, unsigned fileId) {
+        UnitMap& units = unitsByLib[lower(e.libraryName)];
+        bool vhdl = isVhdl(db.fileAttrs.at(fileId).lang);
+        for (const std::string& name : e.declaredNames)
+            appendUnique(units[vhdl ? lower(name) : name], fileId);
+    });
+}
+
+void collectReferences(HADLDatabase& db, UnitsByLib& unitsByLib) {
+    forEachElement(db, [&](const hdl::FileElement& e, unsigned f) {
+        const std::string ownLib = lower(e.libraryName);
+        const bool vhdl = isVhdl(db.fileAttrs.at(f).lang);
+        for (const hdl::SortReference& r : e.references) {
+            if (r.libraryName.empty() || (r.flags & (hdl::SORT_REF_IMPLICIT | hdl::SORT_REF_BIND_TARGET)))
+                continue;
+            std::string d = lower(r.libraryName);
+            bool isWork = d == "work";
+            if (isWork)
+                d = ownLib;
+            auto lib = unitsByLib.find(d);
+            bool libFound = lib != unitsByLib.end();
+            if (!libFound) {
+                lib = unitsByLib.find(ownLib);
+                if (r.unitName.empty() || lib == unitsByLib.end())
+                    continue;
+            }
+            auto& props = db.fileProps.at(f);
+            if (libFound && r.unitName.empty()) {
+                if (isWork || d == ownLib)
+                    continue;
+                for (const auto& unit : lib->second)
+                    for (unsigned id : unit.second)
+                        appendUnique(props.parsReqFiles, id);
+                continue;
+            }
+            auto unit = lib->second.find(vhdl ? lower(r.unitName) : r.unitName);
+            if (unit == lib->second.end())
+                continue;
+            const FileIds& declaring = unit->second;
+            bool weak = (r.flags & hdl::SORT_REF_WEAK) != 0;
+            if (std::find(declaring.begin(), declaring.end(), f) != declaring.end()) {
+                if (!weak)
+                    for (unsigned id : declaring)
+                        if (id != f)
+                            appendUnique(props.parsOvrFiles, id);
+                continue;
+            }
+            for (unsigned id : declaring) {
+                unsigned lang = db.fileAttrs.at(id).lang;
+                if (weak && lang >= 1 && lang <= 7)
+                    continue;
+                appendUnique(props.parsReqFiles, id);
+            }
+        }
+    });
+}
+
+void createRawUnits(HADLDatabase& db) {
+    forEachElement(db, [&](const hdl::FileElement& e, unsigned fileId) {
+        const std::string lib = lower(e.libraryName);
+        const unsigned lang = db.fileAttrs.at(fileId).lang;
+        for (const hdl::SortUnit& u : e.units) {
+            if (u.name.empty())
+                continue;
+            SplitName n = splitName(lang, u.name, true);
+            std::string key = rUnitKey(lang, lib, lower(n.primary), lower(n.secondary));
+            unsigned id = db.rUnitNames.insert(key.c_str());
+            db.resizeTables();
+            HADLDatabase::RUnitAttr& attr = db.rUnitAttrs.at(id);
+            attr.libId = db.objNames.insert(lib.c_str());
+            attr.primaryId = db.objNames.insert(n.primary.c_str());
+            if (!n.secondary.empty())
+                attr.secondaryId = db.objNames.insert(n.secondary.c_str());
+            appendUnique(attr.fileIds, fileId);
+        }
+    });
+}
+
+void createRawInstances(HADLDatabase& db, const HADLStringMatchTable& primitives) {
+    const std::string defaultLib = db.getDefaultLibrary();
+    forEachElement(db, [&](const hdl::FileElement& e, unsigned fileId) {
+        const std::string lib = lower(e.libraryName);
+        const unsigned lang = db.fileAttrs.at(fileId).lang;
+        const bool vhdl = isVhdl(lang);
+        const unsigned other = vhdl ? 2 : 9;
+        for (const hdl::SortUnit& u : e.units) {
+            if (u.instances.empty())
+                continue;
+            SplitName pn = splitName(lang, u.name, false);
+            unsigned p = db.rUnitNames.find(rUnitKey(lang, lib, lower(pn.primary), lower(pn.secondary)).c_str());
+            for (const hdl::SortReference& r : u.instances) {
+                if (r.libraryName.empty() || r.unitName.empty() || (r.flags & hdl::SORT_REF_WEAK))
+                    continue;
+                std::string rl = lower(r.libraryName);
+                const HADLStringMatchTable& stdLibs = vhdl ? db.stdVhdlLibNames : db.stdSVLibNames;
+                if (stdLibs.findNoCase(rl.c_str()))
+                    continue;
+                if (rl == "work")
+                    rl = lib;
+                SplitName tn = splitName(lang, r.unitName, false);
+                std::string primary = lower(tn.primary), secondary = lower(tn.secondary);
+                std::string ownKey = rUnitKey(lang, rl, primary, secondary);
+                unsigned t = db.rUnitNames.find(ownKey.c_str());
+                if (!t && rl != lib)
+                    t = db.rUnitNames.find(rUnitKey(lang, lib, primary, "").c_str());
+                if (!t)
+                    t = db.rUnitNames.find(rUnitKey(other, rl, primary, "").c_str());
+                if (!t)
+                    t = db.rUnitNames.find(rUnitKey(other, lower(defaultLib), primary, "").c_str());
+                if (t && db.rUnitAttrs.at(t).primaryId == db.rUnitAttrs.at(p).primaryId)
+                    continue;
+                if (!t && !vhdl)
+                    t = db.rUnitNames.find(rUnitKey(lang, rl, "extern module " + primary, secondary).c_str());
+                if (t == p)
+                    continue;
+                if (!t) {
+                    bool primitive = vhdl ? primitives.findNoCase(r.unitName.c_str()) != 0
+                                          : primitives.find(r.unitName.c_str()) != 0;
+                    if (primitive)
+                        continue;
+                    t = db.rUnitNames.insert(ownKey.c_str());
+                    db.resizeTables();
+                    HADLDatabase::RUnitAttr& target = db.rUnitAttrs.at(t);
+                    target.libId = db.objNames.insert(rl.c_str());
+                    target.primaryId = db.objNames.insert(r.unitName.c_str());
+                    if (!tn.secondary.empty())
+                        target.secondaryId = db.objNames.insert(tn.secondary.c_str());
+                    appendUnique(target.fileIds, 0);
+                }
+                unsigned instId = 0;
+                if (!r.instanceName.empty())
+                    instId = db.objNames.insert((vhdl ? stripBackslashes(r.instanceName) : r.instanceName).c_str());
+                db.rUnitAttrs.at(p).insts.push_back(HADLDatabase::RInstAttr{instId, t});
+            }
+        }
+    });
+}
+
+// Depth-first post-order: a file comes after what it needs, then after the other
+// declarers of its units; a cycle is cut where it meets a file already on the walk.
+void walkParseOrder(HADLDatabase& db) {
+    std::vector<bool> seen(db.fileNames.size(), false);
+    struct Frame {
+        unsigned id;
+        size_t next;
+    };
+    std::vector<Frame> stack;
+    auto visit = [&](unsigned root) {
+        if (root >= seen.size() || seen[root])
+            return;
+        seen[root] = true;
+        stack.push_back(Frame{root, 0});
+        while (!stack.empty()) {
+            Frame& top = stack.back();
+            const auto& props = db.fileProps.at(top.id);
+            size_t reqs = props.parsReqFiles.size();
+            if (top.next < reqs + props.parsOvrFiles.size()) {
+                unsigned dep = top.next < reqs ? props.parsReqFiles[top.next] : props.parsOvrFiles[top.next - reqs];
+                ++top.next;
+                if (dep < seen.size() && !seen[dep]) {
+                    seen[dep] = true;
+                    stack.push_back(Frame{dep, 0});
+                }
+                continue;
+            }
+            db.parseOrder.push_back(top.id);
+            stack.pop_back();
+        }
+    };
+    for (unsigned id = 1; id < db.fileNames.size(); ++id) {
+        const HADLDatabase::FileAttr& attr = db.fileAttrs.at(id);
+        if (attr.isStdVhdl)
+            continue;
+        if (attr.tempAliasId)
+            visit(attr.tempAliasId);
+        visit(id);
+    }
+}
+
+} // namespace
+
+std::string rUnitKey(unsigned lang, const std::string& library, const std::string& primary,
+                     const std::string& secondary) {
+    const char* sep = isVhdl(lang) ? "/" : ".";
+    std::string key = sep + library + sep + primary;
+    if (!secondary.empty())
+        key += sep + secondary;
+    return key;
+}
+
+unsigned fileIdOfElement(HADLDatabase& db, const hdl::FileElement& element) {
+    unsigned id = db.fileNames.find(element.fileName.c_str());
+    if (!id)
+        id = db.insertFileName(element.fileName, element.language & 0x7fffffffu, element.libraryName);
+    return id;
+}
+
+void computeParseOrder(HADLDatabase& db, const HADLStringMatchTable& primitiveNames) {
+    UnitsByLib unitsByLib;
+    collectDeclaringFiles(db, unitsByLib);
+    collectReferences(db, unitsByLib);
+    createRawUnits(db);
+    createRawInstances(db, primitiveNames);
+    walkParseOrder(db);
+}
+
+void hadlDoSkim(HADLSifter& sifter, const HADLStringMatchTable& primitiveNames) {
+    LoomScopeTimer timer("HADLSifter::doSkim");
+    hdl::Message::SetAllMessageType(hdl::VERIFIC_INFO, hdl::VERIFIC_IGNORE);
+    LoomParamMgr::getParamMgr().setStringValue("project.defaultLibrary", sifter.getDefaultLibrary());
+    for (unsigned id = 1; id < sifter.dirNames.size(); ++id)
+        hdl::hdl_file_sort::AddIncludeDir(sifter.dirNames.getString(id));
+    for (unsigned id = 1; id < sifter.macroNames.size(); ++id) {
+        const HADLDatabase::MacroDef& def = sifter.macroDefs.at(id);
+        hdl::hdl_file_sort::DefineCmdLineMacro(sifter.macroNames.getString(id),
+                                               def.hasValue ? sifter.macroValues.getString(def.valueId) : nullptr);
+    }
+    delete sifter.skimTracker;
+    sifter.skimTracker = new HADLIncludeTracer(&sifter);
+    hdl::hdl_file_sort::_default_compilation_unit_mode = 0;
+    // Registration may add include files to the table: the count is read each round.
+    for (unsigned id = 1; id < sifter.fileNames.size(); ++id) {
+        const HADLDatabase::FileAttr& attr = sifter.fileAttrs.at(id);
+        if (attr.isAliasOfId)
+            continue;
+        unsigned use = attr.tempAliasId ? attr.tempAliasId : id;
+        const HADLDatabase::FileAttr& used = sifter.fileAttrs.at(use);
+        if (used.isStdVhdl || used.isDisabled || used.lang == 14)
+            continue;
+        std::string name = sifter.fileNames.getString(use);
+        std::string lib = sifter.objNames.getString(used.libId);
+        hdl::hdl_file_sort::RegisterFile(name.c_str(), lib.c_str(), used.lang, 2);
+    }
+    delete sifter.skimTracker;
+    sifter.skimTracker = nullptr;
+    hdl::Message::SetAllMessageType(hdl::VERIFIC_INFO, hdl::VERIFIC_INFO);
+    computeParseOrder(sifter, primitiveNames);
+}

@@ -1,0 +1,92 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <sstream>
+
+#include "SkimProject.h"
+#include "sift/scan/HADLIncludeTracer.h"
+#include "sift/scan/HADLInputChain.h"
+#include "sift/scan/HADLNeedDecryptionCache.h"
+
+TEST(NeedDecryptionCache, PrintForm) {
+    NeedDecryptionEntry e;
+    e.path = "/x/ab.v";
+    e.nameKey = NeedDecryptionCache::nameKeyOf(e.path);
+    std::ostringstream out;
+    out << e;
+    EXPECT_EQ(out.str(), "ab.v****  NeedDecrypt_Maybe /x/ab.v");
+    e.state = static_cast<LoomEnvelope1735::eNeedDecrypt>(7);
+    out.str("");
+    out << e;
+    EXPECT_EQ(out.str(), "ab.v****  NeedDecrypt_Bogus7 /x/ab.v");
+}
+
+TEST(NeedDecryptionCache, FillSkipsAliasesStandardAndDisabledFiles) {
+    SkimProject p;
+    unsigned a = p.add("a.v", 2, "w", "");
+    unsigned b = p.add("b.v", 2, "w", "");
+    unsigned s = p.add("std.vhd", 9, "std", "");
+    unsigned i = p.add("i.vh", 14, "w", "");
+    p.db().fileAttrs.at(a).tempAliasId = b;
+    p.db().fileAttrs.at(b).isAliasOfId = a;
+    p.db().fileAttrs.at(s).isStdVhdl = true;
+    fillNeedDecryptionCache(p.db());
+    const auto& cache = NeedDecryptionCache::entries();
+    ASSERT_EQ(cache.size(), 2u);
+    EXPECT_EQ(cache[0].path, p.files.path("b.v"));
+    EXPECT_FALSE(cache[0].isInclude);
+    EXPECT_EQ(cache[1].path, p.db().fileNames.getString(i));
+    EXPECT_TRUE(cache[1].isInclude);
+    NeedDecryptionCache::preanalyze();
+    EXPECT_EQ(cache[0].state, LoomEnvelope1735::NeedDecrypt_Maybe);
+}
+
+TEST(NeedDecryptionCache, OpenLearnsProtectionIntoTheEntry) {
+    SkimProject p;
+    p.add("plain_file_1.v", 2, "w", "module a; endmodule\n");
+    p.add("plain_file_2.v", 2, "w", "`pragma protect begin_protected\nxx\n`pragma protect end_protected\n");
+    fillNeedDecryptionCache(p.db());
+    auto& cache = NeedDecryptionCache::entries();
+    // Same first 8 bytes of name: only the path tells them apart.
+    ASSERT_EQ(cache[0].nameKey, cache[1].nameKey);
+    delete openSourceStream(p.files.path("plain_file_2.v").c_str());
+    EXPECT_EQ(cache[0].state, LoomEnvelope1735::NeedDecrypt_Maybe);
+    EXPECT_EQ(cache[1].state, LoomEnvelope1735::NeedDecrypt_Yes);
+    NeedDecryptionCache::sniffEntries(0, 2);
+    EXPECT_EQ(cache[0].state, LoomEnvelope1735::NeedDecrypt_No);
+}
+
+TEST(InputChain, StreamsCarryTheirNameAndMissingFilesAreNotOpen) {
+    SkimProject p;
+    p.write("x.v", "text");
+    std::unique_ptr<hdl::SourceStream> s(openSourceStream(p.files.path("x.v").c_str()));
+    auto* traced = dynamic_cast<HADLTracingInputStream*>(s.get());
+    ASSERT_NE(traced, nullptr);
+    EXPECT_EQ(traced->fileName, p.files.path("x.v"));
+    std::string text;
+    EXPECT_TRUE(s->ReadAll(text));
+    EXPECT_EQ(text, "text");
+    std::unique_ptr<hdl::SourceStream> missing(openSourceStream(p.files.path("none.v").c_str()));
+    EXPECT_FALSE(missing->is_open());
+}
+
+TEST(InputChain, TracerRecordsNestingThroughTheStreams) {
+    SkimProject p;
+    unsigned top = p.add("top.v", 2, "w", "");
+    std::string inc = p.write("inc.vh", "");
+    HADLIncludeTracer tracer(&p.db());
+    p.db().skimTracker = &tracer;
+    {
+        std::unique_ptr<hdl::SourceStream> outer(openSourceStream(p.files.path("top.v").c_str()));
+        for (int twice = 0; twice < 2; ++twice)
+            delete openSourceStream(inc.c_str());
+        EXPECT_EQ(tracer.stack, (std::vector<unsigned>{top}));
+    }
+    p.db().skimTracker = nullptr;
+    EXPECT_TRUE(tracer.stack.empty());
+    unsigned incId = p.db().fileNames.find(inc.c_str());
+    EXPECT_EQ(p.db().fileAttrs.at(incId).lang, 14u);
+    EXPECT_EQ(p.db().fileProps.at(top).includedFiles, (HADLVectorForTuple<unsigned>{incId}));
+    tracer.leave("never-entered.v");
+    EXPECT_TRUE(tracer.stack.empty());
+}
