@@ -381,7 +381,7 @@ VeriExpression* VeriParser::Impl::parsePostfix(VeriExpression* e, const VeriToke
             }
             finish(sc);
             e = sc;
-        } else if (k == VT_HASH && kind(1) == VT_LPAREN && dynamic_cast<VeriIdRef*>(e)) {
+        } else if (k == VT_HASH && kind(1) == VT_LPAREN && (dynamic_cast<VeriIdRef*>(e) || dynamic_cast<VeriScopeName*>(e))) {
             // class#(params)::name
             std::vector<VeriExpression*> params;
             parseParamValues(params);

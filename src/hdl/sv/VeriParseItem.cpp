@@ -885,20 +885,70 @@ VeriModuleItem* VeriParser::Impl::parseClass(const VeriToken& start) {
     finish(id);
     declare(id);
     c->id = id;
-    // The body is passed over; `typedef class x;` names a class without opening one.
-    int level = 0;
-    unsigned before = 0;
-    while (!atEof()) {
-        unsigned k = take().kind;
-        if (k == VT_CLASS && before != VT_TYPEDEF) ++level;
-        else if (k == VT_ENDCLASS) {
-            if (level == 0) break;
-            --level;
-        }
-        before = k;
+    VeriScope* upper = pushScope(c);
+    c->scope = scope;
+    id->scope = scope;
+    if (at(VT_HASH)) {
+        // parameters of the class, kept as declarations of its scope
+        auto* holder = make<VeriModule>(peek());
+        parseParameterPortList(holder);
+        for (VeriTreeNode* p : holder->parameters) c->items.push_back(static_cast<VeriModuleItem*>(p));
     }
-    if (prev.kind != VT_ENDCLASS) syntaxError(peek(), "endclass");
+    // extends base[#(..)][(args)], interface classes extend several; implements a, b
+    while (!at(VT_SEMI) && !atEof() && !atUnitEnd()) {
+        if (at(VT_LPAREN)) skipBalanced();
+        else take();
+    }
+    expect(VT_SEMI);
+    while (!at(VT_ENDCLASS) && !atEof() && !atUnitEnd()) {
+        std::vector<VeriAttribute> attrs;
+        parseAttributes(attrs);
+        VeriToken itemStart = peek();
+        std::vector<unsigned> quals;
+        bool prototype = false;
+        for (;;) {
+            unsigned k = kind();
+            if (k == VT_PURE || k == VT_EXTERN) prototype = true;
+            if (k == VT_PURE || k == VT_EXTERN || k == VT_STATIC || k == VT_LOCAL || k == VT_PROTECTED ||
+                k == VT_RAND || k == VT_RANDC || k == VT_AUTOMATIC ||
+                (k == VT_VIRTUAL && kind(1) != VT_INTERFACE && !isIdent(1))) {
+                quals.push_back(take().kind);
+                continue;
+            }
+            break;
+        }
+        unsigned k = kind();
+        VeriModuleItem* item = nullptr;
+        if (k == VT_FUNCTION || k == VT_TASK) {
+            VeriToken kw = take();
+            if (prototype) {
+                item = parseSubprogramPrototype(kw);
+                expect(VT_SEMI);
+            } else {
+                item = parseSubprogram(itemStart, k == VT_TASK, 0);
+            }
+        } else if (k == VT_CONSTRAINT && prototype) {
+            skipToSemi();
+        } else if (k == VT_SEMI) {
+            take();
+        } else if (k == VT_CONSTRAINT || k == VT_COVERGROUP || k == VT_CLASS || k == VT_TYPEDEF ||
+                   k == VT_PARAMETER || k == VT_LOCALPARAM || k == VT_IMPORT ||
+                   (k == VT_INTERFACE && kind(1) == VT_CLASS) || (k == VT_VIRTUAL && kind(1) == VT_CLASS)) {
+            item = parseItem(VT_ENDCLASS);
+        } else if (!(item = parseDeclarationItem())) {
+            syntaxError(peek(), "a class item");
+            recoverItem();
+        }
+        if (item) {
+            item->qualifiers.insert(item->qualifiers.begin(), quals.begin(), quals.end());
+            item->attributes = std::move(attrs);
+            c->items.push_back(item);
+        }
+        if (bailing) break;
+    }
+    expect(VT_ENDCLASS);
     skipEndLabel();
+    popScope(upper);
     finish(c);
     return c;
 }

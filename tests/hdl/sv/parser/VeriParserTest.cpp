@@ -208,3 +208,32 @@ TEST(VeriPrettyPrinter, PrintParsesBackToTheSamePrint) {
 }
 
 } // namespace
+
+namespace {
+
+TEST(VeriParserClasses, MembersAreReadAndNamed) {
+    ASSERT_TRUE(veritest::analyze("package p;\n"
+                                  "  class base #(type T = int) extends root #(T);\n"
+                                  "    rand bit [3:0] data; local int count;\n"
+                                  "    constraint c { data < 10; }\n"
+                                  "    extern virtual protected task run(int n);\n"
+                                  "    function new(int n = 0); count = n; endfunction\n"
+                                  "    typedef class helper;\n"
+                                  "  endclass\n"
+                                  "endpackage\n"));
+    VeriModule* p = veritest::unit("p");
+    auto* cls = dynamic_cast<VeriClass*>(p->GetItems().at(0));
+    ASSERT_NE(cls, nullptr);
+    EXPECT_EQ(cls->GetId()->Name(), "base");
+    ASSERT_EQ(cls->items.size(), 7u); // parameter, two members, constraint, prototype, new, typedef
+    EXPECT_EQ(cls->items[1]->qualifiers, std::vector<unsigned>{VT_RAND});
+    auto* proto = dynamic_cast<VeriTaskDecl*>(cls->items[4]);
+    ASSERT_NE(proto, nullptr);
+    EXPECT_TRUE(proto->prototype);
+    auto* ctor = dynamic_cast<VeriFunctionDecl*>(cls->items[5]);
+    ASSERT_NE(ctor, nullptr);
+    EXPECT_EQ(ctor->GetId()->Name(), "new");
+    EXPECT_NE(cls->scope->findLocal("count"), nullptr);
+}
+
+} // namespace
