@@ -609,6 +609,7 @@ public:
     }
     void Visit(VeriFunctionDecl& n) override {
         bool task = n.GetClassId() == ID_VERITASKDECL;
+        qualifiers(n);
         if (n.dpi) out << "import \"DPI-C\" ";
         out << (task ? "task " : "function ");
         if (n.lifetime) {
@@ -670,7 +671,16 @@ public:
         }
         out << "; " << close;
     }
-    void Visit(VeriClass& n) override { skipped(n, "class", "endclass"); }
+    void Visit(VeriClass& n) override {
+        out << "class ";
+        if (n.id) name(n.id->name);
+        out << ';';
+        ++indent;
+        items(n.items);
+        --indent;
+        line();
+        out << "endclass";
+    }
     void Visit(VeriCovergroup& n) override { skipped(n, "covergroup", "endgroup"); }
     void Visit(VeriPropertyDecl& n) override { skipped(n, "property", "endproperty"); }
     void Visit(VeriSequenceDecl& n) override { skipped(n, "sequence", "endsequence"); }

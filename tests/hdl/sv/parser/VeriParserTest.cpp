@@ -197,13 +197,14 @@ TEST(VeriPrettyPrinter, PrintParsesBackToTheSamePrint) {
         "  for (genvar i = 0; i < W; i = i + 1) begin : g assign w[i] = ~a[i]; end\n"
         "  always @(posedge a[0]) begin : blk if (a == 0) y <= '{default: 0}; else case (a) 1, 2: ; default: y.b <= 1; endcase end\n"
         "  function automatic int f(input int x, output bit z); return x + K; endfunction\n"
-        "endmodule\n";
+        "endmodule\n"
+        "package q; class c; rand int v; extern virtual task t(int n); function new(); v = 0; endfunction endclass endpackage\n";
     ASSERT_TRUE(veritest::analyze(source));
     std::string first;
-    for (const char* name : {"p", "m"}) first += VeriPrettyPrinter::toString(*veritest::unit(name));
+    for (const char* name : {"p", "m", "q"}) first += VeriPrettyPrinter::toString(*veritest::unit(name));
     ASSERT_TRUE(veritest::analyze(first)) << first;
     std::string second;
-    for (const char* name : {"p", "m"}) second += VeriPrettyPrinter::toString(*veritest::unit(name));
+    for (const char* name : {"p", "m", "q"}) second += VeriPrettyPrinter::toString(*veritest::unit(name));
     EXPECT_EQ(first, second);
 }
 
