@@ -234,7 +234,7 @@ VhdlTypeDef* VhdlParser::ParseTypeDefinition(VhdlIdDef* id) {
         bool body = Accept(VHDL_BODY);
         VhdlNodeList generics, genericMap;
         if (!body && Accept(VHDL_GENERIC)) {
-            generics = ParseInterfaceList(true);
+            generics = ParseInterfaceList();
             Expect(VHDL_SEMI);
             if (Is(VHDL_GENERIC)) {
                 genericMap = ParseMapAspect(VHDL_GENERIC);
@@ -442,11 +442,11 @@ VhdlTreeNode* VhdlParser::ParseComponentDecl() {
     if (decl->id) decl->id->declaration = decl;
     Accept(VHDL_IS);
     if (Accept(VHDL_GENERIC)) {
-        decl->generics = ParseInterfaceList(true);
+        decl->generics = ParseInterfaceList();
         Expect(VHDL_SEMI);
     }
     if (Accept(VHDL_PORT)) {
-        decl->ports = ParseInterfaceList(false);
+        decl->ports = ParseInterfaceList();
         Expect(VHDL_SEMI);
     }
     ParseEndOfUnit(VHDL_COMPONENT, 0, decl->id);
@@ -468,11 +468,11 @@ VhdlSubprogramSpec* VhdlParser::ParseSubprogramSpec() {
     else spec->id = ParseId<VhdlSubprogramId>();
     if (Is(VHDL_GENERIC) && Kind(1) == VHDL_LPAREN) {
         ++pos_;
-        spec->generics = ParseInterfaceList(true);
+        spec->generics = ParseInterfaceList();
         if (Is(VHDL_GENERIC) && Kind(1) == VHDL_MAP) spec->genericMap = ParseMapAspect(VHDL_GENERIC);
     }
     if (Accept(VHDL_PARAMETER)) spec->parameterKeyword = true;
-    if (Is(VHDL_LPAREN)) spec->params = ParseInterfaceList(false);
+    if (Is(VHDL_LPAREN)) spec->params = ParseInterfaceList();
     if (function) {
         Expect(VHDL_RETURN);
         if (IsIdentifier() && Kind(1) == VHDL_OF) {
@@ -662,12 +662,12 @@ VhdlTreeNode* VhdlParser::ParseContextReference() {
     return ref;
 }
 
-VhdlNodeList VhdlParser::ParseInterfaceList(bool isGeneric) {
+VhdlNodeList VhdlParser::ParseInterfaceList() {
     std::vector<VhdlTreeNode*> items;
     if (!Expect(VHDL_LPAREN)) return {};
     for (;;) {
         size_t before = pos_;
-        if (VhdlTreeNode* item = ParseInterfaceElement(isGeneric)) items.push_back(item);
+        if (VhdlTreeNode* item = ParseInterfaceElement()) items.push_back(item);
         if (Accept(VHDL_SEMI)) {
             if (Is(VHDL_RPAREN)) {
                 // A ';' before ')' is allowed from 2019 on.
@@ -698,7 +698,7 @@ VhdlNodeList VhdlParser::ParseInterfaceList(bool isGeneric) {
     return List(items);
 }
 
-VhdlTreeNode* VhdlParser::ParseInterfaceElement(bool isGeneric) {
+VhdlTreeNode* VhdlParser::ParseInterfaceElement() {
     size_t start = pos_;
     if (Is(VHDL_TYPE)) {
         ++pos_;
@@ -751,7 +751,6 @@ VhdlTreeNode* VhdlParser::ParseInterfaceElement(bool isGeneric) {
         decl->mode = Kind();
         ++pos_;
     }
-    (void)isGeneric;
     decl->subtype = ParseSubtypeIndication();
     if (Is(VHDL_BUS) || Is(VHDL_REGISTER)) {
         decl->signalKind = Kind();

@@ -150,7 +150,7 @@ VhdlTreeNode* VhdlParser::ParseBlock(size_t start, VhdlIdDef* label) {
     if (Is(VHDL_GENERIC)) {
         size_t s = pos_++;
         auto* g = arena_.make<VhdlBlockGenerics>();
-        g->clause = ParseInterfaceList(true);
+        g->clause = ParseInterfaceList();
         Expect(VHDL_SEMI);
         if (Is(VHDL_GENERIC)) {
             g->map = ParseMapAspect(VHDL_GENERIC);
@@ -162,7 +162,7 @@ VhdlTreeNode* VhdlParser::ParseBlock(size_t start, VhdlIdDef* label) {
     if (Is(VHDL_PORT)) {
         size_t s = pos_++;
         auto* p = arena_.make<VhdlBlockPorts>();
-        p->clause = ParseInterfaceList(false);
+        p->clause = ParseInterfaceList();
         Expect(VHDL_SEMI);
         if (Is(VHDL_PORT)) {
             p->map = ParseMapAspect(VHDL_PORT);

@@ -202,13 +202,13 @@ VhdlDesignUnit* VhdlParser::ParseEntity(size_t start) {
     if (Is(VHDL_GENERIC)) {
         ++pos_;
         unit->hasGenericClause = true;
-        unit->generics = ParseInterfaceList(true);
+        unit->generics = ParseInterfaceList();
         Expect(VHDL_SEMI);
     }
     if (Is(VHDL_PORT)) {
         ++pos_;
         unit->hasPortClause = true;
-        unit->ports = ParseInterfaceList(false);
+        unit->ports = ParseInterfaceList();
         Expect(VHDL_SEMI);
     }
     unit->declarations = ParseDeclarativePart();
@@ -247,7 +247,6 @@ VhdlDesignUnit* VhdlParser::ParsePackage(size_t start) {
         Finish(body, start);
         return body;
     }
-    size_t idTok = pos_;
     VhdlIdDef* id = ParseId<VhdlPackageId>();
     Expect(VHDL_IS);
     if (Accept(VHDL_NEW)) {
@@ -260,14 +259,13 @@ VhdlDesignUnit* VhdlParser::ParsePackage(size_t start) {
         Finish(inst, start);
         return inst;
     }
-    (void)idTok;
     auto* pkg = arena_.make<VhdlPackageDecl>();
     pkg->id = id;
     if (id) id->declaration = pkg;
     if (Is(VHDL_GENERIC)) {
         ++pos_;
         pkg->hasGenericClause = true;
-        pkg->generics = ParseInterfaceList(true);
+        pkg->generics = ParseInterfaceList();
         Expect(VHDL_SEMI);
         if (Is(VHDL_GENERIC) && Kind(1) == VHDL_MAP) {
             pkg->genericMap = ParseMapAspect(VHDL_GENERIC);

@@ -88,8 +88,8 @@ private:
     VhdlTreeNode* ParseContextReference();
     VhdlTreeNode* SkipPslDeclaration();
     VhdlTreeNode* SkipModeView();
-    VhdlNodeList ParseInterfaceList(bool isGeneric);
-    VhdlTreeNode* ParseInterfaceElement(bool isGeneric);
+    VhdlNodeList ParseInterfaceList();
+    VhdlTreeNode* ParseInterfaceElement();
     VhdlNodeList ParseMapAspect(unsigned keyword);
     bool IsEntityClass(unsigned kind) const;
 
