@@ -1,0 +1,210 @@
+#include "sift/shell/HADLMsgCapture.h"
+
+#include <cstdio>
+#include <vector>
+
+#include "runtime/LoomEnvelope1735.h"
+#include "runtime/LoomMsgMgrInstance.h"
+#include "sift/database/HADLDatabase.h"
+
+std::string HADLMsgCapture::lastAnalyzedFile;
+
+namespace {
+
+HADLMsgCapture* inUse = nullptr;
+char formatBuffer[4096];
+char argumentBuffer[4096];
+
+void plainCallBack(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* loc, const char* format,
+                   va_list args) {
+    if (inUse)
+        inUse->onMessage(type, id, loc, format, args, false);
+}
+
+void elabErrorsCallBack(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* loc, const char* format,
+                        va_list args) {
+    if (inUse)
+        inUse->onMessage(type, id, loc, format, args, true);
+}
+
+// Copies `format` with "%s" in place of each conversion and collects its arguments.
+// Length modifiers (l, h, z, j, t) are read so that the argument is fetched with its
+// own size; a width or flags is not understood and fetches nothing.
+void rewriteFormat(const char* format, va_list args, std::vector<std::string>& out) {
+    size_t n = 0;
+    const size_t limit = 4093;
+    for (const char* p = format; *p && n < limit; ++p) {
+        if (*p != '%') {
+            formatBuffer[n++] = *p;
+            continue;
+        }
+        argumentBuffer[0] = '\0';
+        std::string length;
+        const char* c = p + 1;
+        while (*c == 'l' || *c == 'h' || *c == 'z' || *c == 'j' || *c == 't')
+            length += *c++;
+        std::string conv = "%" + length + *c;
+        switch (*c) {
+        case 'G':
+            std::snprintf(argumentBuffer, sizeof argumentBuffer, "%G", va_arg(args, double));
+            break;
+        case 'c':
+            std::snprintf(argumentBuffer, sizeof argumentBuffer, "%c", va_arg(args, int));
+            break;
+        case 'd':
+        case 'u':
+        case 'x':
+            if (length.empty())
+                std::snprintf(argumentBuffer, sizeof argumentBuffer, conv.c_str(), va_arg(args, int));
+            else if (length == "h" || length == "hh")
+                std::snprintf(argumentBuffer, sizeof argumentBuffer, conv.c_str(), va_arg(args, int));
+            else
+                std::snprintf(argumentBuffer, sizeof argumentBuffer, conv.c_str(), va_arg(args, long long));
+            break;
+        case 's': {
+            const char* s = va_arg(args, const char*);
+            std::snprintf(argumentBuffer, sizeof argumentBuffer, "%s", s ? s : "(null)");
+            break;
+        }
+        default:
+            out.emplace_back();
+            if (p[1])
+                formatBuffer[n++] = *++p;
+            continue;
+        }
+        if (n + 2 > limit)
+            break;
+        formatBuffer[n++] = '%';
+        formatBuffer[n++] = 's';
+        out.emplace_back(argumentBuffer);
+        p = c;
+    }
+    formatBuffer[n] = '\0';
+}
+
+unsigned fileIdFor(HADLDatabase& db, const char* name) {
+    unsigned id = db.fileNames.find(name);
+    if (!id) {
+        id = db.fileNames.insert(name);
+        db.resizeTables();
+    }
+    return id;
+}
+
+} // namespace
+
+HADLMsgCapture::HADLMsgCapture(HADLDatabase& database) : database(database), typeMap{0, 1, 2, 3, 4, 5, 1} {}
+
+HADLMsgCapture::~HADLMsgCapture() {
+    if (inUse == this) {
+        hdl::Message::RegisterCallBackMsg(nullptr);
+        inUse = nullptr;
+    }
+}
+
+HADLMsgCapture* HADLMsgCapture::current() { return inUse; }
+
+void HADLMsgCapture::start(int verbosity, bool elabErrors) {
+    database.fileMsgs.resize(database.fileNames.size());
+    inUse = this;
+    idTypes.clear();
+    allowList.clear();
+    switch (verbosity) {
+    case 1: typeMap[2] = typeMap[4] = 3; break;
+    case 2: typeMap[4] = 3; break;
+    case 3:
+    case -1: break;
+    default: typeMap[1] = typeMap[2] = typeMap[4] = 3; break;
+    }
+    for (const char* id : {"VERI-1137", "VERI-1138", "VERI-1154", "VERI-1158", "VERI-1261", "VERI-1281",
+                           "VHDL-1238", "VHDL-1260", "VHDL-1283", "VHDL-1261"})
+        idTypes[id] = 1;
+    idTypes["VERI-1206"] = 2;
+    if (verbosity == 3)
+        idTypes["VERI-1482"] = idTypes["VERI-9003"] = 4;
+    hdl::Message::RegisterCallBackMsg(elabErrors ? elabErrorsCallBack : plainCallBack);
+}
+
+void HADLMsgCapture::stop() { hdl::Message::RegisterCallBackMsg(nullptr); }
+
+void HADLMsgCapture::allow(const char* id) {
+    if (id && !allowList.find(id))
+        allowList.insert(id);
+}
+
+unsigned HADLMsgCapture::effectiveType(unsigned type, const char* id) const {
+    unsigned t = type <= 6 ? typeMap[type] : type;
+    if (id) {
+        auto it = idTypes.find(id);
+        if (it != idTypes.end())
+            t = it->second;
+    }
+    return t;
+}
+
+void HADLMsgCapture::onMessage(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* location,
+                               const char* format, va_list arguments, bool errorsOnly) {
+    unsigned t = type;
+    if (!errorsOnly) {
+        if (id && allowList.size() > 1 && !allowList.find(id))
+            return;
+        t = effectiveType(type, id);
+        if (t == 3)
+            return;
+    }
+    if (t != 1 && t != 2)
+        t = 4;
+    std::vector<std::string> args;
+    va_list copy;
+    va_copy(copy, arguments);
+    rewriteFormat(format ? format : "", copy, args);
+    va_end(copy);
+    if (id && std::string(id) == "VERI-1482" && args.size() >= 2)
+        lastAnalyzedFile = args[1];
+    const char* file = hdl::LineFile::GetFileName(location);
+    if (!file && lastAnalyzedFile.empty())
+        return;
+    unsigned line = hdl::LineFile::GetLineNo(location);
+    std::string fmt = formatBuffer;
+    std::string fileName;
+    if (!file) {
+        fileName = lastAnalyzedFile;
+        line = 1;
+    } else {
+        fileName = file;
+        line = LoomEnvelopeMap1735::getOriginalLineNo(file, line);
+        if (LoomEnvelopeMap1735::isWithinEnvelope(file, line, 0)) {
+            if (type != hdl::VERIFIC_ERROR)
+                return;
+            fmt = "Invalid code in protected region at [%s:%s]";
+            args = {fileName, std::to_string(line)};
+        }
+    }
+    HADLDatabase::Msg msg;
+    msg.line = line;
+    msg.type = t;
+    for (const std::string& a : args)
+        msg.args.push_back(database.argStrs.insert(a.c_str()));
+    msg.fmtId = database.fmtStrs.insert(fmt.c_str());
+    unsigned fileId = fileIdFor(database, fileName.c_str());
+    if (errorsOnly) {
+        if (t == 1)
+            database.status.isElabError = true;
+        return;
+    }
+    database.fileMsgs.at(fileId).push_back(std::move(msg));
+}
+
+void addManagerMessage(HADLDatabase& db, const std::string& fileName, unsigned line,
+                       const LoomMsgMgrInstance& instance) {
+    HADLDatabase::Msg msg;
+    switch (instance.getType()) {
+    case LoomMsgMgrInstance::Info:
+    case LoomMsgMgrInstance::Warning: msg.type = 2; break;
+    default: msg.type = 1; break;
+    }
+    msg.line = line;
+    msg.fmtId = db.fmtStrs.insert(instance.getMessageBody().c_str());
+    unsigned fileId = fileIdFor(db, fileName.c_str());
+    db.fileMsgs.at(fileId).push_back(std::move(msg));
+}

@@ -1,0 +1,120 @@
+#include <gtest/gtest.h>
+
+#include "hdl/base/LineFile.h"
+#include "hdl/base/Message.h"
+#include "runtime/LoomMsgMgrInstance.h"
+#include "sift/database/HADLDatabase.h"
+#include "sift/shell/HADLMsgCapture.h"
+
+using hdl::Message;
+
+namespace {
+
+class MsgCaptureTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        Message::ResetAllMessageTypes();
+        HADLMsgCapture::lastAnalyzedFile.clear();
+        file = db.insertFileName("a.v", 2, "w");
+        loc = hdl::ColLineFile(hdl::LineFile::GetFileId("a.v"), 7, 1);
+    }
+    const HADLVectorForTuple<HADLDatabase::Msg>& msgs(const char* name = "a.v") {
+        return db.fileMsgs.at(db.fileNames.find(name));
+    }
+    // One message of each type 1, 2, 4 with a plain id.
+    void sendThree() {
+        Message::Error("VERI-2", &loc, "e");
+        Message::Warning("VERI-3", &loc, "w");
+        Message::Info("VERI-4", &loc, "i");
+    }
+    HADLDatabase db;
+    unsigned file = 0;
+    hdl::ColLineFile loc;
+};
+
+TEST_F(MsgCaptureTest, VerbositySelectsTypes) {
+    const std::pair<int, size_t> cases[] = {{0, 0}, {1, 1}, {2, 2}, {3, 3}, {-1, 3}};
+    for (auto [verbosity, count] : cases) {
+        db.fileMsgs.at(file).clear();
+        HADLMsgCapture capture(db);
+        capture.start(verbosity, false);
+        sendThree();
+        Message::Warning("VHDL-1260", &loc, "raised");
+        capture.stop();
+        ASSERT_EQ(msgs().size(), count + 1) << verbosity;
+        EXPECT_EQ(msgs().back().type, 1u) << "VHDL-1260 counts as error at every verbosity";
+    }
+}
+
+TEST_F(MsgCaptureTest, FormatRewriteCollectsArguments) {
+    HADLMsgCapture capture(db);
+    capture.start(3, false);
+    Message::Error("VERI-5", &loc, "%d items in '%s' at %x, 100%% sure, %zu deep, %5d", 42, "blk", 255u,
+                   size_t(3), 9);
+    capture.stop();
+    ASSERT_EQ(msgs().size(), 1u);
+    const HADLDatabase::Msg& m = msgs()[0];
+    EXPECT_STREQ(db.fmtStrs.getString(m.fmtId), "%s items in '%s' at %s, 100% sure, %s deep, 5d");
+    std::vector<std::string> args;
+    for (unsigned a : m.args)
+        args.push_back(db.argStrs.getString(a));
+    EXPECT_EQ(args, (std::vector<std::string>{"42", "blk", "ff", "", "3", ""}));
+    EXPECT_EQ(m.line, 7u);
+    EXPECT_EQ(m.type, 1u);
+}
+
+TEST_F(MsgCaptureTest, MessagesWithoutLocationFollowTheAnnouncedFile) {
+    HADLMsgCapture capture(db);
+    capture.start(3, false);
+    Message::Error("VERI-6", nullptr, "lost");
+    Message::Info("VERI-1482", nullptr, "Analyzing %s file '%s'", "Verilog", "b.v");
+    Message::Error("VERI-7", nullptr, "kept");
+    capture.stop();
+    EXPECT_EQ(HADLMsgCapture::lastAnalyzedFile, "b.v");
+    const auto& b = msgs("b.v");
+    ASSERT_EQ(b.size(), 2u);
+    EXPECT_EQ(b[1].line, 1u);
+    EXPECT_STREQ(db.fmtStrs.getString(b[1].fmtId), "kept");
+    EXPECT_EQ(db.fileMsgs.size(), db.fileNames.size());
+}
+
+TEST_F(MsgCaptureTest, AllowListAndElaborationErrors) {
+    {
+        HADLMsgCapture capture(db);
+        capture.start(3, false);
+        capture.allow("VERI-3");
+        sendThree();
+        capture.stop();
+        ASSERT_EQ(msgs().size(), 1u);
+        EXPECT_EQ(msgs()[0].type, 2u);
+    }
+    HADLMsgCapture capture(db);
+    capture.start(0, true);
+    Message::Warning("VERI-3", &loc, "w");
+    EXPECT_FALSE(db.status.isElabError);
+    Message::Error("VERI-99", &loc, "e");
+    capture.stop();
+    EXPECT_TRUE(db.status.isElabError);
+    EXPECT_EQ(msgs().size(), 1u);
+    EXPECT_EQ(capture.effectiveType(6, "VERI-99"), 1u); // a program error stays an error
+    EXPECT_EQ(capture.effectiveType(9, nullptr), 9u);
+}
+
+TEST_F(MsgCaptureTest, ManagerMessagesTakeTheirTypeFromTheMask) {
+    addManagerMessage(db, "a.v", 12, LoomMsgMgrInstance::create(0x20000000, "@56-286@%s", "a.v"));
+    addManagerMessage(db, "new.v", 3, LoomMsgMgrInstance::create(0x8000000, "@56-440@%s", "u"));
+    addManagerMessage(db, "new.v", 4, LoomMsgMgrInstance::create(0x10000000, "x"));
+    addManagerMessage(db, "new.v", 5, LoomMsgMgrInstance::create(0x1, "y"));
+    ASSERT_EQ(msgs().size(), 1u);
+    EXPECT_EQ(msgs()[0].type, 1u);
+    EXPECT_EQ(msgs()[0].line, 12u);
+    EXPECT_STREQ(db.fmtStrs.getString(msgs()[0].fmtId), "@56-286@a.v");
+    const auto& n = msgs("new.v");
+    ASSERT_EQ(n.size(), 3u);
+    EXPECT_EQ(n[0].type, 2u);
+    EXPECT_EQ(n[1].type, 2u);
+    EXPECT_EQ(n[2].type, 1u);
+    EXPECT_TRUE(n[0].args.empty());
+}
+
+} // namespace
