@@ -62,7 +62,7 @@ std::string AnalyzeErrors(const std::string& path, const std::string& library, u
 
 // Prints every unit of every library and parses the text again; returns the names
 // of units whose reparsed tree differs.
-std::vector<std::string> RoundTripFailures() {
+std::vector<std::string> RoundTripFailures(const std::string& skipLibrary = "") {
     std::vector<std::string> failures;
     auto check = [&](const VhdlDesignUnit* unit) {
         std::string text = VhdlPrettyText(unit);
@@ -72,9 +72,10 @@ std::vector<std::string> RoundTripFailures() {
         VhdlParser parser(arena, text, lexer.Tokenize(), 0, unit->languageMode);
         std::vector<VhdlDesignUnit*> again = parser.ParseDesignFile();
         if (parser.ErrorCount() || again.size() != 1 || !again[0]->IsEqual(unit))
-            failures.push_back(std::string(unit->Id()->OrigName()) + ": " + capture.Errors());
+            failures.push_back(std::string(unit->Id()->OrigName()) + ": " + capture.Errors() + text);
     };
     for (VhdlLibrary* lib : vhdl_file::AllLibraries()) {
+        if (lib->Name() == skipLibrary) continue;
         for (VhdlPrimaryUnit* unit : lib->PrimaryUnits()) {
             check(unit);
             for (VhdlSecondaryUnit* secondary : unit->GetSecondaryUnits()) check(secondary);
@@ -130,7 +131,8 @@ TEST(VhdlGate, ComplianceTestbenchesParse) {
     for (auto [dir, mode] : {std::pair<const char*, unsigned>{"vhdl_2008", VHDL_2008}, {"vhdl_2019", VHDL_2019}}) {
         for (const std::string& file : ListDir(root + "/" + dir, ".vhd")) {
             std::string rel = std::string(dir) + "/" + file.substr(file.rfind('/') + 1);
-            std::string errors = AnalyzeErrors(file, "work", mode);
+            // Files known to fail go to a library of their own, left out of the round trip.
+            std::string errors = AnalyzeErrors(file, known.count(rel) ? "known_failures" : "work", mode);
             ++total;
             if (errors.empty()) ++passed;
             if (known.count(rel)) {
@@ -141,6 +143,7 @@ TEST(VhdlGate, ComplianceTestbenchesParse) {
         }
     }
     std::printf("compliance: %u of %u testbenches parse without errors\n", passed, total);
+    EXPECT_EQ(RoundTripFailures("known_failures"), std::vector<std::string>());
     for (const std::string& f : fixed) std::printf("now passing, remove from the known-failure list: %s\n", f.c_str());
     EXPECT_GT(total, 0u);
     vhdl_file::Reset();
