@@ -1,5 +1,9 @@
 // Catalogue of the messages of the Verilog parser and of analysis. The preprocessor and
 // lexer use 1000..1099 and 2000..2099 (VeriMessageIds.h); these use 1482 and 1500..1599.
+// The scanner raises, lowers or hides a fixed set of ids by number (1137, 1138, 1154, 1158,
+// 1206, 1231, 1232, 1245, 1261, 1281, 1330, 1791, 1927, 9003, 9015, 9022, 2142); a new
+// diagnostic takes one of those only when its meaning is the one the scanner expects
+// there. Of that set only 1482, the announcement of each analysed file, is used so far.
 #pragma once
 
 #include "hdl/sv/VeriMessageIds.h"

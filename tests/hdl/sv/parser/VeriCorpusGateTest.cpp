@@ -10,6 +10,7 @@
 
 #include "hdl/base/Message.h"
 #include "hdl/sv/VeriLibrary.h"
+#include "hdl/sv/VeriPrettyPrinter.h"
 
 namespace {
 
@@ -68,6 +69,45 @@ TEST_P(CorpusGate, EveryVerilogFileParses) {
     hdl::veri_file::Reset();
     for (const std::string& e : gErrors) ADD_FAILURE() << e;
     EXPECT_GT(units, 0u);
+}
+
+// All units of all libraries, printed in order.
+std::string printAll() {
+    std::string text;
+    for (hdl::VeriLibrary* lib : hdl::veri_file::AllLibraries())
+        for (hdl::VeriModule* m : lib->AllModules()) text += hdl::VeriPrettyPrinter::toString(*m);
+    return text;
+}
+
+TEST_P(CorpusGate, PrintedUnitsParseBackToTheSamePrint) {
+    fs::path project = fs::path(SIFT_SHARED_DIR) / "corpus" / GetParam();
+    std::ifstream list(project / "FILELIST.tsv");
+    if (!list) GTEST_SKIP() << "corpus project not present";
+    hdl::veri_file::Reset();
+    std::vector<std::pair<std::string, unsigned>> files;
+    for (std::string line; std::getline(list, line);) {
+        if (line.empty() || line[0] == '#') continue;
+        std::istringstream cols(line);
+        std::string lang, library, path;
+        std::getline(cols, lang, '\t');
+        std::getline(cols, library, '\t');
+        std::getline(cols, path, '\t');
+        if (lang == "incdir") hdl::veri_file::AddIncludeDir((project / library).string().c_str());
+        else if (unsigned code = languageCode(lang)) files.push_back({(project / path).string(), code});
+    }
+    if (files.empty()) GTEST_SKIP() << "no Verilog files in this project";
+    gErrors.clear();
+    hdl::MsgCallBack previous = hdl::Message::GetCallBackMsg();
+    hdl::Message::RegisterCallBackMsg(collectErrors);
+    for (const auto& f : files) hdl::veri_file::Analyze(f.first.c_str(), f.second, "work");
+    std::string first = printAll();
+    hdl::veri_file::Reset();
+    hdl::veri_file::AnalyzeText(first, "printed.sv");
+    std::string second = printAll();
+    hdl::Message::RegisterCallBackMsg(previous);
+    hdl::veri_file::Reset();
+    for (const std::string& e : gErrors) ADD_FAILURE() << e;
+    EXPECT_EQ(first, second);
 }
 
 INSTANTIATE_TEST_SUITE_P(Projects, CorpusGate, ::testing::Values("common_cells", "cv32e40p", "picorv32", "serv"));
