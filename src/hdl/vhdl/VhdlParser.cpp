@@ -46,7 +46,7 @@ bool VhdlParser::Expect(unsigned kind) {
 
 void VhdlParser::SyntaxError(const char* format, ...) {
     // One message per position: a failed production and its caller see the same token.
-    if (pos_ == lastErrorTok_) return;
+    if (pos_ == lastErrorTok_ || errors_ >= kMaxSyntaxErrors) return;
     lastErrorTok_ = pos_;
     ++errors_;
     const VhdlTok& t = Tok();

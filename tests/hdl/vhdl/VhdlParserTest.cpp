@@ -461,3 +461,132 @@ TEST(VhdlPrettyPrinter, ExpressionTextIsFullyParenthesised) {
 
 } // namespace
 } // namespace hdl
+
+namespace hdl {
+namespace {
+
+TEST(VhdlParser, SequentialStatementsOf2008) {
+    auto p = Parse(R"(
+architecture a of e is begin
+  process begin
+    with sel select v := 1 when "00", 2 when others;
+    with sel select? s <= force '1' when "1-", '0' when others;
+    s <= force out '1' when c else '0';
+    s <= a when c else b;
+    s <= reject 2 ns inertial a after 5 ns;
+    l : loop exit l when done; next; end loop l;
+    for i in t'range loop null; end loop;
+    while not done loop wait; end loop;
+  end process;
+  postponed assert x report "r";
+  postponed p(1);
+end;
+)");
+    ASSERT_EQ(p->errors, 0u);
+    auto* arch = static_cast<VhdlArchitectureBody*>(p->units.at(0));
+    auto* proc = static_cast<VhdlProcessStatement*>(arch->GetStatementPart().At(0));
+    const auto& s = proc->GetStatementPart();
+    ASSERT_EQ(s.Size(), 8u);
+    EXPECT_NE(dynamic_cast<VhdlSelectedVariableAssignmentStatement*>(s.At(0)), nullptr);
+    auto* sf = dynamic_cast<VhdlSelectedForceAssignment*>(s.At(1));
+    ASSERT_NE(sf, nullptr);
+    EXPECT_TRUE(sf->matching);
+    auto* cf = dynamic_cast<VhdlConditionalForceAssignmentStatement*>(s.At(2));
+    ASSERT_NE(cf, nullptr);
+    EXPECT_EQ(cf->forceMode, VHDL_OUT);
+    EXPECT_EQ(cf->values.Size(), 2u);
+    EXPECT_NE(dynamic_cast<VhdlConditionalSignalAssignment*>(s.At(3)), nullptr);
+    auto* delayed = dynamic_cast<VhdlSignalAssignmentStatement*>(s.At(4));
+    ASSERT_NE(delayed, nullptr);
+    ASSERT_NE(delayed->delay, nullptr);
+    EXPECT_EQ(delayed->delay->kind, VHDL_INERTIAL);
+    EXPECT_NE(delayed->delay->rejectTime, nullptr);
+    auto* loop = dynamic_cast<VhdlLoopStatement*>(s.At(5));
+    ASSERT_NE(loop, nullptr);
+    EXPECT_EQ(loop->scheme, nullptr);
+    EXPECT_NE(dynamic_cast<VhdlExitStatement*>(loop->statements.At(0)), nullptr);
+    EXPECT_NE(dynamic_cast<VhdlForScheme*>(static_cast<VhdlLoopStatement*>(s.At(6))->scheme), nullptr);
+    EXPECT_NE(dynamic_cast<VhdlWhileScheme*>(static_cast<VhdlLoopStatement*>(s.At(7))->scheme), nullptr);
+    auto* assertion = dynamic_cast<VhdlAssertionStatement*>(arch->GetStatementPart().At(1));
+    ASSERT_NE(assertion, nullptr);
+    EXPECT_TRUE(assertion->IsPostponed());
+    auto* call = dynamic_cast<VhdlProcedureCallStatement*>(arch->GetStatementPart().At(2));
+    ASSERT_NE(call, nullptr);
+    EXPECT_TRUE(call->IsPostponed());
+}
+
+TEST(VhdlParser, GenerateFormsOf1993And2008) {
+    auto p = Parse(R"(
+architecture a of e is begin
+  g1 : if c generate
+    signal t : bit;
+  begin
+    t <= c;
+  end generate g1;
+  g2 : if x: c generate
+    u : sub;
+  end x;
+  else y: generate
+  end y;
+  end generate;
+end;
+)",
+                   VHDL_2008);
+    ASSERT_EQ(p->errors, 0u);
+    auto* arch = static_cast<VhdlArchitectureBody*>(p->units.at(0));
+    auto* g1 = dynamic_cast<VhdlGenerateStatement*>(arch->GetStatementPart().At(0));
+    ASSERT_NE(g1, nullptr);
+    EXPECT_NE(dynamic_cast<VhdlIfScheme*>(g1->GetScheme()), nullptr);
+    EXPECT_EQ(g1->GetDeclPart().Size(), 1u);
+    EXPECT_EQ(g1->GetStatementPart().Size(), 1u);
+    auto* g2 = dynamic_cast<VhdlIfElsifGenerateStatement*>(arch->GetStatementPart().At(1));
+    ASSERT_NE(g2, nullptr);
+    ASSERT_EQ(g2->alternatives.Size(), 2u);
+    auto* second = static_cast<VhdlGenerateStatement*>(g2->alternatives.At(1));
+    auto* scheme = dynamic_cast<VhdlElsifElseScheme*>(second->GetScheme());
+    ASSERT_NE(scheme, nullptr);
+    EXPECT_EQ(scheme->condition, nullptr);
+    EXPECT_EQ(scheme->alternativeLabel->OrigName(), "y");
+}
+
+TEST(VhdlParser, ConditionalExpressionsOnlyIn2019) {
+    const char* src = "package p is generic (L : boolean); constant d : time := 1 ms when L else 1 ns; end;";
+    auto p19 = Parse(src, VHDL_2019);
+    ASSERT_EQ(p19->errors, 0u);
+    auto* c = static_cast<VhdlConstantDecl*>(static_cast<VhdlPackageDecl*>(p19->units[0])->GetDeclPart().At(0));
+    auto* ce = dynamic_cast<VhdlConditionalExpression*>(c->GetInitAssign());
+    ASSERT_NE(ce, nullptr);
+    EXPECT_NE(ce->elseValue, nullptr);
+    test::MessageCapture capture;
+    auto p08 = Parse(src, VHDL_2008);
+    EXPECT_GE(p08->errors, 1u);
+}
+
+TEST(VhdlParser, MismatchedClosingNamesWarn) {
+    test::MessageCapture capture;
+    auto p = Parse("entity e is end entity f; architecture a of e is begin p : process begin wait; end process q; end b;");
+    EXPECT_EQ(p->errors, 0u);
+    EXPECT_EQ(capture.Count(VERIFIC_WARNING), 3u);
+}
+
+TEST(VhdlParser, ManyErrorsStopTheFile) {
+    test::MessageCapture capture;
+    std::string junk;
+    for (int i = 0; i < 500; ++i) junk += "entity ; ";
+    auto p = Parse(junk);
+    // Fifty syntax errors and the one that says the rest is skipped.
+    EXPECT_EQ(capture.Count(VERIFIC_ERROR), 51u);
+    EXPECT_EQ(p->errors, 50u);
+}
+
+TEST(VhdlParser, EditionDecidesWhatIsAName) {
+    // `context` and `default` are plain names before 2008.
+    auto p93 = Parse("entity e is port (context, default : in bit); end;", VHDL_93);
+    EXPECT_EQ(p93->errors, 0u);
+    test::MessageCapture capture;
+    auto p08 = Parse("entity e is port (context, default : in bit); end;", VHDL_2008);
+    EXPECT_GE(p08->errors, 1u);
+}
+
+} // namespace
+} // namespace hdl
