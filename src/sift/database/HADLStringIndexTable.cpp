@@ -110,6 +110,7 @@ void HADLStringIndexTable::clear()
 void HADLStringIndexTable::rebuildIndex()
 {
     index.clear();
+    index.reserve(size());
     for (unsigned id = 1; id < size(); ++id)
         index[strings[id]] = id;
 }

@@ -68,6 +68,7 @@ void HADLStringMatchTable::rebuildIndex()
 {
     HADLStringIndexTable::rebuildIndex();
     noCaseIndex.clear();
+    noCaseIndex.reserve(size());
     for (unsigned id = 1; id < size(); ++id)
         enterNoCase(id);
 }
