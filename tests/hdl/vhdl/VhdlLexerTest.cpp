@@ -64,6 +64,17 @@ TEST(VhdlLexer, AbstractLiterals) {
     EXPECT_EQ(l.spellings[6], "1");
 }
 
+TEST(VhdlLexer, ReplacementCharactersOf1987) {
+    // ':' for '#' in based literals, '!' for '|'.
+    auto l = Lex("16:FF: a ! b", VHDL_87);
+    std::vector<unsigned> expect = {VHDL_INTEGER, VHDL_ID, VHDL_BAR, VHDL_ID};
+    EXPECT_EQ(l.kinds, expect);
+    EXPECT_EQ(l.spellings[0], "16:FF:");
+    // A colon after a number stays a colon otherwise.
+    auto c = Lex("x : 3:");
+    EXPECT_EQ(c.kinds.back(), VHDL_COLON);
+}
+
 TEST(VhdlLexer, BitStringLiteralsOfAllForms) {
     auto l = Lex("B\"1_0\" x\"F\" 12UX\"F\" 8sb\"1\" D\"12\" o\"7\" UB\"\"");
     ASSERT_EQ(l.kinds.size(), 7u);

@@ -186,3 +186,50 @@ TEST_F(VhdlResolverTest, LateUnitsBindAfterResolveAllAndSearchOrderIsUsed) {
 
 } // namespace
 } // namespace hdl
+
+namespace hdl {
+namespace {
+
+TEST_F(VhdlResolverTest, SelectiveUseAndExtendedIdentifiers) {
+    Analyze("package pkg is constant a : integer := 1; constant b : integer := 2; "
+            "signal \\Odd Sig\\ : bit; end;");
+    Analyze(R"(
+library work;
+use work.pkg.a;
+entity e is end;
+architecture r of e is
+  signal \Odd Sig\ : bit;
+begin
+  blk : block is
+    signal inner : integer := a + b;
+  begin
+    inner2 : process begin wait on \Odd Sig\; end process;
+  end block;
+end;
+)");
+    Refs refs;
+    refs.TraverseNode(Arch("e"));
+    ASSERT_NE(refs.byText["a"], nullptr);
+    ASSERT_NE(refs.byText["a"]->GetId(), nullptr);
+    EXPECT_EQ(refs.byText["a"]->GetId()->owningUnit->Name(), "pkg");
+    // Only `a` was made visible.
+    EXPECT_EQ(refs.byText["b"]->GetId(), nullptr);
+    // The extended identifier finds the local signal, with exact spelling.
+    ASSERT_NE(refs.byText["\\Odd Sig\\"]->GetId(), nullptr);
+    EXPECT_EQ(refs.byText["\\Odd Sig\\"]->GetId()->owningUnit->Name(), "r");
+}
+
+TEST_F(VhdlResolverTest, PackageBodySeesItsPackage) {
+    Analyze("package p is constant k : integer := 3; function f return integer; end;"
+            "package body p is function f return integer is begin return k; end; end;");
+    VhdlPrimaryUnit* p = vhdl_file::GetWorkLib()->GetPrimUnit("p");
+    Refs refs;
+    refs.TraverseNode(p->GetSecondaryUnit(nullptr));
+    ASSERT_NE(refs.byText["k"], nullptr);
+    ASSERT_NE(refs.byText["k"]->GetId(), nullptr);
+    EXPECT_EQ(refs.byText["k"]->GetId()->GetClassId(), VhdlConstantId::kClassId);
+    EXPECT_EQ(refs.byText["k"]->GetId()->owningUnit, p);
+}
+
+} // namespace
+} // namespace hdl
