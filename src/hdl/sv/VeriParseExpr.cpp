@@ -18,7 +18,7 @@ int binaryPrecedence(unsigned k) {
     case VT_CARET: case VT_XNOR_OP: return 6;
     case VT_AMP: case VT_NAND_OP: return 7;
     case VT_LOGEQ: case VT_LOGNEQ: case VT_CASE_EQ: case VT_CASE_NEQ: case VT_WILD_EQ: case VT_WILD_NEQ: return 8;
-    case VT_LT: case VT_LE: case VT_GT: case VT_GE: case VT_INSIDE: case VT_DIST: return 9;
+    case VT_LT: case VT_LE: case VT_GT: case VT_GE: case VT_INSIDE: case VT_DIST: case VT_MATCHES: return 9;
     case VT_SHL: case VT_SHR: case VT_ASHL: case VT_ASHR: return 10;
     case VT_PLUS: case VT_MINUS: return 11;
     case VT_STAR: case VT_SLASH: case VT_MOD: return 12;
