@@ -14,6 +14,8 @@
 #include "hdl/base/Message.h"
 #include "hdl/sort/VeriSkim.h"
 #include "hdl/sort/VhdlSkim.h"
+#include "hdl/sv/VeriLexer.h"
+#include "hdl/sv/VeriMessageIds.h"
 #include "hdl/sv/VeriPreprocessor.h"
 #include "hdl/vhdl/VhdlLexer.h"
 #include "hdl/vhdl/VhdlMessageIds.h"
@@ -62,23 +64,50 @@ std::unique_ptr<VeriPreprocessor> newPreprocessor(unsigned lang) {
     return std::make_unique<VeriPreprocessor>(std::move(options));
 }
 
+VeriKeywordSet keywordSetOf(unsigned lang) {
+    switch (lang) {
+    case 1: return VERI_KW_1995;
+    case 2: return VERI_KW_2001;
+    case 3: return VERI_KW_SV2005;
+    case 4: return VERI_KW_SV2009;
+    default: return VERI_KW_SV2012;
+    }
+}
+
+// The file's stream stays open while its tokens are read, so that the streams of its
+// includes nest inside it. Text without a backquote has no directive, include or macro
+// use, and goes to the lexer directly.
 bool readVerilog(FileElement& element) {
     SortState& s = state();
-    std::unique_ptr<VeriPreprocessor> own;
-    VeriPreprocessor* pp;
-    if (hdl_file_sort::_default_compilation_unit_mode) {
-        if (!s.sharedUnit)
-            s.sharedUnit = newPreprocessor(element.language);
-        pp = s.sharedUnit.get();
-    } else {
-        own = newPreprocessor(element.language);
-        pp = own.get();
-    }
-    if (!pp->pushFile(element.fileName))
+    auto stream = OpenSourceStream(s.callback, element.fileName.c_str());
+    std::string text;
+    if (!stream->is_open() || !stream->ReadAll(text)) {
+        Message::Error(veri_msg::OpenFailed, nullptr, "cannot open file '%s'", element.fileName.c_str());
         return false;
+    }
     std::vector<VeriToken> tokens;
-    for (VeriToken t = pp->next(); t.kind != VT_EOF; t = pp->next())
-        tokens.push_back(t);
+    std::unique_ptr<VeriPreprocessor> own;
+    if (text.find('`') == std::string::npos) {
+        VeriLexer lexer(text, {VeriTextOrigin{0, LineFile::GetFileId(element.fileName), 1, 1}});
+        lexer.setKeywordSet(keywordSetOf(element.language));
+        lexer.setIgnoreTranslateOff(s.ignoreTranslateOff);
+        for (VeriToken t = lexer.lex(); t.kind != VT_EOF; t = lexer.lex())
+            if (t.kind != VT_ERROR)
+                tokens.push_back(t);
+    } else {
+        VeriPreprocessor* pp;
+        if (hdl_file_sort::_default_compilation_unit_mode) {
+            if (!s.sharedUnit)
+                s.sharedUnit = newPreprocessor(element.language);
+            pp = s.sharedUnit.get();
+        } else {
+            own = newPreprocessor(element.language);
+            pp = own.get();
+        }
+        pp->pushText(std::move(text), element.fileName);
+        for (VeriToken t = pp->next(); t.kind != VT_EOF; t = pp->next())
+            tokens.push_back(t);
+    }
     tokens.push_back(VeriToken{});
     veriSkimTokens(tokens, element);
     return true;
