@@ -1,6 +1,7 @@
 // Analysis into libraries: order, lookup, replacement, $unit, file announcements.
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -101,6 +102,38 @@ TEST(VeriLibrary, PackagesAreFoundAcrossLibraries) {
     ASSERT_TRUE(veritest::analyze("module m; import shared::*; int x = N; endmodule\n", "work", false));
     EXPECT_EQ(veritest::errorCount(), 0u);
     EXPECT_EQ(hdl::veri_file::AllLibraries().size(), 2u);
+}
+
+} // namespace
+
+
+namespace {
+
+std::vector<std::string> gOpened;
+
+hdl::SourceStream* memoryFiles(const char* name) {
+    gOpened.emplace_back(name);
+    std::string n(name);
+    if (n == "top.sv") return new hdl::SourceStream(new std::istringstream("`include \"inc.svh\"\nmodule top; endmodule\n"));
+    if (n.size() >= 7 && n.compare(n.size() - 7, 7, "inc.svh") == 0)
+        return new hdl::SourceStream(new std::istringstream("package from_include; endpackage\n"));
+    return new hdl::SourceStream(nullptr);
+}
+
+TEST(VeriLibrary, EveryFileOpensThroughTheStreamCallBack) {
+    hdl::veri_file::Reset();
+    gOpened.clear();
+    hdl::veri_file::RegisterFlexStreamCallBack(memoryFiles);
+    hdl::Message::RegisterCallBackMsg(veritest::collect);
+    EXPECT_TRUE(hdl::veri_file::Analyze("top.sv"));
+    hdl::Message::RegisterCallBackMsg(nullptr);
+    EXPECT_NE(hdl::veri_file::GetModule("top"), nullptr);
+    EXPECT_NE(hdl::veri_file::GetModule("from_include"), nullptr);
+    ASSERT_GE(gOpened.size(), 2u);
+    EXPECT_EQ(gOpened[0], "top.sv");
+    EXPECT_EQ(hdl::veri_file::GetFlexStreamCallBack(), &memoryFiles);
+    hdl::veri_file::Reset();
+    EXPECT_EQ(hdl::veri_file::GetFlexStreamCallBack(), nullptr);
 }
 
 } // namespace
