@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <fstream>
+#include <iostream>
 #include <vector>
 
 #include <boost/filesystem/operations.hpp>
@@ -76,11 +77,28 @@ void HADLPrimitiveNames::addNamesFromTessel() {
 
 void HADLPrimitiveNames::addNamesFromXml(const std::string& path) {
     static const boost::regex moduleName("\\<module +name *= *\"([^\"\\.]+)");
+    static const boost::regex moduleElement("<module\\>");
     std::ifstream in(path);
     std::string line;
+    unsigned lineNo = 0;
+    bool named = false;
     while (std::getline(in, line)) {
+        ++lineNo;
         if (line.empty()) continue;
         boost::smatch match;
-        if (boost::regex_search(line, match, moduleName)) insert(match[1].str().c_str());
+        if (boost::regex_search(line, match, moduleName)) {
+            insert(match[1].str().c_str());
+            named = true;
+        } else if (boost::regex_search(line, moduleElement)) {
+            // A module element the reader cannot take a name from would otherwise make
+            // the cell count as part of the design without a trace.
+            std::cout << "Macro library description " << path << ":" << lineNo
+                      << ": module element without a name in double quotes" << std::endl;
+        }
     }
+    // A file that could not be opened or read to its end (a directory) stops short of eof.
+    if (!in.eof())
+        std::cout << "Macro library description " << path << " cannot be read" << std::endl;
+    else if (!named)
+        std::cout << "Macro library description " << path << " names no module" << std::endl;
 }

@@ -20,5 +20,7 @@ public:
     // Module names of the XML descriptions under <data>/ip/tessel/; none without it.
     void addNamesFromTessel();
     // The first module name of each line of one description, as the file spells it.
+    // A description that cannot be read, names no module, or has a module element
+    // without a readable name gets a line on standard output.
     void addNamesFromXml(const std::string& path);
 };

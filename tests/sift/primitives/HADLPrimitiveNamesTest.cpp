@@ -71,19 +71,40 @@ TEST_F(XmlNamesTest, NameEndsAtFirstDot) {
 }
 
 TEST_F(XmlNamesTest, NeedsWordStartBlanksAndQuotes) {
-    names.addNamesFromXml(describe(
+    const std::string path = describe(
         "<submodule name=\"sub\"/>\n"
         "<modulename=\"glued\"/>\n"
         "<module name='single'/>\n"
         "<module name=\"\"/>\n"
-        "<module name=\".hidden\"/>\n"));
+        "<module name=\".hidden\"/>\n");
+    testing::internal::CaptureStdout();
+    names.addNamesFromXml(path);
+    const std::string said = testing::internal::GetCapturedStdout();
     EXPECT_EQ(names.size(), 1u);
+    // Module elements the reader cannot name are reported by line.
+    const std::string prefix = "Macro library description " + path;
+    EXPECT_EQ(said, prefix + ":3: module element without a name in double quotes\n" +
+                        prefix + ":4: module element without a name in double quotes\n" +
+                        prefix + ":5: module element without a name in double quotes\n" +
+                        prefix + " names no module\n");
 }
 
-TEST_F(XmlNamesTest, UnreadableFileAddsNothing) {
+TEST_F(XmlNamesTest, UnreadableFileAddsNothingAndSaysSo) {
+    testing::internal::CaptureStdout();
     names.addNamesFromXml(data.path() + "/missing.xml");
     names.addNamesFromXml(data.path());  // a directory
+    const std::string said = testing::internal::GetCapturedStdout();
     EXPECT_EQ(names.size(), 1u);
+    EXPECT_EQ(said, "Macro library description " + data.path() + "/missing.xml cannot be read\n"
+                    "Macro library description " + data.path() + " cannot be read\n");
+}
+
+TEST_F(XmlNamesTest, WellFormedDescriptionIsQuiet) {
+    const std::string path = describe("<tessel_ip>\n  <module name=\"m\" source=\"m.sv\">\n</tessel_ip>\n");
+    testing::internal::CaptureStdout();
+    names.addNamesFromXml(path);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_TRUE(names.contains("m"));
 }
 
 TEST(TesselNamesTest, WalksWholeTreeForXmlFilesOnly) {
@@ -116,6 +137,18 @@ TEST(TesselNamesTest, MissingMacroLibraryIsNoError) {
         names.addNamesFromTessel();
     }
     EXPECT_EQ(names.size(), 1u);
+}
+
+TEST(TesselNamesTest, BundledMacroLibraryNamesEveryModuleQuietly) {
+    ScopedDataDirEnv env(SIFT_DATA_DIR);
+    HADLPrimitiveNames names;
+    testing::internal::CaptureStdout();
+    names.addNamesFromTessel();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(names.size(), 7u);
+    for (const char* module : {"tessel_ram_sp", "tessel_ram_sdp", "tessel_fifo_sync",
+                               "tessel_fifo_async", "tessel_cdc_sync", "tessel_cdc_pulse"})
+        EXPECT_TRUE(names.contains(module)) << module;
 }
 
 const char* const kComponentPackage =
