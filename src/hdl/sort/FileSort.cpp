@@ -86,6 +86,7 @@ bool readVerilog(FileElement& element) {
         return false;
     }
     std::vector<VeriToken> tokens;
+    tokens.reserve(text.size() / 4 + 16);
     std::unique_ptr<VeriPreprocessor> own;
     if (text.find('`') == std::string::npos) {
         VeriLexer lexer(text, {VeriTextOrigin{0, LineFile::GetFileId(element.fileName), 1, 1}});

@@ -1,6 +1,7 @@
 #include "hdl/sort/VeriSkim.h"
 
 #include <string>
+#include <unordered_set>
 
 namespace hdl {
 namespace {
@@ -178,11 +179,8 @@ private:
         std::string name = nameText(t);
         if (name == "$unit" || name == "local" || name == "super" || name == "this")
             return false;
-        SortReference ref{"work", name, "", name == "std" ? uint32_t(SORT_REF_IMPLICIT) : 0u};
-        for (const SortReference& r : e_.references)
-            if (r.unitName == ref.unitName && r.flags == ref.flags && r.instanceName.empty())
-                return true;
-        e_.references.push_back(std::move(ref));
+        if (packagesSeen_.insert(name).second)
+            e_.references.push_back(SortReference{"work", name, "", name == "std" ? uint32_t(SORT_REF_IMPLICIT) : 0u});
         return true;
     }
 
@@ -250,6 +248,7 @@ private:
     size_t i_ = 0;
     std::vector<uint16_t> ends_; // end keywords of the open units, innermost last
     int unit_ = -1;              // index of the unit table entry being read
+    std::unordered_set<std::string> packagesSeen_;
 };
 
 } // namespace
