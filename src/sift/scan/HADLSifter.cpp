@@ -8,6 +8,7 @@
 
 #include "hdl/base/Message.h"
 #include "hdl/base/RuntimeFlags.h"
+#include "sift/database/HADLDatabaseAPI.h"
 
 HADLSifter& HADLSifter::instance() {
     static HADLSifter* sifter = new HADLSifter;  // lives until the process ends
@@ -134,4 +135,5 @@ void HADLSifter::defRefWalk(bool, bool, bool, const std::string&) {}
 void HADLSifter::serializeOnCrash() {
     if (crashShmName.empty()) return;
     status.err = SIGSEGV;
+    HADLDatabaseAPI(*this).serialize(crashShmName);
 }

@@ -109,13 +109,13 @@ void HADLCmd::dispatch(HADLSifter& sifter) const {
     } else if (IsSet("enable_vhdl_2019")) {
         sifter.options.enableVHDL2019 = true;
     } else if (IsSet("load")) {
-        // Reaches the database archive once it is built.
+        HADLDatabaseAPI(sifter).load(StringValue("load"));
     } else if (IsSet("save")) {
-        // Reaches the database archive once it is built.
+        HADLDatabaseConstAPI(sifter).save(StringValue("save"));
     } else if (IsSet("deserialize")) {
-        // Reaches the database archive once it is built.
+        HADLDatabaseAPI(sifter).deserialize(StringValue("deserialize"));
     } else if (IsSet("serialize")) {
-        // Reaches the database archive once it is built.
+        HADLDatabaseConstAPI(sifter).serialize(StringValue("serialize"));
     } else if (IsSet("serialize_in_case_of_crash")) {
         sifter.crashShmName = StringValue("serialize_in_case_of_crash");
     } else if (IsSet("skim")) {

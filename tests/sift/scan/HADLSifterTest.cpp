@@ -4,9 +4,12 @@
 #include <csignal>
 #include <stdexcept>
 #include <string>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include "hdl/base/Message.h"
 #include "hdl/base/RuntimeFlags.h"
+#include "sift/database/HADLDatabaseAPI.h"
 #include "sift/scan/HADLSifter.h"
 
 namespace {
@@ -196,6 +199,21 @@ TEST_F(ConfigureTest, AliasWithDanglingListIdThrows) {
     EXPECT_ANY_THROW(s.configure());
     EXPECT_NE(testing::internal::GetCapturedStdout().find("Out of range access at "),
               std::string::npos);
+}
+
+TEST(CrashHookTest, SerializesWithErrElevenOnlyWhenNamed) {
+    HADLSifter s;
+    s.serializeOnCrash();
+    EXPECT_EQ(s.status.err, 0);
+    s.insertFileName("crash.v", 5, "work");
+    s.crashShmName = "/sift_crash_test_" + std::to_string(getpid());
+    s.serializeOnCrash();
+    EXPECT_EQ(s.status.err, 11);
+    HADLDatabase back;
+    ASSERT_EQ(HADLDatabaseAPI(back).deserialize(s.crashShmName), 0);
+    EXPECT_EQ(back.status.err, 11);
+    EXPECT_NE(back.fileNames.find("crash.v"), 0u);
+    shm_unlink(s.crashShmName.c_str());
 }
 
 } // namespace
