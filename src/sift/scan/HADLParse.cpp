@@ -8,7 +8,9 @@
 #include "hdl/base/LineFile.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
+#include "runtime/LoomScopeTimer.h"
 #include "sift/scan/HADLSifter.h"
+#include "sift/shell/HADLMsgCapture.h"
 
 namespace {
 
@@ -25,6 +27,7 @@ void HADLParse::analyzeFile(const std::string& path, const std::string& library,
 }
 
 void HADLParse::doParse() {
+    LoomScopeTimer timer("HADLSifter::doParse");
     HADLSifter& s = sifter;
 
     // Records first, so that each is completed right after its file is analysed.
@@ -50,6 +53,9 @@ void HADLParse::doParse() {
         analyzeFile(s.fileNames.getString(fileId), s.objNames.getString(attr.libId), attr.lang);
     }
 
+    HADLMsgCapture capture(s);
+    capture.start(s.verbosity, false);
+
     for (unsigned dirId = 1; dirId < s.dirNames.size(); ++dirId)
         hdl::veri_file::AddIncludeDir(s.dirNames.getString(dirId));
     for (unsigned macroId = 1; macroId < s.macroNames.size(); ++macroId) {
@@ -74,6 +80,7 @@ void HADLParse::doParse() {
         auto range = duplicatesOfFile.equal_range(fileId);
         for (auto it = range.first; it != range.second; ++it) updateDuplicate(it->second);
     }
+    capture.stop();
 }
 
 void HADLParse::updateDuplicate(unsigned index) {

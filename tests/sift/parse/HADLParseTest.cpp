@@ -133,6 +133,23 @@ TEST_F(ParseTest, StandardSourcesFirstWithoutProjectMacrosOrIncludes) {
     EXPECT_EQ(hdl::veri_file::GetLOptions(), (Names{"work"}));
 }
 
+TEST_F(ParseTest, ProjectMessagesCapturedStandardLibraryMessagesNot) {
+    dir.write("broken_std.vhd", "package broken is\n  constant c : integer := ;\nend;\n");
+    unsigned stdId = sifter.insertFileName(dir.path() + "/broken_std.vhd", 9, "std");
+    sifter.fileAttrs.at(stdId).isStdVhdl = true;
+    sifter.stdLibFileIds.push_back(stdId);
+    unsigned good = add("good.vhd", "entity good is end entity;\n", 9);
+    unsigned bad = add("bad.vhd", "entity bad is\nport (a : in bit\nend entity;\n", 9);
+    parse();
+    EXPECT_EQ(hdl::Message::GetCallBackMsg(), nullptr);  // the capture is gone again
+    ASSERT_GT(sifter.fileMsgs.size(), bad);
+    EXPECT_TRUE(sifter.fileMsgs.at(stdId).empty());
+    bool badHasError = false;
+    for (const auto& msg : sifter.fileMsgs.at(bad)) badHasError = badHasError || msg.type == 1;
+    EXPECT_TRUE(badHasError);
+    for (const auto& msg : sifter.fileMsgs.at(good)) EXPECT_NE(msg.type, 1u);
+}
+
 TEST_F(ParseTest, DuplicateRecordsPerFileWithLines) {
     unsigned f1 = add("one.v", "// one\nmodule dup; endmodule\n", 2);
     add("two.v", "\n\n\nmodule dup; endmodule\n", 2);
