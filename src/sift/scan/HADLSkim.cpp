@@ -140,6 +140,7 @@ void collectReferences(HADLDatabase& db, UnitsByLib& unitsByLib) {
     });
 }
 
+// First pass of the unit graph: one raw unit per unit-table entry.
 void createRawUnits(HADLDatabase& db) {
     forEachElement(db, [&](const hdl::FileElement& e, unsigned fileId) {
         const std::string lib = lower(e.libraryName);
@@ -161,6 +162,7 @@ void createRawUnits(HADLDatabase& db) {
     });
 }
 
+// Second pass: the instances of each raw unit, with units nobody declares made on the way.
 void createRawInstances(HADLDatabase& db, const HADLStringMatchTable& primitives) {
     const std::string defaultLib = db.getDefaultLibrary();
     forEachElement(db, [&](const hdl::FileElement& e, unsigned fileId) {
@@ -219,6 +221,11 @@ void createRawInstances(HADLDatabase& db, const HADLStringMatchTable& primitives
             }
         }
     });
+}
+
+void collectUnitGraph(HADLDatabase& db, const HADLStringMatchTable& primitives) {
+    createRawUnits(db);
+    createRawInstances(db, primitives);
 }
 
 // Depth-first post-order: a file comes after what it needs, then after the other
@@ -284,8 +291,7 @@ void computeParseOrder(HADLDatabase& db, const HADLStringMatchTable& primitiveNa
     UnitsByLib unitsByLib;
     collectDeclaringFiles(db, unitsByLib);
     collectReferences(db, unitsByLib);
-    createRawUnits(db);
-    createRawInstances(db, primitiveNames);
+    collectUnitGraph(db, primitiveNames);
     walkParseOrder(db);
 }
 
