@@ -1,6 +1,7 @@
 #include "runtime/LoomEnvelope1735.h"
 
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
 
@@ -18,21 +19,20 @@ std::istream* LoomEnvelope1735::getPlnStream(const std::string& path, eNeedDecry
     return in.release();
 }
 
+// Reads the stream whole and looks at each "protect": after a backquote (`protect),
+// after "`pragma " or, as VHDL writes it, first on a line before " begin_protected".
 long LoomEnvelope1735::sniffOutTickProtect(std::istream& in) {
-    static const std::string markers[] = {"`protect", "`pragma protect"};
-    std::string line;
-    long offset = 0;
-    while (std::getline(in, line)) {
-        for (const std::string& m : markers) {
-            size_t at = line.find(m);
-            if (at != std::string::npos)
-                return offset + static_cast<long>(at);
-        }
-        // VHDL writes the directive without the quote, at the start of a line.
-        size_t first = line.find_first_not_of(" \t");
-        if (first != std::string::npos && line.compare(first, 23, "protect begin_protected") == 0)
-            return offset + static_cast<long>(first);
-        offset += static_cast<long>(line.size()) + 1;
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const std::string word = "protect";
+    for (size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) {
+        if (at > 0 && text[at - 1] == '`')
+            return static_cast<long>(at - 1);
+        if (at >= 8 && text.compare(at - 8, 8, "`pragma ") == 0)
+            return static_cast<long>(at - 8);
+        size_t lineStart = text.find_last_of('\n', at);
+        lineStart = lineStart == std::string::npos ? 0 : lineStart + 1;
+        if (text.find_first_not_of(" \t", lineStart) == at && text.compare(at + word.size(), 16, " begin_protected") == 0)
+            return static_cast<long>(at);
     }
     return -1;
 }
