@@ -2,6 +2,7 @@
 //   sift-parse [--lang v95|v2k|sv|vhdl93|vhdl08|vhdl19] [--lib NAME] [-I DIR]...
 //              [-D NAME[=VALUE]]... [--units] [--tree] FILE...
 // --lang and --lib apply to the files after them. Exit status 0 unless it could not run.
+#include <cctype>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -12,6 +13,10 @@
 #include "hdl/base/Message.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/sv/VeriPrettyPrinter.h"
+#include "hdl/vhdl/VhdlClassIds.h"
+#include "hdl/vhdl/VhdlLibrary.h"
+#include "hdl/vhdl/VhdlPrettyPrinter.h"
+#include "hdl/vhdl/VhdlTree.h"
 
 namespace {
 
@@ -51,7 +56,26 @@ void analyze(const std::string& path, unsigned lang, const std::string& lib) {
         hdl::veri_file::Analyze(path.c_str(), lang, lib.c_str());
         return;
     }
-    std::printf("%s:0:0: error: TOOL-0001: the VHDL front-end is not available in this tool yet\n", path.c_str());
+    hdl::vhdl_file::Analyze(path.c_str(), lib.c_str(), lang);
+}
+
+// VHDL unit kinds print as the lower-case node kind ("entitydecl", "architecturebody").
+std::string vhdlKind(const hdl::VhdlTreeNode& unit) {
+    std::string kind = hdl::VhdlClassName(unit.GetClassId());
+    for (char& c : kind) c = char(std::tolower(static_cast<unsigned char>(c)));
+    return kind;
+}
+
+void printVhdlUnit(const hdl::VhdlLibrary& library, const hdl::VhdlDesignUnit& unit, bool units, bool tree) {
+    if (units) {
+        const char* file = hdl::LineFile::GetFileNameFromId(unit.Linefile().fileId);
+        std::printf("unit\t%s\t%s\t%.*s\t%s\t%u\n", library.Name().c_str(), vhdlKind(unit).c_str(),
+                    int(unit.Name().size()), unit.Name().data(), file ? file : "", unit.Linefile().leftLine);
+    }
+    if (tree) {
+        hdl::VhdlPrettyPrint(std::cout, &unit);
+        std::cout << '\n';
+    }
 }
 
 int usage() {
@@ -115,6 +139,12 @@ int main(int argc, char** argv) {
                             int(m->Name().size()), m->Name().data(), file ? file : "", m->loc.leftLine);
             }
             if (tree) hdl::VeriPrettyPrinter::print(*m, std::cout);
+        }
+    }
+    for (hdl::VhdlLibrary* library : hdl::vhdl_file::AllLibraries()) {
+        for (hdl::VhdlPrimaryUnit* p : library->PrimaryUnits()) {
+            printVhdlUnit(*library, *p, units, tree);
+            for (hdl::VhdlSecondaryUnit* s : p->GetSecondaryUnits()) printVhdlUnit(*library, *s, units, tree);
         }
     }
     return 0;
