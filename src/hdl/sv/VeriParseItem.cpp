@@ -390,7 +390,7 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
         if (k != VT_CLOCKING) take();
         if (at(VT_CLOCKING)) {
             take();
-            if (isIdent() && kind(1) == VT_SEMI) { // default clocking name;
+            if (k != VT_CLOCKING && isIdent() && kind(1) == VT_SEMI) { // default clocking name;
                 skipToSemi();
                 return nullptr;
             }

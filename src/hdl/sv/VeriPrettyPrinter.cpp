@@ -754,7 +754,7 @@ public:
         items(n.items);
         --indent;
         line();
-        out << "end" << kw;
+        out << "end" << (n.flags & VERI_UNIT_MACROMODULE ? "module" : kw);
         line();
     }
     void Visit(VeriConfiguration& n) override {
