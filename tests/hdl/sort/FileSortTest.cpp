@@ -200,3 +200,32 @@ TEST_F(FileSortTest, BadInputFinishesWithMessages) {
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(FileSortTest, SharedCompilationUnitCarriesMacros) {
+    std::string a = files.write("a.v", "`define CHILD leaf\nmodule a; endmodule\n");
+    std::string b = files.write("b.v", "module b; `ifdef CHILD `CHILD u (); `endif endmodule\n");
+    hdl_file_sort::_default_compilation_unit_mode = 1;
+    hdl_file_sort::RegisterFile(a.c_str(), "w", 5, 2);
+    hdl_file_sort::RegisterFile(b.c_str(), "w", 5, 2);
+    ASSERT_EQ(element(1).units.size(), 1u);
+    ASSERT_EQ(element(1).units[0].instances.size(), 1u);
+    EXPECT_EQ(element(1).units[0].instances[0].unitName, "leaf");
+    hdl_file_sort::Reset();
+    hdl_file_sort::RegisterFile(a.c_str(), "w", 5, 2);
+    hdl_file_sort::RegisterFile(b.c_str(), "w", 5, 2);
+    EXPECT_TRUE(element(1).units[0].instances.empty());
+}
+
+TEST_F(FileSortTest, RegisteringAgainReadsTheFileAfresh) {
+    std::string a = files.write("a.v", "module a; endmodule\n");
+    hdl_file_sort::RegisterFile(a.c_str(), "w", 5, 2);
+    files.write("a.v", "module a2; endmodule\n");
+    hdl_file_sort::RegisterFile(a.c_str(), "w", 5, 2);
+    hdl_file_sort::RegisterFile(a.c_str(), "other", 5, 2);
+    EXPECT_EQ(hdl_file_sort::FileCount(), 2u);
+    EXPECT_EQ(element(0).declaredNames, (std::vector<std::string>{"a2"}));
+}
+
+} // namespace

@@ -90,3 +90,17 @@ TEST(InputChain, TracerRecordsNestingThroughTheStreams) {
     tracer.leave("never-entered.v");
     EXPECT_TRUE(tracer.stack.empty());
 }
+
+TEST(NeedDecryptionCache, SniffFindsEachProtectForm) {
+    const std::pair<const char*, long> cases[] = {
+        {"module a; endmodule\n", -1},
+        {"x\n`protect\n", 2},
+        {"ab`pragma protect begin_protected\n", 2},
+        {"-- c\n  protect begin_protected\n", 7},
+        {"signal protect_me : bit;\n", -1},
+    };
+    for (auto [text, at] : cases) {
+        std::istringstream in(text);
+        EXPECT_EQ(LoomEnvelope1735::sniffOutTickProtect(in), at) << text;
+    }
+}
