@@ -216,9 +216,10 @@ TEST_F(ParseTest, BundledStandardLibrariesAnalyseWithoutErrors) {
     if (!boost::filesystem::exists(bundled + "/vhdl/src/std/standard.vhd"))
         GTEST_SKIP() << "run scripts/assemble_data.sh to arrange the standard sources";
     ScopedDataDirEnv env(bundled);
-    for (unsigned lang : {9u, 11u}) {
+    for (unsigned lang : {9u, 11u, 12u}) {
         resetFrontEnds();
         HADLSifter project;
+        project.options.enableVHDL2019 = true;
         project.insertFileName("a.vhd", lang, "work");
         project.insertFileName("b.sv", 5, "work");
         testing::internal::CaptureStdout();
