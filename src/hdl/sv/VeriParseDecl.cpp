@@ -110,6 +110,7 @@ VeriDataType* VeriParser::Impl::parseDataType(bool allowImplicit) {
         take();
         accept(VT_INTERFACE);
         auto* t = make<VeriTypeRef>(start);
+        t->virtualInterface = true;
         VeriToken n = peek();
         if (isIdent()) {
             take();

@@ -3,6 +3,7 @@
 #include <cctype>
 #include <sstream>
 
+#include "hdl/sv/VeriLexer.h"
 #include "hdl/sv/VeriTokens.h"
 #include "hdl/sv/VeriVisitor.h"
 
@@ -26,7 +27,8 @@ public:
     explicit Printer(std::ostream& o) : out(o) {}
 
     void name(std::string_view n) {
-        if (plainName(n)) out << n;
+        // Names that are keywords of the newest revision (read under an older one) escape.
+        if (plainName(n) && veriKeywordKind(n, VERI_KW_SV2012) == VT_IDENTIFIER) out << n;
         else out << '\\' << n << ' ';
     }
     void tok(unsigned k) { out << tokenText(int(k)); }
@@ -297,6 +299,7 @@ public:
         if (n.dimensions) out << ' ';
     }
     void Visit(VeriTypeRef& n) override {
+        if (n.virtualInterface) out << "virtual ";
         node(n.typeName);
         if (!n.paramValues.empty()) {
             out << " #(";

@@ -466,6 +466,7 @@ public:
     std::string_view GetName() const override { return typeName ? typeName->GetName() : std::string_view(); }
     VeriExpression* typeName = nullptr;
     std::vector<VeriExpression*> paramValues; // class#(...)
+    bool virtualInterface = false;            // virtual [interface] name
 };
 
 class VeriStructUnion : public VeriDataType {
