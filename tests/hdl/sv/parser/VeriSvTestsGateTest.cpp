@@ -15,6 +15,7 @@
 
 #include "hdl/base/Message.h"
 #include "hdl/sv/VeriLibrary.h"
+#include "hdl/sv/VeriPrettyPrinter.h"
 
 namespace {
 
@@ -57,6 +58,23 @@ std::vector<std::string> words(const std::string& text) {
     std::vector<std::string> out;
     for (std::string w; s >> w;) out.push_back(w);
     return out;
+}
+
+// All units of all libraries, printed in order.
+std::string printAll() {
+    std::string text;
+    for (hdl::VeriLibrary* lib : hdl::veri_file::AllLibraries())
+        for (hdl::VeriModule* m : lib->AllModules()) text += hdl::VeriPrettyPrinter::toString(*m);
+    return text;
+}
+
+// Whether the print of what was just analysed parses back to the same print.
+bool printRoundTrips() {
+    std::string first = printAll();
+    hdl::veri_file::Reset();
+    gErrors = 0;
+    hdl::veri_file::AnalyzeText(first, "printed.sv");
+    return gErrors == 0 && printAll() == first;
 }
 
 std::set<std::string> knownFailures() {
@@ -110,6 +128,8 @@ TEST(SvTestsGate, ParsesAsTheSuiteExpects) {
         gErrors = 0;
         hdl::veri_file::AnalyzeMultipleFiles(sources, hdl::SYSTEM_VERILOG, "work");
         bool ok = shouldFail ? gErrors > 0 : gErrors == 0;
+        if (ok && !shouldFail && !printRoundTrips())
+            ADD_FAILURE() << "printed tree does not parse back to the same print: " << file.string();
         std::string rel = fs::relative(file, root).string();
         auto& chapter = perChapter[chapterOf(h, file)];
         ++chapter.second;
