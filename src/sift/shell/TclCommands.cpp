@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <memory>
+#include <vector>
 
 #include "runtime/LoomBackTrace.h"
 #include "runtime/LoomParamMgr.h"
@@ -9,7 +10,10 @@
 #include "sift/shell/HADLCmd.h"
 
 hdl::Commands* registerCommands(Tcl_Interp* interp) {
-    auto* commands = new hdl::Commands;  // client data of the Tcl commands; never freed
+    // Client data of the Tcl commands: kept reachable until the process ends.
+    static auto* tables = new std::vector<std::unique_ptr<hdl::Commands>>;
+    tables->push_back(std::make_unique<hdl::Commands>());
+    hdl::Commands* commands = tables->back().get();
     commands->Add(std::make_unique<HADLCmd>());
     for (const auto& command : commands->All()) {
         Tcl_CreateCommand(interp, command->name.c_str(), sfCommandProc, commands, nullptr);
