@@ -464,7 +464,7 @@ VeriModuleItem* VeriParser::Impl::parseDeclarationItem() {
     bool typeAhead = isBuiltinType(t) || t == VT_STRUCT || t == VT_UNION || t == VT_ENUM || (t == VT_TYPE && i > 0) ||
                      (t == VT_VIRTUAL && i == 0) || (isIdent(i) && declarationAhead(i)) ||
                      (i > 0 && (t == VT_LBRACKET || t == VT_SIGNED || t == VT_UNSIGNED || isIdent(i)));
-    if (!typeAhead) return nullptr;
+    if (!typeAhead || kind(i + 1) == VT_APOSTROPHE) return nullptr; // int'(x) is a cast
     unsigned declKind = 0;
     for (size_t n = 0; n < i; ++n) {
         unsigned q = take().kind;
