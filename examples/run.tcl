@@ -6,7 +6,8 @@ sf -add_v2klib work rtl/counter.v -incdir {include}
 sf -add_svlib work rtl/top.sv -incdir {include}
 sf -add_vhdl08 work rtl/util_pkg.vhd rtl/adder.vhd
 sf -skim
+sf -sketch
 sf -parse
-sf -elab top
 sf -save example.db
 sf -print
+sf -print_hier

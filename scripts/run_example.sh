@@ -3,6 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
+scripts/assemble_data.sh
 scripts/build.sh build
 cd examples
-../build/sift run.tcl
+LOOM_DATADIR="$PWD/../data" ../build/sift run.tcl

@@ -4,6 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
+scripts/assemble_data.sh
 dir=build type=RelWithDebInfo
 if [[ "${1:-}" == "--asan" ]]; then dir=build-asan type=Asan; fi
 scripts/build.sh "$dir" "$type"

@@ -10,11 +10,12 @@ packages=(
   libboost-regex-dev
   libssl-dev
   libgtest-dev googletest
+  ghdl-common
 )
 # Optional extras: pass "--extras" for the tools the benchmarks compare against and
-# the packages the bundled data directory is assembled from.
+# for regenerating the primitive data from the cell models.
 if [[ "${1:-}" == "--extras" ]]; then
-  packages+=(clang libclang-rt-14-dev ghdl ghdl-common verilator iverilog yosys)
+  packages+=(clang libclang-rt-14-dev ghdl verilator iverilog yosys)
 fi
 
 missing=()

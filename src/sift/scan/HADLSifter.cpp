@@ -8,7 +8,17 @@
 
 #include "hdl/base/Message.h"
 #include "hdl/base/RuntimeFlags.h"
+#include "hdl/sort/FileSort.h"
+#include "hdl/sv/VeriLibrary.h"
+#include "hdl/vhdl/VhdlLibrary.h"
 #include "sift/database/HADLDatabaseAPI.h"
+#include "sift/primitives/HADLPrimitiveNames.h"
+#include "sift/scan/HADLInputChain.h"
+#include "sift/scan/HADLNeedDecryptionCache.h"
+#include "sift/scan/HADLParse.h"
+#include "sift/scan/HADLSketch.h"
+#include "sift/scan/HADLSkim.h"
+#include "sift/scan/HADLStdLibs.h"
 
 HADLSifter& HADLSifter::instance() {
     static HADLSifter* sifter = new HADLSifter;  // lives until the process ends
@@ -59,6 +69,12 @@ void HADLSifter::setPhase(uint32_t target) {
 
 void HADLSifter::configure() {
     std::setlocale(LC_ALL, "C");
+    fillNeedDecryptionCache(*this);
+    NeedDecryptionCache::preanalyze();
+    // Every source the front-ends read comes through one traced stream.
+    hdl::hdl_file_sort::RegisterFlexStreamCallBack(openSourceStream);
+    hdl::veri_file::RegisterFlexStreamCallBack(openSourceStream);
+    hdl::vhdl_file::RegisterFlexStreamCallBack(openSourceStream);
     for (const char* id : {"VERI-1231", "VERI-1232", "VERI-1330", "VERI-1791", "VERI-1927",
                            "VERI-9015", "VERI-9022", "VERI-2142", "VHDL-9017", "VHDL-9019",
                            "VHDL-9021", "VBSR-1011"}) {
@@ -68,6 +84,10 @@ void HADLSifter::configure() {
     hdl::Message::HideErrorCount(true);
     addAliasIncludeDirs();
     setUpStandardLibraries();
+    if (options.ignoreTranslateOff) {
+        hdl::hdl_file_sort::SetIgnoreTranslateOff(true);
+        hdl::vhdl_file::SetIgnoreTranslateOff(true);
+    }
     setRuntimeFlags();
     setMessageTypes();
 }
@@ -89,6 +109,14 @@ void HADLSifter::setUpStandardLibraries() {
     if (skipStdVhdlLibs) {
         if (enableVerilogConfig) enableVhdlVerilogConfig = true;
         return;
+    }
+    HADLStdLibs stdLibs(*this);
+    if (usePrecompiledStdLibs) {
+        stdLibs.attachVhdlStdLibsPrecompiled();
+        stdLibs.attachSvStdLibsPrecompiled();
+    } else {
+        stdLibs.addVhdlStdLibSources();
+        stdLibs.addSvStdLibSources();
     }
     if (enableVerilogConfig) enableVhdlVerilogConfig = true;
     for (const char* name : {"std", "synopsys", "ieee", "lathe", "mortise", "vl"}) {
@@ -122,13 +150,17 @@ void HADLSifter::setMessageTypes() {
                                                              : hdl::VERIFIC_IGNORE);
 }
 
-// The phase steps below are filled in by the skim, parse, elaboration and interface
-// passes as they land; until then a phase only moves the phase number.
-void HADLSifter::doSkim() {}
-void HADLSifter::doParse() {}
+// Elaboration, interface extraction, the definition/reference walk and the compile dump
+// are not built yet: their phases only move the phase number.
+void HADLSifter::doSkim() { hadlDoSkim(*this, HADLPrimitiveNames::getPrimitiveNames()); }
+
+void HADLSifter::doParse() { HADLParse(*this).doParse(); }
 void HADLSifter::doElab(const std::string&) {}
 void HADLSifter::interfaceInfo(const std::string&) {}
-void HADLSifter::sketch() {}
+void HADLSifter::sketch() {
+    sketchUnits(*this);
+    computeTops(*this);
+}
 void HADLSifter::compileDump(const std::string&) {}
 void HADLSifter::defRefWalk(bool, bool, bool, const std::string&) {}
 
