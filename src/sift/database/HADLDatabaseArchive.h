@@ -5,13 +5,7 @@
 #include "sift/database/HADLDatabase.h"
 
 #include <cstddef>
-
-namespace boost {
-namespace archive {
-class binary_oarchive;
-class binary_iarchive;
-}
-}
+#include <functional>
 
 // The object the archive stores for a string table: the count of entries, then the texts
 // from slot 1 on. Reading appends to the table and rebuilds its indices at the end.
@@ -24,8 +18,14 @@ struct HADLStringIndexTableSerialization {
 bool hadlHasArchiveSignature(const char* data, std::size_t size);
 constexpr std::size_t kHadlSignatureBytes = 30;
 
-void hadlWriteDatabase(boost::archive::binary_oarchive& ar, const HADLDatabase& db);
-// byteLimit is the size of the whole archive; no count or length read may claim more, so a
-// damaged archive cannot make the reader allocate beyond its own size.
-void hadlReadDatabase(boost::archive::binary_iarchive& ar, HADLDatabase& db,
-                      std::size_t byteLimit);
+// Receives the archive in pieces, in order; throws when it cannot take them.
+using HADLArchiveDrain = std::function<void(const char* bytes, std::size_t length)>;
+
+void hadlWriteDatabase(const HADLDatabase& db, const HADLArchiveDrain& drain);
+
+// Replaces db with the archive held in [data, data + size). Returns false, db untouched,
+// when the bytes do not start with a header this build reads. Once the header is accepted
+// db is reset, so an exception from there on leaves it partly filled. No count or length
+// may claim more than the bytes that remain, so a damaged archive cannot make the reader
+// allocate beyond its own size.
+bool hadlReadDatabase(const char* data, std::size_t size, HADLDatabase& db);

@@ -2,12 +2,7 @@
 #include "sift/database/HADLDatabaseAPI.h"
 #include "sift/database/HADLDatabaseArchive.h"
 
-#include <boost/archive/binary_iarchive.hpp>
-#include <boost/archive/binary_oarchive.hpp>
 #include <boost/filesystem/operations.hpp>
-#include <boost/iostreams/device/array.hpp>
-#include <boost/iostreams/device/back_inserter.hpp>
-#include <boost/iostreams/stream.hpp>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -16,9 +11,9 @@
 
 #include <cstring>
 #include <fstream>
-#include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -69,14 +64,38 @@ private:
     std::size_t size_ = 0;
 };
 
-// Replaces the database with what the archive holds. The archive header has been checked
-// by the caller, so a failure from here on leaves the database partly filled.
-void readInto(boost::archive::binary_iarchive& ar, HADLDatabase& db, std::size_t byteLimit)
-{
-    db = HADLDatabase();
-    hadlReadDatabase(ar, db, byteLimit);
-    db.resizeTables();
-}
+// A file mapped read-only as a whole. Only regular files: a directory opens, but holds
+// no archive.
+class HADLFileMapping {
+public:
+    ~HADLFileMapping()
+    {
+        if (data_ != MAP_FAILED)
+            munmap(data_, size_);
+        if (fd_ >= 0)
+            close(fd_);
+    }
+    bool open(const std::string& path)
+    {
+        fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        struct stat info;
+        if (fd_ < 0 || fstat(fd_, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size == 0)
+            return false;
+        size_ = static_cast<std::size_t>(info.st_size);
+        data_ = mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, fd_, 0);
+        if (data_ == MAP_FAILED)
+            return false;
+        madvise(data_, size_, MADV_SEQUENTIAL);
+        return true;
+    }
+    const char* data() const { return static_cast<const char*>(data_); }
+    std::size_t size() const { return size_; }
+
+private:
+    int fd_ = -1;
+    void* data_ = MAP_FAILED;
+    std::size_t size_ = 0;
+};
 
 } // namespace
 
@@ -87,10 +106,10 @@ int HADLDatabaseConstAPI::save(const std::string& path) const
         if (!out.good())
             return -1;
         try {
-            {
-                boost::archive::binary_oarchive ar(*out.rdbuf(), 0);
-                hadlWriteDatabase(ar, *db);
-            }
+            hadlWriteDatabase(*db, [&out](const char* bytes, std::size_t length) {
+                if (!out.write(bytes, static_cast<std::streamsize>(length)))
+                    throw std::runtime_error("write failed");
+            });
             out.close();
             if (out.fail())
                 throw std::runtime_error("write failed");
@@ -113,25 +132,10 @@ int HADLDatabaseConstAPI::save(const std::string& path) const
 int HADLDatabaseAPI::load(const std::string& path)
 {
     try {
-        std::ifstream in(path, std::ios::binary);
-        if (!in.good())
+        HADLFileMapping file;
+        if (!file.open(path))
             return -1;
-        in.seekg(0, std::ios::end);
-        const std::streamoff size = in.tellg();
-        in.seekg(0, std::ios::beg);
-        char signature[kHadlSignatureBytes];
-        in.read(signature, sizeof signature);
-        if (size < 0 || !in.good() || !hadlHasArchiveSignature(signature, sizeof signature))
-            return -1;
-        in.seekg(0, std::ios::beg);
-        std::unique_ptr<boost::archive::binary_iarchive> ar;
-        try {
-            ar = std::make_unique<boost::archive::binary_iarchive>(*in.rdbuf(), 0);
-        } catch (...) {
-            return -1;
-        }
-        readInto(*ar, *mutableDb, static_cast<std::size_t>(size));
-        return 0;
+        return hadlReadDatabase(file.data(), file.size(), *mutableDb) ? 0 : -1;
     } catch (...) {
         return -1;
     }
@@ -141,22 +145,22 @@ int HADLDatabaseConstAPI::serialize(const std::string& shmName) const
 {
     const std::string path = shmPath(shmName);
     try {
-        std::string archive;
-        {
-            namespace io = boost::iostreams;
-            io::stream<io::back_insert_device<std::string>> out(io::back_inserter(archive), 4096);
-            {
-                boost::archive::binary_oarchive ar(out, 0);
-                hadlWriteDatabase(ar, *db);
-            }
-            out.flush();
-            if (!out.good())
-                throw std::runtime_error("write failed");
-        }
+        // Kept as the pieces the writer hands over: one growing string would copy the
+        // archive again at every reallocation.
+        std::vector<std::string> pieces;
+        std::size_t size = 0;
+        hadlWriteDatabase(*db, [&](const char* bytes, std::size_t length) {
+            pieces.emplace_back(bytes, length);
+            size += length;
+        });
         shm_unlink(path.c_str());
         HADLShmMapping mapping;
-        mapping.create(path, archive.size());
-        std::memcpy(mapping.data(), archive.data(), archive.size());
+        mapping.create(path, size);
+        char* at = mapping.data();
+        for (const std::string& piece : pieces) {
+            std::memcpy(at, piece.data(), piece.size());
+            at += piece.size();
+        }
         return 0;
     } catch (...) {
         shm_unlink(path.c_str());
@@ -170,19 +174,8 @@ int HADLDatabaseAPI::deserialize(const std::string& shmName)
     try {
         HADLShmMapping mapping;
         mapping.open(path);
-        if (!hadlHasArchiveSignature(mapping.data(), mapping.size()))
+        if (!hadlReadDatabase(mapping.data(), mapping.size(), *mutableDb))
             throw std::runtime_error("not an archive");
-        namespace io = boost::iostreams;
-        io::stream<io::array_source> in(mapping.data(), mapping.size());
-        std::unique_ptr<boost::archive::binary_iarchive> ar;
-        try {
-            ar = std::make_unique<boost::archive::binary_iarchive>(in, 0);
-        } catch (...) {
-            shm_unlink(path.c_str());
-            return -1;
-        }
-        readInto(*ar, *mutableDb, mapping.size());
-        ar.reset();
         shm_unlink(path.c_str());
         return 0;
     } catch (...) {
