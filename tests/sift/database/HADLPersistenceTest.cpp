@@ -138,6 +138,80 @@ TEST_F(HADLPersistenceTest, LoadThenSaveGivesSameBytes)
     EXPECT_EQ(bytesOf(db), readBytes(file));
 }
 
+// Only the first object of a class carries a preamble; here the first instance and the
+// first port stand in the second unit, after a unit whose lists are empty.
+TEST_F(HADLPersistenceTest, ClassFirstSeenDeepInAListRoundTrips)
+{
+    HADLDatabase original;
+    original.unitNames.insert(".work.a");
+    original.unitNames.insert(".work.b");
+    original.resizeTables();
+    HADLDatabase::UnitAttr& b = original.unitAttrs.at(2);
+    b.insts.push_back({1, 5, 0, 12, true, false, true});
+    b.insts.push_back({2, 6, 0, 13, false, true, false});
+    b.ports.push_back({7, 1, 2, 3, 4, 5, 6, 8, 9, {{10, 11}}});
+    original.unitAttrs.at(1).libId = 3;
+    std::string file = path("deep.bin");
+    ASSERT_EQ(HADLDatabaseConstAPI(original).save(file), 0);
+
+    HADLDatabase db;
+    ASSERT_EQ(HADLDatabaseAPI(db).load(file), 0);
+    EXPECT_EQ(db.unitAttrs.at(1).libId, 3u);
+    EXPECT_TRUE(db.unitAttrs.at(1).insts.empty());
+    ASSERT_EQ(db.unitAttrs.at(2).insts.size(), 2u);
+    EXPECT_EQ(db.unitAttrs.at(2).insts.at(1).line, 13u);
+    EXPECT_TRUE(db.unitAttrs.at(2).insts.at(1).isInactive);
+    ASSERT_EQ(db.unitAttrs.at(2).ports.size(), 1u);
+    EXPECT_EQ(db.unitAttrs.at(2).ports.at(0).slaveDirection, 9u);
+    EXPECT_EQ(db.unitAttrs.at(2).ports.at(0).attributes.at(0).value, 11u);
+    EXPECT_EQ(bytesOf(db), readBytes(file));
+}
+
+// The writer fills a buffer of its own and hands texts longer than it over directly; the
+// order of the bytes must not suffer, and file and shared memory carry the same archive.
+TEST_F(HADLPersistenceTest, TextLongerThanTheWriteBufferKeepsItsPlace)
+{
+    HADLDatabase original;
+    fillSampleDatabase(original);
+    const std::string longText(3 << 20, 'x');
+    original.objNames.insert(longText.c_str());
+    original.objNames.insert("after_long");
+    std::string file = path("long.bin");
+    ASSERT_EQ(HADLDatabaseConstAPI(original).save(file), 0);
+    const std::string bytes = readBytes(file);
+
+    ASSERT_EQ(HADLDatabaseConstAPI(original).serialize(shmName_), 0);
+    int fd = shm_open(("/" + shmName_).c_str(), O_RDONLY, 0);
+    ASSERT_GE(fd, 0);
+    std::string shared(bytes.size() + 1, '\0');
+    EXPECT_EQ(read(fd, &shared[0], shared.size()), static_cast<ssize_t>(bytes.size()));
+    close(fd);
+    shared.resize(bytes.size());
+    EXPECT_TRUE(shared == bytes);
+
+    HADLDatabase db;
+    ASSERT_EQ(HADLDatabaseAPI(db).deserialize(shmName_), 0);
+    EXPECT_EQ(db.objNames.find(longText.c_str()), original.objNames.find(longText.c_str()));
+    EXPECT_EQ(db.objNames.find("after_long"), original.objNames.find("after_long"));
+    EXPECT_TRUE(db.sameSetup(original));
+}
+
+// Archives of library versions before 8 encode versions and counts in other widths.
+TEST_F(HADLPersistenceTest, OlderLibraryVersionFailsAndKeepsDatabase)
+{
+    HADLDatabase sample;
+    fillSampleDatabase(sample);
+    std::string older = bytesOf(sample);
+    older[30] = 7;
+    older[31] = 0;
+    writeBytes(path("older.bin"), older);
+    HADLDatabase db;
+    fillMarker(db);
+    const std::string before = bytesOf(db);
+    EXPECT_EQ(HADLDatabaseAPI(db).load(path("older.bin")), -1);
+    EXPECT_EQ(bytesOf(db), before);
+}
+
 TEST_F(HADLPersistenceTest, LoadKeepsEqualEntriesAndFindsTheLater)
 {
     HADLDatabase original;
