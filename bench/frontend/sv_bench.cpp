@@ -1,12 +1,14 @@
 // Throughput of the Verilog front-end: analyses the Verilog/SystemVerilog files of
 // FILELIST.tsv lists (one pass per list, in list order, with its include directories)
 // and reports MB/s and peak memory. When `verilator` or `iverilog` are on the PATH, their
-// preprocessors (-E) are timed on the same files for comparison.
-//   sv_bench [-repeat N] FILELIST.tsv...
+// preprocessors (-E) are timed once per list on the same files for comparison. With -pp only the
+// preprocessed token stream is drawn (no parse), and rates are per CPU second.
+//   sv_bench [-repeat N] [-pp] FILELIST.tsv...
 #include <sys/resource.h>
 
 #include <chrono>
 #include <cstdarg>
+#include <ctime>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -17,6 +19,7 @@
 #include "hdl/base/Message.h"
 #include "hdl/base/SourceStream.h"
 #include "hdl/sv/VeriLibrary.h"
+#include "hdl/sv/VeriPreprocessor.h"
 
 namespace {
 
@@ -68,59 +71,107 @@ bool onPath(const char* tool) {
     return std::system(cmd.c_str()) == 0;
 }
 
-// Times `tool -E` over the project's files, one invocation per file.
-void timeExternal(const char* tool, const Project& p) {
+// Times one `tool -E` run over the project's whole file list with its include
+// directories, as a build would call it (a run per file would mostly time start-up).
+// Returns the wall seconds, or 0 when the run failed.
+double timeExternal(const char* tool, const Project& p) {
+    bool verilator = std::string(tool) == "verilator";
+    std::string cmd = std::string(tool) + " -E";
+    if (!verilator) cmd += " -g2012 -o /dev/null";
+    for (const std::string& d : p.incdirs) cmd += " -I" + d;
+    for (const auto& f : p.files) cmd += " '" + f.first + "'";
+    cmd += verilator ? " >/dev/null 2>&1" : " 2>/dev/null";
     auto start = std::chrono::steady_clock::now();
-    int failures = 0;
-    for (const auto& f : p.files) {
-        std::string cmd = std::string(tool) + " -E";
-        for (const std::string& d : p.incdirs) cmd += (std::string(tool) == "verilator" ? " -I" : " -I ") + d;
-        cmd += " '" + f.first + "' >/dev/null 2>&1";
-        if (std::system(cmd.c_str()) != 0) ++failures;
-    }
+    int rc = std::system(cmd.c_str());
     double s = seconds(start);
-    std::printf("  %-10s -E: %8.3f s  %8.2f MB/s  (%d files failed)\n", tool, s, p.bytes / 1e6 / s, failures);
+    return rc == 0 ? s : 0;
+}
+
+// Preprocess+lex only: every file through its own preprocessor, tokens drawn and
+// dropped. Returns the project's CPU seconds per pass.
+double preprocessOnly(const Project& p, int repeat, size_t& tokens) {
+    std::clock_t start = std::clock();
+    for (int r = 0; r < repeat; ++r) {
+        for (const auto& f : p.files) {
+            hdl::VeriPreprocessorOptions opts;
+            opts.includeDirs = p.incdirs;
+            opts.language = f.second;
+            hdl::VeriPreprocessor pp(opts);
+            pp.pushFile(f.first);
+            for (hdl::VeriToken t = pp.next(); t.kind != hdl::VT_EOF; t = pp.next())
+                ++tokens;
+        }
+    }
+    return double(std::clock() - start) / CLOCKS_PER_SEC / repeat;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     int repeat = 5;
+    bool ppOnly = false;
     std::vector<Project> projects;
     for (int i = 1; i < argc; ++i) {
         std::string a = argv[i];
         if (a == "-repeat" && i + 1 < argc) repeat = std::max(1, std::atoi(argv[++i]));
+        else if (a == "-pp") ppOnly = true;
         else projects.push_back(readList(a));
     }
     if (projects.empty()) {
-        std::fprintf(stderr, "usage: sv_bench [-repeat N] FILELIST.tsv...\n");
+        std::fprintf(stderr, "usage: sv_bench [-repeat N] [-pp] FILELIST.tsv...\n");
         return 2;
     }
     hdl::Message::RegisterCallBackMsg(countErrors);
-    size_t totalBytes = 0;
-    double totalSeconds = 0;
+    if (ppOnly) {
+        size_t bytes = 0, tokens = 0;
+        double cpu = 0;
+        for (const Project& p : projects) {
+            double s = preprocessOnly(p, repeat, tokens);
+            bytes += p.bytes;
+            cpu += s;
+            std::printf("%s: %.2f MB, %.4f CPU s per pass, %.2f MB/s\n", p.list.c_str(), p.bytes / 1e6, s,
+                        p.bytes / 1e6 / s);
+        }
+        std::printf("preprocess+lex: %.2f MB, %zu tokens per pass, %.2f MB/s (CPU); %u errors\n", bytes / 1e6,
+                    tokens / size_t(repeat), bytes / 1e6 / cpu, errors / unsigned(repeat));
+        return 0;
+    }
+    size_t totalBytes = 0, treeBytes = 0;
+    double totalCpu = 0;
+    std::vector<double> ours;
     for (const Project& p : projects) {
         auto start = std::chrono::steady_clock::now();
+        std::clock_t cpuStart = std::clock();
         for (int r = 0; r < repeat; ++r) {
             hdl::veri_file::Reset();
             for (const std::string& d : p.incdirs) hdl::veri_file::AddIncludeDir(d.c_str());
             for (const auto& f : p.files) hdl::veri_file::Analyze(f.first.c_str(), f.second, "work");
         }
+        double cpu = double(std::clock() - cpuStart) / CLOCKS_PER_SEC / repeat;
         double s = seconds(start) / repeat;
+        for (hdl::VeriLibrary* lib : hdl::veri_file::AllLibraries()) treeBytes += lib->arena().bytesAllocated();
         totalBytes += p.bytes;
-        totalSeconds += s;
-        std::printf("%s: %zu files, %.2f MB, %.4f s per pass, %.2f MB/s\n", p.list.c_str(), p.files.size(),
-                    p.bytes / 1e6, s, p.bytes / 1e6 / s);
+        totalCpu += cpu;
+        ours.push_back(s);
+        std::printf("%s: %zu files, %.2f MB, %.4f s per pass (%.4f CPU s), %.2f MB/s (CPU)\n", p.list.c_str(),
+                    p.files.size(), p.bytes / 1e6, s, cpu, p.bytes / 1e6 / cpu);
     }
     struct rusage usage;
     getrusage(RUSAGE_SELF, &usage);
-    std::printf("total: %.2f MB at %.2f MB/s; peak memory %.1f MB; %u errors\n", totalBytes / 1e6,
-                totalBytes / 1e6 / totalSeconds, usage.ru_maxrss / 1024.0, errors / unsigned(repeat));
+    std::printf("total: %.2f MB at %.2f MB/s (CPU); tree %.2f bytes per source byte; peak memory %.1f MB; "
+                "%u errors\n",
+                totalBytes / 1e6, totalBytes / 1e6 / totalCpu, double(treeBytes) / double(totalBytes),
+                usage.ru_maxrss / 1024.0, errors / unsigned(repeat));
     for (const char* tool : {"verilator", "iverilog"}) {
         if (!onPath(tool)) continue;
-        for (const Project& p : projects) {
-            std::printf("%s\n", p.list.c_str());
-            timeExternal(tool, p);
+        for (size_t i = 0; i < projects.size(); ++i) {
+            const Project& p = projects[i];
+            double s = timeExternal(tool, p);
+            if (s > 0)
+                std::printf("  %-10s -E %s: %8.3f s  %8.2f MB/s  (%.1fx our analysis time)\n", tool,
+                            p.list.c_str(), s, p.bytes / 1e6 / s, s / ours[i]);
+            else
+                std::printf("  %-10s -E %s: failed\n", tool, p.list.c_str());
         }
     }
     return 0;

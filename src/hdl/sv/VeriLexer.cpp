@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
-#include <unordered_map>
 
 #include "hdl/base/Message.h"
 #include "hdl/sv/VeriMessageIds.h"
@@ -12,30 +11,92 @@ namespace hdl {
 
 namespace {
 
-bool isIdentStart(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-}
-bool isIdentChar(char c) {
-    return isIdentStart(c) || (c >= '0' && c <= '9') || c == '$';
-}
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v'; }
-bool isSpace(char c) { return isBlank(c) || c == '\n'; }
+// Character classes by table: one load per character instead of a chain of compares.
+enum : uint8_t { CC_IDSTART = 1, CC_IDCHAR = 2, CC_DIGIT = 4, CC_BLANK = 8, CC_NEWLINE = 16 };
 
-const std::unordered_map<std::string_view, uint16_t>& keywordMap() {
-    static const std::unordered_map<std::string_view, uint16_t> map = [] {
-        std::unordered_map<std::string_view, uint16_t> m;
-        for (int k = 0; k < VT_KIND_COUNT; ++k)
-            if (isKeywordKind(k))
-                m.emplace(tokenText(k), uint16_t(k));
-        return m;
-    }();
-    return map;
+struct CharClasses {
+    uint8_t of[256] = {};
+    constexpr CharClasses() {
+        for (int c = 0; c < 256; ++c) {
+            bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+            bool digit = c >= '0' && c <= '9';
+            uint8_t bits = 0;
+            if (letter)
+                bits |= CC_IDSTART | CC_IDCHAR;
+            if (digit)
+                bits |= CC_DIGIT | CC_IDCHAR;
+            if (c == '$')
+                bits |= CC_IDCHAR;
+            if (c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v')
+                bits |= CC_BLANK;
+            if (c == '\n')
+                bits |= CC_NEWLINE;
+            of[c] = bits;
+        }
+    }
+};
+constexpr CharClasses kClasses;
+
+inline bool hasClass(char c, uint8_t bits) { return (kClasses.of[static_cast<unsigned char>(c)] & bits) != 0; }
+inline bool isIdentStart(char c) { return hasClass(c, CC_IDSTART); }
+inline bool isIdentChar(char c) { return hasClass(c, CC_IDCHAR); }
+inline bool isDigit(char c) { return hasClass(c, CC_DIGIT); }
+inline bool isBlank(char c) { return hasClass(c, CC_BLANK); }
+inline bool isSpace(char c) { return hasClass(c, CC_BLANK | CC_NEWLINE); }
+
+// Keywords bucketed by length and first letter (every keyword starts with a-z), so a
+// word is compared against at most a handful of candidates of its own length.
+struct KeywordTable {
+    static constexpr size_t kMaxLen = 20;
+    struct Entry {
+        const char* text;
+        uint16_t kind;
+        VeriKeywordSet set;
+    };
+    std::vector<Entry> entries;
+    // Bucket b = length * 26 + letter covers entries[first[b], first[b + 1]).
+    uint16_t first[(kMaxLen + 1) * 26 + 1] = {};
+
+    KeywordTable() {
+        std::vector<Entry> bucketed[(kMaxLen + 1) * 26];
+        for (int k = 0; k < VT_KIND_COUNT; ++k) {
+            if (!isKeywordKind(k))
+                continue;
+            const char* text = tokenText(k);
+            size_t len = std::strlen(text);
+            bucketed[len * 26 + size_t(text[0] - 'a')].push_back(
+                Entry{text, uint16_t(k), tokenKeywordSet(k)});
+        }
+        for (size_t b = 0; b < (kMaxLen + 1) * 26; ++b) {
+            first[b] = uint16_t(entries.size());
+            entries.insert(entries.end(), bucketed[b].begin(), bucketed[b].end());
+        }
+        first[(kMaxLen + 1) * 26] = uint16_t(entries.size());
+    }
+
+    uint16_t find(std::string_view word, VeriKeywordSet set) const {
+        size_t len = word.size();
+        if (len < 2 || len > kMaxLen || word[0] < 'a' || word[0] > 'z')
+            return VT_IDENTIFIER;
+        size_t b = len * 26 + size_t(word[0] - 'a');
+        for (size_t i = first[b]; i < first[b + 1]; ++i) {
+            const Entry& e = entries[i];
+            if (std::memcmp(e.text + 1, word.data() + 1, len - 1) == 0)
+                return e.set > set ? uint16_t(VT_IDENTIFIER) : e.kind;
+        }
+        return VT_IDENTIFIER;
+    }
+};
+
+const KeywordTable& keywordTable() {
+    static const KeywordTable table;
+    return table;
 }
 
 struct OperatorSpelling {
     std::string_view text;
     uint16_t kind;
+    VeriKeywordSet set;
 };
 
 // Operator spellings by first character, longest first, for maximal munch.
@@ -43,7 +104,7 @@ const std::vector<OperatorSpelling>* operatorsByFirstChar() {
     static const std::vector<std::vector<OperatorSpelling>> table = [] {
         std::vector<std::vector<OperatorSpelling>> t(256);
         auto add = [&](std::string_view text, uint16_t kind) {
-            t[static_cast<unsigned char>(text[0])].push_back(OperatorSpelling{text, kind});
+            t[static_cast<unsigned char>(text[0])].push_back(OperatorSpelling{text, kind, tokenKeywordSet(kind)});
         };
         for (int k = 0; k < VT_KIND_COUNT; ++k)
             if (!isKeywordKind(k) && tokenText(k)[0] != '\0')
@@ -75,6 +136,12 @@ std::string_view nextWord(std::string_view& s) {
 int pragmaDirection(std::string_view body) {
     static const char* const prefixes[] = {"synopsys", "synthesis", "pragma", "xilinx",
                                            "cadence", "exemplar", "altera", "ambit"};
+    // Most comments are prose: reject on the first letter before splitting words.
+    size_t b = 0;
+    while (b < body.size() && isSpace(body[b]))
+        ++b;
+    if (b == body.size() || !std::strchr("spxcea", body[b]))
+        return 0;
     std::string_view first = nextWord(body);
     bool known = false;
     for (const char* p : prefixes)
@@ -92,11 +159,7 @@ int pragmaDirection(std::string_view body) {
 } // namespace
 
 uint16_t veriKeywordKind(std::string_view word, VeriKeywordSet set) {
-    const auto& map = keywordMap();
-    auto it = map.find(word);
-    if (it == map.end() || tokenKeywordSet(it->second) > set)
-        return VT_IDENTIFIER;
-    return it->second;
+    return keywordTable().find(word, set);
 }
 
 int veriKeywordSetOf(std::string_view version) {
@@ -121,9 +184,64 @@ VeriLexer::VeriLexer(std::string_view text, std::vector<VeriTextOrigin> origins)
     col_ = origins_[0].col;
 }
 
+void VeriLexer::trackTo(size_t limit) {
+    const char* p = text_.data() + trackPos_;
+    const char* end = text_.data() + limit;
+    // Tokens mostly lie a few characters apart: count the line ends in between
+    // directly, and leave long stretches (comments) to memchr.
+    uint32_t newlines = 0;
+    const char* lineStart = nullptr;
+    if (end - p < 64) {
+        const char* q = p;
+        // Eight characters at a time: a byte of `hits` is 0x80 exactly where the
+        // text holds a line end (the highest such byte is the last, little-endian).
+        constexpr uint64_t kLow7 = 0x7f7f7f7f7f7f7f7fULL;
+        for (; end - q >= 8; q += 8) {
+            uint64_t word;
+            std::memcpy(&word, q, 8);
+            uint64_t x = word ^ 0x0a0a0a0a0a0a0a0aULL;
+            uint64_t hits = ~(((x & kLow7) + kLow7) | x | kLow7);
+            if (hits) {
+                newlines += uint32_t(__builtin_popcountll(hits));
+                lineStart = q + (63 - __builtin_clzll(hits)) / 8 + 1;
+            }
+        }
+        for (; q < end; ++q) {
+            if (*q == '\n') {
+                ++newlines;
+                lineStart = q + 1;
+            }
+        }
+    } else {
+        for (const char* q = p; const void* hit = std::memchr(q, '\n', size_t(end - q));) {
+            ++newlines;
+            q = lineStart = static_cast<const char*>(hit) + 1;
+        }
+    }
+    if (newlines) {
+        line_ += newlines;
+        if (remapPending_) {
+            // The remap names the line after the first line end.
+            remapPending_ = false;
+            fileId_ = remapFile_;
+            line_ = remapLine_ + (newlines - 1);
+        }
+        col_ = 1;
+        p = lineStart;
+    }
+    col_ += uint32_t(end - p);
+    trackPos_ = limit;
+}
+
 ColLineFile VeriLexer::positionAt(size_t offset) {
     if (offset > text_.size())
         offset = text_.size();
+    // Past the last origin (a plain file from its start) only line ends count.
+    if (nextOrigin_ >= origins_.size()) {
+        if (offset > trackPos_)
+            trackTo(offset);
+        return ColLineFile(fileId_, line_, col_);
+    }
     for (;;) {
         while (nextOrigin_ < origins_.size() && origins_[nextOrigin_].offset <= trackPos_) {
             const VeriTextOrigin& o = origins_[nextOrigin_++];
@@ -136,20 +254,7 @@ ColLineFile VeriLexer::positionAt(size_t offset) {
         size_t limit = offset;
         if (nextOrigin_ < origins_.size() && origins_[nextOrigin_].offset < limit)
             limit = origins_[nextOrigin_].offset;
-        const char* p = text_.data() + trackPos_;
-        const char* end = text_.data() + limit;
-        while (const void* hit = std::memchr(p, '\n', size_t(end - p))) {
-            p = static_cast<const char*>(hit) + 1;
-            ++line_;
-            col_ = 1;
-            if (remapPending_) {
-                remapPending_ = false;
-                fileId_ = remapFile_;
-                line_ = remapLine_;
-            }
-        }
-        col_ += uint32_t(end - p);
-        trackPos_ = limit;
+        trackTo(limit);
     }
     return ColLineFile(fileId_, line_, col_);
 }
@@ -221,14 +326,21 @@ void VeriLexer::skipTranslateOff(size_t startPos) {
 }
 
 void VeriLexer::skipTrivia() {
+    const char* data = text_.data();
+    const size_t size = text_.size();
     for (;;) {
+        size_t p = pos_;
+        while (p < size && hasClass(data[p], CC_BLANK | CC_NEWLINE)) {
+            if (data[p] == '\n')
+                lineStart_ = true;
+            ++p;
+        }
+        if (p != pos_) {
+            pos_ = p;
+            spaceBefore_ = true;
+        }
         char c = peek();
-        if (isBlank(c)) {
-            ++pos_;
-        } else if (c == '\n') {
-            ++pos_;
-            lineStart_ = true;
-        } else if (c == '/' && peek(1) == '/') {
+        if (c == '/' && peek(1) == '/') {
             skipLineComment();
         } else if (c == '/' && peek(1) == '*') {
             skipBlockComment();
@@ -274,6 +386,8 @@ VeriToken VeriLexer::make(uint16_t kind, size_t start) {
 
 size_t VeriLexer::timeUnitLength(size_t at) const {
     static const std::string_view units[] = {"step", "ms", "us", "ns", "ps", "fs", "s"};
+    if (at >= text_.size() || !std::strchr("smunpf", text_[at]) || text_[at] == '\0')
+        return 0;
     for (std::string_view u : units) {
         size_t n = u.size();
         if (text_.compare(at, n, u) == 0 && !(at + n < text_.size() && isIdentChar(text_[at + n])))
@@ -354,8 +468,11 @@ VeriToken VeriLexer::lexNumber(size_t start) {
 
 VeriToken VeriLexer::lexOperator(size_t start) {
     const auto* byChar = operatorsByFirstChar();
+    const size_t left = text_.size() - pos_;
     for (const OperatorSpelling& op : byChar[static_cast<unsigned char>(peek())]) {
-        if (text_.compare(pos_, op.text.size(), op.text) != 0 || tokenKeywordSet(op.kind) > keywordSet_)
+        size_t n = op.text.size();
+        // The first character selected the list; compare the rest.
+        if (n > left || op.set > keywordSet_ || std::memcmp(text_.data() + pos_ + 1, op.text.data() + 1, n - 1) != 0)
             continue;
         uint16_t kind = op.kind;
         if (kind == VT_ATTR_OPEN) {
@@ -397,8 +514,11 @@ VeriToken VeriLexer::lex() {
         return make(VT_EOF, start);
     char c = peek();
     if (isIdentStart(c)) {
-        while (isIdentChar(peek()))
-            ++pos_;
+        const char* data = text_.data();
+        size_t p = pos_ + 1;
+        while (p < text_.size() && isIdentChar(data[p]))
+            ++p;
+        pos_ = p;
         return make(veriKeywordKind(text_.substr(start, pos_ - start), keywordSet_), start);
     }
     if (isDigit(c))

@@ -49,6 +49,8 @@ public:
     void setLineStart(bool atStart) { lineStart_ = atStart; }
 
 private:
+    // Advances the tracked position from trackPos_ to `limit` (no origin in between).
+    void trackTo(size_t limit);
     // Skips white space and comments, line ends included.
     void skipTrivia();
     char peek(size_t k = 0) const { return pos_ + k < text_.size() ? text_[pos_ + k] : '\0'; }

@@ -24,6 +24,17 @@ bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v';
 }
 
+struct RescanStops {
+    bool of[256] = {};
+    constexpr RescanStops() {
+        of[static_cast<unsigned char>('"')] = true;
+        of[static_cast<unsigned char>('/')] = true;
+        of[static_cast<unsigned char>('\\')] = true;
+        of[static_cast<unsigned char>('`')] = true;
+    }
+};
+constexpr RescanStops kRescanStops;
+
 // Index just past a string literal that starts at `i` (or the end of the text).
 size_t skipString(std::string_view s, size_t i) {
     for (++i; i < s.size(); ++i) {
@@ -153,7 +164,7 @@ VeriArgScan scanMacroArgs(std::string_view text, size_t& p, std::vector<VeriArgS
 }
 
 bool isVeriDirectiveName(std::string_view name) {
-    static const char* const names[] = {
+    static constexpr std::string_view names[] = {
         "define", "undef", "undefineall", "ifdef", "ifndef", "elsif", "else", "endif",
         "include", "line", "timescale", "resetall", "celldefine", "endcelldefine",
         "default_nettype", "unconnected_drive", "nounconnected_drive", "pragma",
@@ -164,7 +175,7 @@ bool isVeriDirectiveName(std::string_view name) {
         "noexpand_vectors", "remove_gatenames", "noremove_gatenames", "remove_netnames",
         "noremove_netnames", "suppress_faults", "nosuppress_faults", "enable_portfaults",
         "disable_portfaults", "portcoerce", "noportcoerce", "uselib"};
-    for (const char* n : names)
+    for (std::string_view n : names)
         if (name == n)
             return true;
     return false;
@@ -346,7 +357,11 @@ void VeriMacroExpander::rescan(const VeriMappedText& in, const ColLineFile& call
             continue;
         }
         if (c != '`' || !isIdentStart(d)) {
+            // Plain text up to the next character that can start a string, comment,
+            // escaped name or macro use.
             ++i;
+            while (i < n && !kRescanStops.of[static_cast<unsigned char>(s[i])])
+                ++i;
             continue;
         }
         size_t j = i + 1;

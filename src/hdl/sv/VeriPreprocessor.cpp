@@ -30,6 +30,20 @@ bool isIdentChar(char c) {
 }
 bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v'; }
 
+// How the scan of a `define body treats a character: plain text extends the body,
+// blanks may be trailing, the rest needs a closer look.
+enum : uint8_t { kBodyText = 0, kBodyBlank = 1, kBodySpecial = 2 };
+struct DefineBodyClasses {
+    uint8_t of[256] = {};
+    constexpr DefineBodyClasses() {
+        for (char c : {' ', '\t', '\r', '\f', '\v'})
+            of[static_cast<unsigned char>(c)] = kBodyBlank;
+        for (char c : {'\n', '\\', '"', '/'})
+            of[static_cast<unsigned char>(c)] = kBodySpecial;
+    }
+};
+constexpr DefineBodyClasses kDefineBodyClass;
+
 std::string_view trim(std::string_view s) {
     while (!s.empty() && (isBlank(s.front()) || s.front() == '\n'))
         s.remove_prefix(1);
@@ -106,12 +120,24 @@ struct VeriPreprocessor::Impl {
     size_t expansionBytes = 0;
 
     void trackDesignElements(uint16_t kind) {
-        if (kind == VT_MODULE || kind == VT_MACROMODULE || kind == VT_PRIMITIVE || kind == VT_PROGRAM ||
-            kind == VT_PACKAGE)
+        switch (kind) {
+        case VT_MODULE:
+        case VT_MACROMODULE:
+        case VT_PRIMITIVE:
+        case VT_PROGRAM:
+        case VT_PACKAGE:
             ++designDepth;
-        else if ((kind == VT_ENDMODULE || kind == VT_ENDPRIMITIVE || kind == VT_ENDPROGRAM ||
-                  kind == VT_ENDPACKAGE) && designDepth > 0)
-            --designDepth;
+            break;
+        case VT_ENDMODULE:
+        case VT_ENDPRIMITIVE:
+        case VT_ENDPROGRAM:
+        case VT_ENDPACKAGE:
+            if (designDepth > 0)
+                --designDepth;
+            break;
+        default:
+            break;
+        }
     }
 
     explicit Impl(VeriPreprocessor& owner) : pp(owner), expander(owner.macros_) {}
@@ -300,6 +326,15 @@ struct VeriPreprocessor::Impl {
         size_t e = p; // end of the last text that belongs to the body
         while (p < s.size()) {
             char c = s[p];
+            uint8_t cls = kDefineBodyClass.of[static_cast<unsigned char>(c)];
+            if (cls == kBodyText) {
+                e = ++p;
+                continue;
+            }
+            if (cls == kBodyBlank) {
+                ++p;
+                continue;
+            }
             if (c == '\n')
                 break;
             if (c == '\\' && p + 1 < s.size() && (s[p + 1] == '\n' || s[p + 1] == '\r')) {
