@@ -14,7 +14,10 @@ namespace {
 // Beyond this many lexical errors a file is treated as garbage and reading stops.
 constexpr unsigned kMaxLexErrors = 25;
 
-bool IsLetter(char c) { return std::isalpha(static_cast<unsigned char>(c)) || static_cast<unsigned char>(c) >= 0xc0; }
+bool IsLetter(char c) {
+    auto u = static_cast<unsigned char>(c);
+    return ((u | 0x20) >= 'a' && (u | 0x20) <= 'z') || u >= 0xc0;
+}
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsExtDigit(char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0; }
 
@@ -34,36 +37,42 @@ bool IsBaseSpecifier(std::string_view s) {
     return false;
 }
 
-// Splits a comment body into lower-case words.
-std::vector<std::string> CommentWords(std::string_view body, size_t max) {
-    std::vector<std::string> words;
-    size_t i = 0;
-    while (i < body.size() && words.size() < max) {
-        while (i < body.size() && std::isspace(static_cast<unsigned char>(body[i]))) ++i;
-        size_t b = i;
-        while (i < body.size() && !std::isspace(static_cast<unsigned char>(body[i]))) ++i;
-        if (i > b) {
-            std::string w(body.substr(b, i - b));
-            for (char& c : w) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-            words.push_back(w);
-        }
-    }
-    return words;
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
+
+// The next blank-separated word of a comment body from `i`; empty at the end. Views
+// into the text, since every comment of a file passes through here.
+std::string_view NextWord(std::string_view body, size_t& i) {
+    while (i < body.size() && IsBlank(body[i])) ++i;
+    size_t b = i;
+    while (i < body.size() && !IsBlank(body[i])) ++i;
+    return body.substr(b, i - b);
 }
 
-bool IsPragmaPrefix(const std::string& w) {
-    return w == "pragma" || w == "synthesis" || w == "synopsys" || w == "exemplar" ||
-           w == "cadence" || w == "rtl_synthesis" || w == "altera" || w == "xilinx";
+// `word` equals the lower-case `lower` without regard to case.
+bool WordIs(std::string_view word, std::string_view lower) {
+    if (word.size() != lower.size()) return false;
+    for (size_t k = 0; k < word.size(); ++k) {
+        char c = word[k];
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+        if (c != lower[k]) return false;
+    }
+    return true;
+}
+
+bool IsPragmaPrefix(std::string_view w) {
+    return WordIs(w, "pragma") || WordIs(w, "synthesis") || WordIs(w, "synopsys") || WordIs(w, "exemplar") ||
+           WordIs(w, "cadence") || WordIs(w, "rtl_synthesis") || WordIs(w, "altera") || WordIs(w, "xilinx");
 }
 
 // 0 no pragma, 1 region off, 2 region on.
 int PragmaKind(std::string_view body) {
-    auto w = CommentWords(body, 3);
-    if (w.size() < 2 || !IsPragmaPrefix(w[0])) return 0;
-    if (w[1] == "translate_off" || w[1] == "synthesis_off" || (w[0] == "rtl_synthesis" && w[1] == "off"))
-        return 1;
-    if (w[1] == "translate_on" || w[1] == "synthesis_on" || (w[0] == "rtl_synthesis" && w[1] == "on"))
-        return 2;
+    size_t i = 0;
+    std::string_view w0 = NextWord(body, i);
+    if (!IsPragmaPrefix(w0)) return 0;
+    std::string_view w1 = NextWord(body, i);
+    bool rtl = WordIs(w0, "rtl_synthesis");
+    if (WordIs(w1, "translate_off") || WordIs(w1, "synthesis_off") || (rtl && WordIs(w1, "off"))) return 1;
+    if (WordIs(w1, "translate_on") || WordIs(w1, "synthesis_on") || (rtl && WordIs(w1, "on"))) return 2;
     return 0;
 }
 
@@ -165,8 +174,8 @@ void VhdlLexer::SkipBlanksAndComments() {
 void VhdlLexer::LineComment(size_t start) {
     while (!AtEnd() && Peek() != '\n') Advance();
     std::string_view body = text_.substr(start + 2, pos_ - start - 2);
-    auto words = CommentWords(body, 1);
-    if (!words.empty() && words[0] == "psl") {
+    size_t first = 0;
+    if (WordIs(NextWord(body, first), "psl")) {
         ColLineFile loc = Here();
         Message::Info(vhdl_msg::kPslIgnored, &loc, "PSL statement in comment ignored");
         return;
@@ -217,8 +226,8 @@ void VhdlLexer::Directive() {
     while (!AtEnd() && Peek() != '\n') Advance();
     std::string_view rest = text_.substr(restBegin, pos_ - restBegin);
     if (name == "protect") {
-        auto w = CommentWords(rest, 1);
-        if (!w.empty() && w[0] == "begin_protected") {
+        size_t i = 0;
+        if (WordIs(NextWord(rest, i), "begin_protected")) {
             Message::Warning(vhdl_msg::kProtectIgnored, &loc, "protected envelope skipped");
             SkipProtected();
         }
@@ -311,8 +320,9 @@ void VhdlLexer::SkipProtected() {
         if (Peek() == '`') {
             size_t b = pos_;
             while (!AtEnd() && Peek() != '\n') Advance();
-            auto w = CommentWords(text_.substr(b + 1, pos_ - b - 1), 2);
-            if (w.size() == 2 && w[0] == "protect" && w[1] == "end_protected") return;
+            std::string_view line = text_.substr(b + 1, pos_ - b - 1);
+            size_t i = 0;
+            if (WordIs(NextWord(line, i), "protect") && WordIs(NextWord(line, i), "end_protected")) return;
         } else {
             Advance();
         }

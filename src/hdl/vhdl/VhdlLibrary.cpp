@@ -126,6 +126,7 @@ void vhdl_file::Reset() {
     s.ignoreTranslateOff = false;
     s.callback = nullptr;
     s.files.clear();
+    VhdlResolverForget();
 }
 
 bool vhdl_file::Analyze(const char* path, const char* library, unsigned mode) {

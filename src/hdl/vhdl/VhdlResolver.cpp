@@ -22,11 +22,54 @@ std::string Key(std::string_view name) {
     return key;
 }
 
-// One declarative region: its own declarations and those made visible by use clauses.
+// Names compare without regard to case unless extended; maps keyed this way take views
+// of the identifiers in the source text, so a lookup neither copies nor lower-cases.
+bool IsExtendedName(std::string_view s) { return s.size() > 1 && s[0] == '\\'; }
+char Fold(char c, bool extended) { return !extended && c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+size_t HashName(std::string_view s) {
+    bool ext = IsExtendedName(s);
+    size_t h = 14695981039346656037ull;
+    for (char c : s) h = (h ^ static_cast<unsigned char>(Fold(c, ext))) * 1099511628211ull;
+    return h;
+}
+
+// A name with its hash, computed once per lookup however many regions it passes.
+struct NameKey {
+    NameKey(std::string_view s) : text(s), hash(HashName(s)) {}
+    std::string_view text;
+    size_t hash;
+};
+struct NameHash {
+    size_t operator()(const NameKey& k) const { return k.hash; }
+};
+struct NameEq {
+    bool operator()(std::string_view a, std::string_view b) const {
+        if (a.size() != b.size()) return false;
+        bool ea = IsExtendedName(a), eb = IsExtendedName(b);
+        for (size_t i = 0; i < a.size(); ++i)
+            if (Fold(a[i], ea) != Fold(b[i], eb)) return false;
+        return true;
+    }
+    bool operator()(const NameKey& a, const NameKey& b) const { return a.hash == b.hash && (*this)(a.text, b.text); }
+};
+// The first identifier declared under each name.
+using NameMap = std::unordered_map<NameKey, VhdlIdDef*, NameHash, NameEq>;
+
+// What one use clause made visible: a single item, all of a package, or all units of a
+// library. Packages and libraries are looked into on demand rather than copied.
+struct UsedItem {
+    VhdlIdDef* single = nullptr;
+    const NameMap* package = nullptr;
+    VhdlLibrary* library = nullptr;
+};
+
+// One declarative region: its own declarations and, in order, what use clauses made
+// visible.
 struct Scope {
     Scope* parent = nullptr;
-    std::unordered_map<std::string, std::vector<VhdlIdDef*>> local;
-    std::unordered_map<std::string, std::vector<VhdlIdDef*>> used;
+    NameMap local;
+    std::vector<UsedItem> used;
     std::vector<VhdlTreeNode*> configSpecs;
 };
 
@@ -74,6 +117,34 @@ void DeclaredIds(VhdlTreeNode* decl, std::vector<VhdlIdDef*>& out) {
 const VhdlNodeList* PackageDecls(VhdlTreeNode* unit) {
     if (auto* pkg = dynamic_cast<VhdlPackageDecl*>(unit)) return &pkg->declarations;
     return nullptr;
+}
+
+// Per package, the index of its declarations; built once, since every unit that uses a
+// package would otherwise walk all its declarations again. Trees live until Reset.
+std::unordered_map<const VhdlTreeNode*, std::unique_ptr<NameMap>>& PackageIndexes() {
+    static std::unordered_map<const VhdlTreeNode*, std::unique_ptr<NameMap>> indexes;
+    return indexes;
+}
+
+const NameMap* PackageIndex(VhdlTreeNode* unit) {
+    const VhdlNodeList* decls = PackageDecls(unit);
+    if (!decls) return nullptr;
+    std::unique_ptr<NameMap>& index = PackageIndexes()[unit];
+    if (!index) {
+        index = std::make_unique<NameMap>();
+        std::vector<VhdlIdDef*> ids;
+        for (VhdlTreeNode* d : *decls) DeclaredIds(d, ids);
+        for (VhdlIdDef* id : ids)
+            if (id) index->emplace(id->OrigName(), id);
+    }
+    return index.get();
+}
+
+VhdlIdDef* FindIn(const NameMap& map, const NameKey& name) {
+    // Most regions declare nothing; skip hashing the name for them.
+    if (map.empty()) return nullptr;
+    auto it = map.find(name);
+    return it == map.end() ? nullptr : it->second;
 }
 
 class Resolver : public VhdlVisitor {
@@ -172,20 +243,12 @@ public:
         if (!suffix) return;
         VhdlIdDef* prefixId = IdOf(n.prefix);
         if (!prefixId) return;
-        std::string key = Key(suffix->text);
         if (VhdlLibrary* lib = LibraryOf(prefixId)) {
-            if (VhdlPrimaryUnit* unit = lib->GetPrimUnit(key.c_str())) suffix->resolved = unit->id;
+            if (VhdlPrimaryUnit* unit = lib->GetPrimUnit(Key(suffix->text).c_str())) suffix->resolved = unit->id;
             return;
         }
-        if (const VhdlNodeList* decls = PackageDecls(prefixId->declaration)) {
-            std::vector<VhdlIdDef*> ids;
-            for (VhdlTreeNode* d : *decls) DeclaredIds(d, ids);
-            for (VhdlIdDef* id : ids) {
-                if (id && Key(id->OrigName()) == key) {
-                    suffix->resolved = id;
-                    return;
-                }
-            }
+        if (const NameMap* index = PackageIndex(prefixId->declaration)) {
+            if (VhdlIdDef* id = FindIn(*index, suffix->text)) suffix->resolved = id;
         }
     }
     void Visit(VhdlAttributeName& n) override {
@@ -230,7 +293,7 @@ private:
     }
 
     void DeclareId(VhdlIdDef* id) {
-        if (id) current_->local[Key(id->OrigName())].push_back(id);
+        if (id) current_->local.emplace(id->OrigName(), id);
     }
     void Declare(VhdlTreeNode* decl) {
         if (auto* id = dynamic_cast<VhdlIdDef*>(decl)) {
@@ -247,18 +310,25 @@ private:
 
     VhdlIdDef* Lookup(std::string_view text) {
         if (text.empty() || text == "." || text == "^" || text == "@") return nullptr;
-        std::string key = Key(text);
+        NameKey key(text);
         for (Scope* s = current_; s; s = s->parent) {
-            auto it = s->local.find(key);
-            if (it != s->local.end() && !it->second.empty()) return it->second.front();
+            if (VhdlIdDef* id = FindIn(s->local, key)) return id;
         }
         for (Scope* s = current_; s; s = s->parent) {
-            auto it = s->used.find(key);
-            if (it != s->used.end() && !it->second.empty()) return it->second.front();
+            for (const UsedItem& item : s->used)
+                if (VhdlIdDef* id = FindUsed(item, key)) return id;
         }
         // `work` and the library names need no clause to be found by selected names.
-        if (key == "work" || vhdl_file::GetLibrary(key.c_str())) return LibraryId(key);
-        return nullptr;
+        bool library = NameEq()(text, "work");
+        for (VhdlLibrary* lib : vhdl_file::AllLibraries()) library = library || NameEq()(text, lib->Name());
+        return library ? LibraryId(Key(text)) : nullptr;
+    }
+
+    static VhdlIdDef* FindUsed(const UsedItem& item, const NameKey& name) {
+        if (item.single) return NameEq()(item.single->OrigName(), name.text) ? item.single : nullptr;
+        if (item.package) return FindIn(*item.package, name);
+        VhdlPrimaryUnit* unit = item.library ? item.library->GetPrimUnit(Key(name.text).c_str()) : nullptr;
+        return unit ? unit->id : nullptr;
     }
 
     // A library identifier for a library that no clause declared (work, std). These
@@ -331,10 +401,9 @@ private:
         bool all = dynamic_cast<VhdlAll*>(sel->suffix) != nullptr;
         if (VhdlLibrary* lib = LibraryOf(prefix)) {
             if (all) {
-                for (VhdlPrimaryUnit* unit : lib->PrimaryUnits())
-                    if (unit->id) current_->used[Key(unit->id->OrigName())].push_back(unit->id);
+                current_->used.push_back({nullptr, nullptr, lib});
             } else if (VhdlIdDef* id = IdOf(sel->suffix)) {
-                current_->used[Key(id->OrigName())].push_back(id);
+                current_->used.push_back({id, nullptr, nullptr});
             }
             return;
         }
@@ -346,15 +415,12 @@ private:
     }
 
     void UsePackage(VhdlPrimaryUnit* unit, const std::string_view* only) {
-        const VhdlNodeList* decls = PackageDecls(unit);
-        if (!decls) return;
-        std::vector<VhdlIdDef*> ids;
-        for (VhdlTreeNode* d : *decls) DeclaredIds(d, ids);
-        std::string want = only ? Key(*only) : std::string();
-        for (VhdlIdDef* id : ids) {
-            if (!id) continue;
-            std::string key = Key(id->OrigName());
-            if (!only || key == want) current_->used[key].push_back(id);
+        const NameMap* index = PackageIndex(unit);
+        if (!index) return;
+        if (!only) {
+            current_->used.push_back({nullptr, index, nullptr});
+        } else if (VhdlIdDef* id = FindIn(*index, *only)) {
+            current_->used.push_back({id, nullptr, nullptr});
         }
     }
 
@@ -471,6 +537,8 @@ private:
 };
 
 } // namespace
+
+void VhdlResolverForget() { PackageIndexes().clear(); }
 
 void VhdlResolveUnit(VhdlDesignUnit* unit, VhdlLibrary* library) {
     if (!unit || !library) return;

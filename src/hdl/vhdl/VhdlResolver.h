@@ -14,4 +14,7 @@ class VhdlLibrary;
 // already be in their libraries.
 void VhdlResolveUnit(VhdlDesignUnit* unit, VhdlLibrary* library);
 
+// Drops what resolution keeps about analysed trees; called when the trees are freed.
+void VhdlResolverForget();
+
 } // namespace hdl

@@ -13,8 +13,9 @@ struct KeywordInfo {
     unsigned edition;
 };
 
-const std::unordered_map<std::string, KeywordInfo>& KeywordTable() {
-    static const std::unordered_map<std::string, KeywordInfo> table = {
+// Keyed by views of the literal keyword texts, so that a lookup copies nothing.
+const std::unordered_map<std::string_view, KeywordInfo>& KeywordTable() {
+    static const std::unordered_map<std::string_view, KeywordInfo> table = {
 #define VHDL_KW_ROW(name, text, ed) {text, {VHDL_##name, ed}},
         VHDL_KEYWORDS(VHDL_KW_ROW)
 #undef VHDL_KW_ROW
@@ -26,11 +27,13 @@ const std::unordered_map<std::string, KeywordInfo>& KeywordTable() {
 
 VhdlToken VhdlKeyword(std::string_view text, unsigned mode) {
     if (text.size() > 18) return VHDL_ID;
-    std::string lower(text);
-    for (char& c : lower)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    char lower[18];
+    for (size_t i = 0; i < text.size(); ++i) {
+        char c = text[i];
+        lower[i] = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    }
     const auto& table = KeywordTable();
-    auto it = table.find(lower);
+    auto it = table.find(std::string_view(lower, text.size()));
     if (it == table.end()) return VHDL_ID;
     unsigned edition = it->second.edition;
     if (edition == VHDL_PSL) return mode == VHDL_PSL ? it->second.token : VHDL_ID;
