@@ -648,7 +648,7 @@ VeriModuleItem* VeriParser::Impl::parseGenerateFor(const VeriToken& start) {
         finish(decl);
         f->genvarDecl = decl;
         // The assignment names the genvar again.
-        ahead.push_front(n);
+        unread(n);
     }
     VeriToken as = peek();
     if (VeriExpression* lval = parseLValue()) f->init = parseAssignmentRest(lval, as, false);

@@ -11,7 +11,7 @@ constexpr unsigned kMaxDepth = 400;
 } // namespace
 
 VeriParser::Impl::Impl(VeriPreprocessor& p, Arena& a, VeriParserHooks h)
-    : pp(p), arena(a), hooks(std::move(h)) {
+    : pp(p), arena(a), hooks(std::move(h)), ring(64) {
     unitScopeOwner = arena.make<VeriPackage>();
     auto* id = arena.make<VeriModuleId>();
     id->name = "$unit";
@@ -33,21 +33,38 @@ VeriParser::Impl::DepthGuard::DepthGuard(Impl& parser) : p(parser) {
     }
 }
 
-const VeriToken& VeriParser::Impl::peek(size_t k) {
-    while (ahead.size() <= k) {
-        ahead.push_back(pp.next());
+void VeriParser::Impl::grow() {
+    std::vector<VeriToken> bigger(ring.size() * 2);
+    for (size_t i = 0; i < buffered; ++i) bigger[i] = ring[(head + i) & (ring.size() - 1)];
+    ring.swap(bigger);
+    head = 0;
+}
+
+void VeriParser::Impl::fill(size_t k) {
+    while (buffered <= k) {
+        if (buffered == ring.size()) grow();
+        VeriToken t = pp.next();
         // Lexer errors were reported already; the parser just doesn't see them.
-        if (ahead.back().kind == VT_ERROR) ahead.pop_back();
+        if (t.kind == VT_ERROR) continue;
+        ring[(head + buffered) & (ring.size() - 1)] = t;
+        ++buffered;
     }
-    return ahead[k];
+}
+
+void VeriParser::Impl::unread(const VeriToken& t) {
+    if (buffered == ring.size()) grow();
+    head = (head - 1) & (ring.size() - 1);
+    ring[head] = t;
+    ++buffered;
 }
 
 VeriToken VeriParser::Impl::take() {
-    peek();
-    VeriToken t = ahead.front();
-    if (t.kind != VT_EOF) ahead.pop_front();
-    prev = t;
-    return t;
+    prev = peek();
+    if (prev.kind != VT_EOF) {
+        head = (head + 1) & (ring.size() - 1);
+        --buffered;
+    }
+    return prev;
 }
 
 bool VeriParser::Impl::accept(unsigned k) {

@@ -3,7 +3,6 @@
 // ahead where the grammar needs them (declaration or instantiation or statement).
 #pragma once
 
-#include <deque>
 #include <string>
 #include <vector>
 
@@ -20,7 +19,11 @@ struct VeriParser::Impl {
     VeriPreprocessor& pp;
     Arena& arena;
     VeriParserHooks hooks;
-    std::deque<VeriToken> ahead;
+    // Tokens looked at but not yet taken: a ring whose size is a power of two, so the
+    // scans ahead neither shift nor copy what is already buffered.
+    std::vector<VeriToken> ring;
+    size_t head = 0;   // index of the current token in `ring`
+    size_t buffered = 0;
     VeriToken prev; // the last token consumed
     unsigned errors = 0;
     unsigned depth = 0;
@@ -35,7 +38,14 @@ struct VeriParser::Impl {
     std::vector<Pending> pending;
 
     // ---- tokens
-    const VeriToken& peek(size_t k = 0);
+    // The reference lasts until the next peek or take.
+    const VeriToken& peek(size_t k = 0) {
+        if (k >= buffered) fill(k);
+        return ring[(head + k) & (ring.size() - 1)];
+    }
+    void fill(size_t k); // reads tokens until k + 1 are buffered
+    void grow();
+    void unread(const VeriToken& t); // puts t back in front of the current token
     unsigned kind(size_t k = 0) { return peek(k).kind; }
     bool at(unsigned k) { return kind() == k; }
     VeriToken take();
