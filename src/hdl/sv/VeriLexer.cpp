@@ -218,6 +218,10 @@ void VeriLexer::trackTo(size_t limit) {
             q = lineStart = static_cast<const char*>(hit) + 1;
         }
     }
+    advance(newlines, newlines ? size_t(lineStart - text_.data()) : 0, limit);
+}
+
+void VeriLexer::advance(uint32_t newlines, size_t lineStart, size_t limit) {
     if (newlines) {
         line_ += newlines;
         if (remapPending_) {
@@ -227,9 +231,10 @@ void VeriLexer::trackTo(size_t limit) {
             line_ = remapLine_ + (newlines - 1);
         }
         col_ = 1;
-        p = lineStart;
+        col_ += uint32_t(limit - lineStart);
+    } else {
+        col_ += uint32_t(limit - trackPos_);
     }
-    col_ += uint32_t(end - p);
     trackPos_ = limit;
 }
 
@@ -328,11 +333,17 @@ void VeriLexer::skipTranslateOff(size_t startPos) {
 void VeriLexer::skipTrivia() {
     const char* data = text_.data();
     const size_t size = text_.size();
+    triviaStart_ = pos_;
+    triviaNewlines_ = 0;
+    triviaCounted_ = true;
     for (;;) {
         size_t p = pos_;
         while (p < size && hasClass(data[p], CC_BLANK | CC_NEWLINE)) {
-            if (data[p] == '\n')
+            if (data[p] == '\n') {
                 lineStart_ = true;
+                ++triviaNewlines_;
+                triviaLineStart_ = p + 1;
+            }
             ++p;
         }
         if (p != pos_) {
@@ -347,6 +358,7 @@ void VeriLexer::skipTrivia() {
         } else {
             return;
         }
+        triviaCounted_ = false; // comments hide line ends the loop above did not count
         spaceBefore_ = true;
     }
 }
@@ -369,10 +381,26 @@ bool VeriLexer::skipBlanksToLineEnd() {
 VeriToken VeriLexer::make(uint16_t kind, size_t start) {
     VeriToken t;
     t.kind = kind;
-    ColLineFile loc = positionAt(start);
-    t.fileId = loc.fileId;
-    t.line = loc.leftLine;
-    t.col = loc.leftCol;
+    // Fast path: tracking stands at the end of the previous token and the blanks since
+    // then were counted while skipping them, so no character needs a second look.
+    if (triviaCounted_ && trackPos_ == triviaStart_ && noOriginUpTo(start)) {
+        advance(triviaNewlines_, triviaLineStart_, start);
+        t.fileId = fileId_;
+        t.line = line_;
+        t.col = col_;
+    } else {
+        ColLineFile loc = positionAt(start);
+        t.fileId = loc.fileId;
+        t.line = loc.leftLine;
+        t.col = loc.leftCol;
+    }
+    triviaCounted_ = false;
+    // Only a string literal can hold a line end (after a backslash); over any other
+    // token tracking moves to its end, where the next trivia starts.
+    if (kind != VT_STRING_LITERAL && trackPos_ == start && noOriginUpTo(pos_)) {
+        col_ += uint32_t(pos_ - start);
+        trackPos_ = pos_;
+    }
     t.text = text_.substr(start, pos_ - start);
     if (lineStart_)
         t.flags |= VTF_FIRST_ON_LINE;

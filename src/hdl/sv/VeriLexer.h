@@ -51,6 +51,13 @@ public:
 private:
     // Advances the tracked position from trackPos_ to `limit` (no origin in between).
     void trackTo(size_t limit);
+    // Moves tracking to `limit` over text with `newlines` line ends, the last of them
+    // ending just before `lineStart`.
+    void advance(uint32_t newlines, size_t lineStart, size_t limit);
+    // No text origin takes effect in (trackPos_, offset].
+    bool noOriginUpTo(size_t offset) const {
+        return nextOrigin_ >= origins_.size() || origins_[nextOrigin_].offset > offset;
+    }
     // Skips white space and comments, line ends included.
     void skipTrivia();
     char peek(size_t k = 0) const { return pos_ + k < text_.size() ? text_[pos_ + k] : '\0'; }
@@ -76,6 +83,12 @@ private:
     uint32_t line_ = 1;
     uint32_t col_ = 1;
     bool remapPending_ = false;
+    // Line ends seen by the last skipTrivia between triviaStart_ and the token after
+    // it; valid while triviaCounted_ (no comment was skipped).
+    size_t triviaStart_ = 0;
+    size_t triviaLineStart_ = 0;
+    uint32_t triviaNewlines_ = 0;
+    bool triviaCounted_ = false;
     uint32_t remapFile_ = 0;
     uint32_t remapLine_ = 0;
 

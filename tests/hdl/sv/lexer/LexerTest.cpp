@@ -79,6 +79,65 @@ TEST(VeriLexer, KeywordSetsFollowTheLanguageRevision) {
     EXPECT_EQ(veriKeywordSetOf("1800-1999"), -1);
 }
 
+TEST(VeriLexer, EveryKeywordIsKnownFromItsOwnSetOn) {
+    for (int k = 0; k < VT_KIND_COUNT; ++k) {
+        if (!isKeywordKind(k))
+            continue;
+        std::string word = tokenText(k);
+        VeriKeywordSet first = tokenKeywordSet(k);
+        EXPECT_EQ(veriKeywordKind(word, first), k) << word;
+        EXPECT_EQ(veriKeywordKind(word, VERI_KW_SV2012), k) << word;
+        if (first > VERI_KW_1995) {
+            EXPECT_EQ(veriKeywordKind(word, VeriKeywordSet(first - 1)), VT_IDENTIFIER) << word;
+        }
+        // Near misses of the same length and first letter, and case, stay names.
+        std::string last = word;
+        last.back() = last.back() == 'q' ? 'j' : 'q';
+        EXPECT_EQ(veriKeywordKind(last, VERI_KW_SV2012), VT_IDENTIFIER) << last;
+        EXPECT_EQ(veriKeywordKind(word + "$", VERI_KW_SV2012), VT_IDENTIFIER) << word;
+        EXPECT_NE(veriKeywordKind(word.substr(0, word.size() - 1), VERI_KW_SV2012), k) << word;
+        std::string upper = word;
+        upper[0] = char(upper[0] - 'a' + 'A');
+        EXPECT_EQ(veriKeywordKind(upper, VERI_KW_SV2012), VT_IDENTIFIER) << upper;
+    }
+    EXPECT_EQ(veriKeywordKind("pulsestyle_ondetect_x", VERI_KW_SV2012), VT_IDENTIFIER);
+    EXPECT_EQ(veriKeywordKind("", VERI_KW_SV2012), VT_IDENTIFIER);
+}
+
+TEST(VeriLexer, PositionsMatchACharacterCountEverywhere) {
+    // Gaps of every shape between tokens: short and long blank runs with line ends at
+    // all offsets of a word, comments, strings continued over a line end.
+    std::string text;
+    for (int i = 0; i < 40; ++i) {
+        text += "w" + std::to_string(i);
+        text += std::string(size_t(i % 11), ' ');
+        if (i % 3 == 0)
+            text += '\n';
+        text += std::string(size_t(i % 7), '\t');
+        if (i % 5 == 0)
+            text += "\n\n" + std::string(size_t(60 + i), ' ') + "\n";
+        if (i % 8 == 1)
+            text += "/* a\n b */";
+        if (i % 9 == 2)
+            text += "\"s\\\nt\" ";
+        if (i % 4 == 3)
+            text += "+=";
+    }
+    auto tokens = lexAll(text);
+    ASSERT_GT(tokens.size(), 40u);
+    for (const VeriToken& t : tokens) {
+        size_t offset = size_t(t.text.data() - text.data());
+        uint32_t line = 1;
+        uint32_t col = 1;
+        for (size_t i = 0; i < offset; ++i) {
+            line += text[i] == '\n' ? 1 : 0;
+            col = text[i] == '\n' ? 1 : col + 1;
+        }
+        EXPECT_EQ(t.line, line) << t.text << " at " << offset;
+        EXPECT_EQ(t.col, col) << t.text << " at " << offset;
+    }
+}
+
 TEST(VeriLexer, IdentifierForms) {
     auto t = lexAll("a$b _x \\bus[0]  $display $ \\a+b ;");
     ASSERT_EQ(t.size(), 7u);
