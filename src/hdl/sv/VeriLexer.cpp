@@ -44,6 +44,15 @@ inline bool isDigit(char c) { return hasClass(c, CC_DIGIT); }
 inline bool isBlank(char c) { return hasClass(c, CC_BLANK); }
 inline bool isSpace(char c) { return hasClass(c, CC_BLANK | CC_NEWLINE); }
 
+// The n - 1 characters after the first of two spellings agree. Keywords and
+// operators are short: an inline loop beats a call to memcmp.
+inline bool sameTail(const char* a, const char* b, size_t n) {
+    for (size_t i = 1; i < n; ++i)
+        if (a[i] != b[i])
+            return false;
+    return true;
+}
+
 // Keywords bucketed by length and first letter (every keyword starts with a-z), so a
 // word is compared against at most a handful of candidates of its own length.
 struct KeywordTable {
@@ -81,7 +90,7 @@ struct KeywordTable {
         size_t b = len * 26 + size_t(word[0] - 'a');
         for (size_t i = first[b]; i < first[b + 1]; ++i) {
             const Entry& e = entries[i];
-            if (std::memcmp(e.text + 1, word.data() + 1, len - 1) == 0)
+            if (sameTail(e.text, word.data(), len))
                 return e.set > set ? uint16_t(VT_IDENTIFIER) : e.kind;
         }
         return VT_IDENTIFIER;
@@ -500,7 +509,7 @@ VeriToken VeriLexer::lexOperator(size_t start) {
     for (const OperatorSpelling& op : byChar[static_cast<unsigned char>(peek())]) {
         size_t n = op.text.size();
         // The first character selected the list; compare the rest.
-        if (n > left || op.set > keywordSet_ || std::memcmp(text_.data() + pos_ + 1, op.text.data() + 1, n - 1) != 0)
+        if (n > left || op.set > keywordSet_ || !sameTail(text_.data() + pos_, op.text.data(), n))
             continue;
         uint16_t kind = op.kind;
         if (kind == VT_ATTR_OPEN) {
