@@ -174,3 +174,67 @@ TEST(VhdlLexer, PositionsAreOneBasedWithEndColumns) {
 
 } // namespace
 } // namespace hdl
+
+namespace hdl {
+namespace {
+
+TEST(VhdlLexer, PragmaWordsAnyCaseAndOnlyKnownPrefixes) {
+    std::vector<std::string> skipped = {"a", "c"};
+    EXPECT_EQ(Lex("a\n--   Synopsys   TRANSLATE_OFF\nb\n-- SYNOPSYS translate_on\nc").spellings, skipped);
+    EXPECT_EQ(Lex("a\n-- rtl_synthesis off\nb\n-- rtl_synthesis on\nc").spellings, skipped);
+    // `off` alone belongs to rtl_synthesis only; unknown prefixes and a lone word are comments.
+    std::vector<std::string> kept = {"a", "b", "c"};
+    EXPECT_EQ(Lex("a\n-- pragma off\nb\n-- pragma on\nc").spellings, kept);
+    EXPECT_EQ(Lex("a\n-- vendor translate_off\nb\n-- vendor translate_on\nc").spellings, kept);
+    EXPECT_EQ(Lex("a\n-- translate_off\nb\nc").spellings, kept);
+    EXPECT_EQ(Lex("a\n--synthesis\nb\nc").spellings, kept);
+    // The off word must be a whole word.
+    EXPECT_EQ(Lex("a\n-- synthesis translate_offx\nb\nc").spellings, kept);
+}
+
+TEST(VhdlLexer, UnclosedTranslateOffWarnsAndDropsTheRest) {
+    test::MessageCapture capture;
+    auto l = Lex("a\n-- pragma translate_off\nb\nc");
+    std::vector<std::string> expect = {"a"};
+    EXPECT_EQ(l.spellings, expect);
+    EXPECT_EQ(capture.Count(VERIFIC_WARNING), 1u);
+}
+
+TEST(VhdlLexer, PslCommentsAreInformationNotTokens) {
+    test::MessageCapture capture;
+    auto l = Lex("a -- PSL assert always x;\nb --pslx\n");
+    std::vector<std::string> expect = {"a", "b"};
+    EXPECT_EQ(l.spellings, expect);
+    size_t psl = 0;
+    for (const auto& m : capture.All()) psl += m.id == vhdl_msg::kPslIgnored;
+    EXPECT_EQ(psl, 1u); // `pslx` is not the psl word
+}
+
+TEST(VhdlLexer, KeywordLookupIsBoundedAndCaseBlind) {
+    EXPECT_EQ(Lex("ArChItEcTuRe").kinds[0], VHDL_ARCHITECTURE);
+    // Longer than any keyword but starting like one.
+    EXPECT_EQ(Lex("architecture_of_a_very_long_name").kinds[0], VHDL_ID);
+    EXPECT_EQ(Lex("entityx").kinds[0], VHDL_ID);
+    EXPECT_EQ(Lex("entit").kinds[0], VHDL_ID);
+}
+
+TEST(VhdlLexer, LatinOneLettersContinueIdentifiers) {
+    auto l = Lex("caf\xe9 x\xc0y z", VHDL_93);
+    std::vector<std::string> expect = {"caf\xe9", "x\xc0y", "z"};
+    EXPECT_EQ(l.spellings, expect);
+    EXPECT_EQ(l.kinds[0], VHDL_ID);
+    // Digits and underscores continue a name; other punctuation ends it.
+    auto m = Lex("a_1b.c");
+    std::vector<std::string> parts = {"a_1b", ".", "c"};
+    EXPECT_EQ(m.spellings, parts);
+}
+
+TEST(VhdlLexer, ProtectEnvelopeEndsOnlyAtItsEndDirective) {
+    test::MessageCapture capture;
+    auto l = Lex("a\n`protect begin_protected\n`protect data\nx y\n`Protect END_PROTECTED\nb");
+    std::vector<std::string> expect = {"a", "b"};
+    EXPECT_EQ(l.spellings, expect);
+}
+
+} // namespace
+} // namespace hdl

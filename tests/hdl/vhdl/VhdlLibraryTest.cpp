@@ -125,3 +125,57 @@ TEST_F(VhdlLibraryTest, TranslateOffCanBeIgnored) {
 
 } // namespace
 } // namespace hdl
+
+namespace hdl {
+namespace {
+
+TEST_F(VhdlLibraryTest, ReanalysedSecondaryUnitsAreReplacedInPlaceAndReported) {
+    test::MessageCapture capture;
+    Files()["e.vhd"] = "entity e is end; architecture a1 of e is begin end; architecture a2 of e is begin end;";
+    Files()["a1.vhd"] = "architecture A1 of E is begin end;";
+    ASSERT_TRUE(vhdl_file::Analyze("e.vhd", "work", VHDL_93));
+    VhdlPrimaryUnit* e = vhdl_file::GetWorkLib()->GetPrimUnit("e");
+    VhdlSecondaryUnit* oldA1 = e->GetSecondaryUnit("a1");
+    EXPECT_EQ(e->GetSecondaryUnit(nullptr)->Name(), "a2");
+    ASSERT_TRUE(vhdl_file::Analyze("a1.vhd", "work", VHDL_93));
+    ASSERT_EQ(vhdl_file::ReplacedUnits().size(), 1u);
+    const VhdlReplacedUnit& r = vhdl_file::ReplacedUnits()[0];
+    EXPECT_EQ(r.primary, "e");
+    EXPECT_EQ(r.secondary, "A1");
+    EXPECT_EQ(r.oldUnit, oldA1);
+    EXPECT_EQ(r.newUnit, e->GetSecondaryUnit("a1"));
+    // Still two architectures, in their first order; the latest analysed is the default.
+    ASSERT_EQ(e->GetSecondaryUnits().size(), 2u);
+    EXPECT_EQ(e->GetSecondaryUnits()[0], r.newUnit);
+    EXPECT_EQ(e->GetSecondaryUnit(nullptr), r.newUnit);
+    // The next analysis starts a fresh list of replacements.
+    Files()["p.vhd"] = "package p is end;";
+    ASSERT_TRUE(vhdl_file::Analyze("p.vhd", "work", VHDL_93));
+    EXPECT_TRUE(vhdl_file::ReplacedUnits().empty());
+}
+
+TEST_F(VhdlLibraryTest, LatestSecondaryIsAnArchitectureNotAConfigurationOrBody) {
+    Files()["e.vhd"] = "entity e is end; architecture a of e is begin end; architecture b of e is begin end;";
+    Files()["ab.vhd"] = "architecture a of e is begin end;";
+    ASSERT_TRUE(vhdl_file::Analyze("e.vhd", "work", VHDL_93));
+    ASSERT_TRUE(vhdl_file::Analyze("ab.vhd", "work", VHDL_93));
+    EXPECT_EQ(vhdl_file::GetWorkLib()->GetPrimUnit("e")->GetSecondaryUnit(nullptr)->Name(), "a");
+    EXPECT_EQ(vhdl_file::GetWorkLib()->GetPrimUnit("e")->GetSecondaryUnit("nope"), nullptr);
+}
+
+TEST_F(VhdlLibraryTest, ReplacedPrimaryKeepsItsPlaceInIteration) {
+    Files()["abc.vhd"] = "package a is end; package b is end; package c is end;";
+    Files()["b.vhd"] = "entity B is end;";
+    ASSERT_TRUE(vhdl_file::Analyze("abc.vhd", "work", VHDL_93));
+    ASSERT_TRUE(vhdl_file::Analyze("b.vhd", "work", VHDL_93));
+    const auto& units = vhdl_file::GetWorkLib()->PrimaryUnits();
+    ASSERT_EQ(units.size(), 3u);
+    EXPECT_EQ(units[0]->Name(), "a");
+    EXPECT_EQ(units[1]->Id()->OrigName(), "B");
+    EXPECT_EQ(units[1]->GetClassId(), VhdlEntityDecl::kClassId);
+    EXPECT_EQ(units[2]->Name(), "c");
+    EXPECT_EQ(vhdl_file::GetWorkLib()->GetPrimUnit("b"), units[1]);
+}
+
+} // namespace
+} // namespace hdl

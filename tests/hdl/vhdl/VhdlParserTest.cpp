@@ -590,3 +590,43 @@ TEST(VhdlParser, EditionDecidesWhatIsAName) {
 
 } // namespace
 } // namespace hdl
+
+namespace hdl {
+namespace {
+
+TEST(VhdlParser, BrokenDeclarationDoesNotCostTheFollowingUnits) {
+    test::MessageCapture capture;
+    auto p = Parse("package broken is\n"
+                   "  constant : integer := ;\n"
+                   "  type t is (a, b;\n"
+                   "end package;\n"
+                   "entity good1 is\n"
+                   "end;\n"
+                   "\n"
+                   "  architecture rtl of good1 is\n"
+                   "begin\n"
+                   "end;\n"
+                   "package good2 is constant k : integer := 1; end;\n");
+    EXPECT_GE(p->errors, 1u);
+    std::vector<std::string> names;
+    for (VhdlDesignUnit* u : p->units) names.emplace_back(u->Name());
+    ASSERT_GE(names.size(), 3u);
+    EXPECT_EQ(names[names.size() - 3], "good1");
+    EXPECT_EQ(names[names.size() - 2], "rtl");
+    EXPECT_EQ(names[names.size() - 1], "good2");
+    VhdlDesignUnit* good1 = p->units[names.size() - 3];
+    VhdlDesignUnit* rtl = p->units[names.size() - 2];
+    VhdlDesignUnit* good2 = p->units[names.size() - 1];
+    EXPECT_EQ(good1->Linefile().leftLine, 5u);
+    EXPECT_EQ(good1->Linefile().leftCol, 1u);
+    EXPECT_EQ(rtl->Linefile().leftLine, 8u);
+    EXPECT_EQ(rtl->Linefile().leftCol, 3u);
+    EXPECT_EQ(rtl->Linefile().rightLine, 10u);
+    EXPECT_EQ(good2->Linefile().leftLine, 11u);
+    auto* pkg = dynamic_cast<VhdlPackageDecl*>(good2);
+    ASSERT_NE(pkg, nullptr);
+    EXPECT_EQ(pkg->GetDeclPart().Size(), 1u);
+}
+
+} // namespace
+} // namespace hdl

@@ -233,3 +233,219 @@ TEST_F(VhdlResolverTest, PackageBodySeesItsPackage) {
 
 } // namespace
 } // namespace hdl
+
+namespace hdl {
+namespace {
+
+// All references of a spelling, in walk order.
+class RefsInOrder : public VhdlVisitor {
+public:
+    void Visit(VhdlIdRef& n) override { byText[std::string(n.text)].push_back(&n); }
+    std::map<std::string, std::vector<VhdlIdRef*>> byText;
+};
+
+const char* kPkg = R"(
+package pkg is
+  constant Width : integer := 8;
+  constant \Ext\ : integer := 1;
+  function f (x : integer) return integer;
+  function f (x : bit) return bit;
+  constant deferred : integer;
+end package;
+package body pkg is
+  constant deferred : integer := 3;
+  constant hidden : integer := 4;
+  function f (x : integer) return integer is begin return x; end;
+  function f (x : bit) return bit is begin return x; end;
+end package body;
+)";
+
+TEST_F(VhdlResolverTest, UseClausesMatchNamesWithoutRegardToCaseExceptExtended) {
+    Analyze(kPkg);
+    Analyze(R"(
+use work.pkg.all;
+entity e is end;
+architecture r of e is
+  constant a : integer := WIDTH + width + f(1);
+  constant b : integer := \EXT\ + \Ext\;
+  constant c : integer := hidden;
+begin
+end;
+)");
+    RefsInOrder refs;
+    refs.TraverseNode(Arch("e"));
+    VhdlPrimaryUnit* pkg = vhdl_file::GetWorkLib()->GetPrimUnit("pkg");
+    ASSERT_EQ(refs.byText["WIDTH"].size(), 1u);
+    ASSERT_NE(refs.byText["WIDTH"][0]->GetId(), nullptr);
+    EXPECT_EQ(refs.byText["WIDTH"][0]->GetId(), refs.byText["width"][0]->GetId());
+    EXPECT_EQ(refs.byText["WIDTH"][0]->GetId()->owningUnit, pkg);
+    // Overloads: the name finds a function of the package, not nothing.
+    ASSERT_NE(refs.byText["f"][0]->GetId(), nullptr);
+    EXPECT_EQ(refs.byText["f"][0]->GetId()->owningUnit, pkg);
+    // Extended identifiers are exact: \EXT\ is another name than \Ext\.
+    EXPECT_EQ(refs.byText["\\EXT\\"][0]->GetId(), nullptr);
+    EXPECT_NE(refs.byText["\\Ext\\"][0]->GetId(), nullptr);
+    // What only the body declares is not visible to users of the package.
+    EXPECT_EQ(refs.byText["hidden"][0]->GetId(), nullptr);
+}
+
+TEST_F(VhdlResolverTest, BodyFindsItsOwnDeclarationsBeforeThePackages) {
+    Analyze(kPkg);
+    VhdlPrimaryUnit* pkg = vhdl_file::GetWorkLib()->GetPrimUnit("pkg");
+    VhdlSecondaryUnit* body = pkg->GetSecondaryUnit(nullptr);
+    ASSERT_NE(body, nullptr);
+    Analyze("package body pkg is constant k : integer := hidden2 + deferred; constant hidden2 : integer := 1; "
+            "function f (x : integer) return integer is begin return x + Width; end; "
+            "function f (x : bit) return bit is begin return x; end; end;");
+    body = pkg->GetSecondaryUnit(nullptr);
+    RefsInOrder refs;
+    refs.TraverseNode(body);
+    ASSERT_NE(refs.byText["deferred"][0]->GetId(), nullptr);
+    EXPECT_EQ(refs.byText["deferred"][0]->GetId()->owningUnit, pkg); // the deferred constant of the package
+    ASSERT_NE(refs.byText["Width"][0]->GetId(), nullptr);
+    EXPECT_EQ(refs.byText["Width"][0]->GetId()->owningUnit, pkg);
+    // A declaration is visible only after it: the use before it finds nothing.
+    EXPECT_EQ(refs.byText["hidden2"][0]->GetId(), nullptr);
+}
+
+TEST_F(VhdlResolverTest, InnerRegionsHideOuterOnesOnlyWhileOpen) {
+    Analyze(R"(
+entity e is generic (n : integer := 2); port (s : in bit); end;
+architecture r of e is
+  signal s : bit;
+  signal t : integer := n;
+begin
+  p : process is
+    variable s : integer;
+  begin
+    s := n;
+    wait;
+  end process;
+  q : process (s) is begin end process;
+end;
+)");
+    VhdlArchitectureBody* arch = Arch("e");
+    RefsInOrder refs;
+    refs.TraverseNode(arch);
+    const auto& s = refs.byText["s"];
+    ASSERT_EQ(s.size(), 2u);
+    ASSERT_NE(s[0]->GetId(), nullptr);
+    EXPECT_EQ(s[0]->GetId()->GetClassId(), VhdlVariableId::kClassId);
+    ASSERT_NE(s[1]->GetId(), nullptr);
+    // After the process, the architecture signal hides the entity port again.
+    EXPECT_EQ(s[1]->GetId()->GetClassId(), VhdlSignalId::kClassId);
+    EXPECT_EQ(s[1]->GetId()->owningUnit, arch);
+    for (VhdlIdRef* n : refs.byText["n"]) {
+        ASSERT_NE(n->GetId(), nullptr);
+        EXPECT_EQ(n->GetId()->owningUnit->Name(), "e"); // the generic, from the entity region
+    }
+}
+
+TEST_F(VhdlResolverTest, LibraryUseAllAndSelectiveUnitUse) {
+    Analyze(kPkg, "cells");
+    Analyze("package other is constant k : integer := 1; end;", "cells");
+    Analyze(R"(
+library cells;
+use cells.all;
+entity e is end;
+architecture r of e is
+  constant a : integer := pkg.width + other.k + missing.k;
+begin end;
+)");
+    RefsInOrder refs;
+    refs.TraverseNode(Arch("e"));
+    VhdlLibrary* cells = vhdl_file::GetLibrary("cells");
+    ASSERT_NE(refs.byText["pkg"][0]->GetId(), nullptr);
+    EXPECT_EQ(refs.byText["pkg"][0]->GetId(), cells->GetPrimUnit("pkg")->Id());
+    EXPECT_EQ(refs.byText["other"][0]->GetId(), cells->GetPrimUnit("other")->Id());
+    ASSERT_NE(refs.byText["width"][0]->GetId(), nullptr);
+    EXPECT_EQ(refs.byText["width"][0]->GetId()->owningUnit, cells->GetPrimUnit("pkg"));
+    EXPECT_EQ(refs.byText["missing"][0]->GetId(), nullptr);
+    EXPECT_EQ(refs.byText["k"].size(), 2u);
+    EXPECT_EQ(refs.byText["k"][1]->GetId(), nullptr);
+}
+
+TEST_F(VhdlResolverTest, PackagesAnalysedAfterTheirUsersResolveOnResolveAll) {
+    Analyze("use work.late.all; entity e is end; architecture r of e is constant a : integer := k; begin end;");
+    RefsInOrder refs;
+    refs.TraverseNode(Arch("e"));
+    ASSERT_EQ(refs.byText["k"].size(), 1u);
+    EXPECT_EQ(refs.byText["k"][0]->GetId(), nullptr);
+    Analyze("package late is constant k : integer := 1; end;");
+    vhdl_file::ResolveAll();
+    // The use clause of the entity is resolved with the entity, and the architecture
+    // continues it.
+    ASSERT_NE(refs.byText["k"][0]->GetId(), nullptr);
+    EXPECT_EQ(refs.byText["k"][0]->GetId()->owningUnit->Name(), "late");
+}
+
+TEST_F(VhdlResolverTest, ConfigurationSpecificationsPickInstancesByLabelAllOrOthers) {
+    Analyze(kLeaves);
+    Analyze(R"(
+entity top is end;
+architecture rtl of top is
+  component leaf is port (a : in bit); end component;
+  component comp2 is end component;
+  signal s : bit;
+  for u1 : leaf use entity work.leaf(a1);
+  for others : leaf use entity work.other(x);
+  for all : comp2 use entity work.other;
+  for open_one : leaf use open;
+begin
+  u1 : leaf port map (a => s);
+  u2 : leaf port map (a => s);
+  v1 : comp2;
+  v2 : comp2;
+end;
+)");
+    Instances inst;
+    inst.TraverseNode(Arch("top"));
+    ASSERT_EQ(inst.byLabel.size(), 4u);
+    EXPECT_EQ(inst.byLabel["u1"]->boundEntity->Name(), "leaf");
+    EXPECT_EQ(inst.byLabel["u1"]->boundArchitecture->Name(), "a1");
+    EXPECT_EQ(inst.byLabel["u2"]->boundEntity->Name(), "other");
+    for (const char* v : {"v1", "v2"}) {
+        ASSERT_NE(inst.byLabel[v]->boundEntity, nullptr) << v;
+        EXPECT_EQ(inst.byLabel[v]->boundEntity->Name(), "other");
+        EXPECT_EQ(inst.byLabel[v]->boundArchitecture->Name(), "x"); // the only architecture
+    }
+}
+
+TEST_F(VhdlResolverTest, UnboundComponentsStayUnboundAndDirectEntitiesNeedTheirLibrary) {
+    Analyze(kLeaves, "cells");
+    Analyze(R"(
+entity top is end;
+architecture rtl of top is
+  component leaf is port (a : in bit); end component;
+  signal s : bit;
+begin
+  u1 : leaf port map (a => s);
+  u2 : entity cells.leaf(a1) port map (a => s);
+  u3 : entity work.leaf port map (a => s);
+end;
+)");
+    Instances inst;
+    inst.TraverseNode(Arch("top"));
+    // Default binding looks in work only, unless the search order says otherwise.
+    EXPECT_NE(inst.byLabel["u1"]->GetInstantiatedUnit(), nullptr);
+    EXPECT_EQ(inst.byLabel["u1"]->boundEntity, nullptr);
+    ASSERT_NE(inst.byLabel["u2"]->boundEntity, nullptr);
+    EXPECT_EQ(inst.byLabel["u2"]->boundEntity->GetOwningLib()->Name(), "cells");
+    EXPECT_EQ(inst.byLabel["u2"]->boundArchitecture->Name(), "a1");
+    EXPECT_EQ(inst.byLabel["u3"]->boundEntity, nullptr);
+}
+
+TEST_F(VhdlResolverTest, ReanalysedPackageIsSeenByLaterUsers) {
+    Analyze("package p is constant old_k : integer := 1; end;");
+    Analyze("package p is constant new_k : integer := 2; end;");
+    Analyze("use work.p.all; entity e is end; architecture r of e is "
+            "constant a : integer := old_k + new_k; begin end;");
+    RefsInOrder refs;
+    refs.TraverseNode(Arch("e"));
+    EXPECT_EQ(refs.byText["old_k"][0]->GetId(), nullptr);
+    ASSERT_NE(refs.byText["new_k"][0]->GetId(), nullptr);
+    EXPECT_EQ(refs.byText["new_k"][0]->GetId()->owningUnit, vhdl_file::GetWorkLib()->GetPrimUnit("p"));
+}
+
+} // namespace
+} // namespace hdl
