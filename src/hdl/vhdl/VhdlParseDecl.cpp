@@ -751,7 +751,19 @@ VhdlTreeNode* VhdlParser::ParseInterfaceElement() {
         decl->mode = Kind();
         ++pos_;
     }
-    decl->subtype = ParseSubtypeIndication();
+    if (Is(VHDL_TYPE) && mode_ == VHDL_2019) {
+        // An anonymous type of 2019 (`type is private`, `type is <>`): an unnamed generic
+        // type, read as the named ones are.
+        size_t typeStart = pos_++;
+        auto* anonymous = arena_.make<VhdlInterfaceTypeDecl>();
+        if (Accept(VHDL_IS)) {
+            while (!AtEndOfFile() && !Is(VHDL_SEMI) && !Is(VHDL_RPAREN) && !Is(VHDL_VARASSIGN)) ++pos_;
+        }
+        Finish(anonymous, typeStart);
+        decl->subtype = anonymous;
+    } else {
+        decl->subtype = ParseSubtypeIndication();
+    }
     if (Is(VHDL_BUS) || Is(VHDL_REGISTER)) {
         decl->signalKind = Kind();
         ++pos_;

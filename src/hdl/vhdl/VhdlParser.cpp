@@ -27,11 +27,6 @@ VhdlParser::VhdlParser(Arena& arena, std::string_view text, std::vector<VhdlTok>
     }
 }
 
-const VhdlTok& VhdlParser::Tok(size_t ahead) const {
-    size_t i = pos_ + ahead;
-    return i < toks_.size() ? toks_[i] : toks_.back();
-}
-
 bool VhdlParser::Accept(unsigned kind) {
     if (Kind() != kind) return false;
     if (pos_ + 1 < toks_.size()) ++pos_;

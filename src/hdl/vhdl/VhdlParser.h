@@ -27,7 +27,11 @@ public:
 
 private:
     // Tokens.
-    const VhdlTok& Tok(size_t ahead = 0) const;
+    // Inline: the parser asks for the current token several times per token.
+    const VhdlTok& Tok(size_t ahead = 0) const {
+        size_t i = pos_ + ahead;
+        return i < toks_.size() ? toks_[i] : toks_.back();
+    }
     unsigned Kind(size_t ahead = 0) const { return Tok(ahead).kind; }
     bool Is(unsigned kind) const { return Kind() == kind; }
     bool Accept(unsigned kind);

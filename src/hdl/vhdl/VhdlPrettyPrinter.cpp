@@ -405,7 +405,10 @@ public:
             Print(n.init);
         }
     }
-    void Visit(VhdlInterfaceTypeDecl& n) override { out_ << "type " << n.id->OrigName(); }
+    void Visit(VhdlInterfaceTypeDecl& n) override {
+        out_ << "type";
+        if (n.id) out_ << " " << n.id->OrigName(); // none for the anonymous type of a port
+    }
     void Spec(const VhdlSubprogramSpec& n, bool function) {
         if (n.purity) {
             Kw(n.purity);

@@ -630,3 +630,28 @@ TEST(VhdlParser, BrokenDeclarationDoesNotCostTheFollowingUnits) {
 
 } // namespace
 } // namespace hdl
+
+namespace hdl {
+namespace {
+
+TEST(VhdlParser, AnonymousPortTypesOf2019) {
+    const char* src = "entity e is port (a : type is private; b : in type is <>; c : bit); end;";
+    test::MessageCapture capture;
+    auto p = Parse(src, VHDL_2019);
+    EXPECT_EQ(p->errors, 0u) << capture.Errors();
+    ASSERT_EQ(p->units.size(), 1u);
+    const VhdlNodeList& ports = static_cast<VhdlEntityDecl*>(p->units[0])->GetPortClause();
+    ASSERT_EQ(ports.Size(), 3u);
+    auto* b = static_cast<VhdlInterfaceDecl*>(ports.At(1));
+    EXPECT_EQ(b->GetMode(), static_cast<unsigned>(VHDL_IN));
+    ASSERT_NE(b->GetSubtypeIndication(), nullptr);
+    EXPECT_EQ(b->GetSubtypeIndication()->GetClassId(), VhdlInterfaceTypeDecl::kClassId);
+    EXPECT_EQ(static_cast<VhdlInterfaceDecl*>(ports.At(2))->GetSubtypeIndication()->GetClassId(),
+              VhdlIdRef::kClassId);
+    // Before 2019 a port has no anonymous type.
+    test::MessageCapture older;
+    EXPECT_GT(Parse(src, VHDL_2008)->errors, 0u);
+}
+
+} // namespace
+} // namespace hdl
