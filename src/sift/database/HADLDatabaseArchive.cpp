@@ -418,7 +418,8 @@ void fields(Writer& out, HADLVectorLayer<T>& layer)
     const std::vector<T>& items = *layer.items;
     out.prim(std::uint64_t(items.size()));
     if constexpr (std::is_same_v<T, unsigned>) {
-        out.buffer.put(items.data(), items.size() * sizeof(unsigned));
+        if (!items.empty())
+            out.buffer.put(items.data(), items.size() * sizeof(unsigned));
     } else {
         out.prim(std::uint32_t(0)); // item version
         for (const T& item : items)
@@ -437,7 +438,8 @@ void fields(Reader& in, HADLVectorLayer<T>& layer)
         if (count > in.buffer.left() / sizeof(unsigned))
             damaged();
         items.resize(count);
-        std::memcpy(items.data(), in.buffer.take(count * sizeof(unsigned)), count * sizeof(unsigned));
+        if (count != 0) // an empty vector's data() may be null, which memcpy must not get
+            std::memcpy(items.data(), in.buffer.take(count * sizeof(unsigned)), count * sizeof(unsigned));
     } else {
         std::uint32_t itemVersion = 0;
         in.prim(itemVersion);
