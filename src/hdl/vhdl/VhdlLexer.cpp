@@ -172,10 +172,17 @@ void VhdlLexer::SkipBlanksAndComments() {
 }
 
 void VhdlLexer::LineComment(size_t start) {
-    while (!AtEnd() && Peek() != '\n') Advance();
+    // The rest of the line holds no newline, so the column moves by its length.
+    size_t end = text_.find('\n', pos_);
+    if (end == std::string_view::npos) end = text_.size();
+    col_ += static_cast<uint32_t>(end - pos_);
+    pos_ = end;
     std::string_view body = text_.substr(start + 2, pos_ - start - 2);
     size_t first = 0;
-    if (WordIs(NextWord(body, first), "psl")) {
+    std::string_view word = NextWord(body, first);
+    // No word that starts a pragma or PSL is longer than "rtl_synthesis".
+    if (word.size() > 13) return;
+    if (WordIs(word, "psl")) {
         ColLineFile loc = Here();
         Message::Info(vhdl_msg::kPslIgnored, &loc, "PSL statement in comment ignored");
         return;

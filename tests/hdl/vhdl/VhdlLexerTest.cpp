@@ -210,6 +210,15 @@ TEST(VhdlLexer, PslCommentsAreInformationNotTokens) {
     EXPECT_EQ(psl, 1u); // `pslx` is not the psl word
 }
 
+TEST(VhdlLexer, PositionsAfterLineCommentsAndCommentAtEndOfFile) {
+    auto l = Lex("a -- first ------------------------------\n  b --last");
+    ASSERT_EQ(l.spellings.size(), 2u);
+    EXPECT_EQ(l.toks[1].line, 2u);
+    EXPECT_EQ(l.toks[1].col, 3u);
+    EXPECT_EQ(l.toks[2].kind, static_cast<unsigned>(VHDL_EOF));
+    EXPECT_EQ(l.toks[2].line, 2u);
+}
+
 TEST(VhdlLexer, KeywordLookupIsBoundedAndCaseBlind) {
     EXPECT_EQ(Lex("ArChItEcTuRe").kinds[0], VHDL_ARCHITECTURE);
     // Longer than any keyword but starting like one.
