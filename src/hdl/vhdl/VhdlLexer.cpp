@@ -468,7 +468,11 @@ bool VhdlLexer::EvalRelation(const std::vector<std::string_view>& w, size_t& at,
 }
 
 void VhdlLexer::Identifier(VhdlTok& t) {
-    while (!AtEnd() && (IsLetter(Peek()) || IsDigit(Peek()) || Peek() == '_')) Advance();
+    // A name holds no newline, so the column moves by its length.
+    size_t end = pos_;
+    while (end < text_.size() && (IsLetter(text_[end]) || IsDigit(text_[end]) || text_[end] == '_')) ++end;
+    col_ += static_cast<uint32_t>(end - pos_);
+    pos_ = end;
     std::string_view word = text_.substr(t.begin, pos_ - t.begin);
     if (Peek() == '"' && IsBaseSpecifier(word)) {
         BitStringTail(t);
