@@ -64,11 +64,11 @@ TEST(VeriModuleQueries, TypeParametersInHeaderOrBody) {
 TEST(VeriModuleQueries, CellDefineCoversOnlyTheUnitsInside) {
     ASSERT_TRUE(veritest::analyze("module first; endmodule\n"
                                   "`celldefine\n"
-                                  "module cell; endmodule\n"
+                                  "module c1; endmodule\n"
                                   "`endcelldefine\n"
                                   "module last; endmodule\n"));
     EXPECT_FALSE(veritest::unit("first")->IsCellDefine());
-    EXPECT_TRUE(veritest::unit("cell")->IsCellDefine());
+    EXPECT_TRUE(veritest::unit("c1")->IsCellDefine());
     EXPECT_FALSE(veritest::unit("last")->IsCellDefine());
 }
 
@@ -127,9 +127,9 @@ TEST(VeriParserRecovery, GoodItemsAfterABrokenOneKeepTheirPlaces) {
     EXPECT_EQ(ok->loc.leftCol, 3u);
     EXPECT_EQ(assign->loc.leftLine, 4u);
     EXPECT_EQ(m->loc.rightLine, 5u);
-    VeriModule* after = veritest::unit("after");
-    ASSERT_NE(after, nullptr);
-    EXPECT_EQ(after->loc.leftLine, 6u);
+    VeriModule* last = veritest::unit("last");
+    ASSERT_NE(last, nullptr);
+    EXPECT_EQ(last->loc.leftLine, 6u);
 }
 
 // Each reference by name, in walk order, with what it resolved to.
