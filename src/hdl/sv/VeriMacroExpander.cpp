@@ -14,12 +14,20 @@ constexpr size_t kMaxDepth = 64;
 constexpr size_t kMaxExpansions = 1000000;
 constexpr size_t kMaxBytes = 16u << 20;
 
-bool isIdentStart(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-}
-bool isIdentChar(char c) {
-    return isIdentStart(c) || (c >= '0' && c <= '9') || c == '$';
-}
+// Name characters by table: bodies and arguments are walked a character at a time.
+struct NameChars {
+    uint8_t of[256] = {}; // 1 may start a name, 2 may continue one
+    constexpr NameChars() {
+        for (int c = 0; c < 256; ++c) {
+            bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+            of[c] = uint8_t((letter ? 3 : 0) | ((c >= '0' && c <= '9') || c == '$' ? 2 : 0));
+        }
+    }
+};
+constexpr NameChars kNameChars;
+
+inline bool isIdentStart(char c) { return (kNameChars.of[static_cast<unsigned char>(c)] & 1) != 0; }
+inline bool isIdentChar(char c) { return (kNameChars.of[static_cast<unsigned char>(c)] & 2) != 0; }
 bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v';
 }
