@@ -33,7 +33,7 @@ std::unique_ptr<SourceStream> OpenSourceStream(StreamCallBack callback, const ch
         if (s) return std::unique_ptr<SourceStream>(s);
         return std::make_unique<SourceStream>(nullptr);
     }
-    if (!FileSystem::IsRegularFile(name)) return std::make_unique<SourceStream>(nullptr);
+    if (!FileSystem::IsSourceFile(name)) return std::make_unique<SourceStream>(nullptr);
     auto* f = new std::ifstream(name, std::ios::in | std::ios::binary);
     if (!f->is_open()) {
         delete f;
@@ -55,9 +55,12 @@ std::string FileSystem::Join(const std::string& dir, const std::string& name) {
     return dir + "/" + name;
 }
 
-bool FileSystem::IsRegularFile(const std::string& path) {
+bool FileSystem::IsSourceFile(const std::string& path) {
     struct stat st;
-    return ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+    if (::stat(path.c_str(), &st) != 0) return false;
+    if (S_ISREG(st.st_mode)) return true;
+    struct stat null;
+    return S_ISCHR(st.st_mode) && ::stat("/dev/null", &null) == 0 && st.st_rdev == null.st_rdev;
 }
 
 } // namespace hdl

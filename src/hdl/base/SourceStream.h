@@ -44,7 +44,9 @@ struct FileSystem {
     static std::string DirectoryPath(const std::string& path);
     static std::string Join(const std::string& dir, const std::string& name);
     static bool IsAbsolute(const std::string& path) { return !path.empty() && path[0] == '/'; }
-    static bool IsRegularFile(const std::string& path);
+    // A regular file, or the null device (which reads as an empty file). Directories,
+    // pipes and other devices are refused: reading them fails, blocks or never ends.
+    static bool IsSourceFile(const std::string& path);
 };
 
 } // namespace hdl

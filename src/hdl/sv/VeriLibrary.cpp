@@ -38,6 +38,7 @@ struct State {
     std::vector<std::string> includeDirs;
     std::vector<std::string> defines;
     std::vector<std::string> lOptions;
+    bool ignoreTranslateOff = false;
     StreamCallBack streamCallBack = nullptr;
     veri_file::ReplaceCallBack replaceCallBack = nullptr;
 };
@@ -70,6 +71,7 @@ bool analyze(const std::vector<Source>& sources, unsigned mode, const char* libr
     options.defines = state().defines;
     options.language = preprocessorLanguage(mode);
     options.streamCallBack = state().streamCallBack;
+    options.ignoreTranslateOff = state().ignoreTranslateOff;
     VeriPreprocessor pp(options);
     bool ok = true;
     for (const Source& s : sources) {
@@ -140,6 +142,8 @@ void veri_file::AddLOption(const char* library) {
 
 const std::vector<std::string>& veri_file::GetLOptions() { return state().lOptions; }
 
+void veri_file::SetIgnoreTranslateOff(bool ignore) { state().ignoreTranslateOff = ignore; }
+
 void veri_file::RegisterFlexStreamCallBack(StreamCallBack callback) { state().streamCallBack = callback; }
 
 StreamCallBack veri_file::GetFlexStreamCallBack() { return state().streamCallBack; }
@@ -178,6 +182,7 @@ void veri_file::Reset() {
     s.includeDirs.clear();
     s.defines.clear();
     s.lOptions.clear();
+    s.ignoreTranslateOff = false;
     s.streamCallBack = nullptr;
     s.replaceCallBack = nullptr;
 }

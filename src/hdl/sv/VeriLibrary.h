@@ -60,6 +60,8 @@ public:
     // NAME or NAME=VALUE style definitions given on the command line.
     static void DefineMacro(const char* name, const char* value = nullptr);
     static void UndefineAllMacros();
+    // Text between translate_off/synthesis_off and their closing pragma is read too.
+    static void SetIgnoreTranslateOff(bool ignore);
 
     // Libraries to search, in this order, for units that instantiations name (-L).
     static void AddLOption(const char* library);

@@ -443,11 +443,11 @@ struct VeriPreprocessor::Impl {
         if (FileSystem::IsAbsolute(name))
             return name;
         std::string local = FileSystem::Join(dir, name);
-        if (FileSystem::IsRegularFile(local))
+        if (FileSystem::IsSourceFile(local))
             return local;
         for (const std::string& inc : pp.options_.includeDirs) {
             std::string candidate = FileSystem::Join(inc, name);
-            if (FileSystem::IsRegularFile(candidate))
+            if (FileSystem::IsSourceFile(candidate))
                 return candidate;
         }
         return name; // the stream callback may still know it
@@ -768,6 +768,21 @@ VeriPreprocessor::~VeriPreprocessor() {
 
 void VeriPreprocessor::resetMacros() {
     macros_.clear();
+    // SystemVerilog predefines the coverage control constants (IEEE 1800-2017 40.3.1).
+    static constexpr std::pair<const char*, const char*> coverage[] = {
+        {"SV_COV_START", "0"},      {"SV_COV_STOP", "1"},       {"SV_COV_RESET", "2"},
+        {"SV_COV_CHECK", "3"},      {"SV_COV_MODULE", "10"},    {"SV_COV_HIER", "11"},
+        {"SV_COV_ASSERTION", "20"}, {"SV_COV_FSM_STATE", "21"}, {"SV_COV_STATEMENT", "22"},
+        {"SV_COV_TOGGLE", "23"},    {"SV_COV_OVERFLOW", "-2"},  {"SV_COV_ERROR", "-1"},
+        {"SV_COV_NOCOV", "0"},      {"SV_COV_OK", "1"},         {"SV_COV_PARTIAL", "2"}};
+    if (options_.language >= 3) {
+        for (const auto& [name, value] : coverage) {
+            VeriMacro m;
+            m.name = name;
+            m.body = value;
+            macros_.define(m);
+        }
+    }
     for (const std::string& def : options_.defines) {
         size_t eq = def.find('=');
         VeriMacro m;

@@ -86,6 +86,7 @@ void HADLSifter::configure() {
     setUpStandardLibraries();
     if (options.ignoreTranslateOff) {
         hdl::hdl_file_sort::SetIgnoreTranslateOff(true);
+        hdl::veri_file::SetIgnoreTranslateOff(true);
         hdl::vhdl_file::SetIgnoreTranslateOff(true);
     }
     setRuntimeFlags();

@@ -41,6 +41,12 @@ TEST(SourceStreamTest, DiskFallbackAndMissingFiles) {
     EXPECT_FALSE(missing->ReadAll(text));
     auto dir = OpenSourceStream(nullptr, "/tmp");
     EXPECT_FALSE(dir->is_open()) << "a directory is not a source";
+    EXPECT_FALSE(OpenSourceStream(nullptr, "/dev/zero")->is_open()) << "a device that never ends";
+    auto null = OpenSourceStream(nullptr, "/dev/null");
+    ASSERT_TRUE(null->is_open());
+    text.clear();
+    EXPECT_TRUE(null->ReadAll(text));
+    EXPECT_EQ(text, "");
 }
 
 TEST(SourceStreamTest, PathHelpers) {

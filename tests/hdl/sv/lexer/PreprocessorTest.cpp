@@ -107,6 +107,17 @@ TEST(VeriPreprocessor, UndefinedMacroIsAnError) {
     EXPECT_EQ(mc.count(veri_msg::UndefinedMacro), 1u);
 }
 
+// The coverage constants are predefined in SystemVerilog only, and can be redefined.
+TEST(VeriPreprocessor, CoverageMacrosArePredefinedInSystemVerilog) {
+    EXPECT_EQ(run("f(`SV_COV_CHECK, `SV_COV_HIER, `SV_COV_OVERFLOW);"), "f ( 3 , 11 , - 2 ) ;");
+    EXPECT_EQ(run("`define SV_COV_OK 7\n`SV_COV_OK"), "7");
+    MessageCapture mc;
+    VeriPreprocessorOptions v2001;
+    v2001.language = 2;
+    EXPECT_EQ(run("a `SV_COV_START b", v2001), "a b");
+    EXPECT_EQ(mc.count(veri_msg::UndefinedMacro), 1u);
+}
+
 TEST(VeriPreprocessor, NestedConditionals) {
     const char* text = "`define A\n"
                        "`ifdef A a1 `ifdef B b1 `elsif A ab `else ae `endif `else a0 `endif\n"
@@ -138,7 +149,9 @@ TEST(VeriPreprocessor, UndefAndUndefineAllKeepCommandLineMacros) {
     EXPECT_TRUE(pp.macros().isDefined("FLAG"));
     EXPECT_FALSE(pp.macros().isDefined("B"));
     pp.resetMacros();
-    EXPECT_EQ(pp.macros().size(), 2u);
+    EXPECT_TRUE(pp.macros().isDefined("CL"));
+    EXPECT_TRUE(pp.macros().isDefined("SV_COV_HIER"));
+    EXPECT_EQ(pp.macros().definedMacros().size(), 17u) << "the command line's and the predefined ones";
 }
 
 TEST(VeriPreprocessor, MacrosStayDefinedAcrossFiles) {
@@ -258,6 +271,12 @@ TEST(VeriPreprocessor, MissingIncludeAndCycles) {
     EXPECT_EQ(mc.count(veri_msg::IncludeDepth), 1u);
     EXPECT_EQ(t[0].text, "after");
     EXPECT_EQ(t.back().text, "end_");
+}
+
+TEST(VeriPreprocessor, IncludeOfTheNullDeviceIsEmpty) {
+    MessageCapture mc;
+    EXPECT_EQ(run("`include \"/dev/null\"\nmodule m; endmodule"), "module m ; endmodule");
+    EXPECT_EQ(mc.count(veri_msg::IncludeNotFound), 0u);
 }
 
 namespace {

@@ -76,6 +76,22 @@ TEST(VeriLibrary, EachFileIsAnnouncedWithItsName) {
     EXPECT_NE(first.text.find("'test.sv'"), std::string::npos);
 }
 
+// A translate_off region hides its units unless the front-end is told to read it; the
+// setting lasts until Reset.
+TEST(VeriLibrary, TranslateOffRegionsFollowTheSetting) {
+    const std::string text = "module kept; endmodule\n// synopsys translate_off\nmodule sim_only; endmodule\n"
+                             "// synopsys translate_on\nmodule after; endmodule\n";
+    ASSERT_TRUE(veritest::analyze(text));
+    EXPECT_NE(veritest::unit("after"), nullptr);
+    EXPECT_EQ(veritest::unit("sim_only"), nullptr);
+    veri_file::SetIgnoreTranslateOff(true);
+    ASSERT_TRUE(veritest::analyze(text, "work", false));
+    EXPECT_NE(veritest::unit("sim_only"), nullptr);
+    veri_file::Reset();
+    ASSERT_TRUE(veritest::analyze(text));
+    EXPECT_EQ(veritest::unit("sim_only"), nullptr);
+}
+
 TEST(VeriLibrary, CellDefineAndMacromoduleAreRecorded) {
     ASSERT_TRUE(veritest::analyze("`celldefine\nmodule c; endmodule\n`endcelldefine\nmacromodule mm; endmodule\n"));
     EXPECT_TRUE(veri_file::GetModule("c")->IsCellDefine());
