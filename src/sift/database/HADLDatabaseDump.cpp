@@ -165,6 +165,18 @@ struct Printer {
         out << ", isParamDecl=" << p.isParamDecl << ", isLocalParam=" << p.isLocalParam << " }";
     }
 
+    // A non-empty list of records on one line, comma separated; nothing for an empty one.
+    template <typename List, typename Print>
+    void recordList(const char* opening, const List& list, Print print) {
+        if (list.empty()) return;
+        out << opening;
+        for (size_t i = 0; i < list.size(); ++i) {
+            if (i) out << ", ";
+            print(list[i]);
+        }
+        out << "]";
+    }
+
     void unitAttr(const DB::UnitAttr& u, unsigned level) {
         out << "{ libId=" << u.libId << ", primaryId=" << u.primaryId
             << ", secondaryId=" << u.secondaryId << ", origUnitId=" << u.origUnitId
@@ -186,22 +198,8 @@ struct Printer {
             out << "]";
         }
         if (!u.inactiveUnits.empty()) compactList("inactiveUnits", u.inactiveUnits, level);
-        if (!u.ports.empty()) {
-            out << ", ports: [";
-            for (size_t i = 0; i < u.ports.size(); ++i) {
-                if (i) out << ", ";
-                port(u.ports[i]);
-            }
-            out << "]";
-        }
-        if (!u.parameters.empty()) {
-            out << ", parameters: [";
-            for (size_t i = 0; i < u.parameters.size(); ++i) {
-                if (i) out << ", ";
-                parameter(u.parameters[i]);
-            }
-            out << "]";
-        }
+        recordList(", ports: [", u.ports, [this](const DB::PortAttr& p) { port(p); });
+        recordList(", parameters: [", u.parameters, [this](const DB::ParamAttr& p) { parameter(p); });
         if (!u.attributes.empty()) {
             out << ", attributes: ";
             attributeList(u.attributes);
