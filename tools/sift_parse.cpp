@@ -27,7 +27,7 @@ void printMessage(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* 
     char text[4096];
     vsnprintf(text, sizeof text, format, args);
     const char* file = loc ? hdl::LineFile::GetFileNameFromId(loc->fileId) : nullptr;
-    const char* kind = type == hdl::VERIFIC_ERROR ? "error" : type == hdl::VERIFIC_WARNING ? "warning" : "info";
+    const char* kind = type == hdl::MSG_ERROR ? "error" : type == hdl::MSG_WARNING ? "warning" : "info";
     std::printf("%s:%u:%u: %s: %s: %s\n", file ? file : currentFile.c_str(), loc ? loc->leftLine : 0,
                 loc ? loc->leftCol : 0, kind, id, text);
 }

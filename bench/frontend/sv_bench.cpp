@@ -33,7 +33,7 @@ struct Project {
 unsigned errors = 0;
 
 void countErrors(hdl::msg_type_t type, const char*, const hdl::ColLineFile*, const char*, va_list) {
-    if (type == hdl::VERIFIC_ERROR) ++errors;
+    if (type == hdl::MSG_ERROR) ++errors;
 }
 
 Project readList(const std::string& list) {

@@ -50,7 +50,7 @@ void ReadList(const std::string& list, std::vector<Job>& jobs) {
 unsigned g_errors = 0;
 
 void Quiet(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* loc, const char* format, va_list args) {
-    if (type != hdl::VERIFIC_ERROR) return;
+    if (type != hdl::MSG_ERROR) return;
     ++g_errors;
     std::fprintf(stderr, "%s:%u: %s: ", hdl::LineFile::GetFileName(loc) ? hdl::LineFile::GetFileName(loc) : "",
                  loc ? loc->leftLine : 0, id);

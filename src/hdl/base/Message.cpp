@@ -9,8 +9,8 @@ namespace hdl {
 namespace {
 struct SinkState {
     std::unordered_map<std::string, msg_type_t> idTypes;
-    msg_type_t typeMap[7] = {VERIFIC_NONE, VERIFIC_ERROR, VERIFIC_WARNING, VERIFIC_IGNORE,
-                             VERIFIC_INFO, VERIFIC_COMMENT, VERIFIC_PROGRAM_ERROR};
+    msg_type_t typeMap[7] = {MSG_NONE, MSG_ERROR, MSG_WARNING, MSG_IGNORE,
+                             MSG_INFO, MSG_COMMENT, MSG_PROGRAM_ERROR};
     MsgCallBack callback = nullptr;
     uint32_t errorCount = 0;
     uint32_t maxErrors = 0;
@@ -23,13 +23,13 @@ SinkState& state() {
 
 void printMessage(msg_type_t type, const char* id, const ColLineFile* loc, const char* format,
                   va_list args) {
-    if (type != VERIFIC_NONE) {
+    if (type != MSG_NONE) {
         const char* file = LineFile::GetFileName(loc);
         if (file) std::printf("%s(%u): ", file, LineFile::GetLineNo(loc));
         std::printf("%s", Message::TypeName(type));
     }
     std::vprintf(format, args);
-    if (type != VERIFIC_NONE && id && *id) std::printf(" (%s)", id);
+    if (type != MSG_NONE && id && *id) std::printf(" (%s)", id);
     std::printf("\n");
     std::fflush(stdout);
 }
@@ -37,11 +37,11 @@ void printMessage(msg_type_t type, const char* id, const ColLineFile* loc, const
 
 const char* Message::TypeName(msg_type_t type) {
     switch (type) {
-    case VERIFIC_ERROR: return "ERROR: ";
-    case VERIFIC_WARNING: return "WARNING: ";
-    case VERIFIC_INFO: return "INFO: ";
-    case VERIFIC_COMMENT: return "-- ";
-    case VERIFIC_PROGRAM_ERROR: return "PROGRAM_ERROR: ";
+    case MSG_ERROR: return "ERROR: ";
+    case MSG_WARNING: return "WARNING: ";
+    case MSG_INFO: return "INFO: ";
+    case MSG_COMMENT: return "-- ";
+    case MSG_PROGRAM_ERROR: return "PROGRAM_ERROR: ";
     default: return "";
     }
 }
@@ -52,15 +52,15 @@ msg_type_t Message::EffectiveType(msg_type_t type, const char* id) {
         auto it = s.idTypes.find(id);
         if (it != s.idTypes.end()) return it->second;
     }
-    return type <= VERIFIC_PROGRAM_ERROR ? s.typeMap[type] : type;
+    return type <= MSG_PROGRAM_ERROR ? s.typeMap[type] : type;
 }
 
 void Message::MsgVaList(msg_type_t type, const char* id, const ColLineFile* loc, const char* format,
                         va_list args) {
     SinkState& s = state();
     msg_type_t t = EffectiveType(type, id);
-    if (t == VERIFIC_IGNORE) return;
-    if (t == VERIFIC_ERROR || t == VERIFIC_PROGRAM_ERROR) {
+    if (t == MSG_IGNORE) return;
+    if (t == MSG_ERROR || t == MSG_PROGRAM_ERROR) {
         if (s.maxErrors && s.errorCount >= s.maxErrors) return;
         ++s.errorCount;
     }
@@ -82,16 +82,16 @@ void Message::Msg(msg_type_t type, const char* id, const ColLineFile* loc, const
     HDL_FORWARD(type);
 }
 void Message::Error(const char* id, const ColLineFile* loc, const char* format, ...) {
-    HDL_FORWARD(VERIFIC_ERROR);
+    HDL_FORWARD(MSG_ERROR);
 }
 void Message::Warning(const char* id, const ColLineFile* loc, const char* format, ...) {
-    HDL_FORWARD(VERIFIC_WARNING);
+    HDL_FORWARD(MSG_WARNING);
 }
 void Message::Info(const char* id, const ColLineFile* loc, const char* format, ...) {
-    HDL_FORWARD(VERIFIC_INFO);
+    HDL_FORWARD(MSG_INFO);
 }
 void Message::Comment(const char* id, const ColLineFile* loc, const char* format, ...) {
-    HDL_FORWARD(VERIFIC_COMMENT);
+    HDL_FORWARD(MSG_COMMENT);
 }
 #undef HDL_FORWARD
 
@@ -100,10 +100,10 @@ void Message::SetMessageType(const char* id, msg_type_t type) {
 }
 
 msg_type_t Message::GetMessageType(const char* id) {
-    if (!id) return VERIFIC_NONE;
+    if (!id) return MSG_NONE;
     SinkState& s = state();
     auto it = s.idTypes.find(id);
-    return it == s.idTypes.end() ? VERIFIC_NONE : it->second;
+    return it == s.idTypes.end() ? MSG_NONE : it->second;
 }
 
 void Message::ClearMessageType(const char* id) {
@@ -111,13 +111,13 @@ void Message::ClearMessageType(const char* id) {
 }
 
 void Message::SetAllMessageType(msg_type_t from, msg_type_t to) {
-    if (from <= VERIFIC_PROGRAM_ERROR) state().typeMap[from] = to;
+    if (from <= MSG_PROGRAM_ERROR) state().typeMap[from] = to;
 }
 
 void Message::ResetAllMessageTypes() {
     SinkState& s = state();
     s.idTypes.clear();
-    for (uint32_t i = 0; i <= VERIFIC_PROGRAM_ERROR; ++i) s.typeMap[i] = static_cast<msg_type_t>(i);
+    for (uint32_t i = 0; i <= MSG_PROGRAM_ERROR; ++i) s.typeMap[i] = static_cast<msg_type_t>(i);
 }
 
 void Message::RegisterCallBackMsg(MsgCallBack callback) { state().callback = callback; }

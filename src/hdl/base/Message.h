@@ -12,13 +12,13 @@
 namespace hdl {
 
 enum msg_type_t : uint32_t {
-    VERIFIC_NONE = 0,
-    VERIFIC_ERROR = 1,
-    VERIFIC_WARNING = 2,
-    VERIFIC_IGNORE = 3,
-    VERIFIC_INFO = 4,
-    VERIFIC_COMMENT = 5,
-    VERIFIC_PROGRAM_ERROR = 6,
+    MSG_NONE = 0,
+    MSG_ERROR = 1,
+    MSG_WARNING = 2,
+    MSG_IGNORE = 3,
+    MSG_INFO = 4,
+    MSG_COMMENT = 5,
+    MSG_PROGRAM_ERROR = 6,
 };
 
 // Receives a message after type overrides were applied. The va_list is only valid
@@ -41,9 +41,9 @@ public:
     static void Comment(const char* id, const ColLineFile* loc, const char* format, ...)
         __attribute__((format(printf, 3, 4)));
 
-    // Per-id override of the type; VERIFIC_IGNORE drops the id.
+    // Per-id override of the type; MSG_IGNORE drops the id.
     static void SetMessageType(const char* id, msg_type_t type);
-    // The override of the id, or VERIFIC_NONE when it has none.
+    // The override of the id, or MSG_NONE when it has none.
     static msg_type_t GetMessageType(const char* id);
     static void ClearMessageType(const char* id);
     // Every message of type `from` that has no per-id override becomes `to`.

@@ -13,28 +13,28 @@ struct VeriMessageId {
 };
 
 #define HDL_VERI_LEX_MESSAGES(M)                                                              \
-    M(OpenFailed, "VERI-1000", VERIFIC_ERROR, "a file could not be opened")                 \
-    M(IncludeNotFound, "VERI-1001", VERIFIC_ERROR, "an `include file was not found")       \
-    M(IncludeDepth, "VERI-1002", VERIFIC_ERROR, "includes nest too deep (likely a cycle)")  \
-    M(UndefinedMacro, "VERI-1003", VERIFIC_ERROR, "use of a macro that is not defined")    \
-    M(RecursiveMacro, "VERI-1004", VERIFIC_ERROR, "a macro uses itself while expanding")   \
-    M(ExpansionLimit, "VERI-1005", VERIFIC_ERROR, "a macro expansion grew too large/deep") \
-    M(MacroArgCount, "VERI-1006", VERIFIC_ERROR, "wrong number of macro arguments")        \
-    M(MacroArgsOpen, "VERI-1007", VERIFIC_ERROR, "macro argument list not closed")         \
-    M(StrayConditional, "VERI-1008", VERIFIC_ERROR, "`else/`elsif/`endif without `ifdef") \
-    M(OpenConditional, "VERI-1009", VERIFIC_ERROR, "`ifdef not closed at end of file")     \
-    M(DirectiveSyntax, "VERI-1010", VERIFIC_ERROR, "a compiler directive is malformed")    \
-    M(ProtectedSkipped, "VERI-1011", VERIFIC_WARNING, "a protected region was skipped")    \
-    M(TranslateOffOpen, "VERI-1012", VERIFIC_WARNING, "translate_off not closed at end")   \
-    M(KeywordsVersion, "VERI-1013", VERIFIC_ERROR, "bad `begin_keywords/`end_keywords")    \
-    M(MacroRedefined, "VERI-1014", VERIFIC_INFO, "a macro was defined again")              \
-    M(ProtectedOpen, "VERI-1015", VERIFIC_ERROR, "a protected region has no end")          \
-    M(CommentOpen, "VERI-2000", VERIFIC_ERROR, "a block comment is not closed")            \
-    M(StringOpen, "VERI-2001", VERIFIC_ERROR, "a string literal is not closed on its line") \
-    M(BadCharacter, "VERI-2002", VERIFIC_ERROR, "a character that starts no token")        \
-    M(BadNumber, "VERI-2003", VERIFIC_ERROR, "a based number without digits")              \
-    M(EmptyEscapedId, "VERI-2004", VERIFIC_ERROR, "a backslash followed by white space")   \
-    M(BadBacktick, "VERI-2005", VERIFIC_ERROR, "a backquote not followed by a name")
+    M(OpenFailed, "VERI-1000", MSG_ERROR, "a file could not be opened")                 \
+    M(IncludeNotFound, "VERI-1001", MSG_ERROR, "an `include file was not found")       \
+    M(IncludeDepth, "VERI-1002", MSG_ERROR, "includes nest too deep (likely a cycle)")  \
+    M(UndefinedMacro, "VERI-1003", MSG_ERROR, "use of a macro that is not defined")    \
+    M(RecursiveMacro, "VERI-1004", MSG_ERROR, "a macro uses itself while expanding")   \
+    M(ExpansionLimit, "VERI-1005", MSG_ERROR, "a macro expansion grew too large/deep") \
+    M(MacroArgCount, "VERI-1006", MSG_ERROR, "wrong number of macro arguments")        \
+    M(MacroArgsOpen, "VERI-1007", MSG_ERROR, "macro argument list not closed")         \
+    M(StrayConditional, "VERI-1008", MSG_ERROR, "`else/`elsif/`endif without `ifdef") \
+    M(OpenConditional, "VERI-1009", MSG_ERROR, "`ifdef not closed at end of file")     \
+    M(DirectiveSyntax, "VERI-1010", MSG_ERROR, "a compiler directive is malformed")    \
+    M(ProtectedSkipped, "VERI-1011", MSG_WARNING, "a protected region was skipped")    \
+    M(TranslateOffOpen, "VERI-1012", MSG_WARNING, "translate_off not closed at end")   \
+    M(KeywordsVersion, "VERI-1013", MSG_ERROR, "bad `begin_keywords/`end_keywords")    \
+    M(MacroRedefined, "VERI-1014", MSG_INFO, "a macro was defined again")              \
+    M(ProtectedOpen, "VERI-1015", MSG_ERROR, "a protected region has no end")          \
+    M(CommentOpen, "VERI-2000", MSG_ERROR, "a block comment is not closed")            \
+    M(StringOpen, "VERI-2001", MSG_ERROR, "a string literal is not closed on its line") \
+    M(BadCharacter, "VERI-2002", MSG_ERROR, "a character that starts no token")        \
+    M(BadNumber, "VERI-2003", MSG_ERROR, "a based number without digits")              \
+    M(EmptyEscapedId, "VERI-2004", MSG_ERROR, "a backslash followed by white space")   \
+    M(BadBacktick, "VERI-2005", MSG_ERROR, "a backquote not followed by a name")
 
 namespace veri_msg {
 #define HDL_VERI_MSG_CONST(name, idText, typ, text) constexpr const char* name = idText;

@@ -12,14 +12,14 @@ namespace hdl {
 
 #define HDL_VERI_PARSE_MESSAGES(M)                                                               \
     /* Second argument is the file name: message consumers attribute later messages by it. */   \
-    M(AnalyzingFile, "VERI-1482", VERIFIC_INFO, "a file is about to be analysed")                \
-    M(SyntaxError, "VERI-1500", VERIFIC_ERROR, "a token the grammar does not allow here")        \
-    M(UnexpectedEof, "VERI-1501", VERIFIC_ERROR, "the text ends inside a construct")            \
-    M(UnitReplaced, "VERI-1502", VERIFIC_WARNING, "a design unit replaces one of the same name") \
-    M(NestingTooDeep, "VERI-1503", VERIFIC_ERROR, "expressions or blocks nest too deep")        \
-    M(UnknownPackage, "VERI-1504", VERIFIC_ERROR, "an imported package was never analysed")     \
-    M(EndLabelMismatch, "VERI-1505", VERIFIC_ERROR, "the label after end* names another block") \
-    M(LanguageUnavailable, "VERI-1506", VERIFIC_ERROR, "the language code is not a Verilog one")
+    M(AnalyzingFile, "VERI-1482", MSG_INFO, "a file is about to be analysed")                \
+    M(SyntaxError, "VERI-1500", MSG_ERROR, "a token the grammar does not allow here")        \
+    M(UnexpectedEof, "VERI-1501", MSG_ERROR, "the text ends inside a construct")            \
+    M(UnitReplaced, "VERI-1502", MSG_WARNING, "a design unit replaces one of the same name") \
+    M(NestingTooDeep, "VERI-1503", MSG_ERROR, "expressions or blocks nest too deep")        \
+    M(UnknownPackage, "VERI-1504", MSG_ERROR, "an imported package was never analysed")     \
+    M(EndLabelMismatch, "VERI-1505", MSG_ERROR, "the label after end* names another block") \
+    M(LanguageUnavailable, "VERI-1506", MSG_ERROR, "the language code is not a Verilog one")
 
 namespace veri_msg {
 #define HDL_VERI_PARSE_MSG_CONST(name, idText, typ, text) constexpr const char* name = idText;

@@ -78,7 +78,7 @@ void HADLSifter::configure() {
     for (const char* id : {"VERI-1231", "VERI-1232", "VERI-1330", "VERI-1791", "VERI-1927",
                            "VERI-9015", "VERI-9022", "VERI-2142", "VHDL-9017", "VHDL-9019",
                            "VHDL-9021", "VBSR-1011"}) {
-        hdl::Message::SetMessageType(id, hdl::VERIFIC_IGNORE);
+        hdl::Message::SetMessageType(id, hdl::MSG_IGNORE);
     }
     hdl::Message::SetMaxErrorCount(1000);
     hdl::Message::HideErrorCount(true);
@@ -144,11 +144,11 @@ void HADLSifter::setRuntimeFlags() {
 void HADLSifter::setMessageTypes() {
     for (const char* id : {"VHDL-1260", "VHDL-1261", "VHDL-1283", "VERI-1137", "VERI-1245",
                            "VERI-1158", "VERI-1138", "VERI-1154"}) {
-        hdl::Message::SetMessageType(id, hdl::VERIFIC_WARNING);
+        hdl::Message::SetMessageType(id, hdl::MSG_WARNING);
     }
-    hdl::Message::SetMessageType("VERI-9003", hdl::VERIFIC_INFO);
-    hdl::Message::SetMessageType("VERI-1482", verbosity == 3 ? hdl::VERIFIC_INFO
-                                                             : hdl::VERIFIC_IGNORE);
+    hdl::Message::SetMessageType("VERI-9003", hdl::MSG_INFO);
+    hdl::Message::SetMessageType("VERI-1482", verbosity == 3 ? hdl::MSG_INFO
+                                                             : hdl::MSG_IGNORE);
 }
 
 // Elaboration, interface extraction, the definition/reference walk and the compile dump

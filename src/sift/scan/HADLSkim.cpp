@@ -297,7 +297,7 @@ void computeParseOrder(HADLDatabase& db, const HADLStringMatchTable& primitiveNa
 
 void hadlDoSkim(HADLSifter& sifter, const HADLStringMatchTable& primitiveNames) {
     LoomScopeTimer timer("HADLSifter::doSkim");
-    hdl::Message::SetAllMessageType(hdl::VERIFIC_INFO, hdl::VERIFIC_IGNORE);
+    hdl::Message::SetAllMessageType(hdl::MSG_INFO, hdl::MSG_IGNORE);
     LoomParamMgr::getParamMgr().setStringValue("project.defaultLibrary", sifter.getDefaultLibrary());
     for (unsigned id = 1; id < sifter.dirNames.size(); ++id)
         hdl::hdl_file_sort::AddIncludeDir(sifter.dirNames.getString(id));
@@ -324,6 +324,6 @@ void hadlDoSkim(HADLSifter& sifter, const HADLStringMatchTable& primitiveNames) 
     }
     delete sifter.skimTracker;
     sifter.skimTracker = nullptr;
-    hdl::Message::SetAllMessageType(hdl::VERIFIC_INFO, hdl::VERIFIC_INFO);
+    hdl::Message::SetAllMessageType(hdl::MSG_INFO, hdl::MSG_INFO);
     computeParseOrder(sifter, primitiveNames);
 }

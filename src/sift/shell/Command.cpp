@@ -112,7 +112,7 @@ int Command::ParseArgs(int argc, const char* const* argv) {
 int Command::Process(Tcl_Interp*) { return 1; }
 
 void Command::Usage() const {
-    Message::Msg(VERIFIC_NONE, nullptr, nullptr, "\"%s\" : %s", name.c_str(), description.c_str());
+    Message::Msg(MSG_NONE, nullptr, nullptr, "\"%s\" : %s", name.c_str(), description.c_str());
     size_t width = 0;
     for (const auto& a : arguments) width = std::max(width, a->UsageWidth());
     for (const auto& a : arguments) a->PrintUsage(width);
@@ -124,10 +124,10 @@ void Command::Usage() const {
     Message::MsgVaList(TYPE, commandMessageId(format), location, format, args);     \
     va_end(args)
 
-void Command::Comment(const char* format, ...) const { HDL_COMMAND_MESSAGE(VERIFIC_COMMENT); }
-void Command::Error(const char* format, ...) const { HDL_COMMAND_MESSAGE(VERIFIC_ERROR); }
-void Command::Warning(const char* format, ...) const { HDL_COMMAND_MESSAGE(VERIFIC_WARNING); }
-void Command::Info(const char* format, ...) const { HDL_COMMAND_MESSAGE(VERIFIC_INFO); }
+void Command::Comment(const char* format, ...) const { HDL_COMMAND_MESSAGE(MSG_COMMENT); }
+void Command::Error(const char* format, ...) const { HDL_COMMAND_MESSAGE(MSG_ERROR); }
+void Command::Warning(const char* format, ...) const { HDL_COMMAND_MESSAGE(MSG_WARNING); }
+void Command::Info(const char* format, ...) const { HDL_COMMAND_MESSAGE(MSG_INFO); }
 
 #undef HDL_COMMAND_MESSAGE
 

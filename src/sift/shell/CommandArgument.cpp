@@ -58,7 +58,7 @@ void Argument::PrintUsage(size_t width) const {
     left += "-" + name;
     if (TakesValue()) left += repeatable ? " <args>" : " <arg>";
     if (optional) left += "]";
-    Message::Msg(VERIFIC_NONE, nullptr, nullptr, "    %-*s : %s", static_cast<int>(width),
+    Message::Msg(MSG_NONE, nullptr, nullptr, "    %-*s : %s", static_cast<int>(width),
                  left.c_str(), help.c_str());
 }
 

@@ -174,7 +174,7 @@ void HADLMsgCapture::onMessage(hdl::msg_type_t type, const char* id, const hdl::
         fileName = file;
         line = LoomEnvelopeMap1735::getOriginalLineNo(file, line);
         if (LoomEnvelopeMap1735::isWithinEnvelope(file, line, 0)) {
-            if (type != hdl::VERIFIC_ERROR)
+            if (type != hdl::MSG_ERROR)
                 return;
             fmt = "Invalid code in protected region at [%s:%s]";
             args = {fileName, std::to_string(line)};

@@ -46,7 +46,7 @@ TEST_F(MessageTest, CallbackGetsFormattedMessageWithLocation) {
     ColLineFile loc(f, 12, 3);
     Message::Error("VERI-1000", &loc, "syntax error near '%s' (%d)", "endmodule", 7);
     ASSERT_EQ(seen.size(), 1u);
-    EXPECT_EQ(seen[0].type, VERIFIC_ERROR);
+    EXPECT_EQ(seen[0].type, MSG_ERROR);
     EXPECT_EQ(seen[0].id, "VERI-1000");
     EXPECT_EQ(seen[0].text, "syntax error near 'endmodule' (7)");
     EXPECT_EQ(seen[0].file, "dir/a.v");
@@ -55,16 +55,16 @@ TEST_F(MessageTest, CallbackGetsFormattedMessageWithLocation) {
 }
 
 TEST_F(MessageTest, PerIdOverridesBeatTypeWideOnes) {
-    Message::SetAllMessageType(VERIFIC_WARNING, VERIFIC_IGNORE);
-    Message::SetMessageType("VHDL-1260", VERIFIC_WARNING);
+    Message::SetAllMessageType(MSG_WARNING, MSG_IGNORE);
+    Message::SetMessageType("VHDL-1260", MSG_WARNING);
     Message::Warning("VHDL-1999", nullptr, "dropped");
     Message::Error("VHDL-1260", nullptr, "lowered");
     ASSERT_EQ(seen.size(), 1u);
-    EXPECT_EQ(seen[0].type, VERIFIC_WARNING);
+    EXPECT_EQ(seen[0].type, MSG_WARNING);
     EXPECT_EQ(seen[0].text, "lowered");
     EXPECT_EQ(Message::ErrorCount(), 0u) << "a lowered error must not count";
     Message::ClearMessageType("VHDL-1260");
-    EXPECT_EQ(Message::GetMessageType("VHDL-1260"), VERIFIC_NONE);
+    EXPECT_EQ(Message::GetMessageType("VHDL-1260"), MSG_NONE);
 }
 
 TEST_F(MessageTest, ErrorsBeyondTheLimitAreDropped) {
@@ -82,7 +82,7 @@ TEST_F(MessageTest, PrintsWhenNoCallbackIsRegistered) {
     uint32_t f = LineFile::GetFileId("b.vhd");
     ColLineFile loc(f, 4, 1);
     Message::Warning("VHDL-1001", &loc, "unused %s", "signal");
-    Message::Msg(VERIFIC_NONE, nullptr, nullptr, "plain line");
+    Message::Msg(MSG_NONE, nullptr, nullptr, "plain line");
     std::string out = testing::internal::GetCapturedStdout();
     EXPECT_EQ(out, "b.vhd(4): WARNING: unused signal (VHDL-1001)\nplain line\n");
 }

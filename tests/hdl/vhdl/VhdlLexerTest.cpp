@@ -135,7 +135,7 @@ TEST(VhdlLexer, ConditionalAnalysisDirectives) {
     EXPECT_EQ(Lex(src, VHDL_2019).spellings, v19);
     EXPECT_EQ(Lex(src, VHDL_2008).spellings, v08);
     EXPECT_EQ(Lex(src, VHDL_93).spellings, v93);
-    EXPECT_EQ(capture.Count(VERIFIC_ERROR), 0u) << capture.Errors();
+    EXPECT_EQ(capture.Count(MSG_ERROR), 0u) << capture.Errors();
     std::vector<std::string> nested = {"b", "d"};
     EXPECT_EQ(Lex("`if \"a\" = \"b\" then\n`if \"x\" = \"x\" then\na\n`end\n`else\nb\n`end\nd").spellings, nested);
     Lex("`warning \"careful\"\nx");
@@ -148,18 +148,18 @@ TEST(VhdlLexer, ProtectedEnvelopeIsSkippedWithAWarning) {
     auto l = Lex("a\n`protect begin_protected\n`protect data_block\n@#$%^\n`protect end_protected\nb");
     std::vector<std::string> expect = {"a", "b"};
     EXPECT_EQ(l.spellings, expect);
-    EXPECT_EQ(capture.Count(VERIFIC_WARNING), 1u);
+    EXPECT_EQ(capture.Count(MSG_WARNING), 1u);
 }
 
 TEST(VhdlLexer, BadInputGivesErrorsAndStops) {
     test::MessageCapture capture;
     auto l = Lex("a $ b \"open\nc");
-    EXPECT_EQ(capture.Count(VERIFIC_ERROR), 2u);
+    EXPECT_EQ(capture.Count(MSG_ERROR), 2u);
     EXPECT_EQ(l.spellings.back(), "c");
     std::string garbage(10000, '\x01');
     auto g = Lex(garbage);
     EXPECT_TRUE(g.spellings.empty());
-    EXPECT_LE(capture.Count(VERIFIC_ERROR), 40u);
+    EXPECT_LE(capture.Count(MSG_ERROR), 40u);
 }
 
 TEST(VhdlLexer, PositionsAreOneBasedWithEndColumns) {
@@ -197,7 +197,7 @@ TEST(VhdlLexer, UnclosedTranslateOffWarnsAndDropsTheRest) {
     auto l = Lex("a\n-- pragma translate_off\nb\nc");
     std::vector<std::string> expect = {"a"};
     EXPECT_EQ(l.spellings, expect);
-    EXPECT_EQ(capture.Count(VERIFIC_WARNING), 1u);
+    EXPECT_EQ(capture.Count(MSG_WARNING), 1u);
 }
 
 TEST(VhdlLexer, PslCommentsAreInformationNotTokens) {

@@ -82,7 +82,7 @@ TEST_F(VhdlLibraryTest, ReanalysisReplacesAndIsReported) {
     EXPECT_EQ(vhdl_file::GetWorkLib()->PrimaryUnits().size(), 1u);
     // The new entity starts without the old architectures.
     EXPECT_EQ(second->GetSecondaryUnit(nullptr), nullptr);
-    EXPECT_EQ(capture.Count(VERIFIC_WARNING), 1u);
+    EXPECT_EQ(capture.Count(MSG_WARNING), 1u);
 }
 
 TEST_F(VhdlLibraryTest, WorkLibrarySearchOrderAndIteration) {

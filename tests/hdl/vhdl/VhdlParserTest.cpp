@@ -349,7 +349,7 @@ end;
 entity b is end;
 )");
     EXPECT_GE(p->errors, 2u);
-    EXPECT_GE(capture.Count(VERIFIC_ERROR), 2u);
+    EXPECT_GE(capture.Count(MSG_ERROR), 2u);
     ASSERT_EQ(p->units.size(), 3u);
     auto* arch = static_cast<VhdlArchitectureBody*>(p->units[1]);
     EXPECT_EQ(arch->GetDeclPart().Size(), 1u);
@@ -363,7 +363,7 @@ TEST(VhdlParser, HostileNestingIsRefused) {
                        std::string(100000, ')') + "; end;";
     auto p = Parse(deep);
     EXPECT_GE(p->errors, 1u);
-    EXPECT_LE(capture.Count(VERIFIC_ERROR), 60u);
+    EXPECT_LE(capture.Count(MSG_ERROR), 60u);
 }
 
 TEST(VhdlParser, PositionsCoverTheNode) {
@@ -566,7 +566,7 @@ TEST(VhdlParser, MismatchedClosingNamesWarn) {
     test::MessageCapture capture;
     auto p = Parse("entity e is end entity f; architecture a of e is begin p : process begin wait; end process q; end b;");
     EXPECT_EQ(p->errors, 0u);
-    EXPECT_EQ(capture.Count(VERIFIC_WARNING), 3u);
+    EXPECT_EQ(capture.Count(MSG_WARNING), 3u);
 }
 
 TEST(VhdlParser, ManyErrorsStopTheFile) {
@@ -575,7 +575,7 @@ TEST(VhdlParser, ManyErrorsStopTheFile) {
     for (int i = 0; i < 500; ++i) junk += "entity ; ";
     auto p = Parse(junk);
     // Fifty syntax errors and the one that says the rest is skipped.
-    EXPECT_EQ(capture.Count(VERIFIC_ERROR), 51u);
+    EXPECT_EQ(capture.Count(MSG_ERROR), 51u);
     EXPECT_EQ(p->errors, 50u);
 }
 

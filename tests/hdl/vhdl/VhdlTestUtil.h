@@ -34,7 +34,7 @@ public:
     std::string Errors() const {
         std::string out;
         for (const auto& m : Messages())
-            if (m.type == VERIFIC_ERROR) out += std::to_string(m.line) + ": " + m.text + "\n";
+            if (m.type == MSG_ERROR) out += std::to_string(m.line) + ": " + m.text + "\n";
         return out;
     }
 

@@ -112,19 +112,19 @@ protected:
 
 TEST_F(ConfigureTest, MessageTypesAndLimits) {
     s.configure();
-    EXPECT_EQ(hdl::Message::GetMessageType("VERI-1231"), hdl::VERIFIC_IGNORE);
-    EXPECT_EQ(hdl::Message::GetMessageType("VBSR-1011"), hdl::VERIFIC_IGNORE);
-    EXPECT_EQ(hdl::Message::GetMessageType("VHDL-1260"), hdl::VERIFIC_WARNING);
-    EXPECT_EQ(hdl::Message::GetMessageType("VERI-1154"), hdl::VERIFIC_WARNING);
-    EXPECT_EQ(hdl::Message::GetMessageType("VERI-9003"), hdl::VERIFIC_INFO);
-    EXPECT_EQ(hdl::Message::GetMessageType("VERI-1482"), hdl::VERIFIC_IGNORE);
+    EXPECT_EQ(hdl::Message::GetMessageType("VERI-1231"), hdl::MSG_IGNORE);
+    EXPECT_EQ(hdl::Message::GetMessageType("VBSR-1011"), hdl::MSG_IGNORE);
+    EXPECT_EQ(hdl::Message::GetMessageType("VHDL-1260"), hdl::MSG_WARNING);
+    EXPECT_EQ(hdl::Message::GetMessageType("VERI-1154"), hdl::MSG_WARNING);
+    EXPECT_EQ(hdl::Message::GetMessageType("VERI-9003"), hdl::MSG_INFO);
+    EXPECT_EQ(hdl::Message::GetMessageType("VERI-1482"), hdl::MSG_IGNORE);
     EXPECT_TRUE(hdl::Message::ErrorCountHidden());
 }
 
 TEST_F(ConfigureTest, VerbosityThreeRaisesFileAnnouncement) {
     s.verbosity = 3;
     s.configure();
-    EXPECT_EQ(hdl::Message::GetMessageType("VERI-1482"), hdl::VERIFIC_INFO);
+    EXPECT_EQ(hdl::Message::GetMessageType("VERI-1482"), hdl::MSG_INFO);
 }
 
 TEST_F(ConfigureTest, RuntimeFlags) {

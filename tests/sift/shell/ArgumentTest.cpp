@@ -42,7 +42,7 @@ TEST_F(ArgumentTest, IntegerNeedsWholeWord) {
     EXPECT_EQ(parse({"tst", "-verbosity", "3x"}), 0);
     EXPECT_EQ(lastText(), "tst: option -verbosity expected an integer (near '3x')");
     EXPECT_EQ(MessageRecorder::messages().back().id, "CMD-1010");
-    EXPECT_EQ(MessageRecorder::messages().back().type, VERIFIC_ERROR);
+    EXPECT_EQ(MessageRecorder::messages().back().type, MSG_ERROR);
     ASSERT_EQ(parse({"tst"}), 1);
     EXPECT_EQ(cmd.IntValue("verbosity"), -1);
 }
@@ -142,7 +142,7 @@ TEST_F(ArgumentTest, MapOverwriteWarnsWithOldValue) {
     ASSERT_EQ(parse({"tst", "-map", "{k 1} {k 2}"}), 1);
     EXPECT_EQ(*cmd.MapValue("map"), (StringMap{{"k", "2"}}));
     EXPECT_EQ(lastText(), "tst: option -map previously set; overwriting value '1'");
-    EXPECT_EQ(MessageRecorder::messages().back().type, VERIFIC_WARNING);
+    EXPECT_EQ(MessageRecorder::messages().back().type, MSG_WARNING);
     EXPECT_EQ(MessageRecorder::messages().back().id, "CMD-1012");
 }
 

@@ -52,7 +52,7 @@ TEST_F(CommandTest, AmbiguousAbbreviationListsCandidatesInOrder) {
     EXPECT_EQ(parse(cmd, {"tst", "-prin"}), 0);
     ASSERT_EQ(MessageRecorder::messages().size(), 1u);
     const RecordedMessage& m = MessageRecorder::messages()[0];
-    EXPECT_EQ(m.type, VERIFIC_ERROR);
+    EXPECT_EQ(m.type, MSG_ERROR);
     EXPECT_EQ(m.id, "CMD-1001");
     EXPECT_EQ(m.text, "tst: ambiguous option -prin (possible options :  print_hier print)");
     EXPECT_EQ(parse(cmd, {"tst", "-p"}), 0);
@@ -175,7 +175,7 @@ TEST_F(CommandTest, UsageFormat) {
         "    [- <args>]       : <files>\n"
         "    [-incdir <args>] : { <dirs> }\n";
     EXPECT_EQ(MessageRecorder::all(), expected);
-    for (const auto& m : MessageRecorder::messages()) EXPECT_EQ(m.type, VERIFIC_NONE);
+    for (const auto& m : MessageRecorder::messages()) EXPECT_EQ(m.type, MSG_NONE);
 }
 
 TEST(CommandsTest, AddFindRemove) {

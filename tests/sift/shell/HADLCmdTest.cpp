@@ -29,7 +29,7 @@ protected:
     std::string lastError() const {
         for (auto it = MessageRecorder::messages().rbegin(); it != MessageRecorder::messages().rend();
              ++it) {
-            if (it->type == hdl::VERIFIC_ERROR) return it->text;
+            if (it->type == hdl::MSG_ERROR) return it->text;
         }
         return "";
     }
@@ -99,7 +99,7 @@ TEST_F(SfTest, TwoExclusiveOptionsFailAndNeitherRuns) {
     EXPECT_EQ(lastError(), "sf: cannot set both options -elab and -parse");
     EXPECT_EQ(sifter.phase, before);
     // The usage follows the complaint.
-    EXPECT_EQ(MessageRecorder::messages().back().type, hdl::VERIFIC_NONE);
+    EXPECT_EQ(MessageRecorder::messages().back().type, hdl::MSG_NONE);
 }
 
 TEST_F(SfTest, BadOptionsGiveTclError) {

@@ -46,7 +46,7 @@ struct MessageCapture {
     size_t errors() const {
         size_t n = 0;
         for (const auto& m : capturedMessages())
-            n += m.type == VERIFIC_ERROR ? 1 : 0;
+            n += m.type == MSG_ERROR ? 1 : 0;
         return n;
     }
     std::string all() const {

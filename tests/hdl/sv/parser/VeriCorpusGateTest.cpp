@@ -20,7 +20,7 @@ std::vector<std::string> gErrors;
 
 void collectErrors(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* loc, const char* format,
                    va_list args) {
-    if (type != hdl::VERIFIC_ERROR) return;
+    if (type != hdl::MSG_ERROR) return;
     char text[1024];
     vsnprintf(text, sizeof text, format, args);
     const char* file = loc ? hdl::LineFile::GetFileNameFromId(loc->fileId) : nullptr;

@@ -72,7 +72,7 @@ TEST(VeriLibrary, EachFileIsAnnouncedWithItsName) {
     ASSERT_FALSE(veritest::diagnostics().empty());
     const veritest::Diagnostic& first = veritest::diagnostics().front();
     EXPECT_EQ(first.id, "VERI-1482");
-    EXPECT_EQ(first.type, VERIFIC_INFO);
+    EXPECT_EQ(first.type, MSG_INFO);
     EXPECT_NE(first.text.find("'test.sv'"), std::string::npos);
 }
 

@@ -108,7 +108,7 @@ TEST(VeriParserRecovery, GoodItemsAfterABrokenOneKeepTheirPlaces) {
                                    "module last; endmodule\n"));
     ASSERT_GE(veritest::errorCount(), 1u);
     for (const veritest::Diagnostic& d : veritest::diagnostics()) {
-        if (d.type != VERIFIC_ERROR) continue;
+        if (d.type != MSG_ERROR) continue;
         EXPECT_EQ(d.line, 2u); // reported where the break is
         break;
     }

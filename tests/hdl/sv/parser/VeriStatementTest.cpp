@@ -135,7 +135,7 @@ TEST(VeriStatements, BrokenStatementsAreReportedAndSkipped) {
     ASSERT_EQ(m->GetItems().size(), 2u); // the always after the broken block survives
     EXPECT_EQ(m->GetItems()[1]->GetClassId(), ID_VERIALWAYSCONSTRUCT);
     for (const auto& d : veritest::diagnostics())
-        if (d.type == VERIFIC_ERROR) {
+        if (d.type == MSG_ERROR) {
             EXPECT_EQ(d.line, 1u);
         }
 }

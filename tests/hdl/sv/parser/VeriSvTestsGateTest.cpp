@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 unsigned gErrors = 0;
 
 void countErrors(hdl::msg_type_t type, const char*, const hdl::ColLineFile*, const char*, va_list) {
-    if (type == hdl::VERIFIC_ERROR) ++gErrors;
+    if (type == hdl::MSG_ERROR) ++gErrors;
 }
 
 struct Header {

@@ -33,7 +33,7 @@ inline void collect(hdl::msg_type_t type, const char* id, const hdl::ColLineFile
 
 inline unsigned errorCount() {
     unsigned n = 0;
-    for (const Diagnostic& d : diagnostics()) n += d.type == hdl::VERIFIC_ERROR;
+    for (const Diagnostic& d : diagnostics()) n += d.type == hdl::MSG_ERROR;
     return n;
 }
 
