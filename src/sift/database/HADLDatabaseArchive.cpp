@@ -63,57 +63,77 @@ using boost::archive::archive_exception;
     throw archive_exception(archive_exception::input_stream_error);
 }
 
-// Put area of one chunk, drained whenever full; the writer fills it with memcpy.
+// The writer's cursor in the window the sink gave it. Boost writes its header and
+// preambles through the streambuf interface into the same window: the cursor is lent to
+// the put area before Boost runs and taken back when Boost hands an object over.
 class OutBuffer : public std::streambuf {
 public:
-    explicit OutBuffer(const HADLArchiveDrain& drain) : drain_(drain), chunk_(1 << 20)
+    explicit OutBuffer(HADLArchiveSink& sink) : sink_(sink) { open(sink_.next(0, 1)); }
+
+    // Makes room for `length` bytes at the cursor; `length` is a few dozen at most.
+    void room(std::size_t length)
     {
-        setp(chunk_.data(), chunk_.data() + chunk_.size());
+        if (static_cast<std::size_t>(end - at) < length)
+            open(sink_.next(filled(), length));
+    }
+    // Any length, across as many windows as it takes.
+    void put(const char* bytes, std::size_t length)
+    {
+        while (static_cast<std::size_t>(end - at) < length) {
+            const std::size_t part = static_cast<std::size_t>(end - at);
+            std::memcpy(at, bytes, part);
+            at += part;
+            bytes += part;
+            length -= part;
+            open(sink_.next(filled(), 1));
+        }
+        std::memcpy(at, bytes, length);
+        at += length;
+    }
+    void finish() { sink_.finish(filled()); }
+
+    void lendToBoost() { setp(at, end); }
+    void takeFromBoost()
+    {
+        at = pptr();
+        end = epptr();
     }
 
-    void put(const void* bytes, std::size_t length)
-    {
-        if (static_cast<std::size_t>(epptr() - pptr()) < length) {
-            drainChunk();
-            if (length > chunk_.size()) {
-                drain_(static_cast<const char*>(bytes), length);
-                return;
-            }
-        }
-        std::memcpy(pptr(), bytes, length);
-        pbump(static_cast<int>(length));
-    }
-    void finish() { drainChunk(); }
+    char* at = nullptr;
+    char* end = nullptr;
 
 protected:
     int_type overflow(int_type c) override
     {
-        drainChunk();
-        if (!traits_type::eq_int_type(c, traits_type::eof())) {
-            *pptr() = traits_type::to_char_type(c);
-            pbump(1);
-        }
+        takeFromBoost();
+        room(1);
+        if (!traits_type::eq_int_type(c, traits_type::eof()))
+            *at++ = traits_type::to_char_type(c);
+        lendToBoost();
         return traits_type::not_eof(c);
     }
     std::streamsize xsputn(const char* bytes, std::streamsize length) override
     {
+        takeFromBoost();
         put(bytes, static_cast<std::size_t>(length));
+        lendToBoost();
         return length;
     }
 
 private:
-    void drainChunk()
+    std::size_t filled() const { return static_cast<std::size_t>(at - begin_); }
+    void open(HADLArchiveSink::Window window)
     {
-        if (pptr() != pbase())
-            drain_(pbase(), static_cast<std::size_t>(pptr() - pbase()));
-        setp(chunk_.data(), chunk_.data() + chunk_.size());
+        begin_ = at = window.begin;
+        end = window.end;
     }
 
-    const HADLArchiveDrain& drain_;
-    std::vector<char> chunk_;
+    HADLArchiveSink& sink_;
+    char* begin_ = nullptr;
 };
 
-// Get area over the whole archive; the reader takes its fields straight out of it.
+// Get area over the whole archive, for Boost; the reader keeps a cursor of its own and
+// hands it over before Boost reads a preamble.
 class InBuffer : public std::streambuf {
 public:
     InBuffer(const char* data, std::size_t size)
@@ -122,15 +142,8 @@ public:
         setg(begin, begin, begin + size);
     }
     const char* next() const { return gptr(); }
-    std::size_t left() const { return static_cast<std::size_t>(egptr() - gptr()); }
-    const char* take(std::size_t length)
-    {
-        if (length > left())
-            damaged();
-        const char* at = gptr();
-        setg(eback(), gptr() + length, egptr());
-        return at;
-    }
+    const char* end() const { return egptr(); }
+    void seek(const char* at) { setg(eback(), const_cast<char*>(at), egptr()); }
 };
 
 // Which classes have had their preamble in the archive under way: a class is marked with
@@ -146,12 +159,15 @@ struct Writer {
     boost::archive::binary_oarchive& ar;
     unsigned serial;
 
-    template <class V>
-    void prim(const V& value)
+    // A run of primitives in their native form, with one check for room.
+    template <class... V>
+    void fixed(const V&... values)
     {
-        buffer.put(&value, sizeof value);
+        buffer.room((sizeof(V) + ...));
+        char* at = buffer.at;
+        ((std::memcpy(at, &values, sizeof(V)), at += sizeof(V)), ...);
+        buffer.at = at;
     }
-    void flag(const bool& value) { prim(value); }
 
     template <class C>
     bool firstOf()
@@ -165,23 +181,47 @@ struct Writer {
     template <class C>
     void throughBoost(C& object)
     {
+        buffer.lendToBoost();
         ar << static_cast<const C&>(object);
     }
+    void fromBoost() { buffer.takeFromBoost(); }
 };
 
 struct Reader {
     InBuffer& buffer;
     boost::archive::binary_iarchive& ar;
     unsigned serial;
+    const char* at;
+    const char* end;
     const char* preambleStart = nullptr;
 
-    template <class V>
-    void prim(V& value)
+    std::size_t left() const { return static_cast<std::size_t>(end - at); }
+
+    // A run of primitives, with one check that the archive holds them.
+    template <class... V>
+    void fixed(V&... values)
     {
-        std::memcpy(&value, buffer.take(sizeof value), sizeof value);
+        if (left() < (sizeof(V) + ...))
+            damaged();
+        (load(values), ...);
+    }
+    template <class V>
+    void load(V& value)
+    {
+        std::memcpy(&value, at, sizeof value);
+        at += sizeof value;
     }
     // As a byte, so that a damaged archive cannot plant a bool that is neither 0 nor 1.
-    void flag(bool& value) { value = *buffer.take(1) != 0; }
+    void load(bool& value) { value = *at++ != 0; }
+
+    const char* take(std::size_t length)
+    {
+        if (length > left())
+            damaged();
+        const char* bytes = at;
+        at += length;
+        return bytes;
+    }
 
     template <class C>
     bool firstOf()
@@ -194,15 +234,17 @@ struct Reader {
     template <class C>
     void throughBoost(C& object)
     {
-        preambleStart = buffer.next();
+        buffer.seek(at);
+        preambleStart = at;
         ar >> object;
     }
     // Boost has read a preamble: a tracking byte and a 4-byte version. Our archives never
     // track, and with tracking on Boost would expect an object id before each object of
     // the class, which the fields read here do not.
-    void checkPreamble() const
+    void fromBoost()
     {
-        if (buffer.next() - preambleStart != 5 || *preambleStart != 0)
+        at = buffer.next();
+        if (at - preambleStart != 5 || *preambleStart != 0)
             damaged();
     }
 };
@@ -216,44 +258,31 @@ void object(IO& io, C& value);
 template <class IO>
 void fields(IO& io, HADLDatabase::Options& o)
 {
-    io.flag(o.ignoreTranslateOff);
-    io.prim(o.defaultLibrary);
-    io.flag(o.strictVhdlLibSearchOrder);
-    io.flag(o.enableVHDL2019);
+    io.fixed(o.ignoreTranslateOff, o.defaultLibrary, o.strictVhdlLibSearchOrder, o.enableVHDL2019);
 }
 
 template <class IO>
 void fields(IO& io, HADLDatabase::Status& s)
 {
-    io.prim(s.err);
-    io.flag(s.isParseDone);
-    io.flag(s.isElabError);
+    io.fixed(s.err, s.isParseDone, s.isElabError);
 }
 
 template <class IO>
 void fields(IO& io, HADLDatabase::MacroDef& d)
 {
-    io.prim(d.valueId);
-    io.flag(d.hasValue);
+    io.fixed(d.valueId, d.hasValue);
 }
 
 template <class IO>
 void fields(IO& io, HADLDatabase::GenericDef& d)
 {
-    io.prim(d.valueId);
-    io.flag(d.hasValue);
+    io.fixed(d.valueId, d.hasValue);
 }
 
 template <class IO>
 void fields(IO& io, HADLDatabase::FileAttr& f)
 {
-    io.prim(f.lang);
-    io.prim(f.libId);
-    io.prim(f.incDirListId);
-    io.prim(f.tempAliasId);
-    io.prim(f.isAliasOfId);
-    io.flag(f.isStdVhdl);
-    io.flag(f.isDisabled);
+    io.fixed(f.lang, f.libId, f.incDirListId, f.tempAliasId, f.isAliasOfId, f.isStdVhdl, f.isDisabled);
 }
 
 template <class IO>
@@ -268,16 +297,13 @@ void fields(IO& io, HADLDatabase::FileProp& p)
 template <class IO>
 void fields(IO& io, HADLDatabase::RInstAttr& i)
 {
-    io.prim(i.instnameId);
-    io.prim(i.targetId);
+    io.fixed(i.instnameId, i.targetId);
 }
 
 template <class IO>
 void fields(IO& io, HADLDatabase::RUnitAttr& u)
 {
-    io.prim(u.libId);
-    io.prim(u.primaryId);
-    io.prim(u.secondaryId);
+    io.fixed(u.libId, u.primaryId, u.secondaryId);
     object(io, u.fileIds);
     object(io, u.insts);
 }
@@ -285,69 +311,39 @@ void fields(IO& io, HADLDatabase::RUnitAttr& u)
 template <class IO>
 void fields(IO& io, HADLDatabase::InstAttr& i)
 {
-    io.prim(i.unitId);
-    io.prim(i.instId);
-    io.prim(i.fileId);
-    io.prim(i.line);
-    io.flag(i.hasParam);
-    io.flag(i.isInactive);
-    io.flag(i.instNameHasLib);
+    io.fixed(i.unitId, i.instId, i.fileId, i.line, i.hasParam, i.isInactive, i.instNameHasLib);
 }
 
 template <class IO>
 void fields(IO& io, HADLDatabase::AttributeAttr& a)
 {
-    io.prim(a.name);
-    io.prim(a.value);
+    io.fixed(a.name, a.value);
 }
 
 template <class IO>
 void fields(IO& io, HADLDatabase::PortAttr& p)
 {
-    io.prim(p.name);
-    io.prim(p.typeName);
-    io.prim(p.typeLeft);
-    io.prim(p.typeRight);
-    io.prim(p.typeDirection);
-    io.prim(p.defaultValue);
-    io.prim(p.portDirection);
-    io.prim(p.masterDirection);
-    io.prim(p.slaveDirection);
+    io.fixed(p.name, p.typeName, p.typeLeft, p.typeRight, p.typeDirection, p.defaultValue,
+             p.portDirection, p.masterDirection, p.slaveDirection);
     object(io, p.attributes);
 }
 
 template <class IO>
 void fields(IO& io, HADLDatabase::ParamAttr& p)
 {
-    io.prim(p.name);
-    io.prim(p.typeName);
-    io.prim(p.typeLeft);
-    io.prim(p.typeRight);
-    io.prim(p.typeDirection);
-    io.prim(p.defaultValue);
-    io.prim(p.rangeConstraintLeft);
-    io.prim(p.rangeConstraintSeparator);
-    io.prim(p.rangeConstraintRight);
-    io.flag(p.isParamDecl);
-    io.flag(p.isLocalParam);
+    io.fixed(p.name, p.typeName, p.typeLeft, p.typeRight, p.typeDirection, p.defaultValue,
+             p.rangeConstraintLeft, p.rangeConstraintSeparator, p.rangeConstraintRight,
+             p.isParamDecl, p.isLocalParam);
 }
 
 template <class IO>
 void fields(IO& io, HADLDatabase::UnitAttr& u)
 {
-    io.prim(u.libId);
-    io.prim(u.primaryId);
-    io.prim(u.secondaryId);
-    io.prim(u.origUnitId);
-    io.prim(u.fileId);
-    io.prim(u.startLine);
-    io.prim(u.endLine);
-    io.prim(u.leftCol);
-    io.prim(u.rightCol);
+    io.fixed(u.libId, u.primaryId, u.secondaryId, u.origUnitId, u.fileId, u.startLine, u.endLine,
+             u.leftCol, u.rightCol);
     object(io, u.insts);
     object(io, u.inactiveUnits);
-    io.flag(u.isConfig);
-    io.flag(u.isInterface);
+    io.fixed(u.isConfig, u.isInterface);
     object(io, u.ports);
     object(io, u.parameters);
     object(io, u.attributes);
@@ -356,72 +352,52 @@ void fields(IO& io, HADLDatabase::UnitAttr& u)
 template <class IO>
 void fields(IO& io, HADLDatabase::Msg& m)
 {
-    io.prim(m.line);
-    io.prim(m.type);
-    io.prim(m.fmtId);
+    io.fixed(m.line, m.type, m.fmtId);
     object(io, m.args);
 }
 
 template <class IO>
 void fields(IO& io, HADLDatabase::Range& r)
 {
-    io.prim(r.startLine);
-    io.prim(r.endLine);
+    io.fixed(r.startLine, r.endLine);
 }
 
 template <class IO>
 void fields(IO& io, HADLDatabase::Var& v)
 {
-    io.prim(v.nameId);
-    io.flag(v.isInput);
-    io.flag(v.isOutput);
-    io.prim(v.msb);
-    io.prim(v.lsb);
-    io.prim(v.fileId);
-    io.prim(v.line);
+    io.fixed(v.nameId, v.isInput, v.isOutput, v.msb, v.lsb, v.fileId, v.line);
 }
 
 template <class IO>
 void fields(IO& io, HADLDatabase::FileLoc& l)
 {
-    io.prim(l.fileId);
-    io.prim(l.line);
-    io.prim(l.startCol);
+    io.fixed(l.fileId, l.line, l.startCol);
 }
 
 // The archive puts fileId before kind, unlike the record in memory.
 template <class IO>
 void fields(IO& io, HADLDatabase::Declaration& d)
 {
-    io.prim(d.name);
-    io.prim(d.type);
-    io.prim(d.fileId);
-    io.prim(d.kind);
-    io.prim(d.line);
-    io.prim(d.startCol);
+    io.fixed(d.name, d.type, d.fileId, d.kind, d.line, d.startCol);
     object(io, d.references);
 }
 
 template <class IO>
 void fields(IO& io, HADLDatabase::UnitRange& r)
 {
-    io.prim(r.nameId);
-    io.prim(r.fileId);
-    io.prim(r.startLine);
-    io.prim(r.endLine);
-    io.prim(r.extra);
+    io.fixed(r.nameId, r.fileId, r.startLine, r.endLine, r.extra);
 }
 
 template <class T>
 void fields(Writer& out, HADLVectorLayer<T>& layer)
 {
     const std::vector<T>& items = *layer.items;
-    out.prim(std::uint64_t(items.size()));
     if constexpr (std::is_same_v<T, unsigned>) {
+        out.fixed(std::uint64_t(items.size()));
         if (!items.empty())
-            out.buffer.put(items.data(), items.size() * sizeof(unsigned));
+            out.buffer.put(reinterpret_cast<const char*>(items.data()), items.size() * sizeof(unsigned));
     } else {
-        out.prim(std::uint32_t(0)); // item version
+        out.fixed(std::uint64_t(items.size()), std::uint32_t(0)); // count, item version
         for (const T& item : items)
             object(out, const_cast<T&>(item));
     }
@@ -432,20 +408,20 @@ void fields(Reader& in, HADLVectorLayer<T>& layer)
 {
     std::vector<T>& items = *layer.items;
     std::uint64_t count = 0;
-    in.prim(count);
     items.clear();
     if constexpr (std::is_same_v<T, unsigned>) {
-        if (count > in.buffer.left() / sizeof(unsigned))
+        in.fixed(count);
+        if (count > in.left() / sizeof(unsigned))
             damaged();
         items.resize(count);
         if (count != 0) // an empty vector's data() may be null, which memcpy must not get
-            std::memcpy(items.data(), in.buffer.take(count * sizeof(unsigned)), count * sizeof(unsigned));
+            std::memcpy(items.data(), in.take(count * sizeof(unsigned)), count * sizeof(unsigned));
     } else {
         std::uint32_t itemVersion = 0;
-        in.prim(itemVersion);
+        in.fixed(count, itemVersion);
         // Every element takes at least one byte. Reserve no more memory than the rest of
         // the archive holds and grow as elements arrive: the count alone proves nothing.
-        const std::size_t left = in.buffer.left();
+        const std::size_t left = in.left();
         if (count > left)
             damaged();
         items.reserve(std::min<std::size_t>(count, std::max<std::size_t>(4096, left / sizeof(T))));
@@ -475,30 +451,54 @@ void fields(IO& io, HADLVectorForIndexing<T>& table)
 void fields(Writer& out, HADLStringIndexTableSerialization& proxy)
 {
     const HADLStringIndexTable& table = *proxy.table;
-    out.prim(std::uint32_t(table.size() - 1));
+    out.fixed(std::uint32_t(table.size() - 1));
     for (unsigned id = 1; id < table.size(); ++id) {
         const char* text = table.strings[id];
         // The form of a std::string: 8-byte length, then the characters.
         const std::uint64_t length = std::strlen(text);
-        out.prim(length);
+        out.fixed(length);
         out.buffer.put(text, length);
     }
 }
 
+// The entries are walked twice: first their lengths, which give the size of the one block
+// that takes all texts and find a damaged entry before anything is copied; then the texts.
+// Entries before a damaged one are appended all the same, and the index is not rebuilt.
 void fields(Reader& in, HADLStringIndexTableSerialization& proxy)
 {
     HADLStringIndexTable& table = *proxy.table;
     std::uint32_t count = 0;
-    in.prim(count);
-    // Each entry takes its 8-byte length at least.
-    table.strings.reserve(table.strings.size() + std::min<std::size_t>(count, in.buffer.left() / 8));
-    for (std::uint32_t i = 0; i < count; ++i) {
+    in.fixed(count);
+    const char* const first = in.at;
+    std::size_t whole = 0;
+    std::size_t bytes = 0;
+    for (; whole < count; ++whole) {
         std::uint64_t length = 0;
-        in.prim(length);
-        if (length > in.buffer.left())
-            damaged();
-        table.appendRaw(in.buffer.take(length), length);
+        if (in.left() < sizeof length)
+            break;
+        std::memcpy(&length, in.at, sizeof length);
+        if (length > in.left() - sizeof length)
+            break;
+        in.at += sizeof length + length;
+        bytes += length + 1;
     }
+    if (whole != 0) {
+        char* text = table.newTextBlock(bytes);
+        table.strings.reserve(table.strings.size() + whole);
+        const char* from = first;
+        for (std::size_t i = 0; i < whole; ++i) {
+            std::uint64_t length = 0;
+            std::memcpy(&length, from, sizeof length);
+            from += sizeof length;
+            std::memcpy(text, from, length);
+            text[length] = '\0';
+            table.strings.push_back(text);
+            text += length + 1;
+            from += length;
+        }
+    }
+    if (whole != count)
+        damaged();
     table.rebuildIndex();
 }
 
@@ -519,9 +519,9 @@ using HADLPrimaryMap = LoomHashMap<unsigned, HADLVectorForTuple<unsigned>>;
 
 void fields(Writer& out, HADLPrimaryMap& map)
 {
-    out.prim(std::uint64_t(map.size()));
+    out.fixed(std::uint64_t(map.size()));
     for (auto& entry : map) {
-        out.prim(entry.first);
+        out.fixed(entry.first);
         object(out, entry.second);
     }
 }
@@ -529,16 +529,16 @@ void fields(Writer& out, HADLPrimaryMap& map)
 void fields(Reader& in, HADLPrimaryMap& map)
 {
     std::uint64_t count = 0;
-    in.prim(count);
+    in.fixed(count);
     // A key and a count at least per entry.
-    if (count > in.buffer.left() / 12)
+    if (count > in.left() / 12)
         damaged();
     map.clear();
     map.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
         unsigned key = 0;
         HADLVectorForTuple<unsigned> value;
-        in.prim(key);
+        in.fixed(key);
         object(in, value);
         map[key] = std::move(value);
     }
@@ -575,8 +575,7 @@ void fields(IO& io, HADLDatabase& db)
     object(io, db.blockRanges);
     object(io, db.rUnitVars);
     object(io, db.tesselModuleNames);
-    io.flag(db.tesselLibClauseButNoInsts);
-    io.flag(db.enableVhdlVerilogConfig);
+    io.fixed(db.tesselLibClauseButNoInsts, db.enableVhdlVerilogConfig);
     object(io, db.declTypes);
     object(io, db.variables);
     object(io, db.unitRanges);
@@ -605,9 +604,10 @@ template <class Archive, class C>
 void fromBoost(Archive&, C& value)
 {
     if constexpr (Archive::is_saving::value) {
+        activeWriter->fromBoost();
         fields(*activeWriter, value);
     } else {
-        activeReader->checkPreamble();
+        activeReader->fromBoost();
         fields(*activeReader, value);
     }
 }
@@ -679,11 +679,13 @@ bool hadlHasArchiveSignature(const char* data, std::size_t size)
     return size >= kHadlSignatureBytes && std::memcmp(data, expected, kHadlSignatureBytes) == 0;
 }
 
-void hadlWriteDatabase(const HADLDatabase& db, const HADLArchiveDrain& drain)
+void hadlWriteDatabase(const HADLDatabase& db, HADLArchiveSink& sink)
 {
-    OutBuffer buffer(drain);
+    OutBuffer buffer(sink);
     {
+        buffer.lendToBoost();
         boost::archive::binary_oarchive ar(buffer, 0);
+        buffer.takeFromBoost();
         Writer out{buffer, ar, ++archiveSerial};
         activeWriter = &out;
         object(out, const_cast<HADLDatabase&>(db));
@@ -707,7 +709,7 @@ bool hadlReadDatabase(const char* data, std::size_t size, HADLDatabase& db)
     if (ar->get_library_version() < boost::serialization::library_version_type(8))
         return false;
     db = HADLDatabase();
-    Reader in{buffer, *ar, ++archiveSerial};
+    Reader in{buffer, *ar, ++archiveSerial, buffer.next(), buffer.end()};
     activeReader = &in;
     try {
         object(in, db);

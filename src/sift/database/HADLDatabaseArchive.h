@@ -5,7 +5,6 @@
 #include "sift/database/HADLDatabase.h"
 
 #include <cstddef>
-#include <functional>
 
 // The object the archive stores for a string table: the count of entries, then the texts
 // from slot 1 on. Reading appends to the table and rebuilds its indices at the end.
@@ -18,10 +17,25 @@ struct HADLStringIndexTableSerialization {
 bool hadlHasArchiveSignature(const char* data, std::size_t size);
 constexpr std::size_t kHadlSignatureBytes = 30;
 
-// Receives the archive in pieces, in order; throws when it cannot take them.
-using HADLArchiveDrain = std::function<void(const char* bytes, std::size_t length)>;
+// Where the writer puts the archive. It fills the window it was given, in order; when it
+// needs more room it says how much of the window it filled and asks for a new window of at
+// least `need` bytes (never more than a few dozen). Both calls throw when the bytes cannot
+// be taken.
+class HADLArchiveSink {
+public:
+    struct Window {
+        char* begin;
+        char* end;
+    };
+    virtual Window next(std::size_t filled, std::size_t need) = 0;
+    // The archive is complete with `filled` bytes of the last window.
+    virtual void finish(std::size_t filled) = 0;
 
-void hadlWriteDatabase(const HADLDatabase& db, const HADLArchiveDrain& drain);
+protected:
+    ~HADLArchiveSink() = default;
+};
+
+void hadlWriteDatabase(const HADLDatabase& db, HADLArchiveSink& sink);
 
 // Replaces db with the archive held in [data, data + size). Returns false, db untouched,
 // when the bytes do not start with a header this build reads. Once the header is accepted

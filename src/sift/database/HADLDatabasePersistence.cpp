@@ -9,11 +9,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstring>
+#include <algorithm>
+#include <cerrno>
 #include <fstream>
+#include <memory>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -22,7 +23,66 @@ std::string shmPath(const std::string& name)
     return !name.empty() && name[0] == '/' ? name : "/" + name;
 }
 
-// A descriptor and a mapping of a shared-memory object, released on every path.
+// The archive written straight into a new shared-memory object, which grows as it fills:
+// no copy of the archive is kept in the process. The object's pages are allocated as it
+// grows, so that a full device is an error here rather than a fault at the first write.
+class HADLShmSink : public HADLArchiveSink {
+public:
+    ~HADLShmSink()
+    {
+        if (data_ != MAP_FAILED)
+            munmap(data_, capacity_);
+        if (fd_ >= 0)
+            close(fd_);
+    }
+    void create(const std::string& path)
+    {
+        fd_ = shm_open(path.c_str(), O_CREAT | O_EXCL | O_RDWR, 0644);
+        if (fd_ < 0 || fchmod(fd_, 0644) != 0)
+            throw std::runtime_error("cannot create shared memory");
+    }
+
+    Window next(std::size_t filled, std::size_t need) override
+    {
+        size_ += filled;
+        if (capacity_ - size_ < need)
+            grow(std::max(2 * capacity_, size_ + std::max(need, kFirstSize)));
+        return {data() + size_, data() + capacity_};
+    }
+    // The object ends where the archive does.
+    void finish(std::size_t filled) override
+    {
+        size_ += filled;
+        if (ftruncate(fd_, static_cast<off_t>(size_)) != 0)
+            throw std::runtime_error("cannot size shared memory");
+    }
+
+private:
+    static constexpr std::size_t kFirstSize = 1 << 20;
+
+    char* data() const { return static_cast<char*>(data_); }
+    void grow(std::size_t capacity)
+    {
+        const int allocated = fallocate(fd_, 0, static_cast<off_t>(capacity_),
+                                        static_cast<off_t>(capacity - capacity_));
+        if (allocated != 0 && (errno != EOPNOTSUPP || ftruncate(fd_, static_cast<off_t>(capacity)) != 0))
+            throw std::runtime_error("cannot grow shared memory");
+        void* grown = data_ == MAP_FAILED
+            ? mmap(nullptr, capacity, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0)
+            : mremap(data_, capacity_, capacity, MREMAP_MAYMOVE);
+        if (grown == MAP_FAILED)
+            throw std::runtime_error("cannot map shared memory");
+        data_ = grown;
+        capacity_ = capacity;
+    }
+
+    int fd_ = -1;
+    void* data_ = MAP_FAILED;
+    std::size_t capacity_ = 0;
+    std::size_t size_ = 0;
+};
+
+// A shared-memory object mapped read-only as a whole.
 class HADLShmMapping {
 public:
     ~HADLShmMapping()
@@ -32,36 +92,50 @@ public:
         if (fd_ >= 0)
             close(fd_);
     }
-    void create(const std::string& path, std::size_t size)
-    {
-        fd_ = shm_open(path.c_str(), O_CREAT | O_EXCL | O_RDWR, 0644);
-        if (fd_ < 0 || fchmod(fd_, 0644) != 0 || ftruncate(fd_, static_cast<off_t>(size)) != 0)
-            throw std::runtime_error("cannot create shared memory");
-        map(size, PROT_READ | PROT_WRITE);
-    }
     void open(const std::string& path)
     {
         fd_ = shm_open(path.c_str(), O_RDONLY, 0644);
         struct stat info;
         if (fd_ < 0 || fstat(fd_, &info) != 0)
             throw std::runtime_error("cannot open shared memory");
-        map(static_cast<std::size_t>(info.st_size), PROT_READ);
-    }
-    char* data() const { return static_cast<char*>(data_); }
-    std::size_t size() const { return size_; }
-
-private:
-    void map(std::size_t size, int protection)
-    {
-        size_ = size;
-        data_ = mmap(nullptr, size, protection, MAP_SHARED, fd_, 0);
+        size_ = static_cast<std::size_t>(info.st_size);
+        data_ = mmap(nullptr, size_, PROT_READ, MAP_SHARED | MAP_POPULATE, fd_, 0);
         if (data_ == MAP_FAILED)
             throw std::runtime_error("cannot map shared memory");
     }
+    const char* data() const { return static_cast<const char*>(data_); }
+    std::size_t size() const { return size_; }
 
+private:
     int fd_ = -1;
     void* data_ = MAP_FAILED;
     std::size_t size_ = 0;
+};
+
+// The archive through a buffer of its own into a file stream.
+class HADLFileSink : public HADLArchiveSink {
+public:
+    explicit HADLFileSink(std::ofstream& out) : out_(out), chunk_(new char[kChunk]) {}
+
+    Window next(std::size_t filled, std::size_t) override
+    {
+        write(filled);
+        return {chunk_.get(), chunk_.get() + kChunk};
+    }
+    void finish(std::size_t filled) override { write(filled); }
+
+private:
+    // Small enough to stay in the cache between the writer and the copy into the file.
+    static constexpr std::size_t kChunk = 256 << 10;
+
+    void write(std::size_t filled)
+    {
+        if (filled != 0 && !out_.write(chunk_.get(), static_cast<std::streamsize>(filled)))
+            throw std::runtime_error("write failed");
+    }
+
+    std::ofstream& out_;
+    std::unique_ptr<char[]> chunk_;
 };
 
 // A file mapped read-only as a whole. Only regular files: a directory opens, but holds
@@ -82,7 +156,7 @@ public:
         if (fd_ < 0 || fstat(fd_, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size == 0)
             return false;
         size_ = static_cast<std::size_t>(info.st_size);
-        data_ = mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, fd_, 0);
+        data_ = mmap(nullptr, size_, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd_, 0);
         if (data_ == MAP_FAILED)
             return false;
         madvise(data_, size_, MADV_SEQUENTIAL);
@@ -106,10 +180,8 @@ int HADLDatabaseConstAPI::save(const std::string& path) const
         if (!out.good())
             return -1;
         try {
-            hadlWriteDatabase(*db, [&out](const char* bytes, std::size_t length) {
-                if (!out.write(bytes, static_cast<std::streamsize>(length)))
-                    throw std::runtime_error("write failed");
-            });
+            HADLFileSink sink(out);
+            hadlWriteDatabase(*db, sink);
             out.close();
             if (out.fail())
                 throw std::runtime_error("write failed");
@@ -145,22 +217,10 @@ int HADLDatabaseConstAPI::serialize(const std::string& shmName) const
 {
     const std::string path = shmPath(shmName);
     try {
-        // Kept as the pieces the writer hands over: one growing string would copy the
-        // archive again at every reallocation.
-        std::vector<std::string> pieces;
-        std::size_t size = 0;
-        hadlWriteDatabase(*db, [&](const char* bytes, std::size_t length) {
-            pieces.emplace_back(bytes, length);
-            size += length;
-        });
         shm_unlink(path.c_str());
-        HADLShmMapping mapping;
-        mapping.create(path, size);
-        char* at = mapping.data();
-        for (const std::string& piece : pieces) {
-            std::memcpy(at, piece.data(), piece.size());
-            at += piece.size();
-        }
+        HADLShmSink sink;
+        sink.create(path);
+        hadlWriteDatabase(*db, sink);
         return 0;
     } catch (...) {
         shm_unlink(path.c_str());

@@ -33,6 +33,7 @@ HADLStringIndexTable::HADLStringIndexTable(HADLStringIndexTable&& other) noexcep
     std::swap(strings, other.strings);
     std::swap(index, other.index);
     std::swap(retired_, other.retired_);
+    std::swap(blocks_, other.blocks_);
 }
 
 HADLStringIndexTable& HADLStringIndexTable::operator=(const HADLStringIndexTable& other)
@@ -52,6 +53,7 @@ HADLStringIndexTable& HADLStringIndexTable::operator=(HADLStringIndexTable&& oth
         std::swap(strings, other.strings);
         std::swap(index, other.index);
         std::swap(retired_, other.retired_);
+        std::swap(blocks_, other.blocks_);
     }
     return *this;
 }
@@ -64,10 +66,22 @@ HADLStringIndexTable::~HADLStringIndexTable()
 void HADLStringIndexTable::releaseTexts()
 {
     for (std::size_t i = 1; i < strings.size(); ++i)
-        std::free(strings[i]);
+        if (!inTextBlock(strings[i]))
+            std::free(strings[i]);
     for (char* text : retired_)
-        std::free(text);
+        if (!inTextBlock(text))
+            std::free(text);
     retired_.clear();
+    blocks_.clear();
+}
+
+bool HADLStringIndexTable::inTextBlock(const char* text) const
+{
+    const std::less<const char*> before;
+    for (const TextBlock& block : blocks_)
+        if (!before(text, block.bytes.get()) && before(text, block.bytes.get() + block.size))
+            return true;
+    return false;
 }
 
 void HADLStringIndexTable::copyFrom(const HADLStringIndexTable& other)
@@ -80,8 +94,7 @@ void HADLStringIndexTable::copyFrom(const HADLStringIndexTable& other)
 
 unsigned HADLStringIndexTable::find(const char* text) const
 {
-    auto it = index.find(text);
-    return it == index.end() ? 0 : it->second;
+    return index.find(text);
 }
 
 bool HADLStringIndexTable::contains(const char* text) const
@@ -96,7 +109,7 @@ unsigned HADLStringIndexTable::insert(const char* text)
     char* copy = strdup(text);
     unsigned id = size();
     strings.push_back(copy);
-    index[copy] = id;
+    index.assign(copy, id);
     return id;
 }
 
@@ -104,15 +117,13 @@ void HADLStringIndexTable::clear()
 {
     retired_.insert(retired_.end(), strings.begin() + 1, strings.end());
     strings.assign(1, nullptr);
-    index = decltype(index)();
+    index.clear();
 }
 
 void HADLStringIndexTable::rebuildIndex()
 {
     index.clear();
-    index.reserve(size());
-    for (unsigned id = 1; id < size(); ++id)
-        index[strings[id]] = id;
+    index.assignAll(strings, 1);
 }
 
 const char* HADLStringIndexTable::getString(unsigned id) const
@@ -128,4 +139,10 @@ void HADLStringIndexTable::appendRaw(const char* text, std::size_t length)
     std::memcpy(copy, text, length);
     copy[length] = '\0';
     strings.push_back(copy);
+}
+
+char* HADLStringIndexTable::newTextBlock(std::size_t bytes)
+{
+    blocks_.push_back({std::unique_ptr<char[]>(new char[bytes]), bytes});
+    return blocks_.back().bytes.get();
 }

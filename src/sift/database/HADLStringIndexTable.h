@@ -2,8 +2,10 @@
 // Slot 0 is reserved and never a valid entry. The table owns private copies of its texts.
 #pragma once
 
+#include "sift/database/HADLTextIndex.h"
+
 #include <cstddef>
-#include <unordered_map>
+#include <memory>
 #include <vector>
 
 // The byte hash behind std::hash<std::string>, over the text without its terminator.
@@ -36,14 +38,25 @@ public:
 
     // Appends a text without looking it up; the loader uses it before rebuildIndex.
     void appendRaw(const char* text, std::size_t length);
+    // Room for texts that the loader copies in back to back and appends to `strings`
+    // itself: one allocation for a whole table instead of one per text. Freed with the
+    // table.
+    char* newTextBlock(std::size_t bytes);
 
     std::vector<char*> strings;
-    std::unordered_map<const char*, unsigned, HADLCStrHash, HADLCStrEqual> index;
+    HADLTextIndex<HADLCStrHash, HADLCStrEqual> index;
 
 private:
+    struct TextBlock {
+        std::unique_ptr<char[]> bytes;
+        std::size_t size;
+    };
+
     void copyFrom(const HADLStringIndexTable& other);
     void releaseTexts();
+    bool inTextBlock(const char* text) const;
 
     // Texts of earlier contents dropped by clear, freed with the table.
     std::vector<char*> retired_;
+    std::vector<TextBlock> blocks_;
 };

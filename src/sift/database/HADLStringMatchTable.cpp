@@ -52,7 +52,7 @@ HADLStringMatchTable::~HADLStringMatchTable()
 
 void HADLStringMatchTable::enterNoCase(unsigned id)
 {
-    noCaseIndex[strings[id]] = id;
+    noCaseIndex.assign(strings[id], id);
 }
 
 unsigned HADLStringMatchTable::insert(const char* text)
@@ -68,15 +68,12 @@ void HADLStringMatchTable::rebuildIndex()
 {
     HADLStringIndexTable::rebuildIndex();
     noCaseIndex.clear();
-    noCaseIndex.reserve(size());
-    for (unsigned id = 1; id < size(); ++id)
-        enterNoCase(id);
+    noCaseIndex.assignAll(strings, 1);
 }
 
 unsigned HADLStringMatchTable::findNoCase(const char* text) const
 {
-    auto it = noCaseIndex.find(text);
-    return it == noCaseIndex.end() ? 0 : it->second;
+    return noCaseIndex.find(text);
 }
 
 bool HADLStringMatchTable::containsNoCase(const char* text) const

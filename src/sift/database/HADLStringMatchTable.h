@@ -25,7 +25,7 @@ public:
     virtual unsigned findNoCase(const char* text) const;
     virtual bool containsNoCase(const char* text) const;
 
-    std::unordered_map<const char*, unsigned, HADLNoCaseHash, HADLNoCaseEqual> noCaseIndex;
+    HADLTextIndex<HADLNoCaseHash, HADLNoCaseEqual> noCaseIndex;
 
 private:
     void enterNoCase(unsigned id);

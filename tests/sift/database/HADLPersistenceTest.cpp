@@ -335,6 +335,32 @@ TEST_F(HADLPersistenceTest, TruncatedArchiveFailsWithTablesPartlyFilled)
     EXPECT_EQ(db.nonHdlModuleNames.size(), 1u);
 }
 
+// A text length that claims more than the archive holds, in the middle of a table: the
+// texts before it are kept, in one block with the table, and the tables finished before
+// are indexed. Clearing the table afterwards keeps the old texts readable.
+TEST_F(HADLPersistenceTest, DamagedTextKeepsTheTextsBeforeIt)
+{
+    HADLDatabase sample;
+    sample.fileNames.insert("f.v");
+    for (int i = 0; i < 5; ++i)
+        sample.objNames.insert(("obj" + std::to_string(i)).c_str());
+    std::string bytes = bytesOf(sample);
+    const std::size_t third = bytes.find("obj2") - 8;
+    ASSERT_EQ(bytes[third], 4);
+    bytes[third + 6] = 0x7f;
+    writeBytes(path("damaged.bin"), bytes);
+
+    HADLDatabase db;
+    EXPECT_EQ(HADLDatabaseAPI(db).load(path("damaged.bin")), -1);
+    EXPECT_EQ(db.fileNames.find("f.v"), 1u);
+    ASSERT_EQ(db.objNames.size(), 3u);
+    const char* kept = db.objNames.getString(2);
+    EXPECT_STREQ(kept, "obj1");
+    db.objNames.clear();
+    EXPECT_EQ(db.objNames.insert("new"), 1u);
+    EXPECT_STREQ(kept, "obj1");
+}
+
 TEST_F(HADLPersistenceTest, EveryTruncationFails)
 {
     HADLDatabase sample;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <vector>
 
 TEST(HADLStringIndexTable, NewTableHasOnlyReservedSlot)
 {
@@ -102,6 +103,47 @@ TEST(HADLStringIndexTable, ManyEntriesStayFindable)
         ASSERT_EQ(t.insert(("n" + std::to_string(i)).c_str()), unsigned(i + 1));
     for (int i = 0; i < 5000; ++i)
         ASSERT_EQ(t.find(("n" + std::to_string(i)).c_str()), unsigned(i + 1));
+}
+
+// The index grows several times and the rebuild enters its texts in batches; equal texts
+// at ids far apart must still give the later id, whatever batch each falls in.
+TEST(HADLStringIndexTable, RebuildOverManyBatchesKeepsLaterOfEqualTexts)
+{
+    HADLStringIndexTable t;
+    const int distinct = 3000;
+    for (int round = 0; round < 2; ++round)
+        for (int i = 0; i < distinct; ++i) {
+            const std::string text = "t" + std::to_string(i);
+            t.appendRaw(text.c_str(), text.size());
+        }
+    t.rebuildIndex();
+    EXPECT_EQ(t.index.size(), unsigned(distinct));
+    for (int i = 0; i < distinct; ++i)
+        ASSERT_EQ(t.find(("t" + std::to_string(i)).c_str()), unsigned(distinct + i + 1));
+    EXPECT_EQ(t.find("t"), 0u);
+    EXPECT_EQ(t.find("t3000"), 0u);
+    EXPECT_EQ(t.insert("t7"), unsigned(distinct + 8));
+    EXPECT_EQ(t.insert("t3000"), unsigned(2 * distinct + 1));
+}
+
+// Texts that hash alike in their low bits share probe runs; each must stay findable, and
+// an absent text that lands in the same run must not be found.
+TEST(HADLStringIndexTable, TextsInOneProbeRunStayApart)
+{
+    HADLStringIndexTable t;
+    const HADLCStrHash hash;
+    const std::size_t bits = hash("anchor") & 15;
+    std::vector<std::string> sameRun;
+    for (int i = 0; sameRun.size() < 6; ++i) {
+        std::string text = "k" + std::to_string(i);
+        if ((hash(text.c_str()) & 15) == bits)
+            sameRun.push_back(text);
+    }
+    for (const std::string& text : sameRun)
+        t.insert(text.c_str());
+    for (std::size_t i = 0; i < sameRun.size(); ++i)
+        EXPECT_EQ(t.find(sameRun[i].c_str()), unsigned(i + 1));
+    EXPECT_EQ(t.find("anchor"), 0u);
 }
 
 TEST(HADLStringMatchTable, LatestSpellingWinsNoCaseLookup)
