@@ -6,15 +6,17 @@
 #include <map>
 #include <memory>
 #include <set>
-#include <unordered_map>
 #include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "hdl/base/LineFile.h"
 #include "hdl/base/Message.h"
 #include "hdl/sort/VeriSkim.h"
+#include "hdl/sort/VeriSkimScanner.h"
 #include "hdl/sort/VhdlSkim.h"
-#include "hdl/sv/VeriLexer.h"
 #include "hdl/sv/VeriMessageIds.h"
 #include "hdl/sv/VeriPreprocessor.h"
 #include "hdl/vhdl/VhdlLexer.h"
@@ -38,6 +40,12 @@ struct SortState {
     bool librariesResolved = true;
     // The preprocessor shared by files of one compilation unit, when they share one.
     std::unique_ptr<VeriPreprocessor> sharedUnit;
+    // Macros defined before a file begins, without and with the SystemVerilog
+    // coverage constants; views into `defines`, built again after it changes.
+    std::unordered_set<std::string_view> predefined[2];
+    bool predefinedBuilt = false;
+    // Token buffer reused from file to file.
+    std::vector<VeriSkimToken> tokens;
 };
 
 SortState& state() {
@@ -53,15 +61,49 @@ std::string lower(std::string s) {
     return s;
 }
 
+// The language the preprocessor reads a file of `lang` in.
+unsigned preprocessorLanguage(unsigned lang) { return lang >= 1 && lang <= 5 ? lang : lang == 14 ? 14 : 5; }
+
 std::unique_ptr<VeriPreprocessor> newPreprocessor(unsigned lang) {
     SortState& s = state();
     VeriPreprocessorOptions options;
     options.includeDirs = s.includeDirs;
     options.defines = s.defines;
-    options.language = lang >= 1 && lang <= 5 ? lang : lang == 14 ? 14 : 5;
+    options.language = preprocessorLanguage(lang);
     options.ignoreTranslateOff = s.ignoreTranslateOff;
     options.streamCallBack = s.callback;
     return std::make_unique<VeriPreprocessor>(std::move(options));
+}
+
+const std::unordered_set<std::string_view>& predefinedMacros(unsigned ppLanguage) {
+    SortState& s = state();
+    if (!s.predefinedBuilt) {
+        // The preprocessor's own definitions before those of the command line.
+        static const char* const coverage[] = {
+            "SV_COV_START",     "SV_COV_STOP",      "SV_COV_RESET",     "SV_COV_CHECK",  "SV_COV_MODULE",
+            "SV_COV_HIER",      "SV_COV_ASSERTION", "SV_COV_FSM_STATE", "SV_COV_STATEMENT", "SV_COV_TOGGLE",
+            "SV_COV_OVERFLOW",  "SV_COV_ERROR",     "SV_COV_NOCOV",     "SV_COV_OK",     "SV_COV_PARTIAL"};
+        for (auto& set : s.predefined)
+            set.clear();
+        for (const char* name : coverage)
+            s.predefined[1].insert(name);
+        for (const std::string& def : s.defines)
+            for (auto& set : s.predefined)
+                set.insert(std::string_view(def).substr(0, def.find('=')));
+        s.predefinedBuilt = true;
+    }
+    return s.predefined[ppLanguage >= 3 ? 1 : 0];
+}
+
+// The keyword set of the preprocessor's lexer for a language.
+VeriKeywordSet preprocessorKeywordSet(unsigned ppLanguage) {
+    switch (ppLanguage) {
+    case 1: return VERI_KW_1995;
+    case 2: return VERI_KW_2005;
+    case 3: return VERI_KW_SV2005;
+    case 4: return VERI_KW_SV2009;
+    default: return VERI_KW_SV2012;
+    }
 }
 
 VeriKeywordSet keywordSetOf(unsigned lang) {
@@ -74,28 +116,49 @@ VeriKeywordSet keywordSetOf(unsigned lang) {
     }
 }
 
+// Reads what is left in the stream; a file's size is known, so the text is read
+// in one go rather than grown piece by piece.
+bool readText(SourceStream& stream, std::string& text) {
+    if (!stream.is_open())
+        return false;
+    std::streambuf* buf = stream.stream()->rdbuf();
+    std::streamoff here = buf->pubseekoff(0, std::ios::cur, std::ios::in);
+    std::streamoff end = buf->pubseekoff(0, std::ios::end, std::ios::in);
+    if (here >= 0 && end > here && buf->pubseekpos(here, std::ios::in) == here) {
+        text.resize(size_t(end - here));
+        text.resize(size_t(buf->sgetn(text.data(), end - here)));
+    }
+    return stream.ReadAll(text);
+}
+
 // The file's stream stays open while its tokens are read, so that the streams of its
-// includes nest inside it. Text without a backquote has no directive, include or macro
-// use, and goes to the lexer directly.
+// includes nest inside it. The skim's scanner reads the text unless it includes a
+// file, uses a macro or needs another directive that only the preprocessor obeys
+// (and, in a shared compilation unit, unless it holds a backquote at all).
 bool readVerilog(FileElement& element) {
     SortState& s = state();
     auto stream = OpenSourceStream(s.callback, element.fileName.c_str());
     std::string text;
-    if (!stream->is_open() || !stream->ReadAll(text)) {
+    if (!readText(*stream, text)) {
         Message::Error(veri_msg::OpenFailed, nullptr, "cannot open file '%s'", element.fileName.c_str());
         return false;
     }
-    std::vector<VeriToken> tokens;
-    tokens.reserve(text.size() / 4 + 16);
+    std::vector<VeriSkimToken>& tokens = s.tokens;
+    tokens.clear();
+    bool backquote = std::memchr(text.data(), '`', text.size()) != nullptr;
+    unsigned ppLanguage = preprocessorLanguage(element.language);
     std::unique_ptr<VeriPreprocessor> own;
-    if (text.find('`') == std::string::npos) {
-        VeriLexer lexer(text, {VeriTextOrigin{0, LineFile::GetFileId(element.fileName), 1, 1}});
-        lexer.setKeywordSet(keywordSetOf(element.language));
-        lexer.setIgnoreTranslateOff(s.ignoreTranslateOff);
-        for (VeriToken t = lexer.lex(); t.kind != VT_EOF; t = lexer.lex())
-            if (t.kind != VT_ERROR)
-                tokens.push_back(t);
-    } else {
+    bool scanned = false;
+    if (!backquote || !hdl_file_sort::_default_compilation_unit_mode) {
+        VeriSkimScanOptions options;
+        options.keywordSet = backquote ? preprocessorKeywordSet(ppLanguage) : keywordSetOf(element.language);
+        options.ignoreTranslateOff = s.ignoreTranslateOff;
+        options.preprocess = backquote;
+        options.predefined = &predefinedMacros(ppLanguage);
+        scanned = veriSkimScan(text, options, tokens);
+    }
+    if (!scanned) {
+        tokens.clear();
         VeriPreprocessor* pp;
         if (hdl_file_sort::_default_compilation_unit_mode) {
             if (!s.sharedUnit)
@@ -107,9 +170,9 @@ bool readVerilog(FileElement& element) {
         }
         pp->pushText(std::move(text), element.fileName);
         for (VeriToken t = pp->next(); t.kind != VT_EOF; t = pp->next())
-            tokens.push_back(t);
+            tokens.push_back(VeriSkimToken{t.kind, t.text});
     }
-    tokens.push_back(VeriToken{});
+    tokens.push_back(VeriSkimToken{VT_EOF, {}});
     veriSkimTokens(tokens, element);
     return true;
 }
@@ -119,7 +182,7 @@ bool readVhdl(FileElement& element) {
     std::string text;
     {
         auto stream = OpenSourceStream(s.callback, element.fileName.c_str());
-        if (!stream->is_open() || !stream->ReadAll(text)) {
+        if (!readText(*stream, text)) {
             Message::Error(vhdl_msg::kCannotOpen, nullptr, "cannot open file '%s'", element.fileName.c_str());
             return false;
         }
@@ -194,6 +257,7 @@ void hdl_file_sort::DefineCmdLineMacro(const char* name, const char* value) {
     if (value)
         def += std::string("=") + value;
     state().defines.push_back(std::move(def));
+    state().predefinedBuilt = false;
 }
 
 bool hdl_file_sort::RegisterFile(const char* file, const char* library, unsigned mode, unsigned when) {

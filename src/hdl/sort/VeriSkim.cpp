@@ -1,22 +1,24 @@
 #include "hdl/sort/VeriSkim.h"
 
+#include <algorithm>
 #include <string>
-#include <unordered_set>
 
 namespace hdl {
 namespace {
 
-bool isName(const VeriToken& t) { return t.kind == VT_IDENTIFIER || t.kind == VT_ESCAPED_IDENTIFIER; }
+bool isName(const VeriSkimToken& t) { return t.kind == VT_IDENTIFIER || t.kind == VT_ESCAPED_IDENTIFIER; }
 
 // An escaped identifier names the same object as its plain spelling.
-std::string nameText(const VeriToken& t) {
+std::string_view nameView(const VeriSkimToken& t) {
     std::string_view s = t.text;
     if (t.kind == VT_ESCAPED_IDENTIFIER && !s.empty() && s[0] == '\\')
         s.remove_prefix(1);
     while (!s.empty() && (s.back() == ' ' || s.back() == '\t'))
         s.remove_suffix(1);
-    return std::string(s);
+    return s;
 }
+
+std::string nameText(const VeriSkimToken& t) { return std::string(nameView(t)); }
 
 // The end keyword that closes a unit opened by `kind`, or 0 when it opens none.
 uint16_t endKindOf(uint16_t kind) {
@@ -48,7 +50,7 @@ bool startsItem(uint16_t kind) {
 
 class VeriSkimmer {
 public:
-    VeriSkimmer(const std::vector<VeriToken>& tokens, FileElement& element) : t_(tokens), e_(element) {}
+    VeriSkimmer(const std::vector<VeriSkimToken>& tokens, FileElement& element) : t_(tokens), e_(element) {}
 
     void run() {
         while (i_ < t_.size() && t_[i_].kind != VT_EOF) {
@@ -60,8 +62,8 @@ public:
     }
 
 private:
-    const VeriToken& at(size_t k) const {
-        static const VeriToken eof;
+    const VeriSkimToken& at(size_t k) const {
+        static const VeriSkimToken eof{VT_EOF, {}};
         return k < t_.size() ? t_[k] : eof;
     }
     uint16_t kindAt(size_t k) const { return at(k).kind; }
@@ -83,7 +85,7 @@ private:
     }
 
     void topLevel() {
-        const VeriToken& t = t_[i_];
+        const VeriSkimToken& t = t_[i_];
         if (t.kind == VT_EXTERN && endKindOf(kindAt(i_ + 1)) && kindAt(i_ + 1) != VT_CLASS) {
             // A prototype names the unit for instances that precede its body.
             size_t k = i_ + 2;
@@ -107,7 +109,7 @@ private:
     }
 
     void insideUnit() {
-        const VeriToken& t = t_[i_];
+        const VeriSkimToken& t = t_[i_];
         if (t.kind == ends_.back()) {
             ends_.pop_back();
             if (ends_.empty())
@@ -173,14 +175,18 @@ private:
 
     // `p::` names a package; `std::` is the language's own.
     bool noteReference() {
-        const VeriToken& t = t_[i_];
+        const VeriSkimToken& t = t_[i_];
         if (!isName(t) || kindAt(i_ + 1) != VT_SCOPE || prevKind() == VT_SCOPE)
             return false;
-        std::string name = nameText(t);
+        std::string_view name = nameView(t);
         if (name == "$unit" || name == "local" || name == "super" || name == "this")
             return false;
-        if (packagesSeen_.insert(name).second)
-            e_.references.push_back(SortReference{"work", name, "", name == "std" ? uint32_t(SORT_REF_IMPLICIT) : 0u});
+        // A file names few packages: a list beats a hash set built per file.
+        if (std::find(packagesSeen_.begin(), packagesSeen_.end(), name) == packagesSeen_.end()) {
+            packagesSeen_.push_back(name);
+            e_.references.push_back(
+                SortReference{"work", std::string(name), "", name == "std" ? uint32_t(SORT_REF_IMPLICIT) : 0u});
+        }
         return true;
     }
 
@@ -197,7 +203,7 @@ private:
             else
                 ++k;
         }
-        std::string module = nameText(t_[i_]);
+        std::string_view module = nameView(t_[i_]);
         bool found = false;
         while (isName(at(k))) {
             size_t nameAt = k++;
@@ -206,7 +212,7 @@ private:
             if (kindAt(k) != VT_LPAREN)
                 break;
             k = skipGroup(k);
-            addInstance(module, nameText(t_[nameAt]));
+            addInstance(std::string(module), nameText(t_[nameAt]));
             found = true;
             if (kindAt(k) != VT_COMMA)
                 break;
@@ -243,17 +249,17 @@ private:
         ++i_;
     }
 
-    const std::vector<VeriToken>& t_;
+    const std::vector<VeriSkimToken>& t_;
     FileElement& e_;
     size_t i_ = 0;
     std::vector<uint16_t> ends_; // end keywords of the open units, innermost last
     int unit_ = -1;              // index of the unit table entry being read
-    std::unordered_set<std::string> packagesSeen_;
+    std::vector<std::string_view> packagesSeen_;
 };
 
 } // namespace
 
-void veriSkimTokens(const std::vector<VeriToken>& tokens, FileElement& element) {
+void veriSkimTokens(const std::vector<VeriSkimToken>& tokens, FileElement& element) {
     VeriSkimmer(tokens, element).run();
 }
 

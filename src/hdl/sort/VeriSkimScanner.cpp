@@ -1,0 +1,702 @@
+#include "hdl/sort/VeriSkimScanner.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "hdl/sv/VeriLexer.h"
+#include "hdl/sv/VeriMacroExpander.h"
+
+namespace hdl {
+namespace {
+
+enum : uint8_t { CC_IDSTART = 1, CC_IDCHAR = 2, CC_DIGIT = 4, CC_BLANK = 8, CC_NEWLINE = 16 };
+
+struct CharClasses {
+    uint8_t of[256] = {};
+    constexpr CharClasses() {
+        for (int c = 0; c < 256; ++c) {
+            bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+            bool digit = c >= '0' && c <= '9';
+            uint8_t bits = 0;
+            if (letter)
+                bits |= CC_IDSTART | CC_IDCHAR;
+            if (digit)
+                bits |= CC_DIGIT | CC_IDCHAR;
+            if (c == '$')
+                bits |= CC_IDCHAR;
+            if (c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v')
+                bits |= CC_BLANK;
+            if (c == '\n')
+                bits |= CC_NEWLINE;
+            of[c] = bits;
+        }
+    }
+};
+constexpr CharClasses kClasses;
+
+inline bool hasClass(char c, uint8_t bits) { return (kClasses.of[static_cast<unsigned char>(c)] & bits) != 0; }
+inline bool isIdentStart(char c) { return hasClass(c, CC_IDSTART); }
+inline bool isIdentChar(char c) { return hasClass(c, CC_IDCHAR); }
+inline bool isDigit(char c) { return hasClass(c, CC_DIGIT); }
+inline bool isBlank(char c) { return hasClass(c, CC_BLANK); }
+inline bool isSpace(char c) { return hasClass(c, CC_BLANK | CC_NEWLINE); }
+
+// How a `define body scan treats a character: plain text, a blank, or a closer look.
+enum : uint8_t { kBodyText = 0, kBodyBlank = 1, kBodySpecial = 2 };
+struct DefineBodyClasses {
+    uint8_t of[256] = {};
+    constexpr DefineBodyClasses() {
+        for (char c : {' ', '\t', '\r', '\f', '\v'})
+            of[static_cast<unsigned char>(c)] = kBodyBlank;
+        for (char c : {'\n', '\\', '"', '/'})
+            of[static_cast<unsigned char>(c)] = kBodySpecial;
+    }
+};
+constexpr DefineBodyClasses kDefineBodyClass;
+
+struct OperatorSpelling {
+    std::string_view text;
+    uint16_t kind;
+    VeriKeywordSet set;
+};
+
+// Operator spellings by first character, longest first, for maximal munch.
+const std::vector<OperatorSpelling>* operatorsByFirstChar() {
+    static const std::vector<std::vector<OperatorSpelling>> table = [] {
+        std::vector<std::vector<OperatorSpelling>> t(256);
+        auto add = [&](std::string_view text, uint16_t kind) {
+            t[static_cast<unsigned char>(text[0])].push_back(OperatorSpelling{text, kind, tokenKeywordSet(kind)});
+        };
+        for (int k = 0; k < VT_KIND_COUNT; ++k)
+            if (!isKeywordKind(k) && tokenText(k)[0] != '\0')
+                add(tokenText(k), uint16_t(k));
+        add("^~", VT_XNOR_OP);
+        for (auto& list : t)
+            std::stable_sort(list.begin(), list.end(), [](const OperatorSpelling& a, const OperatorSpelling& b) {
+                return a.text.size() > b.text.size();
+            });
+        return t;
+    }();
+    return table.data();
+}
+
+std::string_view nextWord(std::string_view& s) {
+    size_t b = 0;
+    while (b < s.size() && isSpace(s[b]))
+        ++b;
+    size_t e = b;
+    while (e < s.size() && !isSpace(s[e]))
+        ++e;
+    std::string_view w = s.substr(b, e - b);
+    s.remove_prefix(e);
+    return w;
+}
+
+// +1 for a translate_off comment, -1 for translate_on, 0 otherwise.
+int pragmaDirection(std::string_view body) {
+    static const char* const prefixes[] = {"synopsys", "synthesis", "pragma", "xilinx",
+                                           "cadence", "exemplar", "altera", "ambit"};
+    size_t b = 0;
+    while (b < body.size() && isSpace(body[b]))
+        ++b;
+    if (b == body.size() || !std::strchr("spxcea", body[b]))
+        return 0;
+    std::string_view first = nextWord(body);
+    bool known = false;
+    for (const char* p : prefixes)
+        known = known || first == p;
+    if (!known)
+        return 0;
+    std::string_view second = nextWord(body);
+    if (second == "translate_off" || second == "synthesis_off")
+        return 1;
+    if (second == "translate_on" || second == "synthesis_on")
+        return -1;
+    return 0;
+}
+
+struct Cond {
+    bool active = false;
+    bool parentActive = false;
+    bool taken = false;
+    bool sawElse = false;
+};
+
+class Scanner {
+public:
+    Scanner(std::string_view text, const VeriSkimScanOptions& options, std::vector<VeriSkimToken>& out)
+        : s_(text), o_(options), out_(out) {}
+
+    bool run() {
+        while (ok_) {
+            if (!conds_.empty() && !conds_.back().active)
+                skipInactive();
+            skipTrivia();
+            if (pos_ >= s_.size())
+                return ok_ && conds_.empty();
+            size_t start = pos_;
+            char c = s_[pos_];
+            if (isIdentStart(c)) {
+                size_t p = pos_ + 1;
+                while (p < s_.size() && isIdentChar(s_[p]))
+                    ++p;
+                pos_ = p;
+                emit(veriKeywordKind(s_.substr(start, p - start), o_.keywordSet), start);
+                continue;
+            }
+            if (isDigit(c)) {
+                emit(number(start), start);
+                continue;
+            }
+            switch (c) {
+            case '$':
+                ++pos_;
+                if (!isIdentChar(peek())) {
+                    emit(VT_DOLLAR, start);
+                    break;
+                }
+                while (isIdentChar(peek()))
+                    ++pos_;
+                emit(VT_SYSTEM_IDENTIFIER, start);
+                break;
+            case '\\':
+                ++pos_;
+                while (pos_ < s_.size() && !isSpace(s_[pos_]))
+                    ++pos_;
+                emit(pos_ == start + 1 ? uint16_t(VT_ERROR) : uint16_t(VT_ESCAPED_IDENTIFIER), start);
+                break;
+            case '"':
+                ++pos_;
+                for (;;) {
+                    if (pos_ >= s_.size() || s_[pos_] == '\n') {
+                        ok_ = false;
+                        break;
+                    }
+                    char ch = s_[pos_++];
+                    if (ch == '"')
+                        break;
+                    if (ch == '\\' && pos_ < s_.size())
+                        ++pos_;
+                }
+                emit(VT_STRING_LITERAL, start);
+                break;
+            case '`':
+                ok_ = o_.preprocess && directive(start);
+                break;
+            case '\'':
+                emit(apostrophe(start), start);
+                break;
+            default:
+                emit(op(start), start);
+                break;
+            }
+        }
+        return false;
+    }
+
+private:
+    char peek(size_t k = 0) const { return pos_ + k < s_.size() ? s_[pos_ + k] : '\0'; }
+
+    // An error token comes with a message: the lexer is to report it.
+    void emit(uint16_t kind, size_t start) {
+        lastKind_ = kind;
+        ok_ = ok_ && kind != VT_ERROR;
+        out_.push_back(VeriSkimToken{kind, s_.substr(start, pos_ - start)});
+        switch (kind) {
+        case VT_MODULE: case VT_MACROMODULE: case VT_PRIMITIVE: case VT_PROGRAM: case VT_PACKAGE:
+            ++designDepth_;
+            break;
+        case VT_ENDMODULE: case VT_ENDPRIMITIVE: case VT_ENDPROGRAM: case VT_ENDPACKAGE:
+            designDepth_ -= designDepth_ > 0 ? 1 : 0;
+            break;
+        default:
+            break;
+        }
+    }
+
+    // --- trivia ---------------------------------------------------------------------
+
+    void skipTrivia() {
+        for (;;) {
+            while (pos_ < s_.size() && isSpace(s_[pos_]))
+                ++pos_;
+            if (peek() != '/')
+                return;
+            if (peek(1) == '/')
+                lineComment();
+            else if (peek(1) == '*')
+                blockComment();
+            else
+                return;
+        }
+    }
+
+    bool skipBlanksToLineEnd() {
+        for (;;) {
+            char c = peek();
+            if (isBlank(c))
+                ++pos_;
+            else if (c == '/' && peek(1) == '/')
+                lineComment();
+            else if (c == '/' && peek(1) == '*')
+                blockComment();
+            else
+                return c == '\n' || pos_ >= s_.size();
+        }
+    }
+
+    void lineComment() {
+        size_t start = pos_ + 2;
+        const void* nl = std::memchr(s_.data() + start, '\n', s_.size() - start);
+        pos_ = nl ? size_t(static_cast<const char*>(nl) - s_.data()) : s_.size();
+        checkPragma(s_.substr(start, pos_ - start));
+    }
+
+    void blockComment() {
+        size_t start = pos_;
+        size_t close = s_.find("*/", start + 2);
+        if (close == std::string_view::npos) {
+            pos_ = s_.size();
+            ok_ = false;
+            return;
+        }
+        pos_ = close + 2;
+        checkPragma(s_.substr(start + 2, close - start - 2));
+    }
+
+    void checkPragma(std::string_view body) {
+        if (!o_.ignoreTranslateOff && pragmaDirection(body) > 0)
+            skipTranslateOff();
+    }
+
+    void skipTranslateOff() {
+        size_t p = pos_;
+        while (p < s_.size()) {
+            char c = s_[p];
+            if (c == '/' && p + 1 < s_.size() && (s_[p + 1] == '/' || s_[p + 1] == '*')) {
+                bool line = s_[p + 1] == '/';
+                size_t end = line ? s_.find('\n', p) : s_.find("*/", p + 2);
+                if (end == std::string_view::npos)
+                    end = s_.size();
+                std::string_view body = s_.substr(p + 2, end - p - 2);
+                p = line ? end : std::min(end + 2, s_.size());
+                if (pragmaDirection(body) < 0) {
+                    pos_ = p;
+                    return;
+                }
+                continue;
+            }
+            if (c == '"') {
+                ++p;
+                while (p < s_.size() && s_[p] != '"' && s_[p] != '\n')
+                    p += s_[p] == '\\' ? 2 : 1;
+            }
+            ++p;
+        }
+        pos_ = s_.size();
+        ok_ = false; // translate_off never turned on again
+    }
+
+    // --- literals and operators -------------------------------------------------------
+
+    size_t timeUnitLength(size_t at) const {
+        static const std::string_view units[] = {"step", "ms", "us", "ns", "ps", "fs", "s"};
+        if (at >= s_.size() || !std::strchr("smunpf", s_[at]) || s_[at] == '\0')
+            return 0;
+        for (std::string_view u : units) {
+            size_t n = u.size();
+            if (s_.compare(at, n, u) == 0 && !(at + n < s_.size() && isIdentChar(s_[at + n])))
+                return n;
+        }
+        return 0;
+    }
+
+    uint16_t basedTail(size_t tickPos) {
+        pos_ = tickPos + 1;
+        if (peek() == 's' || peek() == 'S')
+            ++pos_;
+        char base = char(peek() | 0x20);
+        ++pos_;
+        while (isBlank(peek()))
+            ++pos_;
+        size_t digits = pos_;
+        for (;;) {
+            char c = peek();
+            char lc = char(c | 0x20);
+            bool ok = c == '_' || c == '?' || lc == 'x' || lc == 'z';
+            if (base == 'b')
+                ok = ok || c == '0' || c == '1';
+            else if (base == 'o')
+                ok = ok || (c >= '0' && c <= '7');
+            else if (base == 'd')
+                ok = ok || isDigit(c);
+            else
+                ok = ok || isDigit(c) || (lc >= 'a' && lc <= 'f');
+            if (!ok)
+                break;
+            ++pos_;
+        }
+        return pos_ == digits ? uint16_t(VT_ERROR) : uint16_t(VT_BASED_NUMBER);
+    }
+
+    uint16_t number(size_t) {
+        while (isDigit(peek()) || peek() == '_')
+            ++pos_;
+        bool real = false;
+        if (peek() == '.' && isDigit(peek(1))) {
+            real = true;
+            ++pos_;
+            while (isDigit(peek()) || peek() == '_')
+                ++pos_;
+        }
+        char e = peek();
+        if ((e == 'e' || e == 'E') && (isDigit(peek(1)) || ((peek(1) == '+' || peek(1) == '-') && isDigit(peek(2))))) {
+            real = true;
+            pos_ += isDigit(peek(1)) ? 1 : 2;
+            while (isDigit(peek()) || peek() == '_')
+                ++pos_;
+        }
+        if (size_t unit = timeUnitLength(pos_)) {
+            pos_ += unit;
+            return VT_TIME_LITERAL;
+        }
+        if (real)
+            return VT_REAL_NUMBER;
+        size_t p = pos_;
+        while (p < s_.size() && isBlank(s_[p]))
+            ++p;
+        if (p < s_.size() && s_[p] == '\'') {
+            size_t q = p + 1;
+            if (q < s_.size() && (s_[q] == 's' || s_[q] == 'S'))
+                ++q;
+            if (q < s_.size() && std::strchr("bBoOdDhH", s_[q]) && s_[q] != '\0')
+                return basedTail(p);
+        }
+        return VT_DECIMAL_NUMBER;
+    }
+
+    uint16_t apostrophe(size_t start) {
+        char n = peek(1);
+        char ln = char(n | 0x20);
+        size_t q = pos_ + 1;
+        if (n == 's' || n == 'S')
+            ++q;
+        if (q < s_.size() && std::strchr("bBoOdDhH", s_[q]) && s_[q] != '\0')
+            return basedTail(start);
+        if ((n == '0' || n == '1' || ln == 'x' || ln == 'z') && !isIdentChar(peek(2))) {
+            pos_ += 2;
+            return VT_UNBASED_UNSIZED;
+        }
+        if (n == '{' && o_.keywordSet >= VERI_KW_SV2005) {
+            pos_ += 2;
+            return VT_APOSTROPHE_LBRACE;
+        }
+        ++pos_;
+        return VT_APOSTROPHE;
+    }
+
+    uint16_t op(size_t start) {
+        const auto* byChar = operatorsByFirstChar();
+        const size_t left = s_.size() - pos_;
+        for (const OperatorSpelling& sp : byChar[static_cast<unsigned char>(peek())]) {
+            size_t n = sp.text.size();
+            if (n > left || sp.set > o_.keywordSet || std::memcmp(s_.data() + pos_, sp.text.data(), n) != 0)
+                continue;
+            if (sp.kind == VT_ATTR_OPEN) {
+                // "@(*)" is an event control on everything, not an attribute.
+                size_t q = pos_ + 2;
+                while (q < s_.size() && isSpace(s_[q]))
+                    ++q;
+                if (q < s_.size() && s_[q] == ')')
+                    continue;
+            }
+            if (sp.kind == VT_ATTR_CLOSE && lastKind_ == VT_LPAREN)
+                continue;
+            if (sp.kind == VT_COLON_SLASH && (peek(2) == '/' || peek(2) == '*'))
+                continue;
+            pos_ += n;
+            return sp.kind;
+        }
+        while (pos_ < s_.size()) {
+            char c = peek();
+            if (isSpace(c) || isIdentChar(c) || (std::strchr("()[]{};,.\"'`\\/", c) && c != '\0'))
+                break;
+            if (!byChar[static_cast<unsigned char>(c)].empty())
+                break;
+            ++pos_;
+        }
+        if (pos_ == start)
+            ++pos_;
+        return VT_ERROR;
+    }
+
+    // --- directives ---------------------------------------------------------------------
+
+    bool isDefined(std::string_view name) const {
+        return own_ ? defined_.count(name) != 0 : o_.predefined && o_.predefined->count(name) != 0;
+    }
+    void ownDefinitions() {
+        if (!own_ && o_.predefined)
+            defined_ = *o_.predefined;
+        own_ = true;
+    }
+
+    std::string_view readName() {
+        skipBlanksToLineEnd();
+        size_t b = pos_;
+        if (pos_ < s_.size() && s_[pos_] == '\\') {
+            while (pos_ < s_.size() && !isBlank(s_[pos_]) && s_[pos_] != '\n')
+                ++pos_;
+        } else if (pos_ < s_.size() && isIdentStart(s_[pos_])) {
+            while (pos_ < s_.size() && isIdentChar(s_[pos_]))
+                ++pos_;
+        }
+        return s_.substr(b, pos_ - b);
+    }
+
+    void restOfLine() {
+        size_t nl = s_.find('\n', pos_);
+        pos_ = nl == std::string_view::npos ? s_.size() : nl;
+    }
+
+    // At a backquote: false when the directive needs the full preprocessor, or when
+    // the preprocessor would report a problem with it.
+    bool directive(size_t start) {
+        ++pos_;
+        if (peek() == '`' || peek() == '"') {
+            ++pos_;
+        } else if (peek() == '\\' && peek(1) == '`' && peek(2) == '"') {
+            pos_ += 3;
+        } else {
+            while (isIdentChar(peek()))
+                ++pos_;
+        }
+        lastKind_ = VT_LEX_BACKTICK;
+        std::string_view name = s_.substr(start + 1, pos_ - start - 1);
+        if (name.empty() || !isIdentStart(name[0]))
+            return false;
+        if (name == "ifdef" || name == "ifndef" || name == "elsif" || name == "else" || name == "endif")
+            return conditional(name);
+        if (name == "define")
+            return define();
+        if (name == "undef") {
+            std::string_view macro = readName();
+            ownDefinitions();
+            defined_.erase(macro);
+            return !macro.empty();
+        }
+        if (name == "celldefine" || name == "endcelldefine" || name == "nounconnected_drive")
+            return true;
+        if (name == "resetall")
+            return designDepth_ == 0;
+        if (name == "default_nettype") {
+            static const std::string_view netTypes[] = {"wire",   "tri",    "tri0",   "tri1",  "wand", "triand",
+                                                         "wor",    "trior",  "trireg", "uwire", "none"};
+            std::string_view type = readName();
+            return std::find(std::begin(netTypes), std::end(netTypes), type) != std::end(netTypes);
+        }
+        if (name == "unconnected_drive") {
+            std::string_view drive = readName();
+            return drive == "pull0" || drive == "pull1";
+        }
+        if (name == "timescale")
+            return timescale();
+        // Includes, macro uses and the directives that change what is read next.
+        if (name == "include" || name == "line" || name == "undefineall" || name == "pragma" ||
+            name == "begin_keywords" || name == "end_keywords" || name == "protect" || name == "protected" ||
+            !isVeriDirectiveName(name))
+            return false;
+        restOfLine();
+        return true;
+    }
+
+    // `timescale unit / precision, each 1, 10 or 100 and a unit, the precision no coarser.
+    bool timescale() {
+        size_t b = pos_;
+        restOfLine();
+        std::string_view line = s_.substr(b, pos_ - b);
+        size_t cmt = line.find("//");
+        line = trim(line.substr(0, cmt));
+        size_t slash = line.find('/');
+        int unit = 0;
+        int precision = 0;
+        return slash != std::string_view::npos && timeExponent(trim(line.substr(0, slash)), unit) &&
+               timeExponent(trim(line.substr(slash + 1)), precision) && precision <= unit;
+    }
+
+    static std::string_view trim(std::string_view t) {
+        while (!t.empty() && isSpace(t.front()))
+            t.remove_prefix(1);
+        while (!t.empty() && isSpace(t.back()))
+            t.remove_suffix(1);
+        return t;
+    }
+
+    static bool timeExponent(std::string_view text, int& exponent) {
+        static const std::pair<std::string_view, int> units[] = {
+            {"s", 0}, {"ms", -3}, {"us", -6}, {"ns", -9}, {"ps", -12}, {"fs", -15}};
+        size_t digits = 0;
+        while (digits < text.size() && isDigit(text[digits]))
+            ++digits;
+        std::string_view magnitude = text.substr(0, digits);
+        int scale = magnitude == "1" ? 0 : magnitude == "10" ? 1 : magnitude == "100" ? 2 : -1;
+        std::string_view unit = trim(text.substr(digits));
+        for (const auto& [name, e] : units) {
+            if (scale >= 0 && unit == name) {
+                exponent = e + scale;
+                return true;
+            }
+        }
+        return false;
+    }
+
+    bool conditional(std::string_view dir) {
+        if (dir == "ifdef" || dir == "ifndef") {
+            std::string_view name = readName();
+            Cond c;
+            c.parentActive = conds_.empty() || conds_.back().active;
+            bool cond = isDefined(name) == (dir == "ifdef");
+            c.active = c.parentActive && cond;
+            c.taken = !c.parentActive || cond;
+            conds_.push_back(c);
+            return !name.empty();
+        }
+        if (conds_.empty())
+            return false;
+        Cond& c = conds_.back();
+        if (dir == "endif") {
+            conds_.pop_back();
+            return true;
+        }
+        if (c.sawElse)
+            return false;
+        if (dir == "else") {
+            c.sawElse = true;
+            c.active = c.parentActive && !c.taken;
+            c.taken = true;
+            return true;
+        }
+        std::string_view name = readName();
+        bool cond = !c.taken && isDefined(name);
+        c.active = c.parentActive && cond;
+        c.taken = c.taken || cond;
+        return !name.empty();
+    }
+
+    // `define: only the name matters here, and where the body ends. A definition
+    // that replaces another is left to the preprocessor, which compares the bodies.
+    bool define() {
+        std::string_view name = readName();
+        if (name.empty() || isVeriDirectiveName(name) || name == "__FILE__" || name == "__LINE__" || isDefined(name))
+            return false;
+        size_t p = pos_;
+        if (p < s_.size() && s_[p] == '(') {
+            std::vector<VeriArgSpan> spans;
+            if (scanMacroArgs(s_, p, spans) != VeriArgScan::Ok)
+                return false;
+        }
+        pos_ = std::min(defineBodyEnd(p), s_.size());
+        ownDefinitions();
+        defined_.insert(name);
+        return true;
+    }
+
+    size_t defineBodyEnd(size_t p) const {
+        const std::string_view s = s_;
+        while (p < s.size()) {
+            char c = s[p];
+            uint8_t cls = kDefineBodyClass.of[static_cast<unsigned char>(c)];
+            if (cls != kBodySpecial) {
+                ++p;
+                continue;
+            }
+            if (c == '\n')
+                break;
+            if (c == '\\' && p + 1 < s.size() && (s[p + 1] == '\n' || s[p + 1] == '\r')) {
+                p += s[p + 1] == '\r' && p + 2 < s.size() && s[p + 2] == '\n' ? 3 : 2;
+                continue;
+            }
+            if (c == '"') {
+                for (++p; p < s.size() && s[p] != '"' && s[p] != '\n'; ++p)
+                    if (s[p] == '\\')
+                        ++p;
+                ++p;
+                continue;
+            }
+            if (c == '/' && p + 1 < s.size() && s[p + 1] == '/') {
+                // A line comment ends the body unless a continuation ends the comment.
+                size_t nl = s.find('\n', p);
+                size_t end = nl == std::string_view::npos ? s.size() : nl;
+                size_t last = end;
+                while (last > p && (s[last - 1] == '\r' || isBlank(s[last - 1])))
+                    --last;
+                if (last > p && s[last - 1] == '\\' && end < s.size()) {
+                    p = end + 1;
+                    continue;
+                }
+                return end;
+            }
+            if (c == '/' && p + 1 < s.size() && s[p + 1] == '*') {
+                size_t close = s.find("*/", p + 2);
+                p = close == std::string_view::npos ? s.size() : close + 2;
+                continue;
+            }
+            ++p;
+        }
+        return p;
+    }
+
+    // Skips text of a branch not taken, up to the next conditional directive.
+    void skipInactive() {
+        size_t p = pos_;
+        while (p < s_.size()) {
+            char c = s_[p];
+            if (c == '/' && p + 1 < s_.size() && s_[p + 1] == '/') {
+                size_t nl = s_.find('\n', p);
+                p = nl == std::string_view::npos ? s_.size() : nl;
+            } else if (c == '/' && p + 1 < s_.size() && s_[p + 1] == '*') {
+                size_t e = s_.find("*/", p + 2);
+                p = e == std::string_view::npos ? s_.size() : e + 2;
+            } else if (c == '"') {
+                for (++p; p < s_.size() && s_[p] != '"' && s_[p] != '\n'; ++p)
+                    if (s_[p] == '\\')
+                        ++p;
+                ++p;
+            } else if (c == '`') {
+                size_t q = p + 1;
+                while (q < s_.size() && isIdentChar(s_[q]))
+                    ++q;
+                std::string_view name = s_.substr(p + 1, q - p - 1);
+                if (name == "ifdef" || name == "ifndef" || name == "elsif" || name == "else" || name == "endif") {
+                    pos_ = p;
+                    return;
+                }
+                p = q;
+            } else {
+                ++p;
+            }
+        }
+        pos_ = s_.size();
+    }
+
+    std::string_view s_;
+    const VeriSkimScanOptions& o_;
+    std::vector<VeriSkimToken>& out_;
+    size_t pos_ = 0;
+    uint16_t lastKind_ = VT_EOF;
+    bool ok_ = true;
+    // Open module, primitive, program and package bodies, where `resetall is wrong.
+    size_t designDepth_ = 0;
+    std::vector<Cond> conds_;
+    // Definitions of this file, once it changes any; until then the predefined ones.
+    bool own_ = false;
+    std::unordered_set<std::string_view> defined_;
+};
+
+} // namespace
+
+bool veriSkimScan(std::string_view text, const VeriSkimScanOptions& options, std::vector<VeriSkimToken>& out) {
+    return Scanner(text, options, out).run();
+}
+
+} // namespace hdl
