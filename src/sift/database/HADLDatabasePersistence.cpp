@@ -23,15 +23,17 @@ std::string shmPath(const std::string& name)
     return !name.empty() && name[0] == '/' ? name : "/" + name;
 }
 
-// The archive written straight into a new shared-memory object, which grows as it fills:
-// no copy of the archive is kept in the process. The object's pages are allocated as it
-// grows, so that a full device is an error here rather than a fault at the first write.
+// The archive written straight into a new shared-memory object: no copy of it is kept in
+// the process. The object is mapped with room to spare, and its pages are allocated and
+// mapped ahead of the writer a stretch at a time, with one call each rather than a fault
+// per page. Allocating them up front also makes a full device an error here instead of a
+// fault at the first write.
 class HADLShmSink : public HADLArchiveSink {
 public:
     ~HADLShmSink()
     {
         if (data_ != MAP_FAILED)
-            munmap(data_, capacity_);
+            munmap(data_, mapped_);
         if (fd_ >= 0)
             close(fd_);
     }
@@ -45,9 +47,9 @@ public:
     Window next(std::size_t filled, std::size_t need) override
     {
         size_ += filled;
-        if (capacity_ - size_ < need)
-            grow(std::max(2 * capacity_, size_ + std::max(need, kFirstSize)));
-        return {data() + size_, data() + capacity_};
+        if (ready_ - size_ < need)
+            prepare(size_ + std::max(need, std::clamp(size_, kMinStretch, kMaxStretch)));
+        return {data() + size_, data() + ready_};
     }
     // The object ends where the archive does.
     void finish(std::size_t filled) override
@@ -58,27 +60,41 @@ public:
     }
 
 private:
-    static constexpr std::size_t kFirstSize = 1 << 20;
+    static constexpr std::size_t kMinStretch = 256 << 10;
+    static constexpr std::size_t kMaxStretch = 8 << 20;
 
     char* data() const { return static_cast<char*>(data_); }
-    void grow(std::size_t capacity)
+
+    // Makes the first `ready` bytes writable without faults.
+    void prepare(std::size_t ready)
     {
-        const int allocated = fallocate(fd_, 0, static_cast<off_t>(capacity_),
-                                        static_cast<off_t>(capacity - capacity_));
-        if (allocated != 0 && (errno != EOPNOTSUPP || ftruncate(fd_, static_cast<off_t>(capacity)) != 0))
-            throw std::runtime_error("cannot grow shared memory");
-        void* grown = data_ == MAP_FAILED
-            ? mmap(nullptr, capacity, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0)
-            : mremap(data_, capacity_, capacity, MREMAP_MAYMOVE);
-        if (grown == MAP_FAILED)
+        if (ready > mapped_)
+            remap(std::max(2 * mapped_, ready));
+        const off_t from = static_cast<off_t>(ready_);
+        const off_t length = static_cast<off_t>(ready - ready_);
+        if (fallocate(fd_, 0, from, length) != 0 && errno != EOPNOTSUPP)
+            throw std::runtime_error("cannot allocate shared memory");
+        // Only a shortcut: where the kernel lacks it, the pages fault in as they are written.
+        madvise(data() + ready_, ready - ready_, MADV_POPULATE_WRITE);
+        ready_ = ready;
+    }
+    void remap(std::size_t mapped)
+    {
+        if (ftruncate(fd_, static_cast<off_t>(mapped)) != 0)
+            throw std::runtime_error("cannot size shared memory");
+        void* moved = data_ == MAP_FAILED
+            ? mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0)
+            : mremap(data_, mapped_, mapped, MREMAP_MAYMOVE);
+        if (moved == MAP_FAILED)
             throw std::runtime_error("cannot map shared memory");
-        data_ = grown;
-        capacity_ = capacity;
+        data_ = moved;
+        mapped_ = mapped;
     }
 
     int fd_ = -1;
     void* data_ = MAP_FAILED;
-    std::size_t capacity_ = 0;
+    std::size_t mapped_ = 0;
+    std::size_t ready_ = 0;
     std::size_t size_ = 0;
 };
 
