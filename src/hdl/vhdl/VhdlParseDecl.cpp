@@ -76,7 +76,13 @@ VhdlTreeNode* VhdlParser::ParseDeclaration() {
 VhdlTreeNode* VhdlParser::SkipPslDeclaration() {
     ColLineFile loc(fileId_, Tok().line, Tok().col);
     Message::Info(vhdl_msg::kPslIgnored, &loc, "PSL text ignored");
-    while (!AtEndOfFile() && !Is(VHDL_SEMI)) ++pos_;
+    // Sequences hold ';' between braces: {a; b}.
+    unsigned nesting = 0;
+    while (!AtEndOfFile() && !(Is(VHDL_SEMI) && nesting == 0)) {
+        if (Is(VHDL_LBRACE) || Is(VHDL_LPAREN)) ++nesting;
+        else if ((Is(VHDL_RBRACE) || Is(VHDL_RPAREN)) && nesting > 0) --nesting;
+        ++pos_;
+    }
     Accept(VHDL_SEMI);
     return nullptr;
 }
@@ -109,7 +115,7 @@ VhdlTreeNode* VhdlParser::ParseTypeDecl() {
     }
     Expect(VHDL_IS);
     VhdlIdDef* id;
-    if (Is(VHDL_PROTECTED)) {
+    if (Is(VHDL_PROTECTED) || Is(VHDL_NEW)) {
         id = Kind(1) == VHDL_BODY ? static_cast<VhdlIdDef*>(MakeId<VhdlProtectedTypeBodyId>(idTok))
                                   : static_cast<VhdlIdDef*>(MakeId<VhdlProtectedTypeId>(idTok));
     } else {
@@ -226,6 +232,14 @@ VhdlTypeDef* VhdlParser::ParseTypeDefinition(VhdlIdDef* id) {
         Expect(VHDL_OF);
         auto* def = arena_.make<VhdlFileTypeDef>();
         def->typeMark = ParseName();
+        Finish(def, start);
+        return def;
+    }
+    case VHDL_NEW: {
+        ++pos_;
+        auto* def = arena_.make<VhdlProtectedTypeDef>();
+        def->uninstantiated = ParseSubtypeIndication();
+        if (Is(VHDL_GENERIC)) def->genericMap = ParseMapAspect(VHDL_GENERIC);
         Finish(def, start);
         return def;
     }
@@ -706,9 +720,7 @@ VhdlTreeNode* VhdlParser::ParseInterfaceElement() {
         decl->id = ParseId<VhdlGenericTypeId>();
         if (decl->id) decl->id->declaration = decl;
         // 2019 allows `type t is private` and the like.
-        if (Accept(VHDL_IS)) {
-            while (!AtEndOfFile() && !Is(VHDL_SEMI) && !Is(VHDL_RPAREN)) ++pos_;
-        }
+        if (Accept(VHDL_IS)) ParseIncompleteTypeDefinition(decl);
         Finish(decl, start);
         return decl;
     }
@@ -754,13 +766,7 @@ VhdlTreeNode* VhdlParser::ParseInterfaceElement() {
     if (Is(VHDL_TYPE) && mode_ == VHDL_2019) {
         // An anonymous type of 2019 (`type is private`, `type is <>`): an unnamed generic
         // type, read as the named ones are.
-        size_t typeStart = pos_++;
-        auto* anonymous = arena_.make<VhdlInterfaceTypeDecl>();
-        if (Accept(VHDL_IS)) {
-            while (!AtEndOfFile() && !Is(VHDL_SEMI) && !Is(VHDL_RPAREN) && !Is(VHDL_VARASSIGN)) ++pos_;
-        }
-        Finish(anonymous, typeStart);
-        decl->subtype = anonymous;
+        decl->subtype = ParseUnspecifiedType();
     } else {
         decl->subtype = ParseSubtypeIndication();
     }
@@ -771,6 +777,77 @@ VhdlTreeNode* VhdlParser::ParseInterfaceElement() {
     if (Accept(VHDL_VARASSIGN)) decl->init = ParseValueExpression();
     Finish(decl, start);
     return decl;
+}
+
+// type is incomplete_type_definition: the anonymous type of 2019.
+VhdlInterfaceTypeDecl* VhdlParser::ParseUnspecifiedType() {
+    size_t start = pos_;
+    Expect(VHDL_TYPE);
+    auto* anonymous = arena_.make<VhdlInterfaceTypeDecl>();
+    if (Expect(VHDL_IS)) ParseIncompleteTypeDefinition(anonymous);
+    Finish(anonymous, start);
+    return anonymous;
+}
+
+// A subtype indication, or in its place an anonymous type.
+VhdlTreeNode* VhdlParser::ParseIncompleteSubtype() {
+    if (Is(VHDL_TYPE)) return ParseUnspecifiedType();
+    return ParseSubtypeIndication();
+}
+
+// The incomplete type definitions of 2019 generic types, after `is`.
+void VhdlParser::ParseIncompleteTypeDefinition(VhdlInterfaceTypeDecl* decl) {
+    decl->incomplete = Kind();
+    switch (Kind()) {
+    case VHDL_PRIVATE:
+    case VHDL_BOX:
+        ++pos_;
+        return;
+    case VHDL_LPAREN:
+        ++pos_;
+        Expect(VHDL_BOX);
+        Expect(VHDL_RPAREN);
+        return;
+    case VHDL_UNITS:
+        ++pos_;
+        Expect(VHDL_BOX);
+        return;
+    case VHDL_RANGE:
+        ++pos_;
+        Expect(VHDL_BOX);
+        if (Accept(VHDL_DOT)) {
+            decl->incomplete = VHDL_DOT;
+            Expect(VHDL_BOX);
+        }
+        return;
+    case VHDL_ARRAY: {
+        ++pos_;
+        Expect(VHDL_LPAREN);
+        std::vector<VhdlTreeNode*> indexes;
+        do {
+            VhdlTreeNode* index = Is(VHDL_TYPE) ? ParseUnspecifiedType() : ParseDiscreteRange();
+            if (!index) break;
+            indexes.push_back(index);
+        } while (Accept(VHDL_COMMA));
+        Expect(VHDL_RPAREN);
+        Expect(VHDL_OF);
+        decl->indexes = List(indexes);
+        decl->designated = ParseIncompleteSubtype();
+        return;
+    }
+    case VHDL_ACCESS:
+        ++pos_;
+        decl->designated = ParseIncompleteSubtype();
+        return;
+    case VHDL_FILE:
+        ++pos_;
+        Expect(VHDL_OF);
+        decl->designated = Is(VHDL_TYPE) ? static_cast<VhdlTreeNode*>(ParseUnspecifiedType()) : ParseName();
+        return;
+    default:
+        decl->incomplete = 0;
+        SyntaxErrorUnexpected();
+    }
 }
 
 // generic map ( ... )  |  port map ( ... )

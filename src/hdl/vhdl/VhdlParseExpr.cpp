@@ -140,6 +140,16 @@ VhdlName* VhdlParser::ParseNameSuffixes(VhdlName* prefix, size_t start) {
     }
 }
 
+VhdlName* VhdlParser::ParseGenericMappedCall(VhdlName* name, size_t start) {
+    if (!name || mode_ < VHDL_2019 || !Is(VHDL_GENERIC) || Kind(1) != VHDL_MAP) return name;
+    auto* call = arena_.make<VhdlIndexedName>();
+    call->prefix = name;
+    call->genericMap = ParseMapAspect(VHDL_GENERIC);
+    if (Is(VHDL_LPAREN)) call->assocList = ParseAssociationList();
+    Finish(call, start);
+    return ParseNameSuffixes(call, start);
+}
+
 // << signal path : subtype >>
 VhdlName* VhdlParser::ParseExternalName() {
     size_t start = pos_;
@@ -464,7 +474,7 @@ VhdlExpression* VhdlParser::ParsePrimary() {
     case VHDL_ID:
     case VHDL_EXTENDED_ID:
     case VHDL_LTLT: {
-        VhdlName* name = ParseName();
+        VhdlName* name = ParseGenericMappedCall(ParseName(), start);
         if (name && Is(VHDL_TICK) && Kind(1) == VHDL_LPAREN) {
             ++pos_;
             auto* q = arena_.make<VhdlQualifiedExpression>();

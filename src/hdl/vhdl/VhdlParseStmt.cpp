@@ -75,6 +75,22 @@ VhdlTreeNode* VhdlParser::ParseConcurrentStatement() {
     }
     case VHDL_WITH: stmt = ParseSelectedAssignment(start, label, postponed, false); break;
     case VHDL_ID: case VHDL_EXTENDED_ID: case VHDL_LPAREN: case VHDL_LTLT: case VHDL_STRING:
+        if (mode_ >= VHDL_2008 && Is(VHDL_ID) && Kind(1) != VHDL_LE && Kind(1) != VHDL_DOT &&
+            Kind(1) != VHDL_LPAREN && Kind(1) != VHDL_SEMI) {
+            // The PSL words are reserved from 2008 on: a verification directive stands
+            // among the statements, a property or sequence declaration must not.
+            switch (VhdlKeyword(Text(Tok()), VHDL_PSL)) {
+            case VHDL_ASSUME: case VHDL_ASSUME_GUARANTEE: case VHDL_COVER: case VHDL_RESTRICT:
+            case VHDL_RESTRICT_GUARANTEE: case VHDL_FAIRNESS: case VHDL_STRONG:
+                SkipPslDeclaration();
+                return nullptr;
+            case VHDL_PROPERTY: case VHDL_SEQUENCE:
+                SyntaxError("PSL %s declaration among statements", std::string(Text(Tok())).c_str());
+                SkipPslDeclaration();
+                return nullptr;
+            default: break;
+            }
+        }
         // A component instantiation names a unit followed by a map aspect; a labelled
         // bare name (`u : comp;`) is taken as an instantiation too, not as a call.
         if (label && IsIdentifier()) {
@@ -467,7 +483,8 @@ VhdlTreeNode* VhdlParser::ParseSelectedAssignment(size_t start, VhdlIdDef* label
 // A target is a name or an aggregate.
 VhdlExpression* VhdlParser::ParseTarget() {
     if (Is(VHDL_LPAREN)) return ParseParenthesized();
-    return ParseName();
+    size_t start = pos_;
+    return ParseGenericMappedCall(ParseName(), start);
 }
 
 VhdlTreeNode* VhdlParser::ParseConcurrentAssignmentOrCall(size_t start, VhdlIdDef* label, bool postponed) {

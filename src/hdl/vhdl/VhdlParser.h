@@ -95,6 +95,9 @@ private:
     VhdlNodeList ParseInterfaceList();
     VhdlTreeNode* ParseInterfaceElement();
     VhdlNodeList ParseMapAspect(unsigned keyword);
+    VhdlInterfaceTypeDecl* ParseUnspecifiedType();
+    VhdlTreeNode* ParseIncompleteSubtype();
+    void ParseIncompleteTypeDefinition(VhdlInterfaceTypeDecl* decl);
     bool IsEntityClass(unsigned kind) const;
 
     // Names and expressions (VhdlParseExpr.cpp).
@@ -102,6 +105,8 @@ private:
     VhdlName* ParseSimpleOrOperatorName();
     VhdlName* ParseNameSuffixes(VhdlName* prefix, size_t start);
     VhdlName* ParseExternalName();
+    // A call of 2019 that maps generics: name generic map (...) [(params)].
+    VhdlName* ParseGenericMappedCall(VhdlName* name, size_t start);
     VhdlSignature* ParseSignature();
     VhdlNodeList ParseAssociationList();
     VhdlExpression* ParseAssociationElement();

@@ -65,6 +65,11 @@ public:
     }
     void Visit(VhdlIndexedName& n) override {
         Print(n.prefix);
+        if (!n.genericMap.Empty()) {
+            Map("generic", n.genericMap);
+            if (n.assocList.Empty()) return;
+            out_ << " ";
+        }
         out_ << "(";
         List(n.assocList, ", ");
         out_ << ")";
@@ -274,6 +279,12 @@ public:
         Print(n.typeMark);
     }
     void Visit(VhdlProtectedTypeDef& n) override {
+        if (n.uninstantiated) {
+            out_ << "new ";
+            Print(n.uninstantiated);
+            if (!n.genericMap.Empty()) Map("generic", n.genericMap);
+            return;
+        }
         out_ << "protected\n";
         if (!n.generics.Empty()) Interface("generic", n.generics);
         if (!n.genericMap.Empty()) {
@@ -408,6 +419,29 @@ public:
     void Visit(VhdlInterfaceTypeDecl& n) override {
         out_ << "type";
         if (n.id) out_ << " " << n.id->OrigName(); // none for the anonymous type of a port
+        if (!n.incomplete) return;
+        out_ << " is ";
+        switch (n.incomplete) {
+        case VHDL_LPAREN: out_ << "(<>)"; break;
+        case VHDL_RANGE: out_ << "range <>"; break;
+        case VHDL_DOT: out_ << "range <>.<>"; break;
+        case VHDL_UNITS: out_ << "units <>"; break;
+        case VHDL_ARRAY:
+            out_ << "array (";
+            List(n.indexes, ", ");
+            out_ << ") of ";
+            Print(n.designated);
+            break;
+        case VHDL_ACCESS:
+            out_ << "access ";
+            Print(n.designated);
+            break;
+        case VHDL_FILE:
+            out_ << "file of ";
+            Print(n.designated);
+            break;
+        default: Kw(n.incomplete); break;
+        }
     }
     void Spec(const VhdlSubprogramSpec& n, bool function) {
         if (n.purity) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "hdl/vhdl/VhdlLibrary.h"
+#include "hdl/vhdl/VhdlOverloads.h"
 #include "hdl/vhdl/VhdlVisitor.h"
 
 namespace hdl {
@@ -56,11 +57,44 @@ struct NameEq {
 // The first identifier declared under each name.
 using NameMap = std::unordered_map<NameKey, VhdlIdDef*, NameHash, NameEq>;
 
-// What one use clause made visible: a single item, all of a package, or all units of a
-// library. Packages and libraries are looked into on demand rather than copied.
+// The declarations of one region by name. Overloaded names keep their later
+// declarations aside, keyed by the first, so that the common lookup stays one probe.
+struct NameTable {
+    NameMap first;
+    std::unordered_map<const VhdlIdDef*, std::vector<VhdlIdDef*>> more;
+
+    void Add(VhdlIdDef* id) {
+        auto [it, inserted] = first.emplace(id->OrigName(), id);
+        if (inserted || it->second == id || !VhdlIsOverloadable(id) || !VhdlIsOverloadable(it->second)) return;
+        std::vector<VhdlIdDef*>& later = more[it->second];
+        for (VhdlIdDef* known : later)
+            if (known == id) return;
+        later.push_back(id);
+    }
+    VhdlIdDef* Find(const NameKey& name) const {
+        // Most regions declare nothing; skip hashing the name for them.
+        if (first.empty()) return nullptr;
+        auto it = first.find(name);
+        return it == first.end() ? nullptr : it->second;
+    }
+    // Every declaration of the name whose first declaration is `id`, in order.
+    template <class F>
+    void ForEach(VhdlIdDef* id, F&& f) const {
+        f(id);
+        if (more.empty()) return;
+        auto it = more.find(id);
+        if (it != more.end())
+            for (VhdlIdDef* later : it->second) f(later);
+    }
+};
+
+// What one use clause made visible: a single unit, all of a package or one name of it
+// (with its overloads), or all units of a library. Packages and libraries are looked
+// into on demand rather than copied.
 struct UsedItem {
     VhdlIdDef* single = nullptr;
-    const NameMap* package = nullptr;
+    const NameTable* package = nullptr;
+    std::string_view only;
     VhdlLibrary* library = nullptr;
 };
 
@@ -68,9 +102,9 @@ struct UsedItem {
 // visible.
 struct Scope {
     Scope* parent = nullptr;
-    NameMap local;
+    NameTable local;
     std::vector<UsedItem> used;
-    std::vector<VhdlTreeNode*> configSpecs;
+    std::vector<VhdlConfigurationSpec*> configSpecs;
 };
 
 // Identifiers that a declaration makes visible in its region, in order.
@@ -121,31 +155,83 @@ const VhdlNodeList* PackageDecls(VhdlTreeNode* unit) {
 
 // Per package, the index of its declarations; built once, since every unit that uses a
 // package would otherwise walk all its declarations again. Trees live until Reset.
-std::unordered_map<const VhdlTreeNode*, std::unique_ptr<NameMap>>& PackageIndexes() {
-    static std::unordered_map<const VhdlTreeNode*, std::unique_ptr<NameMap>> indexes;
+std::unordered_map<const VhdlTreeNode*, std::unique_ptr<NameTable>>& PackageIndexes() {
+    static std::unordered_map<const VhdlTreeNode*, std::unique_ptr<NameTable>> indexes;
     return indexes;
 }
 
-const NameMap* PackageIndex(VhdlTreeNode* unit) {
+const NameTable* PackageIndex(VhdlTreeNode* unit) {
     const VhdlNodeList* decls = PackageDecls(unit);
     if (!decls) return nullptr;
-    std::unique_ptr<NameMap>& index = PackageIndexes()[unit];
+    std::unique_ptr<NameTable>& index = PackageIndexes()[unit];
     if (!index) {
-        index = std::make_unique<NameMap>();
+        index = std::make_unique<NameTable>();
         std::vector<VhdlIdDef*> ids;
         for (VhdlTreeNode* d : *decls) DeclaredIds(d, ids);
         for (VhdlIdDef* id : ids)
-            if (id) index->emplace(id->OrigName(), id);
+            if (id) index->Add(id);
     }
     return index.get();
 }
 
-VhdlIdDef* FindIn(const NameMap& map, const NameKey& name) {
-    // Most regions declare nothing; skip hashing the name for them.
-    if (map.empty()) return nullptr;
-    auto it = map.find(name);
-    return it == map.end() ? nullptr : it->second;
+VhdlIdDef* IdOf(VhdlTreeNode* name) {
+    if (!name) return nullptr;
+    switch (name->GetClassId()) {
+    case VhdlIdRef::kClassId: return static_cast<VhdlIdRef*>(name)->resolved;
+    case VhdlSelectedName::kClassId: return IdOf(static_cast<VhdlSelectedName*>(name)->suffix);
+    case VhdlSignaturedName::kClassId: return IdOf(static_cast<VhdlSignaturedName*>(name)->name);
+    default: return nullptr;
+    }
 }
+
+// The simple name in which a name ends: `rtl`, `g(1)`, `lib.e` give rtl, g, e.
+VhdlIdRef* LastRef(VhdlTreeNode* name) {
+    if (auto* ref = dynamic_cast<VhdlIdRef*>(name)) return ref;
+    if (auto* sel = dynamic_cast<VhdlSelectedName*>(name)) return LastRef(sel->suffix);
+    if (auto* idx = dynamic_cast<VhdlIndexedName*>(name)) return LastRef(idx->prefix);
+    return nullptr;
+}
+
+// The generic and port clauses that formals of a map aspect name.
+struct Interface {
+    const VhdlNodeList* generics = nullptr;
+    const VhdlNodeList* ports = nullptr;
+};
+
+Interface InterfaceOf(VhdlTreeNode* unit) {
+    if (auto* e = dynamic_cast<VhdlEntityDecl*>(unit)) return {&e->generics, &e->ports};
+    if (auto* c = dynamic_cast<VhdlComponentDecl*>(unit)) return {&c->generics, &c->ports};
+    if (auto* p = dynamic_cast<VhdlPackageDecl*>(unit)) return {&p->generics, nullptr};
+    if (auto* cfg = dynamic_cast<VhdlConfigurationDecl*>(unit)) return InterfaceOf(cfg->entity);
+    return {};
+}
+
+// The generic clause of what an instantiation names: a package, a subprogram or a
+// protected type.
+const VhdlNodeList* GenericsOf(VhdlIdDef* id) {
+    if (!id) return nullptr;
+    if (auto* pkg = dynamic_cast<VhdlPackageDecl*>(id->declaration)) return &pkg->generics;
+    if (const VhdlSubprogramSpec* spec = VhdlSpecOf(id)) return &spec->generics;
+    if (auto* type = dynamic_cast<VhdlFullTypeDecl*>(id->declaration)) {
+        if (auto* prot = dynamic_cast<VhdlProtectedTypeDef*>(type->typeDef)) return &prot->generics;
+    }
+    return nullptr;
+}
+
+// The statements of what a block configuration configures.
+const VhdlNodeList* StatementsOf(VhdlTreeNode* block) {
+    if (auto* arch = dynamic_cast<VhdlArchitectureBody*>(block)) return &arch->statements;
+    if (auto* stmt = dynamic_cast<VhdlStatement*>(block)) return stmt->GetInnerStatements();
+    return nullptr;
+}
+
+// Where a unit name leads: an entity with its architecture, through a configuration
+// when it names one.
+struct Target {
+    VhdlPrimaryUnit* entity = nullptr;
+    VhdlSecondaryUnit* architecture = nullptr;
+    VhdlConfigurationDecl* configuration = nullptr;
+};
 
 class Resolver : public VhdlVisitor {
 public:
@@ -155,7 +241,7 @@ public:
         Push();
         // Every unit sees `library std, work; use std.standard.all;`.
         if (VhdlLibrary* std = vhdl_file::GetLibrary("std")) {
-            if (VhdlPrimaryUnit* standard = std->GetPrimUnit("standard")) UsePackage(standard, nullptr);
+            if (VhdlPrimaryUnit* standard = std->GetPrimUnit("standard")) UsePackage(standard, {});
         }
         if (auto* arch = dynamic_cast<VhdlArchitectureBody*>(unit_)) EnterParentUnit(UnitNamed(arch->entityName));
         if (auto* body = dynamic_cast<VhdlPackageBody*>(unit_)) {
@@ -170,17 +256,13 @@ public:
     // Regions.
     void Visit(VhdlEntityDecl& n) override { Region(n); }
     void Visit(VhdlArchitectureBody& n) override { Region(n); }
-    void Visit(VhdlPackageDecl& n) override { Region(n); }
     void Visit(VhdlPackageBody& n) override { Region(n); }
-    void Visit(VhdlConfigurationDecl& n) override { Region(n); }
     void Visit(VhdlContextDecl& n) override { Region(n); }
-    void Visit(VhdlPackageInstantiationDecl& n) override { Region(n); }
     void Visit(VhdlSubprogramBody& n) override { Region(n); }
     void Visit(VhdlProcessStatement& n) override { Labelled(n); }
     void Visit(VhdlBlockStatement& n) override { Labelled(n); }
     void Visit(VhdlGenerateStatement& n) override { Labelled(n); }
     void Visit(VhdlLoopStatement& n) override { Labelled(n); }
-    void Visit(VhdlProtectedTypeDef& n) override { Region(n); }
     void Visit(VhdlProtectedTypeDefBody& n) override { Region(n); }
     void Visit(VhdlComponentDecl& n) override {
         Declare(&n);
@@ -191,6 +273,67 @@ public:
     void Visit(VhdlStatement& n) override {
         if (n.label) Declare(n.label);
         VhdlVisitor::Visit(n);
+    }
+
+    // Regions whose generic map names their own or another unit's generics.
+    void Visit(VhdlPackageDecl& n) override {
+        if (static_cast<VhdlTreeNode*>(&n) != unit_) Declare(&n);
+        Push();
+        for (VhdlTreeNode* c : n.contextClause) c->Accept(*this);
+        if (n.id) n.id->Accept(*this);
+        for (VhdlTreeNode* g : n.generics) g->Accept(*this);
+        ResolveAssociations(n.genericMap, &n.generics);
+        for (VhdlTreeNode* d : n.declarations) d->Accept(*this);
+        Pop();
+    }
+    void Visit(VhdlPackageInstantiationDecl& n) override {
+        if (static_cast<VhdlTreeNode*>(&n) != unit_) Declare(&n);
+        Push();
+        for (VhdlTreeNode* c : n.contextClause) c->Accept(*this);
+        if (n.id) n.id->Accept(*this);
+        if (n.uninstantiated) n.uninstantiated->Accept(*this);
+        ResolveAssociations(n.genericMap, GenericsOf(IdOf(n.uninstantiated)));
+        Pop();
+    }
+    void Visit(VhdlInterfacePackageDecl& n) override {
+        if (n.id) n.id->Accept(*this);
+        if (n.uninstantiated) n.uninstantiated->Accept(*this);
+        ResolveAssociations(n.genericMap, GenericsOf(IdOf(n.uninstantiated)));
+        Declare(&n);
+    }
+    void Visit(VhdlSubprogInstantiationDecl& n) override {
+        if (n.id) n.id->Accept(*this);
+        if (n.uninstantiated) n.uninstantiated->Accept(*this);
+        ResolveAssociations(n.genericMap, GenericsOf(IdOf(n.uninstantiated)));
+        Declare(&n);
+    }
+    void Visit(VhdlProtectedTypeDef& n) override {
+        if (n.uninstantiated) {
+            n.uninstantiated->Accept(*this);
+            ResolveAssociations(n.genericMap, GenericsOf(IdOf(n.uninstantiated)));
+            return;
+        }
+        Push();
+        for (VhdlTreeNode* g : n.generics) g->Accept(*this);
+        ResolveAssociations(n.genericMap, &n.generics);
+        for (VhdlTreeNode* d : n.declarations) d->Accept(*this);
+        Pop();
+    }
+    void Visit(VhdlSubprogramSpec& n) override {
+        if (n.id) n.id->Accept(*this);
+        for (VhdlTreeNode* g : n.generics) g->Accept(*this);
+        ResolveAssociations(n.genericMap, &n.generics);
+        for (VhdlTreeNode* p : n.params) p->Accept(*this);
+        if (n.returnId) n.returnId->Accept(*this);
+        if (n.returnType) n.returnType->Accept(*this);
+    }
+    void Visit(VhdlBlockGenerics& n) override {
+        for (VhdlTreeNode* g : n.clause) g->Accept(*this);
+        ResolveAssociations(n.map, &n.clause);
+    }
+    void Visit(VhdlBlockPorts& n) override {
+        for (VhdlTreeNode* p : n.clause) p->Accept(*this);
+        ResolveAssociations(n.map, &n.clause);
     }
 
     // Identifiers declared by a node enter the current region as the walk passes them.
@@ -229,44 +372,95 @@ public:
         }
     }
     void Visit(VhdlConfigurationSpec& n) override {
-        n.VisitChildren(*this);
+        VhdlComponentDecl* comp = nullptr;
+        if (n.componentSpec && n.componentSpec->component) {
+            n.componentSpec->component->Accept(*this);
+            VhdlIdDef* id = IdOf(n.componentSpec->component);
+            comp = id ? dynamic_cast<VhdlComponentDecl*>(id->declaration) : nullptr;
+        }
+        // Labels name instances of the statement part, which follows; they are matched
+        // when the instances bind.
+        ResolveBinding(n.binding, comp, comp && comp->id ? FindEntity(comp->id->OrigName()) : nullptr);
         current_->configSpecs.push_back(&n);
+    }
+    void Visit(VhdlConfigurationDecl& n) override {
+        if (static_cast<VhdlTreeNode*>(&n) != unit_) Declare(&n);
+        Push();
+        for (VhdlTreeNode* c : n.contextClause) c->Accept(*this);
+        if (n.id) n.id->Accept(*this);
+        n.entity = ConfiguredEntity(n);
+        n.architecture = nullptr;
+        if (VhdlIdRef* ref = LastRef(n.entityName); ref && n.entity) ref->resolved = n.entity->id;
+        EnterParentUnit(n.entity);
+        for (VhdlTreeNode* d : n.declarations) d->Accept(*this);
+        if (n.blockConfiguration) {
+            n.architecture = ArchitectureNamed(n.entity, n.blockConfiguration->blockSpec);
+            ConfigureBlock(*n.blockConfiguration, n.architecture);
+        }
+        Pop();
     }
 
     // References.
     void Visit(VhdlIdRef& n) override {
-        if (!n.resolved) n.resolved = Lookup(n.text);
+        if (!n.resolved) n.resolved = Lookup(n.text, VhdlCallShape{}, &n.ambiguous);
     }
-    void Visit(VhdlSelectedName& n) override {
-        if (n.prefix) n.prefix->Accept(*this);
-        auto* suffix = dynamic_cast<VhdlIdRef*>(n.suffix);
-        if (!suffix) return;
-        VhdlIdDef* prefixId = IdOf(n.prefix);
-        if (!prefixId) return;
-        if (VhdlLibrary* lib = LibraryOf(prefixId)) {
-            if (VhdlPrimaryUnit* unit = lib->GetPrimUnit(Key(suffix->text).c_str())) suffix->resolved = unit->id;
-            return;
+    void Visit(VhdlSelectedName& n) override { ResolveSelected(n, VhdlCallShape{}); }
+    void Visit(VhdlIndexedName& n) override {
+        VhdlCallShape shape{n.assocList.Size(), &n.assocList};
+        uint32_t kind = n.prefix ? n.prefix->GetClassId() : 0;
+        if (kind == VhdlIdRef::kClassId) {
+            auto* ref = static_cast<VhdlIdRef*>(n.prefix);
+            if (!ref->resolved) ref->resolved = Lookup(ref->text, shape, &ref->ambiguous);
+        } else if (kind == VhdlSelectedName::kClassId) {
+            ResolveSelected(*static_cast<VhdlSelectedName*>(n.prefix), shape);
+        } else if (n.prefix) {
+            n.prefix->Accept(*this);
         }
-        if (const NameMap* index = PackageIndex(prefixId->declaration)) {
-            if (VhdlIdDef* id = FindIn(*index, suffix->text)) suffix->resolved = id;
+        // A call names the parameters (and generics) of the subprogram it calls.
+        VhdlIdDef* callee = IdOf(n.prefix);
+        const VhdlSubprogramSpec* spec = VhdlIsOverloadable(callee) ? VhdlSpecOf(callee) : nullptr;
+        ResolveAssociations(n.genericMap, spec ? &spec->generics : nullptr);
+        ResolveAssociations(n.assocList, spec ? &spec->params : nullptr);
+    }
+    void Visit(VhdlSignaturedName& n) override {
+        // The signature tells the overload: its number of parameters and its result.
+        VhdlCallShape shape;
+        shape.exact = true;
+        if (n.signature) {
+            shape.actuals = n.signature->typeMarks.Size();
+            shape.function = n.signature->returnType ? 1 : 0;
+            n.signature->Accept(*this);
+        }
+        if (auto* ref = dynamic_cast<VhdlIdRef*>(n.name)) {
+            if (!ref->resolved) ref->resolved = Lookup(ref->text, shape, &ref->ambiguous);
+        } else if (auto* sel = dynamic_cast<VhdlSelectedName*>(n.name)) {
+            ResolveSelected(*sel, shape);
+        } else if (n.name) {
+            n.name->Accept(*this);
         }
     }
     void Visit(VhdlAttributeName& n) override {
         // The designator names a predefined or user attribute, not an object in scope.
         if (n.prefix) n.prefix->Accept(*this);
+        if (n.signature) n.signature->Accept(*this);
         if (n.expression) n.expression->Accept(*this);
-        if (n.designator) n.designator->resolved = Lookup(n.designator->text);
+        if (n.designator) n.designator->resolved = Lookup(n.designator->text, VhdlCallShape{}, nullptr);
     }
     void Visit(VhdlAssocElement& n) override {
-        // Formals name the other side's interface; they are resolved with the instance.
+        // Without a known interface the formal cannot be found: no declaration of the
+        // enclosing regions is one.
         if (n.actual) n.actual->Accept(*this);
     }
     void Visit(VhdlComponentInstantiationStatement& n) override {
         if (n.label) Declare(n.label);
         if (n.unit) n.unit->Accept(*this);
-        for (VhdlTreeNode* a : n.genericMap) a->Accept(*this);
-        for (VhdlTreeNode* a : n.portMap) a->Accept(*this);
         Bind(n);
+        // Formals are the interface of the component, or of the entity instantiated.
+        VhdlTreeNode* unit = n.GetComponent();
+        if (!unit) unit = n.InstantiatesComponent() ? n.boundEntity : IdDeclaration(n.instantiated);
+        Interface formals = InterfaceOf(unit);
+        ResolveAssociations(n.genericMap, formals.generics);
+        ResolveAssociations(n.portMap, formals.ports);
     }
 
 private:
@@ -293,30 +487,41 @@ private:
     }
 
     void DeclareId(VhdlIdDef* id) {
-        if (id) current_->local.emplace(id->OrigName(), id);
+        if (id) current_->local.Add(id);
     }
     void Declare(VhdlTreeNode* decl) {
         if (auto* id = dynamic_cast<VhdlIdDef*>(decl)) {
             DeclareId(id);
             return;
         }
-        std::vector<VhdlIdDef*> ids;
-        DeclaredIds(decl, ids);
-        for (VhdlIdDef* id : ids) {
+        declared_.clear();
+        DeclaredIds(decl, declared_);
+        for (VhdlIdDef* id : declared_) {
             if (id && !id->owningUnit) id->owningUnit = unit_;
             DeclareId(id);
         }
     }
 
-    VhdlIdDef* Lookup(std::string_view text) {
+    static VhdlTreeNode* IdDeclaration(VhdlIdDef* id) { return id ? id->declaration : nullptr; }
+
+    // A simple name, overloaded or not. Inner regions hide outer ones; among overloads
+    // the use decides (see Choose). Without `ambiguous` the first visible is taken.
+    VhdlIdDef* Lookup(std::string_view text, const VhdlCallShape& shape, bool* ambiguous) {
         if (text.empty() || text == "." || text == "^" || text == "@") return nullptr;
         NameKey key(text);
         for (Scope* s = current_; s; s = s->parent) {
-            if (VhdlIdDef* id = FindIn(s->local, key)) return id;
+            if (VhdlIdDef* id = s->local.Find(key)) {
+                if (!ambiguous || !VhdlIsOverloadable(id)) return id;
+                return Choose(key, s, id, shape, ambiguous);
+            }
         }
         for (Scope* s = current_; s; s = s->parent) {
-            for (const UsedItem& item : s->used)
-                if (VhdlIdDef* id = FindUsed(item, key)) return id;
+            for (const UsedItem& item : s->used) {
+                if (VhdlIdDef* id = FindUsed(item, key)) {
+                    if (!ambiguous || !VhdlIsOverloadable(id)) return id;
+                    return Choose(key, nullptr, id, shape, ambiguous);
+                }
+            }
         }
         // `work` and the library names need no clause to be found by selected names.
         bool library = NameEq()(text, "work");
@@ -324,11 +529,191 @@ private:
         return library ? LibraryId(Key(text)) : nullptr;
     }
 
+    // The overloads of a name directly visible from region `from` outward (up to a
+    // declaration that is not overloadable, which hides the rest) and those that use
+    // clauses make visible, an inner declaration hiding an outer one of its profile.
+    VhdlIdDef* Choose(const NameKey& key, Scope* from, VhdlIdDef* first, const VhdlCallShape& shape, bool* ambiguous) {
+        candidates_.clear();
+        auto add = [&](VhdlIdDef* id) {
+            if (VhdlIsOverloadable(id)) candidates_.push_back(id);
+        };
+        for (Scope* s = from; s; s = s->parent) {
+            VhdlIdDef* id = s->local.Find(key);
+            if (!id) continue;
+            if (!VhdlIsOverloadable(id)) break;
+            s->local.ForEach(id, add);
+        }
+        for (Scope* s = current_; s; s = s->parent) {
+            for (const UsedItem& item : s->used) {
+                if (item.package && (item.only.empty() || NameEq()(item.only, key.text))) {
+                    if (VhdlIdDef* id = item.package->Find(key)) item.package->ForEach(id, add);
+                } else if (VhdlIdDef* id = FindUsed(item, key)) {
+                    add(id);
+                }
+            }
+        }
+        return Select(first, shape, ambiguous);
+    }
+
+    // Among candidates_: the one that takes the use by its number of actuals, else by
+    // the formals it names; else the first visible, flagged. Homographs (a subprogram
+    // and its body, or a declaration hidden by an inner one) count once, the first.
+    VhdlIdDef* Select(VhdlIdDef* first, const VhdlCallShape& shape, bool* ambiguous) {
+        if (candidates_.size() < 2) return first;
+        size_t accepted = 0;
+        for (VhdlIdDef* id : candidates_)
+            if (VhdlAcceptsCall(id, shape)) candidates_[accepted++] = id;
+        size_t kept = accepted > 1 ? 0 : accepted;
+        if (accepted > 1) {
+            profiles_.clear();
+            for (size_t c = 0; c < accepted; ++c) {
+                VhdlIdDef* id = candidates_[c];
+                uint64_t key = VhdlProfileKey(id);
+                bool hidden = false;
+                for (size_t i = 0; i < kept && !hidden; ++i)
+                    hidden = profiles_[i] == key && VhdlSameProfile(candidates_[i], id);
+                if (hidden) continue;
+                profiles_.push_back(key);
+                candidates_[kept++] = id;
+            }
+        }
+        if (kept == 1) return candidates_[0];
+        if (kept > 1 && shape.assocs) {
+            VhdlIdDef* pick = nullptr;
+            unsigned named = 0;
+            for (size_t i = 0; i < kept; ++i) {
+                if (!VhdlHasNamedFormals(candidates_[i], shape)) continue;
+                if (!named) pick = candidates_[i];
+                ++named;
+            }
+            if (named == 1) return pick;
+        }
+        *ambiguous = true;
+        return first;
+    }
+
     static VhdlIdDef* FindUsed(const UsedItem& item, const NameKey& name) {
         if (item.single) return NameEq()(item.single->OrigName(), name.text) ? item.single : nullptr;
-        if (item.package) return FindIn(*item.package, name);
+        if (item.package) {
+            if (!item.only.empty() && !NameEq()(item.only, name.text)) return nullptr;
+            return item.package->Find(name);
+        }
         VhdlPrimaryUnit* unit = item.library ? item.library->GetPrimUnit(Key(name.text).c_str()) : nullptr;
         return unit ? unit->id : nullptr;
+    }
+
+    // prefix.suffix: a unit of a library, or a declaration of a package.
+    void ResolveSelected(VhdlSelectedName& n, const VhdlCallShape& shape) {
+        if (n.prefix) n.prefix->Accept(*this);
+        auto* suffix = dynamic_cast<VhdlIdRef*>(n.suffix);
+        if (!suffix || suffix->resolved) return;
+        VhdlIdDef* prefixId = IdOf(n.prefix);
+        if (!prefixId) return;
+        if (VhdlLibrary* lib = LibraryOf(prefixId)) {
+            if (VhdlPrimaryUnit* unit = lib->GetPrimUnit(Key(suffix->text).c_str())) suffix->resolved = unit->id;
+            return;
+        }
+        const NameTable* index = PackageIndex(prefixId->declaration);
+        if (!index) return;
+        NameKey key(suffix->text);
+        VhdlIdDef* first = index->Find(key);
+        if (!first || !VhdlIsOverloadable(first)) {
+            suffix->resolved = first;
+            return;
+        }
+        candidates_.clear();
+        index->ForEach(first, [&](VhdlIdDef* id) { candidates_.push_back(id); });
+        suffix->resolved = Select(first, shape, &suffix->ambiguous);
+    }
+
+    // Formals name the declarations of `formals`; actuals are resolved where they stand.
+    void ResolveAssociations(const VhdlNodeList& assocs, const VhdlNodeList* formals) {
+        for (VhdlTreeNode* a : assocs) {
+            if (a->GetClassId() != VhdlAssocElement::kClassId) {
+                a->Accept(*this);
+                continue;
+            }
+            auto* assoc = static_cast<VhdlAssocElement*>(a);
+            if (assoc->formal) ResolveFormal(assoc->formal, formals);
+            if (assoc->actual) assoc->actual->Accept(*this);
+        }
+    }
+
+    static VhdlIdDef* FindFormal(std::string_view text, const VhdlNodeList* formals) {
+        if (!formals) return nullptr;
+        for (VhdlTreeNode* d : *formals) {
+            VhdlIdDef* single = nullptr;
+            switch (d->GetClassId()) {
+            case VhdlInterfaceDecl::kClassId:
+                for (VhdlIdDef* id : static_cast<VhdlInterfaceDecl*>(d)->ids)
+                    if (NameEq()(id->OrigName(), text)) return id;
+                continue;
+            case VhdlInterfaceTypeDecl::kClassId: single = static_cast<VhdlInterfaceTypeDecl*>(d)->id; break;
+            case VhdlInterfaceSubprogDecl::kClassId: single = static_cast<VhdlInterfaceSubprogDecl*>(d)->spec->id; break;
+            case VhdlInterfacePackageDecl::kClassId: single = static_cast<VhdlInterfacePackageDecl*>(d)->id; break;
+            default: continue;
+            }
+            if (single && NameEq()(single->OrigName(), text)) return single;
+        }
+        return nullptr;
+    }
+
+    // A formal: a name of the interface, an element or slice of one (`a(3)`, `r.f`), or
+    // a conversion applied to one (`to_x(a)`).
+    void ResolveFormal(VhdlExpression* formal, const VhdlNodeList* formals) {
+        switch (formal->GetClassId()) {
+        case VhdlIdRef::kClassId: {
+            auto* ref = static_cast<VhdlIdRef*>(formal);
+            if (!ref->resolved) ref->resolved = FindFormal(ref->text, formals);
+            return;
+        }
+        case VhdlSelectedName::kClassId:
+            ResolveFormal(static_cast<VhdlSelectedName*>(formal)->prefix, formals);
+            return;
+        case VhdlIndexedName::kClassId: {
+            auto* idx = static_cast<VhdlIndexedName*>(formal);
+            auto* ref = dynamic_cast<VhdlIdRef*>(idx->prefix);
+            VhdlIdDef* id = ref ? FindFormal(ref->text, formals) : nullptr;
+            if (id || dynamic_cast<VhdlSelectedName*>(idx->prefix) || dynamic_cast<VhdlIndexedName*>(idx->prefix)) {
+                if (id && !ref->resolved) ref->resolved = id;
+                if (!id) ResolveFormal(idx->prefix, formals);
+                for (VhdlTreeNode* a : idx->assocList) a->Accept(*this);
+                return;
+            }
+            if (ref) {
+                if (!ref->resolved) ref->resolved = Lookup(ref->text, {idx->assocList.Size(), nullptr}, &ref->ambiguous);
+            } else if (idx->prefix) {
+                idx->prefix->Accept(*this);
+            }
+            for (VhdlTreeNode* a : idx->assocList) {
+                if (auto* e = dynamic_cast<VhdlExpression*>(a)) ResolveFormal(e, formals);
+            }
+            return;
+        }
+        default:
+            formal->Accept(*this);
+        }
+    }
+
+    // A binding indication: its entity aspect, and its maps, whose formals are the
+    // bound entity's and whose actuals see the component's generics and ports.
+    Target ResolveBinding(VhdlBindingIndication* b, VhdlComponentDecl* comp, VhdlPrimaryUnit* defaultEntity) {
+        Target target;
+        if (!b) return target;
+        VhdlEntityAspect* aspect = b->entityAspect;
+        if (aspect && aspect->name) aspect->name->Accept(*this);
+        if (!aspect) target.entity = defaultEntity;
+        else if (aspect->entityClass != VHDL_OPEN) target = TargetOf(PrimaryOf(aspect->name), aspect->name);
+        Push();
+        if (comp) {
+            for (VhdlTreeNode* d : comp->generics) Declare(d);
+            for (VhdlTreeNode* d : comp->ports) Declare(d);
+        }
+        Interface formals = InterfaceOf(target.entity);
+        ResolveAssociations(b->genericMap, formals.generics);
+        ResolveAssociations(b->portMap, formals.ports);
+        Pop();
+        return target;
     }
 
     // A library identifier for a library that no clause declared (work, std). These
@@ -352,12 +737,6 @@ private:
         return vhdl_file::GetLibrary(key.c_str());
     }
 
-    static VhdlIdDef* IdOf(VhdlTreeNode* name) {
-        if (auto* ref = dynamic_cast<VhdlIdRef*>(name)) return ref->resolved;
-        if (auto* sel = dynamic_cast<VhdlSelectedName*>(name)) return IdOf(sel->suffix);
-        return nullptr;
-    }
-
     VhdlPrimaryUnit* UnitNamed(VhdlName* name) {
         auto* ref = dynamic_cast<VhdlIdRef*>(name);
         return ref ? library_->GetPrimUnit(std::string(ref->text).c_str()) : nullptr;
@@ -374,22 +753,22 @@ private:
                 for (VhdlTreeNode* name : use->names) Use(name);
             }
         }
-        auto declare = [&](const VhdlNodeList& list) {
-            for (VhdlTreeNode* d : list) {
-                if (auto* use = dynamic_cast<VhdlUseClause*>(d)) {
-                    for (VhdlTreeNode* name : use->names) Use(name);
-                } else {
-                    Declare(d);
-                }
-            }
-        };
         if (auto* e = dynamic_cast<VhdlEntityDecl*>(primary)) {
-            declare(e->generics);
-            declare(e->ports);
-            declare(e->declarations);
+            DeclareAll(e->generics);
+            DeclareAll(e->ports);
+            DeclareAll(e->declarations);
         } else if (auto* p = dynamic_cast<VhdlPackageDecl*>(primary)) {
-            declare(p->generics);
-            declare(p->declarations);
+            DeclareAll(p->generics);
+            DeclareAll(p->declarations);
+        }
+    }
+    void DeclareAll(const VhdlNodeList& list) {
+        for (VhdlTreeNode* d : list) {
+            if (auto* use = dynamic_cast<VhdlUseClause*>(d)) {
+                for (VhdlTreeNode* name : use->names) Use(name);
+            } else {
+                Declare(d);
+            }
         }
     }
 
@@ -401,31 +780,29 @@ private:
         bool all = dynamic_cast<VhdlAll*>(sel->suffix) != nullptr;
         if (VhdlLibrary* lib = LibraryOf(prefix)) {
             if (all) {
-                current_->used.push_back({nullptr, nullptr, lib});
+                current_->used.push_back({nullptr, nullptr, {}, lib});
             } else if (VhdlIdDef* id = IdOf(sel->suffix)) {
-                current_->used.push_back({id, nullptr, nullptr});
+                current_->used.push_back({id, nullptr, {}, nullptr});
             }
             return;
         }
         if (!prefix) return;
         auto* unit = dynamic_cast<VhdlPrimaryUnit*>(prefix->declaration);
         if (!unit) return;
-        if (all) UsePackage(unit, nullptr);
-        else if (auto* ref = dynamic_cast<VhdlIdRef*>(sel->suffix)) UsePackage(unit, &ref->text);
+        if (all) UsePackage(unit, {});
+        else if (auto* ref = dynamic_cast<VhdlIdRef*>(sel->suffix)) UsePackage(unit, ref->text);
     }
 
-    void UsePackage(VhdlPrimaryUnit* unit, const std::string_view* only) {
-        const NameMap* index = PackageIndex(unit);
+    // All of a package, or the declarations of one name (all its overloads).
+    void UsePackage(VhdlPrimaryUnit* unit, std::string_view only) {
+        const NameTable* index = PackageIndex(unit);
         if (!index) return;
-        if (!only) {
-            current_->used.push_back({nullptr, index, nullptr});
-        } else if (VhdlIdDef* id = FindIn(*index, *only)) {
-            current_->used.push_back({id, nullptr, nullptr});
-        }
+        if (!only.empty() && !index->Find(only)) return;
+        current_->used.push_back({nullptr, index, only, nullptr});
     }
 
-    // The library that a unit name of an instantiation or binding refers to, and the
-    // unit itself: `lib.e`, `work.e`, or `e` found in scope.
+    // The unit that a unit name of an instantiation or binding refers to: `lib.e`,
+    // `work.e`, or `e` found in scope or by default binding.
     VhdlPrimaryUnit* PrimaryOf(VhdlName* name) {
         if (auto* idx = dynamic_cast<VhdlIndexedName*>(name)) name = idx->prefix;
         VhdlIdDef* id = IdOf(name);
@@ -435,13 +812,6 @@ private:
             return FindEntity(ref->text);
         }
         return dynamic_cast<VhdlPrimaryUnit*>(id->declaration);
-    }
-
-    static std::string ArchitectureName(VhdlName* name) {
-        auto* idx = dynamic_cast<VhdlIndexedName*>(name);
-        if (!idx || idx->assocList.Size() != 1) return {};
-        auto* ref = dynamic_cast<VhdlIdRef*>(idx->assocList.At(0));
-        return ref ? std::string(ref->text) : std::string();
     }
 
     // Default binding: the entity of that name in the work library, then in the
@@ -457,55 +827,77 @@ private:
         return nullptr;
     }
 
-    void BindTo(VhdlComponentInstantiationStatement& n, VhdlPrimaryUnit* unit, const std::string& arch) {
-        if (auto* config = dynamic_cast<VhdlConfigurationDecl*>(unit)) {
-            VhdlPrimaryUnit* entity = config->library && dynamic_cast<VhdlIdRef*>(config->entityName)
-                                          ? config->library->GetPrimUnit(
-                                                std::string(static_cast<VhdlIdRef*>(config->entityName)->text).c_str())
-                                          : nullptr;
-            std::string configuredArch;
-            if (config->blockConfiguration) {
-                if (auto* ref = dynamic_cast<VhdlIdRef*>(config->blockConfiguration->blockSpec))
-                    configuredArch = std::string(ref->text);
-            }
-            unit = entity;
-            if (!unit) return;
-            n.boundEntity = unit;
-            n.boundArchitecture = unit->GetSecondaryUnit(configuredArch.empty() ? nullptr : configuredArch.c_str());
-            return;
+    // The architecture of `entity` that a block specification or `e(arch)` names, or
+    // the most recently analysed one when none is named.
+    static VhdlSecondaryUnit* ArchitectureNamed(VhdlPrimaryUnit* entity, VhdlName* name) {
+        if (!entity) return nullptr;
+        VhdlIdRef* ref = nullptr;
+        if (auto* idx = dynamic_cast<VhdlIndexedName*>(name)) {
+            if (idx->assocList.Size() == 1) ref = dynamic_cast<VhdlIdRef*>(idx->assocList.At(0));
+        } else {
+            ref = dynamic_cast<VhdlIdRef*>(name);
         }
-        if (!dynamic_cast<VhdlEntityDecl*>(unit)) return;
-        n.boundEntity = unit;
-        n.boundArchitecture = unit->GetSecondaryUnit(arch.empty() ? nullptr : arch.c_str());
+        VhdlSecondaryUnit* arch = entity->GetSecondaryUnit(ref ? std::string(ref->text).c_str() : nullptr);
+        if (ref && arch) ref->resolved = arch->id;
+        return arch;
     }
 
-    // A configuration specification of an enclosing region that names this instance.
-    VhdlConfigurationSpec* SpecFor(const VhdlComponentInstantiationStatement& n, VhdlIdDef* component) {
-        std::string label = n.label ? Key(n.label->OrigName()) : std::string();
-        for (Scope* s = current_; s; s = s->parent) {
-            VhdlConfigurationSpec* others = nullptr;
-            for (VhdlTreeNode* node : s->configSpecs) {
-                auto* spec = static_cast<VhdlConfigurationSpec*>(node);
-                if (!spec->componentSpec || IdOf(spec->componentSpec->component) != component) continue;
-                for (VhdlTreeNode* l : spec->componentSpec->labels) {
-                    if (dynamic_cast<VhdlAll*>(l)) return spec;
-                    if (dynamic_cast<VhdlOthers*>(l)) others = spec;
-                    auto* ref = dynamic_cast<VhdlIdRef*>(l);
-                    if (ref && Key(ref->text) == label) return spec;
-                }
-            }
-            if (others) return others;
+    // The entity a configuration declaration configures, in the configuration's library.
+    VhdlPrimaryUnit* ConfiguredEntity(const VhdlConfigurationDecl& config) {
+        VhdlLibrary* lib = config.library ? config.library : library_;
+        VhdlIdRef* ref = LastRef(config.entityName);
+        VhdlPrimaryUnit* entity = ref ? lib->GetPrimUnit(std::string(ref->text).c_str()) : nullptr;
+        return dynamic_cast<VhdlEntityDecl*>(entity) ? entity : nullptr;
+    }
+
+    Target TargetOf(VhdlPrimaryUnit* unit, VhdlName* name) {
+        Target target;
+        if (auto* config = dynamic_cast<VhdlConfigurationDecl*>(unit)) {
+            // A configuration analysed before its entity's last architecture is found again.
+            VhdlPrimaryUnit* entity = config->entity ? config->entity : ConfiguredEntity(*config);
+            if (!entity) return target;
+            target.configuration = config;
+            target.entity = entity;
+            target.architecture = config->architecture;
+            if (!target.architecture && config->blockConfiguration)
+                target.architecture = ArchitectureNamed(entity, config->blockConfiguration->blockSpec);
+            if (!target.architecture) target.architecture = entity->GetSecondaryUnit(nullptr);
+            return target;
         }
-        return nullptr;
+        if (!dynamic_cast<VhdlEntityDecl*>(unit)) return target;
+        target.entity = unit;
+        target.architecture = ArchitectureNamed(unit, dynamic_cast<VhdlIndexedName*>(name) ? name : nullptr);
+        return target;
+    }
+
+    static void BindTo(VhdlComponentInstantiationStatement& n, const Target& target) {
+        n.boundEntity = target.entity;
+        n.boundArchitecture = target.architecture;
+        n.boundConfiguration = target.configuration;
+    }
+
+    // The configuration specification of the instance's own region that applies to it;
+    // those of outer regions do not reach into blocks and generates.
+    VhdlConfigurationSpec* SpecFor(const VhdlComponentInstantiationStatement& n) {
+        VhdlConfigurationSpec* others = nullptr;
+        for (VhdlConfigurationSpec* spec : current_->configSpecs) {
+            if (!spec->componentSpec) continue;
+            VhdlSpecMatch match = spec->componentSpec->Match(n);
+            if (match == VhdlSpecMatch::Named) return spec;
+            if (match == VhdlSpecMatch::Others && !others) others = spec;
+        }
+        return others;
     }
 
     void Bind(VhdlComponentInstantiationStatement& n) {
+        BindTo(n, Target());
+        n.binding = nullptr;
         auto* unit = dynamic_cast<VhdlInstantiatedUnit*>(n.unit);
         if (unit && unit->entityClass != VHDL_COMPONENT) {
             VhdlPrimaryUnit* primary = PrimaryOf(unit->name);
             if (!primary) return;
             n.instantiated = primary->id;
-            BindTo(n, primary, ArchitectureName(unit->name));
+            BindTo(n, TargetOf(primary, unit->name));
             return;
         }
         VhdlName* name = unit ? unit->name : n.unit;
@@ -513,27 +905,124 @@ private:
         if (!component || component->GetClassId() != VhdlComponentId::kClassId) {
             // No component in sight; an entity of that name still binds (a common
             // shortcut that tools accept).
-            if (auto* ref = dynamic_cast<VhdlIdRef*>(name)) {
-                if (VhdlPrimaryUnit* e = FindEntity(ref->text)) BindTo(n, e, {});
-            }
+            if (auto* ref = dynamic_cast<VhdlIdRef*>(name)) BindTo(n, TargetOf(FindEntity(ref->text), nullptr));
             return;
         }
         n.instantiated = component;
-        if (VhdlConfigurationSpec* spec = SpecFor(n, component)) {
-            VhdlEntityAspect* aspect = spec->binding ? spec->binding->entityAspect : nullptr;
-            if (aspect && aspect->entityClass != VHDL_OPEN) {
-                if (VhdlPrimaryUnit* primary = PrimaryOf(aspect->name))
-                    BindTo(n, primary, ArchitectureName(aspect->name));
+        if (VhdlConfigurationSpec* spec = SpecFor(n)) {
+            for (VhdlTreeNode* l : spec->componentSpec->labels) {
+                auto* ref = dynamic_cast<VhdlIdRef*>(l);
+                if (ref && n.label && NameEq()(ref->text, n.label->OrigName())) ref->resolved = n.label;
             }
-            return;
+            n.binding = spec->binding;
+            VhdlEntityAspect* aspect = spec->binding ? spec->binding->entityAspect : nullptr;
+            if (aspect) {
+                if (aspect->entityClass != VHDL_OPEN) BindTo(n, TargetOf(PrimaryOf(aspect->name), aspect->name));
+                return;
+            }
         }
-        if (VhdlPrimaryUnit* e = FindEntity(component->OrigName())) BindTo(n, e, {});
+        BindTo(n, TargetOf(FindEntity(component->OrigName()), nullptr));
+    }
+
+    // The declarations of a configured block are visible inside its configuration.
+    void EnterBlock(VhdlTreeNode* block) {
+        if (auto* arch = dynamic_cast<VhdlArchitectureBody*>(block)) DeclareAll(arch->declarations);
+        else if (auto* b = dynamic_cast<VhdlBlockStatement*>(block)) DeclareAll(b->declarations);
+        else if (auto* g = dynamic_cast<VhdlGenerateStatement*>(block)) {
+            if (auto* loop = dynamic_cast<VhdlForScheme*>(g->scheme)) DeclareId(loop->id);
+            DeclareAll(g->declarations);
+        }
+    }
+
+    // The statement a nested block specification names among `stmts`: a block or
+    // generate label, `g(alt)` an alternative of a 2008 if or case generate.
+    static VhdlTreeNode* NamedBlock(const VhdlNodeList* stmts, const VhdlBlockConfiguration& bc) {
+        VhdlIdRef* ref = LastRef(bc.blockSpec);
+        if (!stmts || !ref) return nullptr;
+        for (VhdlTreeNode* s : *stmts) {
+            auto* stmt = dynamic_cast<VhdlStatement*>(s);
+            if (!stmt || !stmt->label || !NameEq()(stmt->label->OrigName(), ref->text)) continue;
+            if (stmt->GetClassId() == VhdlBlockStatement::kClassId || stmt->GetClassId() == VhdlGenerateStatement::kClassId) {
+                ref->resolved = stmt->label;
+                return stmt;
+            }
+            const VhdlNodeList* alternatives = stmt->GetInnerStatements();
+            auto* alt = dynamic_cast<VhdlIdRef*>(bc.GetIndexSpecification());
+            if (!alternatives) return nullptr;
+            ref->resolved = stmt->label;
+            if (!alt) return stmt;
+            for (VhdlTreeNode* a : *alternatives) {
+                auto* gen = dynamic_cast<VhdlGenerateStatement*>(a);
+                VhdlIdDef* label = gen && gen->scheme ? gen->scheme->alternativeLabel : nullptr;
+                if (label && NameEq()(label->OrigName(), alt->text)) {
+                    alt->resolved = label;
+                    return gen;
+                }
+            }
+            return stmt;
+        }
+        return nullptr;
+    }
+
+    void ConfigureBlock(VhdlBlockConfiguration& bc, VhdlTreeNode* block) {
+        bc.block = block;
+        Push();
+        EnterBlock(block);
+        for (VhdlTreeNode* use : bc.useClauses) use->Accept(*this);
+        const VhdlNodeList* stmts = StatementsOf(block);
+        for (VhdlTreeNode* item : bc.items) {
+            if (auto* nested = dynamic_cast<VhdlBlockConfiguration*>(item)) {
+                VhdlTreeNode* target = NamedBlock(stmts, *nested);
+                VhdlTreeNode* index = nested->GetIndexSpecification();
+                if (index && !(target && target->GetClassId() == VhdlGenerateStatement::kClassId &&
+                               static_cast<VhdlGenerateStatement*>(target)->scheme &&
+                               static_cast<VhdlGenerateStatement*>(target)->scheme->alternativeLabel))
+                    index->Accept(*this);
+                ConfigureBlock(*nested, target);
+            } else if (auto* cc = dynamic_cast<VhdlComponentConfiguration*>(item)) {
+                ConfigureComponent(*cc, bc, stmts);
+            }
+        }
+        Pop();
+    }
+
+    // The instances a component configuration applies to name its labels and
+    // component; its binding indication and nested block configuration follow.
+    void ConfigureComponent(VhdlComponentConfiguration& cc, const VhdlBlockConfiguration& owner,
+                            const VhdlNodeList* stmts) {
+        VhdlComponentInstantiationStatement* first = nullptr;
+        if (cc.componentSpec && stmts) {
+            for (VhdlTreeNode* s : *stmts) {
+                auto* inst = dynamic_cast<VhdlComponentInstantiationStatement*>(s);
+                if (!inst || !inst->label || owner.ConfigurationOf(*inst) != &cc) continue;
+                if (!first) first = inst;
+                for (VhdlTreeNode* l : cc.componentSpec->labels) {
+                    auto* ref = dynamic_cast<VhdlIdRef*>(l);
+                    if (ref && NameEq()(ref->text, inst->label->OrigName())) ref->resolved = inst->label;
+                }
+            }
+            VhdlIdRef* comp = LastRef(cc.componentSpec->component);
+            if (comp && first && first->GetComponent()) comp->resolved = first->instantiated;
+        }
+        VhdlPrimaryUnit* current = first ? first->boundEntity : nullptr;
+        Target target = ResolveBinding(cc.binding, first ? first->GetComponent() : nullptr, current);
+        if (!cc.HasEntityAspect()) target = Target();
+        cc.boundEntity = target.entity;
+        cc.boundArchitecture = target.architecture;
+        cc.boundConfiguration = target.configuration;
+        if (cc.blockConfiguration) {
+            VhdlPrimaryUnit* entity = cc.HasEntityAspect() ? cc.boundEntity : current;
+            ConfigureBlock(*cc.blockConfiguration, ArchitectureNamed(entity, cc.blockConfiguration->blockSpec));
+        }
     }
 
     VhdlDesignUnit* unit_;
     VhdlLibrary* library_;
     std::vector<std::unique_ptr<Scope>> scopes_;
     Scope* current_ = nullptr;
+    std::vector<VhdlIdDef*> declared_;
+    std::vector<VhdlIdDef*> candidates_;
+    std::vector<uint64_t> profiles_;
 };
 
 } // namespace

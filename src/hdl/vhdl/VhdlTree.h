@@ -5,6 +5,7 @@
 #pragma once
 
 #include <string_view>
+#include <vector>
 
 #include "hdl/vhdl/VhdlTokens.h"
 #include "hdl/vhdl/VhdlTreeNode.h"
@@ -14,6 +15,11 @@ namespace hdl {
 class VhdlIdDef;
 class VhdlIdRef;
 class VhdlName;
+class VhdlComponentDecl;
+class VhdlConfigurationDecl;
+class VhdlBindingIndication;
+class VhdlBlockConfiguration;
+class VhdlComponentInstantiationStatement;
 class VhdlPrimaryUnit;
 class VhdlSecondaryUnit;
 class VhdlDesignUnit;
@@ -86,8 +92,12 @@ class VhdlIdRef : public VhdlName {
     VHDL_FIELDS(text)
     std::string_view Name() const { return text; }
     VhdlIdDef* GetId() const { return resolved; }
+    // True when the name is overloaded and neither the number of actuals nor the named
+    // formals told one declaration apart; `resolved` is then the first one visible.
+    bool IsAmbiguous() const { return ambiguous; }
     std::string_view text;
     VhdlIdDef* resolved = nullptr;
+    bool ambiguous = false;
 };
 
 class VhdlSelectedName : public VhdlName {
@@ -99,13 +109,16 @@ class VhdlSelectedName : public VhdlName {
     VhdlName* suffix = nullptr; // VhdlIdRef, VhdlCharacterLiteral, VhdlStringLiteral or VhdlAll
 };
 
-// prefix(assoc, ...): a call, an index, a slice or a conversion, told apart later.
+// prefix(assoc, ...): a call, an index, a slice or a conversion, told apart later. A
+// call of 2019 may map generics first: `f generic map (...) (assoc, ...)`.
 class VhdlIndexedName : public VhdlName {
     VHDL_NODE(VhdlIndexedName, INDEXEDNAME)
-    VHDL_FIELDS(prefix, assocList)
+    VHDL_FIELDS(prefix, genericMap, assocList)
     VhdlName* GetPrefix() const { return prefix; }
+    const VhdlNodeList& GetGenericMapAspect() const { return genericMap; }
     const VhdlNodeList& GetAssocList() const { return assocList; }
     VhdlName* prefix = nullptr;
+    VhdlNodeList genericMap;
     VhdlNodeList assocList;
 };
 
@@ -147,11 +160,20 @@ class VhdlExternalName : public VhdlName {
 class VhdlInstantiatedUnit : public VhdlName {
     VHDL_NODE(VhdlInstantiatedUnit, INSTANTIATEDUNIT)
     VHDL_FIELDS(entityClass, name)
-    unsigned GetEntityClass() const { return entityClass; }
+    unsigned GetEntityClass() const { return entityClass; } // VHDL_COMPONENT, VHDL_ENTITY or VHDL_CONFIGURATION
     VhdlName* GetName() const { return name; }
     unsigned entityClass = 0;
     VhdlName* name = nullptr; // for `entity lib.e(arch)` an indexed name with the architecture
 };
+
+// The parts of a unit name as written, `[library.]unit[(architecture)]`; empty where the
+// name has none.
+struct VhdlUnitNameParts {
+    std::string_view library;
+    std::string_view unit;
+    std::string_view architecture;
+};
+VhdlUnitNameParts VhdlSplitUnitName(const VhdlName* name);
 
 #define VHDL_KEYWORD_NAME(Class, Kind)  \
     class Class : public VhdlName {     \
@@ -349,9 +371,12 @@ class VhdlFileTypeDef : public VhdlTypeDef {
     VhdlName* typeMark = nullptr;
 };
 
+// A protected type declaration, or with `uninstantiated` set the instantiation of one
+// of 2019: `new protected_type [generic map (...)]`.
 class VhdlProtectedTypeDef : public VhdlTypeDef {
     VHDL_NODE(VhdlProtectedTypeDef, PROTECTEDTYPEDEF)
-    VHDL_FIELDS(generics, genericMap, declarations)
+    VHDL_FIELDS(uninstantiated, generics, genericMap, declarations)
+    VhdlTreeNode* uninstantiated = nullptr;
     VhdlNodeList generics; // generic clause of 2019
     VhdlNodeList genericMap;
     VhdlNodeList declarations;
@@ -513,10 +538,17 @@ class VhdlInterfaceDecl : public VhdlDeclaration {
     VhdlExpression* init = nullptr;
 };
 
+// type t [is incomplete_type_definition]; the anonymous `type is ...` of 2019 has no id.
+// `incomplete` tells the definition by its first token: VHDL_PRIVATE, VHDL_BOX (<>),
+// VHDL_LPAREN ((<>)), VHDL_RANGE (range <>), VHDL_DOT (range <>.<>), VHDL_UNITS,
+// VHDL_ARRAY, VHDL_ACCESS, VHDL_FILE, or 0 when there is none.
 class VhdlInterfaceTypeDecl : public VhdlDeclaration {
     VHDL_NODE(VhdlInterfaceTypeDecl, INTERFACETYPEDECL)
-    VHDL_FIELDS(id)
+    VHDL_FIELDS(id, incomplete, indexes, designated)
     VhdlIdDef* id = nullptr;
+    unsigned incomplete = 0;
+    VhdlNodeList indexes;                // of an array: ranges, `t range <>`, or anonymous types
+    VhdlTreeNode* designated = nullptr;  // element, designated or file type: a subtype or anonymous type
 };
 
 // function/procedure specification. `generics` and `params` are interface lists.
@@ -621,10 +653,16 @@ class VhdlBindingIndication : public VhdlTreeNode {
     bool hasPortMap = false;
 };
 
+// How a component specification names an instance: not, by its label or `all`, or as
+// one of the `others`.
+enum class VhdlSpecMatch { None, Named, Others };
+
 // instantiation_list : component_name
 class VhdlComponentSpec : public VhdlTreeNode {
     VHDL_NODE(VhdlComponentSpec, COMPONENTSPEC)
     VHDL_FIELDS(labels, component)
+    // Matches by names, so that it holds before resolution as well.
+    VhdlSpecMatch Match(const VhdlComponentInstantiationStatement& inst) const;
     VhdlNodeList labels; // VhdlIdRef labels, VhdlOthers or VhdlAll
     VhdlName* component = nullptr;
 };
@@ -662,6 +700,9 @@ class VhdlStatement : public VhdlTreeNode {
 public:
     VhdlIdDef* GetLabel() const { return label; }
     bool IsPostponed() const { return postponed; }
+    // The statements a block or generate statement holds; for an if or case generate
+    // of 2008 its alternatives (generate statements without label). Null for others.
+    const VhdlNodeList* GetInnerStatements() const;
     VhdlIdDef* label = nullptr;
     bool postponed = false;
 };
@@ -756,16 +797,38 @@ class VhdlComponentInstantiationStatement : public VhdlStatement {
     VhdlName* GetInstantiatedUnitNameNode() const { return unit; }
     // The unit it names, once resolved: a component, entity or configuration id.
     VhdlIdDef* GetInstantiatedUnit() const { return instantiated; }
+    // The declaration of the component it instantiates; null for an entity or
+    // configuration, or a component not found.
+    VhdlComponentDecl* GetComponent() const;
+    bool InstantiatesComponent() const;
+    // The primary unit the instantiated identifier leads to: the entity or configuration
+    // it names, or for a component the entity it is bound to.
+    VhdlPrimaryUnit* GetInstantiatedPrimaryUnit() const;
+    // True when the instantiated component, entity or configured entity declares generics.
+    bool InstantiatesUnitWithGenerics() const;
     const VhdlNodeList& GetGenericMapAspect() const { return genericMap; }
     const VhdlNodeList& GetPortMapAspect() const { return portMap; }
+    // The binding in the architecture, before any configuration declaration: through the
+    // unit it names, a configuration specification or default binding; null while unbound.
+    VhdlPrimaryUnit* GetBoundEntity() const { return boundEntity; }
+    VhdlSecondaryUnit* GetBoundArchitecture() const { return boundArchitecture; }
+    // The configuration it is bound through (`configuration c`, `use configuration c`).
+    VhdlConfigurationDecl* GetBoundConfiguration() const { return boundConfiguration; }
+    // The binding indication of the configuration specification that applies, if any.
+    VhdlBindingIndication* GetBindingIndication() const { return binding; }
+    // The names that the statement, or the configuration specification binding it, gives
+    // for its target as written; empty where none is given (default binding).
+    std::string_view GetLibraryName() const;
+    std::string_view GetEntityName() const;
+    std::string_view GetArchitectureName() const;
     VhdlName* unit = nullptr;
     VhdlNodeList genericMap;
     VhdlNodeList portMap;
     VhdlIdDef* instantiated = nullptr;
-    // The entity and architecture the instance binds to, through the unit it names, a
-    // configuration specification or default binding; null while unbound.
     VhdlPrimaryUnit* boundEntity = nullptr;
     VhdlSecondaryUnit* boundArchitecture = nullptr;
+    VhdlConfigurationDecl* boundConfiguration = nullptr;
+    VhdlBindingIndication* binding = nullptr;
 };
 
 // Iteration and generate schemes.
@@ -1015,21 +1078,61 @@ class VhdlNullStatement : public VhdlStatement {
 
 class VhdlConfigurationItem : public VhdlTreeNode {};
 
+class VhdlComponentConfiguration;
+
+// for block_specification ... end for; `block` is what it configures, set by resolution:
+// an architecture body, a block statement, a generate statement (a 2008 alternative
+// when the specification names one), or null when not found.
 class VhdlBlockConfiguration : public VhdlConfigurationItem {
     VHDL_NODE(VhdlBlockConfiguration, BLOCKCONFIGURATION)
     VHDL_FIELDS(blockSpec, useClauses, items)
+    VhdlTreeNode* GetBlock() const { return block; }
+    // The index or range of `for g(...)`, null without one.
+    VhdlTreeNode* GetIndexSpecification() const;
+    // The component configuration of this block that applies to `inst`, an instance in
+    // the block's own statement part; null when none does.
+    VhdlComponentConfiguration* ConfigurationOf(const VhdlComponentInstantiationStatement& inst) const;
+    // The nested block configurations of a block or generate statement of this block.
+    std::vector<VhdlBlockConfiguration*> ConfigurationsOf(const VhdlStatement& stmt) const;
     VhdlName* blockSpec = nullptr;
     VhdlNodeList useClauses;
     VhdlNodeList items;
+    VhdlTreeNode* block = nullptr;
 };
 
+// for instances : component [binding;] [block configuration] end for; the binding of
+// its entity aspect is set by resolution (all null without one, or for `use open`).
 class VhdlComponentConfiguration : public VhdlConfigurationItem {
     VHDL_NODE(VhdlComponentConfiguration, COMPONENTCONFIGURATION)
     VHDL_FIELDS(componentSpec, binding, blockConfiguration)
+    VhdlComponentSpec* GetComponentSpec() const { return componentSpec; }
+    VhdlBindingIndication* GetBindingIndication() const { return binding; }
+    VhdlBlockConfiguration* GetBlockConfiguration() const { return blockConfiguration; }
+    // An entity aspect decides the binding: `use entity`, `use configuration`, `use open`.
+    bool HasEntityAspect() const;
+    VhdlPrimaryUnit* GetBoundEntity() const { return boundEntity; }
+    VhdlSecondaryUnit* GetBoundArchitecture() const { return boundArchitecture; }
+    VhdlConfigurationDecl* GetBoundConfiguration() const { return boundConfiguration; }
     VhdlComponentSpec* componentSpec = nullptr;
     VhdlBindingIndication* binding = nullptr;
     VhdlBlockConfiguration* blockConfiguration = nullptr;
+    VhdlPrimaryUnit* boundEntity = nullptr;
+    VhdlSecondaryUnit* boundArchitecture = nullptr;
+    VhdlConfigurationDecl* boundConfiguration = nullptr;
 };
+
+// Where an instance ends up: the entity and architecture, and the block configuration
+// that configures that architecture further (null when none does).
+struct VhdlBinding {
+    VhdlPrimaryUnit* entity = nullptr;
+    VhdlSecondaryUnit* architecture = nullptr;
+    VhdlBlockConfiguration* configuration = nullptr;
+};
+// The binding of `inst` under `context`, the block configuration of the block that
+// holds it; with a null context the binding of the architecture alone. A component
+// configuration with an entity aspect overrides; one without keeps the entity and
+// adds its nested block configuration.
+VhdlBinding VhdlBindingOf(const VhdlComponentInstantiationStatement& inst, const VhdlBlockConfiguration* context);
 
 // ---------------------------------------------------------------- design units
 
@@ -1105,9 +1208,14 @@ class VhdlConfigurationDecl : public VhdlPrimaryUnit {
     VHDL_FIELDS(contextClause, id, entityName, declarations, blockConfiguration)
     VhdlName* GetEntityName() const { return entityName; }
     VhdlBlockConfiguration* GetBlockConfiguration() const { return blockConfiguration; }
+    // The entity and the architecture of its top block, set by resolution.
+    VhdlPrimaryUnit* GetEntity() const { return entity; }
+    VhdlSecondaryUnit* GetArchitecture() const { return architecture; }
     VhdlName* entityName = nullptr;
     VhdlNodeList declarations;
     VhdlBlockConfiguration* blockConfiguration = nullptr;
+    VhdlPrimaryUnit* entity = nullptr;
+    VhdlSecondaryUnit* architecture = nullptr;
 };
 
 class VhdlContextDecl : public VhdlPrimaryUnit {

@@ -1,0 +1,44 @@
+// Overloaded names without types: what a subprogram or enumeration literal accepts by
+// the number of its parameters and their names, and when two declarations are
+// homographs. Used by name resolution to pick among declarations of one name.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "hdl/vhdl/VhdlTree.h"
+
+namespace hdl {
+
+// How a name is used: as a call with `actuals` associations (a bare name has none), of
+// which `assocs` may name formals; or, from a signature, with exactly `actuals`
+// parameters and a result or not.
+struct VhdlCallShape {
+    uint32_t actuals = 0;
+    const VhdlNodeList* assocs = nullptr;
+    bool exact = false;
+    int function = -1; // from a signature: 1 with a return type, 0 without; -1 unknown
+};
+
+// Subprograms and enumeration literals, and aliases of them.
+bool VhdlIsOverloadable(const VhdlIdDef* id);
+
+// Whether the declaration can take a use of that shape. A declaration whose parameters
+// are not known (an instance of an uninstantiated subprogram not found) takes any.
+bool VhdlAcceptsCall(const VhdlIdDef* id, const VhdlCallShape& shape);
+
+// Whether every formal named in the associations is a parameter of the declaration.
+bool VhdlHasNamedFormals(const VhdlIdDef* id, const VhdlCallShape& shape);
+
+// A key equal for any two declarations that VhdlSameProfile calls the same.
+uint64_t VhdlProfileKey(const VhdlIdDef* id);
+
+// Two subprogram declarations of the same parameter and result type marks, such as a
+// declaration in a package and its body: the inner one hides the outer.
+bool VhdlSameProfile(const VhdlIdDef* a, const VhdlIdDef* b);
+
+// The specification of a subprogram identifier, following instantiations and aliases
+// that are resolved; null for others.
+const VhdlSubprogramSpec* VhdlSpecOf(const VhdlIdDef* id);
+
+} // namespace hdl
