@@ -7,7 +7,10 @@
 // repeated (at least three times and half a second) and its fastest round counts,
 // since other processes on the machine only ever slow a round down.
 //
-// usage: skim_bench [-noparse] FILELIST.tsv...
+// With -digest it prints a checksum of everything the skim found (elements, file
+// properties, raw units, parse order) instead of timing, to compare two builds.
+//
+// usage: skim_bench [-noparse] [-digest] FILELIST.tsv...
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -70,6 +73,68 @@ double skimOnce(const std::vector<Entry>& files, const std::vector<std::string>&
     return cpuSeconds() - start;
 }
 
+// FNV-1a over the texts and numbers of the skim's results.
+struct Digest {
+    uint64_t h = 1469598103934665603ull;
+    void add(const void* data, size_t size) {
+        for (size_t i = 0; i < size; ++i)
+            h = (h ^ static_cast<const unsigned char*>(data)[i]) * 1099511628211ull;
+    }
+    void add(const std::string& s) { add(s.c_str(), s.size() + 1); }
+    void add(unsigned v) { add(&v, sizeof v); }
+    template <typename List>
+    void addAll(const List& list) {
+        add(unsigned(list.size()));
+        for (unsigned v : list)
+            add(v);
+    }
+    void add(const hdl::SortReference& r) {
+        add(r.libraryName);
+        add(r.unitName);
+        add(r.instanceName);
+        add(r.flags);
+    }
+};
+
+uint64_t skimDigest() {
+    const HADLSifter& db = HADLSifter::instance();
+    Digest d;
+    const hdl::FileElement* e = nullptr;
+    for (unsigned i = 0; hdl::hdl_file_sort::FileAt(i, &e); ++i) {
+        d.add(e->fileName);
+        d.add(e->libraryName);
+        d.add(e->language);
+        for (const std::string& n : e->declaredNames)
+            d.add(n);
+        for (const hdl::SortReference& r : e->references)
+            d.add(r);
+        for (const hdl::SortUnit& u : e->units) {
+            d.add(u.name);
+            for (const hdl::SortReference& r : u.instances)
+                d.add(r);
+        }
+    }
+    for (unsigned id = 1; id < db.fileNames.size(); ++id) {
+        d.add(std::string(db.fileNames.getString(id)));
+        d.addAll(db.fileProps.at(id).includedFiles);
+        d.addAll(db.fileProps.at(id).parsReqFiles);
+        d.addAll(db.fileProps.at(id).parsOvrFiles);
+    }
+    for (unsigned id = 1; id < db.rUnitNames.size(); ++id) {
+        const HADLDatabase::RUnitAttr& u = db.rUnitAttrs.at(id);
+        d.add(std::string(db.rUnitNames.getString(id)));
+        for (unsigned name : {u.libId, u.primaryId, u.secondaryId})
+            d.add(std::string(name ? db.objNames.getString(name) : ""));
+        d.addAll(u.fileIds);
+        for (const HADLDatabase::RInstAttr& inst : u.insts) {
+            d.add(std::string(inst.instnameId ? db.objNames.getString(inst.instnameId) : ""));
+            d.add(inst.targetId);
+        }
+    }
+    d.addAll(db.parseOrder);
+    return d.h;
+}
+
 // Analyses the registered files of the last skim in its parse order.
 double parseOnce(const std::vector<std::string>& incdirs) {
     const HADLSifter& db = HADLSifter::instance();
@@ -110,9 +175,11 @@ double fastestRound(Step step) {
 int main(int argc, char** argv) {
     hdl::Message::RegisterCallBackMsg(quiet);
     bool parse = true;
+    bool digest = false;
     for (int a = 1; a < argc; ++a) {
-        if (std::string(argv[a]) == "-noparse") {
-            parse = false;
+        if (std::string(argv[a]) == "-noparse" || std::string(argv[a]) == "-digest") {
+            parse = parse && std::string(argv[a]) != "-noparse";
+            digest = digest || std::string(argv[a]) == "-digest";
             continue;
         }
         fs::path list(argv[a]);
@@ -138,6 +205,12 @@ int main(int argc, char** argv) {
             }
         }
         size_t rawUnits = 0;
+        if (digest) {
+            skimOnce(files, incdirs, rawUnits);
+            std::printf("%-14s %6zu raw units  digest %016llx\n", dir.filename().c_str(), rawUnits,
+                        static_cast<unsigned long long>(skimDigest()));
+            continue;
+        }
         double seconds = fastestRound([&] { return skimOnce(files, incdirs, rawUnits); });
         struct rusage usage;
         getrusage(RUSAGE_SELF, &usage);

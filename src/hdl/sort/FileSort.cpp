@@ -1,11 +1,8 @@
 #include "hdl/sort/FileSort.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
-#include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -17,6 +14,7 @@
 #include "hdl/sort/VeriSkim.h"
 #include "hdl/sort/VeriSkimScanner.h"
 #include "hdl/sort/VhdlSkim.h"
+#include "hdl/sort/VhdlSkimScanner.h"
 #include "hdl/sv/VeriMessageIds.h"
 #include "hdl/sv/VeriPreprocessor.h"
 #include "hdl/vhdl/VhdlLexer.h"
@@ -44,8 +42,9 @@ struct SortState {
     // coverage constants; views into `defines`, built again after it changes.
     std::unordered_set<std::string_view> predefined[2];
     bool predefinedBuilt = false;
-    // Token buffer reused from file to file.
+    // Token buffers reused from file to file.
     std::vector<VeriSkimToken> tokens;
+    std::vector<VhdlTok> vhdlTokens;
 };
 
 SortState& state() {
@@ -57,7 +56,8 @@ bool isVhdl(unsigned lang) { return lang >= 8 && lang <= 13; }
 
 std::string lower(std::string s) {
     for (char& c : s)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        if (c >= 'A' && c <= 'Z')
+            c = static_cast<char>(c - 'A' + 'a');
     return s;
 }
 
@@ -193,9 +193,13 @@ bool readVhdl(FileElement& element) {
         Message::Error(vhdl_msg::kBinaryInput, &loc, "'%s' is not a text file", element.fileName.c_str());
         return false;
     }
-    VhdlLexer lexer(text, fileId, element.language);
-    lexer.SetIgnorePragmas(s.ignoreTranslateOff);
-    std::vector<VhdlTok> tokens = lexer.Tokenize();
+    std::vector<VhdlTok>& tokens = s.vhdlTokens;
+    tokens.clear();
+    if (!vhdlSkimScan(text, element.language, s.ignoreTranslateOff, tokens)) {
+        VhdlLexer lexer(text, fileId, element.language);
+        lexer.SetIgnorePragmas(s.ignoreTranslateOff);
+        tokens = lexer.Tokenize();
+    }
     vhdlSkimTokens(text, tokens, element);
     return true;
 }
@@ -210,35 +214,41 @@ bool readElement(FileElement& element) {
 // library lacks goes to the first library, in registration order, that declares it.
 void resolveLibraries() {
     SortState& s = state();
-    std::map<std::string, std::set<std::string>> declared; // library -> lower-cased names
-    std::vector<std::string> libraryOrder;
-    for (const auto& e : s.elements) {
-        std::string lib = lower(e->libraryName);
-        if (!declared.count(lib))
-            libraryOrder.push_back(lib);
-        for (const std::string& name : e->declaredNames)
-            declared[lib].insert(lower(name));
+    // Lower-cased library -> its lower-cased unit names; libraries in registration order.
+    std::vector<std::pair<std::string, std::unordered_set<std::string>>> declared;
+    std::unordered_map<std::string, size_t> libraryAt;
+    std::vector<size_t> ownLibrary(s.elements.size());
+    for (size_t i = 0; i < s.elements.size(); ++i) {
+        const FileElement& e = *s.elements[i];
+        auto at = libraryAt.emplace(lower(e.libraryName), declared.size());
+        if (at.second)
+            declared.emplace_back(at.first->first, std::unordered_set<std::string>());
+        ownLibrary[i] = at.first->second;
+        for (const std::string& name : e.declaredNames)
+            declared[at.first->second].second.insert(lower(name));
     }
-    auto retarget = [&](SortReference& r, const std::string& ownLib, bool verilog) {
-        if (r.unitName.empty() || lower(r.libraryName) != "work" || (!verilog && !(r.flags & SORT_REF_WEAK)))
+    std::string unit;
+    auto retarget = [&](SortReference& r, size_t ownLib, bool verilog) {
+        if (r.unitName.empty() || r.libraryName.size() != 4 || lower(r.libraryName) != "work" ||
+            (!verilog && !(r.flags & SORT_REF_WEAK)))
             return;
-        std::string unit = lower(r.unitName);
-        if (declared[ownLib].count(unit))
+        unit = lower(r.unitName);
+        if (declared[ownLib].second.count(unit))
             return;
-        for (const std::string& lib : libraryOrder)
-            if (declared[lib].count(unit)) {
-                r.libraryName = lib;
+        for (const auto& lib : declared)
+            if (lib.second.count(unit)) {
+                r.libraryName = lib.first;
                 return;
             }
     };
-    for (auto& e : s.elements) {
-        std::string ownLib = lower(e->libraryName);
-        bool verilog = !isVhdl(e->language);
-        for (SortReference& r : e->references)
-            retarget(r, ownLib, verilog);
-        for (SortUnit& u : e->units)
+    for (size_t i = 0; i < s.elements.size(); ++i) {
+        FileElement& e = *s.elements[i];
+        bool verilog = !isVhdl(e.language);
+        for (SortReference& r : e.references)
+            retarget(r, ownLibrary[i], verilog);
+        for (SortUnit& u : e.units)
             for (SortReference& r : u.instances)
-                retarget(r, ownLib, verilog);
+                retarget(r, ownLibrary[i], verilog);
     }
     s.librariesResolved = true;
 }

@@ -54,6 +54,14 @@ struct DefineBodyClasses {
 };
 constexpr DefineBodyClasses kDefineBodyClass;
 
+// The n - 1 characters after the first of two spellings agree; operators are short.
+inline bool sameTail(const char* a, const char* b, size_t n) {
+    for (size_t i = 1; i < n; ++i)
+        if (a[i] != b[i])
+            return false;
+    return true;
+}
+
 struct OperatorSpelling {
     std::string_view text;
     uint16_t kind;
@@ -396,11 +404,22 @@ private:
     }
 
     uint16_t op(size_t start) {
+        // Punctuation that starts no longer operator.
+        switch (s_[pos_]) {
+        case ';': ++pos_; return VT_SEMI;
+        case ',': ++pos_; return VT_COMMA;
+        case ')': ++pos_; return VT_RPAREN;
+        case '[': ++pos_; return VT_LBRACKET;
+        case ']': ++pos_; return VT_RBRACKET;
+        case '{': ++pos_; return VT_LBRACE;
+        case '}': ++pos_; return VT_RBRACE;
+        default: break;
+        }
         const auto* byChar = operatorsByFirstChar();
         const size_t left = s_.size() - pos_;
         for (const OperatorSpelling& sp : byChar[static_cast<unsigned char>(peek())]) {
             size_t n = sp.text.size();
-            if (n > left || sp.set > o_.keywordSet || std::memcmp(s_.data() + pos_, sp.text.data(), n) != 0)
+            if (n > left || sp.set > o_.keywordSet || !sameTail(s_.data() + pos_, sp.text.data(), n))
                 continue;
             if (sp.kind == VT_ATTR_OPEN) {
                 // "@(*)" is an event control on everything, not an attribute.

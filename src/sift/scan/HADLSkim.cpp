@@ -1,7 +1,6 @@
 #include "sift/scan/HADLSkim.h"
 
 #include <algorithm>
-#include <cctype>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -31,10 +30,20 @@ using UnitsByLib = std::unordered_map<std::string, UnitMap, Hash65599>;
 
 bool isVhdl(unsigned lang) { return lang >= 8 && lang <= 13; }
 
+char lowerChar(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
 std::string lower(std::string s) {
     for (char& c : s)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        c = lowerChar(c);
     return s;
+}
+
+// `out` = lower-cased `in`, in a buffer that lives across calls.
+const std::string& lowerInto(std::string& out, const std::string& in) {
+    out.resize(in.size());
+    for (size_t i = 0; i < in.size(); ++i)
+        out[i] = lowerChar(in[i]);
+    return out;
 }
 
 template <typename List>
@@ -43,13 +52,25 @@ void appendUnique(List& list, unsigned id) {
         list.push_back(id);
 }
 
-// Iterates the elements that have a library, with their file id.
-template <typename Fn>
-void forEachElement(HADLDatabase& db, Fn fn) {
+// An element that has a library, with what every pass asks of it.
+struct SkimFile {
+    const hdl::FileElement* element;
+    unsigned id;
+    unsigned lang;
+    std::string library; // lower-cased
+};
+
+// The elements in registration order; file names the database lacks are added here.
+std::vector<SkimFile> skimFiles(HADLDatabase& db) {
+    std::vector<SkimFile> files;
     const hdl::FileElement* e = nullptr;
-    for (unsigned i = 0; hdl::hdl_file_sort::FileAt(i, &e); ++i)
-        if (!e->libraryName.empty())
-            fn(*e, fileIdOfElement(db, *e));
+    for (unsigned i = 0; hdl::hdl_file_sort::FileAt(i, &e); ++i) {
+        if (e->libraryName.empty())
+            continue;
+        unsigned id = fileIdOfElement(db, *e);
+        files.push_back(SkimFile{e, id, db.fileAttrs.at(id).lang, lower(e->libraryName)});
+    }
+    return files;
 }
 
 struct SplitName {
@@ -82,23 +103,25 @@ std::string stripBackslashes(const std::string& name) {
     return name.substr(b, name.find_last_not_of('\\') - b + 1);
 }
 
-void collectDeclaringFiles(HADLDatabase& db, UnitsByLib& unitsByLib) {
-    forEachElement(db, [&](const hdl::FileElement& e, unsigned fileId) {
-        UnitMap& units = unitsByLib[lower(e.libraryName)];
-        bool vhdl = isVhdl(db.fileAttrs.at(fileId).lang);
-        for (const std::string& name : e.declaredNames)
-            appendUnique(units[vhdl ? lower(name) : name], fileId);
-    });
+void collectDeclaringFiles(const std::vector<SkimFile>& files, UnitsByLib& unitsByLib) {
+    std::string name;
+    for (const SkimFile& f : files) {
+        UnitMap& units = unitsByLib[f.library];
+        bool vhdl = isVhdl(f.lang);
+        for (const std::string& declared : f.element->declaredNames)
+            appendUnique(units[vhdl ? lowerInto(name, declared) : declared], f.id);
+    }
 }
 
-void collectReferences(HADLDatabase& db, UnitsByLib& unitsByLib) {
-    forEachElement(db, [&](const hdl::FileElement& e, unsigned f) {
-        const std::string ownLib = lower(e.libraryName);
-        const bool vhdl = isVhdl(db.fileAttrs.at(f).lang);
-        for (const hdl::SortReference& r : e.references) {
+void collectReferences(HADLDatabase& db, const std::vector<SkimFile>& files, UnitsByLib& unitsByLib) {
+    std::string d, unitName;
+    for (const SkimFile& f : files) {
+        const std::string& ownLib = f.library;
+        const bool vhdl = isVhdl(f.lang);
+        for (const hdl::SortReference& r : f.element->references) {
             if (r.libraryName.empty() || (r.flags & (hdl::SORT_REF_IMPLICIT | hdl::SORT_REF_BIND_TARGET)))
                 continue;
-            std::string d = lower(r.libraryName);
+            lowerInto(d, r.libraryName);
             bool isWork = d == "work";
             if (isWork)
                 d = ownLib;
@@ -109,7 +132,7 @@ void collectReferences(HADLDatabase& db, UnitsByLib& unitsByLib) {
                 if (r.unitName.empty() || lib == unitsByLib.end())
                     continue;
             }
-            auto& props = db.fileProps.at(f);
+            auto& props = db.fileProps.at(f.id);
             if (libFound && r.unitName.empty()) {
                 if (isWork || d == ownLib)
                     continue;
@@ -118,15 +141,15 @@ void collectReferences(HADLDatabase& db, UnitsByLib& unitsByLib) {
                         appendUnique(props.parsReqFiles, id);
                 continue;
             }
-            auto unit = lib->second.find(vhdl ? lower(r.unitName) : r.unitName);
+            auto unit = lib->second.find(vhdl ? lowerInto(unitName, r.unitName) : r.unitName);
             if (unit == lib->second.end())
                 continue;
             const FileIds& declaring = unit->second;
             bool weak = (r.flags & hdl::SORT_REF_WEAK) != 0;
-            if (std::find(declaring.begin(), declaring.end(), f) != declaring.end()) {
+            if (std::find(declaring.begin(), declaring.end(), f.id) != declaring.end()) {
                 if (!weak)
                     for (unsigned id : declaring)
-                        if (id != f)
+                        if (id != f.id)
                             appendUnique(props.parsOvrFiles, id);
                 continue;
             }
@@ -137,50 +160,58 @@ void collectReferences(HADLDatabase& db, UnitsByLib& unitsByLib) {
                 appendUnique(props.parsReqFiles, id);
             }
         }
-    });
+    }
 }
 
 // First pass of the unit graph: one raw unit per unit-table entry.
-void createRawUnits(HADLDatabase& db) {
-    forEachElement(db, [&](const hdl::FileElement& e, unsigned fileId) {
-        const std::string lib = lower(e.libraryName);
-        const unsigned lang = db.fileAttrs.at(fileId).lang;
-        for (const hdl::SortUnit& u : e.units) {
+void createRawUnits(HADLDatabase& db, const std::vector<SkimFile>& files) {
+    for (const SkimFile& f : files) {
+        for (const hdl::SortUnit& u : f.element->units) {
             if (u.name.empty())
                 continue;
-            SplitName n = splitName(lang, u.name, true);
-            std::string key = rUnitKey(lang, lib, lower(n.primary), lower(n.secondary));
+            SplitName n = splitName(f.lang, u.name, true);
+            std::string key = rUnitKey(f.lang, f.library, lower(n.primary), lower(n.secondary));
             unsigned id = db.rUnitNames.insert(key.c_str());
             db.resizeTables();
             HADLDatabase::RUnitAttr& attr = db.rUnitAttrs.at(id);
-            attr.libId = db.objNames.insert(lib.c_str());
+            attr.libId = db.objNames.insert(f.library.c_str());
             attr.primaryId = db.objNames.insert(n.primary.c_str());
             if (!n.secondary.empty())
                 attr.secondaryId = db.objNames.insert(n.secondary.c_str());
-            appendUnique(attr.fileIds, fileId);
+            appendUnique(attr.fileIds, f.id);
         }
-    });
+    }
 }
 
 // Second pass: the instances of each raw unit, with units nobody declares made on the way.
-void createRawInstances(HADLDatabase& db, const HADLStringMatchTable& primitives) {
-    const std::string defaultLib = db.getDefaultLibrary();
-    forEachElement(db, [&](const hdl::FileElement& e, unsigned fileId) {
-        const std::string lib = lower(e.libraryName);
-        const unsigned lang = db.fileAttrs.at(fileId).lang;
+void createRawInstances(HADLDatabase& db, const std::vector<SkimFile>& files, const HADLStringMatchTable& primitives) {
+    const std::string defaultLib = lower(db.getDefaultLibrary());
+    std::string rl;
+    for (const SkimFile& f : files) {
+        const std::string& lib = f.library;
+        const unsigned lang = f.lang;
         const bool vhdl = isVhdl(lang);
         const unsigned other = vhdl ? 2 : 9;
-        for (const hdl::SortUnit& u : e.units) {
+        const HADLStringMatchTable& stdLibs = vhdl ? db.stdVhdlLibNames : db.stdSVLibNames;
+        for (const hdl::SortUnit& u : f.element->units) {
             if (u.instances.empty())
                 continue;
             SplitName pn = splitName(lang, u.name, false);
             unsigned p = db.rUnitNames.find(rUnitKey(lang, lib, lower(pn.primary), lower(pn.secondary)).c_str());
+            // A unit's instances mostly name one library: its standard-ness is asked once.
+            std::string lastLib;
+            bool lastIsStd = false;
+            bool asked = false;
             for (const hdl::SortReference& r : u.instances) {
                 if (r.libraryName.empty() || r.unitName.empty() || (r.flags & hdl::SORT_REF_WEAK))
                     continue;
-                std::string rl = lower(r.libraryName);
-                const HADLStringMatchTable& stdLibs = vhdl ? db.stdVhdlLibNames : db.stdSVLibNames;
-                if (stdLibs.findNoCase(rl.c_str()))
+                lowerInto(rl, r.libraryName);
+                if (!asked || rl != lastLib) {
+                    lastLib = rl;
+                    lastIsStd = stdLibs.findNoCase(rl.c_str()) != 0;
+                    asked = true;
+                }
+                if (lastIsStd)
                     continue;
                 if (rl == "work")
                     rl = lib;
@@ -193,7 +224,7 @@ void createRawInstances(HADLDatabase& db, const HADLStringMatchTable& primitives
                 if (!t)
                     t = db.rUnitNames.find(rUnitKey(other, rl, primary, "").c_str());
                 if (!t)
-                    t = db.rUnitNames.find(rUnitKey(other, lower(defaultLib), primary, "").c_str());
+                    t = db.rUnitNames.find(rUnitKey(other, defaultLib, primary, "").c_str());
                 if (t && db.rUnitAttrs.at(t).primaryId == db.rUnitAttrs.at(p).primaryId)
                     continue;
                 if (!t && !vhdl)
@@ -220,12 +251,12 @@ void createRawInstances(HADLDatabase& db, const HADLStringMatchTable& primitives
                 db.rUnitAttrs.at(p).insts.push_back(HADLDatabase::RInstAttr{instId, t});
             }
         }
-    });
+    }
 }
 
-void collectUnitGraph(HADLDatabase& db, const HADLStringMatchTable& primitives) {
-    createRawUnits(db);
-    createRawInstances(db, primitives);
+void collectUnitGraph(HADLDatabase& db, const std::vector<SkimFile>& files, const HADLStringMatchTable& primitives) {
+    createRawUnits(db, files);
+    createRawInstances(db, files, primitives);
 }
 
 // Depth-first post-order: a file comes after what it needs, then after the other
@@ -289,9 +320,10 @@ unsigned fileIdOfElement(HADLDatabase& db, const hdl::FileElement& element) {
 
 void computeParseOrder(HADLDatabase& db, const HADLStringMatchTable& primitiveNames) {
     UnitsByLib unitsByLib;
-    collectDeclaringFiles(db, unitsByLib);
-    collectReferences(db, unitsByLib);
-    collectUnitGraph(db, primitiveNames);
+    std::vector<SkimFile> files = skimFiles(db);
+    collectDeclaringFiles(files, unitsByLib);
+    collectReferences(db, files, unitsByLib);
+    collectUnitGraph(db, files, primitiveNames);
     walkParseOrder(db);
 }
 
