@@ -203,16 +203,18 @@ struct Reader {
     {
         if (left() < (sizeof(V) + ...))
             damaged();
-        (load(values), ...);
+        const char* from = at;
+        (load(values, from), ...);
+        at = from;
     }
     template <class V>
-    void load(V& value)
+    static void load(V& value, const char*& from)
     {
-        std::memcpy(&value, at, sizeof value);
-        at += sizeof value;
+        std::memcpy(&value, from, sizeof value);
+        from += sizeof value;
     }
     // As a byte, so that a damaged archive cannot plant a bool that is neither 0 nor 1.
-    void load(bool& value) { value = *at++ != 0; }
+    static void load(bool& value, const char*& from) { value = *from++ != 0; }
 
     const char* take(std::size_t length)
     {

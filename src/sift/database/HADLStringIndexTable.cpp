@@ -1,5 +1,7 @@
 #include "sift/database/HADLStringIndexTable.h"
 
+#include "sift/database/HADLBulkMemory.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -72,6 +74,8 @@ void HADLStringIndexTable::releaseTexts()
         if (!inTextBlock(text))
             std::free(text);
     retired_.clear();
+    for (const TextBlock& block : blocks_)
+        hadlBulkRelease(block.bytes, block.size);
     blocks_.clear();
 }
 
@@ -79,7 +83,7 @@ bool HADLStringIndexTable::inTextBlock(const char* text) const
 {
     const std::less<const char*> before;
     for (const TextBlock& block : blocks_)
-        if (!before(text, block.bytes.get()) && before(text, block.bytes.get() + block.size))
+        if (!before(text, block.bytes) && before(text, block.bytes + block.size))
             return true;
     return false;
 }
@@ -143,6 +147,7 @@ void HADLStringIndexTable::appendRaw(const char* text, std::size_t length)
 
 char* HADLStringIndexTable::newTextBlock(std::size_t bytes)
 {
-    blocks_.push_back({std::unique_ptr<char[]>(new char[bytes]), bytes});
-    return blocks_.back().bytes.get();
+    blocks_.reserve(blocks_.size() + 1);
+    blocks_.push_back({static_cast<char*>(hadlBulkAllocate(bytes)), bytes});
+    return blocks_.back().bytes;
 }

@@ -5,7 +5,6 @@
 #include "sift/database/HADLTextIndex.h"
 
 #include <cstddef>
-#include <memory>
 #include <vector>
 
 // The byte hash behind std::hash<std::string>, over the text without its terminator.
@@ -48,7 +47,7 @@ public:
 
 private:
     struct TextBlock {
-        std::unique_ptr<char[]> bytes;
+        char* bytes;
         std::size_t size;
     };
 

@@ -4,21 +4,42 @@
 // entering a text allocates nothing. At most half of the slots are in use.
 #pragma once
 
-#include <algorithm>
+#include "sift/database/HADLBulkMemory.h"
+
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 template <class Hash, class Equal>
 class HADLTextIndex {
 public:
+    HADLTextIndex() = default;
+    HADLTextIndex(const HADLTextIndex&) = delete;
+    HADLTextIndex& operator=(const HADLTextIndex&) = delete;
+    HADLTextIndex(HADLTextIndex&& other) noexcept { swap(other); }
+    HADLTextIndex& operator=(HADLTextIndex&& other) noexcept
+    {
+        swap(other);
+        return *this;
+    }
+    ~HADLTextIndex() { hadlBulkRelease(slots_, capacity_ * sizeof(Slot)); }
+
+    void swap(HADLTextIndex& other) noexcept
+    {
+        std::swap(slots_, other.slots_);
+        std::swap(capacity_, other.capacity_);
+        std::swap(used_, other.used_);
+    }
+
     // The id entered under a text equal to `text`, 0 when there is none.
     unsigned find(const char* text) const
     {
         if (used_ == 0)
             return 0;
         const std::uint32_t code = codeOf(text);
-        for (std::size_t at = code & mask_;; at = (at + 1) & mask_) {
+        const std::size_t mask = capacity_ - 1;
+        for (std::size_t at = code & mask;; at = (at + 1) & mask) {
             const Slot& slot = slots_[at];
             if (slot.key == nullptr)
                 return 0;
@@ -36,30 +57,37 @@ public:
     }
 
     // assign of texts[id] with id, for every id from `first` to the end, in id order. The
-    // hashes of a batch are taken first and their slots fetched, so that the probes of the
-    // batch do not wait on memory one after the other.
+    // hash of a text is taken, and its slot fetched, a stretch of texts before the text is
+    // placed, so that the probes do not wait on memory one after the other.
     void assignAll(const std::vector<char*>& texts, unsigned first)
     {
-        if (first >= texts.size())
+        const std::size_t end = texts.size();
+        if (first >= end)
             return;
-        reserve(used_ + (texts.size() - first));
-        constexpr std::size_t kBatch = 16;
-        std::uint32_t codes[kBatch];
-        for (std::size_t base = first; base < texts.size(); base += kBatch) {
-            const std::size_t count = std::min(kBatch, texts.size() - base);
-            for (std::size_t i = 0; i < count; ++i) {
-                codes[i] = codeOf(texts[base + i]);
-                __builtin_prefetch(&slots_[codes[i] & mask_], 1);
-            }
-            for (std::size_t i = 0; i < count; ++i)
-                place(texts[base + i], static_cast<unsigned>(base + i), codes[i]);
+        reserve(used_ + (end - first));
+        constexpr std::size_t kAhead = 32;
+        std::uint32_t codes[kAhead];
+        const std::size_t mask = capacity_ - 1;
+        std::size_t ahead = first;
+        auto look = [&](std::size_t id) {
+            const std::uint32_t code = codeOf(texts[id]);
+            codes[id % kAhead] = code;
+            __builtin_prefetch(&slots_[code & mask], 1);
+        };
+        for (; ahead < end && ahead < first + kAhead; ++ahead)
+            look(ahead);
+        for (std::size_t id = first; id < end; ++id) {
+            const std::uint32_t code = codes[id % kAhead];
+            if (ahead < end)
+                look(ahead++);
+            place(texts[id], static_cast<unsigned>(id), code);
         }
     }
 
     // Room for `count` entries without growing.
     void reserve(std::size_t count)
     {
-        if (count * 2 <= slots_.size())
+        if (count * 2 <= capacity_)
             return;
         std::size_t capacity = 16;
         while (capacity < count * 2)
@@ -70,9 +98,7 @@ public:
     // Empty, and without memory.
     void clear()
     {
-        slots_ = std::vector<Slot>();
-        mask_ = 0;
-        used_ = 0;
+        HADLTextIndex().swap(*this);
     }
 
     std::size_t size() const { return used_; }
@@ -81,10 +107,11 @@ public:
     Equal key_eq() const { return Equal(); }
 
 private:
+    // An all-zero slot is free.
     struct Slot {
-        const char* key = nullptr;
-        unsigned id = 0;
-        std::uint32_t code = 0;
+        const char* key;
+        unsigned id;
+        std::uint32_t code;
     };
 
     static std::uint32_t codeOf(const char* text)
@@ -94,7 +121,8 @@ private:
 
     void place(const char* key, unsigned id, std::uint32_t code)
     {
-        for (std::size_t at = code & mask_;; at = (at + 1) & mask_) {
+        const std::size_t mask = capacity_ - 1;
+        for (std::size_t at = code & mask;; at = (at + 1) & mask) {
             Slot& slot = slots_[at];
             if (slot.key == nullptr) {
                 slot = {key, id, code};
@@ -111,20 +139,24 @@ private:
     // The entries are distinct already, so each goes to the first free slot of its run.
     void rehash(std::size_t capacity)
     {
-        std::vector<Slot> old(capacity);
-        old.swap(slots_);
-        mask_ = capacity - 1;
-        for (const Slot& slot : old) {
+        HADLTextIndex grown;
+        grown.slots_ = static_cast<Slot*>(hadlBulkAllocate(capacity * sizeof(Slot)));
+        grown.capacity_ = capacity;
+        grown.used_ = used_;
+        const std::size_t mask = capacity - 1;
+        for (std::size_t i = 0; i < capacity_; ++i) {
+            const Slot& slot = slots_[i];
             if (slot.key == nullptr)
                 continue;
-            std::size_t at = slot.code & mask_;
-            while (slots_[at].key != nullptr)
-                at = (at + 1) & mask_;
-            slots_[at] = slot;
+            std::size_t at = slot.code & mask;
+            while (grown.slots_[at].key != nullptr)
+                at = (at + 1) & mask;
+            grown.slots_[at] = slot;
         }
+        swap(grown);
     }
 
-    std::vector<Slot> slots_;
-    std::size_t mask_ = 0;
+    Slot* slots_ = nullptr;
+    std::size_t capacity_ = 0;
     std::size_t used_ = 0;
 };

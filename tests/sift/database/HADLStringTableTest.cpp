@@ -146,6 +146,25 @@ TEST(HADLStringIndexTable, TextsInOneProbeRunStayApart)
     EXPECT_EQ(t.find("anchor"), 0u);
 }
 
+// Enough entries that the index outgrows the heap and moves to memory of its own, through
+// several rehashes; a copy and a rebuild see the same ids.
+TEST(HADLStringIndexTable, LargeTableFindsEveryTextAfterGrowing)
+{
+    HADLStringIndexTable t;
+    const unsigned count = 70000;
+    for (unsigned i = 0; i < count; ++i)
+        ASSERT_EQ(t.insert(("name_" + std::to_string(i)).c_str()), i + 1);
+    HADLStringIndexTable copy(t);
+    t.rebuildIndex();
+    for (unsigned i = 0; i < count; i += 7) {
+        const std::string text = "name_" + std::to_string(i);
+        ASSERT_EQ(t.find(text.c_str()), i + 1);
+        ASSERT_EQ(copy.find(text.c_str()), i + 1);
+    }
+    EXPECT_EQ(t.find("name_"), 0u);
+    EXPECT_EQ(t.index.size(), count);
+}
+
 TEST(HADLStringMatchTable, LatestSpellingWinsNoCaseLookup)
 {
     HADLStringMatchTable t;
