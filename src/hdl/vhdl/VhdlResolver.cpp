@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "hdl/vhdl/VhdlLibrary.h"
@@ -555,9 +556,10 @@ private:
         return Select(first, shape, ambiguous);
     }
 
-    // Among candidates_: the one that takes the use by its number of actuals, else by
-    // the formals it names; else the first visible, flagged. Homographs (a subprogram
-    // and its body, or a declaration hidden by an inner one) count once, the first.
+    // Among candidates_: the one that takes the use by its number of actuals (with
+    // defaults, else exactly), else by the formals it names; else the first visible,
+    // flagged. Homographs (a subprogram and its body, or a declaration hidden by an
+    // inner one) count once, the first.
     VhdlIdDef* Select(VhdlIdDef* first, const VhdlCallShape& shape, bool* ambiguous) {
         if (candidates_.size() < 2) return first;
         size_t accepted = 0;
@@ -578,10 +580,18 @@ private:
             }
         }
         if (kept == 1) return candidates_[0];
-        if (kept > 1 && shape.assocs) {
+        if (kept > 1) {
+            // Defaults aside, the one with exactly as many parameters as actuals.
+            VhdlCallShape exact = shape;
+            exact.exact = true;
+            size_t exactCount = 0;
+            for (size_t i = 0; i < kept; ++i)
+                if (VhdlAcceptsCall(candidates_[i], exact)) std::swap(candidates_[exactCount++], candidates_[i]);
+            if (exactCount == 1) return candidates_[0];
+            if (exactCount > 1) kept = exactCount;
             VhdlIdDef* pick = nullptr;
             unsigned named = 0;
-            for (size_t i = 0; i < kept; ++i) {
+            for (size_t i = 0; i < kept && shape.assocs; ++i) {
                 if (!VhdlHasNamedFormals(candidates_[i], shape)) continue;
                 if (!named) pick = candidates_[i];
                 ++named;

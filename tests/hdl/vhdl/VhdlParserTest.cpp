@@ -655,3 +655,111 @@ TEST(VhdlParser, AnonymousPortTypesOf2019) {
 
 } // namespace
 } // namespace hdl
+
+namespace hdl {
+namespace {
+
+TEST(VhdlParser, GenericTypeDefinitionsOf2019) {
+    const char* src = "package p is generic (type e is private; type i is (<>); type s is <>; "
+                      "type n is range <>; type f is range <>.<>; type u is units <>; "
+                      "type a is array (i range <>, type is (<>)) of type is private; "
+                      "type acc is access e; type fl is file of type is private; k : i); end;";
+    test::MessageCapture capture;
+    auto p = Parse(src, VHDL_2019);
+    ASSERT_EQ(p->errors, 0u) << capture.Errors();
+    const VhdlNodeList& generics = static_cast<VhdlPackageDecl*>(p->units[0])->GetGenericClause();
+    ASSERT_EQ(generics.Size(), 10u);
+    const unsigned kinds[] = {VHDL_PRIVATE, VHDL_LPAREN, VHDL_BOX, VHDL_RANGE, VHDL_DOT,
+                              VHDL_UNITS,   VHDL_ARRAY,  VHDL_ACCESS, VHDL_FILE};
+    for (unsigned i = 0; i < 9; ++i) {
+        auto* t = dynamic_cast<VhdlInterfaceTypeDecl*>(generics.At(i));
+        ASSERT_NE(t, nullptr) << i;
+        EXPECT_EQ(t->incomplete, kinds[i]) << i;
+    }
+    // The array: an index subtype, an anonymous discrete type, an anonymous element type.
+    auto* array = static_cast<VhdlInterfaceTypeDecl*>(generics.At(6));
+    ASSERT_EQ(array->indexes.Size(), 2u);
+    auto* index = dynamic_cast<VhdlExplicitSubtypeIndication*>(array->indexes.At(0));
+    ASSERT_NE(index, nullptr);
+    EXPECT_EQ(index->GetRangeConstraint()->GetClassId(), VhdlBox::kClassId);
+    auto* anonymousIndex = dynamic_cast<VhdlInterfaceTypeDecl*>(array->indexes.At(1));
+    ASSERT_NE(anonymousIndex, nullptr);
+    EXPECT_EQ(anonymousIndex->id, nullptr);
+    EXPECT_EQ(anonymousIndex->incomplete, static_cast<unsigned>(VHDL_LPAREN));
+    auto* element = dynamic_cast<VhdlInterfaceTypeDecl*>(array->designated);
+    ASSERT_NE(element, nullptr);
+    EXPECT_EQ(element->incomplete, static_cast<unsigned>(VHDL_PRIVATE));
+    EXPECT_EQ(static_cast<VhdlInterfaceTypeDecl*>(generics.At(7))->designated->GetClassId(), VhdlIdRef::kClassId);
+    EXPECT_EQ(static_cast<VhdlInterfaceTypeDecl*>(generics.At(8))->designated->GetClassId(),
+              VhdlInterfaceTypeDecl::kClassId);
+    // The last generic is an object again: the list did not end inside `(<>)`.
+    EXPECT_EQ(generics.At(9)->GetClassId(), VhdlInterfaceDecl::kClassId);
+    ExpectRoundTrip(src, VHDL_2019);
+}
+
+TEST(VhdlParser, CallsMapGenericsAndProtectedTypesAreInstantiatedIn2019) {
+    const char* src = "package p is type t is protected generic (type g); end protected; "
+                      "type ti is new t generic map (g => integer); end; "
+                      "architecture a of e is begin process begin "
+                      "x <= f generic map (bit) (a, b)(0); proc generic map (n => 2); wait; end process; end;";
+    test::MessageCapture capture;
+    auto p = Parse(src, VHDL_2019);
+    ASSERT_EQ(p->errors, 0u) << capture.Errors();
+    ASSERT_EQ(p->units.size(), 2u);
+    auto* ti = static_cast<VhdlFullTypeDecl*>(static_cast<VhdlPackageDecl*>(p->units[0])->GetDeclPart().At(1));
+    EXPECT_EQ(ti->GetId()->GetClassId(), VhdlProtectedTypeId::kClassId);
+    auto* inst = dynamic_cast<VhdlProtectedTypeDef*>(ti->GetTypeDef());
+    ASSERT_NE(inst, nullptr);
+    ASSERT_NE(inst->uninstantiated, nullptr);
+    EXPECT_EQ(VhdlPrettyText(inst->uninstantiated), "t");
+    EXPECT_EQ(inst->genericMap.Size(), 1u);
+
+    auto* proc = static_cast<VhdlProcessStatement*>(static_cast<VhdlArchitectureBody*>(p->units[1])->GetStatementPart().At(0));
+    auto* assign = dynamic_cast<VhdlSignalAssignmentStatement*>(proc->GetStatementPart().At(0));
+    ASSERT_NE(assign, nullptr);
+    auto* wave = static_cast<VhdlWaveformElement*>(assign->waveform.At(0));
+    // The element index applies to the result of the call, which maps one generic
+    // and two parameters.
+    auto* indexed = dynamic_cast<VhdlIndexedName*>(wave->value);
+    ASSERT_NE(indexed, nullptr);
+    auto* call = dynamic_cast<VhdlIndexedName*>(indexed->GetPrefix());
+    ASSERT_NE(call, nullptr);
+    EXPECT_EQ(call->GetGenericMapAspect().Size(), 1u);
+    EXPECT_EQ(call->GetAssocList().Size(), 2u);
+    EXPECT_EQ(VhdlPrettyText(call), "f generic map (bit) (a, b)");
+    auto* pcall = dynamic_cast<VhdlProcedureCallStatement*>(proc->GetStatementPart().At(1));
+    ASSERT_NE(pcall, nullptr);
+    auto* pname = dynamic_cast<VhdlIndexedName*>(pcall->GetCall());
+    ASSERT_NE(pname, nullptr);
+    EXPECT_EQ(pname->GetGenericMapAspect().Size(), 1u);
+    EXPECT_TRUE(pname->GetAssocList().Empty());
+    ExpectRoundTrip(src, VHDL_2019);
+    // Before 2019 a name followed by a generic map is no expression.
+    test::MessageCapture older;
+    EXPECT_GT(Parse(src, VHDL_2008)->errors, 0u);
+}
+
+TEST(VhdlParser, PslDirectivesStandAmongStatementsDeclarationsDoNot) {
+    test::MessageCapture capture;
+    auto p = Parse("architecture a of e is begin "
+                   "c1 : cover {req; grant} report \"covered\"; assume always req; restrict {rst[*3]; not rst}[+]; "
+                   "cover <= '1'; "
+                   "s <= t; end;");
+    ASSERT_EQ(p->errors, 0u) << capture.Errors();
+    const VhdlNodeList& stmts = static_cast<VhdlArchitectureBody*>(p->units[0])->GetStatementPart();
+    // The directives are dropped; a signal named like a PSL word is still assigned.
+    ASSERT_EQ(stmts.Size(), 2u);
+    EXPECT_EQ(VhdlPrettyText(stmts.At(0)), "cover <= '1';");
+    EXPECT_EQ(VhdlPrettyText(stmts.At(1)), "s <= t;");
+    EXPECT_EQ(capture.Count(MSG_INFO), 3u);
+
+    test::MessageCapture misplaced;
+    auto q = Parse("architecture a of e is begin sequence sq is {a; b}; property pr is always (a -> next b); "
+                   "s <= t; end;");
+    EXPECT_EQ(q->errors, 2u);
+    ASSERT_EQ(q->units.size(), 1u);
+    EXPECT_EQ(static_cast<VhdlArchitectureBody*>(q->units[0])->GetStatementPart().Size(), 1u);
+}
+
+} // namespace
+} // namespace hdl

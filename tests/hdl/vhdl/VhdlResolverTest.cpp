@@ -449,3 +449,256 @@ TEST_F(VhdlResolverTest, ReanalysedPackageIsSeenByLaterUsers) {
 
 } // namespace
 } // namespace hdl
+
+namespace hdl {
+namespace {
+
+// The subprogram specification a reference resolved to.
+const VhdlSubprogramSpec* SpecOf(const VhdlIdRef* ref) {
+    return ref && ref->GetId() ? dynamic_cast<const VhdlSubprogramSpec*>(ref->GetId()->declaration) : nullptr;
+}
+
+// The type mark of the first parameter.
+std::string MarkText(const VhdlSubprogramSpec* spec) {
+    if (!spec || spec->params.Empty()) return "";
+    auto* mark = dynamic_cast<VhdlIdRef*>(static_cast<VhdlInterfaceDecl*>(spec->params.At(0))->GetSubtypeIndication());
+    return mark ? std::string(mark->text) : "";
+}
+
+VhdlIdDef* FirstParam(const VhdlSubprogramSpec* spec) {
+    return spec && !spec->params.Empty() ? static_cast<VhdlInterfaceDecl*>(spec->params.At(0))->GetIds().At(0) : nullptr;
+}
+
+size_t ParamCount(const VhdlSubprogramSpec* spec) {
+    size_t n = 0;
+    for (VhdlTreeNode* p : spec->params) n += static_cast<VhdlInterfaceDecl*>(p)->GetIds().Size();
+    return n;
+}
+
+const char* kOverloads = R"(
+package ov is
+  type color is (red, green, blue);
+  type light is (off, red, amber);
+  function f return integer;
+  function f (a : integer) return integer;
+  function f (a : integer; b : integer := 0; c : integer := 0) return integer;
+  function g (a : integer) return integer;
+  function g (b : bit) return bit;
+  procedure p (x : integer);
+  procedure p (x : integer; y : integer);
+end package;
+)";
+
+TEST_F(VhdlResolverTest, OverloadsAreChosenByTheNumberOfActualsAndTheFormalsNamed) {
+    Analyze(kOverloads);
+    test::MessageCapture capture;
+    EXPECT_TRUE(vhdl_file::AnalyzeText(R"(
+use work.ov.all;
+entity e is end;
+architecture r of e is
+  constant k0 : integer := f;
+  constant k1 : integer := f(1);
+  constant k3 : integer := f(1, 2, 3);
+  constant k2 : integer := f(1, 2);
+  constant n1 : integer := g(a => 1);
+  constant n2 : bit := g(b => '1');
+  constant u : integer := g(1);
+  constant c : color := green;
+  constant l : light := amber;
+  constant x : color := red;
+  alias f2 is f [integer, integer, integer return integer];
+begin
+  process begin
+    p(1);
+    p(1, 2);
+    wait;
+  end process;
+end;
+)",
+                                       "overloads.vhd", "work", VHDL_2008))
+        << capture.Errors();
+    // Legal code, however ambiguous for a resolver without types: no message.
+    EXPECT_EQ(capture.Count(MSG_ERROR) + capture.Count(MSG_WARNING), 0u);
+    RefsInOrder refs;
+    refs.TraverseNode(Arch("e"));
+    const auto& f = refs.byText["f"];
+    ASSERT_EQ(f.size(), 5u);
+    // f, f(1), f(1, 2, 3): one declaration each has that many parameters (f(1) also
+    // fits the one with defaults, which counts only when nothing fits exactly).
+    ASSERT_NE(SpecOf(f[0]), nullptr);
+    EXPECT_EQ(ParamCount(SpecOf(f[0])), 0u);
+    EXPECT_EQ(ParamCount(SpecOf(f[1])), 1u);
+    EXPECT_EQ(ParamCount(SpecOf(f[2])), 3u);
+    for (size_t i = 0; i < 3; ++i) EXPECT_FALSE(f[i]->IsAmbiguous()) << i;
+    // f(1, 2) fits only the one with defaults; the signature of the alias asks for three.
+    EXPECT_EQ(ParamCount(SpecOf(f[3])), 3u);
+    EXPECT_EQ(ParamCount(SpecOf(f[4])), 3u);
+    // g(1) fits both: the first is kept and the reference is flagged; named formals decide.
+    const auto& g = refs.byText["g"];
+    ASSERT_EQ(g.size(), 3u);
+    // The named formals resolve to the parameters of the one chosen.
+    ASSERT_NE(refs.byText["a"][0]->GetId(), nullptr);
+    EXPECT_EQ(refs.byText["a"][0]->GetId(), FirstParam(SpecOf(g[0])));
+    EXPECT_EQ(refs.byText["b"][0]->GetId(), FirstParam(SpecOf(g[1])));
+    EXPECT_EQ(MarkText(SpecOf(g[0])), "integer");
+    EXPECT_EQ(MarkText(SpecOf(g[1])), "bit");
+    EXPECT_FALSE(g[0]->IsAmbiguous());
+    EXPECT_FALSE(g[1]->IsAmbiguous());
+    EXPECT_TRUE(g[2]->IsAmbiguous());
+    EXPECT_EQ(MarkText(SpecOf(g[2])), "integer");
+    // Enumeration literals of two types: unique names resolve, a shared one is flagged.
+    ASSERT_NE(refs.byText["green"][0]->GetId(), nullptr);
+    EXPECT_FALSE(refs.byText["green"][0]->IsAmbiguous());
+    EXPECT_EQ(refs.byText["amber"][0]->GetId()->GetClassId(), VhdlEnumerationId::kClassId);
+    const auto& red = refs.byText["red"];
+    ASSERT_EQ(red.size(), 1u);
+    ASSERT_NE(red[0]->GetId(), nullptr);
+    EXPECT_TRUE(red[0]->IsAmbiguous());
+    // Procedure calls with one and two actuals.
+    const auto& p = refs.byText["p"];
+    ASSERT_EQ(p.size(), 2u);
+    EXPECT_EQ(ParamCount(SpecOf(p[0])), 1u);
+    EXPECT_EQ(ParamCount(SpecOf(p[1])), 2u);
+}
+
+TEST_F(VhdlResolverTest, ABodyAndItsDeclarationCountAsOneAndInnerOverloadsAddToOuterOnes) {
+    Analyze(R"(
+package q is
+  function h (a : integer) return integer;
+  function h (a : integer; b : integer) return integer;
+end package;
+package body q is
+  function h (a : integer) return integer is begin return h(a, 1); end;
+  function h (a : integer; b : integer) return integer is begin return a + b; end;
+  function user return integer is
+    function h (s : string) return integer is begin return 0; end;
+  begin
+    return h(1) + h("x");
+  end;
+end package body;
+)");
+    VhdlPrimaryUnit* q = vhdl_file::GetWorkLib()->GetPrimUnit("q");
+    RefsInOrder refs;
+    refs.TraverseNode(q->GetSecondaryUnit(nullptr));
+    const auto& h = refs.byText["h"];
+    ASSERT_EQ(h.size(), 3u);
+    // Inside the body the declaration of the package and its body are one subprogram.
+    EXPECT_FALSE(h[0]->IsAmbiguous());
+    EXPECT_EQ(ParamCount(SpecOf(h[0])), 2u);
+    // The local h (string) does not hide the package's h (integer): one actual each,
+    // so neither count nor names decide; the innermost is kept and flagged.
+    EXPECT_TRUE(h[1]->IsAmbiguous());
+    EXPECT_EQ(MarkText(SpecOf(h[1])), "string");
+}
+
+} // namespace
+} // namespace hdl
+
+namespace hdl {
+namespace {
+
+// Named associations in walk order.
+class Assocs : public VhdlVisitor {
+public:
+    void Visit(VhdlAssocElement& n) override {
+        if (n.formal) all.push_back(&n);
+        VhdlVisitor::Visit(n);
+    }
+    // The simple name a formal or actual is written with: `b` of `b(0)` and of `conv(b)`.
+    static VhdlIdRef* Ref(VhdlTreeNode* n) {
+        if (auto* ref = dynamic_cast<VhdlIdRef*>(n)) return ref;
+        auto* idx = dynamic_cast<VhdlIndexedName*>(n);
+        if (!idx) return nullptr;
+        auto* prefix = dynamic_cast<VhdlIdRef*>(idx->prefix);
+        if (prefix && prefix->text == "conv") return Ref(idx->assocList.At(0));
+        return Ref(idx->prefix);
+    }
+    std::vector<VhdlAssocElement*> all;
+};
+
+// The identifier declared by the first interface declaration of `list` under `name`.
+VhdlIdDef* InterfaceId(const VhdlNodeList& list, std::string_view name) {
+    for (VhdlTreeNode* d : list)
+        for (VhdlIdDef* id : static_cast<VhdlInterfaceDecl*>(d)->GetIds())
+            if (id->Name() == name) return id;
+    return nullptr;
+}
+
+TEST_F(VhdlResolverTest, FormalsNameTheInterfaceOfWhatIsInstantiatedCalledOrBound) {
+    Analyze("entity leaf is generic (n : integer := 1); port (a : in bit; b : out bit_vector(1 downto 0)); end;"
+            "architecture a1 of leaf is begin end;");
+    Analyze(R"(
+entity top is end;
+architecture rtl of top is
+  component leaf is generic (n : integer := 1); port (a : in bit; b : out bit_vector(1 downto 0)); end component;
+  signal a, s : bit;
+  signal v : bit_vector(1 downto 0);
+  constant n : integer := 3;
+  function conv (x : bit_vector) return bit_vector is begin return x; end;
+  procedure pr (x : in integer; y : out integer) is begin y := x; end;
+  for u3 : leaf use entity work.leaf(a1) generic map (n => n) port map (a => a, b => b);
+begin
+  u1 : leaf generic map (n => n) port map (a => a, b(0) => s, b(1) => s);
+  u2 : entity work.leaf(a1) generic map (n => 2) port map (a => s, conv(b) => v);
+  u3 : leaf port map (a => s, b => v);
+  blk : block port (p : in bit); port map (p => a); begin end block;
+  u4 : ghost port map (a => s);
+  process
+    variable y : integer;
+  begin
+    pr(y => y, x => n);
+    wait;
+  end process;
+end;
+)");
+    VhdlArchitectureBody* arch = Arch("top");
+    auto* comp = static_cast<VhdlComponentDecl*>(arch->GetDeclPart().At(0));
+    auto* leaf = static_cast<VhdlEntityDecl*>(vhdl_file::GetWorkLib()->GetPrimUnit("leaf"));
+    Assocs assocs;
+    assocs.TraverseNode(arch);
+    ASSERT_EQ(assocs.all.size(), 16u);
+    auto formal = [&](size_t i) { return Assocs::Ref(assocs.all[i]->GetFormalPart())->GetId(); };
+    auto actual = [&](size_t i) { return Assocs::Ref(assocs.all[i]->GetActualPart())->GetId(); };
+
+    // The configuration specification: formals of the entity, actuals of the component.
+    EXPECT_EQ(formal(0), InterfaceId(leaf->generics, "n"));
+    EXPECT_EQ(actual(0), InterfaceId(comp->generics, "n"));
+    EXPECT_EQ(formal(1), InterfaceId(leaf->ports, "a"));
+    EXPECT_EQ(actual(1), InterfaceId(comp->ports, "a"));
+    EXPECT_EQ(formal(2), InterfaceId(leaf->ports, "b"));
+    // u1: the component's generic and ports, never the signal or constant of that name.
+    ASSERT_NE(formal(3), nullptr);
+    EXPECT_EQ(formal(3), InterfaceId(comp->generics, "n"));
+    EXPECT_EQ(actual(3)->GetClassId(), VhdlConstantId::kClassId);
+    EXPECT_EQ(formal(4), InterfaceId(comp->ports, "a"));
+    EXPECT_EQ(actual(4)->GetClassId(), VhdlSignalId::kClassId);
+    EXPECT_EQ(formal(5), InterfaceId(comp->ports, "b"));
+    EXPECT_EQ(formal(6), InterfaceId(comp->ports, "b"));
+    // u2: the entity's; the conversion function is found where it stands.
+    EXPECT_EQ(formal(7), InterfaceId(leaf->generics, "n"));
+    EXPECT_EQ(formal(8), InterfaceId(leaf->ports, "a"));
+    EXPECT_EQ(formal(9), InterfaceId(leaf->ports, "b"));
+    auto* conv = dynamic_cast<VhdlIdRef*>(static_cast<VhdlIndexedName*>(assocs.all[9]->GetFormalPart())->GetPrefix());
+    ASSERT_NE(conv->GetId(), nullptr);
+    EXPECT_EQ(conv->GetId()->GetClassId(), VhdlSubprogramId::kClassId);
+    // u3 is bound by the specification but instantiates the component.
+    EXPECT_EQ(formal(10), InterfaceId(comp->ports, "a"));
+    // The block's own port.
+    ASSERT_NE(formal(12), nullptr);
+    EXPECT_EQ(formal(12)->Name(), "p");
+    EXPECT_EQ(formal(12)->declaration->GetClassId(), VhdlInterfaceDecl::kClassId);
+    EXPECT_EQ(actual(12)->GetClassId(), VhdlSignalId::kClassId);
+    // An unknown component has no interface: the formal stays unresolved.
+    EXPECT_EQ(formal(13), nullptr);
+    EXPECT_NE(actual(13), nullptr);
+    // A call names the parameters, in any order.
+    ASSERT_NE(formal(14), nullptr);
+    EXPECT_EQ(formal(14)->Name(), "y");
+    EXPECT_EQ(formal(14)->owningUnit, arch);
+    EXPECT_EQ(actual(14)->GetClassId(), VhdlVariableId::kClassId);
+    EXPECT_EQ(formal(15)->Name(), "x");
+    EXPECT_EQ(actual(15)->GetClassId(), VhdlConstantId::kClassId);
+}
+
+} // namespace
+} // namespace hdl
