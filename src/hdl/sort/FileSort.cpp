@@ -44,7 +44,7 @@ struct SortState {
     bool predefinedBuilt = false;
     // Token buffers reused from file to file.
     std::vector<VeriSkimToken> tokens;
-    std::vector<VhdlTok> vhdlTokens;
+    std::vector<VhdlSkimToken> vhdlTokens;
 };
 
 SortState& state() {
@@ -193,12 +193,14 @@ bool readVhdl(FileElement& element) {
         Message::Error(vhdl_msg::kBinaryInput, &loc, "'%s' is not a text file", element.fileName.c_str());
         return false;
     }
-    std::vector<VhdlTok>& tokens = s.vhdlTokens;
+    std::vector<VhdlSkimToken>& tokens = s.vhdlTokens;
     tokens.clear();
     if (!vhdlSkimScan(text, element.language, s.ignoreTranslateOff, tokens)) {
+        tokens.clear();
         VhdlLexer lexer(text, fileId, element.language);
         lexer.SetIgnorePragmas(s.ignoreTranslateOff);
-        tokens = lexer.Tokenize();
+        for (const VhdlTok& t : lexer.Tokenize())
+            tokens.push_back(VhdlSkimToken{t.begin, t.end, t.kind});
     }
     vhdlSkimTokens(text, tokens, element);
     return true;

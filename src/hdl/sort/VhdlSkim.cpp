@@ -9,7 +9,7 @@ bool isName(uint16_t kind) { return kind == VHDL_ID || kind == VHDL_EXTENDED_ID;
 
 class VhdlSkimmer {
 public:
-    VhdlSkimmer(std::string_view text, const std::vector<VhdlTok>& tokens, FileElement& element)
+    VhdlSkimmer(std::string_view text, const std::vector<VhdlSkimToken>& tokens, FileElement& element)
         : text_(text), t_(tokens), e_(element) {}
 
     void run() {
@@ -251,7 +251,7 @@ private:
     }
 
     std::string_view text_;
-    const std::vector<VhdlTok>& t_;
+    const std::vector<VhdlSkimToken>& t_;
     FileElement& e_;
     size_t i_ = 0;
     int unit_ = -1;
@@ -262,7 +262,7 @@ private:
 
 } // namespace
 
-void vhdlSkimTokens(std::string_view text, const std::vector<VhdlTok>& tokens, FileElement& element) {
+void vhdlSkimTokens(std::string_view text, const std::vector<VhdlSkimToken>& tokens, FileElement& element) {
     VhdlSkimmer(text, tokens, element).run();
 }
 

@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "hdl/sort/SortElement.h"
-#include "hdl/vhdl/VhdlLexer.h"
+#include "hdl/sort/VhdlSkimScanner.h"
 
 namespace hdl {
 
-void vhdlSkimTokens(std::string_view text, const std::vector<VhdlTok>& tokens, FileElement& element);
+void vhdlSkimTokens(std::string_view text, const std::vector<VhdlSkimToken>& tokens, FileElement& element);
 
 } // namespace hdl

@@ -88,9 +88,53 @@ bool isBaseSpecifier(std::string_view s) {
     return false;
 }
 
+// Reserved words bucketed by length and first letter, compared without regard to
+// case: the same answers as VhdlKeyword without lower-casing and hashing each name.
+struct KeywordTable {
+    static constexpr size_t kMaxLen = 18;
+    struct Entry {
+        std::string_view text;
+        VhdlToken token;
+        unsigned edition;
+    };
+    std::vector<Entry> buckets[(kMaxLen + 1) * 26];
+
+    KeywordTable() {
+        const Entry all[] = {
+#define VHDL_KW_ROW(name, text, ed) {text, VHDL_##name, ed},
+            VHDL_KEYWORDS(VHDL_KW_ROW)
+#undef VHDL_KW_ROW
+        };
+        for (const Entry& e : all)
+            if (e.text.size() <= kMaxLen)
+                buckets[e.text.size() * 26 + size_t(e.text[0] - 'a')].push_back(e);
+    }
+
+    VhdlToken find(std::string_view word, unsigned mode) const {
+        size_t len = word.size();
+        char first = static_cast<char>(word[0] | 0x20);
+        if (len > kMaxLen || first < 'a' || first > 'z')
+            return VHDL_ID;
+        for (const Entry& e : buckets[len * 26 + size_t(first - 'a')]) {
+            if (!wordIs(word, e.text))
+                continue;
+            if (e.edition == VHDL_PSL)
+                return mode == VHDL_PSL ? e.token : VHDL_ID;
+            unsigned effective = mode == VHDL_PSL ? unsigned(VHDL_2008) : mode;
+            return e.edition <= effective ? e.token : VHDL_ID;
+        }
+        return VHDL_ID;
+    }
+};
+
+const KeywordTable& keywordTable() {
+    static const KeywordTable table;
+    return table;
+}
+
 class Scanner {
 public:
-    Scanner(std::string_view text, unsigned mode, bool ignorePragmas, std::vector<VhdlTok>& out)
+    Scanner(std::string_view text, unsigned mode, bool ignorePragmas, std::vector<VhdlSkimToken>& out)
         : s_(text), mode_(mode), ignorePragmas_(ignorePragmas), out_(out) {}
 
     bool run() {
@@ -98,7 +142,7 @@ public:
             skipBlanksAndComments();
             if (!ok_)
                 return false;
-            VhdlTok t;
+            VhdlSkimToken t;
             t.begin = static_cast<uint32_t>(pos_);
             if (pos_ >= s_.size()) {
                 t.kind = VHDL_EOF;
@@ -185,7 +229,7 @@ private:
         ok_ = false; // never turned on again
     }
 
-    void identifier(VhdlTok& t) {
+    void identifier(VhdlSkimToken& t) {
         size_t end = pos_;
         while (end < s_.size() && hasClass(s_[end], CC_NAME))
             ++end;
@@ -195,10 +239,10 @@ private:
             bitStringTail(t);
             return;
         }
-        t.kind = VhdlKeyword(word, mode_);
+        t.kind = keywords_.find(word, mode_);
     }
 
-    void bitStringTail(VhdlTok& t) {
+    void bitStringTail(VhdlSkimToken& t) {
         stringLiteral(t, '"');
         t.kind = VHDL_BIT_STRING;
     }
@@ -219,7 +263,7 @@ private:
         return any;
     }
 
-    void number(VhdlTok& t) {
+    void number(VhdlSkimToken& t) {
         digits(false);
         t.kind = VHDL_INTEGER;
         char c = peek();
@@ -261,7 +305,7 @@ private:
     }
 
     // Strings, bit strings and extended identifiers; `quote` is doubled inside.
-    void stringLiteral(VhdlTok& t, char quote) {
+    void stringLiteral(VhdlSkimToken& t, char quote) {
         ++pos_;
         for (;;) {
             if (pos_ >= s_.size() || s_[pos_] == '\n') {
@@ -281,12 +325,12 @@ private:
         t.kind = quote == '\\' ? VHDL_EXTENDED_ID : VHDL_STRING;
     }
 
-    void take(VhdlTok& t, unsigned count, VhdlToken kind) {
+    void take(VhdlSkimToken& t, unsigned count, VhdlToken kind) {
         pos_ += count;
         t.kind = kind;
     }
 
-    void delimiter(VhdlTok& t) {
+    void delimiter(VhdlSkimToken& t) {
         char c = peek();
         char n = peek(1);
         switch (c) {
@@ -347,15 +391,16 @@ private:
     std::string_view s_;
     unsigned mode_;
     bool ignorePragmas_;
-    std::vector<VhdlTok>& out_;
+    std::vector<VhdlSkimToken>& out_;
     size_t pos_ = 0;
     uint16_t prevKind_ = VHDL_EOF;
     bool ok_ = true;
+    const KeywordTable& keywords_ = keywordTable();
 };
 
 } // namespace
 
-bool vhdlSkimScan(std::string_view text, unsigned mode, bool ignorePragmas, std::vector<VhdlTok>& out) {
+bool vhdlSkimScan(std::string_view text, unsigned mode, bool ignorePragmas, std::vector<VhdlSkimToken>& out) {
     return Scanner(text, mode, ignorePragmas, out).run();
 }
 

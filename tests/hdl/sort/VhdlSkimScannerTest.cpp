@@ -11,6 +11,7 @@
 
 #include "hdl/base/Message.h"
 #include "hdl/sort/VhdlSkimScanner.h"
+#include "hdl/vhdl/VhdlLexer.h"
 
 namespace fs = std::filesystem;
 using namespace hdl;
@@ -33,7 +34,7 @@ protected:
 
     // Scans `text` both ways; true when the scanner read it.
     bool same(const std::string& text, unsigned mode = VHDL_2008) {
-        std::vector<VhdlTok> fast;
+        std::vector<VhdlSkimToken> fast;
         bool scanned = vhdlSkimScan(text, mode, false, fast);
         size_t before = messageCount();
         VhdlLexer lexer(text, 0, mode);
@@ -44,7 +45,7 @@ protected:
         EXPECT_FALSE(reported) << "a message the scanner did not leave to the lexer";
         EXPECT_EQ(fast.size(), full.size());
         for (size_t i = 0; i < fast.size() && i < full.size(); ++i) {
-            const VhdlTok& a = fast[i];
+            const VhdlSkimToken& a = fast[i];
             const VhdlTok& b = full[i];
             if (a.kind != b.kind || a.begin != b.begin || a.end != b.end) {
                 ADD_FAILURE() << "token " << i << ": " << a.kind << " '" << text.substr(a.begin, a.end - a.begin)
