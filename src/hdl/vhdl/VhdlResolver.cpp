@@ -535,6 +535,8 @@ private:
     // clauses make visible, an inner declaration hiding an outer one of its profile.
     VhdlIdDef* Choose(const NameKey& key, Scope* from, VhdlIdDef* first, const VhdlCallShape& shape, bool* ambiguous) {
         candidates_.clear();
+        // Homographs can only come from different regions or packages.
+        unsigned sources = 0;
         auto add = [&](VhdlIdDef* id) {
             if (VhdlIsOverloadable(id)) candidates_.push_back(id);
         };
@@ -543,30 +545,35 @@ private:
             if (!id) continue;
             if (!VhdlIsOverloadable(id)) break;
             s->local.ForEach(id, add);
+            ++sources;
         }
         for (Scope* s = current_; s; s = s->parent) {
             for (const UsedItem& item : s->used) {
                 if (item.package && (item.only.empty() || NameEq()(item.only, key.text))) {
-                    if (VhdlIdDef* id = item.package->Find(key)) item.package->ForEach(id, add);
+                    if (VhdlIdDef* id = item.package->Find(key)) {
+                        item.package->ForEach(id, add);
+                        ++sources;
+                    }
                 } else if (VhdlIdDef* id = FindUsed(item, key)) {
                     add(id);
+                    ++sources;
                 }
             }
         }
-        return Select(first, shape, ambiguous);
+        return Select(first, shape, ambiguous, sources > 1);
     }
 
     // Among candidates_: the one that takes the use by its number of actuals (with
     // defaults, else exactly), else by the formals it names; else the first visible,
     // flagged. Homographs (a subprogram and its body, or a declaration hidden by an
     // inner one) count once, the first.
-    VhdlIdDef* Select(VhdlIdDef* first, const VhdlCallShape& shape, bool* ambiguous) {
+    VhdlIdDef* Select(VhdlIdDef* first, const VhdlCallShape& shape, bool* ambiguous, bool homographs) {
         if (candidates_.size() < 2) return first;
         size_t accepted = 0;
         for (VhdlIdDef* id : candidates_)
             if (VhdlAcceptsCall(id, shape)) candidates_[accepted++] = id;
-        size_t kept = accepted > 1 ? 0 : accepted;
-        if (accepted > 1) {
+        size_t kept = accepted > 1 && homographs ? 0 : accepted;
+        if (accepted > 1 && homographs) {
             profiles_.clear();
             for (size_t c = 0; c < accepted; ++c) {
                 VhdlIdDef* id = candidates_[c];
@@ -633,7 +640,7 @@ private:
         }
         candidates_.clear();
         index->ForEach(first, [&](VhdlIdDef* id) { candidates_.push_back(id); });
-        suffix->resolved = Select(first, shape, &suffix->ambiguous);
+        suffix->resolved = Select(first, shape, &suffix->ambiguous, false);
     }
 
     // Formals name the declarations of `formals`; actuals are resolved where they stand.

@@ -252,5 +252,33 @@ end;
     EXPECT_FALSE(k4->InstantiatesUnitWithGenerics());
 }
 
+TEST_F(VhdlConfigurationTest, SpecificationsApplyInTheirOwnRegionOnly) {
+    Analyze(kCells);
+    Analyze(R"(
+entity top4 is end;
+architecture rtl of top4 is
+  component leaf is port (a : in bit); end component;
+  signal s : bit;
+  for all : leaf use entity work.alt(x);
+begin
+  t1 : leaf port map (a => s);
+  g1 : for i in 0 to 1 generate
+    t2 : leaf port map (a => s);
+  end generate;
+  g2 : for i in 0 to 1 generate
+    for t3 : leaf use entity work.leaf(a1);
+  begin
+    t3 : leaf port map (a => s);
+  end generate;
+end;
+)");
+    auto inst = InstancesOf(Unit("top4")->GetSecondaryUnit(nullptr));
+    EXPECT_EQ(Where(VhdlBindingOf(*inst["t1"], nullptr)), "alt(x)");
+    EXPECT_EQ(Where(VhdlBindingOf(*inst["t2"], nullptr)), "leaf(a2)");
+    EXPECT_EQ(Where(VhdlBindingOf(*inst["t3"], nullptr)), "leaf(a1)");
+    EXPECT_EQ(inst["t2"]->GetBindingIndication(), nullptr);
+    EXPECT_EQ(inst["t2"]->GetEntityName(), "");
+}
+
 } // namespace
 } // namespace hdl
