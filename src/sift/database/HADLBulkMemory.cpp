@@ -7,15 +7,8 @@
 
 namespace {
 
-constexpr std::size_t kHugePage = std::size_t(2) << 20;
-
 // Below this a mapping of its own would cost more than the heap.
-constexpr std::size_t kMapped = kHugePage;
-
-std::size_t mappedSize(std::size_t bytes)
-{
-    return (bytes + kHugePage - 1) / kHugePage * kHugePage;
-}
+constexpr std::size_t kMapped = std::size_t(1) << 20;
 
 } // namespace
 
@@ -27,11 +20,9 @@ void* hadlBulkAllocate(std::size_t bytes)
             throw std::bad_alloc();
         return memory;
     }
-    void* memory = mmap(nullptr, mappedSize(bytes), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    void* memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
     if (memory == MAP_FAILED)
         throw std::bad_alloc();
-    // Only advice: without it the pages are ordinary ones.
-    madvise(memory, mappedSize(bytes), MADV_HUGEPAGE);
     return memory;
 }
 
@@ -42,5 +33,5 @@ void hadlBulkRelease(void* memory, std::size_t bytes)
     if (bytes < kMapped)
         std::free(memory);
     else
-        munmap(memory, mappedSize(bytes));
+        munmap(memory, bytes);
 }

@@ -1,7 +1,8 @@
 // Memory for large arrays that are filled in one go, such as the index and the texts of a
-// loaded table: straight from the kernel, zeroed, and in huge pages where the kernel gives
-// them, so that a large table costs few page faults and few TLB entries. Small requests
-// go to the heap.
+// loaded table: straight from the kernel, zeroed, and with every page in place from the
+// start, so that filling it costs one call instead of a fault or two per page (a read of
+// untouched memory maps a shared zero page, and the first write then faults again). Small
+// requests go to the heap.
 #pragma once
 
 #include <cstddef>
