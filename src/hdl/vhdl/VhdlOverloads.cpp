@@ -114,35 +114,56 @@ const VhdlSubprogramSpec* VhdlSpecOf(const VhdlIdDef* id) {
     return nullptr;
 }
 
-bool VhdlAcceptsCall(const VhdlIdDef* id, const VhdlCallShape& shape) {
-    if (id->GetClassId() == VhdlEnumerationId::kClassId) return shape.actuals == 0 && shape.function != 0;
+VhdlArity VhdlArityOf(const VhdlIdDef* id) {
+    VhdlArity arity;
+    if (id->GetClassId() == VhdlEnumerationId::kClassId) {
+        arity.enumeration = true;
+        return arity;
+    }
     if (const VhdlAliasDecl* alias = AliasOf(id)) {
         if (auto* sig = dynamic_cast<const VhdlSignaturedName*>(alias->name)) {
-            if (!sig->signature) return true;
-            uint32_t params = sig->signature->typeMarks.Size();
-            bool function = sig->signature->returnType != nullptr;
-            if (shape.function >= 0 && shape.function != static_cast<int>(function)) return false;
-            return shape.exact ? shape.actuals == params : shape.actuals <= params;
+            // The signature fixes the count; defaults of the subprogram still apply.
+            if (!sig->signature) {
+                arity.known = false;
+                return arity;
+            }
+            arity.total = static_cast<uint16_t>(sig->signature->typeMarks.Size());
+            arity.function = sig->signature->returnType ? 1 : 0;
+            return arity;
         }
         VhdlIdDef* target = IdOf(alias->name);
-        if (target && target != id && VhdlIsOverloadable(target)) return VhdlAcceptsCall(target, shape);
-        return true;
+        if (target && target != id && target->GetClassId() != VhdlAliasId::kClassId && VhdlIsOverloadable(target))
+            return VhdlArityOf(target);
+        arity.known = false;
+        return arity;
     }
     const VhdlSubprogramSpec* spec = VhdlSpecOf(id);
-    if (!spec) return true;
-    bool function = spec->GetClassId() == VhdlFunctionSpec::kClassId;
-    if (shape.function >= 0 && shape.function != static_cast<int>(function)) return false;
+    if (!spec) {
+        arity.known = false;
+        return arity;
+    }
     Arity a = ArityOf(*spec);
-    if (shape.exact) return shape.actuals == a.total;
-    return shape.actuals >= a.required && shape.actuals <= a.total;
+    arity.required = static_cast<uint16_t>(a.required);
+    arity.total = static_cast<uint16_t>(a.total);
+    arity.function = spec->GetClassId() == VhdlFunctionSpec::kClassId ? 1 : 0;
+    return arity;
+}
+
+bool VhdlAccepts(const VhdlArity& arity, const VhdlCallShape& shape) {
+    if (!arity.known) return true;
+    if (arity.enumeration) return shape.actuals == 0 && shape.function != 0;
+    if (shape.function >= 0 && shape.function != arity.function) return false;
+    if (shape.exact) return shape.actuals == arity.total;
+    return shape.actuals >= arity.required && shape.actuals <= arity.total;
 }
 
 bool VhdlHasNamedFormals(const VhdlIdDef* id, const VhdlCallShape& shape) {
     if (!shape.assocs) return true;
     const VhdlSubprogramSpec* spec = VhdlSpecOf(id);
     for (VhdlTreeNode* n : *shape.assocs) {
-        auto* assoc = dynamic_cast<const VhdlAssocElement*>(n);
-        auto* formal = assoc ? dynamic_cast<const VhdlIdRef*>(assoc->formal) : nullptr;
+        if (n->GetClassId() != VhdlAssocElement::kClassId) continue;
+        const VhdlExpression* named = static_cast<const VhdlAssocElement*>(n)->formal;
+        auto* formal = named && named->GetClassId() == VhdlIdRef::kClassId ? static_cast<const VhdlIdRef*>(named) : nullptr;
         if (!formal) continue;
         if (!spec) return false;
         bool found = false;

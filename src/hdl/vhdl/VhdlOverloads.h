@@ -20,12 +20,22 @@ struct VhdlCallShape {
     int function = -1; // from a signature: 1 with a return type, 0 without; -1 unknown
 };
 
+// The parameters a declaration takes, worked out once per overload: how many without
+// a default, how many in all, and whether it returns a value.
+struct VhdlArity {
+    uint16_t required = 0;
+    uint16_t total = 0;
+    int8_t function = 1;      // 1 a function, 0 a procedure
+    bool enumeration = false; // an enumeration literal: no parameters, a value
+    bool known = true;        // false: takes any use
+};
+VhdlArity VhdlArityOf(const VhdlIdDef* id);
+// Whether a declaration of that arity can take a use of that shape. One whose
+// parameters are not known (an instance of a subprogram not found) takes any.
+bool VhdlAccepts(const VhdlArity& arity, const VhdlCallShape& shape);
+
 // Subprograms and enumeration literals, and aliases of them.
 bool VhdlIsOverloadable(const VhdlIdDef* id);
-
-// Whether the declaration can take a use of that shape. A declaration whose parameters
-// are not known (an instance of an uninstantiated subprogram not found) takes any.
-bool VhdlAcceptsCall(const VhdlIdDef* id, const VhdlCallShape& shape);
 
 // Whether every formal named in the associations is a parameter of the declaration.
 bool VhdlHasNamedFormals(const VhdlIdDef* id, const VhdlCallShape& shape);

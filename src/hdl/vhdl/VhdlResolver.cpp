@@ -60,17 +60,25 @@ using NameMap = std::unordered_map<NameKey, VhdlIdDef*, NameHash, NameEq>;
 
 // The declarations of one region by name. Overloaded names keep their later
 // declarations aside, keyed by the first, so that the common lookup stays one probe.
+// A declaration of an overloaded name with its parameter counts.
+struct Overload {
+    VhdlIdDef* id;
+    VhdlArity arity;
+};
+
 struct NameTable {
     NameMap first;
-    std::unordered_map<const VhdlIdDef*, std::vector<VhdlIdDef*>> more;
+    // All declarations of a name declared more than once, the first included.
+    std::unordered_map<const VhdlIdDef*, std::vector<Overload>> more;
 
     void Add(VhdlIdDef* id) {
         auto [it, inserted] = first.emplace(id->OrigName(), id);
         if (inserted || it->second == id || !VhdlIsOverloadable(id) || !VhdlIsOverloadable(it->second)) return;
-        std::vector<VhdlIdDef*>& later = more[it->second];
-        for (VhdlIdDef* known : later)
-            if (known == id) return;
-        later.push_back(id);
+        std::vector<Overload>& all = more[it->second];
+        if (all.empty()) all.push_back({it->second, VhdlArityOf(it->second)});
+        for (const Overload& known : all)
+            if (known.id == id) return;
+        all.push_back({id, VhdlArityOf(id)});
     }
     VhdlIdDef* Find(const NameKey& name) const {
         // Most regions declare nothing; skip hashing the name for them.
@@ -81,11 +89,12 @@ struct NameTable {
     // Every declaration of the name whose first declaration is `id`, in order.
     template <class F>
     void ForEach(VhdlIdDef* id, F&& f) const {
-        f(id);
-        if (more.empty()) return;
-        auto it = more.find(id);
-        if (it != more.end())
-            for (VhdlIdDef* later : it->second) f(later);
+        auto it = more.empty() ? more.end() : more.find(id);
+        if (it == more.end()) {
+            f(Overload{id, VhdlArityOf(id)});
+            return;
+        }
+        for (const Overload& o : it->second) f(o);
     }
 };
 
@@ -466,11 +475,15 @@ public:
 
 private:
     void Push() {
+        ++generation_;
         scopes_.push_back(std::make_unique<Scope>());
         scopes_.back()->parent = current_;
         current_ = scopes_.back().get();
     }
-    void Pop() { current_ = current_->parent; }
+    void Pop() {
+        ++generation_;
+        current_ = current_->parent;
+    }
 
     template <class T>
     void Region(T& n) {
@@ -488,6 +501,7 @@ private:
     }
 
     void DeclareId(VhdlIdDef* id) {
+        ++generation_;
         if (id) current_->local.Add(id);
     }
     void Declare(VhdlTreeNode* decl) {
@@ -533,12 +547,36 @@ private:
     // The overloads of a name directly visible from region `from` outward (up to a
     // declaration that is not overloadable, which hides the rest) and those that use
     // clauses make visible, an inner declaration hiding an outer one of its profile.
+    // While nothing is declared or made visible, the same use of a name chooses the
+    // same way: statement parts call a few names many times.
     VhdlIdDef* Choose(const NameKey& key, Scope* from, VhdlIdDef* first, const VhdlCallShape& shape, bool* ambiguous) {
+        bool memoizable = !NamesFormals(shape);
+        if (memoizable) {
+            auto it = choices_.find(key);
+            if (it != choices_.end() && it->second.generation == generation_ && it->second.actuals == shape.actuals &&
+                it->second.exact == shape.exact && it->second.function == shape.function) {
+                *ambiguous = it->second.ambiguous;
+                return it->second.result;
+            }
+        }
+        VhdlIdDef* result = Gather(key, from, first, shape, ambiguous);
+        if (memoizable) choices_[key] = {generation_, shape.actuals, shape.function, shape.exact, *ambiguous, result};
+        return result;
+    }
+
+    static bool NamesFormals(const VhdlCallShape& shape) {
+        if (!shape.assocs) return false;
+        for (VhdlTreeNode* a : *shape.assocs)
+            if (a->GetClassId() == VhdlAssocElement::kClassId && static_cast<VhdlAssocElement*>(a)->formal) return true;
+        return false;
+    }
+
+    VhdlIdDef* Gather(const NameKey& key, Scope* from, VhdlIdDef* first, const VhdlCallShape& shape, bool* ambiguous) {
         candidates_.clear();
         // Homographs can only come from different regions or packages.
         unsigned sources = 0;
-        auto add = [&](VhdlIdDef* id) {
-            if (VhdlIsOverloadable(id)) candidates_.push_back(id);
+        auto add = [&](const Overload& o) {
+            if (VhdlIsOverloadable(o.id)) candidates_.push_back(o);
         };
         for (Scope* s = from; s; s = s->parent) {
             VhdlIdDef* id = s->local.Find(key);
@@ -555,7 +593,7 @@ private:
                         ++sources;
                     }
                 } else if (VhdlIdDef* id = FindUsed(item, key)) {
-                    add(id);
+                    add(Overload{id, VhdlArityOf(id)});
                     ++sources;
                 }
             }
@@ -570,37 +608,37 @@ private:
     VhdlIdDef* Select(VhdlIdDef* first, const VhdlCallShape& shape, bool* ambiguous, bool homographs) {
         if (candidates_.size() < 2) return first;
         size_t accepted = 0;
-        for (VhdlIdDef* id : candidates_)
-            if (VhdlAcceptsCall(id, shape)) candidates_[accepted++] = id;
+        for (const Overload& o : candidates_)
+            if (VhdlAccepts(o.arity, shape)) candidates_[accepted++] = o;
         size_t kept = accepted > 1 && homographs ? 0 : accepted;
         if (accepted > 1 && homographs) {
             profiles_.clear();
             for (size_t c = 0; c < accepted; ++c) {
-                VhdlIdDef* id = candidates_[c];
-                uint64_t key = VhdlProfileKey(id);
+                Overload o = candidates_[c];
+                uint64_t key = VhdlProfileKey(o.id);
                 bool hidden = false;
                 for (size_t i = 0; i < kept && !hidden; ++i)
-                    hidden = profiles_[i] == key && VhdlSameProfile(candidates_[i], id);
+                    hidden = profiles_[i] == key && VhdlSameProfile(candidates_[i].id, o.id);
                 if (hidden) continue;
                 profiles_.push_back(key);
-                candidates_[kept++] = id;
+                candidates_[kept++] = o;
             }
         }
-        if (kept == 1) return candidates_[0];
+        if (kept == 1) return candidates_[0].id;
         if (kept > 1) {
             // Defaults aside, the one with exactly as many parameters as actuals.
             VhdlCallShape exact = shape;
             exact.exact = true;
             size_t exactCount = 0;
             for (size_t i = 0; i < kept; ++i)
-                if (VhdlAcceptsCall(candidates_[i], exact)) std::swap(candidates_[exactCount++], candidates_[i]);
-            if (exactCount == 1) return candidates_[0];
+                if (VhdlAccepts(candidates_[i].arity, exact)) std::swap(candidates_[exactCount++], candidates_[i]);
+            if (exactCount == 1) return candidates_[0].id;
             if (exactCount > 1) kept = exactCount;
             VhdlIdDef* pick = nullptr;
             unsigned named = 0;
-            for (size_t i = 0; i < kept && shape.assocs; ++i) {
-                if (!VhdlHasNamedFormals(candidates_[i], shape)) continue;
-                if (!named) pick = candidates_[i];
+            for (size_t i = 0; i < kept && NamesFormals(shape); ++i) {
+                if (!VhdlHasNamedFormals(candidates_[i].id, shape)) continue;
+                if (!named) pick = candidates_[i].id;
                 ++named;
             }
             if (named == 1) return pick;
@@ -639,7 +677,7 @@ private:
             return;
         }
         candidates_.clear();
-        index->ForEach(first, [&](VhdlIdDef* id) { candidates_.push_back(id); });
+        index->ForEach(first, [&](const Overload& o) { candidates_.push_back(o); });
         suffix->resolved = Select(first, shape, &suffix->ambiguous, false);
     }
 
@@ -797,8 +835,10 @@ private:
         bool all = dynamic_cast<VhdlAll*>(sel->suffix) != nullptr;
         if (VhdlLibrary* lib = LibraryOf(prefix)) {
             if (all) {
+                ++generation_;
                 current_->used.push_back({nullptr, nullptr, {}, lib});
             } else if (VhdlIdDef* id = IdOf(sel->suffix)) {
+                ++generation_;
                 current_->used.push_back({id, nullptr, {}, nullptr});
             }
             return;
@@ -815,6 +855,7 @@ private:
         const NameTable* index = PackageIndex(unit);
         if (!index) return;
         if (!only.empty() && !index->Find(only)) return;
+        ++generation_;
         current_->used.push_back({nullptr, index, only, nullptr});
     }
 
@@ -1038,8 +1079,19 @@ private:
     std::vector<std::unique_ptr<Scope>> scopes_;
     Scope* current_ = nullptr;
     std::vector<VhdlIdDef*> declared_;
-    std::vector<VhdlIdDef*> candidates_;
+    std::vector<Overload> candidates_;
     std::vector<uint64_t> profiles_;
+    // Bumped whenever what is visible may change.
+    uint64_t generation_ = 0;
+    struct Choice {
+        uint64_t generation;
+        uint32_t actuals;
+        int function;
+        bool exact;
+        bool ambiguous;
+        VhdlIdDef* result;
+    };
+    std::unordered_map<NameKey, Choice, NameHash, NameEq> choices_;
 };
 
 } // namespace
