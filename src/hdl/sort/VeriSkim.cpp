@@ -10,7 +10,7 @@ bool isName(const VeriSkimToken& t) { return t.kind == VT_IDENTIFIER || t.kind =
 
 // An escaped identifier names the same object as its plain spelling.
 std::string_view nameView(const VeriSkimToken& t) {
-    std::string_view s = t.text;
+    std::string_view s = t.text();
     if (t.kind == VT_ESCAPED_IDENTIFIER && !s.empty() && s[0] == '\\')
         s.remove_prefix(1);
     while (!s.empty() && (s.back() == ' ' || s.back() == '\t'))
@@ -21,7 +21,7 @@ std::string_view nameView(const VeriSkimToken& t) {
 std::string nameText(const VeriSkimToken& t) { return std::string(nameView(t)); }
 
 // The end keyword that closes a unit opened by `kind`, or 0 when it opens none.
-uint16_t endKindOf(uint16_t kind) {
+inline uint16_t endKindOf(uint16_t kind) {
     switch (kind) {
     case VT_MODULE:
     case VT_MACROMODULE: return VT_ENDMODULE;
@@ -110,6 +110,12 @@ private:
 
     void insideUnit() {
         const VeriSkimToken& t = t_[i_];
+        if (isName(t)) {
+            if (!noteReference() && (startsItem(prevKind()) || afterBlockName()))
+                instancesHere();
+            ++i_;
+            return;
+        }
         if (t.kind == ends_.back()) {
             ends_.pop_back();
             if (ends_.empty())
@@ -131,12 +137,6 @@ private:
             configCells();
             return;
         }
-        if (noteReference()) {
-            ++i_;
-            return;
-        }
-        if (isName(t) && (startsItem(prevKind()) || afterBlockName()))
-            instancesHere();
         ++i_;
     }
 

@@ -14,9 +14,14 @@
 
 namespace hdl {
 
+// Sixteen bytes: a file has a token every few characters.
 struct VeriSkimToken {
+    VeriSkimToken(uint16_t k, std::string_view t) : data(t.data()), size(static_cast<uint32_t>(t.size())), kind(k) {}
+    std::string_view text() const { return std::string_view(data, size); }
+
+    const char* data;
+    uint32_t size;
     uint16_t kind;
-    std::string_view text;
 };
 
 struct VeriSkimScanOptions {

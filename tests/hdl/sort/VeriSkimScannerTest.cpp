@@ -34,9 +34,9 @@ void count(msg_type_t, const char*, const ColLineFile*, const char*, va_list) { 
 std::string firstDifference(const std::vector<VeriSkimToken>& a, const std::vector<VeriSkimToken>& b) {
     for (size_t i = 0; i < a.size() || i < b.size(); ++i) {
         auto show = [&](const std::vector<VeriSkimToken>& t) {
-            return i < t.size() ? std::to_string(t[i].kind) + " '" + std::string(t[i].text) + "'" : "end";
+            return i < t.size() ? std::to_string(t[i].kind) + " '" + std::string(t[i].text()) + "'" : "end";
         };
-        if (i >= a.size() || i >= b.size() || a[i].kind != b[i].kind || a[i].text != b[i].text)
+        if (i >= a.size() || i >= b.size() || a[i].kind != b[i].kind || a[i].text() != b[i].text())
             return "token " + std::to_string(i) + ": " + show(a) + " vs " + show(b);
     }
     return "";
