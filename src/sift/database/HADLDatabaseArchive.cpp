@@ -690,7 +690,12 @@ void hadlWriteDatabase(const HADLDatabase& db, HADLArchiveSink& sink)
         buffer.takeFromBoost();
         Writer out{buffer, ar, ++archiveSerial};
         activeWriter = &out;
-        object(out, const_cast<HADLDatabase&>(db));
+        try {
+            object(out, const_cast<HADLDatabase&>(db));
+        } catch (...) {
+            activeWriter = nullptr;
+            throw;
+        }
         activeWriter = nullptr;
     }
     buffer.finish();

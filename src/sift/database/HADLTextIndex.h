@@ -1,13 +1,14 @@
 // Map from a text, held by pointer, to an id: the index of an interning table. Open
 // addressing with linear probing over one array: a slot holds the text pointer, the id and
 // 32 bits of the text's hash, so a probe reads a text only when those bits agree, and
-// entering a text allocates nothing. At most half of the slots are in use.
+// entering a text allocates no node of its own. At most half of the slots are in use.
 #pragma once
 
 #include "sift/database/HADLBulkMemory.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -107,7 +108,7 @@ public:
     Equal key_eq() const { return Equal(); }
 
 private:
-    // An all-zero slot is free.
+    // A slot without key is free.
     struct Slot {
         const char* key;
         unsigned id;
@@ -142,6 +143,7 @@ private:
         HADLTextIndex grown;
         grown.slots_ = static_cast<Slot*>(hadlBulkAllocate(capacity * sizeof(Slot)));
         grown.capacity_ = capacity;
+        std::uninitialized_value_construct_n(grown.slots_, capacity);
         grown.used_ = used_;
         const std::size_t mask = capacity - 1;
         for (std::size_t i = 0; i < capacity_; ++i) {
