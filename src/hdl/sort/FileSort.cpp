@@ -170,9 +170,9 @@ bool readVerilog(FileElement& element) {
         }
         pp->pushText(std::move(text), element.fileName);
         for (VeriToken t = pp->next(); t.kind != VT_EOF; t = pp->next())
-            tokens.push_back(VeriSkimToken{t.kind, t.text});
+            tokens.emplace_back(t.kind, t.text);
     }
-    tokens.push_back(VeriSkimToken{VT_EOF, {}});
+    tokens.emplace_back(VT_EOF, std::string_view());
     veriSkimTokens(tokens, element);
     return true;
 }

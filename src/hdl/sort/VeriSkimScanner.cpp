@@ -209,7 +209,8 @@ private:
     void emit(uint16_t kind, size_t start) {
         lastKind_ = kind;
         ok_ = ok_ && kind != VT_ERROR;
-        out_.push_back(VeriSkimToken{kind, s_.substr(start, pos_ - start)});
+        // Built in place: a token put together on the stack and copied stalls the load.
+        out_.emplace_back(kind, std::string_view(s_.data() + start, pos_ - start));
         switch (kind) {
         case VT_MODULE: case VT_MACROMODULE: case VT_PRIMITIVE: case VT_PROGRAM: case VT_PACKAGE:
             ++designDepth_;

@@ -142,12 +142,12 @@ public:
             skipBlanksAndComments();
             if (!ok_)
                 return false;
-            VhdlSkimToken t;
+            // Filled in place: a token put together on the stack and copied stalls the load.
+            VhdlSkimToken& t = out_.emplace_back();
             t.begin = static_cast<uint32_t>(pos_);
             if (pos_ >= s_.size()) {
                 t.kind = VHDL_EOF;
                 t.end = t.begin;
-                out_.push_back(t);
                 return true;
             }
             char c = s_[pos_];
@@ -167,7 +167,6 @@ public:
             }
             t.end = static_cast<uint32_t>(pos_);
             prevKind_ = t.kind;
-            out_.push_back(t);
         }
         return false;
     }
