@@ -9,7 +9,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <memory>
@@ -23,17 +22,56 @@ std::string shmPath(const std::string& name)
     return !name.empty() && name[0] == '/' ? name : "/" + name;
 }
 
-// The archive written straight into a new shared-memory object: no copy of it is kept in
-// the process. The object is mapped with room to spare, and its pages are allocated and
-// mapped ahead of the writer a stretch at a time, with one call each rather than a fault
-// per page. Allocating them up front also makes a full device an error here instead of a
-// fault at the first write.
-class HADLShmSink : public HADLArchiveSink {
+// The archive through a buffer of its own, small enough to stay in the cache, handed on
+// whenever it is full.
+class HADLBufferedSink : public HADLArchiveSink {
+public:
+    HADLBufferedSink() : chunk_(new char[kChunk]) {}
+
+    Window next(std::size_t filled, std::size_t) override
+    {
+        if (filled != 0)
+            drain(chunk_.get(), filled);
+        return {chunk_.get(), chunk_.get() + kChunk};
+    }
+    void finish(std::size_t filled) override
+    {
+        if (filled != 0)
+            drain(chunk_.get(), filled);
+    }
+
+protected:
+    ~HADLBufferedSink() = default;
+    virtual void drain(const char* bytes, std::size_t length) = 0;
+
+private:
+    static constexpr std::size_t kChunk = 256 << 10;
+
+    std::unique_ptr<char[]> chunk_;
+};
+
+class HADLFileSink final : public HADLBufferedSink {
+public:
+    explicit HADLFileSink(std::ofstream& out) : out_(out) {}
+
+private:
+    void drain(const char* bytes, std::size_t length) override
+    {
+        if (!out_.write(bytes, static_cast<std::streamsize>(length)))
+            throw std::runtime_error("write failed");
+    }
+
+    std::ofstream& out_;
+};
+
+// A new shared-memory object, filled by writes rather than through a mapping: the object
+// grows with them, so its size is the archive's, and a page that a write fills whole is
+// not cleared first, as a page first touched through a mapping is. A full device is an
+// error of the write, not a fault at some later store.
+class HADLShmSink final : public HADLBufferedSink {
 public:
     ~HADLShmSink()
     {
-        if (data_ != MAP_FAILED)
-            munmap(data_, mapped_);
         if (fd_ >= 0)
             close(fd_);
     }
@@ -44,58 +82,21 @@ public:
             throw std::runtime_error("cannot create shared memory");
     }
 
-    Window next(std::size_t filled, std::size_t need) override
-    {
-        size_ += filled;
-        if (ready_ - size_ < need)
-            prepare(size_ + std::max(need, std::clamp(size_, kMinStretch, kMaxStretch)));
-        return {data() + size_, data() + ready_};
-    }
-    // The object ends where the archive does.
-    void finish(std::size_t filled) override
-    {
-        size_ += filled;
-        if (ftruncate(fd_, static_cast<off_t>(size_)) != 0)
-            throw std::runtime_error("cannot size shared memory");
-    }
-
 private:
-    static constexpr std::size_t kMinStretch = 256 << 10;
-    static constexpr std::size_t kMaxStretch = 8 << 20;
-
-    char* data() const { return static_cast<char*>(data_); }
-
-    // Makes the first `ready` bytes writable without faults.
-    void prepare(std::size_t ready)
+    void drain(const char* bytes, std::size_t length) override
     {
-        if (ready > mapped_)
-            remap(std::max(2 * mapped_, ready));
-        const off_t from = static_cast<off_t>(ready_);
-        const off_t length = static_cast<off_t>(ready - ready_);
-        if (fallocate(fd_, 0, from, length) != 0 && errno != EOPNOTSUPP)
-            throw std::runtime_error("cannot allocate shared memory");
-        // Only a shortcut: where the kernel lacks it, the pages fault in as they are written.
-        madvise(data() + ready_, ready - ready_, MADV_POPULATE_WRITE);
-        ready_ = ready;
-    }
-    void remap(std::size_t mapped)
-    {
-        if (ftruncate(fd_, static_cast<off_t>(mapped)) != 0)
-            throw std::runtime_error("cannot size shared memory");
-        void* moved = data_ == MAP_FAILED
-            ? mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0)
-            : mremap(data_, mapped_, mapped, MREMAP_MAYMOVE);
-        if (moved == MAP_FAILED)
-            throw std::runtime_error("cannot map shared memory");
-        data_ = moved;
-        mapped_ = mapped;
+        while (length != 0) {
+            const ssize_t written = write(fd_, bytes, length);
+            if (written < 0 && errno == EINTR)
+                continue;
+            if (written <= 0)
+                throw std::runtime_error("cannot write shared memory");
+            bytes += written;
+            length -= static_cast<std::size_t>(written);
+        }
     }
 
     int fd_ = -1;
-    void* data_ = MAP_FAILED;
-    std::size_t mapped_ = 0;
-    std::size_t ready_ = 0;
-    std::size_t size_ = 0;
 };
 
 // A shared-memory object mapped read-only as a whole.
@@ -126,32 +127,6 @@ private:
     int fd_ = -1;
     void* data_ = MAP_FAILED;
     std::size_t size_ = 0;
-};
-
-// The archive through a buffer of its own into a file stream.
-class HADLFileSink : public HADLArchiveSink {
-public:
-    explicit HADLFileSink(std::ofstream& out) : out_(out), chunk_(new char[kChunk]) {}
-
-    Window next(std::size_t filled, std::size_t) override
-    {
-        write(filled);
-        return {chunk_.get(), chunk_.get() + kChunk};
-    }
-    void finish(std::size_t filled) override { write(filled); }
-
-private:
-    // Small enough to stay in the cache between the writer and the copy into the file.
-    static constexpr std::size_t kChunk = 256 << 10;
-
-    void write(std::size_t filled)
-    {
-        if (filled != 0 && !out_.write(chunk_.get(), static_cast<std::streamsize>(filled)))
-            throw std::runtime_error("write failed");
-    }
-
-    std::ofstream& out_;
-    std::unique_ptr<char[]> chunk_;
 };
 
 // A file mapped read-only as a whole. Only regular files: a directory opens, but holds
