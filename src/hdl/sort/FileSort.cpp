@@ -42,7 +42,8 @@ struct SortState {
     // coverage constants; views into `defines`, built again after it changes.
     std::unordered_set<std::string_view> predefined[2];
     bool predefinedBuilt = false;
-    // Token buffers reused from file to file.
+    // Text and token buffers reused from file to file.
+    std::string text;
     std::vector<VeriSkimToken> tokens;
     std::vector<VhdlSkimToken> vhdlTokens;
 };
@@ -138,7 +139,8 @@ bool readText(SourceStream& stream, std::string& text) {
 bool readVerilog(FileElement& element) {
     SortState& s = state();
     auto stream = OpenSourceStream(s.callback, element.fileName.c_str());
-    std::string text;
+    std::string& text = s.text;
+    text.clear();
     if (!readText(*stream, text)) {
         Message::Error(veri_msg::OpenFailed, nullptr, "cannot open file '%s'", element.fileName.c_str());
         return false;
@@ -179,7 +181,8 @@ bool readVerilog(FileElement& element) {
 
 bool readVhdl(FileElement& element) {
     SortState& s = state();
-    std::string text;
+    std::string& text = s.text;
+    text.clear();
     {
         auto stream = OpenSourceStream(s.callback, element.fileName.c_str());
         if (!readText(*stream, text)) {

@@ -149,7 +149,11 @@ public:
                 while (p < s_.size() && isIdentChar(s_[p]))
                     ++p;
                 pos_ = p;
-                emit(veriKeywordKind(s_.substr(start, p - start), o_.keywordSet), start);
+                // Every keyword starts with a lower-case letter.
+                bool maybeKeyword = c >= 'a' && c <= 'z' && p - start >= 2;
+                emit(maybeKeyword ? veriKeywordKind(s_.substr(start, p - start), o_.keywordSet)
+                                  : uint16_t(VT_IDENTIFIER),
+                     start);
                 continue;
             }
             if (isDigit(c)) {
