@@ -118,6 +118,8 @@ void collectReferences(HADLDatabase& db, const std::vector<SkimFile>& files, Uni
     for (const SkimFile& f : files) {
         const std::string& ownLib = f.library;
         const bool vhdl = isVhdl(f.lang);
+        // Most references are to "work": the file's own library is looked up once.
+        const auto own = unitsByLib.find(ownLib);
         for (const hdl::SortReference& r : f.element->references) {
             if (r.libraryName.empty() || (r.flags & (hdl::SORT_REF_IMPLICIT | hdl::SORT_REF_BIND_TARGET)))
                 continue;
@@ -125,10 +127,10 @@ void collectReferences(HADLDatabase& db, const std::vector<SkimFile>& files, Uni
             bool isWork = d == "work";
             if (isWork)
                 d = ownLib;
-            auto lib = unitsByLib.find(d);
+            auto lib = isWork ? own : unitsByLib.find(d);
             bool libFound = lib != unitsByLib.end();
             if (!libFound) {
-                lib = unitsByLib.find(ownLib);
+                lib = own;
                 if (r.unitName.empty() || lib == unitsByLib.end())
                     continue;
             }
