@@ -74,23 +74,12 @@ const VhdlSubprogramSpec* DeclaredSpec(const VhdlIdDef* id) {
 
 } // namespace
 
-bool VhdlIsOverloadable(const VhdlIdDef* id) {
-    if (!id) return false;
-    switch (id->GetClassId()) {
-    case VhdlSubprogramId::kClassId:
-    case VhdlOperatorId::kClassId:
-    case VhdlEnumerationId::kClassId:
-        return true;
-    case VhdlAliasId::kClassId: {
-        const VhdlAliasDecl* alias = AliasOf(id);
-        if (!alias) return false;
-        if (alias->name && alias->name->GetClassId() == VhdlSignaturedName::kClassId) return true;
-        VhdlIdDef* target = IdOf(alias->name);
-        return target && target != id && target->GetClassId() != VhdlAliasId::kClassId && VhdlIsOverloadable(target);
-    }
-    default:
-        return false;
-    }
+bool VhdlIsOverloadableAlias(const VhdlIdDef* id) {
+    const VhdlAliasDecl* alias = AliasOf(id);
+    if (!alias) return false;
+    if (alias->name && alias->name->GetClassId() == VhdlSignaturedName::kClassId) return true;
+    VhdlIdDef* target = IdOf(alias->name);
+    return target && target != id && target->GetClassId() != VhdlAliasId::kClassId && VhdlIsOverloadable(target);
 }
 
 const VhdlSubprogramSpec* VhdlSpecOf(const VhdlIdDef* id) {

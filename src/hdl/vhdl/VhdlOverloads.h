@@ -34,8 +34,16 @@ VhdlArity VhdlArityOf(const VhdlIdDef* id);
 // parameters are not known (an instance of a subprogram not found) takes any.
 bool VhdlAccepts(const VhdlArity& arity, const VhdlCallShape& shape);
 
-// Subprograms and enumeration literals, and aliases of them.
-bool VhdlIsOverloadable(const VhdlIdDef* id);
+// Subprograms and enumeration literals, and aliases of them. Asked of every name
+// looked up, so the common answers are inline.
+bool VhdlIsOverloadableAlias(const VhdlIdDef* alias);
+inline bool VhdlIsOverloadable(const VhdlIdDef* id) {
+    if (!id) return false;
+    uint32_t kind = id->GetClassId();
+    if (kind == VhdlSubprogramId::kClassId || kind == VhdlOperatorId::kClassId || kind == VhdlEnumerationId::kClassId)
+        return true;
+    return kind == VhdlAliasId::kClassId && VhdlIsOverloadableAlias(id);
+}
 
 // Whether every formal named in the associations is a parameter of the declaration.
 bool VhdlHasNamedFormals(const VhdlIdDef* id, const VhdlCallShape& shape);

@@ -60,10 +60,12 @@ using NameMap = std::unordered_map<NameKey, VhdlIdDef*, NameHash, NameEq>;
 
 // The declarations of one region by name. Overloaded names keep their later
 // declarations aside, keyed by the first, so that the common lookup stays one probe.
-// A declaration of an overloaded name with its parameter counts.
+// A declaration of an overloaded name with its parameter counts, which a name
+// declared once gets only when they are needed.
 struct Overload {
     VhdlIdDef* id;
     VhdlArity arity;
+    bool counted = true;
 };
 
 struct NameTable {
@@ -91,7 +93,7 @@ struct NameTable {
     void ForEach(VhdlIdDef* id, F&& f) const {
         auto it = more.empty() ? more.end() : more.find(id);
         if (it == more.end()) {
-            f(Overload{id, VhdlArityOf(id)});
+            f(Overload{id, VhdlArity(), false});
             return;
         }
         for (const Overload& o : it->second) f(o);
@@ -593,7 +595,7 @@ private:
                         ++sources;
                     }
                 } else if (VhdlIdDef* id = FindUsed(item, key)) {
-                    add(Overload{id, VhdlArityOf(id)});
+                    add(Overload{id, VhdlArity(), false});
                     ++sources;
                 }
             }
@@ -608,8 +610,10 @@ private:
     VhdlIdDef* Select(VhdlIdDef* first, const VhdlCallShape& shape, bool* ambiguous, bool homographs) {
         if (candidates_.size() < 2) return first;
         size_t accepted = 0;
-        for (const Overload& o : candidates_)
+        for (Overload& o : candidates_) {
+            if (!o.counted) o.arity = VhdlArityOf(o.id);
             if (VhdlAccepts(o.arity, shape)) candidates_[accepted++] = o;
+        }
         size_t kept = accepted > 1 && homographs ? 0 : accepted;
         if (accepted > 1 && homographs) {
             profiles_.clear();
