@@ -58,8 +58,6 @@ struct NameEq {
 // The first identifier declared under each name.
 using NameMap = std::unordered_map<NameKey, VhdlIdDef*, NameHash, NameEq>;
 
-// The declarations of one region by name. Overloaded names keep their later
-// declarations aside, keyed by the first, so that the common lookup stays one probe.
 // A declaration of an overloaded name with its parameter counts, which a name
 // declared once gets only when they are needed.
 struct Overload {
@@ -68,6 +66,8 @@ struct Overload {
     bool counted = true;
 };
 
+// The declarations of one region by name. Overloaded names keep all their
+// declarations aside, keyed by the first, so that the common lookup stays one probe.
 struct NameTable {
     NameMap first;
     // All declarations of a name declared more than once, the first included.
@@ -213,7 +213,6 @@ struct Interface {
 Interface InterfaceOf(VhdlTreeNode* unit) {
     if (auto* e = dynamic_cast<VhdlEntityDecl*>(unit)) return {&e->generics, &e->ports};
     if (auto* c = dynamic_cast<VhdlComponentDecl*>(unit)) return {&c->generics, &c->ports};
-    if (auto* p = dynamic_cast<VhdlPackageDecl*>(unit)) return {&p->generics, nullptr};
     if (auto* cfg = dynamic_cast<VhdlConfigurationDecl*>(unit)) return InterfaceOf(cfg->entity);
     return {};
 }
