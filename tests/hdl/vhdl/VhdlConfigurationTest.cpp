@@ -280,5 +280,42 @@ end;
     EXPECT_EQ(inst["t2"]->GetEntityName(), "");
 }
 
+TEST_F(VhdlConfigurationTest, AlternativesOfGeneratesAreConfiguredByTheirLabels) {
+    Analyze(kCells);
+    Analyze(R"(
+entity top5 is end;
+architecture rtl of top5 is
+  component leaf is port (a : in bit); end component;
+  signal s : bit;
+begin
+  c : if a1 : true generate
+    cu1 : leaf port map (a => s);
+  elsif a2 : false generate
+    cu2 : leaf port map (a => s);
+  end generate;
+end;
+configuration c5 of top5 is
+  for rtl
+    for c(a2)
+      for cu2 : leaf use entity work.alt(x); end for;
+    end for;
+  end for;
+end;
+)");
+    auto* c5 = static_cast<VhdlConfigurationDecl*>(Unit("c5"));
+    auto* ifGen = static_cast<VhdlIfElsifGenerateStatement*>(
+        static_cast<VhdlArchitectureBody*>(c5->GetArchitecture())->GetStatementPart().At(0));
+    std::vector<VhdlBlockConfiguration*> forC = c5->GetBlockConfiguration()->ConfigurationsOf(*ifGen);
+    ASSERT_EQ(forC.size(), 1u);
+    // The block is the second alternative, named by its label.
+    ASSERT_EQ(forC[0]->GetBlock(), ifGen->alternatives.At(1));
+    auto* alt = static_cast<VhdlIdRef*>(forC[0]->GetIndexSpecification());
+    ASSERT_NE(alt->GetId(), nullptr);
+    EXPECT_EQ(alt->GetId()->Name(), "a2");
+    auto inst = InstancesOf(ifGen);
+    EXPECT_EQ(Where(VhdlBindingOf(*inst["cu2"], forC[0])), "alt(x)");
+    EXPECT_EQ(forC[0]->ConfigurationOf(*inst["cu1"]), nullptr);
+}
+
 } // namespace
 } // namespace hdl
