@@ -276,6 +276,29 @@ TEST_F(HADLPersistenceTest, FailedSaveRemovesPartialFile)
     EXPECT_NE(stat(file.c_str(), &info), 0);
 }
 
+// The same for shared memory: the object is written piece by piece, and a write that
+// fails part way must leave no object behind.
+TEST_F(HADLPersistenceTest, FailedSerializeRemovesPartialObject)
+{
+    writeShm("an older object of the same name");
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        signal(SIGXFSZ, SIG_IGN);
+        struct rlimit limit = {4096, 4096};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        HADLDatabase db;
+        for (int i = 0; i < 100000; ++i)
+            db.objNames.insert(("name_" + std::to_string(i)).c_str());
+        _exit(HADLDatabaseConstAPI(db).serialize(shmName_) == -1 ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_FALSE(shmExists("/" + shmName_));
+}
+
 TEST_F(HADLPersistenceTest, LoadOfMissingFileFailsAndKeepsDatabase)
 {
     HADLDatabase db;
