@@ -409,7 +409,8 @@ private:
     }
 
     uint16_t op(size_t start) {
-        // Punctuation that starts no longer operator.
+        // Punctuation that starts no longer operator here: one character, one token.
+        char next = peek(1);
         switch (s_[pos_]) {
         case ';': ++pos_; return VT_SEMI;
         case ',': ++pos_; return VT_COMMA;
@@ -418,6 +419,36 @@ private:
         case ']': ++pos_; return VT_RBRACKET;
         case '{': ++pos_; return VT_LBRACE;
         case '}': ++pos_; return VT_RBRACE;
+        case '(':
+            if (next != '*') {
+                ++pos_;
+                return VT_LPAREN;
+            }
+            break;
+        case '.':
+            if (next != '*') {
+                ++pos_;
+                return VT_DOT;
+            }
+            break;
+        case ':':
+            if (next != ':' && next != '=' && next != '/') {
+                ++pos_;
+                return VT_COLON;
+            }
+            break;
+        case '=':
+            if (next != '=' && next != '>') {
+                ++pos_;
+                return VT_EQ;
+            }
+            break;
+        case '#':
+            if (next != '#' && next != '-' && next != '=') {
+                ++pos_;
+                return VT_HASH;
+            }
+            break;
         default: break;
         }
         const auto* byChar = operatorsByFirstChar();

@@ -73,6 +73,21 @@ std::vector<SkimFile> skimFiles(HADLDatabase& db) {
     return files;
 }
 
+// rUnitKey into a buffer that lives across calls.
+void buildKey(std::string& key, unsigned lang, const std::string& library, const std::string& primary,
+              const std::string& secondary) {
+    const char sep = isVhdl(lang) ? '/' : '.';
+    key.clear();
+    key += sep;
+    key += library;
+    key += sep;
+    key += primary;
+    if (!secondary.empty()) {
+        key += sep;
+        key += secondary;
+    }
+}
+
 struct SplitName {
     std::string primary;
     std::string secondary;
@@ -167,12 +182,13 @@ void collectReferences(HADLDatabase& db, const std::vector<SkimFile>& files, Uni
 
 // First pass of the unit graph: one raw unit per unit-table entry.
 void createRawUnits(HADLDatabase& db, const std::vector<SkimFile>& files) {
+    std::string key, primary, secondary;
     for (const SkimFile& f : files) {
         for (const hdl::SortUnit& u : f.element->units) {
             if (u.name.empty())
                 continue;
             SplitName n = splitName(f.lang, u.name, true);
-            std::string key = rUnitKey(f.lang, f.library, lower(n.primary), lower(n.secondary));
+            buildKey(key, f.lang, f.library, lowerInto(primary, n.primary), lowerInto(secondary, n.secondary));
             unsigned id = db.rUnitNames.insert(key.c_str());
             db.resizeTables();
             HADLDatabase::RUnitAttr& attr = db.rUnitAttrs.at(id);
@@ -188,7 +204,7 @@ void createRawUnits(HADLDatabase& db, const std::vector<SkimFile>& files) {
 // Second pass: the instances of each raw unit, with units nobody declares made on the way.
 void createRawInstances(HADLDatabase& db, const std::vector<SkimFile>& files, const HADLStringMatchTable& primitives) {
     const std::string defaultLib = lower(db.getDefaultLibrary());
-    std::string rl;
+    std::string rl, primary, secondary, ownKey, key;
     for (const SkimFile& f : files) {
         const std::string& lib = f.library;
         const unsigned lang = f.lang;
@@ -218,15 +234,21 @@ void createRawInstances(HADLDatabase& db, const std::vector<SkimFile>& files, co
                 if (rl == "work")
                     rl = lib;
                 SplitName tn = splitName(lang, r.unitName, false);
-                std::string primary = lower(tn.primary), secondary = lower(tn.secondary);
-                std::string ownKey = rUnitKey(lang, rl, primary, secondary);
+                lowerInto(primary, tn.primary);
+                lowerInto(secondary, tn.secondary);
+                buildKey(ownKey, lang, rl, primary, secondary);
                 unsigned t = db.rUnitNames.find(ownKey.c_str());
+                const std::string none;
+                auto find = [&](unsigned keyLang, const std::string& keyLib) {
+                    buildKey(key, keyLang, keyLib, primary, none);
+                    return db.rUnitNames.find(key.c_str());
+                };
                 if (!t && rl != lib)
-                    t = db.rUnitNames.find(rUnitKey(lang, lib, primary, "").c_str());
+                    t = find(lang, lib);
                 if (!t)
-                    t = db.rUnitNames.find(rUnitKey(other, rl, primary, "").c_str());
+                    t = find(other, rl);
                 if (!t)
-                    t = db.rUnitNames.find(rUnitKey(other, defaultLib, primary, "").c_str());
+                    t = find(other, defaultLib);
                 if (t && db.rUnitAttrs.at(t).primaryId == db.rUnitAttrs.at(p).primaryId)
                     continue;
                 if (!t && !vhdl)
@@ -306,10 +328,8 @@ void walkParseOrder(HADLDatabase& db) {
 
 std::string rUnitKey(unsigned lang, const std::string& library, const std::string& primary,
                      const std::string& secondary) {
-    const char* sep = isVhdl(lang) ? "/" : ".";
-    std::string key = sep + library + sep + primary;
-    if (!secondary.empty())
-        key += sep + secondary;
+    std::string key;
+    buildKey(key, lang, library, primary, secondary);
     return key;
 }
 
