@@ -69,6 +69,32 @@ struct OperatorSpelling {
 };
 
 // Operator spellings by first character, longest first, for maximal munch.
+const std::vector<OperatorSpelling>* operatorsByFirstChar();
+
+// Where the second character continues no longer spelling, an operator is its first
+// character alone: most operators end without a look at the spelling lists.
+struct ShortOperators {
+    uint16_t single[256] = {};     // kind of the one-character operator, 0 for none
+    bool continues[256][256] = {}; // [first][second]: some longer spelling goes on so
+
+    ShortOperators() {
+        const std::vector<OperatorSpelling>* byChar = operatorsByFirstChar();
+        for (int c = 0; c < 256; ++c) {
+            for (const OperatorSpelling& sp : byChar[c]) {
+                if (sp.text.size() == 1 && sp.set == VERI_KW_1995)
+                    single[c] = sp.kind;
+                else if (sp.text.size() > 1)
+                    continues[c][static_cast<unsigned char>(sp.text[1])] = true;
+            }
+        }
+    }
+};
+
+const ShortOperators& shortOperators() {
+    static const ShortOperators table;
+    return table;
+}
+
 const std::vector<OperatorSpelling>* operatorsByFirstChar() {
     static const std::vector<std::vector<OperatorSpelling>> table = [] {
         std::vector<std::vector<OperatorSpelling>> t(256);
@@ -409,47 +435,10 @@ private:
     }
 
     uint16_t op(size_t start) {
-        // Punctuation that starts no longer operator here: one character, one token.
-        char next = peek(1);
-        switch (s_[pos_]) {
-        case ';': ++pos_; return VT_SEMI;
-        case ',': ++pos_; return VT_COMMA;
-        case ')': ++pos_; return VT_RPAREN;
-        case '[': ++pos_; return VT_LBRACKET;
-        case ']': ++pos_; return VT_RBRACKET;
-        case '{': ++pos_; return VT_LBRACE;
-        case '}': ++pos_; return VT_RBRACE;
-        case '(':
-            if (next != '*') {
-                ++pos_;
-                return VT_LPAREN;
-            }
-            break;
-        case '.':
-            if (next != '*') {
-                ++pos_;
-                return VT_DOT;
-            }
-            break;
-        case ':':
-            if (next != ':' && next != '=' && next != '/') {
-                ++pos_;
-                return VT_COLON;
-            }
-            break;
-        case '=':
-            if (next != '=' && next != '>') {
-                ++pos_;
-                return VT_EQ;
-            }
-            break;
-        case '#':
-            if (next != '#' && next != '-' && next != '=') {
-                ++pos_;
-                return VT_HASH;
-            }
-            break;
-        default: break;
+        unsigned char c = static_cast<unsigned char>(s_[pos_]);
+        if (shorts_.single[c] && !shorts_.continues[c][static_cast<unsigned char>(peek(1))]) {
+            ++pos_;
+            return shorts_.single[c];
         }
         const auto* byChar = operatorsByFirstChar();
         const size_t left = s_.size() - pos_;
@@ -740,6 +729,7 @@ private:
     size_t pos_ = 0;
     uint16_t lastKind_ = VT_EOF;
     bool ok_ = true;
+    const ShortOperators& shorts_ = shortOperators();
     // Open module, primitive, program and package bodies, where `resetall is wrong.
     size_t designDepth_ = 0;
     std::vector<Cond> conds_;
