@@ -149,6 +149,13 @@ int pragmaDirection(std::string_view body) {
     return 0;
 }
 
+inline bool isBaseLetter(char c) {
+    switch (c) {
+    case 'b': case 'B': case 'o': case 'O': case 'd': case 'D': case 'h': case 'H': return true;
+    default: return false;
+    }
+}
+
 struct Cond {
     bool active = false;
     bool parentActive = false;
@@ -340,8 +347,12 @@ private:
 
     size_t timeUnitLength(size_t at) const {
         static const std::string_view units[] = {"step", "ms", "us", "ns", "ps", "fs", "s"};
-        if (at >= s_.size() || !std::strchr("smunpf", s_[at]) || s_[at] == '\0')
+        if (at >= s_.size())
             return 0;
+        switch (s_[at]) {
+        case 's': case 'm': case 'u': case 'n': case 'p': case 'f': break;
+        default: return 0;
+        }
         for (std::string_view u : units) {
             size_t n = u.size();
             if (s_.compare(at, n, u) == 0 && !(at + n < s_.size() && isIdentChar(s_[at + n])))
@@ -408,7 +419,7 @@ private:
             size_t q = p + 1;
             if (q < s_.size() && (s_[q] == 's' || s_[q] == 'S'))
                 ++q;
-            if (q < s_.size() && std::strchr("bBoOdDhH", s_[q]) && s_[q] != '\0')
+            if (q < s_.size() && isBaseLetter(s_[q]))
                 return basedTail(p);
         }
         return VT_DECIMAL_NUMBER;
@@ -420,7 +431,7 @@ private:
         size_t q = pos_ + 1;
         if (n == 's' || n == 'S')
             ++q;
-        if (q < s_.size() && std::strchr("bBoOdDhH", s_[q]) && s_[q] != '\0')
+        if (q < s_.size() && isBaseLetter(s_[q]))
             return basedTail(start);
         if ((n == '0' || n == '1' || ln == 'x' || ln == 'z') && !isIdentChar(peek(2))) {
             pos_ += 2;
