@@ -75,7 +75,15 @@ struct NameTable {
 
     void Add(VhdlIdDef* id) {
         auto [it, inserted] = first.emplace(id->OrigName(), id);
-        if (inserted || it->second == id || !VhdlIsOverloadable(id) || !VhdlIsOverloadable(it->second)) return;
+        if (inserted || it->second == id) return;
+        // The full declaration of an incomplete type stands for it from then on.
+        VhdlTreeNode* earlier = it->second->declaration;
+        if (earlier && earlier->GetClassId() == VhdlIncompleteTypeDecl::kClassId && id->declaration &&
+            id->declaration->GetClassId() == VhdlFullTypeDecl::kClassId) {
+            it->second = id;
+            return;
+        }
+        if (!VhdlIsOverloadable(id) || !VhdlIsOverloadable(it->second)) return;
         std::vector<Overload>& all = more[it->second];
         if (all.empty()) all.push_back({it->second, VhdlArityOf(it->second)});
         for (const Overload& known : all)
@@ -155,25 +163,33 @@ void DeclaredIds(VhdlTreeNode* decl, std::vector<VhdlIdDef*>& out) {
     case VhdlInterfaceTypeDecl::kClassId: out.push_back(static_cast<VhdlInterfaceTypeDecl*>(decl)->id); break;
     case VhdlInterfaceSubprogDecl::kClassId: out.push_back(static_cast<VhdlInterfaceSubprogDecl*>(decl)->spec->id); break;
     case VhdlInterfacePackageDecl::kClassId: out.push_back(static_cast<VhdlInterfacePackageDecl*>(decl)->id); break;
+    case VhdlElementDecl::kClassId: ids(static_cast<VhdlElementDecl*>(decl)->ids); break;
     default: break;
     }
 }
 
-// Declarations of a package (or package instantiation, through its generic package).
-const VhdlNodeList* PackageDecls(VhdlTreeNode* unit) {
-    if (auto* pkg = dynamic_cast<VhdlPackageDecl*>(unit)) return &pkg->declarations;
-    return nullptr;
+// What a selected name reaches into: the declarations of a package, the methods of a
+// protected type, the elements of a record type.
+const VhdlNodeList* SelectableDecls(VhdlTreeNode* node) {
+    if (!node) return nullptr;
+    switch (node->GetClassId()) {
+    case VhdlPackageDecl::kClassId: return &static_cast<VhdlPackageDecl*>(node)->declarations;
+    case VhdlProtectedTypeDef::kClassId: return &static_cast<VhdlProtectedTypeDef*>(node)->declarations;
+    case VhdlRecordTypeDef::kClassId: return &static_cast<VhdlRecordTypeDef*>(node)->elements;
+    default: return nullptr;
+    }
 }
 
-// Per package, the index of its declarations; built once, since every unit that uses a
-// package would otherwise walk all its declarations again. Trees live until Reset.
+// Per package (protected type, record type), the index of its declarations; built
+// once, since every unit that uses a package would otherwise walk all its declarations
+// again. Trees live until Reset.
 std::unordered_map<const VhdlTreeNode*, std::unique_ptr<NameTable>>& PackageIndexes() {
     static std::unordered_map<const VhdlTreeNode*, std::unique_ptr<NameTable>> indexes;
     return indexes;
 }
 
 const NameTable* PackageIndex(VhdlTreeNode* unit) {
-    const VhdlNodeList* decls = PackageDecls(unit);
+    const VhdlNodeList* decls = SelectableDecls(unit);
     if (!decls) return nullptr;
     std::unique_ptr<NameTable>& index = PackageIndexes()[unit];
     if (!index) {
@@ -666,12 +682,12 @@ private:
         auto* suffix = dynamic_cast<VhdlIdRef*>(n.suffix);
         if (!suffix || suffix->resolved) return;
         VhdlIdDef* prefixId = IdOf(n.prefix);
-        if (!prefixId) return;
         if (VhdlLibrary* lib = LibraryOf(prefixId)) {
             if (VhdlPrimaryUnit* unit = lib->GetPrimUnit(Key(suffix->text).c_str())) suffix->resolved = unit->id;
             return;
         }
-        const NameTable* index = PackageIndex(prefixId->declaration);
+        const NameTable* index = prefixId ? PackageIndex(prefixId->declaration) : nullptr;
+        if (!index) index = PackageIndex(Designated(TypeOfName(n.prefix, 0)));
         if (!index) return;
         NameKey key(suffix->text);
         VhdlIdDef* first = index->Find(key);
@@ -682,6 +698,91 @@ private:
         candidates_.clear();
         index->ForEach(first, [&](const Overload& o) { candidates_.push_back(o); });
         suffix->resolved = Select(first, shape, &suffix->ambiguous, false);
+    }
+
+    // The type definition of what a name denotes, as far as names tell it without
+    // overload resolution by types: objects, record elements, array elements, results
+    // of calls, `.all`. Null where that is not known.
+    VhdlTypeDef* TypeOfName(VhdlTreeNode* name, int depth) {
+        if (!name || depth > 8) return nullptr;
+        switch (name->GetClassId()) {
+        case VhdlSelectedName::kClassId: {
+            auto* sel = static_cast<VhdlSelectedName*>(name);
+            if (sel->suffix && sel->suffix->GetClassId() == VhdlAll::kClassId) {
+                auto* access = dynamic_cast<VhdlAccessTypeDef*>(TypeOfName(sel->prefix, depth + 1));
+                return access ? TypeOfSubtype(access->subtype, depth + 1) : nullptr;
+            }
+            return TypeOfObject(IdOf(name), depth + 1);
+        }
+        case VhdlIdRef::kClassId: return TypeOfObject(IdOf(name), depth + 1);
+        case VhdlIndexedName::kClassId: {
+            auto* idx = static_cast<VhdlIndexedName*>(name);
+            VhdlIdDef* callee = IdOf(idx->prefix);
+            if (VhdlIsOverloadable(callee)) {
+                const VhdlSubprogramSpec* spec = VhdlSpecOf(callee);
+                return spec ? TypeOfSubtype(spec->returnType, depth + 1) : nullptr;
+            }
+            VhdlTypeDef* prefix = Designated(TypeOfName(idx->prefix, depth + 1));
+            auto* array = dynamic_cast<VhdlArrayTypeDef*>(prefix);
+            if (!array) return nullptr;
+            // A slice keeps the array type; an index gives an element.
+            VhdlTreeNode* first = idx->assocList.At(0);
+            if (first && (first->GetClassId() == VhdlRange::kClassId ||
+                          first->GetClassId() == VhdlExplicitSubtypeIndication::kClassId))
+                return array;
+            return TypeOfSubtype(array->elementSubtype, depth + 1);
+        }
+        default: return nullptr;
+        }
+    }
+
+    VhdlTypeDef* TypeOfObject(VhdlIdDef* id, int depth) {
+        VhdlTreeNode* decl = id ? id->declaration : nullptr;
+        if (!decl) return nullptr;
+        switch (decl->GetClassId()) {
+        case VhdlConstantDecl::kClassId:
+        case VhdlSignalDecl::kClassId:
+        case VhdlVariableDecl::kClassId: return TypeOfSubtype(static_cast<VhdlObjectDecl*>(decl)->subtype, depth + 1);
+        case VhdlInterfaceDecl::kClassId: return TypeOfSubtype(static_cast<VhdlInterfaceDecl*>(decl)->subtype, depth + 1);
+        case VhdlElementDecl::kClassId: return TypeOfSubtype(static_cast<VhdlElementDecl*>(decl)->subtype, depth + 1);
+        case VhdlAliasDecl::kClassId: {
+            auto* alias = static_cast<VhdlAliasDecl*>(decl);
+            return alias->subtype ? TypeOfSubtype(alias->subtype, depth + 1) : TypeOfName(alias->name, depth + 1);
+        }
+        default: return nullptr;
+        }
+    }
+
+    // The type definition a subtype indication or type mark comes down to.
+    VhdlTypeDef* TypeOfSubtype(VhdlTreeNode* subtype, int depth) {
+        if (!subtype || depth > 8) return nullptr;
+        switch (subtype->GetClassId()) {
+        case VhdlIndexedName::kClassId: return TypeOfSubtype(static_cast<VhdlIndexedName*>(subtype)->prefix, depth + 1);
+        case VhdlExplicitSubtypeIndication::kClassId:
+            return TypeOfSubtype(static_cast<VhdlExplicitSubtypeIndication*>(subtype)->typeMark, depth + 1);
+        default: break;
+        }
+        VhdlIdDef* mark = IdOf(subtype);
+        VhdlTreeNode* decl = mark ? mark->declaration : nullptr;
+        if (!decl) return nullptr;
+        switch (decl->GetClassId()) {
+        case VhdlFullTypeDecl::kClassId: return static_cast<VhdlFullTypeDecl*>(decl)->typeDef;
+        case VhdlSubtypeDecl::kClassId: return TypeOfSubtype(static_cast<VhdlSubtypeDecl*>(decl)->subtype, depth + 1);
+        case VhdlIncompleteTypeDecl::kClassId: {
+            // Completed later in the same region: the name now finds the full type.
+            VhdlIdDef* full = Lookup(mark->OrigName(), VhdlCallShape{}, nullptr);
+            if (!full || full == mark || !full->declaration || full->declaration->GetClassId() != VhdlFullTypeDecl::kClassId)
+                return nullptr;
+            return static_cast<VhdlFullTypeDecl*>(full->declaration)->typeDef;
+        }
+        default: return nullptr;
+        }
+    }
+
+    // Selection through an access value reaches the designated object.
+    VhdlTypeDef* Designated(VhdlTypeDef* type) {
+        auto* access = dynamic_cast<VhdlAccessTypeDef*>(type);
+        return access ? TypeOfSubtype(access->subtype, 0) : type;
     }
 
     // Formals name the declarations of `formals`; actuals are resolved where they stand.

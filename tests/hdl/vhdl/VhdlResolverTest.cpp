@@ -702,3 +702,70 @@ end;
 
 } // namespace
 } // namespace hdl
+
+namespace hdl {
+namespace {
+
+TEST_F(VhdlResolverTest, SelectedNamesReachRecordElementsAndProtectedMethodsThroughObjects) {
+    Analyze(R"(
+package pt is
+  type node;
+  type node_ptr is access node;
+  type node is record
+    value : integer;
+    next_node : node_ptr;
+  end record;
+  type nodes is array (natural range <>) of node;
+  type counter is protected
+    procedure add (id : integer; amount : integer := 1);
+    procedure add (id : integer; a : integer; b : integer);
+    impure function get (id : integer) return node;
+  end protected;
+end package;
+)");
+    Analyze(R"(
+use work.pt.all;
+entity e is end;
+architecture r of e is
+  shared variable c : counter;
+  signal arr : nodes(0 to 3);
+begin
+  process
+    variable p : node_ptr;
+    variable v : integer;
+  begin
+    v := p.value + p.all.value + p.next_node.next_node.value + arr(1).value + c.get(3).value;
+    c.add(id => v);
+    c.add(1, 2, 3);
+    wait;
+  end process;
+end;
+)");
+    VhdlPrimaryUnit* pt = vhdl_file::GetWorkLib()->GetPrimUnit("pt");
+    RefsInOrder refs;
+    refs.TraverseNode(Arch("e"));
+    // Elements, through access values (implicit and `.all`), a record element of the
+    // incomplete type completed later, an array element and a call's result.
+    const auto& value = refs.byText["value"];
+    ASSERT_EQ(value.size(), 5u);
+    for (VhdlIdRef* ref : value) {
+        ASSERT_NE(ref->GetId(), nullptr);
+        EXPECT_EQ(ref->GetId()->GetClassId(), VhdlElementId::kClassId);
+        EXPECT_EQ(ref->GetId()->owningUnit, pt);
+    }
+    ASSERT_EQ(refs.byText["next_node"].size(), 2u);
+    EXPECT_EQ(refs.byText["next_node"][1]->GetId(), refs.byText["next_node"][0]->GetId());
+    // Methods of the protected type, by the number of actuals; their formals follow.
+    const auto& add = refs.byText["add"];
+    ASSERT_EQ(add.size(), 2u);
+    ASSERT_NE(SpecOf(add[0]), nullptr);
+    EXPECT_EQ(ParamCount(SpecOf(add[0])), 2u);
+    EXPECT_EQ(ParamCount(SpecOf(add[1])), 3u);
+    ASSERT_NE(refs.byText["id"][0]->GetId(), nullptr);
+    EXPECT_EQ(refs.byText["id"][0]->GetId(), FirstParam(SpecOf(add[0])));
+    ASSERT_NE(refs.byText["get"][0]->GetId(), nullptr);
+    EXPECT_EQ(refs.byText["get"][0]->GetId()->GetClassId(), VhdlSubprogramId::kClassId);
+}
+
+} // namespace
+} // namespace hdl
