@@ -264,8 +264,12 @@ private:
 
     void skipTrivia() {
         for (;;) {
-            while (pos_ < s_.size() && isSpace(s_[pos_]))
-                ++pos_;
+            // A local index: the member would be stored at every blank.
+            const char* data = s_.data();
+            size_t p = pos_;
+            while (p < s_.size() && isSpace(data[p]))
+                ++p;
+            pos_ = p;
             if (peek() != '/')
                 return;
             if (peek(1) == '/')

@@ -178,7 +178,11 @@ private:
         while (pos_ < s_.size()) {
             char c = s_[pos_];
             if (hasClass(c, CC_BLANK)) {
-                ++pos_;
+                // A local index: the member would be stored at every blank.
+                size_t p = pos_ + 1;
+                while (p < s_.size() && hasClass(s_[p], CC_BLANK))
+                    ++p;
+                pos_ = p;
             } else if (c == '-' && peek(1) == '-') {
                 lineComment();
             } else if (c == '/' && peek(1) == '*') {
