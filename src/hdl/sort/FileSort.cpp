@@ -117,8 +117,9 @@ VeriKeywordSet keywordSetOf(unsigned lang) {
     }
 }
 
-// Reads what is left in the stream; a file's size is known, so the text is read
-// in one go rather than grown piece by piece.
+// Reads what is left in the stream. A seekable stream tells its size, and the text
+// is read in one go; other streams, or one that gives less than it said, are read
+// piece by piece to their end.
 bool readText(SourceStream& stream, std::string& text) {
     if (!stream.is_open())
         return false;
@@ -127,7 +128,10 @@ bool readText(SourceStream& stream, std::string& text) {
     std::streamoff end = buf->pubseekoff(0, std::ios::end, std::ios::in);
     if (here >= 0 && end > here && buf->pubseekpos(here, std::ios::in) == here) {
         text.resize(size_t(end - here));
-        text.resize(size_t(buf->sgetn(text.data(), end - here)));
+        std::streamsize got = buf->sgetn(text.data(), end - here);
+        text.resize(size_t(got));
+        if (got == end - here)
+            return true;
     }
     return stream.ReadAll(text);
 }
