@@ -48,6 +48,20 @@ bool startsItem(uint16_t kind) {
     }
 }
 
+// Inside a unit, the kinds other than names that the recogniser acts on: unit
+// keywords and their ends, `bind` and the cells of a configuration.
+struct InsideKinds {
+    bool of[VT_KIND_COUNT] = {};
+    constexpr InsideKinds() {
+        for (uint16_t k : {VT_MODULE, VT_MACROMODULE, VT_INTERFACE, VT_PROGRAM, VT_PACKAGE, VT_PRIMITIVE, VT_CONFIG,
+                           VT_CLASS, VT_CHECKER, VT_ENDMODULE, VT_ENDINTERFACE, VT_ENDPROGRAM, VT_ENDPACKAGE,
+                           VT_ENDPRIMITIVE, VT_ENDCONFIG, VT_ENDCLASS, VT_ENDCHECKER, VT_BIND, VT_DESIGN, VT_USE,
+                           VT_EOF, VT_IDENTIFIER, VT_ESCAPED_IDENTIFIER})
+            of[k] = true;
+    }
+};
+constexpr InsideKinds kInsideKinds;
+
 class VeriSkimmer {
 public:
     VeriSkimmer(const std::vector<VeriSkimToken>& tokens, FileElement& element) : t_(tokens), e_(element) {}
@@ -109,7 +123,11 @@ private:
     }
 
     void insideUnit() {
+        while (i_ + 1 < t_.size() && t_[i_].kind < VT_KIND_COUNT && !kInsideKinds.of[t_[i_].kind])
+            ++i_;
         const VeriSkimToken& t = t_[i_];
+        if (t.kind == VT_EOF)
+            return;
         if (isName(t)) {
             if (!noteReference() && (startsItem(prevKind()) || afterBlockName()))
                 instancesHere();
