@@ -4,7 +4,7 @@
 // with the front-ends (preprocess, parse, tree) through the same input chain and
 // prints how many times faster the skim is. Rates are per second of the process's
 // CPU time, so that other work on a shared machine does not count; each step is
-// repeated (at least three times and half a second) and its fastest round counts,
+// repeated (at least five times and two seconds) and its fastest round counts,
 // since other processes on the machine only ever slow a round down.
 //
 // With -digest it prints a checksum of everything the skim found (elements, file
@@ -157,12 +157,12 @@ double parseOnce(const std::vector<std::string>& incdirs) {
     return cpuSeconds() - start;
 }
 
-// The fastest round of `step`, run at least three times and for half a second.
+// The fastest round of `step`, run at least five times and for two seconds.
 template <typename Step>
 double fastestRound(Step step) {
     double total = 0;
     double best = 1e30;
-    for (int rounds = 0; rounds < 3 || total < 0.5; ++rounds) {
+    for (int rounds = 0; rounds < 5 || total < 2.0; ++rounds) {
         double s = step();
         total += s;
         best = std::min(best, s);
