@@ -501,10 +501,17 @@ VhdlTreeNode* VhdlParser::ParseConcurrentAssignmentOrCall(size_t start, VhdlIdDe
         Finish(s, start);
         return s;
     }
+    // Without an assignment only a name can stand, the called procedure.
+    auto* name = dynamic_cast<VhdlName*>(target);
+    if (!name) {
+        SyntaxError("expected an assignment or a procedure call");
+        SkipToItemEnd();
+        return nullptr;
+    }
     auto* call = arena_.make<VhdlProcedureCallStatement>();
     call->label = label;
     call->postponed = postponed;
-    call->call = static_cast<VhdlName*>(target);
+    call->call = name;
     if (!Expect(VHDL_SEMI)) SkipToItemEnd();
     Finish(call, start);
     return call;
@@ -673,11 +680,15 @@ VhdlTreeNode* VhdlParser::ParseSequentialAssignmentOrCall(size_t start, VhdlIdDe
                 result = s;
             }
         }
-    } else {
+    } else if (auto* name = dynamic_cast<VhdlName*>(target)) {
         auto* call = arena_.make<VhdlProcedureCallStatement>();
         call->label = label;
-        call->call = static_cast<VhdlName*>(target);
+        call->call = name;
         result = call;
+    } else {
+        SyntaxError("expected an assignment or a procedure call");
+        SkipToItemEnd();
+        return nullptr;
     }
     if (!Expect(VHDL_SEMI)) SkipToItemEnd();
     Finish(result, start);

@@ -763,3 +763,20 @@ TEST(VhdlParser, PslDirectivesStandAmongStatementsDeclarationsDoNot) {
 
 } // namespace
 } // namespace hdl
+
+namespace hdl {
+namespace {
+
+TEST(VhdlParser, AnExpressionInPlaceOfAProcedureCallIsAnError) {
+    test::MessageCapture capture;
+    auto p = Parse("architecture a of e is begin (x, y); process begin (a and b); x := 1; wait; end process; end;");
+    EXPECT_EQ(p->errors, 2u);
+    ASSERT_EQ(p->units.size(), 1u);
+    const VhdlNodeList& stmts = static_cast<VhdlArchitectureBody*>(p->units[0])->GetStatementPart();
+    ASSERT_EQ(stmts.Size(), 1u);
+    // The statements after the broken one are kept.
+    EXPECT_EQ(static_cast<VhdlProcessStatement*>(stmts.At(0))->GetStatementPart().Size(), 2u);
+}
+
+} // namespace
+} // namespace hdl
