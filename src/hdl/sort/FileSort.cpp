@@ -55,10 +55,11 @@ SortState& state() {
 
 bool isVhdl(unsigned lang) { return lang >= 8 && lang <= 13; }
 
+char lowerChar(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
 std::string lower(std::string s) {
     for (char& c : s)
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
+        c = lowerChar(c);
     return s;
 }
 
@@ -241,7 +242,9 @@ void resolveLibraries() {
         if (r.unitName.empty() || r.libraryName.size() != 4 || lower(r.libraryName) != "work" ||
             (!verilog && !(r.flags & SORT_REF_WEAK)))
             return;
-        unit = lower(r.unitName);
+        unit.resize(r.unitName.size());
+        for (size_t i = 0; i < unit.size(); ++i)
+            unit[i] = lowerChar(r.unitName[i]);
         if (declared[ownLib].second.count(unit))
             return;
         for (const auto& lib : declared)
