@@ -62,6 +62,48 @@ inline bool sameTail(const char* a, const char* b, size_t n) {
     return true;
 }
 
+// Keywords bucketed by length and first letter (every keyword starts with a-z): the
+// lexer's table, here where the scanner can inline the look-up.
+struct KeywordTable {
+    static constexpr size_t kMaxLen = 20;
+    struct Entry {
+        const char* text;
+        uint16_t kind;
+        VeriKeywordSet set;
+    };
+    std::vector<Entry> buckets[(kMaxLen + 1) * 26];
+
+    KeywordTable() {
+        for (int k = 0; k < VT_KIND_COUNT; ++k) {
+            if (!isKeywordKind(k))
+                continue;
+            const char* text = tokenText(k);
+            size_t len = std::strlen(text);
+            if (len <= kMaxLen)
+                buckets[len * 26 + size_t(text[0] - 'a')].push_back(Entry{text, uint16_t(k), tokenKeywordSet(k)});
+        }
+    }
+
+    // `word` starts with a lower-case letter.
+    uint16_t find(const char* word, size_t len, VeriKeywordSet set) const {
+        if (len < 2 || len > kMaxLen)
+            return VT_IDENTIFIER;
+        for (const Entry& e : buckets[len * 26 + size_t(word[0] - 'a')]) {
+            size_t i = 1;
+            while (i < len && e.text[i] == word[i])
+                ++i;
+            if (i == len)
+                return e.set > set ? uint16_t(VT_IDENTIFIER) : e.kind;
+        }
+        return VT_IDENTIFIER;
+    }
+};
+
+const KeywordTable& keywordTable() {
+    static const KeywordTable table;
+    return table;
+}
+
 struct OperatorSpelling {
     std::string_view text;
     uint16_t kind;
@@ -183,8 +225,8 @@ public:
                     ++p;
                 pos_ = p;
                 // Every keyword starts with a lower-case letter.
-                bool maybeKeyword = c >= 'a' && c <= 'z' && p - start >= 2;
-                emit(maybeKeyword ? veriKeywordKind(s_.substr(start, p - start), o_.keywordSet)
+                bool maybeKeyword = c >= 'a' && c <= 'z';
+                emit(maybeKeyword ? keywords_.find(s_.data() + start, p - start, o_.keywordSet)
                                   : uint16_t(VT_IDENTIFIER),
                      start);
                 continue;
@@ -745,6 +787,7 @@ private:
     uint16_t lastKind_ = VT_EOF;
     bool ok_ = true;
     const ShortOperators& shorts_ = shortOperators();
+    const KeywordTable& keywords_ = keywordTable();
     // Open module, primitive, program and package bodies, where `resetall is wrong.
     size_t designDepth_ = 0;
     std::vector<Cond> conds_;
