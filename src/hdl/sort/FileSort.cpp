@@ -195,9 +195,9 @@ bool readVhdl(FileElement& element) {
             return false;
         }
     }
-    uint32_t fileId = LineFile::GetFileId(element.fileName);
+    // Positions are needed only for what the lexer reports.
     if (std::memchr(text.data(), '\0', std::min<size_t>(text.size(), 1 << 16))) {
-        ColLineFile loc(fileId, 1, 1);
+        ColLineFile loc(LineFile::GetFileId(element.fileName), 1, 1);
         Message::Error(vhdl_msg::kBinaryInput, &loc, "'%s' is not a text file", element.fileName.c_str());
         return false;
     }
@@ -205,7 +205,7 @@ bool readVhdl(FileElement& element) {
     tokens.clear();
     if (!vhdlSkimScan(text, element.language, s.ignoreTranslateOff, tokens)) {
         tokens.clear();
-        VhdlLexer lexer(text, fileId, element.language);
+        VhdlLexer lexer(text, LineFile::GetFileId(element.fileName), element.language);
         lexer.SetIgnorePragmas(s.ignoreTranslateOff);
         for (const VhdlTok& t : lexer.Tokenize())
             tokens.push_back(VhdlSkimToken{t.begin, t.end, t.kind});
