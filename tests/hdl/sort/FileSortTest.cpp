@@ -1,12 +1,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
+#include <istream>
+#include <iterator>
+#include <streambuf>
 #include <string>
 #include <vector>
 
 #include "SortTestFiles.h"
 #include "hdl/base/Message.h"
 #include "hdl/sort/FileSort.h"
+#include "hdl/sv/VeriPreprocessor.h"
 
 using namespace hdl;
 
@@ -105,6 +110,89 @@ endmodule
     ASSERT_EQ(e.units[1].instances.size(), 2u);
     EXPECT_EQ(e.units[1].instances[0].unitName, "b");
     EXPECT_EQ(e.units[1].instances[1].unitName, "leaf");
+}
+
+// Whether the skim's scanner or the preprocessor reads a file, the macros defined before
+// it begins are the preprocessor's: the command line's and, for SystemVerilog, the
+// language's own.
+TEST_F(FileSortTest, MacrosDefinedBeforeTheFileAreThePreprocessors) {
+    hdl_file_sort::DefineCmdLineMacro("CMD", "1");
+    for (unsigned lang : {2u, 5u}) {
+        VeriPreprocessorOptions options;
+        options.language = lang;
+        options.defines = {"CMD=1"};
+        VeriPreprocessor pp(options);
+        std::vector<std::string> expected;
+        std::string text;
+        for (const VeriMacro* m : pp.macros().definedMacros()) {
+            std::string unit = "m_" + std::string(m->name);
+            text += "`ifdef " + std::string(m->name) + "\nmodule " + unit + "; endmodule\n`endif\n";
+            expected.push_back(unit);
+        }
+        text += "`ifndef NEVER_DEFINED\nmodule last; endmodule\n`endif\n";
+        expected.push_back("last");
+        std::string f = files.write("defined" + std::to_string(lang) + ".v", text);
+        ASSERT_TRUE(hdl_file_sort::RegisterFile(f.c_str(), "work", lang, 2));
+        const FileElement& e = element(hdl_file_sort::FileCount() - 1);
+        EXPECT_EQ(e.declaredNames, expected) << lang;
+    }
+}
+
+TEST_F(FileSortTest, TranslateOffTextIsReadOnlyWhenAsked) {
+    std::string v = files.write("t.v", "// synopsys translate_off\nmodule hidden; endmodule\n"
+                                       "// synopsys translate_on\nmodule shown; endmodule\n");
+    std::string h = files.write("t.vhd", "-- pragma translate_off\nentity hidden is end;\n"
+                                         "-- pragma translate_on\nentity shown is end;\n");
+    for (bool ignore : {false, true}) {
+        hdl_file_sort::Reset();
+        hdl_file_sort::SetIgnoreTranslateOff(ignore);
+        hdl_file_sort::RegisterFile(v.c_str(), "work", 5, 2);
+        hdl_file_sort::RegisterFile(h.c_str(), "work", 11, 2);
+        std::vector<std::string> want = ignore ? std::vector<std::string>{"hidden", "shown"}
+                                               : std::vector<std::string>{"shown"};
+        EXPECT_EQ(element(0).declaredNames, want) << ignore;
+        EXPECT_EQ(element(1).declaredNames, want) << ignore;
+    }
+}
+
+// A stream that cannot seek tells no size: its text is read piece by piece.
+class UnseekableBuf : public std::streambuf {
+public:
+    explicit UnseekableBuf(std::string text) : text_(std::move(text)) {
+        setg(text_.data(), text_.data(), text_.data() + text_.size());
+    }
+
+private:
+    std::string text_;
+};
+
+class UnseekableStream : public std::istream {
+public:
+    explicit UnseekableStream(std::string text) : std::istream(nullptr), buf_(std::move(text)) { rdbuf(&buf_); }
+
+private:
+    UnseekableBuf buf_;
+};
+
+SourceStream* unseekable(const char* name) {
+    std::ifstream in(name, std::ios::binary);
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    return new SourceStream(in.is_open() ? new UnseekableStream(std::move(text)) : nullptr);
+}
+
+TEST_F(FileSortTest, StreamsWithoutASizeAreReadToTheirEnd) {
+    std::string body;
+    for (int i = 0; i < 5000; ++i)
+        body += "module m" + std::to_string(i) + "; endmodule\n";
+    std::string v = files.write("many.sv", body);
+    std::string h = files.write("one.vhd", "entity one is end;\n");
+    hdl_file_sort::RegisterFlexStreamCallBack(unseekable);
+    ASSERT_TRUE(hdl_file_sort::RegisterFile(v.c_str(), "work", 5, 2));
+    ASSERT_TRUE(hdl_file_sort::RegisterFile(h.c_str(), "work", 11, 2));
+    EXPECT_FALSE(hdl_file_sort::RegisterFile(files.path("none.sv").c_str(), "work", 5, 2));
+    ASSERT_EQ(element(0).declaredNames.size(), 5000u);
+    EXPECT_EQ(element(0).declaredNames.back(), "m4999");
+    EXPECT_EQ(element(1).declaredNames, (std::vector<std::string>{"one"}));
 }
 
 TEST_F(FileSortTest, VhdlUnitsClausesAndInstantiations) {
