@@ -542,9 +542,11 @@ VhdlExpression* VhdlParser::ParseRangeOrExpression() {
         return r;
     }
     if (Is(VHDL_RANGE)) {
+        auto* typeMark = dynamic_cast<VhdlName*>(left);
+        if (left && !typeMark) SyntaxError("expected a type mark before 'range'");
         ++pos_;
         auto* si = arena_.make<VhdlExplicitSubtypeIndication>();
-        si->typeMark = static_cast<VhdlName*>(left);
+        si->typeMark = typeMark;
         if (Is(VHDL_BOX)) si->constraint = Make<VhdlBox>(pos_++);
         else si->constraint = ParseRangeOrExpression();
         Finish(si, start);

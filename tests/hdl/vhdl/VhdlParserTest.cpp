@@ -778,5 +778,17 @@ TEST(VhdlParser, AnExpressionInPlaceOfAProcedureCallIsAnError) {
     EXPECT_EQ(static_cast<VhdlProcessStatement*>(stmts.At(0))->GetStatementPart().Size(), 2u);
 }
 
+// Only a name can be the type mark of a range constraint; any other expression there is
+// reported, and the tree keeps no node of the wrong kind in the type-mark slot.
+TEST(VhdlParser, ARangeConstraintNeedsATypeMark) {
+    test::MessageCapture capture;
+    auto p = Parse("architecture a of e is signal s : bit_vector((x + 1) range 0 to 3); "
+                   "signal t : bit_vector(natural range 0 to 3); begin end;");
+    EXPECT_EQ(p->errors, 1u);
+    ASSERT_EQ(p->units.size(), 1u);
+    Arena copies;
+    EXPECT_TRUE(p->units[0]->Copy(copies)->IsEqual(p->units[0]));
+}
+
 } // namespace
 } // namespace hdl
