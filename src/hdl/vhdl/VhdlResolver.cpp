@@ -58,8 +58,8 @@ struct NameEq {
 // The first identifier declared under each name.
 using NameMap = std::unordered_map<NameKey, VhdlIdDef*, NameHash, NameEq>;
 
-// A declaration of an overloaded name with its parameter counts, which a name
-// declared once gets only when they are needed.
+// A declaration of an overloaded name with its parameter counts, worked out only when
+// overloads compete.
 struct Overload {
     VhdlIdDef* id;
     VhdlArity arity;
@@ -85,10 +85,10 @@ struct NameTable {
         }
         if (!VhdlIsOverloadable(id) || !VhdlIsOverloadable(it->second)) return;
         std::vector<Overload>& all = more[it->second];
-        if (all.empty()) all.push_back({it->second, VhdlArityOf(it->second)});
+        if (all.empty()) all.push_back({it->second, VhdlArity(), false});
         for (const Overload& known : all)
             if (known.id == id) return;
-        all.push_back({id, VhdlArityOf(id)});
+        all.push_back({id, VhdlArity(), false});
     }
     VhdlIdDef* Find(const NameKey& name) const {
         // Most regions declare nothing; skip hashing the name for them.
