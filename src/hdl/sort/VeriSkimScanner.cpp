@@ -3,43 +3,14 @@
 #include <algorithm>
 #include <cstring>
 
+#include "hdl/sv/VeriLexTables.h"
 #include "hdl/sv/VeriLexer.h"
 #include "hdl/sv/VeriMacroExpander.h"
 
 namespace hdl {
 namespace {
 
-enum : uint8_t { CC_IDSTART = 1, CC_IDCHAR = 2, CC_DIGIT = 4, CC_BLANK = 8, CC_NEWLINE = 16 };
-
-struct CharClasses {
-    uint8_t of[256] = {};
-    constexpr CharClasses() {
-        for (int c = 0; c < 256; ++c) {
-            bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-            bool digit = c >= '0' && c <= '9';
-            uint8_t bits = 0;
-            if (letter)
-                bits |= CC_IDSTART | CC_IDCHAR;
-            if (digit)
-                bits |= CC_DIGIT | CC_IDCHAR;
-            if (c == '$')
-                bits |= CC_IDCHAR;
-            if (c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v')
-                bits |= CC_BLANK;
-            if (c == '\n')
-                bits |= CC_NEWLINE;
-            of[c] = bits;
-        }
-    }
-};
-constexpr CharClasses kClasses;
-
-inline bool hasClass(char c, uint8_t bits) { return (kClasses.of[static_cast<unsigned char>(c)] & bits) != 0; }
-inline bool isIdentStart(char c) { return hasClass(c, CC_IDSTART); }
-inline bool isIdentChar(char c) { return hasClass(c, CC_IDCHAR); }
-inline bool isDigit(char c) { return hasClass(c, CC_DIGIT); }
-inline bool isBlank(char c) { return hasClass(c, CC_BLANK); }
-inline bool isSpace(char c) { return hasClass(c, CC_BLANK | CC_NEWLINE); }
+using namespace verilex;
 
 // How a `define body scan treats a character: plain text, a blank, or a closer look.
 enum : uint8_t { kBodyText = 0, kBodyBlank = 1, kBodySpecial = 2 };
@@ -53,65 +24,6 @@ struct DefineBodyClasses {
     }
 };
 constexpr DefineBodyClasses kDefineBodyClass;
-
-// The n - 1 characters after the first of two spellings agree; operators are short.
-inline bool sameTail(const char* a, const char* b, size_t n) {
-    for (size_t i = 1; i < n; ++i)
-        if (a[i] != b[i])
-            return false;
-    return true;
-}
-
-// Keywords bucketed by length and first letter (every keyword starts with a-z): the
-// lexer's table, here where the scanner can inline the look-up.
-struct KeywordTable {
-    static constexpr size_t kMaxLen = 20;
-    struct Entry {
-        const char* text;
-        uint16_t kind;
-        VeriKeywordSet set;
-    };
-    std::vector<Entry> buckets[(kMaxLen + 1) * 26];
-
-    KeywordTable() {
-        for (int k = 0; k < VT_KIND_COUNT; ++k) {
-            if (!isKeywordKind(k))
-                continue;
-            const char* text = tokenText(k);
-            size_t len = std::strlen(text);
-            if (len <= kMaxLen)
-                buckets[len * 26 + size_t(text[0] - 'a')].push_back(Entry{text, uint16_t(k), tokenKeywordSet(k)});
-        }
-    }
-
-    // `word` starts with a lower-case letter.
-    uint16_t find(const char* word, size_t len, VeriKeywordSet set) const {
-        if (len < 2 || len > kMaxLen)
-            return VT_IDENTIFIER;
-        for (const Entry& e : buckets[len * 26 + size_t(word[0] - 'a')]) {
-            size_t i = 1;
-            while (i < len && e.text[i] == word[i])
-                ++i;
-            if (i == len)
-                return e.set > set ? uint16_t(VT_IDENTIFIER) : e.kind;
-        }
-        return VT_IDENTIFIER;
-    }
-};
-
-const KeywordTable& keywordTable() {
-    static const KeywordTable table;
-    return table;
-}
-
-struct OperatorSpelling {
-    std::string_view text;
-    uint16_t kind;
-    VeriKeywordSet set;
-};
-
-// Operator spellings by first character, longest first, for maximal munch.
-const std::vector<OperatorSpelling>* operatorsByFirstChar();
 
 // Where the second character continues no longer spelling, an operator is its first
 // character alone: most operators end without a look at the spelling lists.
@@ -135,60 +47,6 @@ struct ShortOperators {
 const ShortOperators& shortOperators() {
     static const ShortOperators table;
     return table;
-}
-
-const std::vector<OperatorSpelling>* operatorsByFirstChar() {
-    static const std::vector<std::vector<OperatorSpelling>> table = [] {
-        std::vector<std::vector<OperatorSpelling>> t(256);
-        auto add = [&](std::string_view text, uint16_t kind) {
-            t[static_cast<unsigned char>(text[0])].push_back(OperatorSpelling{text, kind, tokenKeywordSet(kind)});
-        };
-        for (int k = 0; k < VT_KIND_COUNT; ++k)
-            if (!isKeywordKind(k) && tokenText(k)[0] != '\0')
-                add(tokenText(k), uint16_t(k));
-        add("^~", VT_XNOR_OP);
-        for (auto& list : t)
-            std::stable_sort(list.begin(), list.end(), [](const OperatorSpelling& a, const OperatorSpelling& b) {
-                return a.text.size() > b.text.size();
-            });
-        return t;
-    }();
-    return table.data();
-}
-
-std::string_view nextWord(std::string_view& s) {
-    size_t b = 0;
-    while (b < s.size() && isSpace(s[b]))
-        ++b;
-    size_t e = b;
-    while (e < s.size() && !isSpace(s[e]))
-        ++e;
-    std::string_view w = s.substr(b, e - b);
-    s.remove_prefix(e);
-    return w;
-}
-
-// +1 for a translate_off comment, -1 for translate_on, 0 otherwise.
-int pragmaDirection(std::string_view body) {
-    static const char* const prefixes[] = {"synopsys", "synthesis", "pragma", "xilinx",
-                                           "cadence", "exemplar", "altera", "ambit"};
-    size_t b = 0;
-    while (b < body.size() && isSpace(body[b]))
-        ++b;
-    if (b == body.size() || !std::strchr("spxcea", body[b]))
-        return 0;
-    std::string_view first = nextWord(body);
-    bool known = false;
-    for (const char* p : prefixes)
-        known = known || first == p;
-    if (!known)
-        return 0;
-    std::string_view second = nextWord(body);
-    if (second == "translate_off" || second == "synthesis_off")
-        return 1;
-    if (second == "translate_on" || second == "synthesis_on")
-        return -1;
-    return 0;
 }
 
 inline bool isBaseLetter(char c) {
