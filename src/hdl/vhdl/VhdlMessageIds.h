@@ -26,6 +26,7 @@ inline constexpr const char* kSyntax = "VHDL-1100";            // error: unexpec
 inline constexpr const char* kEndLabel = "VHDL-1101";          // warning: closing label differs from the opening one
 inline constexpr const char* kTooDeep = "VHDL-1102";           // error: nesting too deep
 inline constexpr const char* kNotInEdition = "VHDL-1103";      // warning: construct of a later edition
+inline constexpr const char* kPslDeclarationPlace = "VHDL-1104"; // warning: PSL declaration among statements
 
 // Files and libraries.
 inline constexpr const char* kAnalyzing = "VHDL-1500";         // info: "analyzing VHDL file '%s' into library '%s'"

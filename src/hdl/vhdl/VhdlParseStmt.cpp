@@ -78,15 +78,21 @@ VhdlTreeNode* VhdlParser::ParseConcurrentStatement() {
         if (mode_ >= VHDL_2008 && Is(VHDL_ID) && Kind(1) != VHDL_LE && Kind(1) != VHDL_DOT &&
             Kind(1) != VHDL_LPAREN && Kind(1) != VHDL_SEMI) {
             // The PSL words are reserved from 2008 on: a verification directive stands
-            // among the statements, a property or sequence declaration must not.
+            // among the statements. A property or sequence declaration belongs in the
+            // declarative part, but simulators take it here too, so it only warns.
             switch (VhdlKeyword(Text(Tok()), VHDL_PSL)) {
             case VHDL_ASSUME: case VHDL_ASSUME_GUARANTEE: case VHDL_COVER: case VHDL_RESTRICT:
             case VHDL_RESTRICT_GUARANTEE: case VHDL_FAIRNESS: case VHDL_STRONG:
                 SkipPslDeclaration();
                 return nullptr;
             case VHDL_PROPERTY: case VHDL_SEQUENCE:
-                SyntaxError("PSL %s declaration among statements", std::string(Text(Tok())).c_str());
+            {
+                ColLineFile loc(fileId_, Tok().line, Tok().col);
+                Message::Warning(vhdl_msg::kPslDeclarationPlace, &loc,
+                                 "PSL %s declaration among statements belongs before 'begin'",
+                                 std::string(Text(Tok())).c_str());
                 SkipPslDeclaration();
+            }
                 return nullptr;
             default: break;
             }
