@@ -12,19 +12,6 @@ namespace {
 
 using namespace verilex;
 
-// How a `define body scan treats a character: plain text, a blank, or a closer look.
-enum : uint8_t { kBodyText = 0, kBodyBlank = 1, kBodySpecial = 2 };
-struct DefineBodyClasses {
-    uint8_t of[256] = {};
-    constexpr DefineBodyClasses() {
-        for (char c : {' ', '\t', '\r', '\f', '\v'})
-            of[static_cast<unsigned char>(c)] = kBodyBlank;
-        for (char c : {'\n', '\\', '"', '/'})
-            of[static_cast<unsigned char>(c)] = kBodySpecial;
-    }
-};
-constexpr DefineBodyClasses kDefineBodyClass;
-
 // Where the second character continues no longer spelling, an operator is its first
 // character alone: most operators end without a look at the spelling lists.
 struct ShortOperators {
@@ -274,22 +261,8 @@ private:
         while (isBlank(peek()))
             ++pos_;
         size_t digits = pos_;
-        for (;;) {
-            char c = peek();
-            char lc = char(c | 0x20);
-            bool ok = c == '_' || c == '?' || lc == 'x' || lc == 'z';
-            if (base == 'b')
-                ok = ok || c == '0' || c == '1';
-            else if (base == 'o')
-                ok = ok || (c >= '0' && c <= '7');
-            else if (base == 'd')
-                ok = ok || isDigit(c);
-            else
-                ok = ok || isDigit(c) || (lc >= 'a' && lc <= 'f');
-            if (!ok)
-                break;
+        while (isBasedDigit(base, peek()))
             ++pos_;
-        }
         return pos_ == digits ? uint16_t(VT_ERROR) : uint16_t(VT_BASED_NUMBER);
     }
 
@@ -607,35 +580,7 @@ private:
 
     // Skips text of a branch not taken, up to the next conditional directive.
     void skipInactive() {
-        size_t p = pos_;
-        while (p < s_.size()) {
-            char c = s_[p];
-            if (c == '/' && p + 1 < s_.size() && s_[p + 1] == '/') {
-                size_t nl = s_.find('\n', p);
-                p = nl == std::string_view::npos ? s_.size() : nl;
-            } else if (c == '/' && p + 1 < s_.size() && s_[p + 1] == '*') {
-                size_t e = s_.find("*/", p + 2);
-                p = e == std::string_view::npos ? s_.size() : e + 2;
-            } else if (c == '"') {
-                for (++p; p < s_.size() && s_[p] != '"' && s_[p] != '\n'; ++p)
-                    if (s_[p] == '\\')
-                        ++p;
-                ++p;
-            } else if (c == '`') {
-                size_t q = p + 1;
-                while (q < s_.size() && isIdentChar(s_[q]))
-                    ++q;
-                std::string_view name = s_.substr(p + 1, q - p - 1);
-                if (name == "ifdef" || name == "ifndef" || name == "elsif" || name == "else" || name == "endif") {
-                    pos_ = p;
-                    return;
-                }
-                p = q;
-            } else {
-                ++p;
-            }
-        }
-        pos_ = s_.size();
+        pos_ = nextConditionalDirective(s_, pos_);
     }
 
     std::string_view s_;

@@ -85,4 +85,33 @@ int pragmaDirection(std::string_view body) {
     return 0;
 }
 
+size_t nextConditionalDirective(std::string_view s, size_t p) {
+    while (p < s.size()) {
+        char c = s[p];
+        if (c == '/' && p + 1 < s.size() && s[p + 1] == '/') {
+            size_t nl = s.find('\n', p);
+            p = nl == std::string_view::npos ? s.size() : nl;
+        } else if (c == '/' && p + 1 < s.size() && s[p + 1] == '*') {
+            size_t e = s.find("*/", p + 2);
+            p = e == std::string_view::npos ? s.size() : e + 2;
+        } else if (c == '"') {
+            for (++p; p < s.size() && s[p] != '"' && s[p] != '\n'; ++p)
+                if (s[p] == '\\')
+                    ++p;
+            ++p;
+        } else if (c == '`') {
+            size_t q = p + 1;
+            while (q < s.size() && isIdentChar(s[q]))
+                ++q;
+            std::string_view name = s.substr(p + 1, q - p - 1);
+            if (name == "ifdef" || name == "ifndef" || name == "elsif" || name == "else" || name == "endif")
+                return p;
+            p = q;
+        } else {
+            ++p;
+        }
+    }
+    return s.size();
+}
+
 } // namespace hdl::verilex

@@ -43,6 +43,34 @@ inline bool isDigit(char c) { return hasClass(c, CC_DIGIT); }
 inline bool isBlank(char c) { return hasClass(c, CC_BLANK); }
 inline bool isSpace(char c) { return hasClass(c, CC_BLANK | CC_NEWLINE); }
 
+// How the scan of a `define body treats a character: plain text extends the body,
+// blanks may be trailing, the rest needs a closer look.
+enum : uint8_t { kBodyText = 0, kBodyBlank = 1, kBodySpecial = 2 };
+struct DefineBodyClasses {
+    uint8_t of[256] = {};
+    inline constexpr DefineBodyClasses() {
+        for (char c : {' ', '\t', '\r', '\f', '\v'})
+            of[static_cast<unsigned char>(c)] = kBodyBlank;
+        for (char c : {'\n', '\\', '"', '/'})
+            of[static_cast<unsigned char>(c)] = kBodySpecial;
+    }
+};
+inline constexpr DefineBodyClasses kDefineBodyClass;
+
+// A digit of a based number in base 'b', 'o', 'd' or 'h' (lower case), with the
+// underscore, x, z and ? that any base takes.
+inline bool isBasedDigit(char base, char c) {
+    char lc = char(c | 0x20);
+    if (c == '_' || c == '?' || lc == 'x' || lc == 'z')
+        return true;
+    switch (base) {
+    case 'b': return c == '0' || c == '1';
+    case 'o': return c >= '0' && c <= '7';
+    case 'd': return isDigit(c);
+    default: return isDigit(c) || (lc >= 'a' && lc <= 'f');
+    }
+}
+
 // The n - 1 characters after the first of two spellings agree. Keywords and
 // operators are short: an inline loop beats a call to memcmp.
 inline bool sameTail(const char* a, const char* b, size_t n) {
@@ -94,5 +122,10 @@ const std::vector<OperatorSpelling>* operatorsByFirstChar();
 // +1 for a translate_off or synthesis_off comment, -1 for translate_on or
 // synthesis_on, 0 for any other comment body.
 int pragmaDirection(std::string_view body);
+
+// Where the next `ifdef, `ifndef, `elsif, `else or `endif at or after `from` starts
+// (its backquote), passing over comments and strings; the text's size when none does.
+// Inactive branches are skipped this way without being lexed.
+size_t nextConditionalDirective(std::string_view text, size_t from);
 
 } // namespace hdl::verilex

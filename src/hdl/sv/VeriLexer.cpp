@@ -287,22 +287,8 @@ VeriToken VeriLexer::lexBasedTail(size_t start, size_t tickPos) {
     while (isBlank(peek()))
         ++pos_;
     size_t digits = pos_;
-    for (;;) {
-        char c = peek();
-        char lc = char(c | 0x20);
-        bool ok = c == '_' || c == '?' || lc == 'x' || lc == 'z';
-        if (base == 'b')
-            ok = ok || c == '0' || c == '1';
-        else if (base == 'o')
-            ok = ok || (c >= '0' && c <= '7');
-        else if (base == 'd')
-            ok = ok || isDigit(c);
-        else
-            ok = ok || isDigit(c) || (lc >= 'a' && lc <= 'f');
-        if (!ok)
-            break;
+    while (isBasedDigit(base, peek()))
         ++pos_;
-    }
     if (pos_ == digits) {
         error(veri_msg::BadNumber, start, "%s", "based number has no digits");
         return make(VT_ERROR, start);

@@ -4,6 +4,7 @@
 #include <deque>
 
 #include "hdl/base/Message.h"
+#include "hdl/sv/VeriLexTables.h"
 #include "hdl/sv/VeriLexer.h"
 #include "hdl/sv/VeriMacroExpander.h"
 #include "hdl/sv/VeriMessageIds.h"
@@ -22,27 +23,13 @@ constexpr size_t kMaxFrames = 256;
 // Expansion text kept by one preprocessor (tokens view it until the preprocessor dies).
 constexpr size_t kMaxExpansionBytes = size_t(512) << 20;
 
-bool isIdentStart(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-}
-bool isIdentChar(char c) {
-    return isIdentStart(c) || (c >= '0' && c <= '9') || c == '$';
-}
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v'; }
+using verilex::isBlank;
+using verilex::isIdentChar;
+using verilex::isIdentStart;
 
-// How the scan of a `define body treats a character: plain text extends the body,
-// blanks may be trailing, the rest needs a closer look.
-enum : uint8_t { kBodyText = 0, kBodyBlank = 1, kBodySpecial = 2 };
-struct DefineBodyClasses {
-    uint8_t of[256] = {};
-    constexpr DefineBodyClasses() {
-        for (char c : {' ', '\t', '\r', '\f', '\v'})
-            of[static_cast<unsigned char>(c)] = kBodyBlank;
-        for (char c : {'\n', '\\', '"', '/'})
-            of[static_cast<unsigned char>(c)] = kBodySpecial;
-    }
-};
-constexpr DefineBodyClasses kDefineBodyClass;
+using verilex::kBodyBlank;
+using verilex::kBodyText;
+using verilex::kDefineBodyClass;
 
 std::string_view trim(std::string_view s) {
     while (!s.empty() && (isBlank(s.front()) || s.front() == '\n'))
@@ -213,37 +200,7 @@ struct VeriPreprocessor::Impl {
 
     // Skips text of a branch not taken, up to the next conditional directive.
     void skipInactive(VeriFrame& f) {
-        std::string_view s = f.lexer.text();
-        size_t p = f.lexer.pos();
-        while (p < s.size()) {
-            char c = s[p];
-            if (c == '/' && p + 1 < s.size() && s[p + 1] == '/') {
-                size_t nl = s.find('\n', p);
-                p = nl == std::string_view::npos ? s.size() : nl;
-            } else if (c == '/' && p + 1 < s.size() && s[p + 1] == '*') {
-                size_t e = s.find("*/", p + 2);
-                p = e == std::string_view::npos ? s.size() : e + 2;
-            } else if (c == '"') {
-                for (++p; p < s.size() && s[p] != '"' && s[p] != '\n'; ++p)
-                    if (s[p] == '\\')
-                        ++p;
-                ++p;
-            } else if (c == '`') {
-                size_t q = p + 1;
-                while (q < s.size() && isIdentChar(s[q]))
-                    ++q;
-                std::string_view name = s.substr(p + 1, q - p - 1);
-                if (name == "ifdef" || name == "ifndef" || name == "elsif" || name == "else" ||
-                    name == "endif") {
-                    f.lexer.setPos(p);
-                    return;
-                }
-                p = q;
-            } else {
-                ++p;
-            }
-        }
-        f.lexer.setPos(s.size());
+        f.lexer.setPos(verilex::nextConditionalDirective(f.lexer.text(), f.lexer.pos()));
     }
 
     // --- reading directive operands from the raw text -------------------------------
