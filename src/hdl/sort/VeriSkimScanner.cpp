@@ -207,28 +207,10 @@ private:
     }
 
     void skipTranslateOff() {
-        size_t p = pos_;
-        while (p < s_.size()) {
-            char c = s_[p];
-            if (c == '/' && p + 1 < s_.size() && (s_[p + 1] == '/' || s_[p + 1] == '*')) {
-                bool line = s_[p + 1] == '/';
-                size_t end = line ? s_.find('\n', p) : s_.find("*/", p + 2);
-                if (end == std::string_view::npos)
-                    end = s_.size();
-                std::string_view body = s_.substr(p + 2, end - p - 2);
-                p = line ? end : std::min(end + 2, s_.size());
-                if (pragmaDirection(body) < 0) {
-                    pos_ = p;
-                    return;
-                }
-                continue;
-            }
-            if (c == '"') {
-                ++p;
-                while (p < s_.size() && s_[p] != '"' && s_[p] != '\n')
-                    p += s_[p] == '\\' ? 2 : 1;
-            }
-            ++p;
+        size_t end = translateOnEnd(s_, pos_);
+        if (end != std::string_view::npos) {
+            pos_ = end;
+            return;
         }
         pos_ = s_.size();
         ok_ = false; // translate_off never turned on again
@@ -452,34 +434,8 @@ private:
         size_t slash = line.find('/');
         int unit = 0;
         int precision = 0;
-        return slash != std::string_view::npos && timeExponent(trim(line.substr(0, slash)), unit) &&
-               timeExponent(trim(line.substr(slash + 1)), precision) && precision <= unit;
-    }
-
-    static std::string_view trim(std::string_view t) {
-        while (!t.empty() && isSpace(t.front()))
-            t.remove_prefix(1);
-        while (!t.empty() && isSpace(t.back()))
-            t.remove_suffix(1);
-        return t;
-    }
-
-    static bool timeExponent(std::string_view text, int& exponent) {
-        static const std::pair<std::string_view, int> units[] = {
-            {"s", 0}, {"ms", -3}, {"us", -6}, {"ns", -9}, {"ps", -12}, {"fs", -15}};
-        size_t digits = 0;
-        while (digits < text.size() && isDigit(text[digits]))
-            ++digits;
-        std::string_view magnitude = text.substr(0, digits);
-        int scale = magnitude == "1" ? 0 : magnitude == "10" ? 1 : magnitude == "100" ? 2 : -1;
-        std::string_view unit = trim(text.substr(digits));
-        for (const auto& [name, e] : units) {
-            if (scale >= 0 && unit == name) {
-                exponent = e + scale;
-                return true;
-            }
-        }
-        return false;
+        return slash != std::string_view::npos && timeValueExponent(trim(line.substr(0, slash)), unit) &&
+               timeValueExponent(trim(line.substr(slash + 1)), precision) && precision <= unit;
     }
 
     bool conditional(std::string_view dir) {

@@ -114,4 +114,54 @@ size_t nextConditionalDirective(std::string_view s, size_t p) {
     return s.size();
 }
 
+size_t translateOnEnd(std::string_view text, size_t p) {
+    while (p < text.size()) {
+        char c = text[p];
+        if (c == '/' && p + 1 < text.size() && (text[p + 1] == '/' || text[p + 1] == '*')) {
+            bool line = text[p + 1] == '/';
+            size_t end = line ? text.find('\n', p) : text.find("*/", p + 2);
+            if (end == std::string_view::npos)
+                end = text.size();
+            std::string_view body = text.substr(p + 2, end - p - 2);
+            p = line ? end : std::min(end + 2, text.size());
+            if (pragmaDirection(body) < 0)
+                return p;
+            continue;
+        }
+        if (c == '"') {
+            ++p;
+            while (p < text.size() && text[p] != '"' && text[p] != '\n')
+                p += text[p] == '\\' ? 2 : 1;
+        }
+        ++p;
+    }
+    return std::string_view::npos;
+}
+
+std::string_view trim(std::string_view s) {
+    while (!s.empty() && (isBlank(s.front()) || s.front() == '\n'))
+        s.remove_prefix(1);
+    while (!s.empty() && (isBlank(s.back()) || s.back() == '\n'))
+        s.remove_suffix(1);
+    return s;
+}
+
+bool timeValueExponent(std::string_view text, int& exponent) {
+    static const std::pair<std::string_view, int> units[] = {
+        {"s", 0}, {"ms", -3}, {"us", -6}, {"ns", -9}, {"ps", -12}, {"fs", -15}};
+    size_t digits = 0;
+    while (digits < text.size() && text[digits] >= '0' && text[digits] <= '9')
+        ++digits;
+    std::string_view magnitude = text.substr(0, digits);
+    int scale = magnitude == "1" ? 0 : magnitude == "10" ? 1 : magnitude == "100" ? 2 : -1;
+    std::string_view unit = trim(text.substr(digits));
+    for (const auto& [name, e] : units) {
+        if (scale >= 0 && unit == name) {
+            exponent = e + scale;
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace hdl::verilex

@@ -128,4 +128,16 @@ int pragmaDirection(std::string_view body);
 // Inactive branches are skipped this way without being lexed.
 size_t nextConditionalDirective(std::string_view text, size_t from);
 
+// Where the text dropped by a translate_off (or synthesis_off) comment ends: just after
+// the comment that turns reading on again, found from `from` on (quotes still hide
+// comment markers up to their line end); npos when no such comment follows.
+size_t translateOnEnd(std::string_view text, size_t from);
+
+// The text without blanks and line ends at either end.
+std::string_view trim(std::string_view s);
+
+// Exponent of ten of a time value such as "10ns" (1 s is 0, 1 fs is -15); false when
+// the text is not 1, 10 or 100 followed by a time unit.
+bool timeValueExponent(std::string_view text, int& exponent);
+
 } // namespace hdl::verilex

@@ -154,29 +154,10 @@ void VeriLexer::checkPragma(std::string_view body) {
 }
 
 void VeriLexer::skipTranslateOff(size_t startPos) {
-    size_t p = startPos;
-    while (p < text_.size()) {
-        char c = text_[p];
-        if (c == '/' && p + 1 < text_.size() && (text_[p + 1] == '/' || text_[p + 1] == '*')) {
-            bool line = text_[p + 1] == '/';
-            size_t end = line ? text_.find('\n', p) : text_.find("*/", p + 2);
-            if (end == std::string_view::npos)
-                end = text_.size();
-            std::string_view body = text_.substr(p + 2, end - p - 2);
-            p = line ? end : std::min(end + 2, text_.size());
-            if (pragmaDirection(body) < 0) {
-                pos_ = p;
-                return;
-            }
-            continue;
-        }
-        if (c == '"') {
-            // A quote in dropped text still hides comment markers up to its line end.
-            ++p;
-            while (p < text_.size() && text_[p] != '"' && text_[p] != '\n')
-                p += text_[p] == '\\' ? 2 : 1;
-        }
-        ++p;
+    size_t end = translateOnEnd(text_, startPos);
+    if (end != std::string_view::npos) {
+        pos_ = end;
+        return;
     }
     ColLineFile loc = positionAt(startPos);
     Message::Warning(veri_msg::TranslateOffOpen, &loc, "%s",

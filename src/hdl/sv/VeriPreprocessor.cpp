@@ -31,33 +31,8 @@ using verilex::kBodyBlank;
 using verilex::kBodyText;
 using verilex::kDefineBodyClass;
 
-std::string_view trim(std::string_view s) {
-    while (!s.empty() && (isBlank(s.front()) || s.front() == '\n'))
-        s.remove_prefix(1);
-    while (!s.empty() && (isBlank(s.back()) || s.back() == '\n'))
-        s.remove_suffix(1);
-    return s;
-}
-
-// Exponent of ten of a time value such as "10ns" (1 s is 0, 1 fs is -15); false when
-// the text is not 1, 10 or 100 followed by a time unit.
-bool timeValueExponent(std::string_view text, int& exponent) {
-    static const std::pair<std::string_view, int> units[] = {
-        {"s", 0}, {"ms", -3}, {"us", -6}, {"ns", -9}, {"ps", -12}, {"fs", -15}};
-    size_t digits = 0;
-    while (digits < text.size() && text[digits] >= '0' && text[digits] <= '9')
-        ++digits;
-    std::string_view magnitude = text.substr(0, digits);
-    int scale = magnitude == "1" ? 0 : magnitude == "10" ? 1 : magnitude == "100" ? 2 : -1;
-    std::string_view unit = trim(text.substr(digits));
-    for (const auto& [name, e] : units) {
-        if (scale >= 0 && unit == name) {
-            exponent = e + scale;
-            return true;
-        }
-    }
-    return false;
-}
+using verilex::timeValueExponent;
+using verilex::trim;
 
 VeriKeywordSet keywordSetOfLanguage(unsigned language) {
     switch (language) {
