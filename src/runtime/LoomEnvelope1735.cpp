@@ -1,44 +1,127 @@
 #include "runtime/LoomEnvelope1735.h"
 
-#include <fstream>
-#include <memory>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
 #include <string>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
 
-std::istream* LoomEnvelope1735::getPlnStream(const std::string& path, eNeedDecrypt& state,
-                                             ieee1735::RightsEval::EvalContextEnum,
-                                             const std::function<void(const std::string&, int)>&) {
-    auto in = std::make_unique<std::ifstream>(path, std::ios::binary);
-    if (!in->is_open())
-        throw EnvelopeDiag(path, "cannot open " + path);
-    if (state == NeedDecrypt_Maybe) {
-        state = sniffOutTickProtect(*in) < 0 ? NeedDecrypt_No : NeedDecrypt_Yes;
-        in->clear();
-        in->seekg(0);
+namespace {
+
+// A file's whole text, owned by the stream that reads it: the protection sniff and the
+// reader share one read of the file, and the reader learns the size without a syscall.
+class TextBuffer : public std::streambuf {
+public:
+    explicit TextBuffer(std::string text) : text_(std::move(text)) {
+        char* b = text_.data();
+        setg(b, b, b + text_.size());
     }
-    return in.release();
+
+protected:
+    pos_type seekoff(off_type off, std::ios::seekdir dir, std::ios::openmode which) override {
+        if (!(which & std::ios::in))
+            return pos_type(off_type(-1));
+        off_type base = dir == std::ios::beg ? 0 : dir == std::ios::cur ? gptr() - eback() : egptr() - eback();
+        off_type at = base + off;
+        if (at < 0 || at > egptr() - eback())
+            return pos_type(off_type(-1));
+        setg(eback(), eback() + at, egptr());
+        return pos_type(at);
+    }
+    pos_type seekpos(pos_type pos, std::ios::openmode which) override {
+        return seekoff(off_type(pos), std::ios::beg, which);
+    }
+
+private:
+    std::string text_;
+};
+
+class TextStream : public std::istream {
+public:
+    explicit TextStream(std::string text) : std::istream(nullptr), buffer_(std::move(text)) { rdbuf(&buffer_); }
+
+private:
+    TextBuffer buffer_;
+};
+
+bool isNullDevice(const struct stat& st) {
+    struct stat null;
+    return S_ISCHR(st.st_mode) && ::stat("/dev/null", &null) == 0 && st.st_rdev == null.st_rdev;
 }
 
-// Reads the stream whole and looks at each "protect": after a backquote (`protect),
-// after "`pragma " or, as VHDL writes it, first on a line before " begin_protected".
-long LoomEnvelope1735::sniffOutTickProtect(std::istream& in) {
-    // Block reads from the buffer: a character iterator costs more than the search.
+// open, fstat, one read of the known size (a short read of a regular file is its end),
+// close. Only regular files and the null device are read: a directory fails, and a
+// pipe or another device could block or never end (hence the open without blocking).
+std::string readWhole(const std::string& path) {
+    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0)
+        throw LoomEnvelope1735::EnvelopeDiag(path, "cannot open " + path);
+    struct stat st;
+    bool regular = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+    if (!regular && !isNullDevice(st)) {
+        ::close(fd);
+        throw LoomEnvelope1735::EnvelopeDiag(path, "cannot read " + path + ": not a regular file");
+    }
     std::string text;
-    char block[1 << 14];
-    std::streambuf* buf = in.rdbuf();
-    for (std::streamsize n; buf && (n = buf->sgetn(block, sizeof block)) > 0;)
-        text.append(block, static_cast<size_t>(n));
-    const std::string word = "protect";
-    for (size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) {
+    size_t want = regular ? size_t(st.st_size) + 1 : size_t(1) << 16;
+    for (;;) {
+        size_t had = text.size();
+        text.resize(had + want);
+        ssize_t got;
+        do
+            got = ::read(fd, text.data() + had, want);
+        while (got < 0 && errno == EINTR);
+        if (got < 0) {
+            int error = errno;
+            ::close(fd);
+            throw LoomEnvelope1735::EnvelopeDiag(path, "cannot read " + path + ": " + std::strerror(error));
+        }
+        text.resize(had + size_t(got));
+        if (got == 0 || (regular && size_t(got) < want))
+            break;
+        want = size_t(1) << 16;
+    }
+    ::close(fd);
+    return text;
+}
+
+// The first protect directive: after a backquote (`protect), after "`pragma " or, as
+// VHDL writes it, first on a line before " begin_protected".
+long findTickProtect(std::string_view text) {
+    const std::string_view word = "protect";
+    for (size_t at = text.find(word); at != std::string_view::npos; at = text.find(word, at + 1)) {
         if (at > 0 && text[at - 1] == '`')
             return static_cast<long>(at - 1);
         if (at >= 8 && text.compare(at - 8, 8, "`pragma ") == 0)
             return static_cast<long>(at - 8);
         size_t lineStart = text.find_last_of('\n', at);
-        lineStart = lineStart == std::string::npos ? 0 : lineStart + 1;
+        lineStart = lineStart == std::string_view::npos ? 0 : lineStart + 1;
         if (text.find_first_not_of(" \t", lineStart) == at && text.compare(at + word.size(), 16, " begin_protected") == 0)
             return static_cast<long>(at);
     }
     return -1;
+}
+
+} // namespace
+
+std::istream* LoomEnvelope1735::getPlnStream(const std::string& path, eNeedDecrypt& state,
+                                             ieee1735::RightsEval::EvalContextEnum,
+                                             const std::function<void(const std::string&, int)>&) {
+    std::string text = readWhole(path);
+    if (state == NeedDecrypt_Maybe)
+        state = findTickProtect(text) < 0 ? NeedDecrypt_No : NeedDecrypt_Yes;
+    return new TextStream(std::move(text));
+}
+
+long LoomEnvelope1735::sniffOutTickProtect(std::istream& in) {
+    std::string text;
+    char block[1 << 14];
+    std::streambuf* buf = in.rdbuf();
+    for (std::streamsize n; buf && (n = buf->sgetn(block, sizeof block)) > 0;)
+        text.append(block, static_cast<size_t>(n));
+    return findTickProtect(text);
 }
 
 unsigned LoomEnvelopeMap1735::getOriginalLineNo(const char*, unsigned line) { return line; }

@@ -19,12 +19,20 @@ bool SourceStream::fail() const { return !in_ || in_->fail(); }
 
 bool SourceStream::ReadAll(std::string& out) {
     if (!is_open()) return false;
-    char buffer[1 << 16];
-    while (*in_) {
-        in_->read(buffer, sizeof buffer);
-        out.append(buffer, static_cast<size_t>(in_->gcount()));
+    // A stream that knows how much it holds (a file's text in memory, a file buffer)
+    // is read in one piece; the rest block by block.
+    std::streambuf* buf = in_->rdbuf();
+    if (!buf) return false;
+    std::streamsize avail = buf->in_avail();
+    if (avail > 0) {
+        size_t had = out.size();
+        out.resize(had + size_t(avail));
+        out.resize(had + size_t(buf->sgetn(out.data() + had, avail)));
     }
-    return !in_->bad();
+    char block[1 << 16];
+    for (std::streamsize n; (n = buf->sgetn(block, sizeof block)) > 0;)
+        out.append(block, size_t(n));
+    return true;
 }
 
 std::unique_ptr<SourceStream> OpenSourceStream(StreamCallBack callback, const char* name) {

@@ -118,25 +118,6 @@ VeriKeywordSet keywordSetOf(unsigned lang) {
     }
 }
 
-// Reads what is left in the stream. A seekable stream tells its size, and the text
-// is read in one go; other streams, or one that gives less than it said, are read
-// piece by piece to their end.
-bool readText(SourceStream& stream, std::string& text) {
-    if (!stream.is_open())
-        return false;
-    std::streambuf* buf = stream.stream()->rdbuf();
-    std::streamoff here = buf->pubseekoff(0, std::ios::cur, std::ios::in);
-    std::streamoff end = buf->pubseekoff(0, std::ios::end, std::ios::in);
-    if (here >= 0 && end > here && buf->pubseekpos(here, std::ios::in) == here) {
-        text.resize(size_t(end - here));
-        std::streamsize got = buf->sgetn(text.data(), end - here);
-        text.resize(size_t(got));
-        if (got == end - here)
-            return true;
-    }
-    return stream.ReadAll(text);
-}
-
 // The file's stream stays open while its tokens are read, so that the streams of its
 // includes nest inside it. The skim's scanner reads the text unless it includes a
 // file, uses a macro or needs another directive that only the preprocessor obeys
@@ -146,7 +127,7 @@ bool readVerilog(FileElement& element) {
     auto stream = OpenSourceStream(s.callback, element.fileName.c_str());
     std::string& text = s.text;
     text.clear();
-    if (!readText(*stream, text)) {
+    if (!stream->ReadAll(text)) {
         Message::Error(veri_msg::OpenFailed, nullptr, "cannot open file '%s'", element.fileName.c_str());
         return false;
     }
@@ -190,7 +171,7 @@ bool readVhdl(FileElement& element) {
     text.clear();
     {
         auto stream = OpenSourceStream(s.callback, element.fileName.c_str());
-        if (!readText(*stream, text)) {
+        if (!stream->ReadAll(text)) {
             Message::Error(vhdl_msg::kCannotOpen, nullptr, "cannot open file '%s'", element.fileName.c_str());
             return false;
         }

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <sstream>
+#include <sys/stat.h>
 
 #include "SkimProject.h"
 #include "sift/scan/HADLIncludeTracer.h"
@@ -68,6 +69,43 @@ TEST(InputChain, StreamsCarryTheirNameAndMissingFilesAreNotOpen) {
     EXPECT_EQ(text, "text");
     std::unique_ptr<hdl::SourceStream> missing(openSourceStream(p.files.path("none.v").c_str()));
     EXPECT_FALSE(missing->is_open());
+}
+
+// Only regular files and the null device are read: a directory fails with a message,
+// a pipe with no writer must not block the run.
+TEST(InputChain, ReadsOnlyRegularFilesAndTheNullDevice) {
+    SkimProject p;
+    std::string dir = p.files.path("adir");
+    std::string fifo = p.files.path("apipe");
+    ASSERT_EQ(::mkdir(dir.c_str(), 0755), 0);
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0644), 0);
+    for (const std::string& path : {dir, fifo}) {
+        std::unique_ptr<hdl::SourceStream> s(openSourceStream(path.c_str()));
+        EXPECT_FALSE(s->is_open()) << path;
+    }
+    std::unique_ptr<hdl::SourceStream> null(openSourceStream("/dev/null"));
+    std::string text = "kept";
+    EXPECT_TRUE(null->ReadAll(text));
+    EXPECT_EQ(text, "kept");
+}
+
+// The text read for the protection sniff is what the reader gets, from any position
+// the reader seeks to, for files larger than any read block.
+TEST(InputChain, StreamTextIsTheWholeFileAndSeekable) {
+    SkimProject p;
+    std::string big;
+    for (int i = 0; big.size() < 200000; ++i)
+        big += "module m" + std::to_string(i) + "; endmodule\n";
+    p.write("big.v", big);
+    std::unique_ptr<hdl::SourceStream> s(openSourceStream(p.files.path("big.v").c_str()));
+    std::streambuf* buf = s->stream()->rdbuf();
+    EXPECT_EQ(buf->pubseekoff(0, std::ios::end, std::ios::in), std::streamoff(big.size()));
+    EXPECT_EQ(buf->pubseekoff(-11, std::ios::cur, std::ios::in), std::streamoff(big.size() - 11));
+    EXPECT_EQ(buf->pubseekoff(1, std::ios::end, std::ios::in), std::streamoff(-1));
+    EXPECT_EQ(buf->pubseekpos(7, std::ios::in), std::streamoff(7));
+    std::string text;
+    EXPECT_TRUE(s->ReadAll(text));
+    EXPECT_EQ(text, big.substr(7));
 }
 
 TEST(InputChain, TracerRecordsNestingThroughTheStreams) {
