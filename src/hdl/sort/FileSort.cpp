@@ -1,6 +1,7 @@
 #include "hdl/sort/FileSort.h"
 
 #include <algorithm>
+#include <deque>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -39,11 +40,13 @@ struct SortState {
     // The preprocessor shared by files of one compilation unit, when they share one.
     std::unique_ptr<VeriPreprocessor> sharedUnit;
     // Macros defined before a file begins, without and with the SystemVerilog
-    // coverage constants; views into `defines`, built again after it changes.
-    std::unordered_set<std::string_view> predefined[2];
+    // coverage constants; built again after the definitions change.
+    VeriMacroTable predefined[2];
     bool predefinedBuilt = false;
-    // Text and token buffers reused from file to file.
+    // Text and token buffers reused from file to file; `included` keeps the texts of
+    // a file's includes and macro expansions that its tokens view.
     std::string text;
+    std::deque<std::string> included;
     std::vector<VeriSkimToken> tokens;
     std::vector<VhdlSkimToken> vhdlTokens;
 };
@@ -77,21 +80,13 @@ std::unique_ptr<VeriPreprocessor> newPreprocessor(unsigned lang) {
     return std::make_unique<VeriPreprocessor>(std::move(options));
 }
 
-const std::unordered_set<std::string_view>& predefinedMacros(unsigned ppLanguage) {
+const VeriMacroTable& predefinedMacros(unsigned ppLanguage) {
     SortState& s = state();
     if (!s.predefinedBuilt) {
-        // The preprocessor's own definitions before those of the command line.
-        static const char* const coverage[] = {
-            "SV_COV_START",     "SV_COV_STOP",      "SV_COV_RESET",     "SV_COV_CHECK",  "SV_COV_MODULE",
-            "SV_COV_HIER",      "SV_COV_ASSERTION", "SV_COV_FSM_STATE", "SV_COV_STATEMENT", "SV_COV_TOGGLE",
-            "SV_COV_OVERFLOW",  "SV_COV_ERROR",     "SV_COV_NOCOV",     "SV_COV_OK",     "SV_COV_PARTIAL"};
-        for (auto& set : s.predefined)
-            set.clear();
-        for (const char* name : coverage)
-            s.predefined[1].insert(name);
-        for (const std::string& def : s.defines)
-            for (auto& set : s.predefined)
-                set.insert(std::string_view(def).substr(0, def.find('=')));
+        for (unsigned k = 0; k < 2; ++k) {
+            s.predefined[k].clear();
+            predefineMacros(s.predefined[k], k ? 5 : 1, s.defines);
+        }
         s.predefinedBuilt = true;
     }
     return s.predefined[ppLanguage >= 3 ? 1 : 0];
@@ -119,8 +114,8 @@ VeriKeywordSet keywordSetOf(unsigned lang) {
 }
 
 // The file's stream stays open while its tokens are read, so that the streams of its
-// includes nest inside it. The skim's scanner reads the text unless it includes a
-// file, uses a macro or needs another directive that only the preprocessor obeys
+// includes nest inside it. The skim's scanner reads the text unless it needs a
+// directive that only the preprocessor obeys or something the preprocessor reports
 // (and, in a shared compilation unit, unless it holds a backquote at all).
 bool readVerilog(FileElement& element) {
     SortState& s = state();
@@ -133,6 +128,7 @@ bool readVerilog(FileElement& element) {
     }
     std::vector<VeriSkimToken>& tokens = s.tokens;
     tokens.clear();
+    s.included.clear();
     bool backquote = std::memchr(text.data(), '`', text.size()) != nullptr;
     unsigned ppLanguage = preprocessorLanguage(element.language);
     std::unique_ptr<VeriPreprocessor> own;
@@ -143,7 +139,10 @@ bool readVerilog(FileElement& element) {
         options.ignoreTranslateOff = s.ignoreTranslateOff;
         options.preprocess = backquote;
         options.predefined = &predefinedMacros(ppLanguage);
-        scanned = veriSkimScan(text, options, tokens);
+        options.fileName = element.fileName;
+        options.includeDirs = &s.includeDirs;
+        options.streamCallBack = s.callback;
+        scanned = veriSkimScan(text, options, tokens, s.included);
     }
     if (!scanned) {
         tokens.clear();

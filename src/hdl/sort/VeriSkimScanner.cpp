@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 
+#include "hdl/base/LineFile.h"
 #include "hdl/sv/VeriLexTables.h"
 #include "hdl/sv/VeriLexer.h"
 #include "hdl/sv/VeriMacroExpander.h"
@@ -43,6 +45,13 @@ inline bool isBaseLetter(char c) {
     }
 }
 
+// The preprocessor's limits: beyond them it reports, so the scanner gives up first.
+constexpr size_t kMaxIncludeDepth = 64;
+constexpr size_t kMaxSelfNesting = 2;
+constexpr size_t kMaxIncludes = 100000;
+constexpr size_t kMaxFrames = 256;
+constexpr size_t kMaxExpansionBytes = size_t(512) << 20;
+
 struct Cond {
     bool active = false;
     bool parentActive = false;
@@ -52,16 +61,34 @@ struct Cond {
 
 class Scanner {
 public:
-    Scanner(std::string_view text, const VeriSkimScanOptions& options, std::vector<VeriSkimToken>& out)
-        : s_(text), o_(options), out_(out) {}
+    Scanner(std::string_view text, const VeriSkimScanOptions& options, std::vector<VeriSkimToken>& out,
+            std::deque<std::string>& texts)
+        : s_(text), o_(options), out_(out), texts_(texts), expander_(table_) {
+        Frame main;
+        main.isFile = true;
+        main.name = options.fileName;
+        main.dir = FileSystem::DirectoryPath(std::string(options.fileName));
+        frames_.push_back(std::move(main));
+        expander_.setQuiet(true);
+    }
+
+    // Innermost first, so that a tracing stream callback sees leaves in nesting order.
+    ~Scanner() {
+        while (!frames_.empty())
+            frames_.pop_back();
+    }
 
     bool run() {
         while (ok_) {
             if (!conds_.empty() && !conds_.back().active)
                 skipInactive();
             skipTrivia();
-            if (pos_ >= s_.size())
-                return ok_ && conds_.empty();
+            if (pos_ >= s_.size()) {
+                if (frames_.size() == 1)
+                    return ok_ && conds_.empty();
+                popFrame();
+                continue;
+            }
             size_t start = pos_;
             char c = s_[pos_];
             if (isIdentStart(c)) {
@@ -93,8 +120,10 @@ public:
                 break;
             case '\\':
                 ++pos_;
-                while (pos_ < s_.size() && !isSpace(s_[pos_]))
+                while (pos_ < s_.size() && !isSpace(s_[pos_])) {
+                    ok_ = ok_ && s_[pos_] != VeriMacroExpander::kPlaceMarker;
                     ++pos_;
+                }
                 emit(pos_ == start + 1 ? uint16_t(VT_ERROR) : uint16_t(VT_ESCAPED_IDENTIFIER), start);
                 break;
             case '"':
@@ -107,6 +136,7 @@ public:
                     char ch = s_[pos_++];
                     if (ch == '"')
                         break;
+                    ok_ = ok_ && ch != VeriMacroExpander::kPlaceMarker;
                     if (ch == '\\' && pos_ < s_.size())
                         ++pos_;
                 }
@@ -346,12 +376,92 @@ private:
 
     // --- directives ---------------------------------------------------------------------
 
-    bool isDefined(std::string_view name) const {
-        return own_ ? defined_.count(name) != 0 : o_.predefined && o_.predefined->count(name) != 0;
+    // --- frames: the file, its includes and macro expansions, innermost last ---------
+
+    struct Frame {
+        std::string_view text; // saved while an inner frame is read
+        size_t pos = 0;
+        uint16_t lastKind = VT_EOF;
+        bool isFile = false;
+        size_t condFloor = 0; // conditionals opened before the file began
+        std::string_view name;
+        std::string dir;
+        std::unique_ptr<SourceStream> stream; // open until the file is done
+        // Positions, for macro texts that hold where they were defined or used; the
+        // file id is taken at the first need, and lines are counted forward.
+        uint32_t fileId = 0;
+        size_t trackPos = 0;
+        size_t lineStart = 0;
+        uint32_t line = 1;
+    };
+
+    // Where `at` of the current text lies, as the preprocessor's lexer gives it; no
+    // position inside a macro text, where only the preprocessor knows the origins.
+    ColLineFile positionAt(size_t at) {
+        Frame& f = frames_.back();
+        if (!f.isFile)
+            return ColLineFile();
+        if (f.fileId == 0)
+            f.fileId = LineFile::GetFileId(std::string(f.name));
+        if (at < f.trackPos) {
+            f.trackPos = f.lineStart = 0;
+            f.line = 1;
+        }
+        for (const char* p = s_.data() + f.trackPos; f.trackPos < at;) {
+            const void* nl = std::memchr(p, '\n', at - f.trackPos);
+            if (!nl) {
+                f.trackPos = at;
+                break;
+            }
+            f.trackPos = size_t(static_cast<const char*>(nl) - s_.data()) + 1;
+            f.lineStart = f.trackPos;
+            ++f.line;
+            p = s_.data() + f.trackPos;
+        }
+        return ColLineFile(f.fileId, f.line, uint32_t(at - f.lineStart + 1));
     }
+
+    void pushFrame(Frame frame, std::string_view text) {
+        Frame& outer = frames_.back();
+        outer.text = s_;
+        outer.pos = pos_;
+        outer.lastKind = lastKind_;
+        frames_.push_back(std::move(frame));
+        s_ = text;
+        pos_ = 0;
+        lastKind_ = VT_EOF;
+    }
+
+    void popFrame() {
+        // The preprocessor reports a conditional left open at the end of a file.
+        if (frames_.back().isFile && conds_.size() > frames_.back().condFloor)
+            ok_ = false;
+        frames_.pop_back();
+        const Frame& outer = frames_.back();
+        s_ = outer.text;
+        pos_ = outer.pos;
+        lastKind_ = outer.lastKind;
+    }
+
+    const Frame& innermostFile() const {
+        for (auto it = frames_.rbegin(); it != frames_.rend(); ++it)
+            if (it->isFile)
+                return *it;
+        return frames_.front();
+    }
+
+    // --- macros: the predefined ones until the text changes any ----------------------
+
+    const VeriMacro* findMacro(std::string_view name) const {
+        if (own_)
+            return table_.find(name);
+        return o_.predefined ? o_.predefined->find(name) : nullptr;
+    }
+    bool isDefined(std::string_view name) const { return findMacro(name) != nullptr; }
     void ownDefinitions() {
         if (!own_ && o_.predefined)
-            defined_ = *o_.predefined;
+            for (const VeriMacro* m : o_.predefined->definedMacros())
+                table_.define(*m);
         own_ = true;
     }
 
@@ -396,9 +506,20 @@ private:
         if (name == "undef") {
             std::string_view macro = readName();
             ownDefinitions();
-            defined_.erase(macro);
+            table_.undefine(macro);
             return !macro.empty();
         }
+        if (name == "undefineall") {
+            ownDefinitions();
+            table_.undefineAll();
+            return true;
+        }
+        if (name == "include")
+            return include();
+        if (name == "pragma")
+            return pragma();
+        if (name == "__FILE__" || name == "__LINE__")
+            return fileOrLine(name);
         if (name == "celldefine" || name == "endcelldefine" || name == "nounconnected_drive")
             return true;
         if (name == "resetall")
@@ -415,13 +536,125 @@ private:
         }
         if (name == "timescale")
             return timescale();
-        // Includes, macro uses and the directives that change what is read next.
-        if (name == "include" || name == "line" || name == "undefineall" || name == "pragma" ||
-            name == "begin_keywords" || name == "end_keywords" || name == "protect" || name == "protected" ||
-            !isVeriDirectiveName(name))
+        // The directives that change how the text after them is read.
+        if (name == "line" || name == "begin_keywords" || name == "end_keywords" || name == "protect" ||
+            name == "protected")
             return false;
+        if (!isVeriDirectiveName(name))
+            return macroUse(name);
         restOfLine();
         return true;
+    }
+
+    // `pragma name ...: only a protected region needs the preprocessor.
+    bool pragma() {
+        size_t b = pos_;
+        restOfLine();
+        std::string_view line = s_.substr(b, pos_ - b);
+        line = trim(line.substr(0, line.find("//")));
+        if (line.empty() || !isIdentStart(line[0]))
+            return false;
+        return !(line.substr(0, 7) == "protect" && line.find("begin_protected") != std::string_view::npos);
+    }
+
+    // `__FILE__ and `__LINE__ of the file being read; inside an expansion the
+    // preprocessor takes the position from where the macro text came from.
+    bool fileOrLine(std::string_view name) {
+        if (!frames_.back().isFile)
+            return false;
+        ColLineFile at = positionAt(pos_ - name.size() - 1);
+        return pushExpansion(name == "__FILE__" ? "\"" + std::string(frames_.back().name) + "\""
+                                                : std::to_string(at.leftLine));
+    }
+
+    bool pushExpansion(std::string text) {
+        expansionBytes_ += text.size();
+        if (frames_.size() >= kMaxFrames || expansionBytes_ > kMaxExpansionBytes)
+            return false;
+        const std::string& kept = texts_.emplace_back(std::move(text));
+        pushFrame(Frame{}, kept);
+        return true;
+    }
+
+    // A macro use: its arguments are read from the text here, the expander builds the
+    // text, and the text is read as a frame of its own, as the preprocessor does. The
+    // expander reads this scanner's own table, so the predefined macros are copied in.
+    bool macroUse(std::string_view name) {
+        ownDefinitions();
+        const VeriMacro* m = table_.find(name);
+        if (!m || frames_.size() >= kMaxFrames)
+            return false;
+        ColLineFile callSite = positionAt(pos_ - name.size() - 1);
+        std::vector<VeriMappedText> args;
+        if (m->functionLike) {
+            std::vector<VeriArgSpan> spans;
+            size_t p = pos_;
+            if (scanMacroArgs(s_, p, spans) != VeriArgScan::Ok)
+                return false;
+            args.resize(spans.size());
+            for (size_t k = 0; k < spans.size(); ++k)
+                args[k].append(s_.substr(spans[k].begin, spans[k].end - spans[k].begin), positionAt(spans[k].begin));
+            pos_ = p;
+        }
+        VeriMappedText out;
+        if (!expander_.expand(*m, args, callSite, out) || expander_.doubtful())
+            return false;
+        return pushExpansion(std::move(out.text));
+    }
+
+    // `include "name" or <name>: found as the preprocessor finds it, opened through the
+    // callback and read as a frame, its stream open until its end.
+    bool include() {
+        skipBlanksToLineEnd();
+        char open = peek();
+        if (open != '"' && open != '<')
+            return false;
+        char close = open == '"' ? '"' : '>';
+        size_t e = pos_ + 1;
+        while (e < s_.size() && s_[e] != close && s_[e] != '\n')
+            ++e;
+        if (e >= s_.size() || s_[e] != close)
+            return false;
+        std::string name(s_.substr(pos_ + 1, e - pos_ - 1));
+        pos_ = e + 1;
+        std::string path = resolveInclude(name);
+        size_t fileDepth = 0;
+        size_t selfNesting = 0;
+        for (const Frame& f : frames_) {
+            fileDepth += f.isFile ? 1 : 0;
+            selfNesting += f.isFile && f.name == path ? 1 : 0;
+        }
+        // A file the callback cannot read is reported by the preprocessor; it alone opens it.
+        if (fileDepth >= kMaxIncludeDepth || selfNesting >= kMaxSelfNesting || includes_++ >= kMaxIncludes ||
+            !FileSystem::IsSourceFile(path))
+            return false;
+        Frame frame;
+        frame.isFile = true;
+        frame.condFloor = conds_.size();
+        frame.stream = OpenSourceStream(o_.streamCallBack, path.c_str());
+        frame.name = texts_.emplace_back(std::move(path));
+        frame.dir = FileSystem::DirectoryPath(std::string(frame.name));
+        std::string text;
+        if (!frame.stream->is_open() || !frame.stream->ReadAll(text))
+            return false;
+        const std::string& kept = texts_.emplace_back(std::move(text));
+        pushFrame(std::move(frame), kept);
+        return true;
+    }
+
+    std::string resolveInclude(const std::string& name) const {
+        if (FileSystem::IsAbsolute(name))
+            return name;
+        std::string local = FileSystem::Join(innermostFile().dir, name);
+        if (FileSystem::IsSourceFile(local))
+            return local;
+        if (o_.includeDirs)
+            for (const std::string& dir : *o_.includeDirs) {
+                std::string candidate = FileSystem::Join(dir, name);
+                if (FileSystem::IsSourceFile(candidate))
+                    return candidate;
+            }
+        return name; // not found: the preprocessor reports it
     }
 
     // `timescale unit / precision, each 1, 10 or 100 and a unit, the precision no coarser.
@@ -449,7 +682,7 @@ private:
             conds_.push_back(c);
             return !name.empty();
         }
-        if (conds_.empty())
+        if (conds_.size() <= innermostFile().condFloor)
             return false;
         Cond& c = conds_.back();
         if (dir == "endif") {
@@ -471,67 +704,23 @@ private:
         return !name.empty();
     }
 
-    // `define: only the name matters here, and where the body ends. A definition
-    // that replaces another is left to the preprocessor, which compares the bodies.
+    // `define: read as the preprocessor reads it. A definition that replaces another
+    // with a different body is reported, so it is left to the preprocessor.
     bool define() {
         std::string_view name = readName();
-        if (name.empty() || isVeriDirectiveName(name) || name == "__FILE__" || name == "__LINE__" || isDefined(name))
+        if (name.empty() || isVeriDirectiveName(name) || name == "__FILE__" || name == "__LINE__")
             return false;
-        size_t p = pos_;
-        if (p < s_.size() && s_[p] == '(') {
-            std::vector<VeriArgSpan> spans;
-            if (scanMacroArgs(s_, p, spans) != VeriArgScan::Ok)
-                return false;
-        }
-        pos_ = std::min(defineBodyEnd(p), s_.size());
+        VeriMacro m;
+        m.name = name;
+        if (!readMacroDefinition(s_, pos_, m))
+            return false;
+        m.bodyPos = positionAt(size_t(m.body.data() - s_.data()));
+        const VeriMacro* old = findMacro(name);
+        if (old && old->body != m.body)
+            return false;
         ownDefinitions();
-        defined_.insert(name);
+        table_.define(m);
         return true;
-    }
-
-    size_t defineBodyEnd(size_t p) const {
-        const std::string_view s = s_;
-        while (p < s.size()) {
-            char c = s[p];
-            uint8_t cls = kDefineBodyClass.of[static_cast<unsigned char>(c)];
-            if (cls != kBodySpecial) {
-                ++p;
-                continue;
-            }
-            if (c == '\n')
-                break;
-            if (c == '\\' && p + 1 < s.size() && (s[p + 1] == '\n' || s[p + 1] == '\r')) {
-                p += s[p + 1] == '\r' && p + 2 < s.size() && s[p + 2] == '\n' ? 3 : 2;
-                continue;
-            }
-            if (c == '"') {
-                for (++p; p < s.size() && s[p] != '"' && s[p] != '\n'; ++p)
-                    if (s[p] == '\\')
-                        ++p;
-                ++p;
-                continue;
-            }
-            if (c == '/' && p + 1 < s.size() && s[p + 1] == '/') {
-                // A line comment ends the body unless a continuation ends the comment.
-                size_t nl = s.find('\n', p);
-                size_t end = nl == std::string_view::npos ? s.size() : nl;
-                size_t last = end;
-                while (last > p && (s[last - 1] == '\r' || isBlank(s[last - 1])))
-                    --last;
-                if (last > p && s[last - 1] == '\\' && end < s.size()) {
-                    p = end + 1;
-                    continue;
-                }
-                return end;
-            }
-            if (c == '/' && p + 1 < s.size() && s[p + 1] == '*') {
-                size_t close = s.find("*/", p + 2);
-                p = close == std::string_view::npos ? s.size() : close + 2;
-                continue;
-            }
-            ++p;
-        }
-        return p;
     }
 
     // Skips text of a branch not taken, up to the next conditional directive.
@@ -547,18 +736,24 @@ private:
     bool ok_ = true;
     const ShortOperators& shorts_ = shortOperators();
     const KeywordTable& keywords_ = keywordTable();
+    std::deque<std::string>& texts_;
     // Open module, primitive, program and package bodies, where `resetall is wrong.
     size_t designDepth_ = 0;
     std::vector<Cond> conds_;
+    std::vector<Frame> frames_;
+    size_t includes_ = 0;
+    size_t expansionBytes_ = 0;
     // Definitions of this file, once it changes any; until then the predefined ones.
     bool own_ = false;
-    std::unordered_set<std::string_view> defined_;
+    VeriMacroTable table_;
+    VeriMacroExpander expander_;
 };
 
 } // namespace
 
-bool veriSkimScan(std::string_view text, const VeriSkimScanOptions& options, std::vector<VeriSkimToken>& out) {
-    return Scanner(text, options, out).run();
+bool veriSkimScan(std::string_view text, const VeriSkimScanOptions& options, std::vector<VeriSkimToken>& out,
+                  std::deque<std::string>& texts) {
+    return Scanner(text, options, out, texts).run();
 }
 
 } // namespace hdl

@@ -1,15 +1,20 @@
 // The skim's own Verilog scanner: one pass over a file's text that yields the same
 // tokens as the lexer and the preprocessor would, without positions, messages or a
 // token record per character run. It obeys the conditional directives, `define,
-// `undef and the directives that only set state; a file that includes another file,
-// uses a macro or needs any other directive is left to the full preprocessor, which
-// the scanner tells by returning false before anything has been opened.
+// `undef, `undefineall, `include, macro uses and the directives that only set state.
+// A file that needs anything else (`line, `begin_keywords, a protected region, a
+// macro use that depends on where it stands) or that the preprocessor would report on
+// is left to the full preprocessor, which the scanner tells by returning false; the
+// scanner itself reports nothing.
 #pragma once
 
+#include <deque>
+#include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
+#include "hdl/base/SourceStream.h"
+#include "hdl/sv/VeriMacroTable.h"
 #include "hdl/sv/VeriTokens.h"
 
 namespace hdl {
@@ -32,11 +37,20 @@ struct VeriSkimScanOptions {
     // lexer alone reads it.
     bool preprocess = false;
     // Macros defined before the file begins (command line, language constants).
-    const std::unordered_set<std::string_view>* predefined = nullptr;
+    const VeriMacroTable* predefined = nullptr;
+    // Includes: the file's own name (its folder is searched first, and `__FILE__ gives
+    // it), the include folders searched next, and the callback that opens streams.
+    std::string_view fileName;
+    const std::vector<std::string>* includeDirs = nullptr;
+    StreamCallBack streamCallBack = nullptr;
 };
 
-// Appends the tokens of `text` to `out` (no end token). False when the file needs the
-// full preprocessor; `out` then holds a partial stream to be discarded.
-bool veriSkimScan(std::string_view text, const VeriSkimScanOptions& options, std::vector<VeriSkimToken>& out);
+// Appends the tokens of `text` to `out` (no end token). Tokens of included files and
+// macro expansions view texts that the scanner keeps in `texts`, which must outlive
+// them. False when the file needs the full preprocessor; `out` then holds a partial
+// stream to be discarded. Included files are opened through the callback while they
+// are read, so a tracing callback sees them, also when the scan then gives up.
+bool veriSkimScan(std::string_view text, const VeriSkimScanOptions& options, std::vector<VeriSkimToken>& out,
+                  std::deque<std::string>& texts);
 
 } // namespace hdl

@@ -194,9 +194,10 @@ bool VeriMacroExpander::overBudget(const ColLineFile& at) {
         return true;
     if (depth_ < kMaxDepth && expansions_ < kMaxExpansions && produced_ < kMaxBytes)
         return false;
-    Message::Error(veri_msg::ExpansionLimit, &at,
-                   "macro expansion exceeds its limits (depth %zu, %zu uses, %zu bytes); cut short",
-                   kMaxDepth, kMaxExpansions, kMaxBytes);
+    if (!hush())
+        Message::Error(veri_msg::ExpansionLimit, &at,
+                       "macro expansion exceeds its limits (depth %zu, %zu uses, %zu bytes); cut short",
+                       kMaxDepth, kMaxExpansions, kMaxBytes);
     cut_ = true;
     return true;
 }
@@ -208,6 +209,7 @@ bool VeriMacroExpander::expand(const VeriMacro& macro, const std::vector<VeriMap
     expansions_ = 0;
     produced_ = 0;
     cut_ = false;
+    doubtful_ = false;
     return expandUse(macro, args, callSite, out);
 }
 
@@ -224,7 +226,7 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
         size_t given = args.size();
         if (macro.params.empty() && given == 1 && args[0].text.empty())
             given = 0;
-        if (given > macro.params.size())
+        if (given > macro.params.size() && !hush())
             Message::Error(veri_msg::MacroArgCount, &callSite,
                            "too many arguments (%zu) for macro '%s' (%zu expected)", given,
                            name.c_str(), macro.params.size());
@@ -235,7 +237,7 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
                 raw = args[k];
             } else if (param.hasDefault) {
                 raw.append(param.defaultText, macro.bodyPos);
-            } else if (k >= given) {
+            } else if (k >= given && !hush()) {
                 std::string pname(param.name);
                 Message::Error(veri_msg::MacroArgCount, &callSite,
                                "missing argument '%s' for macro '%s'", pname.c_str(), name.c_str());
@@ -379,7 +381,9 @@ void VeriMacroExpander::rescan(const VeriMappedText& in, const ColLineFile& call
         ColLineFile here = in.positionAt(i);
         if (name == "__LINE__" || name == "__FILE__") {
             out.appendFrom(in, run, i);
-            if (name == "__LINE__") {
+            if (quiet_ && callSite.fileId == 0) {
+                out.append(std::string_view(&kPlaceMarker, 1), here);
+            } else if (name == "__LINE__") {
                 out.append(std::to_string(callSite.leftLine), here);
             } else {
                 const char* file = LineFile::GetFileNameFromId(callSite.fileId);
@@ -399,22 +403,25 @@ void VeriMacroExpander::rescan(const VeriMappedText& in, const ColLineFile& call
         out.appendFrom(in, run, i);
         if (std::find(active_.begin(), active_.end(), m) != active_.end()) {
             std::string nm(name);
-            Message::Error(veri_msg::RecursiveMacro, &here,
-                           "macro '%s' is used inside its own expansion; use dropped", nm.c_str());
+            if (!hush())
+                Message::Error(veri_msg::RecursiveMacro, &here,
+                               "macro '%s' is used inside its own expansion; use dropped", nm.c_str());
             i = run = scan == VeriArgScan::NoList ? j : after;
             continue;
         }
         if (scan == VeriArgScan::NoList) {
             std::string nm(name);
-            Message::Error(veri_msg::MacroArgCount, &here, "macro '%s' needs an argument list",
-                           nm.c_str());
+            if (!hush())
+                Message::Error(veri_msg::MacroArgCount, &here, "macro '%s' needs an argument list",
+                               nm.c_str());
             i = run = j;
             continue;
         }
         if (scan == VeriArgScan::Unclosed) {
             std::string nm(name);
-            Message::Error(veri_msg::MacroArgsOpen, &here,
-                           "argument list of macro '%s' is not closed", nm.c_str());
+            if (!hush())
+                Message::Error(veri_msg::MacroArgsOpen, &here,
+                               "argument list of macro '%s' is not closed", nm.c_str());
             i = run = n;
             break;
         }

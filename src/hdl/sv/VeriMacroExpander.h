@@ -49,6 +49,15 @@ public:
     bool expand(const VeriMacro& macro, const std::vector<VeriMappedText>& args,
                 const ColLineFile& callSite, VeriMappedText& out);
 
+    // Quiet mode, for a reader that leaves any doubtful text to the preprocessor: the
+    // expander reports nothing, and a use it would report only marks the last expansion
+    // as doubtful. `__LINE__ and `__FILE__ of a use whose place the caller does not know
+    // (a call site without a file) become kPlaceMarker: text that is read as a token
+    // (and not skipped in a branch not taken) then holds a character no token holds.
+    void setQuiet(bool quiet) { quiet_ = quiet; }
+    bool doubtful() const { return doubtful_; }
+    static constexpr char kPlaceMarker = '\x01';
+
 private:
     bool expandUse(const VeriMacro& macro, const std::vector<VeriMappedText>& args,
                    const ColLineFile& callSite, VeriMappedText& out);
@@ -56,6 +65,8 @@ private:
                     VeriMappedText& out);
     void rescan(const VeriMappedText& in, const ColLineFile& callSite, VeriMappedText& out);
     bool overBudget(const ColLineFile& at);
+    // True (and the expansion doubtful) in quiet mode: the caller then says nothing.
+    bool hush() { return quiet_ && (doubtful_ = true); }
 
     const VeriMacroTable& macros_;
     std::vector<const VeriMacro*> active_;
@@ -63,6 +74,8 @@ private:
     size_t expansions_ = 0;
     size_t produced_ = 0;
     bool cut_ = false;
+    bool quiet_ = false;
+    bool doubtful_ = false;
 };
 
 } // namespace hdl

@@ -28,6 +28,12 @@ struct VeriMacro {
     ColLineFile bodyPos;         // where the body text starts
 };
 
+// Reads a `define after its name into `m`: the formal list when one follows at once,
+// then the body as written, up to the end of its last text. `p` starts just after the
+// name and ends where the definition does (at the newline that ends it). False when the
+// formal list is not closed; `p` then stands where the scan of the list stopped.
+bool readMacroDefinition(std::string_view text, size_t& p, VeriMacro& m);
+
 class VeriMacroTable {
 public:
     // Defines or redefines `macro`. The views in it must outlive the table's use, so
@@ -52,5 +58,9 @@ private:
     std::unordered_map<std::string_view, size_t> index_;
     std::vector<std::unique_ptr<std::string>> owned_;
 };
+
+// The macros every compilation unit starts with: for SystemVerilog (language 3 and up)
+// the coverage control constants, then the command-line definitions "NAME[=value]".
+void predefineMacros(VeriMacroTable& table, unsigned language, const std::vector<std::string>& defines);
 
 } // namespace hdl

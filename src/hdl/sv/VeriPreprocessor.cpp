@@ -228,86 +228,12 @@ struct VeriPreprocessor::Impl {
         size_t p = f.lexer.pos();
         VeriMacro m;
         m.name = name;
-        if (p < s.size() && s[p] == '(') {
-            m.functionLike = true;
-            std::vector<VeriArgSpan> spans;
-            size_t q = p;
-            if (scanMacroArgs(s, q, spans) != VeriArgScan::Ok) {
-                syntaxError(at, "parameter list of `define is not closed");
-                f.lexer.setPos(q);
-                return;
-            }
-            for (const VeriArgSpan& sp : spans) {
-                std::string_view formal = s.substr(sp.begin, sp.end - sp.begin);
-                if (formal.empty() && spans.size() == 1)
-                    break;
-                VeriMacroParam param;
-                size_t eq = formal.find('=');
-                param.name = trim(formal.substr(0, eq));
-                if (eq != std::string_view::npos) {
-                    param.hasDefault = true;
-                    param.defaultText = trim(formal.substr(eq + 1));
-                }
-                m.params.push_back(param);
-            }
-            p = q;
+        if (!readMacroDefinition(s, p, m)) {
+            syntaxError(at, "parameter list of `define is not closed");
+            f.lexer.setPos(p);
+            return;
         }
-        while (p < s.size() && isBlank(s[p]))
-            ++p;
-        size_t b = p;
-        size_t e = p; // end of the last text that belongs to the body
-        while (p < s.size()) {
-            char c = s[p];
-            uint8_t cls = kDefineBodyClass.of[static_cast<unsigned char>(c)];
-            if (cls == kBodyText) {
-                e = ++p;
-                continue;
-            }
-            if (cls == kBodyBlank) {
-                ++p;
-                continue;
-            }
-            if (c == '\n')
-                break;
-            if (c == '\\' && p + 1 < s.size() && (s[p + 1] == '\n' || s[p + 1] == '\r')) {
-                p += s[p + 1] == '\r' && p + 2 < s.size() && s[p + 2] == '\n' ? 3 : 2;
-                e = p;
-                continue;
-            }
-            if (c == '"') {
-                for (++p; p < s.size() && s[p] != '"' && s[p] != '\n'; ++p)
-                    if (s[p] == '\\')
-                        ++p;
-                e = ++p;
-                continue;
-            }
-            if (c == '/' && p + 1 < s.size() && s[p + 1] == '/') {
-                // A line comment ends the body unless a continuation ends the comment.
-                size_t nl = s.find('\n', p);
-                size_t end = nl == std::string_view::npos ? s.size() : nl;
-                size_t last = end;
-                while (last > p && (s[last - 1] == '\r' || isBlank(s[last - 1])))
-                    --last;
-                if (last > p && s[last - 1] == '\\' && end < s.size()) {
-                    p = end + 1;
-                    e = p;
-                    continue;
-                }
-                p = end;
-                break;
-            }
-            if (c == '/' && p + 1 < s.size() && s[p + 1] == '*') {
-                size_t close = s.find("*/", p + 2);
-                p = close == std::string_view::npos ? s.size() : close + 2;
-                e = p;
-                continue;
-            }
-            ++p;
-            if (!isBlank(c) && c != '\r')
-                e = p;
-        }
-        m.body = s.substr(b, e - b);
-        m.bodyPos = f.lexer.positionAt(b);
+        m.bodyPos = f.lexer.positionAt(size_t(m.body.data() - s.data()));
         f.lexer.setPos(p);
         if (const VeriMacro* old = pp.macros_.find(name)) {
             if (old->body != m.body) {
@@ -700,30 +626,7 @@ VeriPreprocessor::~VeriPreprocessor() {
 
 void VeriPreprocessor::resetMacros() {
     macros_.clear();
-    // SystemVerilog predefines the coverage control constants (IEEE 1800-2017 40.3.1).
-    static constexpr std::pair<const char*, const char*> coverage[] = {
-        {"SV_COV_START", "0"},      {"SV_COV_STOP", "1"},       {"SV_COV_RESET", "2"},
-        {"SV_COV_CHECK", "3"},      {"SV_COV_MODULE", "10"},    {"SV_COV_HIER", "11"},
-        {"SV_COV_ASSERTION", "20"}, {"SV_COV_FSM_STATE", "21"}, {"SV_COV_STATEMENT", "22"},
-        {"SV_COV_TOGGLE", "23"},    {"SV_COV_OVERFLOW", "-2"},  {"SV_COV_ERROR", "-1"},
-        {"SV_COV_NOCOV", "0"},      {"SV_COV_OK", "1"},         {"SV_COV_PARTIAL", "2"}};
-    if (options_.language >= 3) {
-        for (const auto& [name, value] : coverage) {
-            VeriMacro m;
-            m.name = name;
-            m.body = value;
-            macros_.define(m);
-        }
-    }
-    for (const std::string& def : options_.defines) {
-        size_t eq = def.find('=');
-        VeriMacro m;
-        m.name = macros_.own(std::string_view(def).substr(0, eq));
-        if (eq != std::string::npos)
-            m.body = macros_.own(std::string_view(def).substr(eq + 1));
-        m.fromCommandLine = true;
-        macros_.define(m);
-    }
+    predefineMacros(macros_, options_.language, options_.defines);
 }
 
 bool VeriPreprocessor::pushFile(const std::string& path) {
