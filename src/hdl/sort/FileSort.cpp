@@ -47,6 +47,7 @@ struct SortState {
     // a file's includes and macro expansions that its tokens view.
     std::string text;
     std::deque<std::string> included;
+    VeriSkimIncludeCache includeCache;
     std::vector<VeriSkimToken> tokens;
     std::vector<VhdlSkimToken> vhdlTokens;
 };
@@ -142,6 +143,7 @@ bool readVerilog(FileElement& element) {
         options.fileName = element.fileName;
         options.includeDirs = &s.includeDirs;
         options.streamCallBack = s.callback;
+        options.includeCache = &s.includeCache;
         scanned = veriSkimScan(text, options, tokens, s.included);
     }
     if (!scanned) {
@@ -248,8 +250,11 @@ void resolveLibraries() {
 } // namespace
 
 void hdl_file_sort::AddIncludeDir(const char* dir) {
-    if (dir && *dir)
+    if (dir && *dir) {
         state().includeDirs.emplace_back(dir);
+        // Recorded headers name the files they include as the old folders found them.
+        state().includeCache.byPath.clear();
+    }
 }
 
 void hdl_file_sort::DefineCmdLineMacro(const char* name, const char* value) {
@@ -300,7 +305,13 @@ void hdl_file_sort::RegisterFlexStreamCallBack(StreamCallBack callback) { state(
 
 StreamCallBack hdl_file_sort::GetFlexStreamCallBack() { return state().callback; }
 
-void hdl_file_sort::SetIgnoreTranslateOff(bool ignore) { state().ignoreTranslateOff = ignore; }
+void hdl_file_sort::SetIgnoreTranslateOff(bool ignore) {
+    SortState& s = state();
+    // Which definitions a header makes depends on whether translate_off text is read.
+    if (s.ignoreTranslateOff != ignore)
+        s.includeCache.byPath.clear();
+    s.ignoreTranslateOff = ignore;
+}
 
 void hdl_file_sort::Reset() {
     state() = SortState{};

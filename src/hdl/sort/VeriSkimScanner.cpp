@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <unordered_set>
 
 #include "hdl/base/LineFile.h"
 #include "hdl/sv/VeriLexTables.h"
@@ -51,6 +52,8 @@ constexpr size_t kMaxSelfNesting = 2;
 constexpr size_t kMaxIncludes = 100000;
 constexpr size_t kMaxFrames = 256;
 constexpr size_t kMaxExpansionBytes = size_t(512) << 20;
+// Effects kept per include path: a header read under a few different sets of macros.
+constexpr size_t kMaxEffectsPerInclude = 4;
 
 struct Cond {
     bool active = false;
@@ -436,6 +439,10 @@ private:
         // The preprocessor reports a conditional left open at the end of a file.
         if (frames_.back().isFile && conds_.size() > frames_.back().condFloor)
             ok_ = false;
+        if (recording_ && recording_->frame == frames_.size() - 1)
+            finishRecording();
+        else if (recording_ && frames_.back().isFile && recording_->frame < frames_.size() - 1)
+            recording_->effect.opens.emplace_back();
         frames_.pop_back();
         const Frame& outer = frames_.back();
         s_ = outer.text;
@@ -507,11 +514,16 @@ private:
             std::string_view macro = readName();
             ownDefinitions();
             table_.undefine(macro);
+            if (recording_) {
+                recording_->touched.insert(macro);
+                recording_->effect.changes.emplace_back(VeriMacro{macro, {}, {}, false, false, {}}, true);
+            }
             return !macro.empty();
         }
         if (name == "undefineall") {
             ownDefinitions();
             table_.undefineAll();
+            impure();
             return true;
         }
         if (name == "include")
@@ -522,8 +534,10 @@ private:
             return fileOrLine(name);
         if (name == "celldefine" || name == "endcelldefine" || name == "nounconnected_drive")
             return true;
-        if (name == "resetall")
+        if (name == "resetall") {
+            impure();
             return designDepth_ == 0;
+        }
         if (name == "default_nettype") {
             static const std::string_view netTypes[] = {"wire",   "tri",    "tri0",   "tri1",  "wand", "triand",
                                                          "wor",    "trior",  "trireg", "uwire", "none"};
@@ -568,6 +582,7 @@ private:
     }
 
     bool pushExpansion(std::string text) {
+        impure();
         expansionBytes_ += text.size();
         if (frames_.size() >= kMaxFrames || expansionBytes_ > kMaxExpansionBytes)
             return false;
@@ -617,44 +632,183 @@ private:
             return false;
         std::string name(s_.substr(pos_ + 1, e - pos_ - 1));
         pos_ = e + 1;
-        std::string path = resolveInclude(name);
+        std::string path;
+        // A file the callback cannot read is reported by the preprocessor; it alone opens it.
+        if (!resolveInclude(name, path))
+            return false;
         size_t fileDepth = 0;
         size_t selfNesting = 0;
         for (const Frame& f : frames_) {
             fileDepth += f.isFile ? 1 : 0;
             selfNesting += f.isFile && f.name == path ? 1 : 0;
         }
-        // A file the callback cannot read is reported by the preprocessor; it alone opens it.
-        if (fileDepth >= kMaxIncludeDepth || selfNesting >= kMaxSelfNesting || includes_++ >= kMaxIncludes ||
-            !FileSystem::IsSourceFile(path))
+        if (fileDepth >= kMaxIncludeDepth || selfNesting >= kMaxSelfNesting || includes_++ >= kMaxIncludes)
             return false;
         Frame frame;
         frame.isFile = true;
         frame.condFloor = conds_.size();
         frame.stream = OpenSourceStream(o_.streamCallBack, path.c_str());
-        frame.name = texts_.emplace_back(std::move(path));
-        frame.dir = FileSystem::DirectoryPath(std::string(frame.name));
         std::string text;
         if (!frame.stream->is_open() || !frame.stream->ReadAll(text))
             return false;
+        // While a file is recorded, the files it includes are recorded with it.
+        if (!recording_ && replay(path, text, fileDepth))
+            return true; // the stream closes here, as after reading the file
+        bool nested = recording_ != nullptr;
+        if (nested)
+            recording_->effect.opens.push_back(path);
+        else if (o_.includeCache)
+            recording_ = std::make_unique<Recording>(frames_.size(), out_.size(), path);
+        frame.name = texts_.emplace_back(std::move(path));
+        frame.dir = FileSystem::DirectoryPath(std::string(frame.name));
         const std::string& kept = texts_.emplace_back(std::move(text));
         pushFrame(std::move(frame), kept);
+        if (recording_) {
+            if (!nested)
+                recording_->fileDepth = fileDepth + 1;
+            recording_->sources.push_back(kept);
+            recording_->effect.depth = std::max(recording_->effect.depth, fileDepth + 1 - recording_->fileDepth);
+        }
         return true;
     }
 
-    std::string resolveInclude(const std::string& name) const {
-        if (FileSystem::IsAbsolute(name))
-            return name;
-        std::string local = FileSystem::Join(innermostFile().dir, name);
-        if (FileSystem::IsSourceFile(local))
-            return local;
+    // Found as the preprocessor finds it: by an absolute name, in the folder of the file
+    // that includes it, then in the include folders.
+    bool resolveInclude(const std::string& name, std::string& path) const {
+        if (FileSystem::IsAbsolute(name)) {
+            path = name;
+            return FileSystem::IsSourceFile(path);
+        }
+        path = FileSystem::Join(innermostFile().dir, name);
+        if (FileSystem::IsSourceFile(path))
+            return true;
         if (o_.includeDirs)
             for (const std::string& dir : *o_.includeDirs) {
-                std::string candidate = FileSystem::Join(dir, name);
-                if (FileSystem::IsSourceFile(candidate))
-                    return candidate;
+                path = FileSystem::Join(dir, name);
+                if (FileSystem::IsSourceFile(path))
+                    return true;
             }
-        return name; // not found: the preprocessor reports it
+        return false;
+    }
+
+    // --- include effects ------------------------------------------------------------------
+
+    // An include being read for the cache: its effect so far, the texts it covers, and
+    // the names it has defined or removed (later tests of those depend on it alone).
+    struct Recording {
+        Recording(size_t frame, size_t tokens, std::string path) : frame(frame), tokens(tokens), path(std::move(path)) {}
+        size_t frame;  // index of the include's frame
+        size_t tokens; // tokens before it
+        std::string path;
+        size_t fileDepth = 0; // files open with the include's own
+        VeriSkimIncludeEffect effect;
+        std::vector<std::string_view> sources;
+        std::unordered_set<std::string_view> touched;
+        bool pure = true;
+    };
+
+    // Anything but definitions and tests (a token, a macro use, a nested include, a
+    // directive whose effect depends on what came before) keeps the include uncached.
+    void impure() {
+        if (recording_)
+            recording_->pure = false;
+    }
+
+    bool tested(std::string_view name) {
+        bool defined = isDefined(name);
+        if (recording_ && !recording_->touched.count(name))
+            recording_->effect.tests.emplace_back(name, defined);
+        return defined;
+    }
+
+    bool replay(const std::string& path, const std::string& text, size_t fileDepth) {
+        if (!o_.includeCache)
+            return false;
+        auto it = o_.includeCache->byPath.find(path);
+        if (it == o_.includeCache->byPath.end())
+            return false;
+        for (const auto& effect : it->second) {
+            if (effect->texts[0] != text || !replayable(*effect, path, fileDepth))
+                continue;
+            bool holds = true;
+            for (const auto& [name, defined] : effect->tests)
+                holds = holds && isDefined(name) == defined;
+            if (!holds || !reopen(*effect))
+                continue;
+            ownDefinitions();
+            for (const auto& [macro, removal] : effect->changes) {
+                if (removal)
+                    table_.undefine(macro.name);
+                else
+                    table_.define(macro);
+            }
+            return true;
+        }
+        return false;
+    }
+
+    // The nested includes stay within the limits and meet none of the files now open.
+    bool replayable(const VeriSkimIncludeEffect& effect, const std::string& path, size_t fileDepth) const {
+        if (fileDepth + effect.depth >= kMaxIncludeDepth || includes_ + effect.texts.size() >= kMaxIncludes)
+            return false;
+        for (const std::string& nested : effect.opens)
+            if (nested == path || std::any_of(frames_.begin(), frames_.end(),
+                                              [&](const Frame& f) { return f.isFile && f.name == nested; }))
+                return false;
+        return true;
+    }
+
+    // Opens and closes the nested includes in their order, so that a tracing callback
+    // sees them; true when each still holds the recorded text.
+    bool reopen(const VeriSkimIncludeEffect& effect) {
+        std::vector<std::unique_ptr<SourceStream>> open;
+        size_t next = 1;
+        bool same = true;
+        for (const std::string& path : effect.opens) {
+            if (path.empty()) {
+                open.pop_back();
+                continue;
+            }
+            open.push_back(OpenSourceStream(o_.streamCallBack, path.c_str()));
+            std::string text;
+            same = same && open.back()->is_open() && open.back()->ReadAll(text) && text == effect.texts[next++];
+        }
+        while (!open.empty())
+            open.pop_back();
+        includes_ += effect.texts.size() - 1;
+        return same;
+    }
+
+    // At the end of the recorded include: a pure effect goes to the cache, its views
+    // moved from the scan's copies of the texts to the cache's own.
+    void finishRecording() {
+        std::unique_ptr<Recording> rec = std::move(recording_);
+        auto& effects = o_.includeCache->byPath[rec->path];
+        if (!ok_ || !rec->pure || out_.size() != rec->tokens || effects.size() >= kMaxEffectsPerInclude)
+            return;
+        auto effect = std::make_unique<VeriSkimIncludeEffect>(std::move(rec->effect));
+        for (std::string_view source : rec->sources)
+            effect->texts.emplace_back(source);
+        auto move = [&](std::string_view& v) {
+            for (size_t k = 0; k < rec->sources.size() && !v.empty(); ++k) {
+                std::string_view from = rec->sources[k];
+                if (v.data() >= from.data() && v.data() + v.size() <= from.data() + from.size()) {
+                    v = std::string_view(effect->texts[k].data() + (v.data() - from.data()), v.size());
+                    return;
+                }
+            }
+        };
+        for (auto& test : effect->tests)
+            move(test.first);
+        for (auto& change : effect->changes) {
+            move(change.first.name);
+            move(change.first.body);
+            for (VeriMacroParam& param : change.first.params) {
+                move(param.name);
+                move(param.defaultText);
+            }
+        }
+        effects.push_back(std::move(effect));
     }
 
     // `timescale unit / precision, each 1, 10 or 100 and a unit, the precision no coarser.
@@ -676,7 +830,7 @@ private:
             std::string_view name = readName();
             Cond c;
             c.parentActive = conds_.empty() || conds_.back().active;
-            bool cond = isDefined(name) == (dir == "ifdef");
+            bool cond = tested(name) == (dir == "ifdef");
             c.active = c.parentActive && cond;
             c.taken = !c.parentActive || cond;
             conds_.push_back(c);
@@ -698,7 +852,7 @@ private:
             return true;
         }
         std::string_view name = readName();
-        bool cond = !c.taken && isDefined(name);
+        bool cond = !c.taken && tested(name);
         c.active = c.parentActive && cond;
         c.taken = c.taken || cond;
         return !name.empty();
@@ -720,6 +874,15 @@ private:
             return false;
         ownDefinitions();
         table_.define(m);
+        if (recording_) {
+            // A definition that repeats one made before the file is left uncached.
+            if (!recording_->touched.count(name)) {
+                recording_->effect.tests.emplace_back(name, false);
+                recording_->pure = recording_->pure && !old;
+                recording_->touched.insert(name);
+            }
+            recording_->effect.changes.emplace_back(m, false);
+        }
         return true;
     }
 
@@ -747,6 +910,7 @@ private:
     bool own_ = false;
     VeriMacroTable table_;
     VeriMacroExpander expander_;
+    std::unique_ptr<Recording> recording_;
 };
 
 } // namespace

@@ -9,8 +9,10 @@
 #pragma once
 
 #include <deque>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "hdl/base/SourceStream.h"
@@ -29,6 +31,26 @@ struct VeriSkimToken {
     uint16_t kind;
 };
 
+// What including a file did when it only defined and tested macros: replayed when the
+// same text is included again where the macros it tested stand as they stood, so that
+// a project's common headers are read once per skim instead of once per file.
+struct VeriSkimIncludeEffect {
+    // The file's text, then those of the files it includes in the order they open; the
+    // definitions view them.
+    std::vector<std::string> texts;
+    // The files it includes as they open (their path) and close (an empty entry), so
+    // that a replay opens them as reading the file would.
+    std::vector<std::string> opens;
+    size_t depth = 0; // deepest nesting of includes below the file
+    std::vector<std::pair<std::string_view, bool>> tests; // a name and whether it was defined
+    std::vector<std::pair<VeriMacro, bool>> changes;       // a definition, or (true) a removal
+};
+
+// Effects by include path; a few per path, for headers read under different macros.
+struct VeriSkimIncludeCache {
+    std::unordered_map<std::string, std::vector<std::unique_ptr<VeriSkimIncludeEffect>>> byPath;
+};
+
 struct VeriSkimScanOptions {
     VeriKeywordSet keywordSet = VERI_KW_SV2012;
     bool ignoreTranslateOff = false;
@@ -43,6 +65,8 @@ struct VeriSkimScanOptions {
     std::string_view fileName;
     const std::vector<std::string>* includeDirs = nullptr;
     StreamCallBack streamCallBack = nullptr;
+    // Include effects kept from file to file (none without).
+    VeriSkimIncludeCache* includeCache = nullptr;
 };
 
 // Appends the tokens of `text` to `out` (no end token). Tokens of included files and

@@ -32,16 +32,22 @@ bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v';
 }
 
-struct RescanStops {
+// Characters that may begin a string, comment, escaped name or macro use, and (for
+// the substitution, which looks for formals) name characters: text between them is
+// copied as it stands.
+struct TextStops {
     bool of[256] = {};
-    constexpr RescanStops() {
+    constexpr TextStops(bool names) {
         of[static_cast<unsigned char>('"')] = true;
         of[static_cast<unsigned char>('/')] = true;
         of[static_cast<unsigned char>('\\')] = true;
         of[static_cast<unsigned char>('`')] = true;
+        for (int c = 0; c < 256 && names; ++c)
+            of[c] = of[c] || (kNameChars.of[c] & 2) != 0;
     }
 };
-constexpr RescanStops kRescanStops;
+constexpr TextStops kRescanStops(false);
+constexpr TextStops kSubstituteStops(true);
 
 // Index just past a string literal that starts at `i` (or the end of the text).
 size_t skipString(std::string_view s, size_t i) {
@@ -265,13 +271,16 @@ void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<Ver
     uint32_t line = macro.bodyPos.leftLine;
     uint32_t col = macro.bodyPos.leftCol;
     auto posAt = [&](size_t idx) {
-        for (; walked < idx; ++walked) {
-            if (body[walked] == '\n') {
-                ++line;
-                col = 1;
-            } else {
-                ++col;
+        while (walked < idx) {
+            const void* nl = std::memchr(body.data() + walked, '\n', idx - walked);
+            if (!nl) {
+                col += uint32_t(idx - walked);
+                walked = idx;
+                break;
             }
+            ++line;
+            col = 1;
+            walked = size_t(static_cast<const char*>(nl) - body.data()) + 1;
         }
         return ColLineFile(macro.bodyPos.fileId, line, col);
     };
@@ -336,6 +345,8 @@ void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<Ver
             i = j;
         } else {
             ++i;
+            while (i < n && !kSubstituteStops.of[static_cast<unsigned char>(body[i])])
+                ++i;
         }
     }
     flush(n);

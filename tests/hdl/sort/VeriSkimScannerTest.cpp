@@ -86,6 +86,7 @@ protected:
         options.predefined = &pp.macros();
         options.fileName = name;
         options.includeDirs = &includeDirs;
+        options.includeCache = cache;
         std::vector<VeriSkimToken> fast;
         std::deque<std::string> texts;
         size_t before = messageCount();
@@ -100,6 +101,7 @@ protected:
         return scanned;
     }
     bool reported = false; // the full path gave a message on the last text
+    VeriSkimIncludeCache* cache = nullptr;
 
     static VeriKeywordSet lexerSet(unsigned lang) {
         return lang == 1 ? VERI_KW_1995
@@ -240,6 +242,34 @@ TEST_F(VeriSkimIncludeTest, IncludedTextAndItsMacrosReadAsThePreprocessorReadsTh
                        (dir / "body.svh").string() + "\""));
 }
 
+// Headers read once and replayed in later files must leave the very macros that reading
+// them again would: under other macros, after a change of their text or of a file they
+// include, and when they hold more than definitions.
+TEST_F(VeriSkimIncludeTest, IncludeEffectsReplayOnlyWhereTheyHold) {
+    VeriSkimIncludeCache effects;
+    cache = &effects;
+    const std::string user = "`include \"defs.svh\"\n`MK(m) wire [`W-1:0] x; `ifdef DEFS d `endif";
+    EXPECT_TRUE(sameIn(user));
+    std::string header = (dir / "inc" / "defs.svh").string();
+    ASSERT_EQ(effects.byPath.count(header), 1u);
+    EXPECT_EQ(effects.byPath[header].size(), 1u);
+    EXPECT_EQ(effects.byPath[header][0]->opens, (std::vector<std::string>{(dir / "inc" / "more.svh").string(), ""}));
+    EXPECT_TRUE(sameIn(user));
+    EXPECT_TRUE(sameIn("`define DEFS\n`include \"defs.svh\" `ifdef W w `endif `ifdef DEFS d `endif"));
+    EXPECT_EQ(effects.byPath[header].size(), 2u) << "the guarded reading is an effect of its own";
+    write("inc/more.svh", "`define MK(n) module n``_changed; endmodule\n");
+    EXPECT_TRUE(sameIn(user));
+    write("inc/defs.svh", "`define W 4\n`define MK(n) interface n; endinterface\n");
+    EXPECT_TRUE(sameIn(user));
+    EXPECT_TRUE(sameIn("`define W 4\n" + user)) << "a definition repeated by the header";
+    write("body.svh", "`define B 1\nmodule b; endmodule\n");
+    for (int twice = 0; twice < 2; ++twice)
+        EXPECT_TRUE(sameIn("`include \"body.svh\" `ifdef B b `endif"));
+    EXPECT_EQ(effects.byPath.count((dir / "body.svh").string()) ? effects.byPath[(dir / "body.svh").string()].size() : 0u,
+              0u)
+        << "a header with tokens is read each time";
+}
+
 TEST_F(VeriSkimIncludeTest, IncludeProblemsAreLeftToThePreprocessor) {
     for (const char* text : {"`include \"self.svh\"", "`include \"open.svh\"\nendmodule",
                              "`ifdef X\n`include \"defs.svh\"\n`else\n`endif\n`include \"inc/nothere.svh\""}) {
@@ -262,6 +292,16 @@ TEST_F(VeriSkimIncludeTest, IncludeStreamsNestAndCloseAlsoWhenTheScanGivesUp) {
     EXPECT_TRUE(veriSkimScan("`include \"defs.svh\" `include \"body.svh\"", options, tokens, texts));
     EXPECT_EQ(streamLog(), (std::vector<std::string>{"+defs.svh", "+more.svh", "-more.svh", "-defs.svh",
                                                      "+body.svh", "-body.svh"}));
+    // A replayed header opens what it includes as reading it does.
+    VeriSkimIncludeCache effects;
+    options.includeCache = &effects;
+    for (int twice = 0; twice < 2; ++twice) {
+        streamLog().clear();
+        EXPECT_TRUE(veriSkimScan("`include \"defs.svh\"", options, tokens, texts));
+        EXPECT_EQ(streamLog(), (std::vector<std::string>{"+defs.svh", "+more.svh", "-more.svh", "-defs.svh"}));
+    }
+    EXPECT_EQ(effects.byPath.size(), 1u);
+    options.includeCache = nullptr;
     streamLog().clear();
     EXPECT_FALSE(veriSkimScan("`include \"defs.svh\"\n`include \"open.svh\"", options, tokens, texts));
     EXPECT_EQ(streamLog(), (std::vector<std::string>{"+defs.svh", "+more.svh", "-more.svh", "-defs.svh",
