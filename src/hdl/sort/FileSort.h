@@ -1,7 +1,8 @@
 // The pre-scanner: reads every registered file once, through the stream callback, and
 // keeps per file a FileElement with its declared units, references and unit table.
-// Verilog files go through the preprocessor (includes, macros, conditional text); VHDL
-// files through the lexer. No parse tree is built. Files and results stay for the
+// Files are read by the skim's own scanners (Verilog with its includes, macros and
+// conditional text), or by the preprocessor and the VHDL lexer where only those read
+// a file right. No parse tree is built. Files and results stay for the
 // process, like the front-ends' libraries.
 #pragma once
 
