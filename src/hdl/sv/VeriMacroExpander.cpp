@@ -97,13 +97,16 @@ ColLineFile VeriMappedText::positionAt(size_t offset) const {
     const VeriTextOrigin& o = *(it - 1);
     uint32_t line = o.line;
     uint32_t col = o.col;
-    for (size_t i = o.offset; i < offset && i < text.size(); ++i) {
-        if (text[i] == '\n') {
-            ++line;
-            col = 1;
-        } else {
-            ++col;
+    size_t end = std::min(offset, text.size());
+    for (size_t i = o.offset; i < end;) {
+        const void* nl = std::memchr(text.data() + i, '\n', end - i);
+        if (!nl) {
+            col += uint32_t(end - i);
+            break;
         }
+        ++line;
+        col = 1;
+        i = size_t(static_cast<const char*>(nl) - text.data()) + 1;
     }
     return ColLineFile(o.fileId, line, col);
 }
