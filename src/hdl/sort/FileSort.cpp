@@ -12,6 +12,7 @@
 
 #include "hdl/base/LineFile.h"
 #include "hdl/base/Message.h"
+#include "hdl/sort/SortNameTable.h"
 #include "hdl/sort/VeriSkim.h"
 #include "hdl/sort/VeriSkimScanner.h"
 #include "hdl/sort/VhdlSkim.h"
@@ -206,34 +207,67 @@ bool readElement(FileElement& element) {
 // library lacks goes to the first library, in registration order, that declares it.
 void resolveLibraries() {
     SortState& s = state();
-    // Lower-cased library -> its lower-cased unit names; libraries in registration order.
-    std::vector<std::pair<std::string, std::unordered_set<std::string>>> declared;
-    std::unordered_map<std::string, size_t> libraryAt;
-    std::vector<size_t> ownLibrary(s.elements.size());
+    // Lower-cased libraries in registration order, and the library of each element.
+    std::vector<std::string> libraries;
+    std::unordered_map<std::string, uint32_t> libraryAt;
+    std::vector<uint32_t> ownLibrary(s.elements.size());
+    // Lower-cased unit names; the libraries that declare unit n form a chain from
+    // firstLink[n] through `links`, in the order they were met.
+    SortNameTable units;
+    struct Link {
+        uint32_t library;
+        uint32_t next;
+    };
+    std::vector<Link> links;
+    std::vector<uint32_t> firstLink;
+    std::string name;
+    auto lowered = [&name](const std::string& text) -> const std::string& {
+        name.resize(text.size());
+        for (size_t i = 0; i < text.size(); ++i)
+            name[i] = lowerChar(text[i]);
+        return name;
+    };
+    const std::string* runName = nullptr;
+    uint32_t runLibrary = 0;
     for (size_t i = 0; i < s.elements.size(); ++i) {
         const FileElement& e = *s.elements[i];
-        auto at = libraryAt.emplace(lower(e.libraryName), declared.size());
-        if (at.second)
-            declared.emplace_back(at.first->first, std::unordered_set<std::string>());
-        ownLibrary[i] = at.first->second;
-        for (const std::string& name : e.declaredNames)
-            declared[at.first->second].second.insert(lower(name));
+        // Files come in runs of one library: its number is looked up once a run.
+        if (!runName || *runName != e.libraryName) {
+            auto at = libraryAt.emplace(lower(e.libraryName), static_cast<uint32_t>(libraries.size()));
+            if (at.second)
+                libraries.push_back(at.first->first);
+            runName = &e.libraryName;
+            runLibrary = at.first->second;
+        }
+        ownLibrary[i] = runLibrary;
+        for (const std::string& declared : e.declaredNames) {
+            uint32_t unit = units.intern(lowered(declared));
+            if (unit == firstLink.size())
+                firstLink.push_back(SortNameTable::kNone);
+            uint32_t* link = &firstLink[unit];
+            while (*link != SortNameTable::kNone && links[*link].library != runLibrary)
+                link = &links[*link].next;
+            if (*link == SortNameTable::kNone) {
+                *link = static_cast<uint32_t>(links.size());
+                links.push_back(Link{runLibrary, SortNameTable::kNone});
+            }
+        }
     }
-    std::string unit;
-    auto retarget = [&](SortReference& r, size_t ownLib, bool verilog) {
-        if (r.unitName.empty() || r.libraryName.size() != 4 || lower(r.libraryName) != "work" ||
+    auto retarget = [&](SortReference& r, uint32_t ownLib, bool verilog) {
+        if (r.unitName.empty() || r.libraryName.size() != 4 || lowered(r.libraryName) != "work" ||
             (!verilog && !(r.flags & SORT_REF_WEAK)))
             return;
-        unit.resize(r.unitName.size());
-        for (size_t i = 0; i < unit.size(); ++i)
-            unit[i] = lowerChar(r.unitName[i]);
-        if (declared[ownLib].second.count(unit))
+        uint32_t unit = units.find(lowered(r.unitName));
+        if (unit == SortNameTable::kNone)
             return;
-        for (const auto& lib : declared)
-            if (lib.second.count(unit)) {
-                r.libraryName = lib.first;
+        // The first library in registration order, unless the file's own has the unit.
+        uint32_t first = SortNameTable::kNone;
+        for (uint32_t link = firstLink[unit]; link != SortNameTable::kNone; link = links[link].next) {
+            if (links[link].library == ownLib)
                 return;
-            }
+            first = std::min(first, links[link].library);
+        }
+        r.libraryName = libraries[first];
     };
     for (size_t i = 0; i < s.elements.size(); ++i) {
         FileElement& e = *s.elements[i];

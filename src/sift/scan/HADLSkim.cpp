@@ -1,12 +1,17 @@
 #include "sift/scan/HADLSkim.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
+#include <string>
+#include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "hdl/base/Message.h"
 #include "hdl/sort/FileSort.h"
+#include "hdl/sort/SortNameTable.h"
 #include "runtime/LoomParamMgr.h"
 #include "runtime/LoomScopeTimer.h"
 #include "sift/scan/HADLIncludeTracer.h"
@@ -26,24 +31,34 @@ struct Hash65599 {
 
 using FileIds = std::vector<unsigned>;
 using UnitMap = std::unordered_map<std::string, FileIds, Hash65599>;
-using UnitsByLib = std::unordered_map<std::string, UnitMap, Hash65599>;
 
 bool isVhdl(unsigned lang) { return lang >= 8 && lang <= 13; }
+bool isVerilog(unsigned lang) { return lang >= 1 && lang <= 7; }
 
 char lowerChar(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-std::string lower(std::string s) {
-    for (char& c : s)
+std::string lower(std::string_view s) {
+    std::string out(s);
+    for (char& c : out)
         c = lowerChar(c);
-    return s;
+    return out;
 }
 
 // `out` = lower-cased `in`, in a buffer that lives across calls.
-const std::string& lowerInto(std::string& out, const std::string& in) {
+const std::string& lowerInto(std::string& out, std::string_view in) {
     out.resize(in.size());
     for (size_t i = 0; i < in.size(); ++i)
         out[i] = lowerChar(in[i]);
     return out;
+}
+
+bool equalNoCase(std::string_view a, std::string_view b) {
+    if (a.size() != b.size())
+        return false;
+    for (size_t i = 0; i < a.size(); ++i)
+        if (lowerChar(a[i]) != lowerChar(b[i]))
+            return false;
+    return true;
 }
 
 template <typename List>
@@ -52,30 +67,56 @@ void appendUnique(List& list, unsigned id) {
         list.push_back(id);
 }
 
+// The lower-cased libraries of the files, numbered in registration order.
+struct Libraries {
+    std::vector<std::string> names;
+    std::unordered_map<std::string, unsigned> index;
+
+    unsigned add(std::string lowered) {
+        auto at = index.emplace(std::move(lowered), unsigned(names.size()));
+        if (at.second)
+            names.push_back(at.first->first);
+        return at.first->second;
+    }
+    // The number of the library `lowered`, names.size() when no file has it.
+    unsigned find(const std::string& lowered) const {
+        auto at = index.find(lowered);
+        return at == index.end() ? unsigned(names.size()) : at->second;
+    }
+};
+
 // An element that has a library, with what every pass asks of it.
 struct SkimFile {
     const hdl::FileElement* element;
     unsigned id;
     unsigned lang;
-    std::string library; // lower-cased
+    unsigned library; // number in Libraries
 };
 
 // The elements in registration order; file names the database lacks are added here.
-std::vector<SkimFile> skimFiles(HADLDatabase& db) {
+std::vector<SkimFile> skimFiles(HADLDatabase& db, Libraries& libraries) {
     std::vector<SkimFile> files;
+    files.reserve(hdl::hdl_file_sort::FileCount());
+    // Files come in runs of one library: its number is looked up once a run.
+    const std::string* runName = nullptr;
+    unsigned runLibrary = 0;
     const hdl::FileElement* e = nullptr;
     for (unsigned i = 0; hdl::hdl_file_sort::FileAt(i, &e); ++i) {
         if (e->libraryName.empty())
             continue;
         unsigned id = fileIdOfElement(db, *e);
-        files.push_back(SkimFile{e, id, db.fileAttrs.at(id).lang, lower(e->libraryName)});
+        if (!runName || *runName != e->libraryName) {
+            runName = &e->libraryName;
+            runLibrary = libraries.add(lower(e->libraryName));
+        }
+        files.push_back(SkimFile{e, id, db.fileAttrs.at(id).lang, runLibrary});
     }
     return files;
 }
 
 // rUnitKey into a buffer that lives across calls.
-void buildKey(std::string& key, unsigned lang, const std::string& library, const std::string& primary,
-              const std::string& secondary) {
+void buildKey(std::string& key, unsigned lang, std::string_view library, std::string_view primary,
+              std::string_view secondary) {
     const char sep = isVhdl(lang) ? '/' : '.';
     key.clear();
     key += sep;
@@ -89,133 +130,228 @@ void buildKey(std::string& key, unsigned lang, const std::string& library, const
 }
 
 struct SplitName {
-    std::string primary;
-    std::string secondary;
+    std::string_view primary;
+    std::string_view secondary;
 };
 
-// VHDL unit texts are "primary secondary", split at the last blank.
-SplitName splitName(unsigned lang, const std::string& text, bool stripEscapes) {
-    SplitName s{text, ""};
+// VHDL unit texts are "primary secondary", split at the last blank. Views of `text`.
+SplitName splitName(unsigned lang, std::string_view text, bool stripEscapes) {
+    SplitName s{text, {}};
     if (!isVhdl(lang))
         return s;
     size_t blank = text.rfind(' ');
-    if (blank != std::string::npos) {
+    if (blank != std::string_view::npos) {
         s.primary = text.substr(0, blank);
         s.secondary = text.substr(blank + 1);
     }
     if (stripEscapes && s.primary.size() >= 2 && s.primary.front() == '\\' && s.primary.back() == '\\') {
         size_t b = s.primary.find_first_not_of('\\');
         size_t e = s.primary.find_last_not_of('\\');
-        s.primary = b == std::string::npos ? std::string() : s.primary.substr(b, e - b + 1);
+        s.primary = b == std::string_view::npos ? std::string_view() : s.primary.substr(b, e - b + 1);
     }
     return s;
 }
 
-std::string stripBackslashes(const std::string& name) {
+// The text without its leading and trailing backslashes.
+std::string_view stripBackslashes(std::string_view name) {
     size_t b = name.find_first_not_of('\\');
-    if (b == std::string::npos)
-        return std::string();
+    if (b == std::string_view::npos)
+        return {};
     return name.substr(b, name.find_last_not_of('\\') - b + 1);
 }
 
-void collectDeclaringFiles(const std::vector<SkimFile>& files, UnitsByLib& unitsByLib) {
+// The key of a unit within a library as references find it: the library's number, then
+// the name, as written for Verilog and lower-cased for VHDL.
+std::string_view unitKey(std::string& key, unsigned library, std::string_view name, bool vhdl) {
+    key.assign(reinterpret_cast<const char*>(&library), sizeof library);
+    if (vhdl) {
+        size_t at = key.size();
+        key.resize(at + name.size());
+        for (size_t i = 0; i < name.size(); ++i)
+            key[at + i] = lowerChar(name[i]);
+    } else {
+        key += name;
+    }
+    return key;
+}
+
+// What the passes share: the files, their libraries and who declares what.
+struct SkimTables {
+    std::vector<SkimFile> files;
+    Libraries libraries;
+    // Units by unitKey; the declarers of unit n are declarerIds[firstDeclarer[n] ..
+    // endDeclarer[n]), in file order.
+    hdl::SortNameTable units;
+    std::vector<uint32_t> firstDeclarer;
+    std::vector<uint32_t> endDeclarer;
+    std::vector<unsigned> declarerIds;
+    // Per file id: whether the file is Verilog (lang 1..7); a small table that stays in cache.
+    std::vector<uint8_t> verilogFile;
+    // The units of each library as a name map, made for a whole-library reference only.
+    std::unordered_map<unsigned, UnitMap> unitMaps;
+    // objNames id of each library text, 0 until first entered.
+    std::vector<unsigned> libraryNameIds;
+    // Raw unit of each unit-table entry, files after one another; 0 when the second pass
+    // has to look it up by its own key.
+    std::vector<unsigned> unitIds;
+};
+
+void collectDeclaringFiles(SkimTables& t, unsigned fileIdCount) {
+    t.verilogFile.assign(fileIdCount, 0);
+    // (unit, file) in file order, then grouped by unit keeping that order.
+    std::vector<std::pair<uint32_t, unsigned>> declared;
+    std::string key;
+    for (const SkimFile& f : t.files) {
+        if (f.id < fileIdCount)
+            t.verilogFile[f.id] = isVerilog(f.lang);
+        const bool vhdl = isVhdl(f.lang);
+        for (const std::string& name : f.element->declaredNames)
+            declared.emplace_back(t.units.intern(unitKey(key, f.library, name, vhdl)), f.id);
+    }
+    // Room for each unit's declarers, counted; a file listed twice leaves the end short.
+    t.firstDeclarer.assign(t.units.count() + 1, 0);
+    for (const auto& d : declared)
+        ++t.firstDeclarer[d.first + 1];
+    for (size_t n = 1; n < t.firstDeclarer.size(); ++n)
+        t.firstDeclarer[n] += t.firstDeclarer[n - 1];
+    t.endDeclarer.assign(t.firstDeclarer.begin(), t.firstDeclarer.end() - 1);
+    t.declarerIds.resize(declared.size());
+    for (const auto& d : declared) {
+        auto begin = t.declarerIds.begin() + t.firstDeclarer[d.first];
+        auto end = t.declarerIds.begin() + t.endDeclarer[d.first];
+        if (std::find(begin, end, d.second) == end)
+            t.declarerIds[t.endDeclarer[d.first]++] = d.second;
+    }
+}
+
+// The units of `library` by name, the declarers of each in file order. Iterating it
+// gives the order in which a whole-library reference lists the files, so it is made as
+// one map filled in file order.
+const UnitMap& unitMapOf(SkimTables& t, unsigned library) {
+    auto known = t.unitMaps.find(library);
+    if (known != t.unitMaps.end())
+        return known->second;
+    UnitMap& units = t.unitMaps[library];
     std::string name;
-    for (const SkimFile& f : files) {
-        UnitMap& units = unitsByLib[f.library];
+    for (const SkimFile& f : t.files) {
+        if (f.library != library)
+            continue;
         bool vhdl = isVhdl(f.lang);
         for (const std::string& declared : f.element->declaredNames)
             appendUnique(units[vhdl ? lowerInto(name, declared) : declared], f.id);
     }
+    return units;
 }
 
-void collectReferences(HADLDatabase& db, const std::vector<SkimFile>& files, UnitsByLib& unitsByLib) {
-    std::string d, unitName;
-    for (const SkimFile& f : files) {
-        const std::string& ownLib = f.library;
-        const bool vhdl = isVhdl(f.lang);
-        // Most references are to "work": the file's own library is looked up once.
-        const auto own = unitsByLib.find(ownLib);
-        for (const hdl::SortReference& r : f.element->references) {
-            if (r.libraryName.empty() || (r.flags & (hdl::SORT_REF_IMPLICIT | hdl::SORT_REF_BIND_TARGET)))
+void collectReferences(HADLDatabase& db, SkimTables& t, const SkimFile& f) {
+    const unsigned none = unsigned(t.libraries.names.size());
+    const bool vhdl = isVhdl(f.lang);
+    HADLDatabase::FileProp* props = nullptr;
+    std::string lowered, key;
+    for (const hdl::SortReference& r : f.element->references) {
+        if (r.libraryName.empty() || (r.flags & (hdl::SORT_REF_IMPLICIT | hdl::SORT_REF_BIND_TARGET)))
+            continue;
+        // Most references are to "work", the file's own library.
+        bool isWork = equalNoCase(r.libraryName, "work");
+        unsigned lib = isWork ? f.library : t.libraries.find(lowerInto(lowered, r.libraryName));
+        bool libFound = lib != none;
+        if (!libFound) {
+            lib = f.library;
+            if (r.unitName.empty())
                 continue;
-            lowerInto(d, r.libraryName);
-            bool isWork = d == "work";
-            if (isWork)
-                d = ownLib;
-            auto lib = isWork ? own : unitsByLib.find(d);
-            bool libFound = lib != unitsByLib.end();
-            if (!libFound) {
-                lib = own;
-                if (r.unitName.empty() || lib == unitsByLib.end())
-                    continue;
-            }
-            auto& props = db.fileProps.at(f.id);
-            if (libFound && r.unitName.empty()) {
-                if (isWork || d == ownLib)
-                    continue;
-                for (const auto& unit : lib->second)
-                    for (unsigned id : unit.second)
-                        appendUnique(props.parsReqFiles, id);
-                continue;
-            }
-            auto unit = lib->second.find(vhdl ? lowerInto(unitName, r.unitName) : r.unitName);
-            if (unit == lib->second.end())
-                continue;
-            const FileIds& declaring = unit->second;
-            bool weak = (r.flags & hdl::SORT_REF_WEAK) != 0;
-            if (std::find(declaring.begin(), declaring.end(), f.id) != declaring.end()) {
-                if (!weak)
-                    for (unsigned id : declaring)
-                        if (id != f.id)
-                            appendUnique(props.parsOvrFiles, id);
-                continue;
-            }
-            for (unsigned id : declaring) {
-                unsigned lang = db.fileAttrs.at(id).lang;
-                if (weak && lang >= 1 && lang <= 7)
-                    continue;
-                appendUnique(props.parsReqFiles, id);
-            }
         }
+        if (!props)
+            props = &db.fileProps.at(f.id);
+        if (libFound && r.unitName.empty()) {
+            if (lib == f.library)
+                continue;
+            for (const auto& unit : unitMapOf(t, lib))
+                for (unsigned id : unit.second)
+                    appendUnique(props->parsReqFiles, id);
+            continue;
+        }
+        uint32_t unit = t.units.find(unitKey(key, lib, r.unitName, vhdl));
+        if (unit == hdl::SortNameTable::kNone)
+            continue;
+        const unsigned* begin = t.declarerIds.data() + t.firstDeclarer[unit];
+        const unsigned* end = t.declarerIds.data() + t.endDeclarer[unit];
+        bool weak = (r.flags & hdl::SORT_REF_WEAK) != 0;
+        if (std::find(begin, end, f.id) != end) {
+            if (!weak)
+                for (const unsigned* id = begin; id != end; ++id)
+                    if (*id != f.id)
+                        appendUnique(props->parsOvrFiles, *id);
+            continue;
+        }
+        for (const unsigned* id = begin; id != end; ++id)
+            if (!weak || !t.verilogFile[*id])
+                appendUnique(props->parsReqFiles, *id);
+    }
+}
+
+// objNames id of a library's text.
+unsigned libraryNameId(HADLDatabase& db, SkimTables& t, unsigned library) {
+    t.libraryNameIds.resize(t.libraries.names.size(), 0);
+    unsigned& id = t.libraryNameIds[library];
+    if (!id)
+        id = db.objNames.insert(t.libraries.names[library].c_str());
+    return id;
+}
+
+// A raw unit's key was entered: the tables that follow its numbering grow only when
+// the key was new (after the first entry, so that they start out sized).
+void unitEntered(HADLDatabase& db, unsigned id, bool& resized) {
+    if (!resized || id >= db.rUnitAttrs.size()) {
+        db.resizeTables();
+        resized = true;
     }
 }
 
 // First pass of the unit graph: one raw unit per unit-table entry.
-void createRawUnits(HADLDatabase& db, const std::vector<SkimFile>& files) {
-    std::string key, primary, secondary;
-    for (const SkimFile& f : files) {
-        for (const hdl::SortUnit& u : f.element->units) {
-            if (u.name.empty())
-                continue;
-            SplitName n = splitName(f.lang, u.name, true);
-            buildKey(key, f.lang, f.library, lowerInto(primary, n.primary), lowerInto(secondary, n.secondary));
-            unsigned id = db.rUnitNames.insert(key.c_str());
-            db.resizeTables();
-            HADLDatabase::RUnitAttr& attr = db.rUnitAttrs.at(id);
-            attr.libId = db.objNames.insert(f.library.c_str());
-            attr.primaryId = db.objNames.insert(n.primary.c_str());
-            if (!n.secondary.empty())
-                attr.secondaryId = db.objNames.insert(n.secondary.c_str());
-            appendUnique(attr.fileIds, f.id);
+void createRawUnits(HADLDatabase& db, SkimTables& t, const SkimFile& f, bool& resized) {
+    std::string key, primary, secondary, text;
+    const std::string& library = t.libraries.names[f.library];
+    for (const hdl::SortUnit& u : f.element->units) {
+        if (u.name.empty()) {
+            t.unitIds.push_back(0);
+            continue;
         }
+        SplitName n = splitName(f.lang, u.name, true);
+        buildKey(key, f.lang, library, lowerInto(primary, n.primary), lowerInto(secondary, n.secondary));
+        unsigned id = db.rUnitNames.insert(key.c_str());
+        unitEntered(db, id, resized);
+        HADLDatabase::RUnitAttr& attr = db.rUnitAttrs.at(id);
+        attr.libId = libraryNameId(db, t, f.library);
+        attr.primaryId = db.objNames.insert(text.assign(n.primary).c_str());
+        if (!n.secondary.empty())
+            attr.secondaryId = db.objNames.insert(text.assign(n.secondary).c_str());
+        appendUnique(attr.fileIds, f.id);
+        // The second pass splits without stripping escapes: the same key only when
+        // there were none.
+        t.unitIds.push_back(n.primary.size() == splitName(f.lang, u.name, false).primary.size() ? id : 0);
     }
 }
 
 // Second pass: the instances of each raw unit, with units nobody declares made on the way.
-void createRawInstances(HADLDatabase& db, const std::vector<SkimFile>& files, const HADLStringMatchTable& primitives) {
+void createRawInstances(HADLDatabase& db, SkimTables& t, const HADLStringMatchTable& primitives, bool& resized) {
     const std::string defaultLib = lower(db.getDefaultLibrary());
-    std::string rl, primary, secondary, ownKey, key;
-    for (const SkimFile& f : files) {
-        const std::string& lib = f.library;
+    std::string rl, primary, secondary, ownKey, key, instName;
+    size_t unitAt = 0;
+    for (const SkimFile& f : t.files) {
+        const std::string& lib = t.libraries.names[f.library];
         const unsigned lang = f.lang;
         const bool vhdl = isVhdl(lang);
         const unsigned other = vhdl ? 2 : 9;
         const HADLStringMatchTable& stdLibs = vhdl ? db.stdVhdlLibNames : db.stdSVLibNames;
         for (const hdl::SortUnit& u : f.element->units) {
+            unsigned p = t.unitIds[unitAt++];
             if (u.instances.empty())
                 continue;
-            SplitName pn = splitName(lang, u.name, false);
-            unsigned p = db.rUnitNames.find(rUnitKey(lang, lib, lower(pn.primary), lower(pn.secondary)).c_str());
+            if (!p) {
+                SplitName pn = splitName(lang, u.name, false);
+                buildKey(key, lang, lib, lowerInto(primary, pn.primary), lowerInto(secondary, pn.secondary));
+                p = db.rUnitNames.find(key.c_str());
+            }
             // A unit's instances mostly name one library: its standard-ness is asked once.
             std::string lastLib;
             bool lastIsStd = false;
@@ -237,50 +373,50 @@ void createRawInstances(HADLDatabase& db, const std::vector<SkimFile>& files, co
                 lowerInto(primary, tn.primary);
                 lowerInto(secondary, tn.secondary);
                 buildKey(ownKey, lang, rl, primary, secondary);
-                unsigned t = db.rUnitNames.find(ownKey.c_str());
-                const std::string none;
+                unsigned target = db.rUnitNames.find(ownKey.c_str());
                 auto find = [&](unsigned keyLang, const std::string& keyLib) {
-                    buildKey(key, keyLang, keyLib, primary, none);
+                    buildKey(key, keyLang, keyLib, primary, {});
                     return db.rUnitNames.find(key.c_str());
                 };
-                if (!t && rl != lib)
-                    t = find(lang, lib);
-                if (!t)
-                    t = find(other, rl);
-                if (!t)
-                    t = find(other, defaultLib);
-                if (t && db.rUnitAttrs.at(t).primaryId == db.rUnitAttrs.at(p).primaryId)
+                if (!target && rl != lib)
+                    target = find(lang, lib);
+                if (!target)
+                    target = find(other, rl);
+                if (!target)
+                    target = find(other, defaultLib);
+                if (target && db.rUnitAttrs.at(target).primaryId == db.rUnitAttrs.at(p).primaryId)
                     continue;
-                if (!t && !vhdl)
-                    t = db.rUnitNames.find(rUnitKey(lang, rl, "extern module " + primary, secondary).c_str());
-                if (t == p)
+                if (!target && !vhdl) {
+                    buildKey(key, lang, rl, "extern module " + primary, secondary);
+                    target = db.rUnitNames.find(key.c_str());
+                }
+                if (target == p)
                     continue;
-                if (!t) {
+                if (!target) {
                     bool primitive = vhdl ? primitives.findNoCase(r.unitName.c_str()) != 0
                                           : primitives.find(r.unitName.c_str()) != 0;
                     if (primitive)
                         continue;
-                    t = db.rUnitNames.insert(ownKey.c_str());
-                    db.resizeTables();
-                    HADLDatabase::RUnitAttr& target = db.rUnitAttrs.at(t);
-                    target.libId = db.objNames.insert(rl.c_str());
-                    target.primaryId = db.objNames.insert(r.unitName.c_str());
+                    target = db.rUnitNames.insert(ownKey.c_str());
+                    unitEntered(db, target, resized);
+                    HADLDatabase::RUnitAttr& attr = db.rUnitAttrs.at(target);
+                    attr.libId = db.objNames.insert(rl.c_str());
+                    attr.primaryId = db.objNames.insert(r.unitName.c_str());
                     if (!tn.secondary.empty())
-                        target.secondaryId = db.objNames.insert(tn.secondary.c_str());
-                    appendUnique(target.fileIds, 0);
+                        attr.secondaryId = db.objNames.insert(instName.assign(tn.secondary).c_str());
+                    appendUnique(attr.fileIds, 0);
                 }
                 unsigned instId = 0;
-                if (!r.instanceName.empty())
-                    instId = db.objNames.insert((vhdl ? stripBackslashes(r.instanceName) : r.instanceName).c_str());
-                db.rUnitAttrs.at(p).insts.push_back(HADLDatabase::RInstAttr{instId, t});
+                if (!r.instanceName.empty()) {
+                    const char* name = r.instanceName.c_str();
+                    if (vhdl && (r.instanceName.front() == '\\' || r.instanceName.back() == '\\'))
+                        name = instName.assign(stripBackslashes(r.instanceName)).c_str();
+                    instId = db.objNames.insert(name);
+                }
+                db.rUnitAttrs.at(p).insts.push_back(HADLDatabase::RInstAttr{instId, target});
             }
         }
     }
-}
-
-void collectUnitGraph(HADLDatabase& db, const std::vector<SkimFile>& files, const HADLStringMatchTable& primitives) {
-    createRawUnits(db, files);
-    createRawInstances(db, files, primitives);
 }
 
 // Depth-first post-order: a file comes after what it needs, then after the other
@@ -341,11 +477,16 @@ unsigned fileIdOfElement(HADLDatabase& db, const hdl::FileElement& element) {
 }
 
 void computeParseOrder(HADLDatabase& db, const HADLStringMatchTable& primitiveNames) {
-    UnitsByLib unitsByLib;
-    std::vector<SkimFile> files = skimFiles(db);
-    collectDeclaringFiles(files, unitsByLib);
-    collectReferences(db, files, unitsByLib);
-    collectUnitGraph(db, files, primitiveNames);
+    SkimTables t;
+    t.files = skimFiles(db, t.libraries);
+    collectDeclaringFiles(t, db.fileNames.size());
+    // References and raw units touch disjoint tables: one walk over the elements does both.
+    bool resized = false;
+    for (const SkimFile& f : t.files) {
+        collectReferences(db, t, f);
+        createRawUnits(db, t, f, resized);
+    }
+    createRawInstances(db, t, primitiveNames, resized);
     walkParseOrder(db);
 }
 

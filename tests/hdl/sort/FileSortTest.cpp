@@ -267,6 +267,33 @@ TEST_F(FileSortTest, WorkReferencesFollowTheLibraryThatDeclares) {
     EXPECT_FALSE(hdl_file_sort::FileAt(2, &none));
 }
 
+TEST_F(FileSortTest, WorkReferencesTakeTheFirstDeclaringLibraryUnlessTheirOwnDeclares) {
+    std::string a = files.write("a.v", "module leaf; endmodule\n");
+    std::string b = files.write("b.v", "module LEAF; endmodule\nmodule other; endmodule\n");
+    std::string top = files.write("top.v", "module top; leaf u1 (); Other u2 (); nowhere u3 (); endmodule\n");
+    std::string own = files.write("own.v", "module own; Leaf u (); endmodule\n");
+    std::string vhd = files.write("c.vhd", "use work.other.all;\nentity c is end;\narchitecture a of c is begin\n"
+                                           " u : LEAF port map (x);\nend;\n");
+    ASSERT_TRUE(hdl_file_sort::RegisterFile(a.c_str(), "LibA", 5, 2));
+    ASSERT_TRUE(hdl_file_sort::RegisterFile(b.c_str(), "libB", 5, 2));
+    ASSERT_TRUE(hdl_file_sort::RegisterFile(top.c_str(), "top", 5, 2));
+    ASSERT_TRUE(hdl_file_sort::RegisterFile(own.c_str(), "LIBB", 5, 2));
+    ASSERT_TRUE(hdl_file_sort::RegisterFile(vhd.c_str(), "top", 9, 2));
+    // Names match without regard to case; the library is written lower-cased.
+    const FileElement& t = element(2);
+    EXPECT_TRUE(hasRef(t, "liba", "leaf", SORT_REF_WEAK));
+    EXPECT_TRUE(hasRef(t, "libb", "Other", SORT_REF_WEAK));
+    EXPECT_TRUE(hasRef(t, "work", "nowhere", SORT_REF_WEAK));
+    EXPECT_EQ(t.units[0].instances[0].libraryName, "liba");
+    EXPECT_EQ(t.units[0].instances[1].libraryName, "libb");
+    // "LIBB" is the library of b.v too, which declares LEAF.
+    EXPECT_TRUE(hasRef(element(3), "work", "Leaf", SORT_REF_WEAK));
+    // In VHDL only the weak component binding moves; the use clause stays.
+    const FileElement& c = element(4);
+    EXPECT_TRUE(hasRef(c, "liba", "LEAF", SORT_REF_WEAK));
+    EXPECT_TRUE(hasRef(c, "work", "other", 0));
+}
+
 TEST_F(FileSortTest, BadInputFinishesWithMessages) {
     std::string binary("module x;\0\0\x01\x02 endmodule", 24);
     std::string bin = files.write("bin.vhd", binary);

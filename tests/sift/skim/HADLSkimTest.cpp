@@ -68,6 +68,22 @@ TEST(SkimOrder, VerilogPackagesOrderAndInstancesDoNot) {
               (HADLVectorForTuple<unsigned>{p.id("defs.sv"), p.id("top.sv"), p.id("leaf.sv")}));
 }
 
+TEST(SkimOrder, NamesMatchAcrossLanguagesAsEachLanguageSpellsThem) {
+    SkimProject p;
+    // A VHDL name is looked up lower-cased, a Verilog one as written.
+    p.add("pkg.sv", 5, "w", "package pkg; endpackage\npackage Pkg2; endpackage\n");
+    p.add("user.vhd", 9, "w", "use work.PKG.all;\nuse work.pkg2.all;\nentity user is end;\n");
+    p.add("defs.vhd", 9, "w", "package DEFS is end;\n");
+    p.add("top.sv", 5, "w", "module top; import Defs::*; endmodule\nmodule top2; import defs::*; endmodule\n");
+    p.add("both.vhd", 9, "w", "package pkg is end;\npackage body pkg is end;\n");
+    p.skim();
+    EXPECT_EQ(p.req("user.vhd"), (Ids{p.id("pkg.sv"), p.id("both.vhd")}));
+    EXPECT_EQ(p.req("top.sv"), (Ids{p.id("defs.vhd")}));
+    // One name declared in both languages: the package body needs the other declarer first.
+    EXPECT_EQ(p.ovr("both.vhd"), (Ids{p.id("pkg.sv")}));
+    EXPECT_TRUE(p.req("pkg.sv").empty());
+}
+
 TEST(SkimOrder, SecondSkimDoublesParseOrder) {
     SkimProject p;
     p.add("m.v", 2, "w", "module m; endmodule\n");
