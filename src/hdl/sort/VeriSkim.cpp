@@ -191,20 +191,24 @@ private:
         ++i_;
     }
 
-    // `p::` names a package; `std::` is the language's own.
+    // `p::` names a package; `std::` is the language's own. Asked at every name, so the
+    // test that rules most of them out comes first and stays small enough to inline.
     bool noteReference() {
-        const VeriSkimToken& t = t_[i_];
-        if (!isName(t) || kindAt(i_ + 1) != VT_SCOPE || prevKind() == VT_SCOPE)
+        if (kindAt(i_ + 1) != VT_SCOPE || !isName(t_[i_]) || prevKind() == VT_SCOPE)
             return false;
-        std::string_view name = nameView(t);
+        return notePackage(nameView(t_[i_]));
+    }
+
+    bool notePackage(std::string_view name) {
+        // A file names few packages, mostly again and again: a list beats a hash set
+        // built per file, and a name met before is known to be a package.
+        if (std::find(packagesSeen_.begin(), packagesSeen_.end(), name) != packagesSeen_.end())
+            return true;
         if (name == "$unit" || name == "local" || name == "super" || name == "this")
             return false;
-        // A file names few packages: a list beats a hash set built per file.
-        if (std::find(packagesSeen_.begin(), packagesSeen_.end(), name) == packagesSeen_.end()) {
-            packagesSeen_.push_back(name);
-            e_.references.push_back(
-                SortReference{"work", std::string(name), "", name == "std" ? uint32_t(SORT_REF_IMPLICIT) : 0u});
-        }
+        packagesSeen_.push_back(name);
+        e_.references.push_back(
+            SortReference{"work", std::string(name), "", name == "std" ? uint32_t(SORT_REF_IMPLICIT) : 0u});
         return true;
     }
 

@@ -7,13 +7,29 @@ namespace {
 
 bool isName(uint16_t kind) { return kind == VHDL_ID || kind == VHDL_EXTENDED_ID; }
 
+// The kinds that start what the recogniser reads; the others, most of a file, are passed
+// in a tight loop instead of one dispatch each.
+struct ActedKinds {
+    bool of[VHDL_TOKEN_COUNT] = {};
+    constexpr ActedKinds() {
+        for (uint16_t k : {VHDL_EOF, VHDL_LIBRARY, VHDL_USE, VHDL_CONTEXT, VHDL_ENTITY, VHDL_ARCHITECTURE, VHDL_PACKAGE,
+                           VHDL_CONFIGURATION, VHDL_FOR, VHDL_COLON})
+            of[k] = true;
+    }
+};
+constexpr ActedKinds kActedKinds;
+
 class VhdlSkimmer {
 public:
     VhdlSkimmer(std::string_view text, const std::vector<VhdlSkimToken>& tokens, FileElement& element)
         : text_(text), t_(tokens), e_(element) {}
 
     void run() {
-        while (i_ < t_.size() && t_[i_].kind != VHDL_EOF) {
+        for (;;) {
+            while (i_ < t_.size() && t_[i_].kind < VHDL_TOKEN_COUNT && !kActedKinds.of[t_[i_].kind])
+                ++i_;
+            if (i_ >= t_.size() || t_[i_].kind == VHDL_EOF)
+                return;
             switch (t_[i_].kind) {
             case VHDL_LIBRARY: libraryClause(); break;
             case VHDL_USE: useClause(); break;
@@ -218,7 +234,6 @@ private:
             return;
         }
         ++i_;
-        std::string inst = textAt(label);
         uint16_t k = kindAt(i_);
         if (k == VHDL_ENTITY || k == VHDL_CONFIGURATION) {
             std::string lib, unit, arch;
@@ -229,7 +244,7 @@ private:
             if (!arch.empty())
                 addReference(lib, target);
             if (unit_ >= 0)
-                e_.units[unit_].instances.push_back(SortReference{lib, target, inst, 0});
+                e_.units[unit_].instances.push_back(SortReference{lib, target, textAt(label), 0});
             return;
         }
         bool keyword = k == VHDL_COMPONENT;
@@ -244,6 +259,7 @@ private:
         if (!mapFollows && !(keyword && after == VHDL_SEMI))
             return;
         std::string comp = textAt(n);
+        std::string inst = textAt(label);
         if (unit_ >= 0)
             e_.units[unit_].instances.push_back(SortReference{"work", comp, inst, 0});
         e_.references.push_back(SortReference{"work", comp, inst, SORT_REF_WEAK});
