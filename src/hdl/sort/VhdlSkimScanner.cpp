@@ -110,13 +110,23 @@ struct KeywordTable {
                 buckets[e.text.size() * 26 + size_t(e.text[0] - 'a')].push_back(e);
     }
 
+    // wordIs for a name against a reserved word of the same length. A reserved word
+    // holds letters and `_`, a name letters, digits and `_`: with bit 5 set on both
+    // sides a letter meets only itself in either case, and `_` only `_`.
+    static bool nameIs(std::string_view name, std::string_view reserved) {
+        for (size_t k = 0; k < name.size(); ++k)
+            if ((name[k] | 0x20) != (reserved[k] | 0x20))
+                return false;
+        return true;
+    }
+
     VhdlToken find(std::string_view word, unsigned mode) const {
         size_t len = word.size();
         char first = static_cast<char>(word[0] | 0x20);
         if (len > kMaxLen || first < 'a' || first > 'z')
             return VHDL_ID;
         for (const Entry& e : buckets[len * 26 + size_t(first - 'a')]) {
-            if (!wordIs(word, e.text))
+            if (!nameIs(word, e.text))
                 continue;
             if (e.edition == VHDL_PSL)
                 return mode == VHDL_PSL ? e.token : VHDL_ID;
