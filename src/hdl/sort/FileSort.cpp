@@ -240,16 +240,24 @@ void resolveLibraries() {
             runLibrary = at.first->second;
         }
         ownLibrary[i] = runLibrary;
-        for (const std::string& declared : e.declaredNames) {
+    }
+    // In one library a unit that a file's own library lacks is declared nowhere: no
+    // reference moves, and the references are not read at all.
+    if (libraries.size() < 2) {
+        s.librariesResolved = true;
+        return;
+    }
+    for (size_t i = 0; i < s.elements.size(); ++i) {
+        for (const std::string& declared : s.elements[i]->declaredNames) {
             uint32_t unit = units.intern(lowered(declared));
             if (unit == firstLink.size())
                 firstLink.push_back(SortNameTable::kNone);
             uint32_t* link = &firstLink[unit];
-            while (*link != SortNameTable::kNone && links[*link].library != runLibrary)
+            while (*link != SortNameTable::kNone && links[*link].library != ownLibrary[i])
                 link = &links[*link].next;
             if (*link == SortNameTable::kNone) {
                 *link = static_cast<uint32_t>(links.size());
-                links.push_back(Link{runLibrary, SortNameTable::kNone});
+                links.push_back(Link{ownLibrary[i], SortNameTable::kNone});
             }
         }
     }
