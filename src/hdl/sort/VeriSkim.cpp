@@ -48,16 +48,27 @@ bool startsItem(uint16_t kind) {
     }
 }
 
-// Inside a unit, the kinds other than names that the recogniser acts on: unit
-// keywords and their ends, `bind` and the cells of a configuration.
+// Inside a unit, what the recogniser does at a token of each kind: pass it; act on it
+// (unit keywords and their ends, `bind` and the cells of a configuration); or, for a
+// name, act only when the next token is `::`, `#` or a name, since only a package
+// prefix or an instantiation starts that way. Most names are passed with the rest.
+enum InsideAction : uint8_t { PASS, ACT, NAME };
+
 struct InsideKinds {
-    bool of[VT_KIND_COUNT] = {};
+    uint8_t of[VT_KIND_COUNT] = {};
+    bool startsName[VT_KIND_COUNT] = {}; // kinds after which a name may be acted on
     constexpr InsideKinds() {
         for (uint16_t k : {VT_MODULE, VT_MACROMODULE, VT_INTERFACE, VT_PROGRAM, VT_PACKAGE, VT_PRIMITIVE, VT_CONFIG,
                            VT_CLASS, VT_CHECKER, VT_ENDMODULE, VT_ENDINTERFACE, VT_ENDPROGRAM, VT_ENDPACKAGE,
                            VT_ENDPRIMITIVE, VT_ENDCONFIG, VT_ENDCLASS, VT_ENDCHECKER, VT_BIND, VT_DESIGN, VT_USE,
-                           VT_EOF, VT_IDENTIFIER, VT_ESCAPED_IDENTIFIER})
-            of[k] = true;
+                           VT_EOF})
+            of[k] = ACT;
+        for (uint16_t k : {VT_IDENTIFIER, VT_ESCAPED_IDENTIFIER}) {
+            of[k] = NAME;
+            startsName[k] = true;
+        }
+        for (uint16_t k : {VT_SCOPE, VT_HASH})
+            startsName[k] = true;
     }
 };
 constexpr InsideKinds kInsideKinds;
@@ -123,8 +134,15 @@ private:
     }
 
     void insideUnit() {
-        while (i_ + 1 < t_.size() && t_[i_].kind < VT_KIND_COUNT && !kInsideKinds.of[t_[i_].kind])
-            ++i_;
+        for (; i_ + 1 < t_.size(); ++i_) {
+            uint16_t kind = t_[i_].kind;
+            if (kind >= VT_KIND_COUNT)
+                break;
+            uint8_t action = kInsideKinds.of[kind];
+            uint16_t next = t_[i_ + 1].kind;
+            if (action == ACT || (action == NAME && next < VT_KIND_COUNT && kInsideKinds.startsName[next]))
+                break;
+        }
         const VeriSkimToken& t = t_[i_];
         if (t.kind == VT_EOF)
             return;
