@@ -1,0 +1,107 @@
+// Differential fuzzing of the skim's scanners: whatever text a scanner accepts must give
+// exactly the tokens of the front-end's own path (the preprocessor for Verilog, the
+// lexer for VHDL), and a scanner reports nothing. The first byte picks the language;
+// for Verilog the input after the first NUL byte pair becomes the text of "inc.svh",
+// which the main text can include, so includes and macros meet each other.
+#include <cstdarg>
+#include <cstdint>
+#include <cstdlib>
+#include <deque>
+#include <fstream>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include "hdl/base/Message.h"
+#include "hdl/sort/VeriSkimScanner.h"
+#include "hdl/sort/VhdlSkimScanner.h"
+#include "hdl/sv/VeriPreprocessor.h"
+#include "hdl/vhdl/VhdlLexer.h"
+
+namespace {
+
+size_t messages = 0;
+
+void countMessage(hdl::msg_type_t, const char*, const hdl::ColLineFile*, const char*, va_list) { ++messages; }
+
+const std::string& workDir() {
+    static const std::string dir = [] {
+        char pattern[] = "/tmp/skim_fuzz_XXXXXX";
+        const char* made = ::mkdtemp(pattern);
+        return std::string(made ? made : "/tmp");
+    }();
+    return dir;
+}
+
+void verilog(std::string text, bool sv, bool ignoreTranslateOff) {
+    size_t split = text.find(std::string("\0\0", 2));
+    std::string include = split == std::string::npos ? std::string() : text.substr(split + 2);
+    if (split != std::string::npos)
+        text.resize(split);
+    std::ofstream(workDir() + "/inc.svh", std::ios::binary) << include;
+    std::string name = workDir() + "/fuzz.sv";
+
+    hdl::VeriPreprocessorOptions ppOptions;
+    ppOptions.language = sv ? 5 : 2;
+    ppOptions.ignoreTranslateOff = ignoreTranslateOff;
+    ppOptions.defines = {"FUZZ", "W=8"};
+    hdl::VeriPreprocessor pp(ppOptions);
+    hdl::VeriSkimScanOptions options;
+    options.keywordSet = pp.keywordSet();
+    options.ignoreTranslateOff = ignoreTranslateOff;
+    options.preprocess = true;
+    options.predefined = &pp.macros();
+    options.fileName = name;
+    static hdl::VeriSkimIncludeCache cache; // effects carry from input to input, as from file to file
+    options.includeCache = &cache;
+    std::vector<hdl::VeriSkimToken> fast;
+    std::deque<std::string> texts;
+    messages = 0;
+    bool scanned = hdl::veriSkimScan(text, options, fast, texts);
+    if (messages)
+        __builtin_trap();
+    if (!scanned)
+        return;
+    pp.pushText(text, name);
+    size_t i = 0;
+    for (hdl::VeriToken t = pp.next(); t.kind != hdl::VT_EOF; t = pp.next(), ++i)
+        if (i >= fast.size() || fast[i].kind != t.kind || fast[i].text() != t.text)
+            __builtin_trap();
+    if (i != fast.size() || messages)
+        __builtin_trap();
+}
+
+void vhdl(const std::string& text, unsigned mode, bool ignorePragmas) {
+    std::vector<hdl::VhdlSkimToken> fast;
+    messages = 0;
+    bool scanned = hdl::vhdlSkimScan(text, mode, ignorePragmas, fast);
+    if (messages)
+        __builtin_trap();
+    if (!scanned)
+        return;
+    hdl::VhdlLexer lexer(text, 0, mode);
+    lexer.SetIgnorePragmas(ignorePragmas);
+    std::vector<hdl::VhdlTok> full = lexer.Tokenize();
+    if (full.size() != fast.size() || messages)
+        __builtin_trap();
+    for (size_t i = 0; i < full.size(); ++i)
+        if (full[i].kind != fast[i].kind || full[i].begin != fast[i].begin || full[i].end != fast[i].end)
+            __builtin_trap();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    if (size == 0)
+        return 0;
+    hdl::Message::RegisterCallBackMsg(countMessage);
+    std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
+    bool flag = (data[0] & 0x80) != 0;
+    switch (data[0] % 4) {
+    case 0: verilog(std::move(text), true, flag); break;
+    case 1: verilog(std::move(text), false, flag); break;
+    case 2: vhdl(text, hdl::VHDL_93, flag); break;
+    default: vhdl(text, hdl::VHDL_2008, flag); break;
+    }
+    return 0;
+}
