@@ -19,7 +19,9 @@ using namespace verilex;
 // character alone: most operators end without a look at the spelling lists.
 struct ShortOperators {
     uint16_t single[256] = {};     // kind of the one-character operator, 0 for none
-    bool continues[256][256] = {}; // [first][second]: some longer spelling goes on so
+    // [first][second / 64] bit second % 64: some longer spelling goes on so. Bits, so
+    // that the rows of the operator characters stay in the first-level cache.
+    uint64_t continues[256][4] = {};
 
     ShortOperators() {
         const std::vector<OperatorSpelling>* byChar = operatorsByFirstChar();
@@ -28,7 +30,8 @@ struct ShortOperators {
                 if (sp.text.size() == 1 && sp.set == VERI_KW_1995)
                     single[c] = sp.kind;
                 else if (sp.text.size() > 1)
-                    continues[c][static_cast<unsigned char>(sp.text[1])] = true;
+                    continues[c][static_cast<unsigned char>(sp.text[1]) >> 6] |=
+                        uint64_t(1) << (static_cast<unsigned char>(sp.text[1]) & 63);
             }
         }
     }
@@ -70,7 +73,6 @@ public:
         Frame main;
         main.isFile = true;
         main.name = options.fileName;
-        main.dir = FileSystem::DirectoryPath(std::string(options.fileName));
         frames_.push_back(std::move(main));
         expander_.setQuiet(true);
     }
@@ -339,7 +341,8 @@ private:
 
     uint16_t op(size_t start) {
         unsigned char c = static_cast<unsigned char>(s_[pos_]);
-        if (shorts_.single[c] && !shorts_.continues[c][static_cast<unsigned char>(peek(1))]) {
+        unsigned char d = static_cast<unsigned char>(peek(1));
+        if (shorts_.single[c] && !((shorts_.continues[c][d >> 6] >> (d & 63)) & 1)) {
             ++pos_;
             return shorts_.single[c];
         }
@@ -388,7 +391,6 @@ private:
         bool isFile = false;
         size_t condFloor = 0; // conditionals opened before the file began
         std::string_view name;
-        std::string dir;
         std::unique_ptr<SourceStream> stream; // open until the file is done
         // Positions, for macro texts that hold where they were defined or used; the
         // file id is taken at the first need, and lines are counted forward.
@@ -660,7 +662,6 @@ private:
         else if (o_.includeCache)
             recording_ = std::make_unique<Recording>(frames_.size(), out_.size(), path);
         frame.name = texts_.emplace_back(std::move(path));
-        frame.dir = FileSystem::DirectoryPath(std::string(frame.name));
         const std::string& kept = texts_.emplace_back(std::move(text));
         pushFrame(std::move(frame), kept);
         if (recording_) {
@@ -679,7 +680,7 @@ private:
             path = name;
             return FileSystem::IsSourceFile(path);
         }
-        path = FileSystem::Join(innermostFile().dir, name);
+        path = FileSystem::Join(FileSystem::DirectoryPath(std::string(innermostFile().name)), name);
         if (FileSystem::IsSourceFile(path))
             return true;
         if (o_.includeDirs)
