@@ -292,11 +292,15 @@ void resolveLibraries() {
 } // namespace
 
 void hdl_file_sort::AddIncludeDir(const char* dir) {
-    if (dir && *dir) {
-        state().includeDirs.emplace_back(dir);
-        // Recorded headers name the files they include as the old folders found them.
-        state().includeCache.byPath.clear();
-    }
+    if (!dir || !*dir)
+        return;
+    // Recorded headers name the files they include as the folders found them then, and
+    // a caller names its folders again at each skim: the effects are read afresh.
+    SortState& s = state();
+    s.includeCache.byPath.clear();
+    // A folder named again would only be searched again, after the first finding.
+    if (std::find(s.includeDirs.begin(), s.includeDirs.end(), dir) == s.includeDirs.end())
+        s.includeDirs.emplace_back(dir);
 }
 
 void hdl_file_sort::DefineCmdLineMacro(const char* name, const char* value) {

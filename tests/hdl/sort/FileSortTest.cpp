@@ -112,6 +112,24 @@ endmodule
     EXPECT_EQ(e.units[1].instances[1].unitName, "leaf");
 }
 
+// A header that many files include is read once per skim and replayed; a header whose
+// text changed is read afresh.
+TEST_F(FileSortTest, SharedHeadersFollowTheirText) {
+    files.write("inc/regs.vh", "`ifndef REGS\n`define REGS\n`define CELL leaf_a\n`endif\n");
+    hdl_file_sort::AddIncludeDir(files.path("inc").c_str());
+    auto user = [&](const std::string& unit) {
+        std::string f = files.write(unit + ".v", "`include \"regs.vh\"\n`include \"regs.vh\"\nmodule " + unit +
+                                                     "; `CELL u (); endmodule\n");
+        EXPECT_TRUE(hdl_file_sort::RegisterFile(f.c_str(), "work", 2, 2));
+        const FileElement& e = element(hdl_file_sort::FileCount() - 1);
+        return e.units.size() == 1 && e.units[0].instances.size() == 1 ? e.units[0].instances[0].unitName : "";
+    };
+    EXPECT_EQ(user("first"), "leaf_a");
+    EXPECT_EQ(user("second"), "leaf_a");
+    files.write("inc/regs.vh", "`ifndef REGS\n`define REGS\n`define CELL leaf_b\n`endif\n");
+    EXPECT_EQ(user("third"), "leaf_b");
+}
+
 // Whether the skim's scanner or the preprocessor reads a file, the macros defined before
 // it begins are the preprocessor's: the command line's and, for SystemVerilog, the
 // language's own.
