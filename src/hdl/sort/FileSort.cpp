@@ -294,10 +294,10 @@ void resolveLibraries() {
 void hdl_file_sort::AddIncludeDir(const char* dir) {
     if (!dir || !*dir)
         return;
-    // Recorded headers name the files they include as the folders found them then, and
-    // a caller names its folders again at each skim: the effects are read afresh.
+    // Where includes were found and what headers did depend on the folders, and a caller
+    // names its folders again at each skim: includes are searched and read afresh.
     SortState& s = state();
-    s.includeCache.byPath.clear();
+    s.includeCache.clear();
     // A folder named again would only be searched again, after the first finding.
     if (std::find(s.includeDirs.begin(), s.includeDirs.end(), dir) == s.includeDirs.end())
         s.includeDirs.emplace_back(dir);
@@ -355,7 +355,7 @@ void hdl_file_sort::SetIgnoreTranslateOff(bool ignore) {
     SortState& s = state();
     // Which definitions a header makes depends on whether translate_off text is read.
     if (s.ignoreTranslateOff != ignore)
-        s.includeCache.byPath.clear();
+        s.includeCache.clear();
     s.ignoreTranslateOff = ignore;
 }
 

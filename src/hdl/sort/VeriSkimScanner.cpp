@@ -675,21 +675,26 @@ private:
 
     // Found as the preprocessor finds it: by an absolute name, in the folder of the file
     // that includes it, then in the include folders.
-    bool resolveInclude(const std::string& name, std::string& path) const {
+    bool resolveInclude(const std::string& name, std::string& path) {
         if (FileSystem::IsAbsolute(name)) {
             path = name;
             return FileSystem::IsSourceFile(path);
         }
-        path = FileSystem::Join(FileSystem::DirectoryPath(std::string(innermostFile().name)), name);
-        if (FileSystem::IsSourceFile(path))
-            return true;
-        if (o_.includeDirs)
-            for (const std::string& dir : *o_.includeDirs) {
-                path = FileSystem::Join(dir, name);
-                if (FileSystem::IsSourceFile(path))
-                    return true;
+        std::string dir = FileSystem::DirectoryPath(std::string(innermostFile().name));
+        std::string key = o_.includeCache ? dir + '\n' + name : std::string();
+        if (o_.includeCache) {
+            auto known = o_.includeCache->found.find(key);
+            if (known != o_.includeCache->found.end()) {
+                path = known->second;
+                return true;
             }
-        return false;
+        }
+        bool found = FileSystem::IsSourceFile(path = FileSystem::Join(dir, name));
+        for (size_t k = 0; !found && o_.includeDirs && k < o_.includeDirs->size(); ++k)
+            found = FileSystem::IsSourceFile(path = FileSystem::Join((*o_.includeDirs)[k], name));
+        if (found && o_.includeCache)
+            o_.includeCache->found.emplace(std::move(key), path);
+        return found;
     }
 
     // --- include effects ------------------------------------------------------------------

@@ -46,9 +46,18 @@ struct VeriSkimIncludeEffect {
     std::vector<std::pair<VeriMacro, bool>> changes;       // a definition, or (true) a removal
 };
 
-// Effects by include path; a few per path, for headers read under different macros.
+// What one skim learns about includes: effects by include path (a few per path, for
+// headers read under different macros), and where each include was found, by the
+// includer's folder and the name, so that the folders are searched once. A finding
+// that goes stale (the file removed) fails to open, and the preprocessor reports it.
 struct VeriSkimIncludeCache {
     std::unordered_map<std::string, std::vector<std::unique_ptr<VeriSkimIncludeEffect>>> byPath;
+    std::unordered_map<std::string, std::string> found;
+
+    void clear() {
+        byPath.clear();
+        found.clear();
+    }
 };
 
 struct VeriSkimScanOptions {

@@ -270,6 +270,21 @@ TEST_F(VeriSkimIncludeTest, IncludeEffectsReplayOnlyWhereTheyHold) {
         << "a header with tokens is read each time";
 }
 
+// Where an include was found is kept per including folder: the same name found next to
+// two includers names two files.
+TEST_F(VeriSkimIncludeTest, FindingsAreKeptPerIncludingFolder) {
+    VeriSkimIncludeCache effects;
+    cache = &effects;
+    fs::create_directories(dir / "a");
+    fs::create_directories(dir / "b");
+    write("a/local.svh", "module from_a; endmodule\n");
+    write("b/local.svh", "module from_b; endmodule\n");
+    for (const char* sub : {"a", "b", "a", "b"})
+        EXPECT_TRUE(same("`include \"local.svh\"", 5, {}, (dir / sub / "top.sv").string(), {(dir / "inc").string()}))
+            << sub;
+    EXPECT_EQ(effects.found.size(), 2u);
+}
+
 TEST_F(VeriSkimIncludeTest, IncludeProblemsAreLeftToThePreprocessor) {
     for (const char* text : {"`include \"self.svh\"", "`include \"open.svh\"\nendmodule",
                              "`ifdef X\n`include \"defs.svh\"\n`else\n`endif\n`include \"inc/nothere.svh\""}) {
