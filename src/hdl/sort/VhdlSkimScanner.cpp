@@ -2,8 +2,12 @@
 
 #include <cstring>
 
+#include "hdl/vhdl/VhdlLexTables.h"
+
 namespace hdl {
 namespace {
+
+using namespace vhdllex;
 
 enum : uint8_t { CC_LETTER = 1, CC_DIGIT = 2, CC_NAME = 4, CC_BLANK = 8, CC_EXTDIGIT = 16 };
 
@@ -35,59 +39,6 @@ inline bool hasClass(char c, uint8_t bits) { return (kClasses.of[static_cast<uns
 inline bool isLetter(char c) { return hasClass(c, CC_LETTER); }
 inline bool isDigit(char c) { return hasClass(c, CC_DIGIT); }
 inline bool isExtDigit(char c) { return hasClass(c, CC_EXTDIGIT); }
-// The blanks of comment words (no-break space is none).
-inline bool isWordBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
-
-std::string_view nextWord(std::string_view body, size_t& i) {
-    while (i < body.size() && isWordBlank(body[i]))
-        ++i;
-    size_t b = i;
-    while (i < body.size() && !isWordBlank(body[i]))
-        ++i;
-    return body.substr(b, i - b);
-}
-
-bool wordIs(std::string_view word, std::string_view lower) {
-    if (word.size() != lower.size())
-        return false;
-    for (size_t k = 0; k < word.size(); ++k) {
-        char c = word[k];
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-        if (c != lower[k])
-            return false;
-    }
-    return true;
-}
-
-bool isPragmaPrefix(std::string_view w) {
-    return wordIs(w, "pragma") || wordIs(w, "synthesis") || wordIs(w, "synopsys") || wordIs(w, "exemplar") ||
-           wordIs(w, "cadence") || wordIs(w, "rtl_synthesis") || wordIs(w, "altera") || wordIs(w, "xilinx");
-}
-
-// 0 no pragma, 1 region off, 2 region on.
-int pragmaKind(std::string_view body) {
-    size_t i = 0;
-    std::string_view w0 = nextWord(body, i);
-    if (!isPragmaPrefix(w0))
-        return 0;
-    std::string_view w1 = nextWord(body, i);
-    bool rtl = wordIs(w0, "rtl_synthesis");
-    if (wordIs(w1, "translate_off") || wordIs(w1, "synthesis_off") || (rtl && wordIs(w1, "off")))
-        return 1;
-    if (wordIs(w1, "translate_on") || wordIs(w1, "synthesis_on") || (rtl && wordIs(w1, "on")))
-        return 2;
-    return 0;
-}
-
-bool isBaseSpecifier(std::string_view s) {
-    static const char* const kBases[] = {"b", "o", "x", "ub", "uo", "ux", "sb", "so", "sx", "d"};
-    for (const char* b : kBases)
-        if (wordIs(s, b))
-            return true;
-    return false;
-}
-
 // Reserved words bucketed by length and first letter, compared without regard to
 // case: the same answers as VhdlKeyword without lower-casing and hashing each name.
 struct KeywordTable {

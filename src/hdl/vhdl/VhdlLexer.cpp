@@ -5,9 +5,12 @@
 #include <string>
 
 #include "hdl/base/Message.h"
+#include "hdl/vhdl/VhdlLexTables.h"
 #include "hdl/vhdl/VhdlMessageIds.h"
 
 namespace hdl {
+
+using namespace vhdllex;
 
 namespace {
 
@@ -28,52 +31,6 @@ bool IEquals(std::string_view a, std::string_view b) {
             return false;
     }
     return true;
-}
-
-bool IsBaseSpecifier(std::string_view s) {
-    static const char* const kBases[] = {"b", "o", "x", "ub", "uo", "ux", "sb", "so", "sx", "d"};
-    for (const char* b : kBases)
-        if (IEquals(s, b)) return true;
-    return false;
-}
-
-bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
-
-// The next blank-separated word of a comment body from `i`; empty at the end. Views
-// into the text, since every comment of a file passes through here.
-std::string_view NextWord(std::string_view body, size_t& i) {
-    while (i < body.size() && IsBlank(body[i])) ++i;
-    size_t b = i;
-    while (i < body.size() && !IsBlank(body[i])) ++i;
-    return body.substr(b, i - b);
-}
-
-// `word` equals the lower-case `lower` without regard to case.
-bool WordIs(std::string_view word, std::string_view lower) {
-    if (word.size() != lower.size()) return false;
-    for (size_t k = 0; k < word.size(); ++k) {
-        char c = word[k];
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-        if (c != lower[k]) return false;
-    }
-    return true;
-}
-
-bool IsPragmaPrefix(std::string_view w) {
-    return WordIs(w, "pragma") || WordIs(w, "synthesis") || WordIs(w, "synopsys") || WordIs(w, "exemplar") ||
-           WordIs(w, "cadence") || WordIs(w, "rtl_synthesis") || WordIs(w, "altera") || WordIs(w, "xilinx");
-}
-
-// 0 no pragma, 1 region off, 2 region on.
-int PragmaKind(std::string_view body) {
-    size_t i = 0;
-    std::string_view w0 = NextWord(body, i);
-    if (!IsPragmaPrefix(w0)) return 0;
-    std::string_view w1 = NextWord(body, i);
-    bool rtl = WordIs(w0, "rtl_synthesis");
-    if (WordIs(w1, "translate_off") || WordIs(w1, "synthesis_off") || (rtl && WordIs(w1, "off"))) return 1;
-    if (WordIs(w1, "translate_on") || WordIs(w1, "synthesis_on") || (rtl && WordIs(w1, "on"))) return 2;
-    return 0;
 }
 
 } // namespace
@@ -179,15 +136,15 @@ void VhdlLexer::LineComment(size_t start) {
     pos_ = end;
     std::string_view body = text_.substr(start + 2, pos_ - start - 2);
     size_t first = 0;
-    std::string_view word = NextWord(body, first);
+    std::string_view word = nextWord(body, first);
     // No word that starts a pragma or PSL is longer than "rtl_synthesis".
     if (word.size() > 13) return;
-    if (WordIs(word, "psl")) {
+    if (wordIs(word, "psl")) {
         ColLineFile loc = Here();
         Message::Info(vhdl_msg::kPslIgnored, &loc, "PSL statement in comment ignored");
         return;
     }
-    if (!ignorePragmas_ && PragmaKind(body) == 1) SkipToPragmaOn();
+    if (!ignorePragmas_ && pragmaKind(body) == 1) SkipToPragmaOn();
 }
 
 void VhdlLexer::SkipToPragmaOn() {
@@ -196,7 +153,7 @@ void VhdlLexer::SkipToPragmaOn() {
         if (Peek() == '-' && Peek(1) == '-') {
             size_t start = pos_;
             while (!AtEnd() && Peek() != '\n') Advance();
-            if (PragmaKind(text_.substr(start + 2, pos_ - start - 2)) == 2) return;
+            if (pragmaKind(text_.substr(start + 2, pos_ - start - 2)) == 2) return;
         } else {
             Advance();
         }
@@ -234,7 +191,7 @@ void VhdlLexer::Directive() {
     std::string_view rest = text_.substr(restBegin, pos_ - restBegin);
     if (name == "protect") {
         size_t i = 0;
-        if (WordIs(NextWord(rest, i), "begin_protected")) {
+        if (wordIs(nextWord(rest, i), "begin_protected")) {
             Message::Warning(vhdl_msg::kProtectIgnored, &loc, "protected envelope skipped");
             SkipProtected();
         }
@@ -329,7 +286,7 @@ void VhdlLexer::SkipProtected() {
             while (!AtEnd() && Peek() != '\n') Advance();
             std::string_view line = text_.substr(b + 1, pos_ - b - 1);
             size_t i = 0;
-            if (WordIs(NextWord(line, i), "protect") && WordIs(NextWord(line, i), "end_protected")) return;
+            if (wordIs(nextWord(line, i), "protect") && wordIs(nextWord(line, i), "end_protected")) return;
         } else {
             Advance();
         }
@@ -474,7 +431,7 @@ void VhdlLexer::Identifier(VhdlTok& t) {
     col_ += static_cast<uint32_t>(end - pos_);
     pos_ = end;
     std::string_view word = text_.substr(t.begin, pos_ - t.begin);
-    if (Peek() == '"' && IsBaseSpecifier(word)) {
+    if (Peek() == '"' && isBaseSpecifier(word)) {
         BitStringTail(t);
         return;
     }
@@ -530,7 +487,7 @@ void VhdlLexer::Number(VhdlTok& t) {
         // A length in front of a bit string literal: 12UX"F".
         size_t k = 0;
         while (IsLetter(Peek(k)) && k < 3) ++k;
-        if (Peek(k) == '"' && IsBaseSpecifier(text_.substr(pos_, k))) {
+        if (Peek(k) == '"' && isBaseSpecifier(text_.substr(pos_, k))) {
             for (size_t i = 0; i < k; ++i) Advance();
             BitStringTail(t);
             return;
