@@ -15,11 +15,33 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <random>
 #include <string>
 
 namespace {
+
+// Writes a database of `names` object names with `write` in a child process whose files
+// may not grow past 4 KB, so that the write fails part way as on a full device; true
+// when the write said it failed.
+bool failsWhenTheDeviceFills(int names, const std::function<int(const HADLDatabaseConstAPI&)>& write)
+{
+    pid_t child = fork();
+    if (child < 0)
+        return false;
+    if (child == 0) {
+        signal(SIGXFSZ, SIG_IGN);
+        struct rlimit limit = {4096, 4096};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        HADLDatabase db;
+        for (int i = 0; i < names; ++i)
+            db.objNames.insert(("name_" + std::to_string(i)).c_str());
+        _exit(write(HADLDatabaseConstAPI(db)) == -1 ? 0 : 1);
+    }
+    int status = 0;
+    return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
 
 class HADLPersistenceTest : public testing::Test {
 protected:
@@ -256,22 +278,7 @@ TEST_F(HADLPersistenceTest, SaveReplacesOldFile)
 TEST_F(HADLPersistenceTest, FailedSaveRemovesPartialFile)
 {
     std::string file = path("partial.bin");
-    pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        // A file size limit makes the write fail part way, as a full device would.
-        signal(SIGXFSZ, SIG_IGN);
-        struct rlimit limit = {4096, 4096};
-        setrlimit(RLIMIT_FSIZE, &limit);
-        HADLDatabase db;
-        for (int i = 0; i < 10000; ++i)
-            db.objNames.insert(("name_" + std::to_string(i)).c_str());
-        _exit(HADLDatabaseConstAPI(db).save(file) == -1 ? 0 : 1);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_TRUE(failsWhenTheDeviceFills(10000, [&](const HADLDatabaseConstAPI& api) { return api.save(file); }));
     struct stat info;
     EXPECT_NE(stat(file.c_str(), &info), 0);
 }
@@ -281,21 +288,8 @@ TEST_F(HADLPersistenceTest, FailedSaveRemovesPartialFile)
 TEST_F(HADLPersistenceTest, FailedSerializeRemovesPartialObject)
 {
     writeShm("an older object of the same name");
-    pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        signal(SIGXFSZ, SIG_IGN);
-        struct rlimit limit = {4096, 4096};
-        setrlimit(RLIMIT_FSIZE, &limit);
-        HADLDatabase db;
-        for (int i = 0; i < 100000; ++i)
-            db.objNames.insert(("name_" + std::to_string(i)).c_str());
-        _exit(HADLDatabaseConstAPI(db).serialize(shmName_) == -1 ? 0 : 1);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_TRUE(
+        failsWhenTheDeviceFills(100000, [&](const HADLDatabaseConstAPI& api) { return api.serialize(shmName_); }));
     EXPECT_FALSE(shmExists("/" + shmName_));
 }
 
