@@ -20,3 +20,12 @@ std::string SortTestFiles::write(const std::string& name, const std::string& tex
     std::ofstream(full, std::ios::binary) << text;
     return full;
 }
+
+size_t& sortTestMessages() {
+    static size_t count = 0;
+    return count;
+}
+
+void countSortTestMessage(hdl::msg_type_t, const char*, const hdl::ColLineFile*, const char*, va_list) {
+    ++sortTestMessages();
+}

@@ -1,7 +1,12 @@
-// A scratch folder of source files for the pre-scanner tests, removed at the end.
+// Helpers of the pre-scanner tests: a scratch folder of source files, removed at the
+// end; the folder of the corpus and the conformance suites; a message counter.
 #pragma once
 
+#include <cstdarg>
+#include <cstddef>
 #include <string>
+
+#include "hdl/base/Message.h"
 
 class SortTestFiles {
 public:
@@ -14,3 +19,10 @@ public:
 private:
     std::string dir_;
 };
+
+// The shared folder beside the repository.
+inline const std::string kSharedDir = std::string(SIFT_SOURCE_DIR) + "/../shared";
+
+// Messages counted since the counter was registered as the sink's callback.
+size_t& sortTestMessages();
+void countSortTestMessage(hdl::msg_type_t, const char*, const hdl::ColLineFile*, const char*, va_list);

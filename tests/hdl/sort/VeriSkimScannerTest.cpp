@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "SortTestFiles.h"
 #include "hdl/base/Message.h"
 #include "hdl/sort/VeriSkimScanner.h"
 #include "hdl/sv/VeriLexer.h"
@@ -23,14 +24,6 @@ using namespace hdl;
 
 namespace {
 
-const std::string kShared = std::string(SIFT_SOURCE_DIR) + "/../shared";
-
-size_t& messageCount() {
-    static size_t count = 0;
-    return count;
-}
-
-void count(msg_type_t, const char*, const ColLineFile*, const char*, va_list) { ++messageCount(); }
 
 // "" when both streams agree, else where they part.
 std::string firstDifference(const std::vector<VeriSkimToken>& a, const std::vector<VeriSkimToken>& b) {
@@ -65,8 +58,8 @@ std::vector<VeriSkimToken> reference(const std::string& text, const std::string&
 class VeriSkimScannerTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        Message::RegisterCallBackMsg(count);
-        messageCount() = 0;
+        Message::RegisterCallBackMsg(countSortTestMessage);
+        sortTestMessages() = 0;
     }
     void TearDown() override { Message::RegisterCallBackMsg(nullptr); }
 
@@ -89,15 +82,15 @@ protected:
         options.includeCache = cache;
         std::vector<VeriSkimToken> fast;
         std::deque<std::string> texts;
-        size_t before = messageCount();
+        size_t before = sortTestMessages();
         bool scanned = veriSkimScan(text, options, fast, texts);
-        EXPECT_EQ(messageCount(), before) << "the scanner reported something";
+        EXPECT_EQ(sortTestMessages(), before) << "the scanner reported something";
         std::vector<VeriSkimToken> full = reference(text, name, lexerSet(lang), pp);
         if (scanned) {
             EXPECT_EQ(firstDifference(fast, full), "") << text.substr(0, 200);
-            EXPECT_EQ(messageCount(), before) << "a message the scanner did not leave to the preprocessor";
+            EXPECT_EQ(sortTestMessages(), before) << "a message the scanner did not leave to the preprocessor";
         }
-        reported = messageCount() > before;
+        reported = sortTestMessages() > before;
         return scanned;
     }
     bool reported = false; // the full path gave a message on the last text
@@ -334,7 +327,7 @@ TEST_F(VeriSkimScannerTest, CorpusAndConformanceFilesTokeniseAlike) {
     };
     std::vector<File> files;
     for (const char* project : {"common_cells", "cv32e40p", "picorv32", "poc", "serv", "osvvm"}) {
-        fs::path dir = fs::path(kShared) / "corpus" / project;
+        fs::path dir = fs::path(kSharedDir) / "corpus" / project;
         std::ifstream in(dir / "FILELIST.tsv");
         std::vector<std::string> includeDirs;
         for (std::string line; std::getline(in, line);) {
@@ -351,13 +344,13 @@ TEST_F(VeriSkimScannerTest, CorpusAndConformanceFilesTokeniseAlike) {
             if (f.path.rfind(dir.string(), 0) == 0)
                 f.includeDirs = includeDirs;
     }
-    fs::path conformance = fs::path(kShared) / "conformance" / "sv-tests";
+    fs::path conformance = fs::path(kSharedDir) / "conformance" / "sv-tests";
     if (fs::exists(conformance))
         for (const auto& entry : fs::recursive_directory_iterator(conformance))
             if (entry.path().extension() == ".sv" || entry.path().extension() == ".v")
                 files.push_back(File{entry.path().string(), 5u, {}, false});
     if (files.empty())
-        GTEST_SKIP() << "no corpus under " << kShared;
+        GTEST_SKIP() << "no corpus under " << kSharedDir;
     size_t corpus = 0;
     size_t corpusRead = 0;
     size_t conformanceRead = 0;

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "SortTestFiles.h"
 #include "hdl/base/Message.h"
 #include "hdl/sort/VhdlSkimScanner.h"
 #include "hdl/vhdl/VhdlLexer.h"
@@ -18,28 +19,20 @@ using namespace hdl;
 
 namespace {
 
-const std::string kShared = std::string(SIFT_SOURCE_DIR) + "/../shared";
-
-size_t& messageCount() {
-    static size_t count = 0;
-    return count;
-}
-
-void count(msg_type_t, const char*, const ColLineFile*, const char*, va_list) { ++messageCount(); }
 
 class VhdlSkimScannerTest : public ::testing::Test {
 protected:
-    void SetUp() override { Message::RegisterCallBackMsg(count); }
+    void SetUp() override { Message::RegisterCallBackMsg(countSortTestMessage); }
     void TearDown() override { Message::RegisterCallBackMsg(nullptr); }
 
     // Scans `text` both ways; true when the scanner read it.
     bool same(const std::string& text, unsigned mode = VHDL_2008) {
         std::vector<VhdlSkimToken> fast;
         bool scanned = vhdlSkimScan(text, mode, false, fast);
-        size_t before = messageCount();
+        size_t before = sortTestMessages();
         VhdlLexer lexer(text, 0, mode);
         std::vector<VhdlTok> full = lexer.Tokenize();
-        reported = messageCount() > before;
+        reported = sortTestMessages() > before;
         if (!scanned)
             return false;
         EXPECT_FALSE(reported) << "a message the scanner did not leave to the lexer";
@@ -85,7 +78,7 @@ TEST_F(VhdlSkimScannerTest, DirectivesAndWhatTheLexerReportsAreLeftToIt) {
 TEST_F(VhdlSkimScannerTest, CorpusAndConformanceFilesTokeniseAlike) {
     std::vector<std::pair<std::string, unsigned>> files;
     for (const char* project : {"osvvm", "poc", "common_cells", "cv32e40p", "picorv32", "serv"}) {
-        fs::path dir = fs::path(kShared) / "corpus" / project;
+        fs::path dir = fs::path(kSharedDir) / "corpus" / project;
         std::ifstream in(dir / "FILELIST.tsv");
         for (std::string line; std::getline(in, line);) {
             std::vector<std::string> cols;
@@ -96,13 +89,13 @@ TEST_F(VhdlSkimScannerTest, CorpusAndConformanceFilesTokeniseAlike) {
                 files.emplace_back((dir / cols[2]).string(), cols[0] == "vhdl93" ? VHDL_93 : VHDL_2008);
         }
     }
-    fs::path conformance = fs::path(kShared) / "conformance" / "vhdl-compliance";
+    fs::path conformance = fs::path(kSharedDir) / "conformance" / "vhdl-compliance";
     if (fs::exists(conformance))
         for (const auto& entry : fs::recursive_directory_iterator(conformance))
             if (entry.path().extension() == ".vhd" || entry.path().extension() == ".vhdl")
                 files.emplace_back(entry.path().string(), VHDL_2008);
     if (files.empty())
-        GTEST_SKIP() << "no corpus under " << kShared;
+        GTEST_SKIP() << "no corpus under " << kSharedDir;
     size_t scanned = 0;
     for (const auto& [path, mode] : files) {
         std::ifstream in(path, std::ios::binary);
