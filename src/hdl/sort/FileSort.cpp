@@ -1,8 +1,8 @@
 #include "hdl/sort/FileSort.h"
 
 #include <algorithm>
-#include <deque>
 #include <cstring>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>

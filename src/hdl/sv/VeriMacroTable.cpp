@@ -154,6 +154,9 @@ void VeriMacroTable::clear() {
     macros_.clear();
     live_.clear();
     index_.clear();
+    // The copies of command-line texts go with the macros that viewed them, or a table
+    // defined afresh at each skim would keep every earlier copy.
+    owned_.clear();
 }
 
 const VeriMacro* VeriMacroTable::find(std::string_view name) const {
