@@ -3,13 +3,36 @@
 #include <boost/filesystem/path.hpp>
 #include <cstring>
 #include <fstream>
+#include <unordered_map>
 
 #include "runtime/LoomScopeTimer.h"
 #include "sift/database/HADLDatabase.h"
 
-std::vector<NeedDecryptionEntry>& NeedDecryptionCache::entries() {
-    static std::vector<NeedDecryptionEntry> cache;
-    return cache;
+namespace {
+
+struct Store {
+    std::vector<NeedDecryptionEntry> entries;
+    std::unordered_map<std::string, size_t> firstByPath;
+};
+
+Store& store() {
+    static Store s;
+    return s;
+}
+
+} // namespace
+
+const std::vector<NeedDecryptionEntry>& NeedDecryptionCache::entries() { return store().entries; }
+
+void NeedDecryptionCache::add(NeedDecryptionEntry entry) {
+    Store& s = store();
+    s.firstByPath.emplace(entry.path, s.entries.size());
+    s.entries.push_back(std::move(entry));
+}
+
+void NeedDecryptionCache::clear() {
+    store().entries.clear();
+    store().firstByPath.clear();
 }
 
 uint64_t NeedDecryptionCache::nameKeyOf(const std::string& path) {
@@ -20,17 +43,15 @@ uint64_t NeedDecryptionCache::nameKeyOf(const std::string& path) {
 }
 
 NeedDecryptionEntry* NeedDecryptionCache::find(const std::string& path) {
-    uint64_t key = nameKeyOf(path);
-    for (NeedDecryptionEntry& e : entries())
-        if (e.nameKey == key && e.path == path)
-            return &e;
-    return nullptr;
+    Store& s = store();
+    auto it = s.firstByPath.find(path);
+    return it == s.firstByPath.end() ? nullptr : &s.entries[it->second];
 }
 
 void NeedDecryptionCache::preanalyze() { LoomScopeTimer timer("NeedDecryptionCache::preanalyze"); }
 
 void NeedDecryptionCache::sniffEntries(size_t first, size_t stride) {
-    auto& cache = entries();
+    auto& cache = store().entries;
     for (size_t i = first; i < cache.size(); i += stride ? stride : cache.size()) {
         NeedDecryptionEntry& e = cache[i];
         if (e.state != LoomEnvelope1735::NeedDecrypt_Maybe)
@@ -76,6 +97,6 @@ void fillNeedDecryptionCache(const HADLDatabase& db) {
         e.path = db.fileNames.getString(t);
         e.isInclude = g.lang == 14;
         e.nameKey = NeedDecryptionCache::nameKeyOf(e.path);
-        NeedDecryptionCache::entries().push_back(std::move(e));
+        NeedDecryptionCache::add(std::move(e));
     }
 }

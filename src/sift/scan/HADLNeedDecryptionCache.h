@@ -21,8 +21,11 @@ struct NeedDecryptionEntry {
 
 class NeedDecryptionCache {
 public:
-    static std::vector<NeedDecryptionEntry>& entries();
-    // The entry of `path`, or null.
+    static const std::vector<NeedDecryptionEntry>& entries();
+    static void add(NeedDecryptionEntry entry);
+    static void clear();
+    // The first entry of `path`, or null. Every file open asks, so it is a hash look-up:
+    // a scan of the list would make a skim of n files cost n * n compares.
     static NeedDecryptionEntry* find(const std::string& path);
     // Protection is left to the first read of each file.
     static void preanalyze();

@@ -57,6 +57,22 @@ TEST(NeedDecryptionCache, OpenLearnsProtectionIntoTheEntry) {
     EXPECT_EQ(cache[0].state, LoomEnvelope1735::NeedDecrypt_No);
 }
 
+TEST(NeedDecryptionCache, FindGivesTheFirstEntryOfAPath) {
+    NeedDecryptionCache::clear();
+    for (const char* path : {"/p/a.v", "/p/b.v", "/p/a.v"}) {
+        NeedDecryptionEntry e;
+        e.path = path;
+        e.nameKey = NeedDecryptionCache::nameKeyOf(path);
+        NeedDecryptionCache::add(e);
+    }
+    const auto& cache = NeedDecryptionCache::entries();
+    EXPECT_EQ(NeedDecryptionCache::find("/p/a.v"), &cache[0]);
+    EXPECT_EQ(NeedDecryptionCache::find("/p/b.v"), &cache[1]);
+    EXPECT_EQ(NeedDecryptionCache::find("/q/a.v"), nullptr);
+    NeedDecryptionCache::clear();
+    EXPECT_EQ(NeedDecryptionCache::find("/p/a.v"), nullptr);
+}
+
 TEST(InputChain, StreamsCarryTheirNameAndMissingFilesAreNotOpen) {
     SkimProject p;
     p.write("x.v", "text");
@@ -136,6 +152,15 @@ TEST(NeedDecryptionCache, SniffFindsEachProtectForm) {
         {"ab`pragma protect begin_protected\n", 2},
         {"-- c\n  protect begin_protected\n", 7},
         {"signal protect_me : bit;\n", -1},
+        {"protect begin_protected\n", 0},
+        {"`pragma  protect\n", -1},
+        {"`define P `protect\n", 10},
+        {"`pragma once\n`pragma protect\n", 13},
+        {"x = protect begin_protected;\n", -1},
+        {"  protect begin_protected\n`protect\n", 2},
+        {"`protect\n  protect begin_protected\n", 0},
+        {"`pragma protect begin\n", 0},
+        {"\t protect begin_protected", 2},
     };
     for (auto [text, at] : cases) {
         std::istringstream in(text);

@@ -10,7 +10,7 @@
 SkimProject::SkimProject() {
     hdl::hdl_file_sort::Reset();
     hdl::hdl_file_sort::RegisterFlexStreamCallBack(openSourceStream);
-    NeedDecryptionCache::entries().clear();
+    NeedDecryptionCache::clear();
     static_cast<HADLDatabase&>(db()) = HADLDatabase();
 }
 
