@@ -27,6 +27,7 @@
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "sift/scan/HADLInputChain.h"
+#include "sift/scan/HADLNeedDecryptionCache.h"
 #include "sift/scan/HADLSifter.h"
 #include "sift/scan/HADLSkim.h"
 
@@ -62,11 +63,14 @@ double skimOnce(const std::vector<Entry>& files, const std::vector<std::string>&
     hdl::hdl_file_sort::RegisterFlexStreamCallBack(openSourceStream);
     HADLSifter& db = HADLSifter::instance();
     static_cast<HADLDatabase&>(db) = HADLDatabase();
+    for (const Entry& e : files)
+        db.insertFileName(e.path, e.lang, e.library);
+    // As the run's set-up does before the first phase: every file undecided.
+    NeedDecryptionCache::clear();
+    fillNeedDecryptionCache(db);
     double start = cpuSeconds();
     for (const std::string& inc : incdirs)
         db.dirNames.insert(inc.c_str());
-    for (const Entry& e : files)
-        db.insertFileName(e.path, e.lang, e.library);
     HADLStringMatchTable noPrimitives;
     hadlDoSkim(db, noPrimitives);
     rawUnits = db.rUnitNames.size() - 1;

@@ -56,8 +56,12 @@ bool isNullDevice(const struct stat& st) {
 // pipe or another device could block or never end (hence the open without blocking).
 std::string readWhole(const std::string& path) {
     int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0)
-        throw LoomEnvelope1735::EnvelopeDiag(path, "cannot open " + path);
+    if (fd < 0) {
+        // Asked only on failure, so that an existing file costs one path look-up.
+        struct stat st;
+        bool missing = ::stat(path.c_str(), &st) != 0;
+        throw LoomEnvelope1735::EnvelopeDiag(path, "cannot open " + path, missing);
+    }
     struct stat st;
     bool regular = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
     if (!regular && !isNullDevice(st)) {

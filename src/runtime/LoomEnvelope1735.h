@@ -22,12 +22,14 @@ public:
         NeedDecrypt_Yes = 2,
     };
 
-    // A failure to read an envelope.
+    // A failure to read an envelope. `missing`: the file does not exist, which callers
+    // treat as an absent file rather than as a failure to report.
     class EnvelopeDiag : public std::runtime_error {
     public:
-        EnvelopeDiag(const std::string& path, const std::string& what)
-            : std::runtime_error(what), path(path) {}
+        EnvelopeDiag(const std::string& path, const std::string& what, bool missing = false)
+            : std::runtime_error(what), path(path), missing(missing) {}
         std::string path;
+        bool missing;
     };
 
     // A newly opened stream on the file; `state` is decided on the first call (Maybe)

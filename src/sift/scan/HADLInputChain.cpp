@@ -1,7 +1,5 @@
 #include "sift/scan/HADLInputChain.h"
 
-#include <sys/stat.h>
-
 #include "hdl/base/LineFile.h"
 #include "hdl/base/Message.h"
 #include "runtime/LoomEnvelope1735.h"
@@ -19,11 +17,6 @@ HADLTracingInputStream::~HADLTracingInputStream() {
 
 namespace {
 
-bool fileExists(const std::string& path) {
-    struct stat st;
-    return ::stat(path.c_str(), &st) == 0;
-}
-
 void reportDecryptionDenied(const std::string& name, int code) {
     hdl::ColLineFile loc(hdl::LineFile::GetFileId(name), 1, 1);
     hdl::Message::Error("VERI-1000", &loc, "reading '%s' is not permitted (%d)", name.c_str(), code);
@@ -40,16 +33,16 @@ hdl::SourceStream* openSourceStream(const char* name) {
     std::string path = name ? name : "";
     LoomEnvelope1735::eNeedDecrypt scratchState = LoomEnvelope1735::NeedDecrypt_Maybe;
     std::istream* in = nullptr;
-    if (fileExists(path)) {
-        NeedDecryptionEntry* entry = NeedDecryptionCache::find(path);
-        LoomEnvelope1735::eNeedDecrypt& state = entry ? entry->state : scratchState;
-        try {
-            in = LoomEnvelope1735::getPlnStream(path, state, ieee1735::RightsEval::Analysis,
-                                                reportDecryptionDenied);
-        } catch (const LoomEnvelope1735::EnvelopeDiag& diag) {
+    // The existence check is the reader's own: a file that is not there comes back as
+    // a "missing" failure, not reported, and the stream is simply not open.
+    NeedDecryptionEntry* entry = NeedDecryptionCache::find(path);
+    LoomEnvelope1735::eNeedDecrypt& state = entry ? entry->state : scratchState;
+    try {
+        in = LoomEnvelope1735::getPlnStream(path, state, ieee1735::RightsEval::Analysis, reportDecryptionDenied);
+    } catch (const LoomEnvelope1735::EnvelopeDiag& diag) {
+        if (!diag.missing)
             reportEnvelopeDiag(diag);
-            in = nullptr;
-        }
+        in = nullptr;
     }
     auto* stream = new HADLTracingInputStream(in, path);
     if (HADLIncludeTracer* tracer = HADLSifter::instance().skimTracker)

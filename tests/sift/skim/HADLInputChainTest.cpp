@@ -5,9 +5,27 @@
 #include <sys/stat.h>
 
 #include "SkimProject.h"
+#include "hdl/base/Message.h"
 #include "sift/scan/HADLIncludeTracer.h"
 #include "sift/scan/HADLInputChain.h"
 #include "sift/scan/HADLNeedDecryptionCache.h"
+
+namespace {
+
+// Counts the messages reported while it lives.
+struct MessageCount {
+    static inline size_t* counter = nullptr;
+    size_t seen = 0;
+    hdl::MsgCallBack previous = hdl::Message::GetCallBackMsg();
+    MessageCount() {
+        counter = &seen;
+        hdl::Message::RegisterCallBackMsg([](hdl::msg_type_t, const char*, const hdl::ColLineFile*, const char*,
+                                             va_list) { ++*counter; });
+    }
+    ~MessageCount() { hdl::Message::RegisterCallBackMsg(previous); }
+};
+
+} // namespace
 
 TEST(NeedDecryptionCache, PrintForm) {
     NeedDecryptionEntry e;
@@ -83,8 +101,13 @@ TEST(InputChain, StreamsCarryTheirNameAndMissingFilesAreNotOpen) {
     std::string text;
     EXPECT_TRUE(s->ReadAll(text));
     EXPECT_EQ(text, "text");
+    // A missing file is the reader's business (an include search tries many): no message.
+    MessageCount count;
     std::unique_ptr<hdl::SourceStream> missing(openSourceStream(p.files.path("none.v").c_str()));
     EXPECT_FALSE(missing->is_open());
+    std::unique_ptr<hdl::SourceStream> underFile(openSourceStream(p.files.path("x.v/y.v").c_str()));
+    EXPECT_FALSE(underFile->is_open());
+    EXPECT_EQ(count.seen, 0u);
 }
 
 // Only regular files and the null device are read: a directory fails with a message,
@@ -95,10 +118,12 @@ TEST(InputChain, ReadsOnlyRegularFilesAndTheNullDevice) {
     std::string fifo = p.files.path("apipe");
     ASSERT_EQ(::mkdir(dir.c_str(), 0755), 0);
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0644), 0);
+    MessageCount count;
     for (const std::string& path : {dir, fifo}) {
         std::unique_ptr<hdl::SourceStream> s(openSourceStream(path.c_str()));
         EXPECT_FALSE(s->is_open()) << path;
     }
+    EXPECT_EQ(count.seen, 2u);
     std::unique_ptr<hdl::SourceStream> null(openSourceStream("/dev/null"));
     std::string text = "kept";
     EXPECT_TRUE(null->ReadAll(text));
