@@ -91,40 +91,22 @@ std::string readWhole(const std::string& path) {
     return text;
 }
 
-// The first protect directive: after a backquote (`protect), after "`pragma " or, as
-// VHDL writes it, first on a line before " begin_protected". Every file passes through
-// here, so the search looks for the rare backquote and for the long VHDL marker rather
-// than for each "protect", whose first letter is everywhere in HDL text.
+// The first protect directive, the one the front-ends act on: `protect (in VHDL a tool
+// directive, whose name ignores case) or `pragma protect. Every file passes through
+// here, so only the backquotes are visited.
 long findTickProtect(std::string_view text) {
-    constexpr std::string_view tick = "protect", pragma = "pragma protect";
-    size_t tickAt = std::string_view::npos; // where the word "protect" starts
-    for (size_t b = text.find('`'); b != std::string_view::npos; b = text.find('`', b + 1)) {
-        if (text.compare(b + 1, tick.size(), tick) == 0) {
-            tickAt = b + 1;
-            break;
-        }
-        if (text.compare(b + 1, pragma.size(), pragma) == 0) {
-            tickAt = b + 8;
-            break;
-        }
-    }
-    constexpr std::string_view marker = "protect begin_protected";
-    size_t limit = tickAt == std::string_view::npos ? text.size() : tickAt;
-    // memmem skips ahead on the whole marker; string_view::find stops at every 'p'.
-    auto findMarker = [&](size_t from) {
-        const void* hit = from < limit ? memmem(text.data() + from, text.size() - from, marker.data(), marker.size())
-                                       : nullptr;
-        return hit ? size_t(static_cast<const char*>(hit) - text.data()) : std::string_view::npos;
+    auto wordAt = [&](size_t at, std::string_view word) {
+        if (text.size() - at < word.size())
+            return false;
+        for (size_t i = 0; i < word.size(); ++i)
+            if ((text[at + i] | 0x20) != word[i])
+                return false;
+        return true;
     };
-    for (size_t at = findMarker(0); at < limit; at = findMarker(at + 1)) {
-        size_t lineStart = text.find_last_of('\n', at);
-        lineStart = lineStart == std::string_view::npos ? 0 : lineStart + 1;
-        if (text.find_first_not_of(" \t", lineStart) == at)
-            return static_cast<long>(at);
-    }
-    if (tickAt == std::string_view::npos)
-        return -1;
-    return static_cast<long>(text[tickAt - 1] == '`' ? tickAt - 1 : tickAt - 8);
+    for (size_t b = text.find('`'); b != std::string_view::npos; b = text.find('`', b + 1))
+        if (wordAt(b + 1, "protect") || text.compare(b + 1, 14, "pragma protect") == 0)
+            return static_cast<long>(b);
+    return -1;
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <memory>
 #include <random>
 #include <string_view>
@@ -177,17 +178,18 @@ TEST(NeedDecryptionCache, SniffFindsEachProtectForm) {
         {"module a; endmodule\n", -1},
         {"x\n`protect\n", 2},
         {"ab`pragma protect begin_protected\n", 2},
-        {"-- c\n  protect begin_protected\n", 7},
+        {"-- c\n  `PROTECT begin_protected\n", 7},
         {"signal protect_me : bit;\n", -1},
-        {"protect begin_protected\n", 0},
+        {"protect begin_protected\n", -1},
         {"`pragma  protect\n", -1},
         {"`define P `protect\n", 10},
         {"`pragma once\n`pragma protect\n", 13},
         {"x = protect begin_protected;\n", -1},
-        {"  protect begin_protected\n`protect\n", 2},
+        {"  protect begin_protected\n`protect\n", 26},
         {"`protect\n  protect begin_protected\n", 0},
         {"`pragma protect begin\n", 0},
-        {"\t protect begin_protected", 2},
+        {"`Pragma protect", -1},
+        {"`pragma PROTECT", -1},
     };
     for (auto [text, at] : cases) {
         std::istringstream in(text);
@@ -195,24 +197,23 @@ TEST(NeedDecryptionCache, SniffFindsEachProtectForm) {
     }
 }
 
-// The sniff skips ahead to backquotes and to the VHDL marker; this plain walk over each
-// "protect" says what it must find. Random texts built from the pieces of the forms.
+// The sniff visits backquotes only; this plain walk over each "protect", in any case,
+// says what it must find. Random texts built from the pieces of the forms.
 long sniffByEveryWord(std::string_view text) {
-    for (size_t at = text.find("protect"); at != std::string_view::npos; at = text.find("protect", at + 1)) {
+    std::string lowered(text);
+    for (char& c : lowered)
+        c = char(std::tolower(static_cast<unsigned char>(c)));
+    for (size_t at = lowered.find("protect"); at != std::string::npos; at = lowered.find("protect", at + 1)) {
         if (at > 0 && text[at - 1] == '`')
             return long(at - 1);
-        if (at >= 8 && text.substr(at - 8, 8) == "`pragma ")
+        if (at >= 8 && text.substr(at - 8, 15) == "`pragma protect")
             return long(at - 8);
-        size_t lineStart = text.rfind('\n', at);
-        lineStart = lineStart == std::string_view::npos ? 0 : lineStart + 1;
-        if (text.find_first_not_of(" \t", lineStart) == at && text.substr(at + 7, 16) == " begin_protected")
-            return long(at);
     }
     return -1;
 }
 
 TEST(NeedDecryptionCache, SniffAgreesWithAWalkOverEveryWord) {
-    const char* pieces[] = {"protect", "`", "`pragma ", "pragma", " begin_protected", " ", "\t", "\n", "x", "p", "-- "};
+    const char* pieces[] = {"protect", "PROTECT", "`", "`pragma ", "pragma", "`PRAGMA ", " begin_protected", " ", "\n", "x", "p"};
     std::mt19937 random(7);
     size_t found = 0;
     for (int round = 0; round < 20000; ++round) {
