@@ -602,19 +602,28 @@ private:
         if (!m || frames_.size() >= kMaxFrames)
             return false;
         ColLineFile callSite = positionAt(pos_ - name.size() - 1);
-        std::vector<VeriMappedText> args;
+        // The argument texts are kept from use to use with their capacity: a file may
+        // hold hundreds of uses.
+        static const std::vector<VeriMappedText> none;
+        const std::vector<VeriMappedText>* args = &none;
         if (m->functionLike) {
-            std::vector<VeriArgSpan> spans;
             size_t p = pos_;
-            if (scanMacroArgs(s_, p, spans) != VeriArgScan::Ok)
+            useSpans_.clear();
+            if (scanMacroArgs(s_, p, useSpans_) != VeriArgScan::Ok)
                 return false;
-            args.resize(spans.size());
-            for (size_t k = 0; k < spans.size(); ++k)
-                args[k].append(s_.substr(spans[k].begin, spans[k].end - spans[k].begin), positionAt(spans[k].begin));
+            useArgs_.resize(useSpans_.size());
+            for (size_t k = 0; k < useSpans_.size(); ++k) {
+                const VeriArgSpan& span = useSpans_[k];
+                VeriMappedText& arg = useArgs_[k];
+                arg.text.clear();
+                arg.origins.clear();
+                arg.append(s_.substr(span.begin, span.end - span.begin), positionAt(span.begin));
+            }
+            args = &useArgs_;
             pos_ = p;
         }
         VeriMappedText out;
-        if (!expander_.expand(*m, args, callSite, out) || expander_.doubtful())
+        if (!expander_.expand(*m, *args, callSite, out) || expander_.doubtful())
             return false;
         return pushExpansion(std::move(out.text));
     }
@@ -901,6 +910,8 @@ private:
     const VeriSkimScanOptions& o_;
     std::vector<VeriSkimToken>& out_;
     size_t pos_ = 0;
+    std::vector<VeriMappedText> useArgs_;
+    std::vector<VeriArgSpan> useSpans_;
     uint16_t lastKind_ = VT_EOF;
     bool ok_ = true;
     const ShortOperators& shorts_ = shortOperators();

@@ -230,7 +230,10 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
     // Nesting counts uses inside arguments too, which expand before the macro is active.
     ++depth_;
     std::string name(macro.name);
-    std::vector<VeriMappedText> actuals;
+    // An actual without a macro use is its own expansion and is read in place; only
+    // the others, and defaults, get texts of their own.
+    std::vector<VeriMappedText> made;
+    std::vector<const VeriMappedText*> actuals;
     if (macro.functionLike) {
         size_t given = args.size();
         if (macro.params.empty() && given == 1 && args[0].text.empty())
@@ -239,21 +242,25 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
             Message::Error(veri_msg::MacroArgCount, &callSite,
                            "too many arguments (%zu) for macro '%s' (%zu expected)", given,
                            name.c_str(), macro.params.size());
+        made.resize(2 * macro.params.size());
         for (size_t k = 0; k < macro.params.size(); ++k) {
             const VeriMacroParam& param = macro.params[k];
-            VeriMappedText raw;
+            const VeriMappedText* raw = &made[2 * k];
             if (k < given && !args[k].text.empty()) {
-                raw = args[k];
+                raw = &args[k];
             } else if (param.hasDefault) {
-                raw.append(param.defaultText, macro.bodyPos);
+                made[2 * k].append(param.defaultText, macro.bodyPos);
             } else if (k >= given && !hush()) {
                 std::string pname(param.name);
                 Message::Error(veri_msg::MacroArgCount, &callSite,
                                "missing argument '%s' for macro '%s'", pname.c_str(), name.c_str());
             }
-            VeriMappedText expanded;
-            rescan(raw, callSite, expanded);
-            actuals.push_back(std::move(expanded));
+            if (raw->text.find('`') == std::string::npos) {
+                actuals.push_back(raw);
+            } else {
+                rescan(*raw, callSite, made[2 * k + 1]);
+                actuals.push_back(&made[2 * k + 1]);
+            }
         }
     }
     active_.push_back(&macro);
@@ -266,7 +273,7 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
     return !cut_;
 }
 
-void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<VeriMappedText>& actuals,
+void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<const VeriMappedText*>& actuals,
                                    VeriMappedText& out) {
     std::string_view body = macro.body;
     // Body positions, walked forward as the runs are flushed.
@@ -342,7 +349,7 @@ void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<Ver
                 ++k;
             if (k < actuals.size()) {
                 flush(i);
-                out.appendFrom(actuals[k], 0, actuals[k].text.size());
+                out.appendFrom(*actuals[k], 0, actuals[k]->text.size());
                 run = j;
             }
             i = j;

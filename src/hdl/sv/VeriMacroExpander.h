@@ -61,7 +61,7 @@ public:
 private:
     bool expandUse(const VeriMacro& macro, const std::vector<VeriMappedText>& args,
                    const ColLineFile& callSite, VeriMappedText& out);
-    void substitute(const VeriMacro& macro, const std::vector<VeriMappedText>& actuals,
+    void substitute(const VeriMacro& macro, const std::vector<const VeriMappedText*>& actuals,
                     VeriMappedText& out);
     void rescan(const VeriMappedText& in, const ColLineFile& callSite, VeriMappedText& out);
     bool overBudget(const ColLineFile& at);
