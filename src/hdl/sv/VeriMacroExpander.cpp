@@ -267,7 +267,11 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
     VeriMappedText substituted;
     substitute(macro, actuals, substituted);
     produced_ += substituted.text.size();
-    rescan(substituted, callSite, out);
+    // Bodies such as register macros hold no further use: the text is the result.
+    if (!cut_ && out.text.empty() && out.origins.empty() && substituted.text.find('`') == std::string::npos)
+        out = std::move(substituted);
+    else
+        rescan(substituted, callSite, out);
     active_.pop_back();
     --depth_;
     return !cut_;
