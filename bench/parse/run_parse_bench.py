@@ -2,7 +2,8 @@
 """Skim+parse benchmark over the corpus, beside `ghdl -a` and `verilator --lint-only`.
 
 For each project under the corpus folder: a whole `sf -skim; sf -parse` run of sift
-(wall time, MB/s over the project's own files, peak resident memory of the child),
+(wall time, MB/s over the project's own files, peak resident memory of the child, and
+the time of each of the two phases inside the run),
 then `ghdl -a` over the project's VHDL files in sift's parseOrder, in a scratch work
 folder, and `verilator --lint-only` over its Verilog files with the include folders
 and the top. The ghdl run doubles as an independent check of the parse order: a
@@ -38,17 +39,35 @@ def measure(cmd, cwd, env=None):
     return proc.returncode, wall, usage.ru_maxrss / 1024.0, out.decode("utf-8", "replace")[-2000:]
 
 
-def best_of(repeat, run):
-    results = [run() for _ in range(repeat)]
-    return min(results, key=lambda r: r[1])
+# Times the two phases inside the run, apart from the start of the process.
+PHASE_TIMING = """set phaseT0 [clock microseconds]
+sf -skim
+set phaseT1 [clock microseconds]
+sf -parse
+puts "PHASES [expr {$phaseT1 - $phaseT0}] [expr {[clock microseconds] - $phaseT1}]"
+"""
+
+
+def phase_times(output):
+    """(skim, parse) microseconds from a timed run's output, or None."""
+    for line in output.splitlines():
+        if line.startswith("PHASES "):
+            skim, parse = line.split()[1:3]
+            return int(skim), int(parse)
+    return None
 
 
 def sift_runs(sift, project, data, tmp, repeat):
+    """The fastest whole run, the fastest skim and parse phases of those runs, and
+    the parse order."""
     env = dict(os.environ, LOOM_DATADIR=data)
     timed = os.path.join(tmp, "timed.tcl")
     with open(timed, "w", encoding="utf-8") as f:
-        f.write(project.scan_script(None, verbosity=1))
-    result = best_of(repeat, lambda: measure([sift, timed], tmp, env))
+        f.write(project.scan_script(None, verbosity=1).replace("sf -skim\nsf -parse\n", PHASE_TIMING))
+    runs = [measure([sift, timed], tmp, env) for _ in range(repeat)]
+    result = min(runs, key=lambda r: r[1])
+    phases = [t for t in (phase_times(r[3]) for r in runs) if t]
+    best = (min(t[0] for t in phases), min(t[1] for t in phases)) if phases else None
     # A separate, untimed run prints the dump for the parse order.
     dump_path = os.path.join(tmp, "dump.txt")
     with open(os.path.join(tmp, "order.tcl"), "w", encoding="utf-8") as f:
@@ -57,7 +76,7 @@ def sift_runs(sift, project, data, tmp, repeat):
                    stderr=subprocess.DEVNULL)
     with open(dump_path, encoding="utf-8", errors="replace") as f:
         dump = Dump(f.read())
-    return result, [dump.file_names[fid] for fid in dump.parse_order]
+    return result, best, [dump.file_names[fid] for fid in dump.parse_order]
 
 
 def ghdl_run(project, order, tmp):
@@ -125,11 +144,15 @@ def main():
         project = Project(directory)
         nbytes = project.total_bytes()
         with tempfile.TemporaryDirectory(prefix="parsebench-") as tmp:
-            sift_result, order = sift_runs(sift, project, os.path.abspath(args.data), tmp, args.repeat)
+            sift_result, phases, order = sift_runs(sift, project, os.path.abspath(args.data), tmp, args.repeat)
             ghdl = ghdl_run(project, order, tmp) if have_ghdl else None
             veri = verilator_run(project, tmp) if have_verilator else None
         print("%s: %d files, %.1f kB" % (project.name, len(project.files), nbytes / 1e3))
         print(row(project.name, "sift", nbytes, sift_result))
+        if phases:
+            skim, parse = phases
+            print("%-13s %-10s skim %.2f ms (%.1f MB/s), parse %.2f ms (%.1f MB/s), parse/skim %.1fx" % (
+                project.name, "phases", skim / 1e3, nbytes / skim, parse / 1e3, nbytes / parse, parse / skim))
         print(row(project.name, "ghdl -a", nbytes, ghdl))
         print(row(project.name, "verilator", nbytes, veri))
         if sift_result[0]:
