@@ -1,12 +1,15 @@
 #!/usr/bin/env python3
 """Writes a synthetic mixed-language project for the skim benchmark.
 
-usage: gen_project.py OUTDIR [FILES]   (default 10000 files)
+usage: gen_project.py OUTDIR [FILES] [--headers]   (default 10000 files)
 
 Every tenth file is a package (SystemVerilog or VHDL); the others are modules or
 entity/architecture pairs that import a few packages and instantiate earlier units,
 with enough body text (always blocks, processes, comments) to look like real RTL.
 A FILELIST.tsv in the corpus format lists the files in a shuffled order.
+
+With --headers every SystemVerilog module includes a guarded header of register and
+assertion macros (from an include folder) and uses them, as many real projects do.
 """
 import os
 import random
@@ -23,8 +26,25 @@ def sv_package(name):
     return "\n".join(lines) + "\n"
 
 
-def sv_module(name, pkgs, children):
-    lines = [f"module {name} #(parameter int W = 8) (input logic clk, input logic [W-1:0] d, output logic [W-1:0] q);"]
+HEADER = """`ifndef GEN_MACROS_SVH
+`define GEN_MACROS_SVH
+`define GEN_DFLT_CLK clk_i
+`define GEN_FF(q, d, rst_value, clk = `GEN_DFLT_CLK)              \\
+  always_ff @(posedge (clk)) begin                                  \\
+    q <= (d);                                                       \\
+  end
+`define GEN_ASSERT(name, prop, clk = `GEN_DFLT_CLK, desc = "")      \\
+`ifdef GEN_ASSERTIONS                                               \\
+  name: assert property (@(posedge clk) (prop))                     \\
+    else $error("%s at %s:%0d", desc, `__FILE__, `__LINE__);        \\
+`endif
+`endif
+"""
+
+
+def sv_module(name, pkgs, children, headers=False):
+    lines = [f"`include \"gen_macros.svh\""] if headers else []
+    lines.append(f"module {name} #(parameter int W = 8) (input logic clk, input logic [W-1:0] d, output logic [W-1:0] q);")
     for p in pkgs:
         lines.append(f"  import {p}::*;")
     lines.append("  logic [W-1:0] r0, r1, r2;")
@@ -34,6 +54,10 @@ def sv_module(name, pkgs, children):
         lines.append(f"  always_ff @(posedge clk) begin r{i % 3} <= d ^ {{W{{1'b{i % 2}}}}}; end  // stage {i}")
         lines.append(f"  /* block comment {i}: keeps the text realistic */ assign q = r{i % 3} + {pkgs[0] if pkgs else 'W'}::f({i}) ;"
                      if pkgs else f"  assign q = r{i % 3};")
+    if headers:
+        for i in range(3):
+            lines.append(f"  `GEN_FF(r{i}, d, '0, clk)")
+        lines.append("  `GEN_ASSERT(known_q, !$isunknown(q), clk, \"q is known\")")
     lines.append("endmodule")
     return "\n".join(lines) + "\n"
 
@@ -71,10 +95,16 @@ def vhdl_entity(name, pkgs, children):
 
 
 def main():
-    out = sys.argv[1]
-    count = int(sys.argv[2]) if len(sys.argv) > 2 else 10000
+    args = [a for a in sys.argv[1:] if a != "--headers"]
+    headers = "--headers" in sys.argv[1:]
+    out = args[0]
+    count = int(args[1]) if len(args) > 1 else 10000
     rng = random.Random(1)
     os.makedirs(out, exist_ok=True)
+    if headers:
+        os.makedirs(os.path.join(out, "include"), exist_ok=True)
+        with open(os.path.join(out, "include", "gen_macros.svh"), "w") as f:
+            f.write(HEADER)
     entries = []
     sv_pkgs, vhdl_pkgs, sv_units, vhdl_units = [], [], [], []
     for i in range(count):
@@ -89,7 +119,7 @@ def main():
             pkgs = rng.sample(pool, min(len(pool), 3))
             units = vhdl_units if vhdl else sv_units
             children = rng.sample(units, min(len(units), 4))
-            text = vhdl_entity(name, pkgs, children) if vhdl else sv_module(name, pkgs, children)
+            text = vhdl_entity(name, pkgs, children) if vhdl else sv_module(name, pkgs, children, headers)
             units.append(name)
         fname = f"f{i:05d}.{'vhd' if vhdl else 'sv'}"
         with open(os.path.join(out, fname), "w") as f:
@@ -98,6 +128,8 @@ def main():
     rng.shuffle(entries)
     with open(os.path.join(out, "FILELIST.tsv"), "w") as f:
         f.write(f"# generated: {count} files\n")
+        if headers:
+            f.write("incdir\tinclude\n")
         for e in entries:
             f.write("\t".join(e) + "\n")
         f.write(f"top\tunit_{count - 1}\n")
