@@ -52,6 +52,12 @@ TEST(VeriPreprocessor, ArgumentsWithNestedBracketsStringsAndCommas) {
 
 TEST(VeriPreprocessor, DefaultArguments) {
     EXPECT_EQ(run("`define M(a, b = 2, c = z) a b c\n`M(1) `M(1, , 3) `M(1, 5)"), "1 2 z 1 2 3 1 5 z");
+    // Defaults and actuals that hold macro uses expand; those without are taken as they stand.
+    EXPECT_EQ(run("`define C clk\n`define R(q, c = `C) q <= c;\n`R(a) `R(b, `C) `R(d, e) `R(`C)"),
+              "a <= clk ; b <= clk ; d <= e ; clk <= clk ;");
+    // A body without a further use is the expansion as it stands, inside a use's argument too.
+    EXPECT_EQ(run("`define P(x) (x)\n`define Q(y) [y]\n`Q(`P(1)) `P(`Q(2)) `P()"), "[ ( 1 ) ] ( [ 2 ] ) ( )");
+    EXPECT_EQ(run("`define Q(y) [y]\n`define W(z) z `Q(z) z\n`W(3)"), "3 [ 3 ] 3");
 }
 
 TEST(VeriPreprocessor, MissingAndExtraArgumentsAreErrors) {
