@@ -42,13 +42,6 @@ const ShortOperators& shortOperators() {
     return table;
 }
 
-inline bool isBaseLetter(char c) {
-    switch (c) {
-    case 'b': case 'B': case 'o': case 'O': case 'd': case 'D': case 'h': case 'H': return true;
-    default: return false;
-    }
-}
-
 // The preprocessor's limits: beyond them it reports, so the scanner gives up first.
 constexpr size_t kMaxIncludeDepth = 64;
 constexpr size_t kMaxSelfNesting = 2;
@@ -109,7 +102,7 @@ public:
                 continue;
             }
             if (isDigit(c)) {
-                emit(number(start), start);
+                emit(number(), start);
                 continue;
             }
             switch (c) {
@@ -151,7 +144,7 @@ public:
                 ok_ = o_.preprocess && directive(start);
                 break;
             case '\'':
-                emit(apostrophe(start), start);
+                emit(apostrophe(), start);
                 break;
             default:
                 emit(op(start), start);
@@ -253,90 +246,15 @@ private:
 
     // --- literals and operators -------------------------------------------------------
 
-    size_t timeUnitLength(size_t at) const {
-        static const std::string_view units[] = {"step", "ms", "us", "ns", "ps", "fs", "s"};
-        if (at >= s_.size())
-            return 0;
-        switch (s_[at]) {
-        case 's': case 'm': case 'u': case 'n': case 'p': case 'f': break;
-        default: return 0;
-        }
-        for (std::string_view u : units) {
-            size_t n = u.size();
-            if (s_.compare(at, n, u) == 0 && !(at + n < s_.size() && isIdentChar(s_[at + n])))
-                return n;
-        }
-        return 0;
+    // Out of line: literals are rare enough that the main loop is better kept small.
+    [[gnu::noinline]] uint16_t number() { return literal(numberAt(s_, pos_)); }
+    [[gnu::noinline]] uint16_t apostrophe() {
+        return literal(apostropheAt(s_, pos_, o_.keywordSet >= VERI_KW_SV2005));
     }
 
-    uint16_t basedTail(size_t tickPos) {
-        pos_ = tickPos + 1;
-        if (peek() == 's' || peek() == 'S')
-            ++pos_;
-        char base = char(peek() | 0x20);
-        ++pos_;
-        while (isBlank(peek()))
-            ++pos_;
-        size_t digits = pos_;
-        while (isBasedDigit(base, peek()))
-            ++pos_;
-        return pos_ == digits ? uint16_t(VT_ERROR) : uint16_t(VT_BASED_NUMBER);
-    }
-
-    uint16_t number(size_t) {
-        while (isDigit(peek()) || peek() == '_')
-            ++pos_;
-        bool real = false;
-        if (peek() == '.' && isDigit(peek(1))) {
-            real = true;
-            ++pos_;
-            while (isDigit(peek()) || peek() == '_')
-                ++pos_;
-        }
-        char e = peek();
-        if ((e == 'e' || e == 'E') && (isDigit(peek(1)) || ((peek(1) == '+' || peek(1) == '-') && isDigit(peek(2))))) {
-            real = true;
-            pos_ += isDigit(peek(1)) ? 1 : 2;
-            while (isDigit(peek()) || peek() == '_')
-                ++pos_;
-        }
-        if (size_t unit = timeUnitLength(pos_)) {
-            pos_ += unit;
-            return VT_TIME_LITERAL;
-        }
-        if (real)
-            return VT_REAL_NUMBER;
-        size_t p = pos_;
-        while (p < s_.size() && isBlank(s_[p]))
-            ++p;
-        if (p < s_.size() && s_[p] == '\'') {
-            size_t q = p + 1;
-            if (q < s_.size() && (s_[q] == 's' || s_[q] == 'S'))
-                ++q;
-            if (q < s_.size() && isBaseLetter(s_[q]))
-                return basedTail(p);
-        }
-        return VT_DECIMAL_NUMBER;
-    }
-
-    uint16_t apostrophe(size_t start) {
-        char n = peek(1);
-        char ln = char(n | 0x20);
-        size_t q = pos_ + 1;
-        if (n == 's' || n == 'S')
-            ++q;
-        if (q < s_.size() && isBaseLetter(s_[q]))
-            return basedTail(start);
-        if ((n == '0' || n == '1' || ln == 'x' || ln == 'z') && !isIdentChar(peek(2))) {
-            pos_ += 2;
-            return VT_UNBASED_UNSIZED;
-        }
-        if (n == '{' && o_.keywordSet >= VERI_KW_SV2005) {
-            pos_ += 2;
-            return VT_APOSTROPHE_LBRACE;
-        }
-        ++pos_;
-        return VT_APOSTROPHE;
+    uint16_t literal(LiteralEnd literal) {
+        pos_ = literal.end;
+        return literal.kind;
     }
 
     uint16_t op(size_t start) {

@@ -71,6 +71,117 @@ inline bool isBasedDigit(char base, char c) {
     }
 }
 
+// Literals, read alike by the lexer and the skim's scanner: where one ends and its kind.
+// VT_ERROR marks a base with no digits after it, which the lexer reports.
+struct LiteralEnd {
+    size_t end;
+    uint16_t kind;
+};
+
+// Inline: the scanners meet a literal every few tokens.
+namespace literal_detail {
+
+inline char charAt(std::string_view text, size_t i) { return i < text.size() ? text[i] : '\0'; }
+
+inline bool isBaseLetter(char c) {
+    switch (c) {
+    case 'b': case 'B': case 'o': case 'O': case 'd': case 'D': case 'h': case 'H': return true;
+    default: return false;
+    }
+}
+
+// From the apostrophe of a based literal: the optional sign mark, the base, blanks, the digits.
+inline LiteralEnd basedTail(std::string_view text, size_t tick) {
+    size_t p = tick + 1;
+    if (charAt(text, p) == 's' || charAt(text, p) == 'S')
+        ++p;
+    char base = char(charAt(text, p) | 0x20);
+    ++p;
+    while (isBlank(charAt(text, p)))
+        ++p;
+    size_t digits = p;
+    while (isBasedDigit(base, charAt(text, p)))
+        ++p;
+    return LiteralEnd{p, p == digits ? uint16_t(VT_ERROR) : uint16_t(VT_BASED_NUMBER)};
+}
+
+inline size_t digitsEnd(std::string_view text, size_t p) {
+    while (isDigit(charAt(text, p)) || charAt(text, p) == '_')
+        ++p;
+    return p;
+}
+
+} // namespace literal_detail
+
+// A time unit (s, ms, us, ns, ps, fs, step) at `at` that no name character follows:
+// its length, else 0.
+inline size_t timeUnitLength(std::string_view text, size_t at) {
+    using namespace literal_detail;
+    static constexpr std::string_view units[] = {"step", "ms", "us", "ns", "ps", "fs", "s"};
+    switch (charAt(text, at)) {
+    case 's': case 'm': case 'u': case 'n': case 'p': case 'f': break;
+    default: return 0;
+    }
+    for (std::string_view u : units) {
+        size_t n = u.size();
+        if (text.compare(at, n, u) == 0 && !isIdentChar(charAt(text, at + n)))
+            return n;
+    }
+    return 0;
+}
+
+// At a digit: a decimal, real or time literal, or a sized based one ("8 'hff").
+inline LiteralEnd numberAt(std::string_view text, size_t at) {
+    using namespace literal_detail;
+    size_t p = digitsEnd(text, at);
+    bool real = false;
+    if (charAt(text, p) == '.' && isDigit(charAt(text, p + 1))) {
+        real = true;
+        p = digitsEnd(text, p + 1);
+    }
+    char e = charAt(text, p);
+    char sign = charAt(text, p + 1);
+    if ((e == 'e' || e == 'E') && (isDigit(sign) || ((sign == '+' || sign == '-') && isDigit(charAt(text, p + 2))))) {
+        real = true;
+        p = digitsEnd(text, p + (isDigit(sign) ? 1 : 2));
+    }
+    if (size_t unit = timeUnitLength(text, p))
+        return LiteralEnd{p + unit, VT_TIME_LITERAL};
+    if (real)
+        return LiteralEnd{p, VT_REAL_NUMBER};
+    // A size, then possibly blanks, then the base: one literal.
+    size_t tick = p;
+    while (isBlank(charAt(text, tick)))
+        ++tick;
+    if (charAt(text, tick) == '\'') {
+        size_t q = tick + 1;
+        if (charAt(text, q) == 's' || charAt(text, q) == 'S')
+            ++q;
+        if (isBaseLetter(charAt(text, q)))
+            return basedTail(text, tick);
+    }
+    return LiteralEnd{p, VT_DECIMAL_NUMBER};
+}
+
+// At an apostrophe: an unsized based literal, an unbased unsized one ('0 '1 'x 'z), '{
+// (with SystemVerilog's operators) or the apostrophe alone.
+inline LiteralEnd apostropheAt(std::string_view text, size_t at, bool svOperators) {
+    using namespace literal_detail;
+    char n = charAt(text, at + 1);
+    char ln = char(n | 0x20);
+    size_t q = at + 1;
+    if (n == 's' || n == 'S')
+        ++q;
+    if (isBaseLetter(charAt(text, q)))
+        return basedTail(text, at);
+    if ((n == '0' || n == '1' || ln == 'x' || ln == 'z') && !isIdentChar(charAt(text, at + 2)))
+        return LiteralEnd{at + 2, VT_UNBASED_UNSIZED};
+    if (n == '{' && svOperators)
+        return LiteralEnd{at + 2, VT_APOSTROPHE_LBRACE};
+    return LiteralEnd{at + 1, VT_APOSTROPHE};
+}
+
+
 // The n - 1 characters after the first of two spellings agree. Keywords and
 // operators are short: an inline loop beats a call to memcmp.
 inline bool sameTail(const char* a, const char* b, size_t n) {

@@ -247,72 +247,11 @@ VeriToken VeriLexer::make(uint16_t kind, size_t start) {
     return t;
 }
 
-size_t VeriLexer::timeUnitLength(size_t at) const {
-    static const std::string_view units[] = {"step", "ms", "us", "ns", "ps", "fs", "s"};
-    if (at >= text_.size() || !std::strchr("smunpf", text_[at]) || text_[at] == '\0')
-        return 0;
-    for (std::string_view u : units) {
-        size_t n = u.size();
-        if (text_.compare(at, n, u) == 0 && !(at + n < text_.size() && isIdentChar(text_[at + n])))
-            return n;
-    }
-    return 0;
-}
-
-VeriToken VeriLexer::lexBasedTail(size_t start, size_t tickPos) {
-    pos_ = tickPos + 1;
-    if (peek() == 's' || peek() == 'S')
-        ++pos_;
-    char base = char(peek() | 0x20);
-    ++pos_;
-    while (isBlank(peek()))
-        ++pos_;
-    size_t digits = pos_;
-    while (isBasedDigit(base, peek()))
-        ++pos_;
-    if (pos_ == digits) {
+VeriToken VeriLexer::lexLiteral(size_t start, LiteralEnd literal) {
+    pos_ = literal.end;
+    if (literal.kind == VT_ERROR)
         error(veri_msg::BadNumber, start, "%s", "based number has no digits");
-        return make(VT_ERROR, start);
-    }
-    return make(VT_BASED_NUMBER, start);
-}
-
-VeriToken VeriLexer::lexNumber(size_t start) {
-    while (isDigit(peek()) || peek() == '_')
-        ++pos_;
-    bool real = false;
-    if (peek() == '.' && isDigit(peek(1))) {
-        real = true;
-        ++pos_;
-        while (isDigit(peek()) || peek() == '_')
-            ++pos_;
-    }
-    char e = peek();
-    if ((e == 'e' || e == 'E') &&
-        (isDigit(peek(1)) || ((peek(1) == '+' || peek(1) == '-') && isDigit(peek(2))))) {
-        real = true;
-        pos_ += isDigit(peek(1)) ? 1 : 2;
-        while (isDigit(peek()) || peek() == '_')
-            ++pos_;
-    }
-    if (size_t unit = timeUnitLength(pos_)) {
-        pos_ += unit;
-        return make(VT_TIME_LITERAL, start);
-    }
-    if (real)
-        return make(VT_REAL_NUMBER, start);
-    // A size, then possibly blanks, then the base: one literal.
-    size_t p = pos_;
-    while (p < text_.size() && isBlank(text_[p]))
-        ++p;
-    if (p < text_.size() && text_[p] == '\'') {
-        size_t q = p + 1;
-        if (q < text_.size() && (text_[q] == 's' || text_[q] == 'S'))
-            ++q;
-        if (q < text_.size() && std::strchr("bBoOdDhH", text_[q]) && text_[q] != '\0')
-            return lexBasedTail(start, p);
-    }
-    return make(VT_DECIMAL_NUMBER, start);
+    return make(literal.kind, start);
 }
 
 VeriToken VeriLexer::lexOperator(size_t start) {
@@ -371,7 +310,7 @@ VeriToken VeriLexer::lex() {
         return make(veriKeywordKind(text_.substr(start, pos_ - start), keywordSet_), start);
     }
     if (isDigit(c))
-        return lexNumber(start);
+        return lexLiteral(start, numberAt(text_, pos_));
     switch (c) {
     case '$':
         ++pos_;
@@ -415,25 +354,8 @@ VeriToken VeriLexer::lex() {
                 ++pos_;
         }
         return make(VT_LEX_BACKTICK, start);
-    case '\'': {
-        char n = peek(1);
-        char ln = char(n | 0x20);
-        size_t q = pos_ + 1;
-        if (n == 's' || n == 'S')
-            ++q;
-        if (q < text_.size() && std::strchr("bBoOdDhH", text_[q]) && text_[q] != '\0')
-            return lexBasedTail(start, pos_);
-        if ((n == '0' || n == '1' || ln == 'x' || ln == 'z') && !isIdentChar(peek(2))) {
-            pos_ += 2;
-            return make(VT_UNBASED_UNSIZED, start);
-        }
-        if (n == '{' && svOperators()) {
-            pos_ += 2;
-            return make(VT_APOSTROPHE_LBRACE, start);
-        }
-        ++pos_;
-        return make(VT_APOSTROPHE, start);
-    }
+    case '\'':
+        return lexLiteral(start, apostropheAt(text_, pos_, svOperators()));
     default:
         return lexOperator(start);
     }

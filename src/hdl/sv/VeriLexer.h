@@ -12,6 +12,10 @@
 
 namespace hdl {
 
+namespace verilex {
+struct LiteralEnd;
+}
+
 // A backquote and the name after it (text "`name"), or a lone "`" before no name.
 constexpr uint16_t VT_LEX_BACKTICK = VT_KIND_COUNT;
 
@@ -67,11 +71,10 @@ private:
     void skipTranslateOff(size_t startPos);
     void error(const char* id, size_t at, const char* format, const char* arg);
     VeriToken make(uint16_t kind, size_t start);
-    VeriToken lexNumber(size_t start);
-    VeriToken lexBasedTail(size_t start, size_t tickPos);
+    // A literal the shared rules found from `start` on; a base without digits is reported.
+    VeriToken lexLiteral(size_t start, verilex::LiteralEnd literal);
     VeriToken lexOperator(size_t start);
     bool svOperators() const { return keywordSet_ >= VERI_KW_SV2005; }
-    size_t timeUnitLength(size_t at) const;
 
     std::string_view text_;
     std::vector<VeriTextOrigin> origins_;
