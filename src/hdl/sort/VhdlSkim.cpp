@@ -126,14 +126,22 @@ private:
         return true;
     }
 
+    // The references to a bound entity, and to its architecture when one is named; gives
+    // the target text of an instance of it.
+    std::string referToBound(const std::string& lib, const std::string& unit, const std::string& arch) {
+        addReference(lib, unit);
+        if (arch.empty())
+            return unit;
+        std::string target = unit + " " + arch;
+        addReference(lib, target);
+        return target;
+    }
+
     void binding() {
         std::string lib, unit, arch;
         if (!boundUnit(lib, unit, arch))
             return;
-        addReference(lib, unit);
-        std::string target = arch.empty() ? unit : unit + " " + arch;
-        if (!arch.empty())
-            addReference(lib, target);
+        std::string target = referToBound(lib, unit, arch);
         // Inside an architecture a binding only refines an instance listed already.
         if (unit_ >= 0 && inConfiguration_)
             e_.units[unit_].instances.push_back(SortReference{lib, target, pendingLabel_, 0});
@@ -239,10 +247,7 @@ private:
             std::string lib, unit, arch;
             if (!boundUnit(lib, unit, arch))
                 return;
-            addReference(lib, unit);
-            std::string target = arch.empty() ? unit : unit + " " + arch;
-            if (!arch.empty())
-                addReference(lib, target);
+            std::string target = referToBound(lib, unit, arch);
             if (unit_ >= 0)
                 e_.units[unit_].instances.push_back(SortReference{lib, target, textAt(label), 0});
             return;
