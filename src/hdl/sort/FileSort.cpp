@@ -49,6 +49,7 @@ struct SortState {
     std::string text;
     std::deque<std::string> included;
     VeriSkimIncludeCache includeCache;
+    std::vector<std::string> failedOpens; // of the file being read, by the skim's scanner
     std::vector<VeriSkimToken> tokens;
     std::vector<VhdlSkimToken> vhdlTokens;
 };
@@ -71,15 +72,24 @@ std::string lower(std::string s) {
 // The language the preprocessor reads a file of `lang` in.
 unsigned preprocessorLanguage(unsigned lang) { return lang >= 1 && lang <= 5 ? lang : lang == 14 ? 14 : 5; }
 
-std::unique_ptr<VeriPreprocessor> newPreprocessor(unsigned lang) {
+std::unique_ptr<VeriPreprocessor> newPreprocessor(unsigned lang, StreamCallBack callback) {
     SortState& s = state();
     VeriPreprocessorOptions options;
     options.includeDirs = s.includeDirs;
     options.defines = s.defines;
     options.language = preprocessorLanguage(lang);
     options.ignoreTranslateOff = s.ignoreTranslateOff;
-    options.streamCallBack = s.callback;
+    options.streamCallBack = callback;
     return std::make_unique<VeriPreprocessor>(std::move(options));
+}
+
+// For the preprocessor that takes a file over from the skim's scanner: an include the
+// scanner could not open was reported then, and is not asked for a second time.
+SourceStream* openUnlessFailed(const char* name) {
+    SortState& s = state();
+    if (name && std::find(s.failedOpens.begin(), s.failedOpens.end(), name) != s.failedOpens.end())
+        return new SourceStream(nullptr);
+    return OpenSourceStream(s.callback, name).release();
 }
 
 const VeriMacroTable& predefinedMacros(unsigned ppLanguage) {
@@ -145,6 +155,8 @@ bool readVerilog(FileElement& element) {
         options.includeDirs = &s.includeDirs;
         options.streamCallBack = s.callback;
         options.includeCache = &s.includeCache;
+        options.failedOpens = &s.failedOpens;
+        s.failedOpens.clear();
         scanned = veriSkimScan(text, options, tokens, s.included);
     }
     if (!scanned) {
@@ -152,10 +164,10 @@ bool readVerilog(FileElement& element) {
         VeriPreprocessor* pp;
         if (hdl_file_sort::_default_compilation_unit_mode) {
             if (!s.sharedUnit)
-                s.sharedUnit = newPreprocessor(element.language);
+                s.sharedUnit = newPreprocessor(element.language, s.callback);
             pp = s.sharedUnit.get();
         } else {
-            own = newPreprocessor(element.language);
+            own = newPreprocessor(element.language, s.failedOpens.empty() ? s.callback : openUnlessFailed);
             pp = own.get();
         }
         pp->pushText(std::move(text), element.fileName);

@@ -576,7 +576,7 @@ private:
         Frame frame;
         frame.isFile = true;
         frame.condFloor = conds_.size();
-        frame.stream = OpenSourceStream(o_.streamCallBack, path.c_str());
+        frame.stream = openInclude(path);
         std::string text;
         if (!frame.stream->is_open() || !frame.stream->ReadAll(text))
             return false;
@@ -598,6 +598,17 @@ private:
             recording_->effect.depth = std::max(recording_->effect.depth, fileDepth + 1 - recording_->fileDepth);
         }
         return true;
+    }
+
+    // Through the callback, once for a file that would not open.
+    std::unique_ptr<SourceStream> openInclude(const std::string& path) {
+        std::vector<std::string>* failed = o_.failedOpens;
+        if (failed && std::find(failed->begin(), failed->end(), path) != failed->end())
+            return std::make_unique<SourceStream>(nullptr);
+        std::unique_ptr<SourceStream> stream = OpenSourceStream(o_.streamCallBack, path.c_str());
+        if (failed && !stream->is_open())
+            failed->push_back(path);
+        return stream;
     }
 
     // Found as the preprocessor finds it: by an absolute name, in the folder of the file
@@ -702,7 +713,7 @@ private:
                 open.pop_back();
                 continue;
             }
-            open.push_back(OpenSourceStream(o_.streamCallBack, path.c_str()));
+            open.push_back(openInclude(path));
             std::string text;
             same = same && open.back()->is_open() && open.back()->ReadAll(text) && text == effect.texts[next++];
         }

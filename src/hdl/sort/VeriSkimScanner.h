@@ -76,6 +76,10 @@ struct VeriSkimScanOptions {
     StreamCallBack streamCallBack = nullptr;
     // Include effects kept from file to file (none without).
     VeriSkimIncludeCache* includeCache = nullptr;
+    // Receives the paths of includes that were found but would not open. The input
+    // chain reported each; they are not asked for again, and the preprocessor that
+    // then takes the file over need not ask either.
+    std::vector<std::string>* failedOpens = nullptr;
 };
 
 // Appends the tokens of `text` to `out` (no end token). Tokens of included files and

@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cctype>
+#include <fstream>
 #include <memory>
 #include <random>
 #include <string_view>
+#include <vector>
 #include <sstream>
 #include <sys/stat.h>
 
@@ -15,17 +18,22 @@
 
 namespace {
 
-// Counts the messages reported while it lives.
+// Counts the messages reported while it lives, and keeps their ids.
 struct MessageCount {
-    static inline size_t* counter = nullptr;
+    static inline MessageCount* current = nullptr;
     size_t seen = 0;
+    std::vector<std::string> ids;
     hdl::MsgCallBack previous = hdl::Message::GetCallBackMsg();
     MessageCount() {
-        counter = &seen;
-        hdl::Message::RegisterCallBackMsg([](hdl::msg_type_t, const char*, const hdl::ColLineFile*, const char*,
-                                             va_list) { ++*counter; });
+        current = this;
+        hdl::Message::RegisterCallBackMsg([](hdl::msg_type_t, const char* id, const hdl::ColLineFile*, const char*,
+                                             va_list) {
+            ++current->seen;
+            current->ids.push_back(id ? id : "");
+        });
     }
     ~MessageCount() { hdl::Message::RegisterCallBackMsg(previous); }
+    size_t of(const std::string& id) const { return size_t(std::count(ids.begin(), ids.end(), id)); }
 };
 
 } // namespace
@@ -111,6 +119,30 @@ TEST(InputChain, StreamsCarryTheirNameAndMissingFilesAreNotOpen) {
     std::unique_ptr<hdl::SourceStream> underFile(openSourceStream(p.files.path("x.v/y.v").c_str()));
     EXPECT_FALSE(underFile->is_open());
     EXPECT_EQ(count.seen, 0u);
+}
+
+// An include that exists but cannot be read: the skim's scanner meets it first and the
+// preprocessor takes the file over; the input chain reports the failure once, the
+// preprocessor its missing include once, and the rest of the file is still read.
+TEST(InputChain, AnIncludeThatWillNotReadIsReportedOnce) {
+    const char* unreadable = "/proc/self/mem"; // a regular file whose first read fails
+    {
+        std::ifstream probe(unreadable, std::ios::binary);
+        char c;
+        if (!probe.is_open() || probe.read(&c, 1))
+            GTEST_SKIP() << unreadable << " reads here";
+    }
+    SkimProject p;
+    unsigned top = p.add("top.sv", 5, "w", std::string("`include \"") + unreadable + "\"\nmodule m; endmodule\n");
+    MessageCount count;
+    p.skim();
+    EXPECT_EQ(count.of("VERI-1000"), 1u);
+    EXPECT_EQ(count.of("VERI-1001"), 1u);
+    EXPECT_EQ(count.seen, 2u);
+    EXPECT_NE(p.rUnit(".w.m"), 0u); // the module after the include
+    unsigned inc = p.db().fileNames.find(unreadable);
+    ASSERT_NE(inc, 0u);
+    EXPECT_EQ(p.db().fileProps.at(top).includedFiles, (HADLVectorForTuple<unsigned>{inc}));
 }
 
 // Only regular files and the null device are read: a directory fails with a message,
