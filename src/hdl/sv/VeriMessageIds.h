@@ -14,7 +14,7 @@ struct VeriMessageId {
 
 #define HDL_VERI_LEX_MESSAGES(M)                                                              \
     M(OpenFailed, "VERI-1000", MSG_ERROR, "a file could not be opened")                 \
-    M(IncludeNotFound, "VERI-1001", MSG_ERROR, "an `include file was not found")       \
+    M(IncludeNotFound, "VERI-1001", MSG_ERROR, "an `include file was not found or cannot be read")       \
     M(IncludeDepth, "VERI-1002", MSG_ERROR, "includes nest too deep (likely a cycle)")  \
     M(UndefinedMacro, "VERI-1003", MSG_ERROR, "use of a macro that is not defined")    \
     M(RecursiveMacro, "VERI-1004", MSG_ERROR, "a macro uses itself while expanding")   \

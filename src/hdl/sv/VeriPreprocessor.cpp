@@ -118,7 +118,10 @@ struct VeriPreprocessor::Impl {
         auto stream = OpenSourceStream(pp.options_.streamCallBack, path.c_str());
         std::string text;
         if (!stream->is_open() || !stream->ReadAll(text)) {
-            if (isInclude)
+            // Whether the file is there is asked only now, to say which went wrong.
+            if (isInclude && FileSystem::IsSourceFile(path))
+                Message::Error(veri_msg::IncludeNotFound, from, "include file '%s' cannot be read", path.c_str());
+            else if (isInclude)
                 Message::Error(veri_msg::IncludeNotFound, from, "cannot find include file '%s'", path.c_str());
             else
                 Message::Error(veri_msg::OpenFailed, from, "cannot open file '%s'", path.c_str());

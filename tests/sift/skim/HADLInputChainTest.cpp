@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <fstream>
 #include <memory>
 #include <random>
@@ -23,13 +24,17 @@ struct MessageCount {
     static inline MessageCount* current = nullptr;
     size_t seen = 0;
     std::vector<std::string> ids;
+    std::vector<std::string> texts;
     hdl::MsgCallBack previous = hdl::Message::GetCallBackMsg();
     MessageCount() {
         current = this;
-        hdl::Message::RegisterCallBackMsg([](hdl::msg_type_t, const char* id, const hdl::ColLineFile*, const char*,
-                                             va_list) {
+        hdl::Message::RegisterCallBackMsg([](hdl::msg_type_t, const char* id, const hdl::ColLineFile*,
+                                             const char* format, va_list args) {
             ++current->seen;
             current->ids.push_back(id ? id : "");
+            char text[512];
+            std::vsnprintf(text, sizeof text, format, args);
+            current->texts.push_back(text);
         });
     }
     ~MessageCount() { hdl::Message::RegisterCallBackMsg(previous); }
@@ -139,6 +144,10 @@ TEST(InputChain, AnIncludeThatWillNotReadIsReportedOnce) {
     EXPECT_EQ(count.of("VERI-1000"), 1u);
     EXPECT_EQ(count.of("VERI-1001"), 1u);
     EXPECT_EQ(count.seen, 2u);
+    // Found but not readable, which the message says.
+    EXPECT_NE(std::find(count.texts.begin(), count.texts.end(),
+                        std::string("include file '") + unreadable + "' cannot be read"),
+              count.texts.end());
     EXPECT_NE(p.rUnit(".w.m"), 0u); // the module after the include
     unsigned inc = p.db().fileNames.find(unreadable);
     ASSERT_NE(inc, 0u);
