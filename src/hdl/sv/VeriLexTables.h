@@ -79,7 +79,7 @@ struct LiteralEnd {
 };
 
 // Inline: the scanners meet a literal every few tokens.
-namespace literal_detail {
+namespace detail {
 
 inline char charAt(std::string_view text, size_t i) { return i < text.size() ? text[i] : '\0'; }
 
@@ -111,12 +111,12 @@ inline size_t digitsEnd(std::string_view text, size_t p) {
     return p;
 }
 
-} // namespace literal_detail
+} // namespace detail
 
 // A time unit (s, ms, us, ns, ps, fs, step) at `at` that no name character follows:
 // its length, else 0.
 inline size_t timeUnitLength(std::string_view text, size_t at) {
-    using namespace literal_detail;
+    using namespace detail;
     static constexpr std::string_view units[] = {"step", "ms", "us", "ns", "ps", "fs", "s"};
     switch (charAt(text, at)) {
     case 's': case 'm': case 'u': case 'n': case 'p': case 'f': break;
@@ -132,7 +132,7 @@ inline size_t timeUnitLength(std::string_view text, size_t at) {
 
 // At a digit: a decimal, real or time literal, or a sized based one ("8 'hff").
 inline LiteralEnd numberAt(std::string_view text, size_t at) {
-    using namespace literal_detail;
+    using namespace detail;
     size_t p = digitsEnd(text, at);
     bool real = false;
     if (charAt(text, p) == '.' && isDigit(charAt(text, p + 1))) {
@@ -166,7 +166,7 @@ inline LiteralEnd numberAt(std::string_view text, size_t at) {
 // At an apostrophe: an unsized based literal, an unbased unsized one ('0 '1 'x 'z), '{
 // (with SystemVerilog's operators) or the apostrophe alone.
 inline LiteralEnd apostropheAt(std::string_view text, size_t at, bool svOperators) {
-    using namespace literal_detail;
+    using namespace detail;
     char n = charAt(text, at + 1);
     char ln = char(n | 0x20);
     size_t q = at + 1;
