@@ -6,6 +6,7 @@
 #include <unordered_set>
 
 #include "hdl/base/LineFile.h"
+#include "hdl/base/TextRuns.h"
 #include "hdl/sv/VeriLexTables.h"
 #include "hdl/sv/VeriLexer.h"
 #include "hdl/sv/VeriMacroExpander.h"
@@ -90,9 +91,7 @@ public:
             size_t start = pos_;
             char c = s_[pos_];
             if (isIdentStart(c)) {
-                size_t p = pos_ + 1;
-                while (p < s_.size() && isIdentChar(s_[p]))
-                    ++p;
+                size_t p = textruns::nameEnd<true>(s_.data(), pos_ + 1, s_.size());
                 pos_ = p;
                 // Every keyword starts with a lower-case letter.
                 bool maybeKeyword = c >= 'a' && c <= 'z';
@@ -179,12 +178,7 @@ private:
 
     void skipTrivia() {
         for (;;) {
-            // A local index: the member would be stored at every blank.
-            const char* data = s_.data();
-            size_t p = pos_;
-            while (p < s_.size() && isSpace(data[p]))
-                ++p;
-            pos_ = p;
+            pos_ = textruns::spaceEnd(s_.data(), pos_, s_.size());
             if (peek() != '/')
                 return;
             if (peek(1) == '/')

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "hdl/base/TextRuns.h"
 #include "hdl/vhdl/VhdlLexTables.h"
 
 namespace hdl {
@@ -194,9 +195,10 @@ private:
     }
 
     void identifier(VhdlSkimToken& t) {
-        size_t end = pos_;
+        // Letters beyond ASCII (Latin-1) continue a name too.
+        size_t end = textruns::nameEnd<false>(s_.data(), pos_, s_.size());
         while (end < s_.size() && hasClass(s_[end], CC_NAME))
-            ++end;
+            end = textruns::nameEnd<false>(s_.data(), end + 1, s_.size());
         pos_ = end;
         std::string_view word = s_.substr(t.begin, pos_ - t.begin);
         if (peek() == '"' && isBaseSpecifier(word)) {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "hdl/base/Message.h"
+#include "hdl/base/TextRuns.h"
 #include "hdl/sv/VeriLexTables.h"
 #include "hdl/sv/VeriMessageIds.h"
 
@@ -302,11 +303,7 @@ VeriToken VeriLexer::lex() {
         return make(VT_EOF, start);
     char c = peek();
     if (isIdentStart(c)) {
-        const char* data = text_.data();
-        size_t p = pos_ + 1;
-        while (p < text_.size() && isIdentChar(data[p]))
-            ++p;
-        pos_ = p;
+        pos_ = textruns::nameEnd<true>(text_.data(), pos_ + 1, text_.size());
         return make(veriKeywordKind(text_.substr(start, pos_ - start), keywordSet_), start);
     }
     if (isDigit(c))
