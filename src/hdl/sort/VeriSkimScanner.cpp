@@ -430,7 +430,9 @@ private:
             table_.undefine(macro);
             if (recording_) {
                 recording_->touched.insert(macro);
-                recording_->effect.changes.emplace_back(VeriMacro{macro, {}, {}, false, false, {}}, true);
+                VeriMacro removal;
+                removal.name = macro;
+                recording_->effect.changes.emplace_back(std::move(removal), true);
             }
             return !macro.empty();
         }

@@ -49,6 +49,10 @@ struct TextStops {
 constexpr TextStops kRescanStops(false);
 constexpr TextStops kSubstituteStops(true);
 
+// What substitution puts for a continued line end, a block comment, `" and `\`".
+enum : uint32_t { kFixedNewline, kFixedSpace, kFixedQuote, kFixedEscapedQuote };
+constexpr std::string_view kFixedTexts[] = {"\n", " ", "\"", "\\\""};
+
 // Index just past a string literal that starts at `i` (or the end of the text).
 size_t skipString(std::string_view s, size_t i) {
     for (++i; i < s.size(); ++i) {
@@ -277,31 +281,31 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
     return !cut_;
 }
 
-void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<const VeriMappedText*>& actuals,
-                                   VeriMappedText& out) {
+std::vector<VeriBodyPiece> cutMacroBody(const VeriMacro& macro) {
     std::string_view body = macro.body;
-    // Body positions, walked forward as the runs are flushed.
+    std::vector<VeriBodyPiece> pieces;
+    // Body positions, walked forward as the pieces are made.
     size_t walked = 0;
-    uint32_t line = macro.bodyPos.leftLine;
-    uint32_t col = macro.bodyPos.leftCol;
-    auto posAt = [&](size_t idx) {
-        while (walked < idx) {
-            const void* nl = std::memchr(body.data() + walked, '\n', idx - walked);
+    uint32_t line = 0;
+    uint32_t col = 0;
+    auto add = [&](VeriBodyPiece::Kind kind, size_t a, size_t b, size_t at) {
+        while (walked < at) {
+            const void* nl = std::memchr(body.data() + walked, '\n', at - walked);
             if (!nl) {
-                col += uint32_t(idx - walked);
-                walked = idx;
+                col += uint32_t(at - walked);
+                walked = at;
                 break;
             }
             ++line;
             col = 1;
             walked = size_t(static_cast<const char*>(nl) - body.data()) + 1;
         }
-        return ColLineFile(macro.bodyPos.fileId, line, col);
+        pieces.push_back(VeriBodyPiece{kind, uint32_t(a), uint32_t(b), line, col});
     };
     size_t run = 0;
     auto flush = [&](size_t upto) {
         if (upto > run)
-            out.append(body.substr(run, upto - run), posAt(run));
+            add(VeriBodyPiece::Text, run, upto, run);
     };
     size_t i = 0;
     const size_t n = body.size();
@@ -310,7 +314,7 @@ void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<con
         char d = i + 1 < n ? body[i + 1] : '\0';
         if (c == '\\' && (d == '\n' || (d == '\r' && i + 2 < n && body[i + 2] == '\n'))) {
             flush(i);
-            out.append("\n", posAt(i));
+            add(VeriBodyPiece::Fixed, kFixedNewline, 0, i);
             i += d == '\n' ? 2 : 3;
             run = i;
         } else if (c == '\\') {
@@ -325,7 +329,7 @@ void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<con
         } else if (c == '/' && d == '*') {
             flush(i);
             size_t e = skipBlockComment(body, i);
-            out.append(" ", posAt(i));
+            add(VeriBodyPiece::Fixed, kFixedSpace, 0, i);
             i = e;
             run = i;
         } else if (c == '`' && d == '`') {
@@ -334,12 +338,12 @@ void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<con
             run = i;
         } else if (c == '`' && d == '"') {
             flush(i);
-            out.append("\"", posAt(i));
+            add(VeriBodyPiece::Fixed, kFixedQuote, 0, i);
             i += 2;
             run = i;
         } else if (c == '`' && body.compare(i, 4, "`\\`\"") == 0) {
             flush(i);
-            out.append("\\\"", posAt(i));
+            add(VeriBodyPiece::Fixed, kFixedEscapedQuote, 0, i);
             i += 4;
             run = i;
         } else if (isIdentChar(c)) {
@@ -348,12 +352,12 @@ void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<con
             while (j < n && isIdentChar(body[j]))
                 ++j;
             std::string_view word = body.substr(i, j - i);
-            size_t k = isIdentStart(c) ? 0 : actuals.size();
-            while (k < actuals.size() && macro.params[k].name != word)
+            size_t k = isIdentStart(c) ? 0 : macro.params.size();
+            while (k < macro.params.size() && macro.params[k].name != word)
                 ++k;
-            if (k < actuals.size()) {
+            if (k < macro.params.size()) {
                 flush(i);
-                out.appendFrom(*actuals[k], 0, actuals[k]->text.size());
+                pieces.push_back(VeriBodyPiece{VeriBodyPiece::Formal, uint32_t(k), 0, 0, 0});
                 run = j;
             }
             i = j;
@@ -364,6 +368,29 @@ void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<con
         }
     }
     flush(n);
+    return pieces;
+}
+
+void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<const VeriMappedText*>& actuals,
+                                   VeriMappedText& out) {
+    std::vector<VeriBodyPiece> cut;
+    const std::vector<VeriBodyPiece>* pieces = macro.pieces.get();
+    if (!pieces) {
+        cut = cutMacroBody(macro);
+        pieces = &cut;
+    }
+    const ColLineFile& at = macro.bodyPos;
+    for (const VeriBodyPiece& piece : *pieces) {
+        if (piece.kind == VeriBodyPiece::Formal) {
+            // A function-like use has an actual for each formal.
+            if (piece.a < actuals.size())
+                out.appendFrom(*actuals[piece.a], 0, actuals[piece.a]->text.size());
+            continue;
+        }
+        std::string_view text =
+            piece.kind == VeriBodyPiece::Text ? macro.body.substr(piece.a, piece.b - piece.a) : kFixedTexts[piece.a];
+        out.append(text, ColLineFile(at.fileId, at.leftLine + piece.line, piece.line ? piece.col : at.leftCol + piece.col));
+    }
 }
 
 void VeriMacroExpander::rescan(const VeriMappedText& in, const ColLineFile& callSite,

@@ -86,6 +86,7 @@ bool readMacroDefinition(std::string_view s, size_t& p, VeriMacro& m) {
     // A string or comment that runs past the end leaves p beyond it.
     p = std::min(p, s.size());
     m.body = s.substr(b, std::min(e, s.size()) - b);
+    m.pieces = std::make_shared<const std::vector<VeriBodyPiece>>(cutMacroBody(m));
     return true;
 }
 

@@ -19,6 +19,21 @@ struct VeriMacroParam {
     bool hasDefault = false;
 };
 
+// A body cut, once at its definition, into what substitution puts together: runs of
+// body text, formals, and the fixed texts that stand for `", `\`", a continued line
+// end and a block comment. Each use then joins pieces instead of walking the body
+// and comparing every word with the formals.
+struct VeriBodyPiece {
+    enum Kind : uint8_t { Text, Formal, Fixed };
+    Kind kind;
+    uint32_t a; // Text: start in the body; Formal: the formal's index; Fixed: which text
+    uint32_t b; // Text: end in the body
+    // Where the piece starts: lines below the body's first line, and the column (on
+    // the first line, counted from the body's own column).
+    uint32_t line;
+    uint32_t col;
+};
+
 struct VeriMacro {
     std::string_view name;
     std::string_view body;       // as written: backslash-newlines kept, comments kept
@@ -26,7 +41,13 @@ struct VeriMacro {
     bool functionLike = false;   // declared with a parameter list, even an empty one
     bool fromCommandLine = false;
     ColLineFile bodyPos;         // where the body text starts
+    // The body cut up (see above); shared by the copies of the definition. Null for a
+    // macro built otherwise (command line, predefined), whose body is cut at each use.
+    std::shared_ptr<const std::vector<VeriBodyPiece>> pieces;
 };
+
+// Cuts the body of `m` as its uses substitute it.
+std::vector<VeriBodyPiece> cutMacroBody(const VeriMacro& m);
 
 // Reads a `define after its name into `m`: the formal list when one follows at once,
 // then the body as written, up to the end of its last text. `p` starts just after the

@@ -181,6 +181,22 @@ TEST_F(VeriSkimScannerTest, WhatOnlyThePreprocessorDoesOrReportsIsLeftToIt) {
     EXPECT_TRUE(same("`define L(c) `ifdef c `__LINE__ `__FILE__ `endif\n`L(NOPE) m"));
 }
 
+// `__LINE__ and `__FILE__ under a use inside another macro take the place of that use,
+// which lies in a body cut up at its definition; in branches taken and not taken.
+TEST_F(VeriSkimScannerTest, PlaceDependentUsesInsideOtherMacros) {
+    const char* read[] = {
+        "`define L `__LINE__\n`define N `L\nx `N `N",
+        "`define L `__FILE__ `__LINE__\n`define N(a) a `L\n\n`N(`L) `N(q)",
+        "`define YES\n`define L(c) `ifdef c `__LINE__ `endif\n`define N `L(YES)\nx `N",
+        "`define L(c) `ifdef c `__LINE__ `else none `endif\n`define N `L(NOPE)\nx `N",
+        "`define L(c) `ifndef c `__LINE__ `elsif CMD `__FILE__ `endif\n`define N(c) `L(c)\n`N(CMD) `N(NOPE)",
+        "`define RPT(m) `ifdef UVM uvm(m, `__LINE__) `else $error(m, `__FILE__) `endif\n"
+        "`define ASSERT(n, p) `ifdef CMD n: assert (p) else `RPT(\"n\") `endif\nmodule m; `ASSERT(a, b) endmodule",
+    };
+    for (const char* text : read)
+        EXPECT_TRUE(same(text, 5, {"CMD=1"})) << text;
+}
+
 namespace {
 
 // Streams that log their opening and closing, to check that includes nest.

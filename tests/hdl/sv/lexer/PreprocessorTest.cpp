@@ -243,6 +243,26 @@ TEST(VeriPreprocessor, MacroTokenPositions) {
     EXPECT_EQ(t[7].line, 4u);
 }
 
+// A body with everything that substitution replaces or drops: each token from it
+// keeps the place in the body of its first character, and a formal that of the actual.
+TEST(VeriPreprocessor, MacroBodyPiecesKeepTheirPlaces) {
+    VeriPreprocessor pp({});
+    pp.pushText("`define M(a, b) x /* c */ a``_y `\"b`\" \\\n    z b // d \\\n `\\`\" w\n\n  `M(p, q)", "p.sv");
+    auto t = allTokens(pp);
+    ASSERT_EQ(t.size(), 7u);
+    struct Want {
+        const char* text;
+        uint32_t line;
+        uint32_t col;
+    };
+    const Want want[] = {{"x", 1, 17}, {"p_y", 5, 6}, {"\"q\"", 1, 33}, {"z", 2, 5}, {"q", 5, 9}, {"\\\"", 3, 2}, {"w", 3, 7}};
+    for (size_t i = 0; i < t.size(); ++i) {
+        EXPECT_EQ(t[i].text, want[i].text) << i;
+        EXPECT_EQ(t[i].line, want[i].line) << want[i].text;
+        EXPECT_EQ(t[i].col, want[i].col) << want[i].text;
+    }
+}
+
 TEST(VeriPreprocessor, IncludeSearchOrderAndPositions) {
     MessageCapture mc;
     TempTree tree;
