@@ -178,7 +178,13 @@ private:
 
     void skipTrivia() {
         for (;;) {
-            pos_ = textruns::spaceEnd(s_.data(), pos_, s_.size());
+            // A local index: the member would be stored at every blank. Byte by byte:
+            // blank runs are mostly one or two long, where a wide look costs more.
+            const char* data = s_.data();
+            size_t p = pos_;
+            while (p < s_.size() && isSpace(data[p]))
+                ++p;
+            pos_ = p;
             if (peek() != '/')
                 return;
             if (peek(1) == '/')
