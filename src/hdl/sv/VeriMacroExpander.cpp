@@ -247,6 +247,7 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
                            "too many arguments (%zu) for macro '%s' (%zu expected)", given,
                            name.c_str(), macro.params.size());
         made.resize(2 * macro.params.size());
+        actuals.reserve(macro.params.size());
         for (size_t k = 0; k < macro.params.size(); ++k) {
             const VeriMacroParam& param = macro.params[k];
             const VeriMappedText* raw = &made[2 * k];
@@ -272,10 +273,14 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
     substitute(macro, actuals, substituted);
     produced_ += substituted.text.size();
     // Bodies such as register macros hold no further use: the text is the result.
-    if (!cut_ && out.text.empty() && out.origins.empty() && substituted.text.find('`') == std::string::npos)
+    if (!cut_ && out.text.empty() && out.origins.empty() && substituted.text.find('`') == std::string::npos) {
         out = std::move(substituted);
-    else
+    } else {
+        // Room for the text as it stands; nested uses may grow it further. (A string
+        // grows at least twofold in libstdc++, so that repeated reserves stay linear.)
+        out.text.reserve(out.text.size() + substituted.text.size());
         rescan(substituted, callSite, out);
+    }
     active_.pop_back();
     --depth_;
     return !cut_;
@@ -379,6 +384,17 @@ void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<con
         cut = cutMacroBody(macro);
         pieces = &cut;
     }
+    // Grown once: the result is the body with the actuals in place of the formals.
+    size_t bytes = out.text.size() + macro.body.size();
+    size_t origins = out.origins.size() + pieces->size();
+    for (const VeriBodyPiece& piece : *pieces) {
+        if (piece.kind == VeriBodyPiece::Formal && piece.a < actuals.size()) {
+            bytes += actuals[piece.a]->text.size();
+            origins += actuals[piece.a]->origins.size();
+        }
+    }
+    out.text.reserve(bytes);
+    out.origins.reserve(origins);
     const ColLineFile& at = macro.bodyPos;
     for (const VeriBodyPiece& piece : *pieces) {
         if (piece.kind == VeriBodyPiece::Formal) {
