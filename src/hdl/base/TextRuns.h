@@ -1,8 +1,10 @@
 #pragma once
-// Where a run of name characters ends, for the lexers and the skim's scanners. Sixteen
-// bytes at a time: a loop over bytes mispredicts its exit at nearly every name, since
-// names vary in length. Only ASCII is looked at here; a caller whose language counts
-// other bytes as name characters goes on from the returned position byte by byte.
+// Where a run of name characters ends, and where the next of a few special characters
+// stands, for the lexers, the skim's scanners and the macro expander. Sixteen bytes at
+// a time: a loop over bytes mispredicts its exit at nearly every name, since names vary
+// in length, and walks long plain texts a byte per step. Only ASCII is looked at for
+// names; a caller whose language counts other bytes as name characters goes on from
+// the returned position byte by byte.
 #include <cstddef>
 
 #if defined(__SSE2__)
@@ -32,8 +34,27 @@ inline unsigned nameMask16(const char* p) {
     return Dollar ? mask | equal16(v, '$') : mask;
 }
 
+template <char A, char B, char C, char D>
+inline unsigned anyOf16(const char* p) {
+    __m128i v = load16(p);
+    return equal16(v, A) | equal16(v, B) | equal16(v, C) | equal16(v, D);
+}
+
 } // namespace detail
 #endif
+
+// The first of the characters A, B, C, D at or after p, or n when there is none.
+template <char A, char B, char C, char D>
+inline size_t findAnyOf(const char* data, size_t p, size_t n) {
+#if defined(__SSE2__)
+    for (; p + 16 <= n; p += 16)
+        if (unsigned hit = detail::anyOf16<A, B, C, D>(data + p))
+            return p + unsigned(__builtin_ctz(hit));
+#endif
+    while (p < n && data[p] != A && data[p] != B && data[p] != C && data[p] != D)
+        ++p;
+    return p;
+}
 
 // The end of the ASCII name characters (letters, digits, `_`, `$` when Dollar) from p.
 template <bool Dollar>

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "hdl/base/Message.h"
+#include "hdl/base/TextRuns.h"
 #include "hdl/sv/VeriMessageIds.h"
 
 namespace hdl {
@@ -32,22 +33,21 @@ bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v';
 }
 
-// Characters that may begin a string, comment, escaped name or macro use, and (for
-// the substitution, which looks for formals) name characters: text between them is
-// copied as it stands.
+// Characters that may begin a string, comment, escaped name or macro use, and name
+// characters (the substitution looks for formals): text between them is copied as it
+// stands.
 struct TextStops {
     bool of[256] = {};
-    constexpr TextStops(bool names) {
+    constexpr TextStops() {
         of[static_cast<unsigned char>('"')] = true;
         of[static_cast<unsigned char>('/')] = true;
         of[static_cast<unsigned char>('\\')] = true;
         of[static_cast<unsigned char>('`')] = true;
-        for (int c = 0; c < 256 && names; ++c)
+        for (int c = 0; c < 256; ++c)
             of[c] = of[c] || (kNameChars.of[c] & 2) != 0;
     }
 };
-constexpr TextStops kRescanStops(false);
-constexpr TextStops kSubstituteStops(true);
+constexpr TextStops kSubstituteStops;
 
 // What substitution puts for a continued line end, a block comment, `" and `\`".
 enum : uint32_t { kFixedNewline, kFixedSpace, kFixedQuote, kFixedEscapedQuote };
@@ -437,9 +437,7 @@ void VeriMacroExpander::rescan(const VeriMappedText& in, const ColLineFile& call
         if (c != '`' || !isIdentStart(d)) {
             // Plain text up to the next character that can start a string, comment,
             // escaped name or macro use.
-            ++i;
-            while (i < n && !kRescanStops.of[static_cast<unsigned char>(s[i])])
-                ++i;
+            i = textruns::findAnyOf<'"', '/', '\\', '`'>(s.data(), i + 1, n);
             continue;
         }
         size_t j = i + 1;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <memory>
 #include <random>
 #include <string>
@@ -16,6 +17,13 @@ size_t plainNameEnd(const char* data, size_t p, size_t n, bool dollar) {
                (dollar && c == '$');
     };
     while (p < n && isName(static_cast<unsigned char>(data[p])))
+        ++p;
+    return p;
+}
+
+// The first of `stops` or the NUL byte.
+size_t plainFind(const char* data, size_t p, size_t n, const char* stops) {
+    while (p < n && data[p] != '\0' && !std::strchr(stops, data[p]))
         ++p;
     return p;
 }
@@ -43,6 +51,7 @@ TEST(TextRuns, AgreeWithByteLoopsAtEveryStart) {
         for (size_t p = 0; p <= n; ++p) {
             ASSERT_EQ(nameEnd<true>(data.get(), p, n), plainNameEnd(data.get(), p, n, true)) << "at " << p << " of " << n;
             ASSERT_EQ(nameEnd<false>(data.get(), p, n), plainNameEnd(data.get(), p, n, false)) << p;
+            ASSERT_EQ((findAnyOf<'@', '/', '`', '\0'>(data.get(), p, n)), plainFind(data.get(), p, n, "@/`")) << p;
         }
     }
 }
