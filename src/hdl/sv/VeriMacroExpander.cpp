@@ -120,12 +120,14 @@ void VeriMappedText::appendFrom(const VeriMappedText& src, size_t a, size_t b) {
         return;
     size_t base = text.size();
     append(std::string_view(src.text).substr(a, b - a), src.positionAt(a));
-    for (const VeriTextOrigin& o : src.origins) {
-        if (o.offset > a && o.offset < b) {
-            VeriTextOrigin moved = o;
-            moved.offset = uint32_t(base + (o.offset - a));
-            origins.push_back(moved);
-        }
+    // Only the origins inside the piece are visited: a rescan copies a long text out
+    // piece by piece.
+    auto inside = std::upper_bound(src.origins.begin(), src.origins.end(), a,
+                                   [](size_t o, const VeriTextOrigin& r) { return o < r.offset; });
+    for (; inside != src.origins.end() && inside->offset < b; ++inside) {
+        VeriTextOrigin moved = *inside;
+        moved.offset = uint32_t(base + (inside->offset - a));
+        origins.push_back(moved);
     }
 }
 
