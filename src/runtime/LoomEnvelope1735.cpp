@@ -19,14 +19,6 @@ public:
         setg(b, b, b + text_.size());
     }
 
-    // What is left to read, moved out when nothing has been read yet.
-    std::string take() {
-        std::string rest = gptr() == eback() ? std::move(text_) : std::string(gptr(), egptr());
-        text_.clear();
-        setg(text_.data(), text_.data(), text_.data());
-        return rest;
-    }
-
 protected:
     pos_type seekoff(off_type off, std::ios::seekdir dir, std::ios::openmode which) override {
         if (!(which & std::ios::in))
@@ -49,7 +41,6 @@ private:
 class TextStream : public std::istream {
 public:
     explicit TextStream(std::string text) : std::istream(nullptr), buffer_(std::move(text)) { rdbuf(&buffer_); }
-    std::string take() { return buffer_.take(); }
 
 private:
     TextBuffer buffer_;
@@ -127,14 +118,6 @@ std::istream* LoomEnvelope1735::getPlnStream(const std::string& path, eNeedDecry
     if (state == NeedDecrypt_Maybe)
         state = findTickProtect(text) < 0 ? NeedDecrypt_No : NeedDecrypt_Yes;
     return new TextStream(std::move(text));
-}
-
-bool LoomEnvelope1735::takePlainText(std::istream* in, std::string& out) {
-    auto* text = dynamic_cast<TextStream*>(in);
-    if (!text || !out.empty())
-        return false;
-    out = text->take();
-    return true;
 }
 
 long LoomEnvelope1735::sniffOutTickProtect(std::istream& in) {

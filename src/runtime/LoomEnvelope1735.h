@@ -40,10 +40,6 @@ public:
     // Offset of the first protect directive (`protect, `pragma protect, VHDL
     // `protect) in the stream, or -1 when there is none.
     static long sniffOutTickProtect(std::istream& in);
-    // For a stream that getPlnStream made: moves what is left of its text into `out`
-    // (which must be empty) and leaves the stream at its end. False for any other
-    // stream, which is then untouched.
-    static bool takePlainText(std::istream* in, std::string& out);
 };
 
 // Line mapping between decrypted text and its protected source. Without decryption

@@ -17,11 +17,8 @@ bool SourceStream::is_open() const {
 
 bool SourceStream::fail() const { return !in_ || in_->fail(); }
 
-bool SourceStream::TakeText(std::string&) { return false; }
-
 bool SourceStream::ReadAll(std::string& out) {
     if (!is_open()) return false;
-    if (out.empty() && TakeText(out)) return true;
     // A stream that knows how much it holds (a file's text in memory, a file buffer)
     // is read in one piece; the rest block by block.
     std::streambuf* buf = in_->rdbuf();

@@ -28,11 +28,6 @@ public:
     // Appends everything left in the stream to `out`; false when there is no input.
     bool ReadAll(std::string& out);
 
-protected:
-    // A stream that holds its whole text in memory may hand it over instead of having
-    // it copied: true when `out` (empty) now holds everything left in the stream.
-    virtual bool TakeText(std::string& out);
-
 private:
     std::istream* in_;
 };

@@ -15,8 +15,6 @@ HADLTracingInputStream::~HADLTracingInputStream() {
         tracer->leave(fileName);
 }
 
-bool HADLTracingInputStream::TakeText(std::string& out) { return LoomEnvelope1735::takePlainText(stream(), out); }
-
 namespace {
 
 void reportDecryptionDenied(const std::string& name, int code) {

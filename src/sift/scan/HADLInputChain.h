@@ -14,10 +14,6 @@ public:
     ~HADLTracingInputStream() override;
 
     std::string fileName;
-
-protected:
-    // The envelope reader's text is handed over, not copied.
-    bool TakeText(std::string& out) override;
 };
 
 // Never null: a file that cannot be read gives a stream that is not open, and the

@@ -193,25 +193,6 @@ TEST(InputChain, StreamTextIsTheWholeFileAndSeekable) {
     EXPECT_EQ(text, big.substr(7));
 }
 
-// The reader's text is handed over rather than copied: once, whole, and only into an
-// empty string; a string that holds text already gets the file appended.
-TEST(InputChain, ReadAllTakesTheTextOnce) {
-    SkimProject p;
-    p.write("a.v", "module a; endmodule\n");
-    const std::string path = p.files.path("a.v");
-    std::unique_ptr<hdl::SourceStream> s(openSourceStream(path.c_str()));
-    std::string text;
-    EXPECT_TRUE(s->ReadAll(text));
-    EXPECT_EQ(text, "module a; endmodule\n");
-    std::string again;
-    EXPECT_TRUE(s->ReadAll(again));
-    EXPECT_EQ(again, "");
-    std::unique_ptr<hdl::SourceStream> t(openSourceStream(path.c_str()));
-    std::string joined = "// head\n";
-    EXPECT_TRUE(t->ReadAll(joined));
-    EXPECT_EQ(joined, "// head\nmodule a; endmodule\n");
-}
-
 TEST(InputChain, TracerRecordsNestingThroughTheStreams) {
     SkimProject p;
     unsigned top = p.add("top.v", 2, "w", "");
