@@ -407,7 +407,8 @@ void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<con
         }
         std::string_view text =
             piece.kind == VeriBodyPiece::Text ? macro.body.substr(piece.a, piece.b - piece.a) : kFixedTexts[piece.a];
-        out.append(text, ColLineFile(at.fileId, at.leftLine + piece.line, piece.line ? piece.col : at.leftCol + piece.col));
+        uint32_t col = piece.line ? piece.col : at.leftCol + piece.col;
+        out.append(text, ColLineFile(at.fileId, at.leftLine + piece.line, col));
     }
 }
 

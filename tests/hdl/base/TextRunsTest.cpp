@@ -49,7 +49,8 @@ TEST(TextRuns, AgreeWithByteLoopsAtEveryStart) {
                                         : alphabet[rng() % alphabet.size()];
         }
         for (size_t p = 0; p <= n; ++p) {
-            ASSERT_EQ(nameEnd<true>(data.get(), p, n), plainNameEnd(data.get(), p, n, true)) << "at " << p << " of " << n;
+            ASSERT_EQ(nameEnd<true>(data.get(), p, n), plainNameEnd(data.get(), p, n, true))
+                << "at " << p << " of " << n;
             ASSERT_EQ(nameEnd<false>(data.get(), p, n), plainNameEnd(data.get(), p, n, false)) << p;
             ASSERT_EQ((findAnyOf<'@', '/', '`', '\0'>(data.get(), p, n)), plainFind(data.get(), p, n, "@/`")) << p;
         }

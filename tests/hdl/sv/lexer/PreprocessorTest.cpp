@@ -255,7 +255,8 @@ TEST(VeriPreprocessor, MacroBodyPiecesKeepTheirPlaces) {
         uint32_t line;
         uint32_t col;
     };
-    const Want want[] = {{"x", 1, 17}, {"p_y", 5, 6}, {"\"q\"", 1, 33}, {"z", 2, 5}, {"q", 5, 9}, {"\\\"", 3, 2}, {"w", 3, 7}};
+    const Want want[] = {{"x", 1, 17}, {"p_y", 5, 6}, {"\"q\"", 1, 33}, {"z", 2, 5},
+                         {"q", 5, 9},   {"\\\"", 3, 2}, {"w", 3, 7}};
     for (size_t i = 0; i < t.size(); ++i) {
         EXPECT_EQ(t[i].text, want[i].text) << i;
         EXPECT_EQ(t[i].line, want[i].line) << want[i].text;
