@@ -32,11 +32,14 @@ public:
         bool missing;
     };
 
-    // A newly opened stream on the file; `state` is decided on the first call (Maybe)
-    // and kept by the caller. `denied` is told when rights forbid reading.
+    // A newly opened stream on the file, read at its first use; `state`, while Maybe,
+    // is decided at that read, so it must outlive the stream. `denied` is told when
+    // rights forbid reading.
     static std::istream* getPlnStream(const std::string& path, eNeedDecrypt& state,
                                       ieee1735::RightsEval::EvalContextEnum context,
                                       const std::function<void(const std::string&, int)>& denied);
+    // Told of a read that fails after the open; the stream then reads as empty and bad.
+    static void setLateDiagHandler(void (*handler)(const EnvelopeDiag&));
     // Offset of the first protect directive (`protect, `pragma protect, VHDL
     // `protect) in the stream, or -1 when there is none.
     static long sniffOutTickProtect(std::istream& in);

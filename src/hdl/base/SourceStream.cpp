@@ -32,7 +32,13 @@ bool SourceStream::ReadAll(std::string& out) {
     char block[1 << 16];
     for (std::streamsize n; (n = buf->sgetn(block, sizeof block)) > 0;)
         out.append(block, size_t(n));
-    return true;
+    return !in_->bad();
+}
+
+size_t SourceStream::Remaining() {
+    std::streambuf* buf = in_ ? in_->rdbuf() : nullptr;
+    std::streamsize avail = buf ? buf->in_avail() : 0;
+    return avail > 0 ? size_t(avail) : 0;
 }
 
 std::unique_ptr<SourceStream> OpenSourceStream(StreamCallBack callback, const char* name) {

@@ -25,8 +25,19 @@ public:
     bool is_open() const;
     bool fail() const;
     std::istream* stream() const { return in_; }
-    // Appends everything left in the stream to `out`; false when there is no input.
+    // Appends everything left in the stream to `out`; false when there is no input or
+    // the read failed.
     bool ReadAll(std::string& out);
+    // How many characters the stream says it holds, without reading them; 0 when it
+    // cannot tell.
+    size_t Remaining();
+
+protected:
+    // For a stream made before its input (which it then owns).
+    void attach(std::istream* in) {
+        delete in_;
+        in_ = in;
+    }
 
 private:
     std::istream* in_;

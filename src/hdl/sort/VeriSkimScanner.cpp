@@ -579,12 +579,17 @@ private:
         frame.isFile = true;
         frame.condFloor = conds_.size();
         frame.stream = openInclude(path);
-        std::string text;
-        if (!frame.stream->is_open() || !frame.stream->ReadAll(text))
+        if (!frame.stream->is_open())
             return false;
         // While a file is recorded, the files it includes are recorded with it.
-        if (!recording_ && replay(path, text, fileDepth))
+        if (!recording_ && replay(path, *frame.stream, fileDepth))
             return true; // the stream closes here, as after reading the file
+        std::string text;
+        if (!frame.stream->ReadAll(text)) {
+            if (o_.failedOpens)
+                o_.failedOpens->push_back(path);
+            return false;
+        }
         bool nested = recording_ != nullptr;
         if (nested)
             recording_->effect.opens.push_back(path);
@@ -667,14 +672,18 @@ private:
         return defined;
     }
 
-    bool replay(const std::string& path, const std::string& text, size_t fileDepth) {
+    // Within one skim a header holds what it held when it was read, unless its size has
+    // changed since: the stream tells the size without a read. A replayed file and the
+    // files it includes are still opened (and closed), so that the tracer sees them.
+    bool replay(const std::string& path, SourceStream& stream, size_t fileDepth) {
         if (!o_.includeCache)
             return false;
         auto it = o_.includeCache->byPath.find(path);
         if (it == o_.includeCache->byPath.end())
             return false;
+        size_t size = stream.Remaining();
         for (const auto& effect : it->second) {
-            if (effect->texts[0] != text || !replayable(*effect, path, fileDepth))
+            if (size == 0 || effect->texts[0].size() != size || !replayable(*effect, path, fileDepth))
                 continue;
             bool holds = true;
             for (const auto& [name, defined] : effect->tests)
@@ -705,7 +714,7 @@ private:
     }
 
     // Opens and closes the nested includes in their order, so that a tracing callback
-    // sees them; true when each still holds the recorded text.
+    // sees them; true when each still has the recorded size.
     bool reopen(const VeriSkimIncludeEffect& effect) {
         std::vector<std::unique_ptr<SourceStream>> open;
         size_t next = 1;
@@ -716,8 +725,8 @@ private:
                 continue;
             }
             open.push_back(openInclude(path));
-            std::string text;
-            same = same && open.back()->is_open() && open.back()->ReadAll(text) && text == effect.texts[next++];
+            size_t size = open.back()->Remaining();
+            same = same && size != 0 && size == effect.texts[next++].size();
         }
         while (!open.empty())
             open.pop_back();

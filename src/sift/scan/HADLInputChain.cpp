@@ -27,24 +27,26 @@ void reportEnvelopeDiag(const LoomEnvelope1735::EnvelopeDiag& diag) {
     hdl::Message::Error("VERI-1000", &loc, "%s", diag.what());
 }
 
+// A read that fails after the open (the reader reads at the first use) is reported as
+// a failure at the open is.
+const bool lateDiagsReported = (LoomEnvelope1735::setLateDiagHandler(reportEnvelopeDiag), true);
+
 } // namespace
 
 hdl::SourceStream* openSourceStream(const char* name) {
     std::string path = name ? name : "";
-    LoomEnvelope1735::eNeedDecrypt scratchState = LoomEnvelope1735::NeedDecrypt_Maybe;
-    std::istream* in = nullptr;
+    auto* stream = new HADLTracingInputStream(nullptr, path);
     // The existence check is the reader's own: a file that is not there comes back as
     // a "missing" failure, not reported, and the stream is simply not open.
     NeedDecryptionEntry* entry = NeedDecryptionCache::find(path);
-    LoomEnvelope1735::eNeedDecrypt& state = entry ? entry->state : scratchState;
+    LoomEnvelope1735::eNeedDecrypt& state = entry ? entry->state : stream->scratchState;
     try {
-        in = LoomEnvelope1735::getPlnStream(path, state, ieee1735::RightsEval::Analysis, reportDecryptionDenied);
+        stream->attach(
+            LoomEnvelope1735::getPlnStream(path, state, ieee1735::RightsEval::Analysis, reportDecryptionDenied));
     } catch (const LoomEnvelope1735::EnvelopeDiag& diag) {
         if (!diag.missing)
             reportEnvelopeDiag(diag);
-        in = nullptr;
     }
-    auto* stream = new HADLTracingInputStream(in, path);
     if (HADLIncludeTracer* tracer = HADLSifter::instance().skimTracker)
         tracer->enter(path);
     return stream;

@@ -7,13 +7,18 @@
 #include <string>
 
 #include "hdl/base/SourceStream.h"
+#include "runtime/LoomEnvelope1735.h"
 
 class HADLTracingInputStream : public hdl::SourceStream {
 public:
     HADLTracingInputStream(std::istream* in, std::string name);
     ~HADLTracingInputStream() override;
+    using hdl::SourceStream::attach;
 
     std::string fileName;
+    // The protection state of a file outside the decryption cache: learnt anew at each
+    // open, when the text is read, so it lives as long as the stream.
+    LoomEnvelope1735::eNeedDecrypt scratchState = LoomEnvelope1735::NeedDecrypt_Maybe;
 };
 
 // Never null: a file that cannot be read gives a stream that is not open, and the

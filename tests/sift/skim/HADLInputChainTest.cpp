@@ -84,7 +84,12 @@ TEST(NeedDecryptionCache, OpenLearnsProtectionIntoTheEntry) {
     auto& cache = NeedDecryptionCache::entries();
     // Same first 8 bytes of name: only the path tells them apart.
     ASSERT_EQ(cache[0].nameKey, cache[1].nameKey);
-    delete openSourceStream(p.files.path("plain_file_2.v").c_str());
+    // The state is learnt when the text is read, not at the open alone.
+    std::unique_ptr<hdl::SourceStream> s(openSourceStream(p.files.path("plain_file_2.v").c_str()));
+    EXPECT_EQ(cache[1].state, LoomEnvelope1735::NeedDecrypt_Maybe);
+    std::string text;
+    EXPECT_TRUE(s->ReadAll(text));
+    s.reset();
     EXPECT_EQ(cache[0].state, LoomEnvelope1735::NeedDecrypt_Maybe);
     EXPECT_EQ(cache[1].state, LoomEnvelope1735::NeedDecrypt_Yes);
     NeedDecryptionCache::sniffEntries(0, 2);
@@ -191,6 +196,24 @@ TEST(InputChain, StreamTextIsTheWholeFileAndSeekable) {
     std::string text;
     EXPECT_TRUE(s->ReadAll(text));
     EXPECT_EQ(text, big.substr(7));
+}
+
+// A file is read at the first look into it: until then the stream tells its size from
+// the open alone, which is what a skim that replays a known header asks.
+TEST(InputChain, StreamsTellTheirSizeBeforeTheyAreRead) {
+    SkimProject p;
+    p.write("sized.v", "module sized; endmodule\n");
+    std::unique_ptr<hdl::SourceStream> s(openSourceStream(p.files.path("sized.v").c_str()));
+    EXPECT_EQ(s->Remaining(), 24u);
+    std::string text;
+    EXPECT_TRUE(s->ReadAll(text));
+    EXPECT_EQ(text, "module sized; endmodule\n");
+    EXPECT_EQ(s->Remaining(), 0u);
+    EXPECT_FALSE(s->fail());
+    std::unique_ptr<hdl::SourceStream> null(openSourceStream("/dev/null"));
+    EXPECT_EQ(null->Remaining(), 0u);
+    std::unique_ptr<hdl::SourceStream> missing(openSourceStream(p.files.path("none.v").c_str()));
+    EXPECT_EQ(missing->Remaining(), 0u);
 }
 
 TEST(InputChain, TracerRecordsNestingThroughTheStreams) {
