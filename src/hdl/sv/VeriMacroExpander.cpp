@@ -204,6 +204,20 @@ bool isVeriDirectiveName(std::string_view name) {
     return false;
 }
 
+VeriMacroExpander::Level& VeriMacroExpander::levelAt(size_t depth) {
+    if (levels_.size() <= depth)
+        levels_.resize(depth + 1);
+    return levels_[depth];
+}
+
+void VeriMacroExpander::resetTexts(std::vector<VeriMappedText>& texts, size_t count) {
+    texts.resize(count);
+    for (VeriMappedText& t : texts) {
+        t.text.clear();
+        t.origins.clear();
+    }
+}
+
 bool VeriMacroExpander::overBudget(const ColLineFile& at) {
     if (cut_)
         return true;
@@ -235,11 +249,12 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
     ++expansions_;
     // Nesting counts uses inside arguments too, which expand before the macro is active.
     ++depth_;
-    std::string name(macro.name);
+    Level& level = levelAt(depth_);
     // An actual without a macro use is its own expansion and is read in place; only
     // the others, and defaults, get texts of their own.
-    std::vector<VeriMappedText> made;
-    std::vector<const VeriMappedText*> actuals;
+    std::vector<VeriMappedText>& made = level.made;
+    std::vector<const VeriMappedText*>& actuals = level.actuals;
+    actuals.clear();
     if (macro.functionLike) {
         size_t given = args.size();
         if (macro.params.empty() && given == 1 && args[0].text.empty())
@@ -247,9 +262,8 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
         if (given > macro.params.size() && !hush())
             Message::Error(veri_msg::MacroArgCount, &callSite,
                            "too many arguments (%zu) for macro '%s' (%zu expected)", given,
-                           name.c_str(), macro.params.size());
-        made.resize(2 * macro.params.size());
-        actuals.reserve(macro.params.size());
+                           std::string(macro.name).c_str(), macro.params.size());
+        resetTexts(made, 2 * macro.params.size());
         for (size_t k = 0; k < macro.params.size(); ++k) {
             const VeriMacroParam& param = macro.params[k];
             const VeriMappedText* raw = &made[2 * k];
@@ -258,9 +272,8 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
             } else if (param.hasDefault) {
                 made[2 * k].append(param.defaultText, macro.bodyPos);
             } else if (k >= given && !hush()) {
-                std::string pname(param.name);
-                Message::Error(veri_msg::MacroArgCount, &callSite,
-                               "missing argument '%s' for macro '%s'", pname.c_str(), name.c_str());
+                Message::Error(veri_msg::MacroArgCount, &callSite, "missing argument '%s' for macro '%s'",
+                               std::string(param.name).c_str(), std::string(macro.name).c_str());
             }
             if (raw->text.find('`') == std::string::npos) {
                 actuals.push_back(raw);
@@ -271,7 +284,9 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
         }
     }
     active_.push_back(&macro);
-    VeriMappedText substituted;
+    VeriMappedText& substituted = level.substituted;
+    substituted.text.clear();
+    substituted.origins.clear();
     substitute(macro, actuals, substituted);
     produced_ += substituted.text.size();
     // Bodies such as register macros hold no further use: the text is the result.
@@ -466,7 +481,9 @@ void VeriMacroExpander::rescan(const VeriMappedText& in, const ColLineFile& call
             i = j; // a directive or an undefined name: the token stream deals with it
             continue;
         }
-        std::vector<VeriArgSpan> spans;
+        Level& level = levelAt(depth_);
+        std::vector<VeriArgSpan>& spans = level.spans;
+        spans.clear();
         size_t after = j;
         VeriArgScan scan = m->functionLike ? scanMacroArgs(s, after, spans) : VeriArgScan::Ok;
         out.appendFrom(in, run, i);
@@ -494,7 +511,8 @@ void VeriMacroExpander::rescan(const VeriMappedText& in, const ColLineFile& call
             i = run = n;
             break;
         }
-        std::vector<VeriMappedText> args(spans.size());
+        std::vector<VeriMappedText>& args = level.args;
+        resetTexts(args, spans.size());
         for (size_t k = 0; k < spans.size(); ++k)
             args[k].appendFrom(in, spans[k].begin, spans[k].end);
         expandUse(*m, args, here, out);

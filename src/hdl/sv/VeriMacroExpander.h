@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -68,7 +69,22 @@ private:
     // True (and the expansion doubtful) in quiet mode: the caller then says nothing.
     bool hush() { return quiet_ && (doubtful_ = true); }
 
+    // Buffers of one nesting level, kept from use to use so that an expansion reuses
+    // their room: what expandUse builds at a level, and the arguments that a rescan at
+    // that level collects for the next.
+    struct Level {
+        std::vector<VeriMappedText> made;
+        std::vector<const VeriMappedText*> actuals;
+        VeriMappedText substituted;
+        std::vector<VeriArgSpan> spans;
+        std::vector<VeriMappedText> args;
+    };
+    // A deque: a deeper level added must leave the buffers of the outer ones in place.
+    Level& levelAt(size_t depth);
+    static void resetTexts(std::vector<VeriMappedText>& texts, size_t count);
+
     const VeriMacroTable& macros_;
+    std::deque<Level> levels_;
     std::vector<const VeriMacro*> active_;
     size_t depth_ = 0;
     size_t expansions_ = 0;
