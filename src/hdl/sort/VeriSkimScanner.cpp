@@ -388,7 +388,7 @@ private:
     void ownDefinitions() {
         if (!own_ && o_.predefined)
             for (const VeriMacro* m : o_.predefined->definedMacros())
-                table_.define(*m);
+                table_.defineShared(*m);
         own_ = true;
     }
 
@@ -695,7 +695,7 @@ private:
                 if (removal)
                     table_.undefine(macro.name);
                 else
-                    table_.define(macro);
+                    table_.defineShared(macro);
             }
             return true;
         }

@@ -117,16 +117,70 @@ void predefineMacros(VeriMacroTable& table, unsigned language, const std::vector
     }
 }
 
-void VeriMacroTable::define(const VeriMacro& macro) {
-    auto it = index_.find(macro.name);
-    if (it != index_.end()) {
-        macros_[it->second] = macro;
+namespace {
+
+uint64_t hashName(std::string_view name) {
+    uint64_t h = 1469598103934665603ull;
+    for (char c : name)
+        h = (h ^ static_cast<unsigned char>(c)) * 1099511628211ull;
+    return h;
+}
+
+} // namespace
+
+size_t VeriMacroTable::probe(std::string_view name) const {
+    size_t mask = index_.size() - 1;
+    size_t firstGone = index_.size();
+    for (size_t b = hashName(name) & mask;; b = (b + 1) & mask) {
+        uint32_t e = index_[b];
+        if (e == 0)
+            return firstGone < index_.size() ? firstGone : b;
+        if (e == kGone) {
+            firstGone = std::min(firstGone, b);
+            continue;
+        }
+        if (slots_[e - 1].macro->name == name)
+            return b;
+    }
+}
+
+void VeriMacroTable::rehash(size_t buckets) {
+    index_.assign(buckets, 0);
+    used_ = 0;
+    for (size_t k = 0; k < slots_.size(); ++k) {
+        if (!slots_[k].live)
+            continue;
+        size_t mask = buckets - 1;
+        size_t b = hashName(slots_[k].macro->name) & mask;
+        while (index_[b] != 0)
+            b = (b + 1) & mask;
+        index_[b] = uint32_t(k + 1);
+        ++used_;
+    }
+}
+
+void VeriMacroTable::insert(const VeriMacro* macro) {
+    // At most half the buckets taken, removed entries counted, so that a probe ends.
+    // Removed entries are dropped when they, not live ones, fill the buckets.
+    if (index_.empty())
+        rehash(64);
+    else if (2 * (used_ + 1) > index_.size())
+        rehash(4 * (live_ + 1) > index_.size() ? 2 * index_.size() : index_.size());
+    size_t b = probe(macro->name);
+    uint32_t e = index_[b];
+    if (e != 0 && e != kGone) {
+        slots_[e - 1].macro = macro;
         return;
     }
-    index_.emplace(macro.name, macros_.size());
-    macros_.push_back(macro);
-    live_.push_back(true);
+    used_ += e == 0 ? 1 : 0;
+    slots_.push_back(Slot{macro, true});
+    index_[b] = uint32_t(slots_.size());
+    ++live_;
 }
+
+void VeriMacroTable::define(const VeriMacro& macro) { insert(&copies_.emplace_back(macro)); }
+
+void VeriMacroTable::defineShared(const VeriMacro& macro) { insert(&macro); }
 
 std::string_view VeriMacroTable::own(std::string_view text) {
     owned_.push_back(std::make_unique<std::string>(text));
@@ -134,42 +188,51 @@ std::string_view VeriMacroTable::own(std::string_view text) {
 }
 
 bool VeriMacroTable::undefine(std::string_view name) {
-    auto it = index_.find(name);
-    if (it == index_.end())
+    if (index_.empty())
         return false;
-    live_[it->second] = false;
-    index_.erase(it);
+    size_t b = probe(name);
+    uint32_t e = index_[b];
+    if (e == 0 || e == kGone)
+        return false;
+    slots_[e - 1].live = false;
+    index_[b] = kGone;
+    --live_;
     return true;
 }
 
 void VeriMacroTable::undefineAll() {
-    for (size_t i = 0; i < macros_.size(); ++i) {
-        if (live_[i] && !macros_[i].fromCommandLine) {
-            live_[i] = false;
-            index_.erase(macros_[i].name);
+    for (Slot& slot : slots_)
+        if (slot.live && !slot.macro->fromCommandLine) {
+            slot.live = false;
+            --live_;
         }
-    }
+    if (!index_.empty())
+        rehash(index_.size());
 }
 
 void VeriMacroTable::clear() {
-    macros_.clear();
-    live_.clear();
+    slots_.clear();
     index_.clear();
+    used_ = 0;
+    live_ = 0;
+    copies_.clear();
     // The copies of command-line texts go with the macros that viewed them, or a table
     // defined afresh at each skim would keep every earlier copy.
     owned_.clear();
 }
 
 const VeriMacro* VeriMacroTable::find(std::string_view name) const {
-    auto it = index_.find(name);
-    return it == index_.end() ? nullptr : &macros_[it->second];
+    if (index_.empty())
+        return nullptr;
+    uint32_t e = index_[probe(name)];
+    return e == 0 || e == kGone ? nullptr : slots_[e - 1].macro;
 }
 
 std::vector<const VeriMacro*> VeriMacroTable::definedMacros() const {
     std::vector<const VeriMacro*> out;
-    for (size_t i = 0; i < macros_.size(); ++i)
-        if (live_[i])
-            out.push_back(&macros_[i]);
+    for (const Slot& slot : slots_)
+        if (slot.live)
+            out.push_back(slot.macro);
     return out;
 }
 

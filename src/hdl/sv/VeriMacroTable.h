@@ -3,10 +3,10 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "hdl/base/LineFile.h"
@@ -61,22 +61,38 @@ public:
     // the preprocessor passes views into buffers it keeps alive; `own` copies text
     // that has no such home (command-line definitions) and returns a view of the copy.
     void define(const VeriMacro& macro);
+    // The same, without a copy: the table refers to `macro`, which must outlive it (a
+    // definition kept for the replay of a header, or another table's).
+    void defineShared(const VeriMacro& macro);
     std::string_view own(std::string_view text);
     bool undefine(std::string_view name);
     // Removes all macros but those given on the command line.
     void undefineAll();
     void clear();
-
     const VeriMacro* find(std::string_view name) const;
     bool isDefined(std::string_view name) const { return find(name) != nullptr; }
     // Defined macros in order of their first definition.
     std::vector<const VeriMacro*> definedMacros() const;
-    size_t size() const { return index_.size(); }
+    size_t size() const { return live_; }
 
 private:
-    std::vector<VeriMacro> macros_; // slots; an undefined macro leaves a dead slot
-    std::vector<bool> live_;
-    std::unordered_map<std::string_view, size_t> index_;
+    // Slots in order of first definition; an undefined macro leaves a dead slot.
+    struct Slot {
+        const VeriMacro* macro;
+        bool live;
+    };
+    // Open addressing over slot numbers (plus one; 0 is empty, kGone a removed entry):
+    // a file defines dozens of macros, each of which a node map would allocate.
+    static constexpr uint32_t kGone = ~uint32_t(0);
+    size_t probe(std::string_view name) const;
+    void insert(const VeriMacro* macro);
+    void rehash(size_t buckets);
+
+    std::vector<Slot> slots_;
+    std::vector<uint32_t> index_;
+    size_t used_ = 0; // index entries taken, removed ones included
+    size_t live_ = 0;
+    std::deque<VeriMacro> copies_;
     std::vector<std::unique_ptr<std::string>> owned_;
 };
 
