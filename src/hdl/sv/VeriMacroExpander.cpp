@@ -331,11 +331,17 @@ std::vector<VeriBodyPiece> cutMacroBody(const VeriMacro& macro) {
     };
     size_t i = 0;
     const size_t n = body.size();
+    bool quoted = false; // between `" and `", where blanks are the string's own
     while (i < n) {
         char c = body[i];
         char d = i + 1 < n ? body[i + 1] : '\0';
         if (c == '\\' && (d == '\n' || (d == '\r' && i + 2 < n && body[i + 2] == '\n'))) {
-            flush(i);
+            // Blanks that pad a line out to its continuation (aligned backslashes, often
+            // half of a body) hold nothing: the next line's pieces carry their own places.
+            size_t end = i;
+            while (!quoted && end > run && (body[end - 1] == ' ' || body[end - 1] == '\t'))
+                --end;
+            flush(end);
             add(VeriBodyPiece::Fixed, kFixedNewline, 0, i);
             i += d == '\n' ? 2 : 3;
             run = i;
@@ -361,6 +367,7 @@ std::vector<VeriBodyPiece> cutMacroBody(const VeriMacro& macro) {
         } else if (c == '`' && d == '"') {
             flush(i);
             add(VeriBodyPiece::Fixed, kFixedQuote, 0, i);
+            quoted = !quoted;
             i += 2;
             run = i;
         } else if (c == '`' && body.compare(i, 4, "`\\`\"") == 0) {

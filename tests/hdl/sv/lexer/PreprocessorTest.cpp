@@ -264,6 +264,32 @@ TEST(VeriPreprocessor, MacroBodyPiecesKeepTheirPlaces) {
     }
 }
 
+// Blanks that pad body lines out to aligned backslashes are dropped from expansions;
+// every token keeps its place, and inside `" ... `" the blanks are the string's own
+// (the line end inside it then ends the literal, as it does without the padding).
+TEST(VeriPreprocessor, PaddedContinuationsKeepPlacesAndStrings) {
+    VeriPreprocessor pp({});
+    pp.pushText("`define R(q, d)      \\\n  always_ff begin    \\\n    q <= d;   \t \\\n  end\n"
+                "`define S(a) `\"a   \\\n  b`\"\n"
+                "`R(x, y) `S(v)",
+                "p.sv");
+    auto t = allTokens(pp);
+    ASSERT_EQ(t.size(), 10u) << joined(t);
+    struct Want {
+        const char* text;
+        uint32_t line;
+        uint32_t col;
+    };
+    const Want want[] = {{"always_ff", 2, 3}, {"begin", 2, 13}, {"x", 7, 4}, {"<=", 3, 7},
+                         {"y", 7, 7},         {";", 3, 11},     {"end", 4, 3}, {"\"v   ", 5, 14},
+                         {"b", 6, 3},         {"\"", 6, 4}};
+    for (size_t i = 0; i < t.size(); ++i) {
+        EXPECT_EQ(t[i].text, want[i].text) << i;
+        EXPECT_EQ(t[i].line, want[i].line) << want[i].text;
+        EXPECT_EQ(t[i].col, want[i].col) << want[i].text;
+    }
+}
+
 TEST(VeriPreprocessor, IncludeSearchOrderAndPositions) {
     MessageCapture mc;
     TempTree tree;
