@@ -542,7 +542,9 @@ private:
             args = &useArgs_;
             pos_ = p;
         }
-        VeriMappedText out;
+        VeriMappedText& out = useOut_;
+        out.text.clear();
+        out.origins.clear();
         if (!expander_.expand(*m, *args, callSite, out) || expander_.doubtful())
             return false;
         return pushExpansion(std::move(out.text));
@@ -852,6 +854,7 @@ private:
     size_t pos_ = 0;
     std::vector<VeriMappedText> useArgs_;
     std::vector<VeriArgSpan> useSpans_;
+    VeriMappedText useOut_; // its text goes to the frame; the room of its origins stays
     uint16_t lastKind_ = VT_EOF;
     bool ok_ = true;
     const ShortOperators& shorts_ = shortOperators();

@@ -162,8 +162,10 @@ void VeriMacroTable::rehash(size_t buckets) {
 void VeriMacroTable::insert(const VeriMacro* macro) {
     // At most half the buckets taken, removed entries counted, so that a probe ends.
     // Removed entries are dropped when they, not live ones, fill the buckets.
-    if (index_.empty())
+    if (index_.empty()) {
+        slots_.reserve(32);
         rehash(64);
+    }
     else if (2 * (used_ + 1) > index_.size())
         rehash(4 * (live_ + 1) > index_.size() ? 2 * index_.size() : index_.size());
     size_t b = probe(macro->name);
