@@ -26,6 +26,7 @@
 #include "hdl/sort/FileSort.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
+#include "sift/database/HADLBulkMemory.h"
 #include "sift/scan/HADLInputChain.h"
 #include "sift/scan/HADLNeedDecryptionCache.h"
 #include "sift/scan/HADLSifter.h"
@@ -177,6 +178,7 @@ double fastestRound(Step step) {
 } // namespace
 
 int main(int argc, char** argv) {
+    hadlKeepFreedMemory(); // as the program does
     hdl::Message::RegisterCallBackMsg(quiet);
     bool parse = true;
     bool digest = false;

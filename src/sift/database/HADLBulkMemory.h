@@ -10,3 +10,9 @@
 void* hadlBulkAllocate(std::size_t bytes);
 // `bytes` as given to the allocation.
 void hadlBulkRelease(void* memory, std::size_t bytes);
+
+// The heap keeps what a run frees instead of handing the top of it back to the kernel at
+// each free: a run frees a file's buffers and takes as much again for the next file (and
+// the next phase), and memory handed back is faulted in again page by page. Called once
+// at the start of the process.
+void hadlKeepFreedMemory();

@@ -9,6 +9,7 @@
 #include <boost/interprocess/shared_memory_object.hpp>
 #include <tcl.h>
 
+#include "sift/database/HADLBulkMemory.h"
 #include "sift/scan/HADLSifter.h"
 #include "sift/shell/TclCommands.h"
 
@@ -76,6 +77,7 @@ int evalSharedMemoryScript(Tcl_Interp* interp, const char* arg) {
 } // namespace
 
 int main(int argc, char** argv) {
+    hadlKeepFreedMemory();
     std::cout << "sift starts" << std::endl;
     try {
         Tcl_FindExecutable(argv[0]);
