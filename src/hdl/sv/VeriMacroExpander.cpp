@@ -205,9 +205,9 @@ bool isVeriDirectiveName(std::string_view name) {
 }
 
 VeriMacroExpander::Level& VeriMacroExpander::levelAt(size_t depth) {
-    if (levels_.size() <= depth)
-        levels_.resize(depth + 1);
-    return levels_[depth];
+    while (levels_.size() <= depth)
+        levels_.push_back(std::make_unique<Level>());
+    return *levels_[depth];
 }
 
 void VeriMacroExpander::resetTexts(std::vector<VeriMappedText>& texts, size_t count) {

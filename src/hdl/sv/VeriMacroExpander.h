@@ -6,7 +6,7 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -79,12 +79,13 @@ private:
         std::vector<VeriArgSpan> spans;
         std::vector<VeriMappedText> args;
     };
-    // A deque: a deeper level added must leave the buffers of the outer ones in place.
+    // Each level by itself: a deeper level added must leave the buffers of the outer
+    // ones in place, and a file without macro uses makes none.
     Level& levelAt(size_t depth);
     static void resetTexts(std::vector<VeriMappedText>& texts, size_t count);
 
     const VeriMacroTable& macros_;
-    std::deque<Level> levels_;
+    std::vector<std::unique_ptr<Level>> levels_;
     std::vector<const VeriMacro*> active_;
     size_t depth_ = 0;
     size_t expansions_ = 0;

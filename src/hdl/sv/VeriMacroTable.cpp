@@ -180,7 +180,10 @@ void VeriMacroTable::insert(const VeriMacro* macro) {
     ++live_;
 }
 
-void VeriMacroTable::define(const VeriMacro& macro) { insert(&copies_.emplace_back(macro)); }
+void VeriMacroTable::define(const VeriMacro& macro) {
+    copies_.push_back(std::make_unique<VeriMacro>(macro));
+    insert(copies_.back().get());
+}
 
 void VeriMacroTable::defineShared(const VeriMacro& macro) { insert(&macro); }
 

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -92,7 +91,7 @@ private:
     std::vector<uint32_t> index_;
     size_t used_ = 0; // index entries taken, removed ones included
     size_t live_ = 0;
-    std::deque<VeriMacro> copies_;
+    std::vector<std::unique_ptr<VeriMacro>> copies_; // one by one: most files define nothing
     std::vector<std::unique_ptr<std::string>> owned_;
 };
 
