@@ -185,9 +185,9 @@ void VeriMacroTable::insert(const VeriMacro* macro) {
         // Room for the definitions of a file with a header or two without growing.
         slots_.reserve(64);
         rehash(256);
-    }
-    else if (2 * (used_ + 1) > index_.size())
+    } else if (2 * (used_ + 1) > index_.size()) {
         rehash(4 * (live_ + 1) > index_.size() ? 2 * index_.size() : index_.size());
+    }
     size_t b = probe(macro->name);
     uint32_t e = index_[b];
     if (e != 0 && e != kGone) {
