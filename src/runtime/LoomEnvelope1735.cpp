@@ -15,15 +15,16 @@ void (*gLateDiag)(const LoomEnvelope1735::EnvelopeDiag&) = nullptr;
 long findTickProtect(std::string_view text);
 
 // A file's text, owned by the stream that reads it. A regular file is read at the first
-// look into it, in one read of the size that fstat gave: a reader that only opens the
-// file (a header whose definitions are known already, opened so that the include is
-// traced) then costs no read, and until then the size is told without reading. The
-// protection state, when still undecided, is decided at that read.
+// look into it, in one read of the size known: a reader that only asks for the file (a
+// header whose definitions are known already, asked for so that the include is traced)
+// then costs no read, and until then the size is told without reading. The file is
+// either open already (`fd` from 0) or opened then. The protection state, when still
+// undecided, is decided at that read.
 class TextBuffer : public std::streambuf {
 public:
     explicit TextBuffer(std::string text) { take(std::move(text)); }
-    TextBuffer(int fd, size_t size, std::string path, LoomEnvelope1735::eNeedDecrypt* state, std::istream* owner)
-        : fd_(fd), size_(size), path_(std::move(path)), state_(state), owner_(owner) {}
+    TextBuffer(int fd, std::string path, size_t size, LoomEnvelope1735::eNeedDecrypt* state, std::istream* owner)
+        : pending_(true), fd_(fd), path_(std::move(path)), size_(size), state_(state), owner_(owner) {}
     ~TextBuffer() override {
         if (fd_ >= 0)
             ::close(fd_);
@@ -31,7 +32,7 @@ public:
 
 protected:
     std::streamsize showmanyc() override {
-        if (fd_ >= 0 && size_ > 0)
+        if (pending_ && size_ > 0)
             return static_cast<std::streamsize>(size_);
         load();
         return egptr() > gptr() ? egptr() - gptr() : -1;
@@ -62,14 +63,15 @@ private:
         setg(b, b, b + text_.size());
     }
 
-    // A read that fails after the open leaves the text empty, marks the stream bad and
-    // is reported as a failure at the open would be.
+    // An open or a read that fails at that point leaves the text empty, marks the
+    // stream bad and is reported as a failure found at once would be.
     void load();
 
     std::string text_;
+    bool pending_ = false;
     int fd_ = -1;
-    size_t size_ = 0;
     std::string path_;
+    size_t size_ = 0;
     LoomEnvelope1735::eNeedDecrypt* state_ = nullptr;
     std::istream* owner_ = nullptr;
 };
@@ -77,8 +79,8 @@ private:
 class TextStream : public std::istream {
 public:
     explicit TextStream(std::string text) : std::istream(nullptr), buffer_(std::move(text)) { rdbuf(&buffer_); }
-    TextStream(int fd, size_t size, std::string path, LoomEnvelope1735::eNeedDecrypt* state)
-        : std::istream(nullptr), buffer_(fd, size, std::move(path), state, this) {
+    TextStream(int fd, std::string path, size_t size, LoomEnvelope1735::eNeedDecrypt* state)
+        : std::istream(nullptr), buffer_(fd, std::move(path), size, state, this) {
         rdbuf(&buffer_);
     }
 
@@ -91,30 +93,12 @@ bool isNullDevice(const struct stat& st) {
     return S_ISCHR(st.st_mode) && ::stat("/dev/null", &null) == 0 && st.st_rdev == null.st_rdev;
 }
 
-// Only regular files and the null device are opened: a directory fails, and a pipe or
-// another device could block or never end (hence the open without blocking). Gives
-// the descriptor and, for a regular file, its size; -1 as the size for the null device.
-int openReadable(const std::string& path, long long& size) {
-    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0) {
-        // Asked only on failure, so that an existing file costs one path look-up.
-        struct stat st;
-        bool missing = ::stat(path.c_str(), &st) != 0;
-        throw LoomEnvelope1735::EnvelopeDiag(path, "cannot open " + path, missing);
-    }
-    struct stat st;
-    bool regular = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
-    if (!regular && !isNullDevice(st)) {
-        ::close(fd);
-        throw LoomEnvelope1735::EnvelopeDiag(path, "cannot read " + path + ": not a regular file");
-    }
-    size = regular ? static_cast<long long>(st.st_size) : -1;
-    return fd;
-}
+// Opens without blocking: a pipe or a device must not hold the run up.
+int openNonBlocking(const std::string& path) { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }
 
-// One read of the known size (a short read of a regular file is its end), more only
-// when the file grew since.
-std::string readOpen(int fd, size_t size, const std::string& path) {
+// The whole text of an open regular file, which it closes: one read of the size known (a
+// short read of a regular file is its end), more only when the file grew since.
+std::string readWhole(int fd, const std::string& path, size_t size) {
     std::string text;
     size_t want = size + 1;
     for (;;) {
@@ -124,29 +108,35 @@ std::string readOpen(int fd, size_t size, const std::string& path) {
         do
             got = ::read(fd, text.data() + had, want);
         while (got < 0 && errno == EINTR);
-        if (got < 0)
-            throw LoomEnvelope1735::EnvelopeDiag(path, "cannot read " + path + ": " + std::strerror(errno));
+        if (got < 0) {
+            int error = errno;
+            ::close(fd);
+            throw LoomEnvelope1735::EnvelopeDiag(path, "cannot read " + path + ": " + std::strerror(error));
+        }
         text.resize(had + size_t(got));
         if (got == 0 || size_t(got) < want)
             break;
         want = size_t(1) << 16;
     }
+    ::close(fd);
     return text;
 }
 
 void TextBuffer::load() {
-    if (fd_ < 0)
+    if (!pending_)
         return;
-    int fd = fd_;
+    pending_ = false;
+    int fd = fd_ >= 0 ? fd_ : openNonBlocking(path_);
     fd_ = -1;
     try {
-        take(readOpen(fd, size_, path_));
+        if (fd < 0)
+            throw LoomEnvelope1735::EnvelopeDiag(path_, "cannot open " + path_);
+        take(readWhole(fd, path_, size_));
     } catch (const LoomEnvelope1735::EnvelopeDiag& diag) {
         owner_->setstate(std::ios::badbit);
         if (gLateDiag)
             gLateDiag(diag);
     }
-    ::close(fd);
     if (state_ && *state_ == LoomEnvelope1735::NeedDecrypt_Maybe)
         *state_ = findTickProtect(text_) < 0 ? LoomEnvelope1735::NeedDecrypt_No : LoomEnvelope1735::NeedDecrypt_Yes;
 }
@@ -171,17 +161,53 @@ long findTickProtect(std::string_view text) {
 
 } // namespace
 
+namespace {
+
+bool isMissing(const std::string& path) {
+    struct stat st;
+    return ::stat(path.c_str(), &st) != 0;
+}
+
+// A stream on the file that `st` describes: only regular files and the null device are
+// read; a directory fails, and a pipe or another device could block or never end.
+std::istream* plainStream(int fd, const std::string& path, const struct stat& st,
+                          LoomEnvelope1735::eNeedDecrypt& state) {
+    if (S_ISREG(st.st_mode))
+        return new TextStream(fd, path, size_t(st.st_size), &state);
+    if (fd >= 0)
+        ::close(fd);
+    if (!isNullDevice(st))
+        throw LoomEnvelope1735::EnvelopeDiag(path, "cannot read " + path + ": not a regular file");
+    if (state == LoomEnvelope1735::NeedDecrypt_Maybe)
+        state = LoomEnvelope1735::NeedDecrypt_No;
+    return new TextStream(std::string());
+}
+
+} // namespace
+
 std::istream* LoomEnvelope1735::getPlnStream(const std::string& path, eNeedDecrypt& state,
                                              ieee1735::RightsEval::EvalContextEnum,
                                              const std::function<void(const std::string&, int)>&) {
-    long long size = 0;
-    int fd = openReadable(path, size);
-    if (size >= 0)
-        return new TextStream(fd, size_t(size), path, &state);
-    ::close(fd);
-    if (state == NeedDecrypt_Maybe)
-        state = NeedDecrypt_No;
-    return new TextStream(std::string());
+    // Whether the file is missing is asked only on failure, so that an existing file
+    // costs one path look-up.
+    int fd = openNonBlocking(path);
+    if (fd < 0)
+        throw EnvelopeDiag(path, "cannot open " + path, isMissing(path));
+    struct stat st;
+    if (::fstat(fd, &st) != 0) {
+        ::close(fd);
+        throw EnvelopeDiag(path, "cannot read " + path + ": " + std::strerror(errno));
+    }
+    return plainStream(fd, path, st, state);
+}
+
+std::istream* LoomEnvelope1735::getPlnStreamOnDemand(const std::string& path, eNeedDecrypt& state,
+                                                     ieee1735::RightsEval::EvalContextEnum,
+                                                     const std::function<void(const std::string&, int)>&) {
+    struct stat st;
+    if (::stat(path.c_str(), &st) != 0)
+        throw EnvelopeDiag(path, "cannot open " + path, true);
+    return plainStream(-1, path, st, state);
 }
 
 void LoomEnvelope1735::setLateDiagHandler(void (*handler)(const EnvelopeDiag&)) { gLateDiag = handler; }

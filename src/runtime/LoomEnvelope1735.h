@@ -32,13 +32,21 @@ public:
         bool missing;
     };
 
-    // A newly opened stream on the file, read at its first use; `state`, while Maybe,
-    // is decided at that read, so it must outlive the stream. `denied` is told when
-    // rights forbid reading.
+    // A newly opened stream on the file, read at the stream's first use; `state`, while
+    // Maybe, is decided at that read, so it must outlive the stream. `denied` is told
+    // when rights forbid reading.
     static std::istream* getPlnStream(const std::string& path, eNeedDecrypt& state,
                                       ieee1735::RightsEval::EvalContextEnum context,
                                       const std::function<void(const std::string&, int)>& denied);
-    // Told of a read that fails after the open; the stream then reads as empty and bad.
+    // The same for a file that may well be asked for and not read (an include met again,
+    // which a reader that knows its effect asks for only so that it is traced): the file
+    // is only looked at now, and opened at the stream's first use. Costs a second path
+    // look-up when the file is read, and saves the open and the close when it is not.
+    static std::istream* getPlnStreamOnDemand(const std::string& path, eNeedDecrypt& state,
+                                              ieee1735::RightsEval::EvalContextEnum context,
+                                              const std::function<void(const std::string&, int)>& denied);
+    // Told of an open or a read that fails at the stream's first use; the stream then
+    // reads as empty and bad.
     static void setLateDiagHandler(void (*handler)(const EnvelopeDiag&));
     // Offset of the first protect directive (`protect, `pragma protect, VHDL
     // `protect) in the stream, or -1 when there is none.

@@ -38,11 +38,16 @@ hdl::SourceStream* openSourceStream(const char* name) {
     auto* stream = new HADLTracingInputStream(nullptr, path);
     // The existence check is the reader's own: a file that is not there comes back as
     // a "missing" failure, not reported, and the stream is simply not open.
+    // A registered file is read whenever it is asked for; a file outside the cache is
+    // mostly an include, which the skim asks for again without reading it once it knows
+    // what the include does.
     NeedDecryptionEntry* entry = NeedDecryptionCache::find(path);
-    LoomEnvelope1735::eNeedDecrypt& state = entry ? entry->state : stream->scratchState;
     try {
-        stream->attach(
-            LoomEnvelope1735::getPlnStream(path, state, ieee1735::RightsEval::Analysis, reportDecryptionDenied));
+        stream->attach(entry ? LoomEnvelope1735::getPlnStream(path, entry->state, ieee1735::RightsEval::Analysis,
+                                                              reportDecryptionDenied)
+                             : LoomEnvelope1735::getPlnStreamOnDemand(path, stream->scratchState,
+                                                                      ieee1735::RightsEval::Analysis,
+                                                                      reportDecryptionDenied));
     } catch (const LoomEnvelope1735::EnvelopeDiag& diag) {
         if (!diag.missing)
             reportEnvelopeDiag(diag);

@@ -10,6 +10,7 @@
 #include <vector>
 #include <sstream>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "SkimProject.h"
 #include "hdl/base/Message.h"
@@ -87,6 +88,7 @@ TEST(NeedDecryptionCache, OpenLearnsProtectionIntoTheEntry) {
     // The state is learnt when the text is read, not at the open alone.
     std::unique_ptr<hdl::SourceStream> s(openSourceStream(p.files.path("plain_file_2.v").c_str()));
     EXPECT_EQ(cache[1].state, LoomEnvelope1735::NeedDecrypt_Maybe);
+    EXPECT_EQ(s->Remaining(), 65u);
     std::string text;
     EXPECT_TRUE(s->ReadAll(text));
     s.reset();
@@ -214,6 +216,18 @@ TEST(InputChain, StreamsTellTheirSizeBeforeTheyAreRead) {
     EXPECT_EQ(null->Remaining(), 0u);
     std::unique_ptr<hdl::SourceStream> missing(openSourceStream(p.files.path("none.v").c_str()));
     EXPECT_EQ(missing->Remaining(), 0u);
+    // A file outside the decryption cache is opened at the first read: one that went away
+    // in between reads as a failure, reported once.
+    std::string gone = p.write("gone.vh", "`define G\n");
+    std::unique_ptr<hdl::SourceStream> late(openSourceStream(gone.c_str()));
+    EXPECT_EQ(late->Remaining(), 10u);
+    ASSERT_EQ(::unlink(gone.c_str()), 0);
+    MessageCount count;
+    text.clear();
+    EXPECT_FALSE(late->ReadAll(text));
+    EXPECT_TRUE(late->fail());
+    EXPECT_EQ(count.of("VERI-1000"), 1u);
+    EXPECT_EQ(count.seen, 1u);
 }
 
 TEST(InputChain, TracerRecordsNestingThroughTheStreams) {
