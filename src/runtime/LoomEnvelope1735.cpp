@@ -159,10 +159,6 @@ long findTickProtect(std::string_view text) {
     return -1;
 }
 
-} // namespace
-
-namespace {
-
 bool isMissing(const std::string& path) {
     struct stat st;
     return ::stat(path.c_str(), &st) != 0;
@@ -195,8 +191,9 @@ std::istream* LoomEnvelope1735::getPlnStream(const std::string& path, eNeedDecry
         throw EnvelopeDiag(path, "cannot open " + path, isMissing(path));
     struct stat st;
     if (::fstat(fd, &st) != 0) {
+        EnvelopeDiag diag(path, "cannot read " + path + ": " + std::strerror(errno));
         ::close(fd);
-        throw EnvelopeDiag(path, "cannot read " + path + ": " + std::strerror(errno));
+        throw diag;
     }
     return plainStream(fd, path, st, state);
 }
