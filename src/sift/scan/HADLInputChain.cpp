@@ -27,8 +27,8 @@ void reportEnvelopeDiag(const LoomEnvelope1735::EnvelopeDiag& diag) {
     hdl::Message::Error("VERI-1000", &loc, "%s", diag.what());
 }
 
-// A read that fails after the open (the reader reads at the first use) is reported as
-// a failure at the open is.
+// An open or a read that fails at a stream's first use (the reader reads only then) is
+// reported as a failure found at once is.
 const bool lateDiagsReported = (LoomEnvelope1735::setLateDiagHandler(reportEnvelopeDiag), true);
 
 } // namespace
