@@ -81,6 +81,7 @@ public:
         while (ok_) {
             if (!conds_.empty() && !conds_.back().active)
                 skipInactive();
+            plainTokens();
             skipTrivia();
             if (pos_ >= s_.size()) {
                 if (frames_.size() == 1)
@@ -95,7 +96,7 @@ public:
                 pos_ = p;
                 // Every keyword starts with a lower-case letter.
                 bool maybeKeyword = c >= 'a' && c <= 'z';
-                emit(maybeKeyword ? keywords_.find(s_.data() + start, p - start, o_.keywordSet)
+                emit(maybeKeyword ? keywords_.find(s_.data() + start, p - start, o_.keywordSet, s_.size() - start)
                                   : uint16_t(VT_IDENTIFIER),
                      start);
                 continue;
@@ -154,6 +155,76 @@ public:
     }
 
 private:
+    // Blanks, names, keywords and operators of one character, the bulk of any text, read
+    // with the position in a register; it stops before anything else (a comment, a
+    // literal, a directive, a longer operator), which the general loop then reads.
+    void plainTokens() {
+        const char* const data = s_.data();
+        const size_t n = s_.size();
+        size_t p = pos_;
+        uint16_t last = lastKind_;
+        // Tokens are written through a local pointer into room made ahead, a chunk at a
+        // time, and the vector is cut to what was written at the end.
+        constexpr size_t kChunk = 256;
+        size_t used = out_.size();
+        out_.resize(used + kChunk);
+        VeriSkimToken* w = out_.data() + used;
+        VeriSkimToken* wEnd = w + kChunk;
+        for (;;) {
+            if (w == wEnd) {
+                used = size_t(w - out_.data());
+                out_.resize(used + kChunk);
+                w = out_.data() + used;
+                wEnd = w + kChunk;
+            }
+            while (p < n && isSpace(data[p]))
+                ++p;
+            if (p >= n)
+                break;
+            char c = data[p];
+            size_t start = p;
+            uint16_t kind;
+            if (isIdentStart(c)) {
+                p = textruns::nameEnd<true>(data, p + 1, n);
+                kind = c >= 'a' && c <= 'z' ? keywords_.find(data + start, p - start, o_.keywordSet, n - start)
+                                            : uint16_t(VT_IDENTIFIER);
+                if (opensOrClosesDesign(kind))
+                    designDepth_ = kind == VT_MODULE || kind == VT_MACROMODULE || kind == VT_PRIMITIVE ||
+                                           kind == VT_PROGRAM || kind == VT_PACKAGE
+                                       ? designDepth_ + 1
+                                       : designDepth_ - (designDepth_ > 0 ? 1 : 0);
+            } else if (isDigit(c)) {
+                LiteralEnd literal = numberAt(s_, p);
+                if (literal.kind == VT_ERROR)
+                    break;
+                kind = literal.kind;
+                p = literal.end;
+            } else {
+                unsigned char u = static_cast<unsigned char>(c);
+                unsigned char d = p + 1 < n ? static_cast<unsigned char>(data[p + 1]) : 0;
+                kind = shorts_.single[u];
+                if (!kind || u == '/' || ((shorts_.continues[u][d >> 6] >> (d & 63)) & 1))
+                    break;
+                ++p;
+            }
+            *w++ = VeriSkimToken(kind, std::string_view(data + start, p - start));
+            last = kind;
+        }
+        out_.resize(size_t(w - out_.data()));
+        pos_ = p;
+        lastKind_ = last;
+    }
+
+    static bool opensOrClosesDesign(uint16_t kind) {
+        switch (kind) {
+        case VT_MODULE: case VT_MACROMODULE: case VT_PRIMITIVE: case VT_PROGRAM: case VT_PACKAGE:
+        case VT_ENDMODULE: case VT_ENDPRIMITIVE: case VT_ENDPROGRAM: case VT_ENDPACKAGE:
+            return true;
+        default:
+            return false;
+        }
+    }
+
     char peek(size_t k = 0) const { return pos_ + k < s_.size() ? s_[pos_ + k] : '\0'; }
 
     // An error token comes with a message: the lexer is to report it.

@@ -23,6 +23,8 @@ namespace hdl {
 
 // Sixteen bytes: a file has a token every few characters.
 struct VeriSkimToken {
+    // Left unset: room for tokens is made ahead of the writes that fill it.
+    VeriSkimToken() {}
     VeriSkimToken(uint16_t k, std::string_view t) : data(t.data()), size(static_cast<uint32_t>(t.size())), kind(k) {}
     std::string_view text() const { return std::string_view(data, size); }
 

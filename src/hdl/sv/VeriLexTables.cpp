@@ -6,19 +6,33 @@
 namespace hdl::verilex {
 
 KeywordTable::KeywordTable() {
-    std::vector<Entry> bucketed[(kMaxLen + 1) * 26];
+    std::vector<Entry> hashed[size_t(1) << kHashBits];
     for (int k = 0; k < VT_KIND_COUNT; ++k) {
         if (!isKeywordKind(k))
             continue;
         const char* text = tokenText(k);
         size_t len = std::strlen(text);
-        bucketed[len * 26 + size_t(text[0] - 'a')].push_back(Entry{text, uint16_t(k), tokenKeywordSet(k)});
+        Entry e{};
+        e.text = text;
+        e.kind = uint16_t(k);
+        e.len = uint8_t(len);
+        e.set = tokenKeywordSet(k);
+        // Built byte by byte, so that the words compare alike on any byte order.
+        unsigned char head[16] = {};
+        unsigned char mask[16] = {};
+        for (size_t i = 0; i < len && i < 16; ++i) {
+            head[i] = static_cast<unsigned char>(text[i]);
+            mask[i] = 0xff;
+        }
+        std::memcpy(e.head, head, 16);
+        std::memcpy(e.mask, mask, 16);
+        hashed[hash(text, len)].push_back(e);
     }
-    for (size_t b = 0; b < (kMaxLen + 1) * 26; ++b) {
-        first[b] = uint16_t(entries.size());
-        entries.insert(entries.end(), bucketed[b].begin(), bucketed[b].end());
+    for (size_t h = 0; h < (size_t(1) << kHashBits); ++h) {
+        first[h] = uint16_t(entries.size());
+        entries.insert(entries.end(), hashed[h].begin(), hashed[h].end());
     }
-    first[(kMaxLen + 1) * 26] = uint16_t(entries.size());
+    first[size_t(1) << kHashBits] = uint16_t(entries.size());
 }
 
 const KeywordTable& keywordTable() {

@@ -2,6 +2,7 @@
 // Character classes, keyword and operator tables and the pragma-comment test of the
 // Verilog lexer, shared with the skim's own scanner so that both read text alike.
 #include <cstddef>
+#include <cstring>
 #include <cstdint>
 #include <string_view>
 #include <vector>
@@ -191,28 +192,52 @@ inline bool sameTail(const char* a, const char* b, size_t n) {
     return true;
 }
 
-// Keywords bucketed by length and first letter (every keyword starts with a-z), so a
-// word is compared against at most a handful of candidates of its own length.
+// Keywords by a hash of length, first, second and last character: a name meets at most
+// one or two candidates, and most names none. Where sixteen bytes can be read from the
+// name, a candidate of up to sixteen characters is compared in two masked words, with no
+// loop whose exit depends on the length.
 struct KeywordTable {
     static constexpr size_t kMaxLen = 20;
+    static constexpr unsigned kHashBits = 12;
     struct Entry {
+        uint64_t head[2]; // the first sixteen characters, zero after the end
+        uint64_t mask[2]; // which bytes of head the keyword has
         const char* text;
         uint16_t kind;
+        uint8_t len;
         VeriKeywordSet set;
     };
     std::vector<Entry> entries;
-    // Bucket b = length * 26 + letter covers entries[first[b], first[b + 1]).
-    uint16_t first[(kMaxLen + 1) * 26 + 1] = {};
+    // Bucket h covers entries[first[h], first[h + 1]).
+    uint16_t first[(size_t(1) << kHashBits) + 1] = {};
 
     KeywordTable();
 
-    uint16_t find(const char* word, size_t len, VeriKeywordSet set) const {
+    static size_t hash(const char* word, size_t len) {
+        uint32_t key = uint32_t(static_cast<unsigned char>(word[0])) |
+                       uint32_t(static_cast<unsigned char>(word[1])) << 8 |
+                       uint32_t(static_cast<unsigned char>(word[len - 1])) << 16 | uint32_t(len) << 24;
+        return (key * 2654435761u) >> (32 - kHashBits);
+    }
+
+    // `readable`: how many bytes from `word` on may be read (at least `len`).
+    uint16_t find(const char* word, size_t len, VeriKeywordSet set, size_t readable = 0) const {
         if (len < 2 || len > kMaxLen || word[0] < 'a' || word[0] > 'z')
             return VT_IDENTIFIER;
-        size_t b = len * 26 + size_t(word[0] - 'a');
-        for (size_t i = first[b]; i < first[b + 1]; ++i) {
+        size_t h = hash(word, len);
+        for (size_t i = first[h]; i < first[h + 1]; ++i) {
             const Entry& e = entries[i];
-            if (sameTail(e.text, word, len))
+            if (e.len != len)
+                continue;
+            bool same;
+            if (readable >= 16 && len <= 16) {
+                uint64_t w[2];
+                std::memcpy(w, word, 16);
+                same = (((w[0] ^ e.head[0]) & e.mask[0]) | ((w[1] ^ e.head[1]) & e.mask[1])) == 0;
+            } else {
+                same = sameTail(e.text, word, len) && e.text[0] == word[0];
+            }
+            if (same)
                 return e.set > set ? uint16_t(VT_IDENTIFIER) : e.kind;
         }
         return VT_IDENTIFIER;

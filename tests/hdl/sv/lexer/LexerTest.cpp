@@ -3,6 +3,7 @@
 #include <set>
 
 #include "LexTestSupport.h"
+#include "hdl/sv/VeriLexTables.h"
 #include "hdl/sv/VeriLexer.h"
 #include "hdl/sv/VeriMessageIds.h"
 #include "hdl/sv/VeriTokens.h"
@@ -99,6 +100,14 @@ TEST(VeriLexer, EveryKeywordIsKnownFromItsOwnSetOn) {
         std::string upper = word;
         upper[0] = char(upper[0] - 'a' + 'A');
         EXPECT_EQ(veriKeywordKind(upper, VERI_KW_SV2012), VT_IDENTIFIER) << upper;
+        // Looked up in place, where the text after the word is read along and masked.
+        const verilex::KeywordTable& table = verilex::keywordTable();
+        std::string inText = word + "_x0123456789abcdef ";
+        EXPECT_EQ(table.find(inText.data(), word.size(), VERI_KW_SV2012, inText.size()), k) << word;
+        inText = last + "_x0123456789abcdef ";
+        EXPECT_EQ(table.find(inText.data(), last.size(), VERI_KW_SV2012, inText.size()), VT_IDENTIFIER) << last;
+        inText = word.substr(0, word.size() - 1) + "_x0123456789abcdef ";
+        EXPECT_NE(table.find(inText.data(), word.size() - 1, VERI_KW_SV2012, inText.size()), k) << word;
     }
     EXPECT_EQ(veriKeywordKind("pulsestyle_ondetect_x", VERI_KW_SV2012), VT_IDENTIFIER);
     EXPECT_EQ(veriKeywordKind("", VERI_KW_SV2012), VT_IDENTIFIER);
