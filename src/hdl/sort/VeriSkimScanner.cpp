@@ -82,7 +82,6 @@ public:
             if (!conds_.empty() && !conds_.back().active)
                 skipInactive();
             plainTokens();
-            skipTrivia();
             if (pos_ >= s_.size()) {
                 if (frames_.size() == 1)
                     return ok_ && conds_.empty();
@@ -91,14 +90,8 @@ public:
             }
             size_t start = pos_;
             char c = s_[pos_];
-            if (isIdentStart(c)) {
-                size_t p = textruns::nameEnd<true>(s_.data(), pos_ + 1, s_.size());
-                pos_ = p;
-                // Every keyword starts with a lower-case letter.
-                bool maybeKeyword = c >= 'a' && c <= 'z';
-                emit(maybeKeyword ? keywords_.find(s_.data() + start, p - start, o_.keywordSet, s_.size() - start)
-                                  : uint16_t(VT_IDENTIFIER),
-                     start);
+            if (c == '/' && (peek(1) == '/' || peek(1) == '*')) {
+                comment();
                 continue;
             }
             if (isDigit(c)) {
@@ -106,16 +99,6 @@ public:
                 continue;
             }
             switch (c) {
-            case '$':
-                ++pos_;
-                if (!isIdentChar(peek())) {
-                    emit(VT_DOLLAR, start);
-                    break;
-                }
-                while (isIdentChar(peek()))
-                    ++pos_;
-                emit(VT_SYSTEM_IDENTIFIER, start);
-                break;
             case '\\':
                 ++pos_;
                 while (pos_ < s_.size() && !isSpace(s_[pos_])) {
@@ -155,9 +138,11 @@ public:
     }
 
 private:
-    // Blanks, names, keywords and operators of one character, the bulk of any text, read
-    // with the position in a register; it stops before anything else (a comment, a
-    // literal, a directive, a longer operator), which the general loop then reads.
+    // Blanks, comments, names, keywords, numbers, system names and operators of one
+    // character, the bulk of any text, read with the position in a register. It stops
+    // before anything else (a string, a directive, an escaped name, an apostrophe, a
+    // longer operator, a translate_off comment, a number in error), which the general
+    // loop then reads: taking those here made the loop slower.
     void plainTokens() {
         const char* const data = s_.data();
         const size_t n = s_.size();
@@ -177,6 +162,7 @@ private:
                 w = out_.data() + used;
                 wEnd = w + kChunk;
             }
+            // Byte by byte: blank runs are mostly one or two long, where a wide look costs more.
             while (p < n && isSpace(data[p]))
                 ++p;
             if (p >= n)
@@ -186,24 +172,32 @@ private:
             uint16_t kind;
             if (isIdentStart(c)) {
                 p = textruns::nameEnd<true>(data, p + 1, n);
+                // Every keyword starts with a lower-case letter.
                 kind = c >= 'a' && c <= 'z' ? keywords_.find(data + start, p - start, o_.keywordSet, n - start)
                                             : uint16_t(VT_IDENTIFIER);
-                if (opensOrClosesDesign(kind))
-                    designDepth_ = kind == VT_MODULE || kind == VT_MACROMODULE || kind == VT_PRIMITIVE ||
-                                           kind == VT_PROGRAM || kind == VT_PACKAGE
-                                       ? designDepth_ + 1
-                                       : designDepth_ - (designDepth_ > 0 ? 1 : 0);
+                countDesignDepth(kind);
             } else if (isDigit(c)) {
                 LiteralEnd literal = numberAt(s_, p);
                 if (literal.kind == VT_ERROR)
                     break;
                 kind = literal.kind;
                 p = literal.end;
+            } else if (c == '/' && p + 1 < n && (data[p + 1] == '/' || data[p + 1] == '*')) {
+                size_t end = commentEnd(p);
+                if (end == std::string_view::npos || turnsReadingOff(commentBody(p, end)))
+                    break;
+                p = end;
+                continue;
+            } else if (c == '$') {
+                p = systemNameEnd(p);
+                kind = p == start + 1 ? uint16_t(VT_DOLLAR) : uint16_t(VT_SYSTEM_IDENTIFIER);
+            } else if (c == '\\' || c == '"' || c == '`') {
+                break;
             } else {
                 unsigned char u = static_cast<unsigned char>(c);
                 unsigned char d = p + 1 < n ? static_cast<unsigned char>(data[p + 1]) : 0;
                 kind = shorts_.single[u];
-                if (!kind || u == '/' || ((shorts_.continues[u][d >> 6] >> (d & 63)) & 1))
+                if (!kind || ((shorts_.continues[u][d >> 6] >> (d & 63)) & 1))
                     break;
                 ++p;
             }
@@ -215,24 +209,8 @@ private:
         lastKind_ = last;
     }
 
-    static bool opensOrClosesDesign(uint16_t kind) {
-        switch (kind) {
-        case VT_MODULE: case VT_MACROMODULE: case VT_PRIMITIVE: case VT_PROGRAM: case VT_PACKAGE:
-        case VT_ENDMODULE: case VT_ENDPRIMITIVE: case VT_ENDPROGRAM: case VT_ENDPACKAGE:
-            return true;
-        default:
-            return false;
-        }
-    }
-
-    char peek(size_t k = 0) const { return pos_ + k < s_.size() ? s_[pos_ + k] : '\0'; }
-
-    // An error token comes with a message: the lexer is to report it.
-    void emit(uint16_t kind, size_t start) {
-        lastKind_ = kind;
-        ok_ = ok_ && kind != VT_ERROR;
-        // Built in place: a token put together on the stack and copied stalls the load.
-        out_.emplace_back(kind, std::string_view(s_.data() + start, pos_ - start));
+    // Open module, primitive, program and package bodies, where `resetall is wrong.
+    void countDesignDepth(uint16_t kind) {
         switch (kind) {
         case VT_MODULE: case VT_MACROMODULE: case VT_PRIMITIVE: case VT_PROGRAM: case VT_PACKAGE:
             ++designDepth_;
@@ -245,63 +223,58 @@ private:
         }
     }
 
-    // --- trivia ---------------------------------------------------------------------
+    char peek(size_t k = 0) const { return pos_ + k < s_.size() ? s_[pos_ + k] : '\0'; }
 
-    void skipTrivia() {
-        for (;;) {
-            // A local index: the member would be stored at every blank. Byte by byte:
-            // blank runs are mostly one or two long, where a wide look costs more.
-            const char* data = s_.data();
-            size_t p = pos_;
-            while (p < s_.size() && isSpace(data[p]))
-                ++p;
-            pos_ = p;
-            if (peek() != '/')
-                return;
-            if (peek(1) == '/')
-                lineComment();
-            else if (peek(1) == '*')
-                blockComment();
-            else
-                return;
-        }
+    // An error token comes with a message: the lexer is to report it.
+    void emit(uint16_t kind, size_t start) {
+        lastKind_ = kind;
+        ok_ = ok_ && kind != VT_ERROR;
+        out_.emplace_back(kind, std::string_view(s_.data() + start, pos_ - start));
     }
+
+    // --- trivia ---------------------------------------------------------------------
 
     bool skipBlanksToLineEnd() {
         for (;;) {
             char c = peek();
             if (isBlank(c))
                 ++pos_;
-            else if (c == '/' && peek(1) == '/')
-                lineComment();
-            else if (c == '/' && peek(1) == '*')
-                blockComment();
+            else if (c == '/' && (peek(1) == '/' || peek(1) == '*'))
+                comment();
             else
                 return c == '\n' || pos_ >= s_.size();
         }
     }
 
-    void lineComment() {
-        size_t start = pos_ + 2;
-        const void* nl = std::memchr(s_.data() + start, '\n', s_.size() - start);
-        pos_ = nl ? size_t(static_cast<const char*>(nl) - s_.data()) : s_.size();
-        checkPragma(s_.substr(start, pos_ - start));
+    // Where the comment that opens at `at` ("//" or "/*") ends: at its line end, or after
+    // its "*/"; npos for a block comment never closed.
+    size_t commentEnd(size_t at) const {
+        if (s_[at + 1] == '/') {
+            const void* nl = std::memchr(s_.data() + at + 2, '\n', s_.size() - at - 2);
+            return nl ? size_t(static_cast<const char*>(nl) - s_.data()) : s_.size();
+        }
+        size_t close = s_.find("*/", at + 2);
+        return close == std::string_view::npos ? close : close + 2;
     }
 
-    void blockComment() {
-        size_t start = pos_;
-        size_t close = s_.find("*/", start + 2);
-        if (close == std::string_view::npos) {
+    std::string_view commentBody(size_t at, size_t end) const {
+        return s_.substr(at + 2, end - at - (s_[at + 1] == '*' ? 4 : 2));
+    }
+
+    bool turnsReadingOff(std::string_view body) const {
+        return !o_.ignoreTranslateOff && pragmaDirection(body) > 0;
+    }
+
+    void comment() {
+        size_t end = commentEnd(pos_);
+        if (end == std::string_view::npos) {
             pos_ = s_.size();
             ok_ = false;
             return;
         }
-        pos_ = close + 2;
-        checkPragma(s_.substr(start + 2, close - start - 2));
-    }
-
-    void checkPragma(std::string_view body) {
-        if (!o_.ignoreTranslateOff && pragmaDirection(body) > 0)
+        std::string_view body = commentBody(pos_, end);
+        pos_ = end;
+        if (turnsReadingOff(body))
             skipTranslateOff();
     }
 
@@ -313,6 +286,13 @@ private:
         }
         pos_ = s_.size();
         ok_ = false; // translate_off never turned on again
+    }
+
+    size_t systemNameEnd(size_t at) const {
+        size_t p = at + 1;
+        while (p < s_.size() && isIdentChar(s_[p]))
+            ++p;
+        return p;
     }
 
     // --- literals and operators -------------------------------------------------------
