@@ -162,11 +162,16 @@ private:
                 w = out_.data() + used;
                 wEnd = w + kChunk;
             }
-            // Byte by byte: blank runs are mostly one or two long, where a wide look costs more.
-            while (p < n && isSpace(data[p]))
+            // Byte by byte: blank runs are mostly one or two long, where a wide look costs
+            // more; a single space, the most common gap, is taken without a loop.
+            if (p + 1 < n && data[p] == ' ' && !isSpace(data[p + 1])) {
                 ++p;
-            if (p >= n)
-                break;
+            } else {
+                while (p < n && isSpace(data[p]))
+                    ++p;
+                if (p >= n)
+                    break;
+            }
             char c = data[p];
             size_t start = p;
             uint16_t kind;
