@@ -77,20 +77,31 @@ std::string_view nextWord(std::string_view& s) {
 } // namespace
 
 int pragmaDirection(std::string_view body) {
-    static const char* const prefixes[] = {"synopsys", "synthesis", "pragma", "xilinx",
-                                           "cadence", "exemplar", "altera", "ambit"};
-    // Most comments are prose: reject on the first letter before splitting words.
+    // Most comments are prose: the first word is matched against the prefixes in place,
+    // by its first letter, before anything is split.
     size_t b = 0;
     while (b < body.size() && isSpace(body[b]))
         ++b;
-    if (b == body.size() || !std::strchr("spxcea", body[b]))
+    if (b == body.size())
         return 0;
-    std::string_view first = nextWord(body);
+    auto startsWith = [&](std::string_view prefix) {
+        return body.size() - b >= prefix.size() && body.compare(b, prefix.size(), prefix) == 0 &&
+               (body.size() - b == prefix.size() || isSpace(body[b + prefix.size()]));
+    };
     bool known = false;
-    for (const char* p : prefixes)
-        known = known || first == p;
+    switch (body[b]) {
+    case 's': known = startsWith("synopsys") || startsWith("synthesis"); break;
+    case 'p': known = startsWith("pragma"); break;
+    case 'x': known = startsWith("xilinx"); break;
+    case 'c': known = startsWith("cadence"); break;
+    case 'e': known = startsWith("exemplar"); break;
+    case 'a': known = startsWith("altera") || startsWith("ambit"); break;
+    default: break;
+    }
     if (!known)
         return 0;
+    body.remove_prefix(b);
+    nextWord(body);
     std::string_view second = nextWord(body);
     if (second == "translate_off" || second == "synthesis_off")
         return 1;

@@ -260,6 +260,25 @@ TEST(VeriLexer, TranslateOffSkipsUntilTranslateOn) {
     EXPECT_EQ(mc.count(veri_msg::TranslateOffOpen), 1u);
 }
 
+TEST(VeriLexer, PragmaCommentsAreKnownByTheirFirstTwoWords) {
+    using verilex::pragmaDirection;
+    for (const char* tool : {"synopsys", "synthesis", "pragma", "xilinx", "cadence", "exemplar", "altera", "ambit"}) {
+        std::string t = tool;
+        EXPECT_EQ(pragmaDirection(" " + t + " translate_off"), 1) << t;
+        EXPECT_EQ(pragmaDirection("\t" + t + "\ttranslate_on  "), -1) << t;
+        EXPECT_EQ(pragmaDirection(t + " synthesis_off"), 1) << t;
+        EXPECT_EQ(pragmaDirection(t + " synthesis_on"), -1) << t;
+        EXPECT_EQ(pragmaDirection(t), 0) << t;
+        EXPECT_EQ(pragmaDirection(t + "x translate_off"), 0) << t;
+        EXPECT_EQ(pragmaDirection(t.substr(0, t.size() - 1) + " translate_off"), 0) << t;
+        EXPECT_EQ(pragmaDirection(t + " translate_offx"), 0) << t;
+    }
+    EXPECT_EQ(pragmaDirection(""), 0);
+    EXPECT_EQ(pragmaDirection("   "), 0);
+    EXPECT_EQ(pragmaDirection("Synopsys translate_off"), 0);
+    EXPECT_EQ(pragmaDirection("set the pragma translate_off here"), 0);
+}
+
 TEST(VeriLexer, GarbageGivesOneErrorPerRun) {
     MessageCapture mc;
     std::string junk = "a \x01\x02\xff\xfe b";
