@@ -52,24 +52,24 @@ bool startsItem(uint16_t kind) {
 // (unit keywords and their ends, `bind` and the cells of a configuration); or, for a
 // name, act only when the next token is `::`, `#` or a name, since only a package
 // prefix or an instantiation starts that way. Most names are passed with the rest.
-enum InsideAction : uint8_t { PASS, ACT, NAME };
+// Bits, so that the test at each token is one expression without branches.
+enum InsideAction : uint8_t { ACT = 1, NAME = 2, STARTS_NAME = 4 };
 
 struct InsideKinds {
     uint8_t of[VT_KIND_COUNT] = {};
-    bool startsName[VT_KIND_COUNT] = {}; // kinds after which a name may be acted on
     constexpr InsideKinds() {
         for (uint16_t k : {VT_MODULE, VT_MACROMODULE, VT_INTERFACE, VT_PROGRAM, VT_PACKAGE, VT_PRIMITIVE, VT_CONFIG,
                            VT_CLASS, VT_CHECKER, VT_ENDMODULE, VT_ENDINTERFACE, VT_ENDPROGRAM, VT_ENDPACKAGE,
                            VT_ENDPRIMITIVE, VT_ENDCONFIG, VT_ENDCLASS, VT_ENDCHECKER, VT_BIND, VT_DESIGN, VT_USE,
                            VT_EOF})
             of[k] = ACT;
-        for (uint16_t k : {VT_IDENTIFIER, VT_ESCAPED_IDENTIFIER}) {
-            of[k] = NAME;
-            startsName[k] = true;
-        }
+        for (uint16_t k : {VT_IDENTIFIER, VT_ESCAPED_IDENTIFIER})
+            of[k] = NAME | STARTS_NAME;
         for (uint16_t k : {VT_SCOPE, VT_HASH})
-            startsName[k] = true;
+            of[k] = STARTS_NAME;
     }
+    // A kind the table does not know stops the recogniser.
+    uint8_t at(uint16_t kind) const { return kind < VT_KIND_COUNT ? of[kind] : uint8_t(ACT); }
 };
 constexpr InsideKinds kInsideKinds;
 
@@ -134,15 +134,14 @@ private:
     }
 
     void insideUnit() {
-        for (; i_ + 1 < t_.size(); ++i_) {
-            uint16_t kind = t_[i_].kind;
-            if (kind >= VT_KIND_COUNT)
+        size_t i = i_;
+        for (uint8_t bits = kInsideKinds.at(t_[i].kind); i + 1 < t_.size(); ++i) {
+            uint8_t next = kInsideKinds.at(t_[i + 1].kind);
+            if ((bits & ACT) | (bits & (next >> 1) & NAME))
                 break;
-            uint8_t action = kInsideKinds.of[kind];
-            uint16_t next = t_[i_ + 1].kind;
-            if (action == ACT || (action == NAME && next < VT_KIND_COUNT && kInsideKinds.startsName[next]))
-                break;
+            bits = next;
         }
+        i_ = i;
         const VeriSkimToken& t = t_[i_];
         if (t.kind == VT_EOF)
             return;
