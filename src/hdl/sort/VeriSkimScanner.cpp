@@ -182,11 +182,16 @@ private:
                                             : uint16_t(VT_IDENTIFIER);
                 countDesignDepth(kind);
             } else if (isDigit(c)) {
-                LiteralEnd literal = numberAt(s_, p);
-                if (literal.kind == VT_ERROR)
-                    break;
-                kind = literal.kind;
-                p = literal.end;
+                if (size_t end = plainNumberEnd(data, p, n); end != p) {
+                    kind = VT_DECIMAL_NUMBER;
+                    p = end;
+                } else {
+                    LiteralEnd literal = numberAt(s_, p);
+                    if (literal.kind == VT_ERROR)
+                        break;
+                    kind = literal.kind;
+                    p = literal.end;
+                }
             } else if (c == '/' && p + 1 < n && (data[p + 1] == '/' || data[p + 1] == '*')) {
                 size_t end = commentEnd(p);
                 if (end == std::string_view::npos || turnsReadingOff(commentBody(p, end)))
@@ -212,6 +217,24 @@ private:
         out_.resize(size_t(w - out_.data()));
         pos_ = p;
         lastKind_ = last;
+    }
+
+    // The end of a run of decimal digits at `at` that is a whole decimal literal, as
+    // most numbers are (widths, indices): a character follows that no longer literal
+    // goes on with. `at` itself when that is not so.
+    static size_t plainNumberEnd(const char* data, size_t at, size_t n) {
+        size_t p = at + 1;
+        while (p < n && isDigit(data[p]))
+            ++p;
+        if (p >= n)
+            return at;
+        switch (data[p]) {
+        case ']': case ':': case ')': case ';': case ',': case '}': case '+': case '-': case '*':
+        case '=': case '<': case '>': case '\n':
+            return p;
+        default:
+            return at;
+        }
     }
 
     // Open module, primitive, program and package bodies, where `resetall is wrong.

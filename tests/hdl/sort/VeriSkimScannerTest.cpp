@@ -113,6 +113,9 @@ TEST_F(VeriSkimScannerTest, LiteralsOperatorsAndCommentsTokeniseAsTheLexerDoes) 
         "\\esc$name  u(); \\x; $display(\"str \\\" // not a comment\"); $ $x",
         "// synopsys translate_off\n module hidden; endmodule\n// synopsys translate_on\nmodule shown; endmodule",
         "/* pragma translate_off */ x /* pragma translate_on */ y ~ c ^~ d ~^ e",
+        // Numbers that end at once, and those that go on in every way a literal can.
+        "a[31:0] b(1) c = 2; d = {3, 4} + 5 - 6 * 7 == 8 < 9 > 10\n11",
+        "e = 12'hab + 13 'd5 + 14\n'd6 + 1_000 + 15.5 + 16e2 + 17ns + 18s + 19_ + 20",
     };
     for (const char* text : cases)
         for (unsigned lang : {1u, 2u, 5u})
