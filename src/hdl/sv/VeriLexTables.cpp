@@ -6,7 +6,11 @@
 namespace hdl::verilex {
 
 KeywordTable::KeywordTable() {
-    std::vector<Entry> hashed[size_t(1) << kHashBits];
+    // Built at the first use in a process, which a parent waits for: the entries are
+    // counted per bucket and placed, in kind order within a bucket, without a list per
+    // bucket.
+    constexpr size_t kBuckets = size_t(1) << kHashBits;
+    std::vector<std::pair<size_t, Entry>> made;
     for (int k = 0; k < VT_KIND_COUNT; ++k) {
         if (!isKeywordKind(k))
             continue;
@@ -26,13 +30,16 @@ KeywordTable::KeywordTable() {
         }
         std::memcpy(e.head, head, 16);
         std::memcpy(e.mask, mask, 16);
-        hashed[hash(text, len)].push_back(e);
+        made.emplace_back(hash(text, len), e);
     }
-    for (size_t h = 0; h < (size_t(1) << kHashBits); ++h) {
-        first[h] = uint16_t(entries.size());
-        entries.insert(entries.end(), hashed[h].begin(), hashed[h].end());
-    }
-    first[size_t(1) << kHashBits] = uint16_t(entries.size());
+    for (const auto& m : made)
+        ++first[m.first + 1];
+    for (size_t h = 0; h < kBuckets; ++h)
+        first[h + 1] = uint16_t(first[h + 1] + first[h]);
+    entries.resize(made.size());
+    std::vector<uint16_t> next(first, first + kBuckets);
+    for (const auto& m : made)
+        entries[next[m.first]++] = m.second;
 }
 
 const KeywordTable& keywordTable() {
