@@ -2,8 +2,8 @@
 // Character classes, keyword and operator tables and the pragma-comment test of the
 // Verilog lexer, shared with the skim's own scanner so that both read text alike.
 #include <cstddef>
-#include <cstring>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -220,7 +220,7 @@ struct KeywordTable {
         return (key * 2654435761u) >> (32 - kHashBits);
     }
 
-    // `readable`: how many bytes from `word` on may be read (at least `len`).
+    // `readable`: how many bytes from `word` on may be read; 0 when only the word's own.
     uint16_t find(const char* word, size_t len, VeriKeywordSet set, size_t readable = 0) const {
         if (len < 2 || len > kMaxLen || word[0] < 'a' || word[0] > 'z')
             return VT_IDENTIFIER;
