@@ -11,8 +11,9 @@ A project passes when
     run's standard library files declares, or a unit that the skim found in a file
     coming earlier in parseOrder (or in the same file); an SV `import P::` names a
     package that such a file declares.
-The VHDL front-end binds late and says nothing about names it cannot resolve, so the
-last check is done here, from the dump's tables and the sources' clauses.
+The VHDL front-end reports a used unit that its library lacks only for libraries that
+hold some unit, and says nothing about other names it cannot resolve, so the last
+check is done here too, from the dump's tables and the sources' clauses.
 
 Errors listed in known_failures.tsv (project, file suffix, line, message pattern,
 reason) are reported but tolerated; each entry documents why.
@@ -37,6 +38,10 @@ _VHDL_COMMENT = re.compile(r"--[^\n]*|/\*.*?\*/|'.'|\"(?:[^\"\n]|\"\")*\"", re.S
 _VHDL_REFS = re.compile(
     r"\b(?:use|context)\s+(?:entity\s+|configuration\s+)?([a-z]\w*)\s*\.\s*([a-z]\w*)", re.I)
 _VHDL_DECL = r"\b(?:package|context)\s+%s\s+is\b"
+# The data directory does not bundle UVM (docs/notes.md), but the SystemVerilog standard
+# set still names its package source: that file's one "cannot open" line is expected.
+_UVM_NOT_BUNDLED = re.compile(r"cannot open file '[^']*/uvm_1\.2/[^'/]*\.sv'")
+_STDOUT_ERROR = re.compile(r"^(?:.*: )?ERROR:")
 _SV_COMMENT = re.compile(r"//[^\n]*|/\*.*?\*/", re.S)
 _SV_IMPORT = re.compile(r"\bimport\s+([A-Za-z_]\w*)\s*::")
 _SV_CONDITIONAL = re.compile(r"^\s*`(ifdef|ifndef|elsif|else|endif|define)\b\s*(\w*)")
@@ -107,7 +112,7 @@ class Gate:
         if not self.dump.parse_done:
             self.fail(self.project.name, 0, "isParseDone is not 1")
         for line in self.stdout.splitlines():
-            if ": ERROR:" in line:
+            if _STDOUT_ERROR.match(line) and not _UVM_NOT_BUNDLED.search(line):
                 self.fail("(standard library)", 0, line)
         for lang, lib, path in self.project.files:
             fid = self.ids.get(path)

@@ -8,11 +8,20 @@
 // creation and destruction sees properly nested enter/leave pairs.
 #pragma once
 
+#include <algorithm>
+#include <cstring>
 #include <istream>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace hdl {
+
+// Source text holds no NUL byte; one near the start marks an object file, an image or
+// an archive given by mistake, which is reported once instead of character by character.
+inline bool LooksBinary(std::string_view text) {
+    return std::memchr(text.data(), '\0', std::min<size_t>(text.size(), size_t(1) << 16)) != nullptr;
+}
 
 class SourceStream {
 public:

@@ -135,7 +135,8 @@ bool readVerilog(FileElement& element) {
     std::string& text = s.text;
     text.clear();
     if (!stream->ReadAll(text)) {
-        Message::Error(veri_msg::OpenFailed, nullptr, "cannot open file '%s'", element.fileName.c_str());
+        ColLineFile loc(LineFile::GetFileId(element.fileName), 1, 1);
+        Message::Error(veri_msg::OpenFailed, &loc, "cannot open file '%s'", element.fileName.c_str());
         return false;
     }
     std::vector<VeriSkimToken>& tokens = s.tokens;
@@ -160,6 +161,13 @@ bool readVerilog(FileElement& element) {
         scanned = veriSkimScan(text, options, tokens, s.included);
     }
     if (!scanned) {
+        // The scanner stops at the first byte that starts no token, so a binary file is
+        // told here, at no cost to the files it reads.
+        if (LooksBinary(text)) {
+            ColLineFile loc(LineFile::GetFileId(element.fileName), 1, 1);
+            Message::Error(veri_msg::BinaryInput, &loc, "'%s' is not a text file", element.fileName.c_str());
+            return false;
+        }
         tokens.clear();
         VeriPreprocessor* pp;
         if (hdl_file_sort::_default_compilation_unit_mode) {
@@ -186,12 +194,13 @@ bool readVhdl(FileElement& element) {
     {
         auto stream = OpenSourceStream(s.callback, element.fileName.c_str());
         if (!stream->ReadAll(text)) {
-            Message::Error(vhdl_msg::kCannotOpen, nullptr, "cannot open file '%s'", element.fileName.c_str());
+            ColLineFile loc(LineFile::GetFileId(element.fileName), 1, 1);
+            Message::Error(vhdl_msg::kCannotOpen, &loc, "cannot open file '%s'", element.fileName.c_str());
             return false;
         }
     }
     // Positions are needed only for what the lexer reports.
-    if (std::memchr(text.data(), '\0', std::min<size_t>(text.size(), 1 << 16))) {
+    if (LooksBinary(text)) {
         ColLineFile loc(LineFile::GetFileId(element.fileName), 1, 1);
         Message::Error(vhdl_msg::kBinaryInput, &loc, "'%s' is not a text file", element.fileName.c_str());
         return false;

@@ -29,6 +29,7 @@ struct VeriMessageId {
     M(KeywordsVersion, "VERI-1013", MSG_ERROR, "bad `begin_keywords/`end_keywords")    \
     M(MacroRedefined, "VERI-1014", MSG_INFO, "a macro was defined again")              \
     M(ProtectedOpen, "VERI-1015", MSG_ERROR, "a protected region has no end")          \
+    M(BinaryInput, "VERI-1016", MSG_ERROR, "a file that is not text (a NUL byte)")     \
     M(CommentOpen, "VERI-2000", MSG_ERROR, "a block comment is not closed")            \
     M(StringOpen, "VERI-2001", MSG_ERROR, "a string literal is not closed on its line") \
     M(BadCharacter, "VERI-2002", MSG_ERROR, "a character that starts no token")        \

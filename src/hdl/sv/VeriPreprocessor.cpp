@@ -117,6 +117,10 @@ struct VeriPreprocessor::Impl {
     bool openFile(const std::string& path, const ColLineFile* from, bool isInclude) {
         auto stream = OpenSourceStream(pp.options_.streamCallBack, path.c_str());
         std::string text;
+        // A file given to the analysis is named at itself when nothing includes it, so
+        // that its messages are filed under the file they concern.
+        ColLineFile fileStart = from ? ColLineFile() : ColLineFile(LineFile::GetFileId(path), 1, 1);
+        const ColLineFile* at = from ? from : &fileStart;
         if (!stream->is_open() || !stream->ReadAll(text)) {
             // Whether the file is there is asked only now, to say which went wrong.
             if (isInclude && FileSystem::IsSourceFile(path))
@@ -124,7 +128,11 @@ struct VeriPreprocessor::Impl {
             else if (isInclude)
                 Message::Error(veri_msg::IncludeNotFound, from, "cannot find include file '%s'", path.c_str());
             else
-                Message::Error(veri_msg::OpenFailed, from, "cannot open file '%s'", path.c_str());
+                Message::Error(veri_msg::OpenFailed, at, "cannot open file '%s'", path.c_str());
+            return false;
+        }
+        if (LooksBinary(text)) {
+            Message::Error(veri_msg::BinaryInput, at, "'%s' is not a text file", path.c_str());
             return false;
         }
         pushFileFrame(std::move(text), path, std::move(stream));

@@ -129,11 +129,44 @@ void vhdl_file::Reset() {
     VhdlResolverForget();
 }
 
+namespace {
+
+// `use lib.unit...` and `context lib.unit` of a context clause whose unit the library
+// does not hold (yet): a misspelt unit, or one analysed later, as in a circular use.
+// Only libraries that exist are asked: a library that no file went into (a vendor
+// library not given to the run) would otherwise flood the run with one error per use.
+void reportMissingUnits(const VhdlDesignUnit& unit) {
+    for (VhdlTreeNode* item : unit.contextClause) {
+        const VhdlNodeList* names = nullptr;
+        if (auto* use = dynamic_cast<VhdlUseClause*>(item)) names = &use->names;
+        else if (auto* context = dynamic_cast<VhdlContextReference*>(item)) names = &context->names;
+        if (!names) continue;
+        for (VhdlTreeNode* name : *names) {
+            auto* sel = dynamic_cast<VhdlSelectedName*>(name);
+            if (sel && dynamic_cast<VhdlSelectedName*>(sel->prefix)) sel = static_cast<VhdlSelectedName*>(sel->prefix);
+            auto* libRef = sel ? dynamic_cast<VhdlIdRef*>(sel->prefix) : nullptr;
+            auto* unitRef = sel ? dynamic_cast<VhdlIdRef*>(sel->suffix) : nullptr;
+            if (!libRef || !unitRef || unitRef->resolved || !libRef->resolved ||
+                libRef->resolved->GetClassId() != VhdlLibraryId::kClassId)
+                continue;
+            std::string libName(libRef->text);
+            VhdlLibrary* lib = vhdl_file::GetLibrary(libName.c_str());
+            if (!lib) continue;
+            ColLineFile loc = unitRef->Linefile();
+            Message::Error(vhdl_msg::kUnknownUnit, &loc, "unit '%s' is not analyzed in library '%s'",
+                           std::string(unitRef->text).c_str(), lib->Name().c_str());
+        }
+    }
+}
+
+} // namespace
+
 bool vhdl_file::Analyze(const char* path, const char* library, unsigned mode) {
     std::unique_ptr<SourceStream> stream = OpenSourceStream(S().callback, path);
     std::string text;
     if (!stream->is_open() || !stream->ReadAll(text)) {
-        ColLineFile loc;
+        // At the file itself, so that the message is filed under the file it concerns.
+        ColLineFile loc(LineFile::GetFileId(path ? path : ""), 1, 1);
         Message::Error(vhdl_msg::kCannotOpen, &loc, "cannot open VHDL file '%s'", path ? path : "");
         return false;
     }
@@ -149,7 +182,7 @@ bool vhdl_file::AnalyzeText(const std::string& text, const char* name, const cha
     ColLineFile fileLoc(fileId, 1, 1);
     Message::Info(vhdl_msg::kAnalyzing, &fileLoc, "analyzing VHDL file '%s' into library '%s'", name ? name : "",
                   libName);
-    if (std::memchr(text.data(), '\0', std::min<size_t>(text.size(), 1 << 16))) {
+    if (LooksBinary(text)) {
         Message::Error(vhdl_msg::kBinaryInput, &fileLoc, "'%s' is not a text file", name ? name : "");
         return false;
     }
@@ -194,7 +227,10 @@ bool vhdl_file::AnalyzeText(const std::string& text, const char* name, const cha
         }
     }
     for (VhdlDesignUnit* unit : units) {
-        if (unit->library || dynamic_cast<VhdlPrimaryUnit*>(unit)) VhdlResolveUnit(unit, lib);
+        if (unit->library || dynamic_cast<VhdlPrimaryUnit*>(unit)) {
+            VhdlResolveUnit(unit, lib);
+            reportMissingUnits(*unit);
+        }
     }
     return clean && Message::ErrorCount() == errorsBefore;
 }

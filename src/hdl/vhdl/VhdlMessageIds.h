@@ -34,6 +34,7 @@ inline constexpr const char* kCannotOpen = "VHDL-1501";        // error: file ca
 inline constexpr const char* kReplacing = "VHDL-1502";         // warning: unit re-analysed, the old one is replaced
 inline constexpr const char* kNoPrimary = "VHDL-1503";         // error: secondary unit without its primary unit
 inline constexpr const char* kBinaryInput = "VHDL-1504";       // error: input is not text
+inline constexpr const char* kUnknownUnit = "VHDL-1505";       // error: a use clause or context reference names a unit its library lacks
 
 } // namespace vhdl_msg
 } // namespace hdl

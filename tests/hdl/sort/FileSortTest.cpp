@@ -315,6 +315,8 @@ TEST_F(FileSortTest, WorkReferencesTakeTheFirstDeclaringLibraryUnlessTheirOwnDec
 TEST_F(FileSortTest, BadInputFinishesWithMessages) {
     std::string binary("module x;\0\0\x01\x02 endmodule", 24);
     std::string bin = files.write("bin.vhd", binary);
+    const char elf[] = "\x7f" "ELF\x02\x01\x01\0\0\0\0 #@\x90\x91";
+    std::string binV = files.write("bin.sv", std::string(elf, sizeof elf - 1));
     std::string unclosed = files.write("u.v", "module u; /* never closed\n endmodule\n");
     std::string ifdef = files.write("i.v", "`ifdef A\nmodule i; endmodule\n");
     std::string cyc = files.write("cyc.vh", "`include \"cyc.vh\"\nmodule cyc; endmodule\n");
@@ -322,14 +324,17 @@ TEST_F(FileSortTest, BadInputFinishesWithMessages) {
     EXPECT_FALSE(hdl_file_sort::RegisterFile(files.path("missing.v").c_str(), "work", 5, 2));
     EXPECT_FALSE(hdl_file_sort::RegisterFile(files.path("missing.vhd").c_str(), "work", 9, 2));
     EXPECT_FALSE(hdl_file_sort::RegisterFile(bin.c_str(), "work", 9, 2));
+    EXPECT_FALSE(hdl_file_sort::RegisterFile(binV.c_str(), "work", 5, 2));
     hdl_file_sort::RegisterFile(unclosed.c_str(), "work", 5, 2);
     hdl_file_sort::RegisterFile(ifdef.c_str(), "work", 5, 2);
     hdl_file_sort::RegisterFile(cyc.c_str(), "work", 5, 2);
     ASSERT_TRUE(hdl_file_sort::RegisterFile(vhd.c_str(), "work", 9, 2));
-    EXPECT_EQ(hdl_file_sort::FileCount(), 7u);
-    EXPECT_EQ(element(6).declaredNames, (std::vector<std::string>{"open_e"}));
-    for (const char* id : {"VERI-1000", "VHDL-1501", "VHDL-1504", "VERI-2000", "VERI-1009"})
+    EXPECT_EQ(hdl_file_sort::FileCount(), 8u);
+    EXPECT_EQ(element(7).declaredNames, (std::vector<std::string>{"open_e"}));
+    for (const char* id : {"VERI-1000", "VHDL-1501", "VHDL-1504", "VERI-1016", "VERI-2000", "VERI-1009"})
         EXPECT_NE(std::find(messages().begin(), messages().end(), id), messages().end()) << id;
+    // A binary file is one message, not one per byte that starts no token.
+    EXPECT_EQ(std::count(messages().begin(), messages().end(), "VERI-2002"), 0);
 }
 
 } // namespace

@@ -366,7 +366,16 @@ begin end;
 }
 
 TEST_F(VhdlResolverTest, PackagesAnalysedAfterTheirUsersResolveOnResolveAll) {
-    Analyze("use work.late.all; entity e is end; architecture r of e is constant a : integer := k; begin end;");
+    {
+        // Analysing a user first is an error, named at the unit it lacks; the tree stays.
+        test::MessageCapture capture;
+        EXPECT_FALSE(vhdl_file::AnalyzeText(
+            "use work.late.all; entity e is end; architecture r of e is constant a : integer := k; begin end;",
+            "resolver_test.vhd", "work", VHDL_2008));
+        ASSERT_EQ(capture.Count(MSG_ERROR), 1u);
+        EXPECT_EQ(capture.All().back().id, "VHDL-1505");
+        EXPECT_EQ(capture.Errors(), "1: resolver_test.vhd: unit 'late' is not analyzed in library 'work'\n");
+    }
     RefsInOrder refs;
     refs.TraverseNode(Arch("e"));
     ASSERT_EQ(refs.byText["k"].size(), 1u);
@@ -377,6 +386,17 @@ TEST_F(VhdlResolverTest, PackagesAnalysedAfterTheirUsersResolveOnResolveAll) {
     // continues it.
     ASSERT_NE(refs.byText["k"][0]->GetId(), nullptr);
     EXPECT_EQ(refs.byText["k"][0]->GetId()->owningUnit->Name(), "late");
+}
+
+TEST_F(VhdlResolverTest, ContextClausesNamingUnitsTheirLibraryLacksAreErrors) {
+    Analyze("package p is end;", "lib1");
+    test::MessageCapture capture;
+    EXPECT_FALSE(vhdl_file::AnalyzeText("library lib1, lib2;\nuse lib1.p.all;\nuse lib1.all;\nuse LIB1.Q.x;\n"
+                                        "context lib1.ctx;\nuse lib2.r.all;\nuse work.all;\nentity e is end;\n",
+                                        "ctx_test.vhd", "work", VHDL_2008));
+    // lib2 holds nothing: no file went into it, so it is not asked.
+    EXPECT_EQ(capture.Errors(), "4: ctx_test.vhd: unit 'Q' is not analyzed in library 'lib1'\n"
+                                "5: ctx_test.vhd: unit 'ctx' is not analyzed in library 'lib1'\n");
 }
 
 TEST_F(VhdlResolverTest, ConfigurationSpecificationsPickInstancesByLabelAllOrOthers) {

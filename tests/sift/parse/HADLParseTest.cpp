@@ -150,6 +150,40 @@ TEST_F(ParseTest, ProjectMessagesCapturedStandardLibraryMessagesNot) {
     for (const auto& msg : sifter.fileMsgs.at(good)) EXPECT_NE(msg.type, 1u);
 }
 
+// What the front-ends reported once per run, or not under the file (a missing file,
+// a binary file, a package used before it is analysed), is filed under the file.
+TEST_F(ParseTest, BadFilesGetOneErrorEachUnderTheirOwnName) {
+    unsigned goneV = add("gone.v", "", 2);
+    unsigned goneVhd = add("gone.vhd", "", 9);
+    boost::filesystem::remove(dir.path() + "/gone.v");
+    boost::filesystem::remove(dir.path() + "/gone.vhd");
+    const char blobText[] = "module m;\0\x01\xfe\xff@#\n\x80\x81";
+    unsigned blob = add("blob.sv", std::string(blobText, sizeof blobText - 1), 5);
+    // A circular use: whichever comes first names a unit not analysed yet.
+    unsigned first = add("first.vhd", "use work.second.all;\npackage first is end;\n", 9);
+    unsigned second = add("second.vhd", "use work.first.all;\npackage second is end;\n", 9);
+    // A library no file went into is not asked: vendor libraries are often left out.
+    unsigned vendor = add("vendor.vhd", "library unisim;\nuse unisim.vcomponents.all;\nentity v is end;\n", 9);
+    parse();
+    auto errors = [&](unsigned file) {
+        std::vector<std::string> texts;
+        for (const auto& msg : sifter.fileMsgs.at(file)) {
+            if (msg.type != 1) continue;
+            std::string text = sifter.fmtStrs.getString(msg.fmtId);
+            for (unsigned arg : msg.args) text += std::string(" | ") + sifter.argStrs.getString(arg);
+            texts.push_back(std::to_string(msg.line) + ": " + text);
+        }
+        return texts;
+    };
+    ASSERT_GT(sifter.fileMsgs.size(), vendor);
+    EXPECT_EQ(errors(goneV), (Names{"1: cannot open file '%s' | " + dir.path() + "/gone.v"}));
+    EXPECT_EQ(errors(goneVhd), (Names{"1: cannot open VHDL file '%s' | " + dir.path() + "/gone.vhd"}));
+    EXPECT_EQ(errors(blob), (Names{"1: '%s' is not a text file | " + dir.path() + "/blob.sv"}));
+    EXPECT_EQ(errors(first), (Names{"1: unit '%s' is not analyzed in library '%s' | second | work"}));
+    EXPECT_TRUE(errors(second).empty());
+    EXPECT_TRUE(errors(vendor).empty());
+}
+
 TEST_F(ParseTest, DuplicateRecordsPerFileWithLines) {
     unsigned f1 = add("one.v", "// one\nmodule dup; endmodule\n", 2);
     add("two.v", "\n\n\nmodule dup; endmodule\n", 2);

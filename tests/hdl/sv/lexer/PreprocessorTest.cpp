@@ -375,12 +375,28 @@ TEST(VeriPreprocessor, ProtectedRegionsAreSkippedWithAMessage) {
     EXPECT_EQ(mc.errors(), 0u);
 }
 
-TEST(VeriPreprocessor, MissingFileIsAnError) {
+// Both are named at the file itself (line 1), so that a capture can file them under it.
+TEST(VeriPreprocessor, MissingAndBinaryFilesAreOneErrorEach) {
     MessageCapture mc;
-    VeriPreprocessor pp({});
-    EXPECT_FALSE(pp.pushFile("/nonexistent/file.sv"));
-    EXPECT_EQ(mc.count(veri_msg::OpenFailed), 1u);
-    EXPECT_EQ(pp.next().kind, VT_EOF);
+    {
+        VeriPreprocessor pp({});
+        EXPECT_FALSE(pp.pushFile("/nonexistent/file.sv"));
+        EXPECT_EQ(pp.next().kind, VT_EOF);
+    }
+    TempTree tree;
+    const char blobText[] = "module m;\0\x01\xfe\n\x80`\"\n";
+    std::string blob = tree.write("blob.sv", std::string(blobText, sizeof blobText - 1));
+    {
+        VeriPreprocessor pp({});
+        EXPECT_FALSE(pp.pushFile(blob));
+        EXPECT_EQ(pp.next().kind, VT_EOF);
+    }
+    ASSERT_EQ(test::capturedMessages().size(), 2u);
+    EXPECT_EQ(test::capturedMessages()[0].id, veri_msg::OpenFailed);
+    EXPECT_EQ(test::capturedMessages()[0].line, 1u);
+    EXPECT_EQ(test::capturedMessages()[1].id, veri_msg::BinaryInput);
+    EXPECT_EQ(test::capturedMessages()[1].text, "'" + blob + "' is not a text file");
+    EXPECT_EQ(test::capturedMessages()[1].line, 1u);
 }
 
 TEST(VeriPreprocessor, MessageIdsAreUnique) {
