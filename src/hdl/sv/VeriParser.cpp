@@ -63,6 +63,7 @@ VeriToken VeriParser::Impl::take() {
     if (prev.kind != VT_EOF) {
         head = (head + 1) & (ring.size() - 1);
         --buffered;
+        ++taken;
     }
     return prev;
 }
@@ -99,6 +100,9 @@ std::string_view VeriParser::Impl::takeName() {
 void VeriParser::Impl::syntaxError(const VeriToken& t, const char* expected) {
     if (bailing) return;
     ++errors;
+    bool echo = taken < quietUntil;
+    quietUntil = taken + 3;
+    if (echo) return;
     ColLineFile loc(t.fileId, t.line, t.col);
     if (t.kind == VT_EOF) {
         Message::Error(veri_msg::UnexpectedEof, &loc, "unexpected end of text%s%s",

@@ -26,6 +26,11 @@ struct VeriParser::Impl {
     size_t buffered = 0;
     VeriToken prev; // the last token consumed
     unsigned errors = 0;
+    // Tokens taken so far, and the count the next syntax error is told from: one within
+    // three tokens of the last (told or not) is its echo, and a file of garbage would
+    // otherwise use up the run's allowance of messages.
+    size_t taken = 0;
+    size_t quietUntil = 0;
     unsigned depth = 0;
     bool bailing = false; // after too deep nesting: unwind without further messages
     VeriPackage* unitScopeOwner = nullptr;

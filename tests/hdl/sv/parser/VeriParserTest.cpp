@@ -179,6 +179,19 @@ TEST(VeriParserRecovery, KeepsGoingAfterErrors) {
         EXPECT_EQ(d.id.substr(0, 5), "VERI-");
 }
 
+// One error per broken place: the errors that follow within three tokens of the last
+// are its echoes, however long the run of garbage goes on.
+TEST(VeriParserRecovery, AnErrorsEchoesAreNotTold) {
+    std::string garbage;
+    for (int i = 0; i < 5000; ++i) garbage += " x";
+    EXPECT_FALSE(veritest::analyze("module a;\n wire" + garbage + ";\n assign = = = ;\n"
+                                   " assign y = 1;\n foo bar baz (a) (b);\nendmodule\n"));
+    std::vector<uint32_t> lines;
+    for (const auto& d : veritest::diagnostics())
+        if (d.type == MSG_ERROR) lines.push_back(d.line);
+    EXPECT_EQ(lines, (std::vector<uint32_t>{2, 3, 5}));
+}
+
 TEST(VeriParserRecovery, MissingEndAndGarbageDoNotHang) {
     EXPECT_FALSE(veritest::analyze("module a; initial begin x = 1;\nmodule b; endmodule\n"));
     EXPECT_FALSE(veritest::analyze(std::string("\x01\x02module \xff\xfe (((( [[[[ endmodule", 31)));
