@@ -32,6 +32,9 @@ public:
     static uint32_t GetFileId(const std::string& name);
     // Returns the id of the name, or 0 when it was never registered.
     static uint32_t FindFileId(const std::string& name);
+    // Line 1, column 1 of the file, where a message about the file as a whole (it cannot
+    // be read, it is not text) is placed, so that it is filed under that file.
+    static ColLineFile StartOf(const std::string& name) { return ColLineFile(GetFileId(name), 1, 1); }
     // Null for id 0 or an unknown id.
     static const char* GetFileNameFromId(uint32_t id);
     static const char* GetFileName(const ColLineFile* loc);

@@ -135,7 +135,7 @@ bool readVerilog(FileElement& element) {
     std::string& text = s.text;
     text.clear();
     if (!stream->ReadAll(text)) {
-        ColLineFile loc(LineFile::GetFileId(element.fileName), 1, 1);
+        ColLineFile loc = LineFile::StartOf(element.fileName);
         Message::Error(veri_msg::OpenFailed, &loc, "cannot open file '%s'", element.fileName.c_str());
         return false;
     }
@@ -164,7 +164,7 @@ bool readVerilog(FileElement& element) {
         // The scanner stops at the first byte that starts no token, so a binary file is
         // told here, at no cost to the files it reads.
         if (LooksBinary(text)) {
-            ColLineFile loc(LineFile::GetFileId(element.fileName), 1, 1);
+            ColLineFile loc = LineFile::StartOf(element.fileName);
             Message::Error(veri_msg::BinaryInput, &loc, "'%s' is not a text file", element.fileName.c_str());
             return false;
         }
@@ -194,14 +194,14 @@ bool readVhdl(FileElement& element) {
     {
         auto stream = OpenSourceStream(s.callback, element.fileName.c_str());
         if (!stream->ReadAll(text)) {
-            ColLineFile loc(LineFile::GetFileId(element.fileName), 1, 1);
+            ColLineFile loc = LineFile::StartOf(element.fileName);
             Message::Error(vhdl_msg::kCannotOpen, &loc, "cannot open file '%s'", element.fileName.c_str());
             return false;
         }
     }
     // Positions are needed only for what the lexer reports.
     if (LooksBinary(text)) {
-        ColLineFile loc(LineFile::GetFileId(element.fileName), 1, 1);
+        ColLineFile loc = LineFile::StartOf(element.fileName);
         Message::Error(vhdl_msg::kBinaryInput, &loc, "'%s' is not a text file", element.fileName.c_str());
         return false;
     }

@@ -119,7 +119,7 @@ struct VeriPreprocessor::Impl {
         std::string text;
         // A file given to the analysis is named at itself when nothing includes it, so
         // that its messages are filed under the file they concern.
-        ColLineFile fileStart = from ? ColLineFile() : ColLineFile(LineFile::GetFileId(path), 1, 1);
+        ColLineFile fileStart = from ? ColLineFile() : LineFile::StartOf(path);
         const ColLineFile* at = from ? from : &fileStart;
         if (!stream->is_open() || !stream->ReadAll(text)) {
             // Whether the file is there is asked only now, to say which went wrong.

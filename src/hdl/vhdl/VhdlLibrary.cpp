@@ -133,9 +133,10 @@ namespace {
 
 // `use lib.unit...` and `context lib.unit` of a context clause whose unit the library
 // does not hold (yet): a misspelt unit, or one analysed later, as in a circular use.
+// `work` is the library the unit goes into.
 // Only libraries that exist are asked: a library that no file went into (a vendor
 // library not given to the run) would otherwise flood the run with one error per use.
-void reportMissingUnits(const VhdlDesignUnit& unit) {
+void reportMissingUnits(const VhdlDesignUnit& unit, VhdlLibrary* work) {
     for (VhdlTreeNode* item : unit.contextClause) {
         const VhdlNodeList* names = nullptr;
         if (auto* use = dynamic_cast<VhdlUseClause*>(item)) names = &use->names;
@@ -150,7 +151,7 @@ void reportMissingUnits(const VhdlDesignUnit& unit) {
                 libRef->resolved->GetClassId() != VhdlLibraryId::kClassId)
                 continue;
             std::string libName(libRef->text);
-            VhdlLibrary* lib = vhdl_file::GetLibrary(libName.c_str());
+            VhdlLibrary* lib = Key(libName, true) == "work" ? work : vhdl_file::GetLibrary(libName.c_str());
             if (!lib) continue;
             ColLineFile loc = unitRef->Linefile();
             Message::Error(vhdl_msg::kUnknownUnit, &loc, "unit '%s' is not analyzed in library '%s'",
@@ -166,7 +167,7 @@ bool vhdl_file::Analyze(const char* path, const char* library, unsigned mode) {
     std::string text;
     if (!stream->is_open() || !stream->ReadAll(text)) {
         // At the file itself, so that the message is filed under the file it concerns.
-        ColLineFile loc(LineFile::GetFileId(path ? path : ""), 1, 1);
+        ColLineFile loc = LineFile::StartOf(path ? path : "");
         Message::Error(vhdl_msg::kCannotOpen, &loc, "cannot open VHDL file '%s'", path ? path : "");
         return false;
     }
@@ -229,7 +230,7 @@ bool vhdl_file::AnalyzeText(const std::string& text, const char* name, const cha
     for (VhdlDesignUnit* unit : units) {
         if (unit->library || dynamic_cast<VhdlPrimaryUnit*>(unit)) {
             VhdlResolveUnit(unit, lib);
-            reportMissingUnits(*unit);
+            reportMissingUnits(*unit, lib);
         }
     }
     return clean && Message::ErrorCount() == errorsBefore;

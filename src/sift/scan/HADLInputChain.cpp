@@ -18,12 +18,12 @@ HADLTracingInputStream::~HADLTracingInputStream() {
 namespace {
 
 void reportDecryptionDenied(const std::string& name, int code) {
-    hdl::ColLineFile loc(hdl::LineFile::GetFileId(name), 1, 1);
+    hdl::ColLineFile loc = hdl::LineFile::StartOf(name);
     hdl::Message::Error("VERI-1000", &loc, "reading '%s' is not permitted (%d)", name.c_str(), code);
 }
 
 void reportEnvelopeDiag(const LoomEnvelope1735::EnvelopeDiag& diag) {
-    hdl::ColLineFile loc(hdl::LineFile::GetFileId(diag.path), 1, 1);
+    hdl::ColLineFile loc = hdl::LineFile::StartOf(diag.path);
     hdl::Message::Error("VERI-1000", &loc, "%s", diag.what());
 }
 

@@ -397,6 +397,11 @@ TEST_F(VhdlResolverTest, ContextClausesNamingUnitsTheirLibraryLacksAreErrors) {
     // lib2 holds nothing: no file went into it, so it is not asked.
     EXPECT_EQ(capture.Errors(), "4: ctx_test.vhd: unit 'Q' is not analyzed in library 'lib1'\n"
                                 "5: ctx_test.vhd: unit 'ctx' is not analyzed in library 'lib1'\n");
+    // `work` is the library being analysed into.
+    test::MessageCapture inLib1;
+    EXPECT_FALSE(vhdl_file::AnalyzeText("use work.p.all;\nuse work.gone.all;\nentity e1 is end;\n", "work_test.vhd",
+                                        "lib1", VHDL_2008));
+    EXPECT_EQ(inLib1.Errors(), "2: work_test.vhd: unit 'gone' is not analyzed in library 'lib1'\n");
 }
 
 TEST_F(VhdlResolverTest, ConfigurationSpecificationsPickInstancesByLabelAllOrOthers) {
