@@ -71,8 +71,9 @@ std::vector<std::string> AnalysisOrder(std::vector<std::string> files, const std
         for (const std::string& file : files) {
             test::MessageCapture capture;
             vhdl_file::Analyze(file.c_str(), library.c_str(), mode);
-            bool missing = std::any_of(capture.All().begin(), capture.All().end(),
-                                       [](const test::CapturedMessage& m) { return m.id == "VHDL-1505" || m.id == "VHDL-1503"; });
+            bool missing = std::any_of(capture.All().begin(), capture.All().end(), [](const test::CapturedMessage& m) {
+                return m.id == "VHDL-1505" || m.id == "VHDL-1503";
+            });
             (missing ? late : ready).push_back(file);
         }
         if (late.empty()) break;
