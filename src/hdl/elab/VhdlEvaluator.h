@@ -1,0 +1,192 @@
+// Evaluation of VHDL expressions at elaboration, as a simulator would evaluate them:
+// names of constants, generics and generate parameters, literals, aggregates,
+// operators, attributes, conversions and function calls (standard package functions
+// natively, user functions interpreted).
+//
+// Values live in frames, one per declarative region that is being elaborated or
+// executed (an entity with its generics, an architecture, a block, one iteration of a
+// generate, a subprogram call). A frame knows its declarations from the start but
+// evaluates a constant or a type only when something asks for it, so that a constant
+// nobody needs (a test vector read from a file) costs nothing and reports nothing.
+// Packages get one frame each, made on first use.
+//
+// Errors (division by zero, a bound reached, a name that has no static value) throw
+// VhdlEvalError; the elaborator reports it where the value was needed.
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "hdl/base/LineFile.h"
+#include "hdl/elab/ElabLimits.h"
+#include "hdl/elab/VhdlValue.h"
+#include "hdl/vhdl/VhdlTree.h"
+
+namespace hdl {
+
+class VhdlEvalError : public std::exception {
+public:
+    VhdlEvalError(const char* id, const ColLineFile& loc, std::string text)
+        : id_(id), loc_(loc), text_(std::move(text)) {}
+    const char* what() const noexcept override { return text_.c_str(); }
+    const char* Id() const { return id_; }
+    const ColLineFile& Location() const { return loc_; }
+    const std::string& Text() const { return text_; }
+
+private:
+    const char* id_;
+    ColLineFile loc_;
+    std::string text_;
+};
+
+// One named thing of a frame: a constant, generic, variable or parameter with its
+// subtype and value, or a type. Constants and types start pending and are worked out
+// on first use.
+struct VhdlSlot {
+    enum State : uint8_t { Pending, Busy, Ready };
+    State state = Pending;
+    const VhdlTreeNode* declaration = nullptr;
+    const VhdlType* type = nullptr;
+    VhdlValue value;
+};
+
+struct VhdlFrame {
+    VhdlFrame* parent = nullptr; // the enclosing region (static chain)
+    VhdlFrame* caller = nullptr; // the frame current when this one was pushed
+    const VhdlTreeNode* region = nullptr;
+    std::unordered_map<const VhdlIdDef*, VhdlSlot> slots;
+    // Of a subprogram call: the function result once returned.
+    bool returned = false;
+    VhdlValue result;
+};
+
+class VhdlEvaluator {
+public:
+    explicit VhdlEvaluator(const ElabLimits& limits = ElabLimits());
+    ~VhdlEvaluator();
+    VhdlEvaluator(const VhdlEvaluator&) = delete;
+    VhdlEvaluator& operator=(const VhdlEvaluator&) = delete;
+
+    const ElabLimits& Limits() const { return limits_; }
+
+    // Frames. A pushed frame's parent is the current one unless given.
+    VhdlFrame* Push(const VhdlTreeNode* region, VhdlFrame* parent = nullptr);
+    void Pop();
+    VhdlFrame* Current() const { return current_; }
+    // Enters the declarations of a region into a frame: constants and types pending,
+    // subprogram bodies known. Variables are not entered (they are executed).
+    void Declare(VhdlFrame* frame, const VhdlNodeList& declarations);
+    // Sets an object of a frame: a generic, a parameter, a generate parameter.
+    void Bind(VhdlFrame* frame, const VhdlIdDef* id, VhdlValue value, const VhdlType* type);
+    VhdlSlot* FindSlot(const VhdlIdDef* id);
+
+    // The value of an expression; `expected` (may be null) types literals and
+    // aggregates. The result is not checked against `expected`.
+    VhdlValue Evaluate(const VhdlTreeNode* expr, const VhdlType* expected = nullptr);
+    // The value converted to `type`: untyped literals typed, array bounds taken from a
+    // constrained type, scalars checked against the range.
+    VhdlValue Conform(VhdlValue value, const VhdlType* type, const VhdlTreeNode* where);
+    bool EvaluateCondition(const VhdlTreeNode* expr);
+    // A subtype indication or type mark.
+    const VhdlType* EvaluateSubtype(const VhdlTreeNode* subtype);
+    // A discrete or real range: `a to b`, `x'range`, a type mark, `t range a to b`.
+    VhdlBounds EvaluateRange(const VhdlTreeNode* range, const VhdlType** type);
+    // The value of a constant, generic or other object by its identifier.
+    VhdlValue ValueOf(const VhdlIdDef* id, const VhdlTreeNode* where);
+    // The subtype of an object (also of a signal or port) or the type a type id names.
+    const VhdlType* TypeOfId(const VhdlIdDef* id, const VhdlTreeNode* where);
+
+    // Types of package standard.
+    const VhdlType* UniversalInteger();
+    const VhdlType* UniversalReal();
+    const VhdlType* IntegerType();
+    const VhdlType* NaturalType();
+    const VhdlType* PositiveType();
+    const VhdlType* RealType();
+    const VhdlType* BooleanType();
+    const VhdlType* BitType();
+    const VhdlType* CharacterType();
+    const VhdlType* StringType();
+    const VhdlType* TimeType();
+    const VhdlType* SeverityType();
+    VhdlValue Boolean(bool b);
+
+    // Values of types that the elaborator makes itself.
+    VhdlType* NewType(VhdlTypeKind kind);
+    // An array subtype of `base` constrained to `range` (first dimension).
+    const VhdlType* ConstrainedArray(const VhdlType* base, const VhdlBounds& range);
+    // Counts one evaluation step against the bound.
+    void Step(const VhdlTreeNode* where);
+    [[noreturn]] void Fail(const char* id, const VhdlTreeNode* where, const char* format, ...)
+        __attribute__((format(printf, 4, 5)));
+    [[noreturn]] void NotStatic(const VhdlTreeNode* where, const char* what);
+    // Text of a node for messages, shortened.
+    static std::string Text(const VhdlTreeNode* node);
+
+    // Subprograms: the body of a subprogram identifier, and calls.
+    const VhdlSubprogramBody* BodyOf(const VhdlIdDef* subprogram);
+    VhdlValue Call(const VhdlIdDef* subprogram, const VhdlNodeList& actuals, const VhdlTreeNode* where,
+                   const VhdlType* expected);
+
+    // Among the subprograms of the name of `first` that resolution could not tell apart
+    // by their number of parameters, the one whose parameter types take the actuals.
+    const VhdlIdDef* ChooseOverload(const VhdlIdDef* first, const VhdlNodeList& actuals, const VhdlTreeNode* where);
+
+    // A message of the design (an assertion or report) while evaluating.
+    void Report(const VhdlTreeNode* where, const VhdlValue& message, int64_t severity);
+
+private:
+    friend class VhdlInterpreter;
+    struct Impl;
+
+    VhdlValue EvaluateName(const VhdlTreeNode* name, const VhdlType* expected);
+    VhdlValue EvaluateIndexed(const VhdlIndexedName& n, const VhdlType* expected);
+    VhdlValue EvaluateSelected(const VhdlSelectedName& n, const VhdlType* expected);
+    VhdlValue EvaluateAggregate(const VhdlAggregate& n, const VhdlType* expected);
+    VhdlValue EvaluateOperator(const VhdlOperator& n, const VhdlType* expected);
+    VhdlValue EvaluateAttribute(const VhdlAttributeName& n, const VhdlNodeList* args, const VhdlType* expected);
+    VhdlBounds EvaluateAttributeRange(const VhdlAttributeName& n, const VhdlNodeList* args, const VhdlType** type);
+    // The index ranges of an array object or value named by `prefix`, and its type.
+    std::vector<VhdlBounds> ArrayBounds(const VhdlTreeNode* prefix, const VhdlType** type);
+    VhdlValue EvaluateLiteral(const VhdlTreeNode* n, const VhdlType* expected);
+    VhdlValue Convert(const VhdlType* to, VhdlValue v, const VhdlTreeNode* where);
+    VhdlValue Index(const VhdlValue& array, const VhdlNodeList& indexes, const VhdlTreeNode* where);
+    VhdlValue ArrayAggregate(const VhdlAggregate& n, const VhdlType* type);
+    VhdlValue RecordAggregate(const VhdlAggregate& n, const VhdlType* type);
+
+    const VhdlType* TypeOfDeclaration(const VhdlIdDef* id, const VhdlTreeNode* decl);
+    const VhdlType* TypeDefinition(const VhdlIdDef* id, const VhdlTypeDef* def);
+    const VhdlType* ObjectSubtype(const VhdlIdDef* id, const VhdlTreeNode* decl);
+    VhdlSlot* Lookup(const VhdlIdDef* id, const VhdlTreeNode* where);
+    void Resolve(VhdlSlot& slot, const VhdlIdDef* id, VhdlFrame* frame, const VhdlTreeNode* where);
+    VhdlFrame* PackageFrame(const VhdlDesignUnit* unit);
+    VhdlFrame* DeclaringFrame(const VhdlIdDef* id);
+    const VhdlType* StandardType(const char* name);
+    const VhdlType* PhysicalTypeOfUnit(const VhdlIdDef* unit, const VhdlTreeNode* where);
+
+    ElabLimits limits_;
+    std::unique_ptr<Impl> impl_;
+    std::deque<VhdlFrame> stack_;
+    VhdlFrame* current_ = nullptr;
+    bool universalRanges_ = false;
+};
+
+// Frame of a region for the life of a scope.
+class VhdlFrameScope {
+public:
+    VhdlFrameScope(VhdlEvaluator& ev, const VhdlTreeNode* region, VhdlFrame* parent = nullptr)
+        : ev_(ev), frame_(ev.Push(region, parent)) {}
+    ~VhdlFrameScope() { ev_.Pop(); }
+    VhdlFrameScope(const VhdlFrameScope&) = delete;
+    VhdlFrameScope& operator=(const VhdlFrameScope&) = delete;
+    VhdlFrame* Frame() const { return frame_; }
+
+private:
+    VhdlEvaluator& ev_;
+    VhdlFrame* frame_;
+};
+
+} // namespace hdl
