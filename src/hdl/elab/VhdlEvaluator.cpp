@@ -38,10 +38,10 @@ VhdlEvaluator::~VhdlEvaluator() = default;
 
 // ---------------------------------------------------------------- frames
 
-VhdlFrame* VhdlEvaluator::Push(const VhdlTreeNode* region, VhdlFrame* parent) {
+VhdlFrame* VhdlEvaluator::Push(const VhdlTreeNode* region, VhdlFrame* parent, bool root) {
     stack_.emplace_back();
     VhdlFrame& f = stack_.back();
-    f.parent = parent ? parent : current_;
+    f.parent = root ? nullptr : parent ? parent : current_;
     f.caller = current_;
     f.region = region;
     current_ = &f;
@@ -295,6 +295,32 @@ VhdlValue VhdlEvaluator::Evaluate(const VhdlTreeNode* expr, const VhdlType* expe
     }
     case VhdlNull::kClassId: return VhdlValue::NullAccess(expected);
     default: NotStatic(expr, "expression");
+    }
+}
+
+VhdlValue VhdlEvaluator::EvaluateIn(VhdlFrame* frame, const VhdlTreeNode* expr, const VhdlType* expected) {
+    VhdlFrame* saved = current_;
+    current_ = frame;
+    try {
+        VhdlValue v = Evaluate(expr, expected);
+        current_ = saved;
+        return v;
+    } catch (...) {
+        current_ = saved;
+        throw;
+    }
+}
+
+const VhdlType* VhdlEvaluator::EvaluateSubtypeIn(VhdlFrame* frame, const VhdlTreeNode* subtype) {
+    VhdlFrame* saved = current_;
+    current_ = frame;
+    try {
+        const VhdlType* t = EvaluateSubtype(subtype);
+        current_ = saved;
+        return t;
+    } catch (...) {
+        current_ = saved;
+        throw;
     }
 }
 

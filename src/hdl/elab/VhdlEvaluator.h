@@ -72,8 +72,9 @@ public:
 
     const ElabLimits& Limits() const { return limits_; }
 
-    // Frames. A pushed frame's parent is the current one unless given.
-    VhdlFrame* Push(const VhdlTreeNode* region, VhdlFrame* parent = nullptr);
+    // Frames. A pushed frame's parent is the current one unless given; a root frame (a
+    // unit being elaborated) has none.
+    VhdlFrame* Push(const VhdlTreeNode* region, VhdlFrame* parent = nullptr, bool root = false);
     void Pop();
     VhdlFrame* Current() const { return current_; }
     // Enters the declarations of a region into a frame: constants and types pending,
@@ -86,10 +87,16 @@ public:
     // The value of an expression; `expected` (may be null) types literals and
     // aggregates. The result is not checked against `expected`.
     VhdlValue Evaluate(const VhdlTreeNode* expr, const VhdlType* expected = nullptr);
+    // The same in another frame (an actual of a generic map, in the instantiating region).
+    VhdlValue EvaluateIn(VhdlFrame* frame, const VhdlTreeNode* expr, const VhdlType* expected);
+    const VhdlType* EvaluateSubtypeIn(VhdlFrame* frame, const VhdlTreeNode* subtype);
     // The value converted to `type`: untyped literals typed, array bounds taken from a
     // constrained type, scalars checked against the range.
     VhdlValue Conform(VhdlValue value, const VhdlType* type, const VhdlTreeNode* where);
     bool EvaluateCondition(const VhdlTreeNode* expr);
+    // Whether a value is among the choices of a case alternative (values, ranges,
+    // subtypes, others).
+    bool Matches(const VhdlValue& selector, const VhdlNodeList& choices);
     // A subtype indication or type mark.
     const VhdlType* EvaluateSubtype(const VhdlTreeNode* subtype);
     // A discrete or real range: `a to b`, `x'range`, a type mark, `t range a to b`.
@@ -177,8 +184,8 @@ private:
 // Frame of a region for the life of a scope.
 class VhdlFrameScope {
 public:
-    VhdlFrameScope(VhdlEvaluator& ev, const VhdlTreeNode* region, VhdlFrame* parent = nullptr)
-        : ev_(ev), frame_(ev.Push(region, parent)) {}
+    VhdlFrameScope(VhdlEvaluator& ev, const VhdlTreeNode* region, VhdlFrame* parent = nullptr, bool root = false)
+        : ev_(ev), frame_(ev.Push(region, parent, root)) {}
     ~VhdlFrameScope() { ev_.Pop(); }
     VhdlFrameScope(const VhdlFrameScope&) = delete;
     VhdlFrameScope& operator=(const VhdlFrameScope&) = delete;

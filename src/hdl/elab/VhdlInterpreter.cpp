@@ -155,7 +155,7 @@ private:
             VhdlValue selector = ev_.Evaluate(a->expression, nullptr);
             for (VhdlTreeNode* v : a->values) {
                 auto* se = dynamic_cast<VhdlSelectedExpression*>(v);
-                if (se && Matches(selector, se->choices)) {
+                if (se && ev_.Matches(selector, se->choices)) {
                     Assign(a->target, se->value);
                     break;
                 }
@@ -176,7 +176,7 @@ private:
             VhdlValue selector = ev_.Evaluate(c->expression, nullptr);
             for (VhdlTreeNode* a : c->alternatives) {
                 auto* alt = static_cast<VhdlCaseStatementAlternative*>(a);
-                if (Matches(selector, alt->choices)) return Run(alt->statements);
+                if (ev_.Matches(selector, alt->choices)) return Run(alt->statements);
             }
             ev_.Fail(vhdl_msg::kElabNotStatic, s, "no choice of the case statement covers %s", VhdlImage(selector).c_str());
         }
@@ -244,39 +244,6 @@ private:
         VhdlFrame* f = ev_.Current();
         while (f && f->region && f->region->GetClassId() == VhdlLoopStatement::kClassId) f = f->parent;
         return f;
-    }
-
-    bool Matches(const VhdlValue& selector, const VhdlNodeList& choices) {
-        for (VhdlTreeNode* choice : choices) {
-            if (choice->GetClassId() == VhdlOthers::kClassId) return true;
-            if (choice->GetClassId() == VhdlRange::kClassId || choice->GetClassId() == VhdlExplicitSubtypeIndication::kClassId ||
-                (choice->GetClassId() == VhdlAttributeName::kClassId)) {
-                const VhdlType* t = nullptr;
-                bool isRange = choice->GetClassId() != VhdlAttributeName::kClassId;
-                if (!isRange) {
-                    auto* a = static_cast<VhdlAttributeName*>(choice);
-                    std::string d = a->designator ? Lower(a->designator->text) : "";
-                    isRange = d == "range" || d == "reverse_range";
-                }
-                if (isRange) {
-                    VhdlBounds r = ev_.EvaluateRange(choice, &t);
-                    if (r.Contains(selector.i)) return true;
-                    continue;
-                }
-            }
-            if (auto* ref = dynamic_cast<VhdlIdRef*>(choice)) {
-                const VhdlIdDef* id = ref->resolved;
-                if (id && (id->GetClassId() == VhdlTypeId::kClassId || id->GetClassId() == VhdlSubtypeId::kClassId)) {
-                    const VhdlType* t = nullptr;
-                    if (ev_.EvaluateRange(choice, &t).Contains(selector.i)) return true;
-                    continue;
-                }
-            }
-            VhdlValue v = ev_.Evaluate(choice, selector.type);
-            if (selector.type) v = ev_.Conform(v, selector.type->IsArray() ? selector.type->base : selector.type, choice);
-            if (VhdlValueEqual(selector, v)) return true;
-        }
-        return false;
     }
 
     Flow Loop(VhdlLoopStatement& loop) {
@@ -475,6 +442,39 @@ private:
     VhdlEvaluator& ev_;
     const VhdlType* returnType_;
 };
+
+bool VhdlEvaluator::Matches(const VhdlValue& selector, const VhdlNodeList& choices) {
+    for (VhdlTreeNode* choice : choices) {
+        if (choice->GetClassId() == VhdlOthers::kClassId) return true;
+        if (choice->GetClassId() == VhdlRange::kClassId || choice->GetClassId() == VhdlExplicitSubtypeIndication::kClassId ||
+            (choice->GetClassId() == VhdlAttributeName::kClassId)) {
+            const VhdlType* t = nullptr;
+            bool isRange = choice->GetClassId() != VhdlAttributeName::kClassId;
+            if (!isRange) {
+                auto* a = static_cast<VhdlAttributeName*>(choice);
+                std::string d = a->designator ? Lower(a->designator->text) : "";
+                isRange = d == "range" || d == "reverse_range";
+            }
+            if (isRange) {
+                VhdlBounds r = EvaluateRange(choice, &t);
+                if (r.Contains(selector.i)) return true;
+                continue;
+            }
+        }
+        if (auto* ref = dynamic_cast<VhdlIdRef*>(choice)) {
+            const VhdlIdDef* id = ref->resolved;
+            if (id && (id->GetClassId() == VhdlTypeId::kClassId || id->GetClassId() == VhdlSubtypeId::kClassId)) {
+                const VhdlType* t = nullptr;
+                if (EvaluateRange(choice, &t).Contains(selector.i)) return true;
+                continue;
+            }
+        }
+        VhdlValue v = Evaluate(choice, selector.type);
+        if (selector.type) v = Conform(v, selector.type->IsArray() ? selector.type->base : selector.type, choice);
+        if (VhdlValueEqual(selector, v)) return true;
+    }
+    return false;
+}
 
 const VhdlSubprogramBody* VhdlEvaluator::BodyOf(const VhdlIdDef* subprogram) {
     const VhdlSubprogramSpec* spec = VhdlSpecOf(subprogram);

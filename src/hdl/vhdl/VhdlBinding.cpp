@@ -81,7 +81,8 @@ VhdlComponentDecl* VhdlComponentInstantiationStatement::GetComponent() const {
 }
 
 VhdlPrimaryUnit* VhdlComponentInstantiationStatement::GetInstantiatedPrimaryUnit() const {
-    if (GetComponent()) return boundEntity;
+    // An elaborated statement leads to the copy it uses, whatever it names.
+    if (GetComponent() || sourceStatement) return boundEntity;
     if (auto* primary = instantiated ? dynamic_cast<VhdlPrimaryUnit*>(instantiated->declaration) : nullptr)
         return primary;
     return boundEntity;
@@ -111,8 +112,14 @@ std::string_view VhdlComponentInstantiationStatement::GetEntityName() const {
     return VhdlSplitUnitName(aspect->name).unit;
 }
 
+bool VhdlComponentInstantiationStatement::IsUnitNameInactive() const {
+    const VhdlEntityAspect* aspect = InstantiatesComponent() ? AspectOf(binding) : nullptr;
+    return aspect && aspect->entityClass == VHDL_OPEN;
+}
+
 std::string_view VhdlComponentInstantiationStatement::GetArchitectureName() const {
-    if (boundConfiguration) return boundArchitecture && boundArchitecture->id ? boundArchitecture->id->OrigName() : "";
+    if (boundConfiguration || sourceStatement)
+        return boundArchitecture && boundArchitecture->id ? boundArchitecture->id->OrigName() : "";
     if (!InstantiatesComponent()) return VhdlSplitUnitName(unit).architecture;
     const VhdlEntityAspect* aspect = AspectOf(binding);
     return aspect ? VhdlSplitUnitName(aspect->name).architecture : std::string_view();

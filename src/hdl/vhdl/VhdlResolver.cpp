@@ -1200,6 +1200,8 @@ private:
 
 } // namespace
 
+void VhdlDeclaredIds(VhdlTreeNode* decl, std::vector<VhdlIdDef*>& out) { DeclaredIds(decl, out); }
+
 void VhdlResolverForget() { PackageIndexes().clear(); }
 
 void VhdlResolveUnit(VhdlDesignUnit* unit, VhdlLibrary* library) {

@@ -4,6 +4,8 @@
 // message, since VHDL binds late (units may be analysed after their users).
 #pragma once
 
+#include <vector>
+
 #include "hdl/vhdl/VhdlTree.h"
 
 namespace hdl {
@@ -13,6 +15,10 @@ class VhdlLibrary;
 // Resolves the references of `unit`, analysed into `library`. Units it refers to must
 // already be in their libraries.
 void VhdlResolveUnit(VhdlDesignUnit* unit, VhdlLibrary* library);
+
+// The identifiers a declaration makes visible in its region, in order (a type with its
+// enumeration literals and units, each identifier of an object declaration).
+void VhdlDeclaredIds(VhdlTreeNode* decl, std::vector<VhdlIdDef*>& out);
 
 // Drops what resolution keeps about analysed trees; called when the trees are freed.
 void VhdlResolverForget();

@@ -703,8 +703,13 @@ public:
     // The statements a block or generate statement holds; for an if or case generate
     // of 2008 its alternatives (generate statements without label). Null for others.
     const VhdlNodeList* GetInnerStatements() const;
+    // Of a statement that elaboration made (an instance bound to a copy, the block of a
+    // generate iteration): the statement of the source it was made from; null for the
+    // statements of the source.
+    VhdlStatement* GetSourceStatement() const { return sourceStatement; }
     VhdlIdDef* label = nullptr;
     bool postponed = false;
+    VhdlStatement* sourceStatement = nullptr;
 };
 
 class VhdlDelayMechanism : public VhdlTreeNode {
@@ -816,6 +821,9 @@ class VhdlComponentInstantiationStatement : public VhdlStatement {
     VhdlConfigurationDecl* GetBoundConfiguration() const { return boundConfiguration; }
     // The binding indication of the configuration specification that applies, if any.
     VhdlBindingIndication* GetBindingIndication() const { return binding; }
+    // The instance is bound `use open` by a configuration specification: it instantiates
+    // nothing.
+    bool IsUnitNameInactive() const;
     // The names that the statement, or the configuration specification binding it, gives
     // for its target as written; empty where none is given (default binding).
     std::string_view GetLibraryName() const;
@@ -1164,10 +1172,15 @@ public:
     // Adds or replaces; returns the unit replaced, if any.
     VhdlSecondaryUnit* AddSecondaryUnit(VhdlSecondaryUnit* unit);
 
+    // Of a copy that elaboration made for generic values or a configuration: the name
+    // of the original unit; empty for a unit of the source.
+    std::string_view GetOriginalUnitName() const { return originalName; }
+
     // Owned by the library that keeps the unit (so that the node stays trivially
     // destructible); set when the unit is stored.
     std::vector<VhdlSecondaryUnit*>* secondaryUnits = nullptr;
     VhdlSecondaryUnit* lastArchitecture = nullptr;
+    std::string_view originalName;
 };
 
 class VhdlEntityDecl : public VhdlPrimaryUnit {
@@ -1230,9 +1243,16 @@ class VhdlArchitectureBody : public VhdlSecondaryUnit {
     VhdlName* GetEntityName() const { return entityName; }
     const VhdlNodeList& GetDeclPart() const { return declarations; }
     const VhdlNodeList& GetStatementPart() const { return statements; }
+    // Static elaboration processed the architecture (of the original entity, or of a
+    // copy): its elaborated statements are the instances and blocks it holds for that
+    // set of generics, generates unrolled. The statements of the source stay as parsed.
+    bool IsElaborated() const { return elaborated; }
+    const VhdlNodeList& GetElaboratedStatements() const { return elaboratedStatements; }
     VhdlName* entityName = nullptr;
     VhdlNodeList declarations;
     VhdlNodeList statements;
+    VhdlNodeList elaboratedStatements;
+    bool elaborated = false;
 };
 
 class VhdlPackageBody : public VhdlSecondaryUnit {

@@ -39,6 +39,13 @@ public:
     T* begin() const { return data_; }
     T* end() const { return data_ + size_; }
     T& operator[](uint32_t i) { return data_[i]; }
+    // Drops the null slots that overwriting left, keeping the order of the rest.
+    void RemoveNulls() {
+        uint32_t kept = 0;
+        for (uint32_t i = 0; i < size_; ++i)
+            if (data_[i]) data_[kept++] = data_[i];
+        size_ = kept;
+    }
 
 private:
     T* data_ = nullptr;

@@ -1,0 +1,41 @@
+// The joint between the languages: when an instance names a unit that its own
+// language cannot find, the elaborator asks this hook, which the other language's
+// elaborator answers (a VHDL component bound to a Verilog module, a Verilog instance
+// of a VHDL entity). Values cross as language-neutral parameter values.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hdl/elab/ElabDesign.h"
+
+namespace hdl {
+
+struct ElabParamValue {
+    enum Kind : uint8_t { Integer, Real, Boolean, String, Bits, Time, Other };
+    Kind kind = Other;
+    int64_t integer = 0; // Integer, Boolean (0, 1), Time (femtoseconds)
+    double real = 0;
+    std::string text;    // String: the characters; Bits: '0', '1', 'x', 'z' most significant first; Other: an image
+};
+
+struct ElabParam {
+    std::string name; // the formal, empty when associated by position
+    ElabParamValue value;
+};
+
+struct ElabUnitRequest {
+    std::string library;      // as written at the instance, may be empty
+    std::string name;         // as instantiated
+    std::string architecture; // VHDL only, may be empty
+    std::vector<ElabParam> params;
+};
+
+// Answers with the unit that the request elaborates to, or 0 when the other language
+// has no such unit either.
+using ElabUnitLookup = std::function<ElabUnitId(ElabDesign&, const ElabUnitRequest&)>;
+
+} // namespace hdl
