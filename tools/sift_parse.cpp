@@ -1,26 +1,37 @@
 // sift-parse: analyses HDL files with the front-end and prints what it found.
 //   sift-parse [--lang v95|v2k|sv|vhdl93|vhdl08|vhdl19] [--lib NAME] [-I DIR]...
-//              [-D NAME[=VALUE]]... [--units] [--tree] FILE...
-// --lang and --lib apply to the files after them. Exit status 0 unless it could not run.
+//              [-D NAME[=VALUE]]... [--units] [--tree]
+//              [--hier [--top NAME]... [-G NAME=VALUE]...] FILE...
+// --lang and --lib apply to the files after them. --hier elaborates the tops (by
+// default the units nothing instantiates) with the generic values of -G and prints one
+// line per instance: PATH, MODULE, COPY and, for VHDL, ARCH, separated by tabs; the
+// messages then go to standard error. Exit status 0 unless it could not run.
+#include <algorithm>
 #include <cctype>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "hdl/base/Message.h"
+#include "hdl/elab/ElabHierPrinter.h"
+#include "hdl/elab/VhdlElaborator.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/sv/VeriPrettyPrinter.h"
 #include "hdl/vhdl/VhdlClassIds.h"
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "hdl/vhdl/VhdlPrettyPrinter.h"
 #include "hdl/vhdl/VhdlTree.h"
+#include "std_libraries.h"
 
 namespace {
 
 std::string currentFile;
+// With --hier the listing owns standard output.
+FILE* messageStream = stdout;
 
 void printMessage(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* loc, const char* format,
                   va_list args) {
@@ -28,8 +39,8 @@ void printMessage(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* 
     vsnprintf(text, sizeof text, format, args);
     const char* file = loc ? hdl::LineFile::GetFileNameFromId(loc->fileId) : nullptr;
     const char* kind = type == hdl::MSG_ERROR ? "error" : type == hdl::MSG_WARNING ? "warning" : "info";
-    std::printf("%s:%u:%u: %s: %s: %s\n", file ? file : currentFile.c_str(), loc ? loc->leftLine : 0,
-                loc ? loc->leftCol : 0, kind, id, text);
+    std::fprintf(messageStream, "%s:%u:%u: %s: %s: %s\n", file ? file : currentFile.c_str(), loc ? loc->leftLine : 0,
+                 loc ? loc->leftCol : 0, kind, id, text);
 }
 
 struct Language {
@@ -80,8 +91,24 @@ void printVhdlUnit(const hdl::VhdlLibrary& library, const hdl::VhdlDesignUnit& u
 
 int usage() {
     std::fprintf(stderr, "usage: sift-parse [--lang v95|v2k|sv|vhdl93|vhdl08|vhdl19] [--lib NAME] [-I DIR]... "
-                         "[-D NAME[=VALUE]]... [--units] [--tree] FILE...\n");
+                         "[-D NAME[=VALUE]]... [--units] [--tree] [--hier [--top NAME]... [-G NAME=VALUE]...] FILE...\n");
     return 2;
+}
+
+bool isVhdl(unsigned lang) { return lang >= 8 && lang <= 13; }
+
+// Elaborates the tops and prints the hierarchy. A named top that no VHDL library holds
+// is reported by the elaborator.
+void printHierarchy(const std::vector<std::string>& topNames, const hdl::ElabGenericMap& generics) {
+    hdl::vhdl_file::ResolveAll();
+    std::vector<hdl::ElabTopRequest> tops;
+    for (const std::string& name : topNames) tops.push_back({name, "", ""});
+    if (tops.empty()) tops = hdl::VhdlFindTops();
+    hdl::ElabDesign design;
+    hdl::VhdlElaborate(design, tops, generics);
+    std::ostringstream out;
+    hdl::ElabPrintHier(design, out);
+    std::fwrite(out.str().data(), 1, out.str().size(), stdout);
 }
 
 } // namespace
@@ -92,6 +119,9 @@ int main(int argc, char** argv) {
     std::string lib = "work";
     bool units = false;
     bool tree = false;
+    bool hier = false;
+    std::vector<std::string> tops;
+    hdl::ElabGenericMap generics;
     std::vector<std::pair<std::string, std::pair<unsigned, std::string>>> files;
     for (int i = 1; i < argc; ++i) {
         std::string a = argv[i];
@@ -119,6 +149,17 @@ int main(int argc, char** argv) {
             const char* v = a.size() > 2 ? argv[i] + 2 : value();
             if (!v) return usage();
             hdl::veri_file::DefineMacro(v);
+        } else if (a == "--hier") {
+            hier = true;
+        } else if (a == "--top") {
+            const char* v = value();
+            if (!v) return usage();
+            tops.push_back(v);
+        } else if (a == "-G" || a.rfind("-G", 0) == 0) {
+            const char* v = a.size() > 2 ? argv[i] + 2 : value();
+            const char* eq = v ? std::strchr(v, '=') : nullptr;
+            if (!eq || eq == v) return usage();
+            generics.push_back({std::string(v, eq), std::string(eq + 1)});
         } else if (a == "--units") {
             units = true;
         } else if (a == "--tree") {
@@ -130,7 +171,20 @@ int main(int argc, char** argv) {
         }
     }
     if (files.empty()) return usage();
+    if (hier) {
+        messageStream = stderr;
+        // The standard libraries of the highest VHDL edition among the files.
+        unsigned vhdlMode = 0;
+        for (const auto& f : files)
+            if (isVhdl(f.second.first)) vhdlMode = std::max(vhdlMode, f.second.first);
+        if (vhdlMode && !sift_tools::AnalyzeVhdlStandardLibraries(sift_tools::DataDirectory(), vhdlMode))
+            std::fprintf(stderr, "sift-parse: no VHDL standard libraries under %s\n", sift_tools::DataDirectory().c_str());
+    }
     for (const auto& f : files) analyze(f.first, f.second.first, f.second.second);
+    if (hier) {
+        printHierarchy(tops, generics);
+        return 0;
+    }
     for (hdl::VeriLibrary* library : hdl::veri_file::AllLibraries()) {
         for (hdl::VeriModule* m : library->AllModules()) {
             if (units) {

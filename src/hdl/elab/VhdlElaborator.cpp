@@ -635,6 +635,16 @@ struct VhdlElaborator::Impl {
                 }
                 target = foreign(design, request);
             }
+            if (!target && !inst.InstantiatesComponent()) {
+                // An entity or configuration instantiation names its unit: it must exist.
+                VhdlUnitNameParts parts = VhdlSplitUnitName(inst.unit);
+                ev.Fail(vhdl_msg::kElabConfiguration, &inst, "%s '%s' is not analysed in library '%s'",
+                        inst.unit && dynamic_cast<VhdlInstantiatedUnit*>(inst.unit) &&
+                                static_cast<VhdlInstantiatedUnit*>(inst.unit)->entityClass == VHDL_CONFIGURATION
+                            ? "configuration"
+                            : "entity",
+                        std::string(parts.unit).c_str(), parts.library.empty() ? r.library.c_str() : std::string(parts.library).c_str());
+            }
             if (!target) {
                 target = design.Unbound(r.library, Lower(name));
                 if (!inst.IsUnitNameInactive() && warnedUnbound.insert(&inst).second) {
