@@ -31,6 +31,19 @@ struct VhdlEvaluator::Impl {
 
 namespace vhdl_eval {
 
+// The formals of a subprogram in order, one per identifier.
+struct Formal {
+    const VhdlIdDef* id;
+    const VhdlInterfaceDecl* decl;
+};
+std::vector<Formal> FormalsOf(const VhdlSubprogramSpec& spec);
+// The actual for each formal (null where none is given) and its place among the
+// actuals (-1). False when the actuals do not fit the formals.
+bool Associate(const std::vector<Formal>& formals, const VhdlNodeList& actuals, std::vector<const VhdlTreeNode*>& nodes,
+               std::vector<int>& places);
+// How well a value fits a parameter of `type`: 0 not at all, 1 by its class, 2 by type.
+int Fits(const VhdlValue& v, const VhdlType* type);
+
 // The identifier a name denotes, as resolution left it.
 const VhdlIdDef* IdOf(const VhdlTreeNode* name);
 // The simple name a name ends in.

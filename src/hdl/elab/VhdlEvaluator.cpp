@@ -495,8 +495,11 @@ VhdlValue VhdlEvaluator::EvaluateIndexed(const VhdlIndexedName& n, const VhdlTyp
         // Standard package functions are native and tell their overloads apart themselves.
         std::string package = PackageOf(prefixId);
         bool standard = package.rfind("ieee.", 0) == 0 || package.rfind("std.", 0) == 0;
-        if (ref && ref->IsAmbiguous() && !(standard && HasNative(package, Lower(prefixId->Name()))))
-            prefixId = ChooseOverload(prefixId, n.assocList, &n);
+        if (ref && ref->IsAmbiguous() && !(standard && HasNative(package, Lower(prefixId->Name())))) {
+            std::vector<VhdlValue> values;
+            prefixId = ChooseOverload(prefixId, n.assocList, &n, values);
+            return Call(prefixId, n.assocList, &n, expected, &values);
+        }
         return Call(prefixId, n.assocList, &n, expected);
     }
     if (IsTypeId(prefixId)) {
@@ -540,7 +543,7 @@ VhdlValue VhdlEvaluator::Index(const VhdlValue& array, const VhdlNodeList& index
                 Fail(vhdl_msg::kElabIndex, where, "slice of '%s' is outside its range", Text(where).c_str());
             elements.assign(all.begin() + from, all.begin() + from + count);
         }
-        return VhdlValue::MakeArray(type, {slice}, std::move(elements));
+        return VhdlValue::MakeArray(type ? ConstrainedArray(type, slice) : nullptr, {slice}, std::move(elements));
     }
     size_t dims = bounds.size();
     if (indexes.Size() != dims) NotStatic(where, "indexed name");

@@ -135,12 +135,23 @@ public:
 
     // Subprograms: the body of a subprogram identifier, and calls.
     const VhdlSubprogramBody* BodyOf(const VhdlIdDef* subprogram);
+    // `preset` holds actuals already evaluated, by their place among `actuals` (or, with
+    // no `actuals`, by position); the others are evaluated here.
     VhdlValue Call(const VhdlIdDef* subprogram, const VhdlNodeList& actuals, const VhdlTreeNode* where,
-                   const VhdlType* expected);
+                   const VhdlType* expected, const std::vector<VhdlValue>* preset = nullptr);
+    // An operator that a package declares for the operands' types ("+" of a physical type
+    // of the design); false when none takes them.
+    bool CallUserOperator(unsigned op, const VhdlValue* left, const VhdlValue& right, const VhdlTreeNode* where,
+                          VhdlValue& result);
 
     // Among the subprograms of the name of `first` that resolution could not tell apart
     // by their number of parameters, the one whose parameter types take the actuals.
-    const VhdlIdDef* ChooseOverload(const VhdlIdDef* first, const VhdlNodeList& actuals, const VhdlTreeNode* where);
+    // The actuals are evaluated once, into `values`, for Call to take.
+    const VhdlIdDef* ChooseOverload(const VhdlIdDef* first, const VhdlNodeList& actuals, const VhdlTreeNode* where,
+                                    std::vector<VhdlValue>& values);
+    // The subprograms of a name visible where evaluation stands: the declarations of the
+    // regions of the current frames and what their use clauses make visible.
+    std::vector<const VhdlIdDef*> VisibleSubprograms(std::string_view name);
 
     // A message of the design (an assertion or report) while evaluating.
     void Report(const VhdlTreeNode* where, const VhdlValue& message, int64_t severity);

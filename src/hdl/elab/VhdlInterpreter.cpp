@@ -17,45 +17,6 @@ using namespace vhdl_eval;
 
 namespace {
 
-// The formals of a subprogram in order, one per identifier.
-struct Formal {
-    const VhdlIdDef* id;
-    const VhdlInterfaceDecl* decl;
-};
-
-std::vector<Formal> FormalsOf(const VhdlSubprogramSpec& spec) {
-    std::vector<Formal> out;
-    for (VhdlTreeNode* p : spec.params) {
-        auto* decl = dynamic_cast<const VhdlInterfaceDecl*>(p);
-        if (!decl) continue;
-        for (VhdlIdDef* id : decl->ids) out.push_back({id, decl});
-    }
-    return out;
-}
-
-// The actual for each formal, null where none is given. False when the actuals do not
-// fit the formals.
-bool Associate(const std::vector<Formal>& formals, const VhdlNodeList& actuals, std::vector<const VhdlTreeNode*>& out) {
-    out.assign(formals.size(), nullptr);
-    size_t position = 0;
-    for (VhdlTreeNode* a : actuals) {
-        auto* assoc = dynamic_cast<const VhdlAssocElement*>(a);
-        const VhdlTreeNode* actual = assoc ? assoc->actual : a;
-        if (actual && actual->GetClassId() == VhdlOpen::kClassId) actual = nullptr;
-        if (assoc && assoc->formal) {
-            std::string_view name = SimpleName(assoc->formal);
-            size_t i = 0;
-            while (i < formals.size() && !SameName(formals[i].id->Name(), name)) ++i;
-            if (i == formals.size()) return false;
-            out[i] = actual;
-        } else {
-            if (position >= formals.size()) return false;
-            out[position++] = actual;
-        }
-    }
-    return true;
-}
-
 bool IsStandardPackage(const std::string& package) {
     return package.rfind("ieee.", 0) == 0 || package.rfind("std.", 0) == 0;
 }
@@ -489,125 +450,6 @@ const VhdlSubprogramBody* VhdlEvaluator::BodyOf(const VhdlIdDef* subprogram) {
     return nullptr;
 }
 
-namespace {
-
-// The declarations of the region that declares a subprogram, where its overloads are.
-void RegionDeclarations(const VhdlTreeNode* region, std::vector<const VhdlNodeList*>& out) {
-    if (!region) return;
-    switch (region->GetClassId()) {
-    case VhdlPackageDecl::kClassId: {
-        auto* p = static_cast<const VhdlPackageDecl*>(region);
-        out.push_back(&p->declarations);
-        if (auto* body = dynamic_cast<const VhdlPackageBody*>(p->GetSecondaryUnit(nullptr))) out.push_back(&body->declarations);
-        break;
-    }
-    case VhdlEntityDecl::kClassId: out.push_back(&static_cast<const VhdlEntityDecl*>(region)->declarations); break;
-    case VhdlArchitectureBody::kClassId: out.push_back(&static_cast<const VhdlArchitectureBody*>(region)->declarations); break;
-    case VhdlBlockStatement::kClassId: out.push_back(&static_cast<const VhdlBlockStatement*>(region)->declarations); break;
-    case VhdlGenerateStatement::kClassId: out.push_back(&static_cast<const VhdlGenerateStatement*>(region)->declarations); break;
-    case VhdlSubprogramBody::kClassId: out.push_back(&static_cast<const VhdlSubprogramBody*>(region)->declarations); break;
-    case VhdlProcessStatement::kClassId: out.push_back(&static_cast<const VhdlProcessStatement*>(region)->declarations); break;
-    default: break;
-    }
-}
-
-// Whether a value can be an actual of a parameter of `type`.
-int Fits(const VhdlValue& v, const VhdlType* type) {
-    if (!type) return 1;
-    switch (v.kind) {
-    case VhdlValue::Int:
-        if (type->kind != VhdlTypeKind::Integer) return 0;
-        return v.type && v.type->base == type->base ? 2 : 1;
-    case VhdlValue::Real: return type->kind == VhdlTypeKind::Real ? 2 : 0;
-    case VhdlValue::Phys:
-    case VhdlValue::Enum:
-    case VhdlValue::Record:
-        if (v.type && v.type->base == type->base) return 2;
-        if (v.kind == VhdlValue::Enum && type->kind == VhdlTypeKind::Enumeration && v.type &&
-            type->LiteralPosition(v.type->base->literals[size_t(v.i)]) >= 0)
-            return 1;
-        return 0;
-    case VhdlValue::Char: {
-        char text[4] = {'\'', char(v.i), '\'', 0};
-        return type->kind == VhdlTypeKind::Enumeration && type->LiteralPosition(text) >= 0 ? 1 : 0;
-    }
-    case VhdlValue::Array:
-        if (!type->IsArray()) return 0;
-        if (v.type) return v.type->base == type->base ? 2 : 0;
-        for (const VhdlValue& e : v.Elements())
-            if (!Fits(e, type->element)) return 0;
-        return 1;
-    default: return 1;
-    }
-}
-
-} // namespace
-
-const VhdlIdDef* VhdlEvaluator::ChooseOverload(const VhdlIdDef* first, const VhdlNodeList& actuals, const VhdlTreeNode* where) {
-    std::vector<const VhdlNodeList*> regions;
-    const VhdlDesignUnit* unit = first->owningUnit;
-    if (auto* body = dynamic_cast<const VhdlPackageBody*>(unit)) {
-        if (body->library && body->id) unit = body->library->GetPrimUnit(std::string(body->id->Name()).c_str());
-    }
-    if (dynamic_cast<const VhdlPackageDecl*>(unit)) RegionDeclarations(unit, regions);
-    for (VhdlFrame* f = current_; f; f = f->parent) RegionDeclarations(f->region, regions);
-    std::vector<const VhdlIdDef*> candidates;
-    for (const VhdlNodeList* decls : regions) {
-        for (VhdlTreeNode* d : *decls) {
-            const VhdlSubprogramSpec* spec = nullptr;
-            if (auto* sd = dynamic_cast<const VhdlSubprogramDecl*>(d)) spec = sd->spec;
-            else if (auto* sb = dynamic_cast<const VhdlSubprogramBody*>(d)) spec = sb->spec;
-            if (!spec || !spec->id || !SameName(spec->id->Name(), first->Name())) continue;
-            bool known = false;
-            for (const VhdlIdDef* c : candidates) known = known || VhdlSameProfile(c, spec->id);
-            if (!known) candidates.push_back(spec->id);
-        }
-    }
-    if (candidates.size() < 2) return first;
-    std::vector<VhdlValue> values;
-    for (VhdlTreeNode* a : actuals) {
-        auto* assoc = dynamic_cast<const VhdlAssocElement*>(a);
-        values.push_back(Evaluate(assoc ? assoc->actual : a, nullptr));
-    }
-    const VhdlIdDef* best = nullptr;
-    int bestScore = -1;
-    for (const VhdlIdDef* c : candidates) {
-        const VhdlSubprogramSpec* spec = VhdlSpecOf(c);
-        std::vector<Formal> formals = FormalsOf(*spec);
-        std::vector<const VhdlTreeNode*> nodes;
-        if (!Associate(formals, actuals, nodes)) continue;
-        VhdlFrame* saved = current_;
-        if (VhdlFrame* declaring = DeclaringFrame(c)) current_ = declaring;
-        int score = 0;
-        try {
-            for (size_t i = 0; i < formals.size() && score >= 0; ++i) {
-                if (!nodes[i]) {
-                    if (!formals[i].decl->init) score = -1;
-                    continue;
-                }
-                // The value of this actual: the one evaluated in the order of the actuals.
-                size_t index = 0;
-                for (VhdlTreeNode* a : actuals) {
-                    auto* assoc = dynamic_cast<const VhdlAssocElement*>(a);
-                    if ((assoc ? assoc->actual : a) == nodes[i]) break;
-                    ++index;
-                }
-                int fit = Fits(values[index], EvaluateSubtype(formals[i].decl->subtype));
-                score = fit ? score + fit : -1;
-            }
-        } catch (const VhdlEvalError&) {
-            score = -1;
-        }
-        current_ = saved;
-        if (score > bestScore) {
-            bestScore = score;
-            best = c;
-        }
-    }
-    if (!best) Fail(vhdl_msg::kElabNotStatic, where, "no subprogram '%s' takes these actuals", std::string(first->OrigName()).c_str());
-    return best;
-}
-
 void VhdlEvaluator::Report(const VhdlTreeNode* where, const VhdlValue& message, int64_t severity) {
     static const char* kNames[] = {"note", "warning", "error", "failure"};
     std::string text = message.kind == VhdlValue::Array ? StringOf(message) : VhdlImage(message);
@@ -621,14 +463,30 @@ void VhdlEvaluator::Report(const VhdlTreeNode* where, const VhdlValue& message, 
 }
 
 VhdlValue VhdlEvaluator::Call(const VhdlIdDef* subprogram, const VhdlNodeList& actuals, const VhdlTreeNode* where,
-                              const VhdlType* expected) {
+                              const VhdlType* expected, const std::vector<VhdlValue>* preset) {
     Step(where);
     const VhdlSubprogramSpec* spec = VhdlSpecOf(subprogram);
     if (!spec || !spec->id) NotStatic(where, "call");
     std::vector<Formal> formals = FormalsOf(*spec);
+    // Per formal: the actual's node and its place among the actuals (-1: none).
     std::vector<const VhdlTreeNode*> nodes;
-    if (!Associate(formals, actuals, nodes))
+    std::vector<int> places;
+    if (actuals.Empty() && preset) {
+        nodes.assign(formals.size(), nullptr);
+        places.assign(formals.size(), -1);
+        if (preset->size() > formals.size())
+            Fail(vhdl_msg::kElabNotStatic, where, "the actuals of '%s' do not match its parameters", Text(where).c_str());
+        for (size_t i = 0; i < preset->size(); ++i) places[i] = int(i);
+    } else if (!Associate(formals, actuals, nodes, places)) {
         Fail(vhdl_msg::kElabNotStatic, where, "the actuals of '%s' do not match its parameters", Text(where).c_str());
+    }
+    // An actual already evaluated (to choose among overloads) is not evaluated again.
+    auto actualValue = [&](size_t i, const VhdlType* type) {
+        if (preset && places[i] >= 0 && size_t(places[i]) < preset->size() && !(*preset)[size_t(places[i])].IsNone())
+            return (*preset)[size_t(places[i])];
+        return Evaluate(nodes[i], type);
+    };
+    auto given = [&](size_t i) { return nodes[i] || (preset && places[i] >= 0); };
     std::string package = PackageOf(spec->id);
     std::string name = Lower(spec->id->Name());
     bool isFunction = spec->GetClassId() == VhdlFunctionSpec::kClassId;
@@ -651,7 +509,7 @@ VhdlValue VhdlEvaluator::Call(const VhdlIdDef* subprogram, const VhdlNodeList& a
     if (IsStandardPackage(package) && HasNative(package, name)) {
         std::vector<VhdlValue> args(nodes.size());
         for (size_t i = 0; i < nodes.size(); ++i)
-            if (nodes[i]) args[i] = Evaluate(nodes[i], nullptr);
+            if (given(i)) args[i] = actualValue(i, nullptr);
         VhdlValue result;
         CallNative(*this, package, name, args, returnType, where, result);
         return result;
@@ -693,9 +551,9 @@ VhdlValue VhdlEvaluator::Call(const VhdlIdDef* subprogram, const VhdlNodeList& a
         }
         current_ = saved;
         unsigned mode = formals[i].decl->mode;
-        if (nodes[i]) {
+        if (given(i)) {
             if (mode == VHDL_OUT) continue;
-            values[i] = Conform(Evaluate(nodes[i], types[i]), types[i], nodes[i]);
+            values[i] = Conform(actualValue(i, types[i]), types[i], nodes[i] ? nodes[i] : where);
         } else if (formals[i].decl->init) {
             current_ = parent;
             try {

@@ -187,7 +187,8 @@ bool NumericOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlValue& b,
     bool va = IsNumericVector(a), vb = IsNumericVector(b);
     if (!va && !vb) return false;
     if ((!va && a.kind != VhdlValue::Int) || (!vb && b.kind != VhdlValue::Int)) return false;
-    const VhdlType* type = va ? a.type : b.type;
+    // Results have widths of their own: the unconstrained type.
+    const VhdlType* type = (va ? a.type : b.type)->base;
     bool isSigned = IsSignedVector(type) || (va && vb && IsSignedVector(b.type));
     size_t la = va ? a.Elements().size() : 0, lb = vb ? b.Elements().size() : 0;
     size_t width = std::max(la, lb);
@@ -326,6 +327,8 @@ VhdlValue RealOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlValue& 
 
 VhdlValue PhysicalOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlValue& b, const VhdlTreeNode* where) {
     bool pa = a.kind == VhdlValue::Phys, pb = b.kind == VhdlValue::Phys;
+    // Two physical operands of different types meet only in an operator of a package.
+    if (pa && pb && a.type && b.type && a.type->base != b.type->base) return VhdlValue();
     const VhdlType* t = pa ? a.type->base : b.type->base;
     int64_t r = 0;
     if (op == VHDL_PLUS || op == VHDL_MINUS) {
@@ -497,6 +500,8 @@ VhdlValue ApplyOperator(VhdlEvaluator& ev, unsigned op, const VhdlValue* left, c
             }
             break;
         }
+        VhdlValue user;
+        if (ev.CallUserOperator(op, nullptr, v, where, user)) return user;
         ev.Fail(vhdl_msg::kElabNotStatic, where, "operator '%s' does not apply to %s", VhdlTokenText(op),
                 VhdlImage(v).c_str());
     }
@@ -587,6 +592,7 @@ VhdlValue ApplyOperator(VhdlEvaluator& ev, unsigned op, const VhdlValue* left, c
         r = IntegerOp(ev, op, a, b, where);
         if (!r.IsNone()) return r;
     }
+    if (ev.CallUserOperator(op, &a, b, where, r)) return r;
     ev.Fail(vhdl_msg::kElabNotStatic, where, "operator '%s' does not apply to %s and %s", VhdlTokenText(op),
             VhdlImage(a).c_str(), VhdlImage(b).c_str());
 }
@@ -619,7 +625,8 @@ VhdlValue VhdlEvaluator::EvaluateOperator(const VhdlOperator& n, const VhdlType*
     else if (op == VHDL_AMP) rightHint = leftTyped && left.kind == VhdlValue::Array ? left.type : leftHint;
     else if (leftTyped && (left.kind != VhdlValue::Array || relational || op == VHDL_AND || op == VHDL_OR ||
                            op == VHDL_XOR || op == VHDL_NAND || op == VHDL_NOR || op == VHDL_XNOR))
-        rightHint = left.type;
+        // An array operand of another length is no mistake here ("abc" = "ab").
+        rightHint = left.kind == VhdlValue::Array ? left.type->base : left.type;
     else if (!relational) rightHint = expected;
     VhdlValue right = Evaluate(n.right, rightHint);
     if (op == VHDL_AMP && !leftTyped && right.type && right.kind == VhdlValue::Array && left.kind != VhdlValue::Int)

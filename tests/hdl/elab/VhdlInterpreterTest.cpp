@@ -269,5 +269,63 @@ end;
     EXPECT_EQ(Value(d + "constant c : positive := depth_of(100, 8);", "c", b), "13");
 }
 
+TEST_F(VhdlInterpreterTest, OperatorsThatPackagesDeclareForTheirTypes) {
+    std::string d = R"(
+type freq is range 0 to integer'high units hz; khz = 1000 hz; mhz = 1000 khz; end units;
+function "*"(t : time; f : freq) return real;
+function "/"(x : real; f : freq) return time;
+function cycles(t : time; f : freq) return natural;
+)";
+    std::string b = R"(
+function "*"(t : time; f : freq) return real is
+begin
+  return real(t / 1 ps) * real(f / 1 hz) / 1.0e12;
+end;
+function "/"(x : real; f : freq) return time is begin return (x / real(f / 1 hz)) * 1 sec; end;
+function cycles(t : time; f : freq) return natural is begin return natural(t * f); end;
+)";
+    EXPECT_EQ(Value(d + "constant c : natural := cycles(1 us, 100 mhz);", "c", b), "100");
+    EXPECT_EQ(Value(d + "constant c : time := 1.0 / 250 mhz;", "c", b), "4000000 fs");
+    // An operator that neither the language nor a package declares for the types.
+    EXPECT_EQ(Value(d + "constant c : real := 1 us / 100 mhz;", "c", b).substr(0, 16), "error VHDL-1600:");
+}
+
+TEST_F(VhdlInterpreterTest, OverloadsFromSeveralPackagesChosenByType) {
+    std::string first = test::UniquePackageName();
+    std::string other = "package " + first + " is\n"
+                        "  function ite(c : boolean; a, b : integer) return integer;\n"
+                        "  function ite(c : boolean; a, b : string) return string;\n"
+                        "end package;\n"
+                        "package body " + first + " is\n"
+                        "  function ite(c : boolean; a, b : integer) return integer is begin if c then return a; end if; return b; end;\n"
+                        "  function ite(c : boolean; a, b : string) return string is begin if c then return a; end if; return b; end;\n"
+                        "end package body;\n";
+    ASSERT_EQ(test::AnalyzeVhdl(other), "");
+    // The test package adds an ite of its own for times; its body uses all three.
+    std::string d = "function pick(n : natural) return string;";
+    std::string b = "function ite(c : boolean; a, b : time) return time is begin if c then return a; end if; return b; end;\n"
+                    "function pick(n : natural) return string is begin\n"
+                    "  if ite(n > 2, 5 ns, 1 ns) > 2 ns then return ite(n > 3, \"four\", \"three\") & integer'image(ite(true, n, 0)); end if;\n"
+                    "  return \"small\";\n"
+                    "end;";
+    std::string text = "use work." + first + ".all;\n" + d;
+    EXPECT_EQ(Value(text + "constant c : string := pick(3);", "c", b), "\"three3\"");
+    EXPECT_EQ(Value(text + "constant c : string := pick(1);", "c", b), "\"small\"");
+}
+
+TEST_F(VhdlInterpreterTest, SlicesKeepTheirOwnLength) {
+    std::string d = "function board(s : string) return natural;";
+    std::string b = R"(
+function board(s : string) return natural is
+  constant dev : string(1 to 32) := s & (s'length + 1 to 32 => NUL);
+begin
+  if dev(1 to 7) = "GENERIC" then return 1; end if;
+  if dev(1 to 5) = "iCE40" then return 2; end if;
+  return 0;
+end;
+)";
+    EXPECT_EQ(Value(d + "constant c : natural := board(\"iCE40HX1K\") * 10 + board(\"GENERIC\");", "c", b), "21");
+}
+
 } // namespace
 } // namespace hdl
