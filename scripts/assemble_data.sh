@@ -39,6 +39,7 @@ place ieee/distributable/numeric_bit.vhd \
     "$ghdl/ieee/v93/numeric_bit.vhdl" "$ghdl/ieee/v93/numeric_bit-body.vhdl"
 # Only the declarations: the scanner needs names, not the bodies' arithmetic.
 place ieee/dummy/math_real.vhd "$ghdl/ieee/math_real.vhdl"
+place ieee/dummy/math_complex.vhd "$ghdl/ieee/math_complex.vhdl"
 for pkg in std_logic_arith std_logic_unsigned std_logic_signed std_logic_textio; do
     place synopsys/compileToIeee/$pkg.vhd "$ghdl/synopsys/$pkg.vhdl"
 done
@@ -52,7 +53,10 @@ place std_2008/env.vhd "$ghdl/std/env.vhdl" "$ghdl/std/env-body.vhdl"
 for f in std_logic_1164 std_logic_1164-body numeric_std numeric_std-body \
          numeric_std_unsigned numeric_std_unsigned-body numeric_bit numeric_bit-body \
          numeric_bit_unsigned numeric_bit_unsigned-body std_logic_textio \
-         math_real math_real-body; do
+         math_real math_real-body math_complex math_complex-body \
+         fixed_float_types fixed_generic_pkg fixed_generic_pkg-body fixed_pkg \
+         float_generic_pkg float_generic_pkg-body float_pkg \
+         ieee_std_context ieee_bit_context; do
     place ieee_2008/$f.vhdl "$ghdl/ieee2008/$f.vhdl"
 done
 for pkg in std_logic_arith std_logic_unsigned std_logic_signed; do

@@ -8,7 +8,7 @@ packages=(
   tcl8.6-dev
   libboost-dev libboost-serialization-dev libboost-iostreams-dev libboost-filesystem-dev
   libboost-regex-dev
-  libssl-dev
+  libssl-dev openssl
   libgtest-dev googletest
   ghdl-common
 )

@@ -1,11 +1,13 @@
 #include "runtime/LoomEnvelope1735.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
+#include <unordered_map>
 #include <unistd.h>
 
 namespace {
@@ -14,17 +16,27 @@ void (*gLateDiag)(const LoomEnvelope1735::EnvelopeDiag&) = nullptr;
 
 long findTickProtect(std::string_view text);
 
+using Denied = std::function<void(const std::string&, int)>;
+
+// What the reader does at the first look into a file: the protection state and the
+// envelopes to open.
+struct ReadPolicy {
+    LoomEnvelope1735::eNeedDecrypt* state = nullptr;
+    ieee1735::RightsEval::EvalContextEnum context = ieee1735::RightsEval::Analysis;
+    Denied denied;
+};
+
 // A file's text, owned by the stream that reads it. A regular file is read at the first
 // look into it, in one read of the size known: a reader that only asks for the file (a
 // header whose definitions are known already, asked for so that the include is traced)
 // then costs no read, and until then the size is told without reading. The file is
 // either open already (`fd` from 0) or opened then. The protection state, when still
-// undecided, is decided at that read.
+// undecided, is decided at that read, and the envelopes of a protected file are opened.
 class TextBuffer : public std::streambuf {
 public:
     explicit TextBuffer(std::string text) { take(std::move(text)); }
-    TextBuffer(int fd, std::string path, size_t size, LoomEnvelope1735::eNeedDecrypt* state, std::istream* owner)
-        : pending_(true), fd_(fd), path_(std::move(path)), size_(size), state_(state), owner_(owner) {}
+    TextBuffer(int fd, std::string path, size_t size, ReadPolicy policy, std::istream* owner)
+        : pending_(true), fd_(fd), path_(std::move(path)), size_(size), policy_(std::move(policy)), owner_(owner) {}
     ~TextBuffer() override {
         if (fd_ >= 0)
             ::close(fd_);
@@ -66,21 +78,23 @@ private:
     // An open or a read that fails at that point leaves the text empty, marks the
     // stream bad and is reported as a failure found at once would be.
     void load();
+    // The text with its envelopes opened where they can be.
+    std::string plainView(std::string text);
 
     std::string text_;
     bool pending_ = false;
     int fd_ = -1;
     std::string path_;
     size_t size_ = 0;
-    LoomEnvelope1735::eNeedDecrypt* state_ = nullptr;
+    ReadPolicy policy_;
     std::istream* owner_ = nullptr;
 };
 
 class TextStream : public std::istream {
 public:
     explicit TextStream(std::string text) : std::istream(nullptr), buffer_(std::move(text)) { rdbuf(&buffer_); }
-    TextStream(int fd, std::string path, size_t size, LoomEnvelope1735::eNeedDecrypt* state)
-        : std::istream(nullptr), buffer_(fd, std::move(path), size, state, this) {
+    TextStream(int fd, std::string path, size_t size, ReadPolicy policy)
+        : std::istream(nullptr), buffer_(fd, std::move(path), size, std::move(policy), this) {
         rdbuf(&buffer_);
     }
 
@@ -128,17 +142,36 @@ void TextBuffer::load() {
     pending_ = false;
     int fd = fd_ >= 0 ? fd_ : openNonBlocking(path_);
     fd_ = -1;
+    std::string text;
     try {
         if (fd < 0)
             throw LoomEnvelope1735::EnvelopeDiag(path_, "cannot open " + path_);
-        take(readWhole(fd, path_, size_));
+        text = readWhole(fd, path_, size_);
     } catch (const LoomEnvelope1735::EnvelopeDiag& diag) {
         owner_->setstate(std::ios::badbit);
         if (gLateDiag)
             gLateDiag(diag);
     }
-    if (state_ && *state_ == LoomEnvelope1735::NeedDecrypt_Maybe)
-        *state_ = findTickProtect(text_) < 0 ? LoomEnvelope1735::NeedDecrypt_No : LoomEnvelope1735::NeedDecrypt_Yes;
+    LoomEnvelope1735::eNeedDecrypt& state = *policy_.state;
+    if (state == LoomEnvelope1735::NeedDecrypt_Maybe)
+        state = findTickProtect(text) < 0 ? LoomEnvelope1735::NeedDecrypt_No : LoomEnvelope1735::NeedDecrypt_Yes;
+    take(state == LoomEnvelope1735::NeedDecrypt_Yes ? plainView(std::move(text)) : std::move(text));
+}
+
+std::string TextBuffer::plainView(std::string text) {
+    const char* ring = std::getenv("LOOM_KEYRING");
+    ieee1735::PlainView view = ieee1735::readProtected(text, ring ? ring : "", policy_.context);
+    for (const ieee1735::EnvelopeProblem& problem : view.problems)
+        if (gLateDiag)
+            gLateDiag(LoomEnvelope1735::EnvelopeDiag(path_, problem.line,
+                                                     "cannot read the protected region at line " +
+                                                         std::to_string(problem.line) + " of " + path_ + ": " +
+                                                         problem.text));
+    for (const ieee1735::EnvelopeDenial& denial : view.denials)
+        if (policy_.denied)
+            policy_.denied(path_, denial.code);
+    LoomEnvelopeMap1735::setView(path_, std::move(view.pieces));
+    return std::move(view.text);
 }
 
 // The first protect directive, the one the front-ends act on: `protect (in VHDL a tool
@@ -166,10 +199,10 @@ bool isMissing(const std::string& path) {
 
 // A stream on the file that `st` describes: only regular files and the null device are
 // read; a directory fails, and a pipe or another device could block or never end.
-std::istream* plainStream(int fd, const std::string& path, const struct stat& st,
-                          LoomEnvelope1735::eNeedDecrypt& state) {
+std::istream* plainStream(int fd, const std::string& path, const struct stat& st, ReadPolicy policy) {
+    LoomEnvelope1735::eNeedDecrypt& state = *policy.state;
     if (S_ISREG(st.st_mode))
-        return new TextStream(fd, path, size_t(st.st_size), &state);
+        return new TextStream(fd, path, size_t(st.st_size), std::move(policy));
     if (fd >= 0)
         ::close(fd);
     if (!isNullDevice(st))
@@ -182,8 +215,8 @@ std::istream* plainStream(int fd, const std::string& path, const struct stat& st
 } // namespace
 
 std::istream* LoomEnvelope1735::getPlnStream(const std::string& path, eNeedDecrypt& state,
-                                             ieee1735::RightsEval::EvalContextEnum,
-                                             const std::function<void(const std::string&, int)>&) {
+                                             ieee1735::RightsEval::EvalContextEnum context,
+                                             const std::function<void(const std::string&, int)>& denied) {
     // Whether the file is missing is asked only on failure, so that an existing file
     // costs one path look-up.
     int fd = openNonBlocking(path);
@@ -195,16 +228,16 @@ std::istream* LoomEnvelope1735::getPlnStream(const std::string& path, eNeedDecry
         ::close(fd);
         throw diag;
     }
-    return plainStream(fd, path, st, state);
+    return plainStream(fd, path, st, ReadPolicy{&state, context, denied});
 }
 
 std::istream* LoomEnvelope1735::getPlnStreamOnDemand(const std::string& path, eNeedDecrypt& state,
-                                                     ieee1735::RightsEval::EvalContextEnum,
-                                                     const std::function<void(const std::string&, int)>&) {
+                                                     ieee1735::RightsEval::EvalContextEnum context,
+                                                     const std::function<void(const std::string&, int)>& denied) {
     struct stat st;
     if (::stat(path.c_str(), &st) != 0)
         throw EnvelopeDiag(path, "cannot open " + path, true);
-    return plainStream(-1, path, st, state);
+    return plainStream(-1, path, st, ReadPolicy{&state, context, denied});
 }
 
 void LoomEnvelope1735::setLateDiagHandler(void (*handler)(const EnvelopeDiag&)) { gLateDiag = handler; }
@@ -218,6 +251,40 @@ long LoomEnvelope1735::sniffOutTickProtect(std::istream& in) {
     return findTickProtect(text);
 }
 
-unsigned LoomEnvelopeMap1735::getOriginalLineNo(const char*, unsigned line) { return line; }
+namespace {
 
-bool LoomEnvelopeMap1735::isWithinEnvelope(const char*, unsigned, unsigned) { return false; }
+// Views with deciphered envelopes by file name; most runs have none.
+std::unordered_map<std::string, std::vector<ieee1735::LinePiece>>& views() {
+    static auto* map = new std::unordered_map<std::string, std::vector<ieee1735::LinePiece>>;
+    return *map;
+}
+
+const std::vector<ieee1735::LinePiece>* viewOf(const char* file) {
+    auto& map = views();
+    if (map.empty() || !file)
+        return nullptr;
+    auto it = map.find(file);
+    return it == map.end() ? nullptr : &it->second;
+}
+
+} // namespace
+
+unsigned LoomEnvelopeMap1735::getOriginalLineNo(const char* file, unsigned line) {
+    const auto* pieces = viewOf(file);
+    return pieces ? ieee1735::sourceLineOf(*pieces, line, nullptr) : line;
+}
+
+bool LoomEnvelopeMap1735::isWithinEnvelope(const char* file, unsigned line, unsigned) {
+    const auto* pieces = viewOf(file);
+    bool within = false;
+    if (pieces)
+        ieee1735::sourceLineOf(*pieces, line, &within);
+    return within;
+}
+
+void LoomEnvelopeMap1735::setView(const std::string& file, std::vector<ieee1735::LinePiece> pieces) {
+    if (pieces.empty())
+        views().erase(file);
+    else
+        views()[file] = std::move(pieces);
+}

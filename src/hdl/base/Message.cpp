@@ -12,6 +12,7 @@ struct SinkState {
     msg_type_t typeMap[7] = {MSG_NONE, MSG_ERROR, MSG_WARNING, MSG_IGNORE,
                              MSG_INFO, MSG_COMMENT, MSG_PROGRAM_ERROR};
     MsgCallBack callback = nullptr;
+    SourceLineMap lineMap = nullptr;
     uint32_t errorCount = 0;
     uint32_t maxErrors = 0;
     bool hideErrorCount = false;
@@ -23,12 +24,17 @@ SinkState& state() {
 
 void printMessage(msg_type_t type, const char* id, const ColLineFile* loc, const char* format,
                   va_list args) {
+    const char* file = LineFile::GetFileName(loc);
+    uint32_t line = LineFile::GetLineNo(loc);
+    bool within = false;
+    if (file && state().lineMap) within = state().lineMap(file, line, &line);
+    if (within && type != MSG_ERROR && type != MSG_PROGRAM_ERROR) return;
     if (type != MSG_NONE) {
-        const char* file = LineFile::GetFileName(loc);
-        if (file) std::printf("%s(%u): ", file, LineFile::GetLineNo(loc));
+        if (file) std::printf("%s(%u): ", file, line);
         std::printf("%s", Message::TypeName(type));
     }
-    std::vprintf(format, args);
+    if (within) std::printf("Invalid code in protected region at [%s:%u]", file, line);
+    else std::vprintf(format, args);
     if (type != MSG_NONE && id && *id) std::printf(" (%s)", id);
     std::printf("\n");
     std::fflush(stdout);
@@ -122,6 +128,7 @@ void Message::ResetAllMessageTypes() {
 
 void Message::RegisterCallBackMsg(MsgCallBack callback) { state().callback = callback; }
 MsgCallBack Message::GetCallBackMsg() { return state().callback; }
+void Message::RegisterSourceLineMap(SourceLineMap map) { state().lineMap = map; }
 
 void Message::ClearErrorCount() { state().errorCount = 0; }
 uint32_t Message::ErrorCount() { return state().errorCount; }

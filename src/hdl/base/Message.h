@@ -21,6 +21,11 @@ enum msg_type_t : uint32_t {
     MSG_PROGRAM_ERROR = 6,
 };
 
+// Where the text a front-end read is not the file as it stands (protected regions
+// shown deciphered), gives the file's line for a line of that text, and true when the
+// line lies in deciphered text.
+using SourceLineMap = bool (*)(const char* file, uint32_t line, uint32_t* sourceLine);
+
 // Receives a message after type overrides were applied. The va_list is only valid
 // for the duration of the call.
 using MsgCallBack = void (*)(msg_type_t type, const char* id, const ColLineFile* loc,
@@ -54,6 +59,10 @@ public:
     static msg_type_t EffectiveType(msg_type_t type, const char* id);
 
     static void RegisterCallBackMsg(MsgCallBack callback);
+    // Printed messages give the file's lines through the map; of one within deciphered
+    // text only an error is printed, as "Invalid code in protected region", so that
+    // the protected source is never quoted. A callback does its own mapping.
+    static void RegisterSourceLineMap(SourceLineMap map);
     static MsgCallBack GetCallBackMsg();
 
     static void ClearErrorCount();

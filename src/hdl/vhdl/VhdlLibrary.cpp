@@ -85,6 +85,8 @@ VhdlPrimaryUnit* VhdlLibrary::AddPrimUnit(VhdlPrimaryUnit* unit) {
     return nullptr;
 }
 
+Protect* vhdl_file::_protect = nullptr;
+
 void vhdl_file::RegisterFlexStreamCallBack(StreamCallBack callback) { S().callback = callback; }
 StreamCallBack vhdl_file::GetFlexStreamCallBack() { return S().callback; }
 
@@ -126,6 +128,7 @@ void vhdl_file::Reset() {
     s.ignoreTranslateOff = false;
     s.callback = nullptr;
     s.files.clear();
+    _protect = nullptr;
     VhdlResolverForget();
 }
 

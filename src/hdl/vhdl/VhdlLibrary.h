@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "hdl/base/Protect.h"
 #include "hdl/base/SourceStream.h"
 #include "hdl/vhdl/VhdlTokens.h"
 #include "hdl/vhdl/VhdlTree.h"
@@ -79,6 +80,10 @@ public:
     // Forgets all libraries and settings and frees their trees; for tests and tools
     // that hold no unit across the call.
     static void Reset();
+
+    // While set, saved libraries are enciphered with it, and enciphered ones can be
+    // loaded. Not owned.
+    static Protect* _protect;
 };
 
 } // namespace hdl

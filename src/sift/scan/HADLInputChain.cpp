@@ -3,6 +3,8 @@
 #include "hdl/base/LineFile.h"
 #include "hdl/base/Message.h"
 #include "runtime/LoomEnvelope1735.h"
+#include "runtime/LoomMsgMgrInstance.h"
+#include "sift/shell/HADLMsgCapture.h"
 #include "sift/scan/HADLIncludeTracer.h"
 #include "sift/scan/HADLNeedDecryptionCache.h"
 #include "sift/scan/HADLSifter.h"
@@ -17,12 +19,35 @@ HADLTracingInputStream::~HADLTracingInputStream() {
 
 namespace {
 
-void reportDecryptionDenied(const std::string& name, int code) {
-    hdl::ColLineFile loc = hdl::LineFile::StartOf(name);
-    hdl::Message::Error("VERI-1000", &loc, "reading '%s' is not permitted (%d)", name.c_str(), code);
+// Files a message of the parent's catalogue. A file is read more than once in a run
+// (the skim, then the parse), each time through the reader: what is filed already
+// is not filed again.
+void fileCatalogueMessage(const std::string& name, unsigned line, const LoomMsgMgrInstance& message) {
+    HADLDatabase& db = HADLSifter::instance();
+    if (unsigned fileId = db.fileNames.find(name.c_str()); fileId && fileId < db.fileMsgs.size()) {
+        unsigned fmtId = db.fmtStrs.find(message.getMessageBody().c_str());
+        for (const HADLDatabase::Msg& m : db.fileMsgs.at(fileId))
+            if (fmtId && m.fmtId == fmtId && m.line == line)
+                return;
+    }
+    addManagerMessage(db, name, line, message);
 }
 
+void reportDecryptionDenied(const std::string& name, int code) {
+    std::string text = "reading a protected region of " + name + " is denied by its rights (" +
+                       (code == ieee1735::RightsEval::Denied ? "no decryption for analysis" : "unreadable rights") +
+                       ")";
+    fileCatalogueMessage(name, 1, LoomMsgMgrInstance::create(LoomMsgMgrInstance::Error, "@56-286@%s", text.c_str()));
+}
+
+// A file that cannot be read is the front-end's to report, at the file; an envelope
+// that cannot be opened goes to the parent's catalogue, at its line.
 void reportEnvelopeDiag(const LoomEnvelope1735::EnvelopeDiag& diag) {
+    if (diag.kind == LoomEnvelope1735::EnvelopeDiag::Envelope) {
+        fileCatalogueMessage(diag.path, diag.line,
+                             LoomMsgMgrInstance::create(LoomMsgMgrInstance::Error, "@56-286@%s", diag.what()));
+        return;
+    }
     hdl::ColLineFile loc = hdl::LineFile::StartOf(diag.path);
     hdl::Message::Error("VERI-1000", &loc, "%s", diag.what());
 }
@@ -51,8 +76,18 @@ hdl::SourceStream* openSourceStream(const char* name) {
     } catch (const LoomEnvelope1735::EnvelopeDiag& diag) {
         if (!diag.missing)
             reportEnvelopeDiag(diag);
+    } catch (...) {
+        // The stream stays without input, as for a file that cannot be read.
+        fileCatalogueMessage(path, 1, LoomMsgMgrInstance::create(LoomMsgMgrInstance::Error, "@56-287@%s%s",
+                                                                 (path + ": ").c_str(), "unrecognized exception caught"));
     }
     if (HADLIncludeTracer* tracer = HADLSifter::instance().skimTracker)
         tracer->enter(path);
     return stream;
+}
+
+bool protectedSourceLine(const char* file, uint32_t line, uint32_t* sourceLine) {
+    const bool within = LoomEnvelopeMap1735::isWithinEnvelope(file, line, 0);
+    *sourceLine = LoomEnvelopeMap1735::getOriginalLineNo(file, line);
+    return within;
 }

@@ -3,6 +3,7 @@
 // being read. The stream knows its name, so that its end can be traced too.
 #pragma once
 
+#include <cstdint>
 #include <istream>
 #include <string>
 
@@ -24,3 +25,7 @@ public:
 // Never null: a file that cannot be read gives a stream that is not open, and the
 // front-end reports it.
 hdl::SourceStream* openSourceStream(const char* name);
+
+// The file's line for a line of the text read through openSourceStream, and whether it
+// lies in a deciphered envelope; for the front-ends' printed messages.
+bool protectedSourceLine(const char* file, uint32_t line, uint32_t* sourceLine);

@@ -75,6 +75,7 @@ void HADLSifter::configure() {
     hdl::hdl_file_sort::RegisterFlexStreamCallBack(openSourceStream);
     hdl::veri_file::RegisterFlexStreamCallBack(openSourceStream);
     hdl::vhdl_file::RegisterFlexStreamCallBack(openSourceStream);
+    hdl::Message::RegisterSourceLineMap(protectedSourceLine);
     for (const char* id : {"VERI-1231", "VERI-1232", "VERI-1330", "VERI-1791", "VERI-1927",
                            "VERI-9015", "VERI-9022", "VERI-2142", "VHDL-9017", "VHDL-9019",
                            "VHDL-9021", "VBSR-1011"}) {

@@ -36,6 +36,8 @@ const StdLibSource kVhdl93Sources[] = {
     {"ieee", "synopsys/compileToIeee/std_logic_misc.vhd"},
     {"ieee", "synopsys/compileToIeee/std_logic_textio.vhd"},
     {"ieee", "ieee/dummy/math_real.vhd"},
+    // Beyond the classic list: the rest of the IEEE packages that have a VHDL-93 form.
+    {"ieee", "ieee/dummy/math_complex.vhd"},
 };
 
 // Levels 2 and 3 share the 2008 sources.
@@ -61,6 +63,19 @@ const StdLibSource kVhdl08Sources[] = {
     {"ieee", "ieee_2008/std_logic_textio.vhdl"},
     {"ieee", "ieee_2008/math_real.vhdl"},
     {"ieee", "ieee_2008/math_real-body.vhdl"},
+    // Beyond the classic list: every other IEEE package of VHDL-2008, so that a design
+    // may use any of them.
+    {"ieee", "ieee_2008/math_complex.vhdl"},
+    {"ieee", "ieee_2008/math_complex-body.vhdl"},
+    {"ieee", "ieee_2008/fixed_float_types.vhdl"},
+    {"ieee", "ieee_2008/fixed_generic_pkg.vhdl"},
+    {"ieee", "ieee_2008/fixed_generic_pkg-body.vhdl"},
+    {"ieee", "ieee_2008/fixed_pkg.vhdl"},
+    {"ieee", "ieee_2008/float_generic_pkg.vhdl"},
+    {"ieee", "ieee_2008/float_generic_pkg-body.vhdl"},
+    {"ieee", "ieee_2008/float_pkg.vhdl"},
+    {"ieee", "ieee_2008/ieee_std_context.vhdl"},
+    {"ieee", "ieee_2008/ieee_bit_context.vhdl"},
 };
 
 // Primitive component packages, analysed as VHDL-93 at every level.

@@ -172,8 +172,10 @@ void HADLMsgCapture::onMessage(hdl::msg_type_t type, const char* id, const hdl::
         line = 1;
     } else {
         fileName = file;
+        // Both answers are about the line of the text the front-end read.
+        const bool within = LoomEnvelopeMap1735::isWithinEnvelope(file, line, 0);
         line = LoomEnvelopeMap1735::getOriginalLineNo(file, line);
-        if (LoomEnvelopeMap1735::isWithinEnvelope(file, line, 0)) {
+        if (within) {
             if (type != hdl::MSG_ERROR)
                 return;
             fmt = "Invalid code in protected region at [%s:%s]";

@@ -51,6 +51,17 @@ protected:
         HADLParse(sifter).doParse();
         testing::internal::GetCapturedStdout();
     }
+    // The file's errors as "line: format | argument | ...".
+    Names errors(unsigned file) const {
+        Names texts;
+        for (const auto& msg : sifter.fileMsgs.at(file)) {
+            if (msg.type != 1) continue;
+            std::string text = sifter.fmtStrs.getString(msg.fmtId);
+            for (unsigned arg : msg.args) text += std::string(" | ") + sifter.argStrs.getString(arg);
+            texts.push_back(std::to_string(msg.line) + ": " + text);
+        }
+        return texts;
+    }
     static bool hasModule(const char* library, const char* name) {
         hdl::VeriLibrary* lib = hdl::veri_file::GetLibrary(library);
         return lib && lib->GetModule(name);
@@ -165,16 +176,6 @@ TEST_F(ParseTest, BadFilesGetOneErrorEachUnderTheirOwnName) {
     // A library no file went into is not asked: vendor libraries are often left out.
     unsigned vendor = add("vendor.vhd", "library unisim;\nuse unisim.vcomponents.all;\nentity v is end;\n", 9);
     parse();
-    auto errors = [&](unsigned file) {
-        std::vector<std::string> texts;
-        for (const auto& msg : sifter.fileMsgs.at(file)) {
-            if (msg.type != 1) continue;
-            std::string text = sifter.fmtStrs.getString(msg.fmtId);
-            for (unsigned arg : msg.args) text += std::string(" | ") + sifter.argStrs.getString(arg);
-            texts.push_back(std::to_string(msg.line) + ": " + text);
-        }
-        return texts;
-    };
     ASSERT_GT(sifter.fileMsgs.size(), vendor);
     EXPECT_EQ(errors(goneV), (Names{"1: cannot open file '%s' | " + dir.path() + "/gone.v"}));
     EXPECT_EQ(errors(goneVhd), (Names{"1: cannot open VHDL file '%s' | " + dir.path() + "/gone.vhd"}));
@@ -276,6 +277,42 @@ TEST_F(ParseTest, BundledStandardLibrariesAnalyseWithoutErrors) {
         EXPECT_NE(ieee->GetPrimUnit("std_logic_arith"), nullptr);
         EXPECT_TRUE(hasModule("std", "std"));
     }
+}
+
+// Every IEEE package of an edition is there, each where ghdl has it: the fixed and
+// float packages only from VHDL-2008 on.
+TEST_F(ParseTest, EveryIeeePackageOfTheEditionIsThere) {
+    const std::string bundled = SIFT_DATA_DIR;
+    if (!boost::filesystem::exists(bundled + "/vhdl/src/ieee_2008/fixed_pkg.vhdl"))
+        GTEST_SKIP() << "run scripts/assemble_data.sh to arrange the standard sources";
+    ScopedDataDirEnv env(bundled);
+    const std::string uses2008 =
+        "library ieee;\nuse ieee.std_logic_1164.all;\nuse ieee.math_complex.all;\nuse ieee.fixed_float_types.all;\n"
+        "use ieee.fixed_pkg.all;\nuse ieee.float_pkg.all;\nuse ieee.fixed_generic_pkg;\n"
+        "context ieee.ieee_std_context;\ncontext ieee.ieee_bit_context;\n";
+    unsigned good08 = add("good08.vhd", uses2008 + "entity good08 is end;\n", 11);
+    unsigned bad08 = add("bad08.vhd", uses2008 + "use ieee.fixed_pkgg.all;\nentity bad08 is end;\n", 11);
+    HADLStdLibs(sifter).addVhdlStdLibSources();
+    parse();
+    EXPECT_TRUE(errors(good08).empty()) << ::testing::PrintToString(errors(good08));
+    EXPECT_EQ(errors(bad08), (Names{"10: unit '%s' is not analyzed in library '%s' | fixed_pkgg | ieee"}));
+
+    resetFrontEnds();
+    HADLSifter level1;
+    unsigned good93 = level1.insertFileName(dir.path() + "/good93.vhd", 9, "work");
+    unsigned bad93 = level1.insertFileName(dir.path() + "/bad93.vhd", 9, "work");
+    dir.write("good93.vhd", "library ieee;\nuse ieee.math_real.all;\nuse ieee.math_complex.all;\nentity g is end;\n");
+    dir.write("bad93.vhd", "library ieee;\nuse ieee.fixed_pkg.all;\nentity b is end;\n");
+    level1.parseOrder.push_back(good93);
+    level1.parseOrder.push_back(bad93);
+    testing::internal::CaptureStdout();
+    HADLStdLibs(level1).addVhdlStdLibSources();
+    HADLParse(level1).doParse();
+    testing::internal::GetCapturedStdout();
+    for (const auto& msg : level1.fileMsgs.at(good93)) EXPECT_NE(msg.type, 1u);
+    ASSERT_EQ(level1.fileMsgs.at(bad93).size(), 2u);  // the announcement and the error
+    EXPECT_EQ(level1.fileMsgs.at(bad93)[1].type, 1u);
+    EXPECT_EQ(level1.fileMsgs.at(bad93)[1].line, 2u);
 }
 
 } // namespace

@@ -167,6 +167,7 @@ TEST_F(StdSourcesTest, Level1SetInOrderWithComponentPackagesAndMacroLibrary) {
         {b + "synopsys/compileToIeee/std_logic_misc.vhd", "ieee", 9},
         {b + "synopsys/compileToIeee/std_logic_textio.vhd", "ieee", 9},
         {b + "ieee/dummy/math_real.vhd", "ieee", 9},
+        {b + "ieee/dummy/math_complex.vhd", "ieee", 9},
         {b + "lathes/lathe_retarget_VCOMP.vhd", "lathe", 9},
         {b + "mortise/mortise_VCOMP.vhd", "mortise", 9},
         {b + "../../parts/corvid/rtl/lib/vhdl/kelp/src/mixed_lang_vltype.vhd", "vl", 9},
@@ -180,22 +181,28 @@ TEST_F(StdSourcesTest, Level2And3ShareThe2008FilesWithTheirOwnLanguage) {
     sifter.insertFileName("a.vhd", 11, "work");
     addSources();
     std::vector<Registered> level2 = registered();
-    ASSERT_EQ(level2.size(), 24u);  // 21 standard files, 3 packages, no macro library
+    // 21 listed standard files, the 11 other IEEE files after them, 3 packages, no
+    // macro library.
+    ASSERT_EQ(level2.size(), 35u);
     EXPECT_EQ(level2.front().path, data.path() + "/vhdl/src/std_2008/standard.vhd");
     EXPECT_EQ(level2[4].path, data.path() + "/vhdl/src/ieee_2008/std_logic_1164.vhdl");
     EXPECT_EQ(level2[20].path, data.path() + "/vhdl/src/ieee_2008/math_real-body.vhdl");
-    for (std::size_t i = 0; i < 21; ++i) EXPECT_EQ(level2[i].lang, 11u) << level2[i].path;
-    for (std::size_t i = 21; i < 24; ++i) EXPECT_EQ(level2[i].lang, 9u) << level2[i].path;
+    EXPECT_EQ(level2[21].path, data.path() + "/vhdl/src/ieee_2008/math_complex.vhdl");
+    EXPECT_EQ(level2[26].path, data.path() + "/vhdl/src/ieee_2008/fixed_pkg.vhdl");
+    EXPECT_EQ(level2[31].path, data.path() + "/vhdl/src/ieee_2008/ieee_bit_context.vhdl");
+    for (std::size_t i = 0; i < 32; ++i) EXPECT_EQ(level2[i].lang, 11u) << level2[i].path;
+    for (std::size_t i = 21; i < 32; ++i) EXPECT_EQ(level2[i].library, "ieee") << level2[i].path;
+    for (std::size_t i = 32; i < 35; ++i) EXPECT_EQ(level2[i].lang, 9u) << level2[i].path;
 
     HADLSifter s2019;
     s2019.options.enableVHDL2019 = true;
     s2019.insertFileName("b.vhd", 12, "work");
     HADLStdLibs(s2019).addVhdlStdLibSources();
-    ASSERT_EQ(s2019.stdLibFileIds.size(), 24u);
-    for (std::size_t i = 0; i < 24; ++i) {
+    ASSERT_EQ(s2019.stdLibFileIds.size(), 35u);
+    for (std::size_t i = 0; i < 35; ++i) {
         const unsigned id = s2019.stdLibFileIds[i];
         EXPECT_EQ(s2019.fileNames.getString(id), level2[i].path);
-        EXPECT_EQ(s2019.fileAttrs.at(id).lang, i < 21 ? 12u : 9u);
+        EXPECT_EQ(s2019.fileAttrs.at(id).lang, i < 32 ? 12u : 9u);
     }
 }
 
@@ -216,7 +223,7 @@ TEST_F(StdSourcesTest, SecondDataDirServesWhenFirstLacksProbe) {
     sifter.insertFileName("a.vhd", 9, "work");
     addSources();
     std::vector<Registered> files = registered();
-    ASSERT_EQ(files.size(), 17u);
+    ASSERT_EQ(files.size(), 18u);
     EXPECT_EQ(files.front().path, data.path() + "/vhdl/src/std/standard.vhd");
     // The macro library is looked up on its own and found in the first directory.
     EXPECT_EQ(files.back().path, first.path() + "/ip/tessel/tessel_VCOMP.vhd");
@@ -246,7 +253,7 @@ TEST_F(StdSourcesTest, BundledDataDirHoldsEveryRegisteredFile) {
         HADLStdLibs(s).addVhdlStdLibSources();
         HADLStdLibs(s).addSvStdLibSources();
         testing::internal::GetCapturedStdout();
-        ASSERT_EQ(s.stdLibFileIds.size(), lang == 9 ? 19u : 27u);
+        ASSERT_EQ(s.stdLibFileIds.size(), lang == 9 ? 20u : 38u);
         for (unsigned id : s.stdLibFileIds) {
             const std::string path = s.fileNames.getString(id);
             // UVM is not bundled; its absence is harmless.
