@@ -17,6 +17,7 @@
 #include "hdl/sort/VeriSkimScanner.h"
 #include "hdl/sort/VhdlSkim.h"
 #include "hdl/sort/VhdlSkimScanner.h"
+#include "hdl/sort/VhdlVisibility.h"
 #include "hdl/sv/VeriMessageIds.h"
 #include "hdl/sv/VeriPreprocessor.h"
 #include "hdl/vhdl/VhdlLexer.h"
@@ -358,8 +359,10 @@ bool hdl_file_sort::FileAt(unsigned index, const FileElement** element) {
     for (size_t k : s.pending)
         readElement(*s.elements[k]);
     s.pending.clear();
-    if (!s.librariesResolved)
+    if (!s.librariesResolved) {
+        decideVhdlCandidates(s.elements);
         resolveLibraries();
+    }
     if (index >= s.elements.size())
         return false;
     *element = s.elements[index].get();

@@ -12,6 +12,9 @@
 //         can provide it.
 //   bit 2 (SORT_REF_BIND_TARGET): the target scope of a Verilog `bind`; binding needs the
 //         target at elaboration only, so ordering ignores it.
+//   bit 3 (SORT_REF_CANDIDATE): inside the pre-scanner only, a VHDL `label : name;` that
+//         is an instance if `name` is a visible component; decided, and the bit cleared
+//         or the record dropped, before any element is handed out.
 // Not weak: package imports and `p::x` names, VHDL `use`, `library` and `context`
 // clauses, entity and configuration instantiations, the bindings of configuration
 // specifications and declarations, and the entity of an architecture or a configuration.
@@ -27,6 +30,7 @@ enum SortReferenceFlags : uint32_t {
     SORT_REF_WEAK = 1,
     SORT_REF_IMPLICIT = 2,
     SORT_REF_BIND_TARGET = 4,
+    SORT_REF_CANDIDATE = 8,
 };
 
 struct SortReference {
@@ -43,6 +47,44 @@ struct SortUnit {
     std::vector<SortReference> instances;
 };
 
+// VHDL: what the skim notes to tell `label : name;` apart: a component instantiation
+// without maps when `name` is a component visible there, a concurrent procedure call
+// otherwise. Places are token positions within the file. Candidates are decided, and
+// removed, before any element is handed out.
+struct VhdlVisibility {
+    // use l.u.item (item "all" or a name); a context reference `context l.u` when
+    // `context` is set.
+    struct Use {
+        uint32_t at;
+        std::string library, unit, item;
+        bool context;
+    };
+    // A component declared in units[unit], a package or an architecture.
+    struct Component {
+        uint32_t at;
+        uint32_t unit;
+        std::string name;
+        bool inPackage;
+    };
+    // Where each design unit of the file starts; kind is the keyword that starts it.
+    struct Start {
+        uint32_t at;
+        uint16_t kind;
+        std::string name;
+    };
+    // A `label : name;` of units[unit]; `package` and `library` when the name is
+    // selected (`pkg.name`, `lib.pkg.name`); `entity` when the unit is an architecture.
+    struct Candidate {
+        uint32_t at;
+        uint32_t unit;
+        std::string name, package, library, entity;
+    };
+    std::vector<Use> uses;
+    std::vector<Component> components;
+    std::vector<Start> starts;
+    std::vector<Candidate> candidates;
+};
+
 struct FileElement {
     std::string fileName;
     std::string libraryName;
@@ -51,6 +93,7 @@ struct FileElement {
     std::vector<std::string> declaredNames;
     std::vector<SortReference> references;
     std::vector<SortUnit> units;
+    VhdlVisibility vhdl;
 
     void declare(const std::string& name);
 };

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "hdl/vhdl/VhdlNames.h"
+
 namespace hdl {
 namespace {
 
@@ -13,7 +15,7 @@ struct ActedKinds {
     bool of[VHDL_TOKEN_COUNT] = {};
     constexpr ActedKinds() {
         for (uint16_t k : {VHDL_EOF, VHDL_LIBRARY, VHDL_USE, VHDL_CONTEXT, VHDL_ENTITY, VHDL_ARCHITECTURE, VHDL_PACKAGE,
-                           VHDL_CONFIGURATION, VHDL_FOR, VHDL_COLON})
+                           VHDL_CONFIGURATION, VHDL_FOR, VHDL_COLON, VHDL_COMPONENT, VHDL_RECORD})
             of[k] = true;
     }
 };
@@ -22,7 +24,7 @@ constexpr ActedKinds kActedKinds;
 class VhdlSkimmer {
 public:
     VhdlSkimmer(std::string_view text, const std::vector<VhdlSkimToken>& tokens, FileElement& element)
-        : text_(text), t_(tokens), e_(element) {}
+        : text_(text), t_(tokens), e_(element), preserveIdCase_(VhdlPreserveIdCase()) {}
 
     void run() {
         for (;;) {
@@ -40,6 +42,12 @@ public:
             case VHDL_CONFIGURATION: configuration(); break;
             case VHDL_FOR: blockConfiguration(); break;
             case VHDL_COLON: instantiation(); break;
+            case VHDL_COMPONENT: component(); break;
+            case VHDL_RECORD:
+                // Element declarations (`a : t;`) look like bare statements.
+                inRecord_ = i_ == 0 || kindAt(i_ - 1) != VHDL_END;
+                ++i_;
+                break;
             default: ++i_; break;
             }
         }
@@ -47,9 +55,13 @@ public:
 
 private:
     uint16_t kindAt(size_t k) const { return k < t_.size() ? t_[k].kind : uint16_t(VHDL_EOF); }
+    // The name of the identifier at k, by the front-end's rule (VhdlNames.h).
     std::string textAt(size_t k) const {
-        return k < t_.size() ? std::string(text_.substr(t_[k].begin, t_[k].end - t_[k].begin)) : std::string();
+        if (k >= t_.size())
+            return std::string();
+        return VhdlIdName(text_.substr(t_[k].begin, t_[k].end - t_[k].begin), preserveIdCase_);
     }
+    uint32_t at() const { return static_cast<uint32_t>(i_); }
 
     void addReference(const std::string& lib, const std::string& unit, uint32_t flags = 0) {
         for (const SortReference& r : e_.references)
@@ -58,8 +70,17 @@ private:
         e_.references.push_back(SortReference{lib, unit, "", flags});
     }
 
-    void startUnit(const std::string& name, bool configuration = false) {
-        inConfiguration_ = configuration;
+    // At the keyword that starts a design unit named `name` (an architecture by its
+    // entity's name).
+    void noteStart(uint16_t kind, const std::string& name) {
+        e_.vhdl.starts.push_back(VhdlVisibility::Start{at(), kind, name});
+        entity_ = kind == VHDL_ARCHITECTURE ? name : std::string();
+    }
+
+    void startUnit(uint16_t kind, const std::string& startName, const std::string& name) {
+        noteStart(kind, startName);
+        inConfiguration_ = kind == VHDL_CONFIGURATION;
+        unitKind_ = kind;
         unit_ = static_cast<int>(e_.units.size());
         e_.units.push_back(SortUnit{name, {}});
     }
@@ -81,19 +102,30 @@ private:
             binding();
             return;
         }
-        selectedNames();
+        selectedNames(Names::Use);
     }
 
+    // What a list of selected names is: a use clause and a context reference make
+    // names visible, the generic package of an instantiation does not.
+    enum class Names { Use, Context, Other };
+
     // Comma-separated selected names; each with a prefix names library and unit.
-    void selectedNames() {
+    void selectedNames(Names names) {
         for (;;) {
             if (!isName(kindAt(i_)))
                 return;
+            uint32_t start = at();
             std::string lib = textAt(i_);
             ++i_;
             if (kindAt(i_) == VHDL_DOT && isName(kindAt(i_ + 1))) {
-                addReference(lib, textAt(i_ + 1));
+                std::string unit = textAt(i_ + 1);
+                addReference(lib, unit);
                 i_ += 2;
+                bool item = kindAt(i_) == VHDL_DOT && (isName(kindAt(i_ + 1)) || kindAt(i_ + 1) == VHDL_ALL);
+                if (names == Names::Context || (names == Names::Use && item))
+                    e_.vhdl.uses.push_back(VhdlVisibility::Use{
+                        start, lib, unit, item && isName(kindAt(i_ + 1)) ? textAt(i_ + 1) : "all",
+                        names == Names::Context});
             }
             while (kindAt(i_) == VHDL_DOT &&
                    (isName(kindAt(i_ + 1)) || kindAt(i_ + 1) == VHDL_ALL || kindAt(i_ + 1) == VHDL_STRING))
@@ -149,21 +181,23 @@ private:
 
     // context c is ... (a declaration) or context l.c; (a reference).
     void context() {
-        ++i_;
-        if (isName(kindAt(i_)) && kindAt(i_ + 1) == VHDL_IS) {
-            e_.declare(textAt(i_));
+        if (isName(kindAt(i_ + 1)) && kindAt(i_ + 2) == VHDL_IS) {
+            std::string name = textAt(i_ + 1);
+            e_.declare(name);
+            noteStart(VHDL_CONTEXT, name);
             unit_ = -1;
-            i_ += 2;
+            i_ += 3;
             return;
         }
-        selectedNames();
+        ++i_;
+        selectedNames(Names::Context);
     }
 
     void entity() {
         if (isName(kindAt(i_ + 1)) && kindAt(i_ + 2) == VHDL_IS) {
             std::string name = textAt(i_ + 1);
             e_.declare(name);
-            startUnit(name);
+            startUnit(VHDL_ENTITY, name, name);
             i_ += 3;
             return;
         }
@@ -177,7 +211,7 @@ private:
             std::string name = entityName + " " + textAt(i_ + 1);
             e_.declare(name);
             addReference("work", entityName);
-            startUnit(name);
+            startUnit(VHDL_ARCHITECTURE, entityName, name);
             i_ += 4;
             return;
         }
@@ -186,24 +220,26 @@ private:
 
     // package p is / package p is new l.g / package body p is
     void package() {
-        ++i_;
-        if (kindAt(i_) == VHDL_BODY && isName(kindAt(i_ + 1))) {
-            std::string name = textAt(i_ + 1);
+        if (kindAt(i_ + 1) == VHDL_BODY && isName(kindAt(i_ + 2))) {
+            std::string name = textAt(i_ + 2);
+            noteStart(VHDL_BODY, name);
             e_.declare(name + " body");
             addReference("work", name);
             unit_ = -1;
-            i_ += 2;
+            i_ += 3;
             return;
         }
-        if (!isName(kindAt(i_)) || kindAt(i_ + 1) != VHDL_IS)
+        if (!isName(kindAt(i_ + 1)) || kindAt(i_ + 2) != VHDL_IS) {
+            ++i_;
             return;
-        std::string name = textAt(i_);
+        }
+        std::string name = textAt(i_ + 1);
         e_.declare(name);
-        startUnit(name);
-        i_ += 2;
+        startUnit(VHDL_PACKAGE, name, name);
+        i_ += 3;
         if (kindAt(i_) == VHDL_NEW) {
             ++i_;
-            selectedNames();
+            selectedNames(Names::Other);
         }
     }
 
@@ -214,7 +250,7 @@ private:
             configEntity_ = textAt(i_ + 3);
             e_.declare(name);
             addReference("work", configEntity_);
-            startUnit(name, true);
+            startUnit(VHDL_CONFIGURATION, name, name);
             i_ += 4;
             return;
         }
@@ -257,18 +293,50 @@ private:
         if (!isName(kindAt(n)))
             return;
         // A selected component name keeps its last part.
+        size_t first = n;
         while (kindAt(n + 1) == VHDL_DOT && isName(kindAt(n + 2)))
             n += 2;
         uint16_t after = kindAt(n + 1);
         bool mapFollows = (after == VHDL_PORT || after == VHDL_GENERIC) && kindAt(n + 2) == VHDL_MAP;
-        if (!mapFollows && !(keyword && after == VHDL_SEMI))
-            return;
+        uint32_t flags = 0;
+        if (!mapFollows && !(keyword && after == VHDL_SEMI)) {
+            // In an architecture `label : name;` may call a procedure as well: decided
+            // once all files are in.
+            if (keyword || after != VHDL_SEMI || unit_ < 0 || entity_.empty() || inRecord_ || !startsStatement(label))
+                return;
+            VhdlVisibility::Candidate c{at(), static_cast<uint32_t>(unit_), textAt(n), "", "", entity_};
+            if (n >= first + 2)
+                c.package = textAt(n - 2);
+            if (n >= first + 4)
+                c.library = textAt(n - 4);
+            e_.vhdl.candidates.push_back(std::move(c));
+            flags = SORT_REF_CANDIDATE;
+        }
         std::string comp = textAt(n);
         std::string inst = textAt(label);
         if (unit_ >= 0)
-            e_.units[unit_].instances.push_back(SortReference{"work", comp, inst, 0});
-        e_.references.push_back(SortReference{"work", comp, inst, SORT_REF_WEAK});
+            e_.units[unit_].instances.push_back(SortReference{"work", comp, inst, flags});
+        e_.references.push_back(SortReference{"work", comp, inst, SORT_REF_WEAK | flags});
         i_ = n + 1;
+    }
+
+    // Whether the token at k can start a concurrent statement: it follows the end of
+    // one, a `begin`, a `generate` or the choices of a case generate alternative.
+    bool startsStatement(size_t k) const {
+        if (k == 0)
+            return false;
+        uint16_t before = kindAt(k - 1);
+        return before == VHDL_SEMI || before == VHDL_BEGIN || before == VHDL_GENERATE || before == VHDL_ARROW;
+    }
+
+    // component c [is]: a declaration, unless the keyword ends one or stands in an
+    // instance (`label : component c`).
+    void component() {
+        uint16_t before = i_ > 0 ? kindAt(i_ - 1) : uint16_t(VHDL_EOF);
+        if (before != VHDL_END && before != VHDL_COLON && isName(kindAt(i_ + 1)) && unit_ >= 0)
+            e_.vhdl.components.push_back(VhdlVisibility::Component{at(), static_cast<uint32_t>(unit_),
+                                                                   textAt(i_ + 1), unitKind_ == VHDL_PACKAGE});
+        ++i_;
     }
 
     std::string_view text_;
@@ -279,6 +347,10 @@ private:
     bool inConfiguration_ = false;
     std::string configEntity_; // entity of a configuration until its top block is read
     std::string pendingLabel_; // first label of the configuration specification being read
+    std::string entity_;       // entity of the architecture being read
+    uint16_t unitKind_ = 0;    // keyword that started units[unit_]
+    bool inRecord_ = false;    // between `record` and `end record`
+    const bool preserveIdCase_;
 };
 
 } // namespace

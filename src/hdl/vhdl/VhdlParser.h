@@ -9,6 +9,7 @@
 
 #include "hdl/base/Arena.h"
 #include "hdl/vhdl/VhdlLexer.h"
+#include "hdl/vhdl/VhdlNames.h"
 #include "hdl/vhdl/VhdlTree.h"
 
 namespace hdl {
@@ -159,6 +160,8 @@ private:
     std::vector<VhdlTok> toks_;
     uint32_t fileId_;
     unsigned mode_;
+    // Identifiers keep their case in Name() (see VhdlNames.h).
+    const bool preserveIdCase_ = VhdlPreserveIdCase();
     size_t pos_ = 0;
     unsigned errors_ = 0;
     size_t lastErrorTok_ = static_cast<size_t>(-1);

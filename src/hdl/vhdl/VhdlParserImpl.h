@@ -23,7 +23,7 @@ T* VhdlParser::MakeId(size_t tokIndex) {
     bool lower = true;
     for (char c : id->origName)
         if (std::isupper(static_cast<unsigned char>(c))) lower = false;
-    if (lower || t.kind == VHDL_EXTENDED_ID || t.kind == VHDL_CHARACTER) {
+    if (lower || preserveIdCase_ || t.kind == VHDL_EXTENDED_ID || t.kind == VHDL_CHARACTER) {
         id->name = id->origName;
     } else {
         std::string_view copy = arena_.copy(id->origName);

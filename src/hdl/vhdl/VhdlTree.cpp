@@ -8,6 +8,7 @@
 #include <cmath>
 #include <string>
 
+#include "hdl/vhdl/VhdlNames.h"
 #include "hdl/vhdl/VhdlVisitor.h"
 
 namespace hdl {
@@ -301,7 +302,7 @@ VhdlSecondaryUnit* VhdlPrimaryUnit::AddSecondaryUnit(VhdlSecondaryUnit* unit) {
     VhdlSecondaryUnit* replaced = nullptr;
     if (secondaryUnits) {
         for (auto& old : *secondaryUnits) {
-            if (old->GetClassId() == unit->GetClassId() && old->Name() == unit->Name()) {
+            if (old->GetClassId() == unit->GetClassId() && VhdlSameId(old->Name(), unit->Name())) {
                 replaced = old;
                 old = unit;
                 break;

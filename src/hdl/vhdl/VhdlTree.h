@@ -33,7 +33,8 @@ class VhdlIdDef : public VhdlTreeNode {
     VHDL_FIELDS(origName)
     // The spelling of the source; extended identifiers keep their backslashes.
     std::string_view OrigName() const { return origName; }
-    // The name as compared: basic identifiers in lower case.
+    // The name as compared and keyed: basic identifiers in lower case unless the
+    // runtime flag "vhdl_preserve_id_case" was set at analysis (VhdlNames.h).
     std::string_view Name() const { return name; }
     bool IsExtended() const { return !origName.empty() && origName[0] == '\\'; }
 

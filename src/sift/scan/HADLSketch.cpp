@@ -29,7 +29,9 @@ void sketchUnits(HADLDatabase& db) {
         const HADLDatabase::RUnitAttr& ra = db.rUnitAttrs.at(r);
         if (!ra.secondaryId)
             continue;
-        std::string key = std::string("/") + db.objNames.getString(ra.libId) + "/" + db.objNames.getString(ra.primaryId);
+        // Raw unit keys hold names lower-cased, whatever case the skim kept them in.
+        std::string key =
+            "/" + lower(db.objNames.getString(ra.libId)) + "/" + lower(db.objNames.getString(ra.primaryId));
         if (unsigned entity = db.rUnitNames.find(key.c_str()))
             archOf[entity] = r;
     }

@@ -5,7 +5,9 @@
 #include <string>
 
 #include "VhdlTestUtil.h"
+#include "hdl/base/RuntimeFlags.h"
 #include "hdl/vhdl/VhdlLibrary.h"
+#include "hdl/vhdl/VhdlVisitor.h"
 #include "hdl/vhdl/VhdlMessageIds.h"
 
 namespace hdl {
@@ -175,6 +177,53 @@ TEST_F(VhdlLibraryTest, ReplacedPrimaryKeepsItsPlaceInIteration) {
     EXPECT_EQ(units[1]->GetClassId(), VhdlEntityDecl::kClassId);
     EXPECT_EQ(units[2]->Name(), "c");
     EXPECT_EQ(vhdl_file::GetWorkLib()->GetPrimUnit("b"), units[1]);
+}
+
+// Every identifier of a unit as "OrigName=Name", in source order.
+class IdNames : public VhdlVisitor {
+public:
+    std::vector<std::string> names;
+    void Visit(VhdlIdDef& id) override { names.push_back(std::string(id.OrigName()) + "=" + std::string(id.Name())); }
+};
+
+std::vector<std::string> IdNamesOf(VhdlTreeNode* unit) {
+    IdNames walk;
+    walk.TraverseNode(unit);
+    return walk.names;
+}
+
+TEST_F(VhdlLibraryTest, NamesAreLowerCaseUnlessTheRuntimeFlagKeepsTheirCase) {
+    const std::string text = "entity MyTop is port (Clk : in bit); end;\n"
+                             "architecture RTL of mytop is signal \\Ext Sig\\, ab : bit; begin end;\n";
+    for (uint32_t preserve : {0u, 1u}) {
+        SCOPED_TRACE(preserve);
+        vhdl_file::Reset();
+        vhdl_file::RegisterFlexStreamCallBack(Serve);
+        RuntimeFlags::SetVar("vhdl_preserve_id_case", preserve);
+        Files()["a.vhd"] = text;
+        Files()["b.vhd"] = "architecture rtl of MYTOP is begin end;";
+        ASSERT_TRUE(vhdl_file::Analyze("a.vhd", "work", VHDL_93));
+        // Units are found without regard to case either way.
+        VhdlPrimaryUnit* top = vhdl_file::GetWorkLib()->GetPrimUnit("MYTOP");
+        ASSERT_NE(top, nullptr);
+        EXPECT_EQ(top->Name(), preserve ? "MyTop" : "mytop");
+        VhdlSecondaryUnit* rtl = top->GetSecondaryUnit("rtl");
+        ASSERT_NE(rtl, nullptr);
+        EXPECT_EQ(rtl->Name(), preserve ? "RTL" : "rtl");
+        // An extended identifier keeps its case and its backslashes in both.
+        if (preserve) {
+            EXPECT_EQ(IdNamesOf(top), (std::vector<std::string>{"MyTop=MyTop", "Clk=Clk"}));
+            EXPECT_EQ(IdNamesOf(rtl), (std::vector<std::string>{"RTL=RTL", "\\Ext Sig\\=\\Ext Sig\\", "ab=ab"}));
+        } else {
+            EXPECT_EQ(IdNamesOf(top), (std::vector<std::string>{"MyTop=mytop", "Clk=clk"}));
+            EXPECT_EQ(IdNamesOf(rtl), (std::vector<std::string>{"RTL=rtl", "\\Ext Sig\\=\\Ext Sig\\", "ab=ab"}));
+        }
+        // The same architecture in another case replaces the first, also when case is kept.
+        ASSERT_TRUE(vhdl_file::Analyze("b.vhd", "work", VHDL_93));
+        ASSERT_EQ(top->GetSecondaryUnits().size(), 1u);
+        EXPECT_EQ(top->GetSecondaryUnits()[0]->Id()->OrigName(), "rtl");
+    }
+    RuntimeFlags::Reset();
 }
 
 } // namespace

@@ -50,6 +50,34 @@ TEST(Sketch, SkimmedProjectGivesHierarchyAndOrderedTops) {
     EXPECT_EQ(db.unitAttrs.at(beta).insts.size(), 2u);
 }
 
+// The entity of an architecture is looked up by "/library/primary". Raw unit keys hold
+// names lower-cased while `primaryId` keeps the skim's spelling, which has case where
+// -hierTree keeps it; the reading taken folds the name, so that spelling never decides.
+TEST(Sketch, EntityOfAnArchitectureIsFoundWhateverTheCaseOfItsName) {
+    HADLDatabase db;
+    unsigned f = db.insertFileName("e.vhd", 9, "w");
+    auto raw = [&](const char* key, const char* primary, const char* secondary) {
+        unsigned r = db.rUnitNames.insert(key);
+        db.resizeTables();
+        HADLDatabase::RUnitAttr& a = db.rUnitAttrs.at(r);
+        a.libId = db.objNames.insert("w");
+        a.primaryId = db.objNames.insert(primary);
+        a.secondaryId = secondary ? db.objNames.insert(secondary) : 0;
+        a.fileIds.push_back(f);
+        return r;
+    };
+    raw("/w/myent", "MyEnt", nullptr);
+    unsigned top = raw("/w/top/rtl", "Top", "RTL");
+    raw("/w/myent/rtl", "MyEnt", "RTL");
+    db.rUnitAttrs.at(top).insts.push_back(HADLDatabase::RInstAttr{db.objNames.insert("U1"), 1});
+    sketchUnits(db);
+    computeTops(db);
+    EXPECT_EQ(db.unitNames.find("/w/myent"), 0u);
+    ASSERT_EQ(topNames(db), (std::vector<std::string>{"/w/top/rtl"}));
+    ASSERT_EQ(db.unitAttrs.at(db.tops[0]).insts.size(), 1u);
+    EXPECT_STREQ(db.unitNames.getString(db.unitAttrs.at(db.tops[0]).insts[0].unitId), "/w/myent/rtl");
+}
+
 TEST(Sketch, EqualCountsSortWithoutCase) {
     HADLDatabase db;
     unsigned f = db.insertFileName("x.v", 2, "w");

@@ -1,6 +1,7 @@
 // Every corpus project, entered in a scrambled order: the skim's parse order must put
 // each file after the files declaring the packages, contexts, entities and
-// configurations it names, and the sketch must find the project's top.
+// configurations it names, and the sketch must find the project's top (and no entity
+// beside its architecture, whatever the case of its name).
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -122,13 +123,22 @@ TEST_P(SkimCorpus, ParseOrderHonoursDeclarationsAndSketchFindsTop) {
     sketchUnits(db);
     computeTops(db);
     std::vector<std::string> tops;
-    for (unsigned t : db.tops)
+    for (unsigned t : db.tops) {
         tops.push_back(lower(db.objNames.getString(db.unitAttrs.at(t).primaryId)));
+        // An entity stands for itself only without architectures; else its last one does.
+        const std::string name = db.unitNames.getString(t);
+        if (name[0] != '/' || db.unitAttrs.at(t).secondaryId)
+            continue;
+        for (unsigned r = 1; r < db.rUnitNames.size(); ++r)
+            EXPECT_NE(std::string(db.rUnitNames.getString(r)).rfind(name + "/", 0), 0u)
+                << name << " is a top beside its architecture " << db.rUnitNames.getString(r);
+    }
     EXPECT_NE(std::find(tops.begin(), tops.end(), lower(project.top)), tops.end()) << project.top;
     hdl::hdl_file_sort::Reset();
 }
 
 INSTANTIATE_TEST_SUITE_P(Corpus, SkimCorpus,
-                         ::testing::Values("common_cells", "cv32e40p", "osvvm", "picorv32", "poc", "serv"));
+                         ::testing::Values("common_cells", "cv32e40p", "microwatt", "osvvm", "picorv32", "poc",
+                                           "serv"));
 
 } // namespace
