@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "hdl/base/Language.h"
 #include "hdl/base/Message.h"
 #include "hdl/elab/ElabHierPrinter.h"
 #include "hdl/elab/VhdlElaborator.h"
@@ -43,13 +44,6 @@ void printMessage(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* 
                  loc ? loc->leftCol : 0, kind, id, text);
 }
 
-struct Language {
-    const char* name;
-    unsigned code;
-};
-const Language kLanguages[] = {{"v95", 1},     {"v2k", 2},     {"sv", 5},
-                               {"vhdl93", 9},  {"vhdl08", 11}, {"vhdl19", 12}};
-
 const char* unitKind(const hdl::VeriModule& m) {
     if (m.IsInterface()) return "interface";
     if (m.IsProgram()) return "program";
@@ -63,7 +57,7 @@ const char* unitKind(const hdl::VeriModule& m) {
 // The one place that picks a front-end for a language code.
 void analyze(const std::string& path, unsigned lang, const std::string& lib) {
     currentFile = path;
-    if (lang >= 1 && lang <= 7) {
+    if (hdl::IsVerilogLanguage(lang)) {
         hdl::veri_file::Analyze(path.c_str(), lang, lib.c_str());
         return;
     }
@@ -115,7 +109,7 @@ void printHierarchy(const std::vector<std::string>& topNames, const hdl::ElabGen
 
 int main(int argc, char** argv) {
     hdl::Message::RegisterCallBackMsg(printMessage);
-    unsigned lang = 5;
+    unsigned lang = hdl::LANG_SV;
     std::string lib = "work";
     bool units = false;
     bool tree = false;
@@ -129,14 +123,8 @@ int main(int argc, char** argv) {
         if (a == "--lang") {
             const char* v = value();
             if (!v) return usage();
-            bool known = false;
-            for (const Language& l : kLanguages) {
-                if (std::strcmp(l.name, v) == 0) {
-                    lang = l.code;
-                    known = true;
-                }
-            }
-            if (!known) return usage();
+            lang = hdl::LanguageByName(v);
+            if (!hdl::IsVerilogLanguage(lang) && !hdl::IsVhdlLanguage(lang)) return usage();
         } else if (a == "--lib") {
             const char* v = value();
             if (!v) return usage();

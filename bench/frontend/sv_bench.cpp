@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "hdl/base/Language.h"
 #include "hdl/base/Message.h"
 #include "hdl/base/SourceStream.h"
 #include "hdl/sv/VeriLibrary.h"
@@ -52,8 +53,8 @@ Project readList(const std::string& list) {
             p.incdirs.push_back(hdl::FileSystem::Join(dir, library));
             continue;
         }
-        unsigned code = lang == "sv" ? 5 : lang == "v2k" ? 2 : lang == "v95" ? 1 : 0;
-        if (!code) continue;
+        const unsigned code = hdl::LanguageByName(lang);
+        if (!hdl::IsVerilogLanguage(code)) continue;
         std::string full = hdl::FileSystem::Join(dir, path);
         std::ifstream f(full, std::ios::binary | std::ios::ate);
         if (f) p.bytes += size_t(f.tellg());

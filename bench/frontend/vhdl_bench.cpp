@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "hdl/base/Language.h"
 #include "hdl/base/Message.h"
 #include "hdl/base/SourceStream.h"
 #include "hdl/vhdl/VhdlLibrary.h"
@@ -27,12 +28,8 @@ struct Job {
 };
 
 unsigned ModeOf(const std::string& lang) {
-    if (lang == "vhdl87") return hdl::VHDL_87;
-    if (lang == "vhdl2k") return hdl::VHDL_2K;
-    if (lang == "vhdl08") return hdl::VHDL_2008;
-    if (lang == "vhdl19") return hdl::VHDL_2019;
-    if (lang == "psl") return hdl::VHDL_PSL;
-    return hdl::VHDL_93;
+    const unsigned code = hdl::LanguageByName(lang);
+    return hdl::IsVhdlLanguage(code) ? code : unsigned(hdl::VHDL_93);
 }
 
 void ReadList(const std::string& list, std::vector<Job>& jobs) {
@@ -45,7 +42,7 @@ void ReadList(const std::string& list, std::vector<Job>& jobs) {
         std::getline(fields, lang, '\t');
         std::getline(fields, lib, '\t');
         std::getline(fields, path, '\t');
-        if (lang.rfind("vhdl", 0) != 0) continue;
+        if (!hdl::IsVhdlLanguage(hdl::LanguageByName(lang))) continue;
         jobs.push_back({hdl::FileSystem::Join(dir, path), lib, ModeOf(lang)});
     }
 }

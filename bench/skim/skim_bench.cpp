@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "hdl/base/Language.h"
 #include "hdl/base/Message.h"
 #include "hdl/sort/FileSort.h"
 #include "hdl/sv/VeriLibrary.h"
@@ -43,12 +44,8 @@ struct Entry {
 };
 
 unsigned langCode(const std::string& lang) {
-    if (lang == "sv") return 5;
-    if (lang == "v2k") return 2;
-    if (lang == "vhdl93") return 9;
-    if (lang == "vhdl08") return 11;
-    if (lang == "vhdl19") return 12;
-    return 5;
+    const unsigned code = hdl::LanguageByName(lang);
+    return code == hdl::LANG_NONE ? unsigned(hdl::LANG_SV) : code;
 }
 
 double cpuSeconds() {
@@ -154,9 +151,9 @@ double parseOnce(const std::vector<std::string>& incdirs) {
         const HADLDatabase::FileAttr& attr = db.fileAttrs.at(id);
         const char* name = db.fileNames.getString(id);
         const char* lib = db.objNames.getString(attr.libId);
-        if (attr.lang >= 8 && attr.lang <= 13)
+        if (hdl::IsVhdlLanguage(attr.lang))
             hdl::vhdl_file::Analyze(name, lib, attr.lang);
-        else if (attr.lang >= 1 && attr.lang <= 7)
+        else if (hdl::IsVerilogLanguage(attr.lang))
             hdl::veri_file::Analyze(name, attr.lang, lib);
     }
     return cpuSeconds() - start;

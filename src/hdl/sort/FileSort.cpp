@@ -10,6 +10,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "hdl/base/Language.h"
 #include "hdl/base/LineFile.h"
 #include "hdl/base/Message.h"
 #include "hdl/sort/SortNameTable.h"
@@ -60,8 +61,6 @@ SortState& state() {
     return s;
 }
 
-bool isVhdl(unsigned lang) { return lang >= 8 && lang <= 13; }
-
 char lowerChar(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 std::string lower(std::string s) {
@@ -71,7 +70,9 @@ std::string lower(std::string s) {
 }
 
 // The language the preprocessor reads a file of `lang` in.
-unsigned preprocessorLanguage(unsigned lang) { return lang >= 1 && lang <= 5 ? lang : lang == 14 ? 14 : 5; }
+unsigned preprocessorLanguage(unsigned lang) {
+    return (lang >= LANG_V95 && lang <= LANG_SV) || IsIncludeLanguage(lang) ? lang : LANG_SV;
+}
 
 std::unique_ptr<VeriPreprocessor> newPreprocessor(unsigned lang, StreamCallBack callback) {
     SortState& s = state();
@@ -98,30 +99,30 @@ const VeriMacroTable& predefinedMacros(unsigned ppLanguage) {
     if (!s.predefinedBuilt) {
         for (unsigned k = 0; k < 2; ++k) {
             s.predefined[k].clear();
-            predefineMacros(s.predefined[k], k ? 5 : 1, s.defines);
+            predefineMacros(s.predefined[k], k ? LANG_SV : LANG_V95, s.defines);
         }
         s.predefinedBuilt = true;
     }
-    return s.predefined[ppLanguage >= 3 ? 1 : 0];
+    return s.predefined[IsSystemVerilogLanguage(ppLanguage) ? 1 : 0];
 }
 
 // The keyword set of the preprocessor's lexer for a language.
 VeriKeywordSet preprocessorKeywordSet(unsigned ppLanguage) {
     switch (ppLanguage) {
-    case 1: return VERI_KW_1995;
-    case 2: return VERI_KW_2005;
-    case 3: return VERI_KW_SV2005;
-    case 4: return VERI_KW_SV2009;
+    case LANG_V95: return VERI_KW_1995;
+    case LANG_V2K: return VERI_KW_2005;
+    case LANG_SV05: return VERI_KW_SV2005;
+    case LANG_SV09: return VERI_KW_SV2009;
     default: return VERI_KW_SV2012;
     }
 }
 
 VeriKeywordSet keywordSetOf(unsigned lang) {
     switch (lang) {
-    case 1: return VERI_KW_1995;
-    case 2: return VERI_KW_2001;
-    case 3: return VERI_KW_SV2005;
-    case 4: return VERI_KW_SV2009;
+    case LANG_V95: return VERI_KW_1995;
+    case LANG_V2K: return VERI_KW_2001;
+    case LANG_SV05: return VERI_KW_SV2005;
+    case LANG_SV09: return VERI_KW_SV2009;
     default: return VERI_KW_SV2012;
     }
 }
@@ -221,7 +222,7 @@ bool readVhdl(FileElement& element) {
 
 bool readElement(FileElement& element) {
     state().librariesResolved = false;
-    return isVhdl(element.language) ? readVhdl(element) : readVerilog(element);
+    return IsVhdlLanguage(element.language) ? readVhdl(element) : readVerilog(element);
 }
 
 // Verilog names units without a library, and a VHDL component binds by default to an
@@ -301,7 +302,7 @@ void resolveLibraries() {
     };
     for (size_t i = 0; i < s.elements.size(); ++i) {
         FileElement& e = *s.elements[i];
-        bool verilog = !isVhdl(e.language);
+        bool verilog = !IsVhdlLanguage(e.language);
         for (SortReference& r : e.references)
             retarget(r, ownLibrary[i], verilog);
         for (SortUnit& u : e.units)
@@ -340,7 +341,7 @@ bool hdl_file_sort::RegisterFile(const char* file, const char* library, unsigned
     auto element = std::make_unique<FileElement>();
     element->fileName = file ? file : "";
     element->libraryName = library ? library : "";
-    element->language = mode & 0x7fffffffu;
+    element->language = LanguageOf(mode);
     auto known = s.byName.emplace(element->libraryName + "\n" + element->fileName, s.elements.size());
     size_t index = known.first->second;
     if (known.second)

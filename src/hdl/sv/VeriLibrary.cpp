@@ -52,7 +52,7 @@ const char* languageName(unsigned mode) { return mode <= VERILOG_2K ? "Verilog" 
 
 unsigned preprocessorLanguage(unsigned mode) {
     if (mode >= VERILOG_95 && mode <= SYSTEM_VERILOG) return mode;
-    return SYSTEM_VERILOG; // 6, 7 and include files read as the newest revision
+    return SYSTEM_VERILOG; // AMS, PSL and include files read as the newest revision
 }
 
 struct Source {
@@ -61,7 +61,7 @@ struct Source {
 };
 
 bool analyze(const std::vector<Source>& sources, unsigned mode, const char* libraryName) {
-    if (mode == 0 || (mode > 7 && mode != 14)) {
+    if (!IsVerilogLanguage(mode) && !IsIncludeLanguage(mode)) {
         Message::Error(veri_msg::LanguageUnavailable, nullptr, "language code %u is not a Verilog language", mode);
         return false;
     }

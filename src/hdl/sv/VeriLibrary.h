@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "hdl/base/Arena.h"
+#include "hdl/base/Language.h"
 #include "hdl/base/SourceStream.h"
 #include "hdl/sv/VeriTree.h"
 
@@ -35,11 +36,11 @@ private:
 
 // Language codes of the Verilog family, as analysis takes them.
 enum VeriLanguage : unsigned {
-    VERILOG_95 = 1,
-    VERILOG_2K = 2,
-    SYSTEM_VERILOG_2005 = 3,
-    SYSTEM_VERILOG_2009 = 4,
-    SYSTEM_VERILOG = 5,
+    VERILOG_95 = LANG_V95,
+    VERILOG_2K = LANG_V2K,
+    SYSTEM_VERILOG_2005 = LANG_SV05,
+    SYSTEM_VERILOG_2009 = LANG_SV09,
+    SYSTEM_VERILOG = LANG_SV,
 };
 
 class veri_file {

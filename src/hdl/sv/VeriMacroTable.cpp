@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "hdl/base/Language.h"
 #include "hdl/sv/VeriLexTables.h"
 #include "hdl/sv/VeriMacroExpander.h"
 
@@ -99,7 +100,7 @@ void predefineMacros(VeriMacroTable& table, unsigned language, const std::vector
         {"SV_COV_ASSERTION", "20"}, {"SV_COV_FSM_STATE", "21"}, {"SV_COV_STATEMENT", "22"},
         {"SV_COV_TOGGLE", "23"},    {"SV_COV_OVERFLOW", "-2"},  {"SV_COV_ERROR", "-1"},
         {"SV_COV_NOCOV", "0"},      {"SV_COV_OK", "1"},         {"SV_COV_PARTIAL", "2"}};
-    if (language >= 3) {
+    if (IsSystemVerilogLanguage(language)) {
         for (const auto& [name, value] : coverage) {
             VeriMacro m;
             m.name = name;

@@ -95,7 +95,7 @@ private:
     std::vector<std::unique_ptr<std::string>> owned_;
 };
 
-// The macros every compilation unit starts with: for SystemVerilog (language 3 and up)
+// The macros every compilation unit starts with: for SystemVerilog (and what reads as it)
 // the coverage control constants, then the command-line definitions "NAME[=value]".
 void predefineMacros(VeriMacroTable& table, unsigned language, const std::vector<std::string>& defines);
 

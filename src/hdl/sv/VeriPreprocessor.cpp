@@ -36,10 +36,10 @@ using verilex::trim;
 
 VeriKeywordSet keywordSetOfLanguage(unsigned language) {
     switch (language) {
-    case 1: return VERI_KW_1995;
-    case 2: return VERI_KW_2005;
-    case 3: return VERI_KW_SV2005;
-    case 4: return VERI_KW_SV2009;
+    case LANG_V95: return VERI_KW_1995;
+    case LANG_V2K: return VERI_KW_2005;
+    case LANG_SV05: return VERI_KW_SV2005;
+    case LANG_SV09: return VERI_KW_SV2009;
     default: return VERI_KW_SV2012;
     }
 }

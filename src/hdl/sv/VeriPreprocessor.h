@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "hdl/base/Language.h"
 #include "hdl/base/LineFile.h"
 #include "hdl/base/SourceStream.h"
 #include "hdl/sv/VeriMacroTable.h"
@@ -23,7 +24,7 @@ struct VeriPreprocessorOptions {
     std::vector<std::string> defines;       // "NAME" or "NAME=value"
     // 1 Verilog 1995, 2 Verilog 2001, 3 SystemVerilog 2005, 4 SystemVerilog 2009,
     // 5 SystemVerilog 2012/2017, 14 an include file (read as 5).
-    unsigned language = 5;
+    unsigned language = LANG_SV;
     bool ignoreTranslateOff = false;        // read text between translate_off/on
     StreamCallBack streamCallBack = nullptr;
 };

@@ -180,7 +180,7 @@ bool vhdl_file::Analyze(const char* path, const char* library, unsigned mode) {
 bool vhdl_file::AnalyzeText(const std::string& text, const char* name, const char* library, unsigned mode) {
     State& s = S();
     s.replaced.clear();
-    if (mode < VHDL_87 || mode > VHDL_PSL) mode = VHDL_93;
+    if (!IsVhdlLanguage(mode)) mode = VHDL_93;
     const char* libName = library && *library ? library : "work";
     uint32_t fileId = LineFile::GetFileId(name ? name : "");
     ColLineFile fileLoc(fileId, 1, 1);

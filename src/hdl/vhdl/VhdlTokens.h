@@ -4,16 +4,18 @@
 #include <cstdint>
 #include <string_view>
 
+#include "hdl/base/Language.h"
+
 namespace hdl {
 
 // Language modes, numbered as the file languages of the scanner.
 enum VhdlMode : unsigned {
-    VHDL_87 = 8,
-    VHDL_93 = 9,
-    VHDL_2K = 10,
-    VHDL_2008 = 11,
-    VHDL_2019 = 12,
-    VHDL_PSL = 13,
+    VHDL_87 = LANG_VHDL87,
+    VHDL_93 = LANG_VHDL93,
+    VHDL_2K = LANG_VHDL2K,
+    VHDL_2008 = LANG_VHDL08,
+    VHDL_2019 = LANG_VHDL19,
+    VHDL_PSL = LANG_VHDLPSL,
 };
 
 // Reserved words: token name, spelling, first edition that reserves it. PSL words

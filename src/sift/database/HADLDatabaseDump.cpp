@@ -8,14 +8,9 @@
 #include <string>
 #include <vector>
 
-namespace {
+#include "hdl/base/Language.h"
 
-const char* languageName(unsigned lang) {
-    static const char* const names[] = {"(undef)", "v95",    "v2k",    "sv05",   "sv09",
-                                        "sv",      "vAMS",   "vPSL",   "vhdl87", "vhdl93",
-                                        "vhdl2k",  "vhdl08", "vhdl19", "vhdlPSL", "include"};
-    return lang < sizeof names / sizeof names[0] ? names[lang] : "(undef)";
-}
+namespace {
 
 using DB = HADLDatabase;
 
@@ -74,7 +69,7 @@ struct Printer {
 
     void fileAttr(unsigned id, unsigned) {
         const DB::FileAttr& f = db.fileAttrs.at(id);
-        out << "{ " << languageName(f.lang) << ", " << db.objNames.getString(f.libId);
+        out << "{ " << hdl::LanguageName(f.lang) << ", " << db.objNames.getString(f.libId);
         if (f.tempAliasId) out << ", tempAliasId=" << f.tempAliasId;
         if (f.isAliasOfId) out << ", isAliasOfId=" << f.isAliasOfId;
         if (f.isStdVhdl) out << ", isStdVhdl";

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <unordered_map>
 
+#include "hdl/base/Language.h"
 #include "runtime/LoomScopeTimer.h"
 #include "sift/database/HADLDatabase.h"
 
@@ -95,7 +96,7 @@ void fillNeedDecryptionCache(const HADLDatabase& db) {
             continue;
         NeedDecryptionEntry e;
         e.path = db.fileNames.getString(t);
-        e.isInclude = g.lang == 14;
+        e.isInclude = hdl::IsIncludeLanguage(g.lang);
         e.nameKey = NeedDecryptionCache::nameKeyOf(e.path);
         NeedDecryptionCache::add(std::move(e));
     }

@@ -5,6 +5,7 @@
 
 #include <boost/algorithm/string/predicate.hpp>
 
+#include "hdl/base/Language.h"
 #include "hdl/base/LineFile.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
@@ -12,18 +13,10 @@
 #include "sift/scan/HADLSifter.h"
 #include "sift/shell/HADLMsgCapture.h"
 
-namespace {
-
-constexpr unsigned kLangInclude = 14;
-
-bool isVhdlLang(unsigned lang) { return lang >= 8 && lang <= 13; }
-
-} // namespace
-
 void HADLParse::analyzeFile(const std::string& path, const std::string& library, unsigned lang) {
-    const unsigned mode = lang & 0x7fffffffu;
-    if (mode == 0 || mode > 7) hdl::vhdl_file::Analyze(path.c_str(), library.c_str(), mode);
-    else hdl::veri_file::Analyze(path.c_str(), mode, library.c_str());
+    const unsigned mode = hdl::LanguageOf(lang);
+    if (hdl::IsVerilogLanguage(mode)) hdl::veri_file::Analyze(path.c_str(), mode, library.c_str());
+    else hdl::vhdl_file::Analyze(path.c_str(), library.c_str(), mode);
 }
 
 void HADLParse::doParse() {
@@ -68,7 +61,7 @@ void HADLParse::doParse() {
     std::vector<bool> announced(s.objNames.size(), false);
     for (unsigned fileId : s.parseOrder) {
         const HADLDatabase::FileAttr& attr = s.fileAttrs.at(fileId);
-        if (attr.isStdVhdl || attr.isDisabled || attr.lang == kLangInclude) continue;
+        if (attr.isStdVhdl || attr.isDisabled || hdl::IsIncludeLanguage(attr.lang)) continue;
         const std::string library = s.objNames.getString(attr.libId);
         if (!announced.at(attr.libId)) {
             // Strict order: VHDL finds a library only through the source's own clauses.
@@ -90,7 +83,7 @@ void HADLParse::updateDuplicate(unsigned index) {
     const std::string primary = s.objNames.getString(record.primaryId);
     const std::string secondary = s.objNames.getString(record.secondaryId);
 
-    if (!isVhdlLang(s.fileAttrs.at(record.fileId).lang)) {
+    if (!hdl::IsVhdlLanguage(s.fileAttrs.at(record.fileId).lang)) {
         hdl::VeriModule* module = hdl::veri_file::GetModule(primary.c_str(), library.c_str());
         if (module) record.startLine = hdl::LineFile::GetLineNo(&module->Linefile());
         return;

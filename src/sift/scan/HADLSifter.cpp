@@ -6,6 +6,7 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include "hdl/base/Language.h"
 #include "hdl/base/Message.h"
 #include "hdl/base/RuntimeFlags.h"
 #include "hdl/sort/FileSort.h"
@@ -98,7 +99,7 @@ void HADLSifter::configure() {
 void HADLSifter::addAliasIncludeDirs() {
     for (uint32_t fileId = 1; fileId < fileNames.size(); ++fileId) {
         const FileAttr& attr = fileAttrs.at(fileId);
-        if (!attr.tempAliasId || attr.lang < 1 || attr.lang > 7) continue;
+        if (!attr.tempAliasId || !hdl::IsVerilogLanguage(attr.lang)) continue;
         auto& list = incDirLists.at(attr.incDirListId);
         std::string dir = boost::filesystem::path(fileNames.getString(fileId)).parent_path().string();
         if (dir.empty()) continue;

@@ -5,6 +5,8 @@
 #include <map>
 #include <string>
 
+#include "hdl/base/Language.h"
+
 namespace {
 
 std::string lower(const char* text) {
@@ -15,7 +17,7 @@ std::string lower(const char* text) {
 }
 
 bool isUnresolved(const HADLDatabase& db, unsigned unit) {
-    return db.fileAttrs.at(db.unitAttrs.at(unit).fileId).lang == 0;
+    return db.fileAttrs.at(db.unitAttrs.at(unit).fileId).lang == hdl::LANG_NONE;
 }
 
 } // namespace

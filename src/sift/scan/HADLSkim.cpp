@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "hdl/base/Language.h"
 #include "hdl/base/Message.h"
 #include "hdl/sort/FileSort.h"
 #include "hdl/sort/SortNameTable.h"
@@ -31,9 +32,6 @@ struct Hash65599 {
 
 using FileIds = std::vector<unsigned>;
 using UnitMap = std::unordered_map<std::string, FileIds, Hash65599>;
-
-bool isVhdl(unsigned lang) { return lang >= 8 && lang <= 13; }
-bool isVerilog(unsigned lang) { return lang >= 1 && lang <= 7; }
 
 char lowerChar(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
@@ -117,7 +115,7 @@ std::vector<SkimFile> skimFiles(HADLDatabase& db, Libraries& libraries) {
 // rUnitKey into a buffer that lives across calls.
 void buildKey(std::string& key, unsigned lang, std::string_view library, std::string_view primary,
               std::string_view secondary) {
-    const char sep = isVhdl(lang) ? '/' : '.';
+    const char sep = hdl::IsVhdlLanguage(lang) ? '/' : '.';
     key.clear();
     key += sep;
     key += library;
@@ -137,7 +135,7 @@ struct SplitName {
 // VHDL unit texts are "primary secondary", split at the last blank. Views of `text`.
 SplitName splitName(unsigned lang, std::string_view text, bool stripEscapes) {
     SplitName s{text, {}};
-    if (!isVhdl(lang))
+    if (!hdl::IsVhdlLanguage(lang))
         return s;
     size_t blank = text.rfind(' ');
     if (blank != std::string_view::npos) {
@@ -203,8 +201,8 @@ void collectDeclaringFiles(SkimTables& t, unsigned fileIdCount) {
     std::string key;
     for (const SkimFile& f : t.files) {
         if (f.id < fileIdCount)
-            t.verilogFile[f.id] = isVerilog(f.lang);
-        const bool vhdl = isVhdl(f.lang);
+            t.verilogFile[f.id] = hdl::IsVerilogLanguage(f.lang);
+        const bool vhdl = hdl::IsVhdlLanguage(f.lang);
         for (const std::string& name : f.element->declaredNames)
             declared.emplace_back(t.units.intern(unitKey(key, f.library, name, vhdl)), f.id);
     }
@@ -236,7 +234,7 @@ const UnitMap& unitMapOf(SkimTables& t, unsigned library) {
     for (const SkimFile& f : t.files) {
         if (f.library != library)
             continue;
-        bool vhdl = isVhdl(f.lang);
+        bool vhdl = hdl::IsVhdlLanguage(f.lang);
         for (const std::string& declared : f.element->declaredNames)
             appendUnique(units[vhdl ? lowerInto(name, declared) : declared], f.id);
     }
@@ -245,7 +243,7 @@ const UnitMap& unitMapOf(SkimTables& t, unsigned library) {
 
 void collectReferences(HADLDatabase& db, SkimTables& t, const SkimFile& f) {
     const unsigned none = unsigned(t.libraries.names.size());
-    const bool vhdl = isVhdl(f.lang);
+    const bool vhdl = hdl::IsVhdlLanguage(f.lang);
     HADLDatabase::FileProp* props = nullptr;
     std::string lowered, key;
     for (const hdl::SortReference& r : f.element->references) {
@@ -340,7 +338,7 @@ void createRawInstances(HADLDatabase& db, SkimTables& t, const HADLStringMatchTa
     for (const SkimFile& f : t.files) {
         const std::string& lib = t.libraries.names[f.library];
         const unsigned lang = f.lang;
-        const bool vhdl = isVhdl(lang);
+        const bool vhdl = hdl::IsVhdlLanguage(lang);
         const unsigned other = vhdl ? 2 : 9;
         const HADLStringMatchTable& stdLibs = vhdl ? db.stdVhdlLibNames : db.stdSVLibNames;
         for (const hdl::SortUnit& u : f.element->units) {
@@ -472,7 +470,7 @@ std::string rUnitKey(unsigned lang, const std::string& library, const std::strin
 unsigned fileIdOfElement(HADLDatabase& db, const hdl::FileElement& element) {
     unsigned id = db.fileNames.find(element.fileName.c_str());
     if (!id)
-        id = db.insertFileName(element.fileName, element.language & 0x7fffffffu, element.libraryName);
+        id = db.insertFileName(element.fileName, hdl::LanguageOf(element.language), element.libraryName);
     return id;
 }
 
@@ -511,7 +509,7 @@ void hadlDoSkim(HADLSifter& sifter, const HADLStringMatchTable& primitiveNames) 
             continue;
         unsigned use = attr.tempAliasId ? attr.tempAliasId : id;
         const HADLDatabase::FileAttr& used = sifter.fileAttrs.at(use);
-        if (used.isStdVhdl || used.isDisabled || used.lang == 14)
+        if (used.isStdVhdl || used.isDisabled || hdl::IsIncludeLanguage(used.lang))
             continue;
         std::string name = sifter.fileNames.getString(use);
         std::string lib = sifter.objNames.getString(used.libId);

@@ -2,19 +2,13 @@
 
 #include <iostream>
 
+#include "hdl/base/Language.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "sift/scan/HADLDataDir.h"
 #include "sift/scan/HADLSifter.h"
 
 namespace {
-
-constexpr unsigned kLangSv = 5;
-constexpr unsigned kLangVhdl93 = 9;
-constexpr unsigned kLangVhdl08 = 11;
-constexpr unsigned kLangVhdl19 = 12;
-
-bool isVhdlLang(unsigned lang) { return lang >= 8 && lang <= 13; }
 
 struct StdLibSource {
     const char* library;
@@ -107,15 +101,15 @@ unsigned HADLStdLibs::vhdlStdLevel() const {
     const bool with2019 = sifter.options.enableVHDL2019;
     for (unsigned fileId = 1; fileId < sifter.fileAttrs.size(); ++fileId) {
         const unsigned lang = sifter.fileAttrs.at(fileId).lang;
-        if (lang == 0) continue;
+        if (lang == hdl::LANG_NONE) continue;
         if (!with2019) {
-            if (lang == kLangVhdl08) return 2;
-            if (isVhdlLang(lang)) level = 1;
+            if (lang == hdl::LANG_VHDL08) return 2;
+            if (hdl::IsVhdlLanguage(lang)) level = 1;
         } else {
             // With 2019 enabled the last VHDL file decides between 1 and 2.
-            if (lang == kLangVhdl19) return 3;
-            if (lang == kLangVhdl08) level = 2;
-            else if (isVhdlLang(lang)) level = 1;
+            if (lang == hdl::LANG_VHDL19) return 3;
+            if (lang == hdl::LANG_VHDL08) level = 2;
+            else if (hdl::IsVhdlLanguage(lang)) level = 1;
         }
     }
     return level;
@@ -123,7 +117,7 @@ unsigned HADLStdLibs::vhdlStdLevel() const {
 
 bool HADLStdLibs::hasSystemVerilog() const {
     for (unsigned fileId = 1; fileId < sifter.fileAttrs.size(); ++fileId) {
-        if (sifter.fileAttrs.at(fileId).lang == kLangSv) return true;
+        if (sifter.fileAttrs.at(fileId).lang == hdl::LANG_SV) return true;
     }
     return false;
 }
@@ -174,16 +168,16 @@ void HADLStdLibs::addVhdlStdLibSources() {
     base += "vhdl/src/";
     if (level == 1) {
         for (const StdLibSource& source : kVhdl93Sources)
-            addStdLibFile(kLangVhdl93, source.library, base + source.path);
+            addStdLibFile(hdl::LANG_VHDL93, source.library, base + source.path);
     } else {
-        const unsigned lang = level == 2 ? kLangVhdl08 : kLangVhdl19;
+        const unsigned lang = level == 2 ? hdl::LANG_VHDL08 : hdl::LANG_VHDL19;
         for (const StdLibSource& source : kVhdl08Sources)
             addStdLibFile(lang, source.library, base + source.path);
     }
     for (const StdLibSource& source : kComponentSources)
-        addStdLibFile(kLangVhdl93, source.library, base + source.path);
+        addStdLibFile(hdl::LANG_VHDL93, source.library, base + source.path);
     std::string tessel = findDataDir("ip/tessel");
-    if (!tessel.empty()) addStdLibFile(kLangVhdl93, "tessel", tessel + "ip/tessel/tessel_VCOMP.vhd");
+    if (!tessel.empty()) addStdLibFile(hdl::LANG_VHDL93, "tessel", tessel + "ip/tessel/tessel_VCOMP.vhd");
 }
 
 void HADLStdLibs::addSvStdLibSources() {
@@ -192,6 +186,6 @@ void HADLStdLibs::addSvStdLibSources() {
     std::string base = findDataDir("verilog/src/std.sv");
     if (base.empty()) return;
     hdl::veri_file::AddIncludeDir((base + "/system_verilog/uvm_1.2").c_str());
-    addStdLibFile(kLangSv, "std", base + "/verilog/src/std.sv");
-    addStdLibFile(kLangSv, "uvm", base + "/system_verilog/uvm_1.2/corvid_uvm_package.sv");
+    addStdLibFile(hdl::LANG_SV, "std", base + "/verilog/src/std.sv");
+    addStdLibFile(hdl::LANG_SV, "uvm", base + "/system_verilog/uvm_1.2/corvid_uvm_package.sv");
 }

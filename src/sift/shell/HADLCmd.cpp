@@ -3,6 +3,7 @@
 #include <exception>
 #include <iostream>
 
+#include "hdl/base/Language.h"
 #include "sift/database/HADLDatabaseAPI.h"
 #include "sift/scan/HADLSifter.h"
 #include "sift/shell/ListArguments.h"
@@ -11,15 +12,6 @@ using hdl::ArrayArg;
 using hdl::BoolArg;
 using hdl::IntArg;
 using hdl::StringArg;
-
-namespace {
-// Language codes of FileAttr.lang.
-constexpr uint32_t LANG_V2K = 2;
-constexpr uint32_t LANG_SV = 5;
-constexpr uint32_t LANG_VHDL93 = 9;
-constexpr uint32_t LANG_VHDL08 = 11;
-constexpr uint32_t LANG_VHDL19 = 12;
-} // namespace
 
 HADLCmd::HADLCmd() : hdl::Command("sf", nullptr) {
     // All but -outdir, -incdir and the file list exclude each other: one option per call.
@@ -158,19 +150,19 @@ void HADLCmd::dispatch(HADLSifter& sifter) const {
     } else if (IsSet("dump_vrfcHier")) {
         sifter.vrfcHierDumpFile = first;
     } else if (IsSet("add_v2k")) {
-        addFiles(sifter, LANG_V2K, "");
+        addFiles(sifter, hdl::LANG_V2K, "");
     } else if (IsSet("add_v2klib")) {
-        addFiles(sifter, LANG_V2K, StringValue("add_v2klib"));
+        addFiles(sifter, hdl::LANG_V2K, StringValue("add_v2klib"));
     } else if (IsSet("add_sv")) {
-        addFiles(sifter, LANG_SV, "");
+        addFiles(sifter, hdl::LANG_SV, "");
     } else if (IsSet("add_svlib")) {
-        addFiles(sifter, LANG_SV, StringValue("add_svlib"));
+        addFiles(sifter, hdl::LANG_SV, StringValue("add_svlib"));
     } else if (IsSet("add_vhdl93")) {
-        addFiles(sifter, LANG_VHDL93, StringValue("add_vhdl93"));
+        addFiles(sifter, hdl::LANG_VHDL93, StringValue("add_vhdl93"));
     } else if (IsSet("add_vhdl08")) {
-        addFiles(sifter, LANG_VHDL08, StringValue("add_vhdl08"));
+        addFiles(sifter, hdl::LANG_VHDL08, StringValue("add_vhdl08"));
     } else if (IsSet("add_vhdl19")) {
-        addFiles(sifter, LANG_VHDL19, StringValue("add_vhdl19"));
+        addFiles(sifter, hdl::LANG_VHDL19, StringValue("add_vhdl19"));
     }
 }
 
