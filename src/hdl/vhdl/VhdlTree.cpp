@@ -180,12 +180,7 @@ void VhdlVisitor::TraverseNode(VhdlTreeNode* node) {
 
 void VhdlTraverse(VhdlVisitor& v, VhdlTreeNode* node) { v.TraverseNode(node); }
 
-bool VhdlTreeEqual(const VhdlTreeNode* a, const VhdlTreeNode* b) {
-    if (!a || !b) return a == b;
-    return a->GetClassId() == b->GetClassId() && a->EqualFields(*b);
-}
-
-bool VhdlTreeNode::IsEqual(const VhdlTreeNode* other) const { return VhdlTreeEqual(this, other); }
+bool VhdlTreeNode::IsEqual(const VhdlTreeNode* other) const { return tree::NodesEqual(this, other); }
 
 namespace {
 

@@ -1,0 +1,50 @@
+// The state of one deep copy of a tree: the arena the copy goes to, and which original
+// object (node or scope) became which copy. A copy is made in two passes: the first
+// clones the children through each node's field list and records every pair; the second
+// points the copy's back-links (a reference's declaration, an identifier's scope) at the
+// copies of their targets where the target was copied too, and leaves them on the
+// original where it lies outside the copied subtree (a package item, say).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "hdl/base/Arena.h"
+
+namespace hdl {
+
+class TreeCopier {
+public:
+    explicit TreeCopier(Arena& arena) : arena_(arena) {}
+    TreeCopier(const TreeCopier&) = delete;
+    TreeCopier& operator=(const TreeCopier&) = delete;
+
+    Arena& arena() const { return arena_; }
+    void Record(const void* original, void* copy);
+    // The copy of `original` when this copier made one, else `original` itself.
+    template <class T>
+    T* Mapped(T* original) const {
+        void* copy = find(original);
+        return copy ? static_cast<T*>(copy) : original;
+    }
+    bool Copied(const void* original) const { return find(original) != nullptr; }
+    size_t Count() const { return count_; }
+
+private:
+    struct Slot {
+        const void* original;
+        void* copy;
+    };
+    void* find(const void* original) const;
+    void grow();
+    static size_t hash(const void* p) {
+        return size_t((reinterpret_cast<uintptr_t>(p) >> 3) * 0x9E3779B97F4A7C15ull);
+    }
+
+    Arena& arena_;
+    std::vector<Slot> slots_; // open addressing; size a power of two
+    size_t count_ = 0;
+};
+
+} // namespace hdl

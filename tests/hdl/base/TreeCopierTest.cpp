@@ -1,0 +1,41 @@
+// Arena lists and the copy map that trees are copied with.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "hdl/base/ArenaArray.h"
+#include "hdl/base/TreeCopier.h"
+
+using hdl::Arena;
+using hdl::ArenaArray;
+using hdl::TreeCopier;
+
+TEST(ArenaArrayTest, KeepsItemsAndCountInOnePointer) {
+    static_assert(sizeof(ArenaArray<void*>) == sizeof(void*));
+    Arena arena(256);
+    arena.allocate(1, 1); // leave the arena misaligned
+    std::vector<double> values = {1.5, 2.5, 3.5};
+    ArenaArray<double> list(arena, values);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(list.begin()) % alignof(double), 0u);
+    ASSERT_EQ(list.Size(), 3u);
+    EXPECT_EQ(std::vector<double>(list.begin(), list.end()), values);
+    EXPECT_EQ(list.At(3), 0.0); // past the end
+    EXPECT_EQ(list.Back(), 3.5);
+    ArenaArray<double> empty(arena, nullptr, 0);
+    EXPECT_TRUE(empty.Empty());
+    EXPECT_EQ(empty.begin(), empty.end());
+}
+
+TEST(TreeCopierTest, MapsRecordedObjectsAndKeepsOthers) {
+    Arena arena;
+    TreeCopier copier(arena);
+    std::vector<int> originals(5000), copies(5000); // enough to grow the table many times
+    for (size_t i = 0; i < originals.size(); ++i) copier.Record(&originals[i], &copies[i]);
+    EXPECT_EQ(copier.Count(), originals.size());
+    for (size_t i = 0; i < originals.size(); ++i) ASSERT_EQ(copier.Mapped(&originals[i]), &copies[i]) << i;
+    int outside = 0;
+    EXPECT_EQ(copier.Mapped(&outside), &outside);
+    EXPECT_FALSE(copier.Copied(&outside));
+    EXPECT_EQ(copier.Mapped(static_cast<int*>(nullptr)), nullptr);
+}
