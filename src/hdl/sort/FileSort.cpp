@@ -362,6 +362,7 @@ bool hdl_file_sort::FileAt(unsigned index, const FileElement** element) {
     s.pending.clear();
     if (!s.librariesResolved) {
         decideVhdlCandidates(s.elements);
+        decideVeriCandidates(s.elements);
         resolveLibraries();
     }
     if (index >= s.elements.size())

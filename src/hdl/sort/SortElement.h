@@ -12,9 +12,11 @@
 //         can provide it.
 //   bit 2 (SORT_REF_BIND_TARGET): the target scope of a Verilog `bind`; binding needs the
 //         target at elaboration only, so ordering ignores it.
-//   bit 3 (SORT_REF_CANDIDATE): inside the pre-scanner only, a VHDL `label : name;` that
-//         is an instance if `name` is a visible component; decided, and the bit cleared
-//         or the record dropped, before any element is handed out.
+//   bit 3 (SORT_REF_CANDIDATE): inside the pre-scanner only, an instance that the text
+//         alone cannot tell from a call: a VHDL `label : name;` (an instance if `name`
+//         is a visible component) or a Verilog `name (...);` without instance name (an
+//         instance if `name` is a UDP). Decided, and the bit cleared or the record
+//         dropped, before any element is handed out.
 // Not weak: package imports and `p::x` names, VHDL `use`, `library` and `context`
 // clauses, entity and configuration instantiations, the bindings of configuration
 // specifications and declarations, and the entity of an architecture or a configuration.
@@ -94,8 +96,14 @@ struct FileElement {
     std::vector<SortReference> references;
     std::vector<SortUnit> units;
     VhdlVisibility vhdl;
+    // Verilog: the UDPs (`primitive`) the file declares.
+    std::vector<std::string> primitives;
 
     void declare(const std::string& name);
+    // Keeps the records flagged SORT_REF_CANDIDATE whose turn in `keep` is true, without
+    // the flag, and drops the others. The unit records and the references each hold
+    // the candidates in the same order, that of `keep`.
+    void settleCandidates(const std::vector<bool>& keep);
 };
 
 } // namespace hdl

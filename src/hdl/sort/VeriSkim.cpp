@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <unordered_set>
 
 namespace hdl {
 namespace {
@@ -36,42 +37,51 @@ inline uint16_t endKindOf(uint16_t kind) {
     }
 }
 
-// Tokens after which a module item may start, so that `name name (` is an instance.
-bool startsItem(uint16_t kind) {
-    switch (kind) {
-    case VT_SEMI: case VT_BEGIN: case VT_END: case VT_GENERATE: case VT_ENDGENERATE:
-    case VT_ELSE: case VT_RPAREN: case VT_COLON: case VT_ATTR_CLOSE: case VT_ENDCASE:
-    case VT_ENDFUNCTION: case VT_ENDTASK:
-        return true;
-    default:
-        return false;
-    }
-}
-
-// Inside a unit, what the recogniser does at a token of each kind: pass it; act on it
-// (unit keywords and their ends, `bind` and the cells of a configuration); or, for a
-// name, act only when the next token is `::`, `#` or a name, since only a package
-// prefix or an instantiation starts that way. Most names are passed with the rest.
-// Bits, so that the test at each token is one expression without branches.
-enum InsideAction : uint8_t { ACT = 1, NAME = 2, STARTS_NAME = 4 };
+// Inside a unit, what the recogniser does at a token: pass it; act on it (unit
+// keywords and their ends, `bind` and the cells of a configuration); or, for a name,
+// act only when the next token is `::`, `#` or a name, since only a package prefix or
+// an instantiation starts that way, or when it is `(` and the name starts an item, as
+// an unnamed gate or UDP instance does. Most names are passed with the rest.
+// Each kind has a class of three bits; the classes of the previous, the current and
+// the next token index one table, so that the test at each token is one look-up.
+enum InsideClass : uint8_t { PASS, ACT, NAME, STARTS_NAME, PAREN, BEFORE_ITEM };
 
 struct InsideKinds {
     uint8_t of[VT_KIND_COUNT] = {};
+    bool acts[512] = {};
     constexpr InsideKinds() {
         for (uint16_t k : {VT_MODULE, VT_MACROMODULE, VT_INTERFACE, VT_PROGRAM, VT_PACKAGE, VT_PRIMITIVE, VT_CONFIG,
                            VT_CLASS, VT_CHECKER, VT_ENDMODULE, VT_ENDINTERFACE, VT_ENDPROGRAM, VT_ENDPACKAGE,
                            VT_ENDPRIMITIVE, VT_ENDCONFIG, VT_ENDCLASS, VT_ENDCHECKER, VT_BIND, VT_DESIGN, VT_USE,
                            VT_EOF})
             of[k] = ACT;
+        // Tokens after which a module item may start.
+        for (uint16_t k : {VT_SEMI, VT_BEGIN, VT_END, VT_GENERATE, VT_ENDGENERATE, VT_ELSE, VT_RPAREN, VT_COLON,
+                           VT_ATTR_CLOSE, VT_ENDCASE, VT_ENDFUNCTION, VT_ENDTASK})
+            of[k] = BEFORE_ITEM;
         for (uint16_t k : {VT_IDENTIFIER, VT_ESCAPED_IDENTIFIER})
-            of[k] = NAME | STARTS_NAME;
+            of[k] = NAME;
         for (uint16_t k : {VT_SCOPE, VT_HASH})
             of[k] = STARTS_NAME;
+        of[VT_LPAREN] = PAREN;
+        for (unsigned prev = 0; prev < 8; ++prev)
+            for (unsigned next = 0; next < 8; ++next) {
+                acts[window(prev, ACT, next)] = true;
+                // A name before a name is the label of a block.
+                acts[window(prev, NAME, next)] = next == NAME || next == STARTS_NAME ||
+                                                 (next == PAREN && (prev == BEFORE_ITEM || prev == NAME));
+            }
+    }
+    static constexpr unsigned window(unsigned prev, unsigned current, unsigned next) {
+        return prev << 6 | current << 3 | next;
     }
     // A kind the table does not know stops the recogniser.
     uint8_t at(uint16_t kind) const { return kind < VT_KIND_COUNT ? of[kind] : uint8_t(ACT); }
 };
 constexpr InsideKinds kInsideKinds;
+
+// Tokens after which a module item may start, so that `name name (` is an instance.
+bool startsItem(uint16_t kind) { return kInsideKinds.at(kind) == BEFORE_ITEM; }
 
 class VeriSkimmer {
 public:
@@ -135,11 +145,12 @@ private:
 
     void insideUnit() {
         size_t i = i_;
-        for (uint8_t bits = kInsideKinds.at(t_[i].kind); i + 1 < t_.size(); ++i) {
-            uint8_t next = kInsideKinds.at(t_[i + 1].kind);
-            if ((bits & ACT) | (bits & (next >> 1) & NAME))
+        unsigned prev = i > 0 ? kInsideKinds.at(t_[i - 1].kind) : unsigned(BEFORE_ITEM);
+        unsigned w = InsideKinds::window(0, prev, kInsideKinds.at(t_[i].kind));
+        for (; i + 1 < t_.size(); ++i) {
+            w = (w << 3 | kInsideKinds.at(t_[i + 1].kind)) & 511;
+            if (kInsideKinds.acts[w])
                 break;
-            bits = next;
         }
         i_ = i;
         const VeriSkimToken& t = t_[i_];
@@ -200,6 +211,8 @@ private:
             return;
         std::string name = nameText(t_[i_]);
         e_.declare(name);
+        if (kind == VT_PRIMITIVE)
+            e_.primitives.push_back(name);
         // Classes and checkers are no design units of the hierarchy.
         if (kind != VT_CLASS && kind != VT_CHECKER) {
             unit_ = static_cast<int>(e_.units.size());
@@ -229,12 +242,19 @@ private:
         return true;
     }
 
-    // At `name`: `name [#(...)|#x] inst [ranges] (...) {, inst [ranges] (...)}`.
+    // At `name`: `name [(strength)] [#(...)|#x] [inst [ranges]] (...) {, [inst [ranges]] (...)}`.
+    // An instance without a name is a gate's or a UDP's; the same text in a procedure
+    // calls a task, so it stays a candidate, and the tokens of its parentheses are read.
     bool instancesHere() {
         if (unit_ < 0 || (ends_.back() != VT_ENDMODULE && ends_.back() != VT_ENDINTERFACE &&
                           ends_.back() != VT_ENDPROGRAM))
             return false;
+        // The label of a block (`begin : name`, `end : name`) names no unit.
+        if (i_ >= 2 && t_[i_ - 1].kind == VT_COLON && (t_[i_ - 2].kind == VT_BEGIN || t_[i_ - 2].kind == VT_END))
+            return false;
         size_t k = i_ + 1;
+        if (kindAt(k) == VT_LPAREN && isStrength(kindAt(k + 1)))
+            k = skipGroup(k);
         if (kindAt(k) == VT_HASH) {
             ++k;
             if (kindAt(k) == VT_LPAREN)
@@ -243,28 +263,46 @@ private:
                 ++k;
         }
         std::string_view module = nameView(t_[i_]);
-        bool found = false;
-        while (isName(at(k))) {
-            size_t nameAt = k++;
-            while (kindAt(k) == VT_LBRACKET)
-                k = skipGroup(k);
+        named_.clear();
+        for (;;) {
+            size_t nameAt = k;
+            if (isName(at(k))) {
+                ++k;
+                while (kindAt(k) == VT_LBRACKET)
+                    k = skipGroup(k);
+            }
             if (kindAt(k) != VT_LPAREN)
                 break;
             k = skipGroup(k);
-            addInstance(std::string(module), nameText(t_[nameAt]));
-            found = true;
+            named_.push_back(isName(at(nameAt)) ? nameText(t_[nameAt]) : std::string());
             if (kindAt(k) != VT_COMMA)
                 break;
             ++k;
         }
-        if (found)
-            i_ = k - 1;
-        return found;
+        bool unnamed = std::any_of(named_.begin(), named_.end(), [](const std::string& n) { return n.empty(); });
+        if (named_.empty() || (unnamed && kindAt(k) != VT_SEMI))
+            return false;
+        for (const std::string& inst : named_)
+            addInstance(std::string(module), inst, inst.empty() ? uint32_t(SORT_REF_CANDIDATE) : 0u);
+        if (unnamed)
+            return false;
+        i_ = k - 1;
+        return true;
     }
 
-    void addInstance(const std::string& module, const std::string& inst) {
-        e_.units[unit_].instances.push_back(SortReference{"work", module, inst, 0});
-        e_.references.push_back(SortReference{"work", module, inst, SORT_REF_WEAK});
+    static bool isStrength(uint16_t kind) {
+        switch (kind) {
+        case VT_SUPPLY0: case VT_SUPPLY1: case VT_STRONG0: case VT_STRONG1: case VT_PULL0: case VT_PULL1:
+        case VT_WEAK0: case VT_WEAK1: case VT_HIGHZ0: case VT_HIGHZ1:
+            return true;
+        default:
+            return false;
+        }
+    }
+
+    void addInstance(const std::string& module, const std::string& inst, uint32_t flags) {
+        e_.units[unit_].instances.push_back(SortReference{"work", module, inst, flags});
+        e_.references.push_back(SortReference{"work", module, inst, SORT_REF_WEAK | flags});
     }
 
     // `design lib.cell ...;` and `use lib.cell[:config];` of a configuration.
@@ -294,12 +332,30 @@ private:
     std::vector<uint16_t> ends_; // end keywords of the open units, innermost last
     int unit_ = -1;              // index of the unit table entry being read
     std::vector<std::string_view> packagesSeen_;
+    std::vector<std::string> named_; // instance names of the instantiation being read
 };
 
 } // namespace
 
 void veriSkimTokens(const std::vector<VeriSkimToken>& tokens, FileElement& element) {
     VeriSkimmer(tokens, element).run();
+}
+
+void decideVeriCandidates(const std::vector<std::unique_ptr<FileElement>>& elements) {
+    std::unordered_set<std::string> udps;
+    for (const auto& e : elements)
+        udps.insert(e->primitives.begin(), e->primitives.end());
+    std::vector<bool> keep;
+    for (const auto& e : elements) {
+        if (e->language < 1 || e->language > 7)
+            continue;
+        keep.clear();
+        for (const SortReference& r : e->references)
+            if (r.flags & SORT_REF_CANDIDATE)
+                keep.push_back(udps.count(r.unitName) != 0);
+        if (!keep.empty())
+            e->settleCandidates(keep);
+    }
 }
 
 } // namespace hdl

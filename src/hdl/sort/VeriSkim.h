@@ -3,6 +3,7 @@
 // building any tree. The tokens end in a VT_EOF token.
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include "hdl/sort/SortElement.h"
@@ -11,5 +12,10 @@
 namespace hdl {
 
 void veriSkimTokens(const std::vector<VeriSkimToken>& tokens, FileElement& element);
+
+// Once every registered file has been read: a `name (...);` without instance name is a
+// UDP instance when a UDP `name` is declared in any of them, and else a task call (an
+// unnamed module instance being no instance at all); the candidates are decided so.
+void decideVeriCandidates(const std::vector<std::unique_ptr<FileElement>>& elements);
 
 } // namespace hdl

@@ -111,24 +111,6 @@ private:
     std::unordered_set<std::string> seenContexts_;
 };
 
-// Keeps the records flagged as candidates that `keep` says are instances, in order,
-// and clears their flag; drops the others.
-void settle(std::vector<SortReference>& records, const std::vector<bool>& keep, size_t& next) {
-    size_t out = 0;
-    for (size_t k = 0; k < records.size(); ++k) {
-        SortReference& r = records[k];
-        if (r.flags & SORT_REF_CANDIDATE) {
-            if (!keep[next++])
-                continue;
-            r.flags &= ~uint32_t(SORT_REF_CANDIDATE);
-        }
-        if (out != k)
-            records[out] = std::move(r);
-        ++out;
-    }
-    records.resize(out);
-}
-
 } // namespace
 
 void decideVhdlCandidates(const std::vector<std::unique_ptr<FileElement>>& elements) {
@@ -144,12 +126,7 @@ void decideVhdlCandidates(const std::vector<std::unique_ptr<FileElement>>& eleme
             std::vector<bool> keep;
             for (const VhdlVisibility::Candidate& c : e.vhdl.candidates)
                 keep.push_back(deciding.isInstance(e, c));
-            // Candidates, unit records and references all stand in source order.
-            size_t next = 0;
-            for (SortUnit& u : e.units)
-                settle(u.instances, keep, next);
-            next = 0;
-            settle(e.references, keep, next);
+            e.settleCandidates(keep);
         }
     }
     // What is visible stays, for files registered after this.

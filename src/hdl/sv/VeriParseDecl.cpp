@@ -68,21 +68,35 @@ bool VeriParser::Impl::declarationAhead(size_t k) {
 }
 
 bool VeriParser::Impl::instantiationAhead() {
+    // The token after the parenthesis group that opens at i; 0 when it does not end.
+    auto afterParens = [&](size_t i) -> size_t {
+        int level = 0;
+        for (size_t n = 0; n < 4096; ++n, ++i) {
+            unsigned t = kind(i);
+            if (t == VT_EOF) return 0;
+            if (t == VT_LPAREN) ++level;
+            else if (t == VT_RPAREN && --level == 0) return i + 1;
+        }
+        return 0;
+    };
     size_t k = 1;
+    // A UDP instance may give a drive strength.
+    if (kind(k) == VT_LPAREN && isStrengthKeyword(kind(k + 1))) {
+        k = afterParens(k);
+        if (!k) return false;
+    }
     if (kind(k) == VT_HASH) {
         if (kind(k + 1) == VT_LPAREN) {
-            int level = 0;
-            size_t i = k + 1;
-            for (size_t n = 0; n < 4096; ++n, ++i) {
-                unsigned t = kind(i);
-                if (t == VT_EOF) return false;
-                if (t == VT_LPAREN) ++level;
-                else if (t == VT_RPAREN && --level == 0) break;
-            }
-            k = i + 1;
+            k = afterParens(k + 1);
+            if (!k) return false;
         } else {
             k += 2;
         }
+    }
+    // Gate and UDP instances may be unnamed: `udp (o, a);`, `udp #1 (o, a), (p, b);`.
+    if (kind(k) == VT_LPAREN) {
+        k = afterParens(k);
+        return k && (kind(k) == VT_SEMI || kind(k) == VT_COMMA);
     }
     if (!isIdent(k)) return false;
     ++k;

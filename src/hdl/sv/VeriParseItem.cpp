@@ -4,16 +4,6 @@
 namespace hdl {
 
 namespace {
-bool isStrengthKeyword(unsigned k) {
-    switch (k) {
-    case VT_SUPPLY0: case VT_SUPPLY1: case VT_STRONG0: case VT_STRONG1: case VT_PULL0: case VT_PULL1:
-    case VT_WEAK0: case VT_WEAK1: case VT_HIGHZ0: case VT_HIGHZ1: case VT_SMALL: case VT_MEDIUM: case VT_LARGE:
-        return true;
-    default:
-        return false;
-    }
-}
-
 unsigned unitEndKind(unsigned k) {
     switch (k) {
     case VT_INTERFACE: return VT_ENDINTERFACE;
@@ -25,6 +15,16 @@ unsigned unitEndKind(unsigned k) {
     }
 }
 } // namespace
+
+bool VeriParser::Impl::isStrengthKeyword(unsigned k) {
+    switch (k) {
+    case VT_SUPPLY0: case VT_SUPPLY1: case VT_STRONG0: case VT_STRONG1: case VT_PULL0: case VT_PULL1:
+    case VT_WEAK0: case VT_WEAK1: case VT_HIGHZ0: case VT_HIGHZ1: case VT_SMALL: case VT_MEDIUM: case VT_LARGE:
+        return true;
+    default:
+        return false;
+    }
+}
 
 bool VeriParser::Impl::isGate(unsigned k) {
     switch (k) {
@@ -530,13 +530,19 @@ VeriModuleItem* VeriParser::Impl::parseInstantiation(const VeriToken& start) {
     ref->name = name(n); // unit names are not looked up in scopes
     finish(ref);
     inst->moduleName = ref;
+    // A UDP takes a drive strength and a delay here, a module its parameter values.
+    if (at(VT_LPAREN) && isStrengthKeyword(kind(1))) inst->strength = parseStrength();
     if (at(VT_HASH)) parseParamValues(inst->paramValues);
     for (;;) {
         VeriToken in = peek();
         auto* id = make<VeriInstId>(in);
-        id->name = takeName();
         id->declaration = inst;
-        id->dimensions = parseDimensions();
+        // Unnamed, as gate and UDP instances may be; a module's needs a name, which
+        // only elaboration can ask for, since the unit may be a UDP of another file.
+        if (!at(VT_LPAREN)) {
+            id->name = takeName();
+            id->dimensions = parseDimensions();
+        }
         if (expect(VT_LPAREN)) {
             while (!at(VT_RPAREN) && !atEof()) {
                 VeriToken ps = peek();

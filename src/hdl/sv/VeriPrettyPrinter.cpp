@@ -398,9 +398,13 @@ public:
     }
     void Visit(VeriIdDef& n) override { name(n.name); }
     void Visit(VeriInstId& n) override {
-        name(n.name);
-        dims(n.dimensions);
-        out << " (";
+        // Gate and UDP instances may be unnamed.
+        if (!n.name.empty()) {
+            name(n.name);
+            dims(n.dimensions);
+            out << ' ';
+        }
+        out << '(';
         list(n.portConnects);
         out << ')';
     }
@@ -504,12 +508,13 @@ public:
     }
     void Visit(VeriModuleInstantiation& n) override {
         node(n.moduleName);
-        if (!n.paramValues.empty()) {
-            out << " #(";
-            list(n.paramValues);
-            out << ')';
-        }
         out << ' ';
+        node(n.strength);
+        if (!n.paramValues.empty()) {
+            out << "#(";
+            list(n.paramValues);
+            out << ") ";
+        }
         list(n.instances);
         out << ';';
     }

@@ -270,6 +270,39 @@ context ctx2 is library ieee; end context;
     EXPECT_EQ(e.units[3].instances[1].instanceName, "u1");
 }
 
+// `name (...);` without an instance name is a gate's or a UDP's instance at module
+// level, and a task call in a procedure: it counts as an instance when a UDP of that
+// name is declared in any registered file, whichever comes first.
+TEST_F(FileSortTest, UnnamedInstancesOfDeclaredUdpsOnly) {
+    std::string top = files.write("top.v", R"(module top (input a, b, output o1, o2, o3);
+  inv (o1, a);
+  inv (strong0, weak1) #1 (o2, b), named (o3, a), (o1, b);
+  begin : blk inv (o2, a); end
+  and (o3, a, b);
+  notaudp (o1, a);
+  initial begin report(a); inv_task(pkg::X); end
+  sub #(.P(1)) s (.a(a));
+endmodule
+)");
+    std::string udp = files.write("udp.v", "primitive inv (o, a); output o; input a;\n"
+                                           "table 0 : 1; 1 : 0; endtable endprimitive\n");
+    ASSERT_TRUE(hdl_file_sort::RegisterFile(top.c_str(), "w", 5, 2));
+    ASSERT_TRUE(hdl_file_sort::RegisterFile(udp.c_str(), "w", 2, 2));
+    const FileElement& e = element(0);
+    std::vector<std::string> got;
+    for (const SortReference& r : e.units[0].instances) {
+        EXPECT_EQ(r.flags, 0u);
+        got.push_back(r.unitName + ":" + r.instanceName);
+    }
+    EXPECT_EQ(got, (std::vector<std::string>{"inv:", "inv:", "inv:named", "inv:", "inv:", "sub:s"}));
+    size_t weak = std::count_if(e.references.begin(), e.references.end(),
+                                [](const SortReference& r) { return r.flags == SORT_REF_WEAK; });
+    EXPECT_EQ(weak, 6u);
+    // The arguments of a task call are still read.
+    EXPECT_TRUE(hasRef(e, "work", "pkg", 0));
+    EXPECT_EQ(element(1).primitives, (std::vector<std::string>{"inv"}));
+}
+
 TEST_F(FileSortTest, WorkReferencesFollowTheLibraryThatDeclares) {
     std::string leaf = files.write("leaf.v", "module leaf; endmodule\npackage lp; endpackage\n");
     std::string top = files.write("top.v", "module top; import lp::*; leaf u (); mine m (); endmodule\n"

@@ -175,6 +175,19 @@ TEST(SkimUnits, CrossLanguageInstancesUseTheOtherFamily) {
     EXPECT_EQ(LoomParamMgr::getParamMgr().getValueAsString("project.defaultLibrary"), "deflib");
 }
 
+TEST(SkimUnits, UnnamedUdpInstanceHasNoInstanceNameAndATaskCallIsNoInstance) {
+    SkimProject p;
+    p.add("top.sv", 5, "w",
+          "module top (input a, output o);\n  inv (o, a);\n  initial begin report(a); end\nendmodule\n");
+    p.add("inv.v", 2, "w", "primitive inv (o, a); output o; input a; table 0 : 1; 1 : 0; endtable endprimitive\n");
+    p.skim();
+    const auto& insts = p.db().rUnitAttrs.at(p.rUnit(".w.top")).insts;
+    ASSERT_EQ(insts.size(), 1u);
+    EXPECT_EQ(insts[0].instnameId, 0u);
+    EXPECT_EQ(insts[0].targetId, p.rUnit(".w.inv"));
+    EXPECT_EQ(p.rUnit(".w.report"), 0u);
+}
+
 TEST(SkimUnits, ExternModulePrototypeIsATarget) {
     SkimProject p;
     p.add("top.sv", 5, "w", "extern module ext (input a);\nmodule top; ext u (); endmodule\n");

@@ -91,6 +91,51 @@ TEST(VeriParserItems, InstantiationsInAllForms) {
     EXPECT_TRUE(g2->instances[0]->Name().empty());
 }
 
+// IEEE 1364-2005 lets gate and UDP instances go unnamed (udp_instance ::=
+// [name_of_udp_instance] (...)), with a drive strength and a delay before them. Whether
+// the unit is a UDP is known at elaboration only, so any unit may be named so here.
+TEST(VeriParserItems, UnnamedUdpInstancesWithStrengthAndDelay) {
+    ASSERT_TRUE(veritest::analyze("primitive inv (o, a); output o; input a; table 0 : 1; 1 : 0; endtable endprimitive\n"
+                                  "module top (input a, b, output o1, o2, o3);\n"
+                                  "  inv (o1, a);\n"
+                                  "  inv #1 (o2, b), (o3, a), named (o1, b);\n"
+                                  "  inv (strong0, weak1) #(1, 2) (o2, a);\n"
+                                  "  and (o3, a, b);\n"
+                                  "  initial begin inv_task(a); end\n"
+                                  "endmodule\n"))
+        << veritest::errorCount();
+    VeriModule* top = veritest::unit("top");
+    ASSERT_EQ(top->GetItems().size(), 5u);
+    auto* i0 = itemAs<VeriModuleInstantiation>(top, 0);
+    ASSERT_NE(i0, nullptr);
+    EXPECT_EQ(i0->GetModuleName(), "inv");
+    ASSERT_EQ(i0->GetInstances().size(), 1u);
+    EXPECT_TRUE(i0->GetInstances()[0]->Name().empty());
+    EXPECT_EQ(i0->GetInstances()[0]->GetPortConnects().size(), 2u);
+    auto* i1 = itemAs<VeriModuleInstantiation>(top, 1);
+    ASSERT_EQ(i1->GetInstances().size(), 3u);
+    EXPECT_EQ(i1->GetParamValues().size(), 1u);
+    EXPECT_TRUE(i1->GetInstances()[1]->Name().empty());
+    EXPECT_EQ(i1->GetInstances()[2]->Name(), "named");
+    auto* i2 = itemAs<VeriModuleInstantiation>(top, 2);
+    ASSERT_NE(i2->strength, nullptr);
+    EXPECT_EQ(i2->strength->lval, unsigned(VT_STRONG0));
+    EXPECT_EQ(i2->GetParamValues().size(), 2u);
+    EXPECT_NE(itemAs<VeriGateInstantiation>(top, 3), nullptr);
+    // The printed form reads back the same.
+    std::string first = VeriPrettyPrinter::toString(*top);
+    EXPECT_NE(first.find("inv (strong0, weak1) #(1, 2) (o2, a);"), std::string::npos) << first;
+    ASSERT_TRUE(veritest::analyze(first)) << first;
+    EXPECT_EQ(VeriPrettyPrinter::toString(*veritest::unit("top")), first);
+}
+
+TEST(VeriParserItems, UnnamedInstancesNeedTheirEnd) {
+    for (const char* broken : {"  inv (o, a) (b);\n", "  inv (o, a) b;\n", "  inv (strong0) (o, a) x;\n"}) {
+        EXPECT_FALSE(veritest::analyze(std::string("module top;\n") + broken + "endmodule\n")) << broken;
+        EXPECT_EQ(veritest::errorCount(), 1u) << broken;
+    }
+}
+
 TEST(VeriParserItems, DeclarationOrInstantiationByLookAhead) {
     ASSERT_TRUE(veritest::analyze("package p; typedef logic [3:0] nib_t; endpackage\n"
                                   "module m; import p::*;\n"
