@@ -674,19 +674,39 @@ void serialize(Archive& ar, HADLVectorForIndexing<T>& table, unsigned)
 } // namespace serialization
 } // namespace boost
 
+namespace {
+
+const char kSignature[kHadlSignatureBytes + 1] = "\x16\0\0\0\0\0\0\0serialization::archive";
+
+// The header of a binary archive as Boost 1.72 writes it: the signature with its
+// length, the archive library version in two bytes, the sizes of int, long, float and
+// double, and the int 1 for the byte order. The Boost of the build may be newer and
+// would write its own version.
+void writeHeader(OutBuffer& buffer)
+{
+    buffer.put(kSignature, kHadlSignatureBytes);
+    const std::uint16_t version = kHadlArchiveLibraryVersion;
+    const unsigned char sizes[4] = {sizeof(int), sizeof(long), sizeof(float), sizeof(double)};
+    const int one = 1;
+    buffer.put(reinterpret_cast<const char*>(&version), sizeof version);
+    buffer.put(reinterpret_cast<const char*>(sizes), sizeof sizes);
+    buffer.put(reinterpret_cast<const char*>(&one), sizeof one);
+}
+
+} // namespace
+
 bool hadlHasArchiveSignature(const char* data, std::size_t size)
 {
-    static const char expected[kHadlSignatureBytes + 1] =
-        "\x16\0\0\0\0\0\0\0serialization::archive";
-    return size >= kHadlSignatureBytes && std::memcmp(data, expected, kHadlSignatureBytes) == 0;
+    return size >= kHadlSignatureBytes && std::memcmp(data, kSignature, kHadlSignatureBytes) == 0;
 }
 
 void hadlWriteDatabase(const HADLDatabase& db, HADLArchiveSink& sink)
 {
     OutBuffer buffer(sink);
     {
+        writeHeader(buffer);
         buffer.lendToBoost();
-        boost::archive::binary_oarchive ar(buffer, 0);
+        boost::archive::binary_oarchive ar(buffer, boost::archive::no_header);
         buffer.takeFromBoost();
         Writer out{buffer, ar, ++archiveSerial};
         activeWriter = &out;
@@ -712,8 +732,12 @@ bool hadlReadDatabase(const char* data, std::size_t size, HADLDatabase& db)
     } catch (...) {
         return false;
     }
-    // Older library versions encode preambles, versions and counts in other widths.
-    if (ar->get_library_version() < boost::serialization::library_version_type(8))
+    // Older library versions encode preambles, versions and counts in other widths; a
+    // newer one than Boost 1.72's is refused as Boost 1.72 refuses it, whatever the
+    // Boost of the build would read.
+    const boost::serialization::library_version_type version = ar->get_library_version();
+    if (version < boost::serialization::library_version_type(8) ||
+        boost::serialization::library_version_type(kHadlArchiveLibraryVersion) < version)
         return false;
     db = HADLDatabase();
     Reader in{buffer, *ar, ++archiveSerial, buffer.next(), buffer.end()};

@@ -16,6 +16,9 @@ struct HADLStringIndexTableSerialization {
 // Checked before the archive reads its header, whose length field it would trust.
 bool hadlHasArchiveSignature(const char* data, std::size_t size);
 constexpr std::size_t kHadlSignatureBytes = 30;
+// The archive library version in the header: Boost 1.72's (1.68 to 1.72 write 17), which
+// the parent reads with; an archive of a newer version is refused.
+constexpr unsigned kHadlArchiveLibraryVersion = 17;
 
 // Where the writer puts the archive. It fills the window it was given, in order; when it
 // needs more room it says how much of the window it filled and asks for a new window of at

@@ -218,6 +218,65 @@ TEST_F(HADLPersistenceTest, TextLongerThanTheWriteBufferKeepsItsPlace)
     EXPECT_TRUE(db.sameSetup(original));
 }
 
+// The parent reads with Boost 1.72, which writes library version 17 and refuses any
+// newer archive; the Boost of this build (1.74 on Debian) would write 18.
+TEST_F(HADLPersistenceTest, HeaderIsBoost172s)
+{
+    HADLDatabase sample;
+    fillSampleDatabase(sample);
+    const std::string bytes = bytesOf(sample);
+    const std::string header("\x16\0\0\0\0\0\0\0serialization::archive\x11\0\x04\x08\x04\x08\x01\0\0\0", 40);
+    EXPECT_EQ(bytes.substr(0, 40), header);
+    ASSERT_EQ(HADLDatabaseConstAPI(sample).serialize(shmName_), 0);
+    int fd = shm_open(("/" + shmName_).c_str(), O_RDONLY, 0);
+    ASSERT_GE(fd, 0);
+    char shared[40];
+    ASSERT_EQ(read(fd, shared, sizeof shared), 40);
+    close(fd);
+    EXPECT_EQ(std::string(shared, 40), header);
+}
+
+// Boost 1.72 reads the low byte of the version and passes over the high one; of 17 and
+// below (down to the 8 this reader knows) it reads everything, of 18 and above nothing.
+TEST_F(HADLPersistenceTest, NewerLibraryVersionFailsAndKeepsDatabase)
+{
+    HADLDatabase sample;
+    fillSampleDatabase(sample);
+    const std::string good = bytesOf(sample);
+    // What a good read saves: the order of primaryToUnits follows its map.
+    writeBytes(path("good.bin"), good);
+    HADLDatabase goodRead;
+    ASSERT_EQ(HADLDatabaseAPI(goodRead).load(path("good.bin")), 0);
+    const std::string readBack = bytesOf(goodRead);
+    HADLDatabase db;
+    fillMarker(db);
+    const std::string before = bytesOf(db);
+    for (unsigned char version : {18, 19, 0xff}) {
+        std::string newer = good;
+        newer[30] = static_cast<char>(version);
+        writeBytes(path("newer.bin"), newer);
+        EXPECT_EQ(HADLDatabaseAPI(db).load(path("newer.bin")), -1) << unsigned(version);
+        writeShm(newer);
+        EXPECT_EQ(HADLDatabaseAPI(db).deserialize(shmName_), -1) << unsigned(version);
+        EXPECT_FALSE(shmExists("/" + shmName_));
+        EXPECT_EQ(bytesOf(db), before) << unsigned(version);
+    }
+    for (unsigned char version : {8, 16}) {
+        std::string older = good;
+        older[30] = static_cast<char>(version);
+        writeBytes(path("older.bin"), older);
+        HADLDatabase read;
+        EXPECT_EQ(HADLDatabaseAPI(read).load(path("older.bin")), 0) << unsigned(version);
+        EXPECT_TRUE(bytesOf(read) == readBack) << unsigned(version);
+    }
+    std::string highByte = good;
+    highByte[31] = 5;
+    writeBytes(path("high.bin"), highByte);
+    HADLDatabase read;
+    EXPECT_EQ(HADLDatabaseAPI(read).load(path("high.bin")), 0);
+    EXPECT_TRUE(bytesOf(read) == readBack);
+}
+
 // Archives of library versions before 8 encode versions and counts in other widths.
 TEST_F(HADLPersistenceTest, OlderLibraryVersionFailsAndKeepsDatabase)
 {

@@ -65,6 +65,8 @@ def header(r):
     signature = r.string()
     assert signature == "serialization::archive", signature
     library = r.u16()
+    # Boost 1.72's archive library version, which the parent reads with.
+    assert library == 17, library
     sizes = [r.u8() for _ in range(4)]
     assert sizes == [4, 8, 4, 8], sizes  # int, long, float, double
     assert r.i32() == 1  # byte order probe
