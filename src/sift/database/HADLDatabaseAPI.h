@@ -1,6 +1,7 @@
 // The read side and the write side of the database: persistence to a file or a POSIX
 // shared-memory object, the text dumps and the walk over the unit tree. Every persistence
-// operation returns 0 or -1 and lets no exception out.
+// operation returns 0 or -1 and lets no exception out, but one: a failed save that cannot
+// remove its partial file throws boost::filesystem::filesystem_error.
 #pragma once
 
 #include "sift/database/HADLDatabase.h"

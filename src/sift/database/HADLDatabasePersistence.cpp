@@ -166,30 +166,28 @@ private:
 
 int HADLDatabaseConstAPI::save(const std::string& path) const
 {
-    try {
-        std::ofstream out(path, std::ios::binary | std::ios::trunc);
-        if (!out.good())
-            return -1;
-        try {
-            HADLFileSink sink(out);
-            hadlWriteDatabase(*db, sink);
-            out.close();
-            if (out.fail())
-                throw std::runtime_error("write failed");
-            return 0;
-        } catch (...) {
-            // Closing flushes what is buffered, which fails again on a full device.
-            try {
-                out.close();
-            } catch (...) {
-            }
-            boost::system::error_code ignored;
-            boost::filesystem::remove(path, ignored);
-            return -1;
-        }
-    } catch (...) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    if (!out.good())
         return -1;
+    try {
+        HADLFileSink sink(out);
+        hadlWriteDatabase(*db, sink);
+        out.close();
+        if (out.fail())
+            throw std::runtime_error("write failed");
+        return 0;
+    } catch (...) {
+        // Closing flushes what is buffered, which fails again on a full device.
+        try {
+            out.close();
+        } catch (...) {
+        }
     }
+    // No partial file is left. When it cannot be removed, that error is the one thing
+    // that leaves a persistence operation by an exception: the sf command's guard prints
+    // and records it.
+    boost::filesystem::remove(path);
+    return -1;
 }
 
 int HADLDatabaseAPI::load(const std::string& path)

@@ -2,6 +2,7 @@
 
 #include "sift/database/HADLDatabaseAPI.h"
 
+#include <boost/filesystem/exception.hpp>
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -344,6 +345,25 @@ TEST_F(HADLPersistenceTest, FailedSaveRemovesPartialFile)
 
 // The same for shared memory: the object is written piece by piece, and a write that
 // fails part way must leave no object behind.
+// A file that takes no archive and cannot be removed: the kernel refuses the text of
+// /proc/self/clear_refs (it wants a number) and any unlink in /proc. The removal's error
+// leaves save by its exception, for the sf command's guard to report.
+TEST_F(HADLPersistenceTest, FailedSaveThatCannotRemoveItsFileThrows)
+{
+    const std::string procFile = "/proc/self/clear_refs";
+    if (access(procFile.c_str(), W_OK) != 0)
+        GTEST_SKIP() << procFile << " is not writable here";
+    HADLDatabase sample;
+    fillSampleDatabase(sample);
+    try {
+        HADLDatabaseConstAPI(sample).save(procFile);
+        ADD_FAILURE() << "no exception";
+    } catch (const boost::filesystem::filesystem_error& e) {
+        EXPECT_EQ(e.path1().string(), procFile);
+        EXPECT_NE(std::string(e.what()).find("remove"), std::string::npos) << e.what();
+    }
+}
+
 TEST_F(HADLPersistenceTest, FailedSerializeRemovesPartialObject)
 {
     writeShm("an older object of the same name");

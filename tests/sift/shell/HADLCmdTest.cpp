@@ -289,6 +289,33 @@ TEST_F(GuardTest, OtherThrowsAreUnrecognized) {
     EXPECT_TRUE(args.empty());
 }
 
+// The one persistence error that is not a -1: a failed save whose file cannot be
+// removed (see the persistence tests) reaches the guard, and the script goes on.
+TEST(SaveGuard, UnremovablePartialFileIsReportedByTheGuard) {
+    const char* procFile = "/proc/self/clear_refs";
+    if (access(procFile, W_OK) != 0)
+        GTEST_SKIP() << procFile << " is not writable here";
+    Tcl_Interp* interp = Tcl_CreateInterp();
+    registerCommands(interp);
+    HADLSifter& sifter = HADLSifter::instance();
+    const uint32_t noFile = sifter.fileNames.find("NO-FILE");
+    const size_t before = noFile ? sifter.fileMsgs.at(noFile).size() : 0;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(Tcl_Eval(interp, (std::string("sf -save ") + procFile).c_str()), TCL_OK);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "sifter: Caught exception executing TCL command: \n");
+    Tcl_DeleteInterp(interp);
+    const uint32_t file = sifter.fileNames.find("NO-FILE");
+    ASSERT_NE(file, 0u);
+    const auto& msgs = sifter.fileMsgs.at(file);
+    ASSERT_EQ(msgs.size(), before + 1);
+    EXPECT_STREQ(sifter.fmtStrs.getString(msgs.back().fmtId),
+                 "sifter: Caught exception executing TCL command: %s\n");
+    ASSERT_EQ(msgs.back().args.size(), 1u);
+    const std::string what = sifter.argStrs.getString(msgs.back().args[0]);
+    EXPECT_NE(what.find("remove"), std::string::npos) << what;
+    EXPECT_NE(what.find(procFile), std::string::npos) << what;
+}
+
 TEST_F(GuardTest, FailedPhaseKeepsPhaseAndRunsAgain) {
     testing::internal::CaptureStdout();
     HADLCmd::runGuarded(sifter, [](HADLSifter& s) { s.runParse(); });
