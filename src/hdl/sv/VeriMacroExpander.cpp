@@ -225,8 +225,8 @@ bool VeriMacroExpander::overBudget(const ColLineFile& at) {
         return false;
     if (!hush())
         Message::Error(veri_msg::ExpansionLimit, &at,
-                       "macro expansion exceeds its limits (depth %zu, %zu uses, %zu bytes); cut short",
-                       kMaxDepth, kMaxExpansions, kMaxBytes);
+                       "macro expansion exceeds its limits (depth %u, %u uses, %u bytes); cut short",
+                       unsigned(kMaxDepth), unsigned(kMaxExpansions), unsigned(kMaxBytes));
     cut_ = true;
     return true;
 }
@@ -261,8 +261,8 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
             given = 0;
         if (given > macro.params.size() && !hush())
             Message::Error(veri_msg::MacroArgCount, &callSite,
-                           "too many arguments (%zu) for macro '%s' (%zu expected)", given,
-                           std::string(macro.name).c_str(), macro.params.size());
+                           "too many arguments (%u) for macro '%s' (%u expected)", unsigned(given),
+                           std::string(macro.name).c_str(), unsigned(macro.params.size()));
         resetTexts(made, 2 * macro.params.size());
         for (size_t k = 0; k < macro.params.size(); ++k) {
             const VeriMacroParam& param = macro.params[k];

@@ -168,8 +168,8 @@ struct VeriPreprocessor::Impl {
         VeriFrame& f = *frames.back();
         if (f.isFile && conds.size() > f.condDepthAtEntry) {
             ColLineFile at = f.lexer.positionAt(f.lexer.text().size());
-            Message::Error(veri_msg::OpenConditional, &at, "%zu `ifdef/`ifndef not closed by `endif",
-                           conds.size() - f.condDepthAtEntry);
+            Message::Error(veri_msg::OpenConditional, &at, "%u `ifdef/`ifndef not closed by `endif",
+                           unsigned(conds.size() - f.condDepthAtEntry));
             conds.resize(f.condDepthAtEntry);
         }
         frames.pop_back(); // closes the file's stream after everything it included
@@ -364,8 +364,8 @@ struct VeriPreprocessor::Impl {
         if (fileDepth() >= kMaxIncludeDepth || selfNesting >= kMaxSelfNesting ||
             pp.includes_.size() >= kMaxIncludes) {
             Message::Error(veri_msg::IncludeDepth, &loc,
-                           "'%s' is not read: include cycle or include limits reached (%zu deep, %zu in all)",
-                           name.c_str(), kMaxIncludeDepth, kMaxIncludes);
+                           "'%s' is not read: include cycle or include limits reached (%u deep, %u in all)",
+                           name.c_str(), unsigned(kMaxIncludeDepth), unsigned(kMaxIncludes));
             return;
         }
         pp.includes_.push_back(IncludeRecord{at.fileId, path});
@@ -527,8 +527,8 @@ struct VeriPreprocessor::Impl {
             return;
         if (expansionBytes <= kMaxExpansionBytes && expansionBytes + out.text.size() > kMaxExpansionBytes)
             Message::Error(veri_msg::ExpansionLimit, &loc,
-                           "macro expansions exceed %zu bytes in all; further macro uses are dropped",
-                           kMaxExpansionBytes);
+                           "macro expansions exceed %u bytes in all; further macro uses are dropped",
+                           unsigned(kMaxExpansionBytes));
         expansionBytes += out.text.size();
         if (expansionBytes <= kMaxExpansionBytes)
             pushExpansion(std::move(out), expansion, at);

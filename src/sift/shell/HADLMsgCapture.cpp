@@ -27,9 +27,12 @@ void elabErrorsCallBack(hdl::msg_type_t type, const char* id, const hdl::ColLine
         inUse->onMessage(type, id, loc, format, args, true);
 }
 
-// Copies `format` with "%s" in place of each conversion and collects its arguments.
-// Length modifiers (l, h, z, j, t) are read so that the argument is fetched with its
-// own size; a width or flags is not understood and fetches nothing.
+// Copies `format` with "%s" in place of each conversion G, c, d, s, u and x, and collects
+// their arguments, each printed through its own conversion. After any other character
+// that follows a '%' the character is kept, without the '%', and nothing is fetched: so
+// "%%" gives "%", and a length modifier, a width or a flag ("%ld", "%5d") is not
+// understood, "ld" and "5d" stay. Every '%' adds an argument, empty for those. The
+// front-end's formats use the six conversions alone, so that arguments stay in step.
 void rewriteFormat(const char* format, va_list args, std::vector<std::string>& out) {
     size_t n = 0;
     const size_t limit = 4093;
@@ -39,12 +42,8 @@ void rewriteFormat(const char* format, va_list args, std::vector<std::string>& o
             continue;
         }
         argumentBuffer[0] = '\0';
-        std::string length;
-        const char* c = p + 1;
-        while (*c == 'l' || *c == 'h' || *c == 'z' || *c == 'j' || *c == 't')
-            length += *c++;
-        std::string conv = "%" + length + *c;
-        switch (*c) {
+        const char c = p[1];
+        switch (c) {
         case 'G':
             std::snprintf(argumentBuffer, sizeof argumentBuffer, "%G", va_arg(args, double));
             break;
@@ -52,23 +51,22 @@ void rewriteFormat(const char* format, va_list args, std::vector<std::string>& o
             std::snprintf(argumentBuffer, sizeof argumentBuffer, "%c", va_arg(args, int));
             break;
         case 'd':
+            std::snprintf(argumentBuffer, sizeof argumentBuffer, "%d", va_arg(args, int));
+            break;
         case 'u':
+            std::snprintf(argumentBuffer, sizeof argumentBuffer, "%u", va_arg(args, unsigned));
+            break;
         case 'x':
-            if (length.empty())
-                std::snprintf(argumentBuffer, sizeof argumentBuffer, conv.c_str(), va_arg(args, int));
-            else if (length == "h" || length == "hh")
-                std::snprintf(argumentBuffer, sizeof argumentBuffer, conv.c_str(), va_arg(args, int));
-            else
-                std::snprintf(argumentBuffer, sizeof argumentBuffer, conv.c_str(), va_arg(args, long long));
+            std::snprintf(argumentBuffer, sizeof argumentBuffer, "%x", va_arg(args, unsigned));
             break;
         case 's': {
-            const char* s = va_arg(args, const char*);
-            std::snprintf(argumentBuffer, sizeof argumentBuffer, "%s", s ? s : "(null)");
+            const char* text = va_arg(args, const char*);
+            std::snprintf(argumentBuffer, sizeof argumentBuffer, "%s", text ? text : "(null)");
             break;
         }
         default:
             out.emplace_back();
-            if (p[1])
+            if (c)
                 formatBuffer[n++] = *++p;
             continue;
         }
@@ -77,7 +75,7 @@ void rewriteFormat(const char* format, va_list args, std::vector<std::string>& o
         formatBuffer[n++] = '%';
         formatBuffer[n++] = 's';
         out.emplace_back(argumentBuffer);
-        p = c;
+        ++p;
     }
     formatBuffer[n] = '\0';
 }

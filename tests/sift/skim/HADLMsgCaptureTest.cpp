@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cstdarg>
+
 #include "hdl/base/LineFile.h"
 #include "hdl/base/Message.h"
 #include "runtime/LoomMsgMgrInstance.h"
@@ -49,18 +51,43 @@ TEST_F(MsgCaptureTest, VerbositySelectsTypes) {
 TEST_F(MsgCaptureTest, FormatRewriteCollectsArguments) {
     HADLMsgCapture capture(db);
     capture.start(3, false);
-    Message::Error("VERI-5", &loc, "%d items in '%s' at %x, 100%% sure, %zu deep, %5d", 42, "blk", 255u,
-                   size_t(3), 9);
+    Message::Error("VERI-5", &loc, "%d items in '%s' at %x, %u left, %c%G, 100%% sure", -42, "blk", 255u, 7u, 'q',
+                   2.5);
     capture.stop();
     ASSERT_EQ(msgs().size(), 1u);
     const HADLDatabase::Msg& m = msgs()[0];
-    EXPECT_STREQ(db.fmtStrs.getString(m.fmtId), "%s items in '%s' at %s, 100% sure, %s deep, 5d");
+    EXPECT_STREQ(db.fmtStrs.getString(m.fmtId), "%s items in '%s' at %s, %s left, %s%s, 100% sure");
     std::vector<std::string> args;
     for (unsigned a : m.args)
         args.push_back(db.argStrs.getString(a));
-    EXPECT_EQ(args, (std::vector<std::string>{"42", "blk", "ff", "", "3", ""}));
+    EXPECT_EQ(args, (std::vector<std::string>{"-42", "blk", "ff", "7", "q", "2.5", ""}));
     EXPECT_EQ(m.line, 7u);
     EXPECT_EQ(m.type, 1u);
+}
+
+// An error whose arguments are given as the capture fetches them, not as printf would.
+void errorAsCaptured(const hdl::ColLineFile* loc, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    Message::MsgVaList(hdl::MSG_ERROR, "VERI-6", loc, format, args);
+    va_end(args);
+}
+
+// "For any other c: keep c, and the argument buffer stays empty": the reading taken is
+// that the '%' goes and the character stays, as "%%" shows, and that a length modifier
+// is such a character, as a width or a flag is; what follows it is copied as text.
+// Nothing is fetched for it, so the next conversion takes the next argument given.
+TEST_F(MsgCaptureTest, LengthModifiersAndWidthsAreKeptAsTextAndFetchNothing) {
+    HADLMsgCapture capture(db);
+    capture.start(3, false);
+    errorAsCaptured(&loc, "%ld, %zu, %hd, %jd, %td, %5d, %-s, %s and %", "text");
+    capture.stop();
+    ASSERT_EQ(msgs().size(), 1u);
+    const HADLDatabase::Msg& m = msgs()[0];
+    EXPECT_STREQ(db.fmtStrs.getString(m.fmtId), "ld, zu, hd, jd, td, 5d, -s, %s and ");
+    ASSERT_EQ(m.args.size(), 9u);
+    for (unsigned i = 0; i < m.args.size(); ++i)
+        EXPECT_STREQ(db.argStrs.getString(m.args[i]), i == 7 ? "text" : "") << i;
 }
 
 TEST_F(MsgCaptureTest, MessagesWithoutLocationFollowTheAnnouncedFile) {
