@@ -4,6 +4,8 @@
 #include <string>
 #include <unordered_set>
 
+#include "hdl/base/Language.h"
+
 namespace hdl {
 namespace {
 
@@ -347,7 +349,7 @@ void decideVeriCandidates(const std::vector<std::unique_ptr<FileElement>>& eleme
         udps.insert(e->primitives.begin(), e->primitives.end());
     std::vector<bool> keep;
     for (const auto& e : elements) {
-        if (e->language < 1 || e->language > 7)
+        if (!IsVerilogLanguage(e->language))
             continue;
         keep.clear();
         for (const SortReference& r : e->references)
