@@ -12,7 +12,6 @@
 #include <cstdio>
 #include <cstring>
 #include <iostream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -100,9 +99,10 @@ void printHierarchy(const std::vector<std::string>& topNames, const hdl::ElabGen
     if (tops.empty()) tops = hdl::VhdlFindTops();
     hdl::ElabDesign design;
     hdl::VhdlElaborate(design, tops, generics);
-    std::ostringstream out;
-    hdl::ElabPrintHier(design, out);
-    std::fwrite(out.str().data(), 1, out.str().size(), stdout);
+    // Streamed: a listing of a million paths need not be held.
+    std::ios::sync_with_stdio(false);
+    hdl::ElabPrintHier(design, std::cout);
+    std::cout.flush();
 }
 
 } // namespace
