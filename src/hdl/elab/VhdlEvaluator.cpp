@@ -50,6 +50,14 @@ VhdlFrame* VhdlEvaluator::Push(const VhdlTreeNode* region, VhdlFrame* parent, bo
 
 void VhdlEvaluator::Pop() {
     if (stack_.empty()) return;
+    const VhdlFrame* popped = &stack_.back();
+    if (!impl_->localInstances.empty()) {
+        auto it = impl_->localInstances.find(popped);
+        if (it != impl_->localInstances.end()) {
+            for (const VhdlPackageInstantiationDecl* inst : it->second) impl_->instances.erase({inst, popped});
+            impl_->localInstances.erase(it);
+        }
+    }
     current_ = stack_.back().caller;
     stack_.pop_back();
 }
@@ -96,63 +104,6 @@ VhdlSlot* VhdlEvaluator::FindSlot(const VhdlIdDef* id) {
         if (it != f->slots.end()) return &it->second;
     }
     return nullptr;
-}
-
-// The package frame of the package that declares `id`.
-VhdlFrame* VhdlEvaluator::DeclaringFrame(const VhdlIdDef* id) {
-    const VhdlDesignUnit* unit = id ? id->owningUnit : nullptr;
-    if (!unit) return nullptr;
-    uint32_t kind = unit->GetClassId();
-    if (kind == VhdlPackageDecl::kClassId || kind == VhdlPackageBody::kClassId) return PackageFrame(unit);
-    return nullptr;
-}
-
-VhdlFrame* VhdlEvaluator::PackageFrame(const VhdlDesignUnit* unit) {
-    const VhdlPackageDecl* decl = dynamic_cast<const VhdlPackageDecl*>(unit);
-    const VhdlPackageBody* body = dynamic_cast<const VhdlPackageBody*>(unit);
-    if (body && body->library && body->id) {
-        decl = dynamic_cast<const VhdlPackageDecl*>(body->library->GetPrimUnit(std::string(body->id->Name()).c_str()));
-    }
-    if (!decl) return nullptr;
-    auto& slot = impl_->packages[decl];
-    if (slot) return slot.get();
-    slot = std::make_unique<VhdlFrame>();
-    VhdlFrame* frame = slot.get();
-    frame->region = decl;
-    Declare(frame, decl->declarations);
-    if (!body) body = dynamic_cast<const VhdlPackageBody*>(decl->GetSecondaryUnit(nullptr));
-    if (body) {
-        VhdlFrame bodyDecls;
-        bodyDecls.region = body;
-        Declare(&bodyDecls, body->declarations);
-        for (auto& [id, s] : bodyDecls.slots) {
-            // A deferred constant takes its value from the body.
-            if (s.declaration && s.declaration->GetClassId() == VhdlConstantDecl::kClassId) {
-                for (auto& [hid, hs] : frame->slots) {
-                    if (hs.declaration && hs.declaration->GetClassId() == VhdlConstantDecl::kClassId &&
-                        !static_cast<const VhdlConstantDecl*>(hs.declaration)->init && SameName(hid->Name(), id->Name()))
-                        hs.declaration = s.declaration;
-                }
-            }
-            frame->slots.emplace(id, s);
-        }
-        // Subprograms declared in the package and defined in its body.
-        for (VhdlTreeNode* d : decl->declarations) {
-            auto* sd = dynamic_cast<VhdlSubprogramDecl*>(d);
-            if (!sd || !sd->spec || !sd->spec->id) continue;
-            for (VhdlTreeNode* b : body->declarations) {
-                auto* sb = dynamic_cast<VhdlSubprogramBody*>(b);
-                if (sb && sb->spec && sb->spec->id && SameName(sb->spec->id->Name(), sd->spec->id->Name()) &&
-                    sb->spec->GetClassId() == sd->spec->GetClassId() && VhdlSameProfile(sb->spec->id, sd->spec->id)) {
-                    impl_->bodies[sd->spec] = sb;
-                    break;
-                }
-            }
-        }
-        for (VhdlTreeNode* b : body->declarations)
-            if (auto* sb = dynamic_cast<VhdlSubprogramBody*>(b)) impl_->bodyRegions[sb] = decl;
-    }
-    return frame;
 }
 
 VhdlSlot* VhdlEvaluator::Lookup(const VhdlIdDef* id, const VhdlTreeNode* where) {
@@ -441,7 +392,58 @@ VhdlValue VhdlEvaluator::EvaluateName(const VhdlTreeNode* name, const VhdlType* 
     return ValueOf(id, name);
 }
 
+namespace {
+
+// The instantiation of a generic package that a name selects through, `inst` of
+// `inst.C` or `work.inst.f`; null for other names.
+const VhdlPackageInstantiationDecl* SelectedInstance(const VhdlTreeNode* name) {
+    auto* sel = dynamic_cast<const VhdlSelectedName*>(name);
+    const VhdlIdDef* prefix = sel ? IdOf(sel->prefix) : nullptr;
+    return prefix ? dynamic_cast<const VhdlPackageInstantiationDecl*>(prefix->declaration) : nullptr;
+}
+
+} // namespace
+
+// A local instantiation is evaluated in the frame of the region that declares it.
+VhdlFrame* VhdlEvaluator::InstanceOfSelection(const VhdlPackageInstantiationDecl& inst) {
+    VhdlFrame* context = nullptr;
+    if (!inst.library) {
+        for (VhdlFrame* f = current_; f && !context; f = f->parent) {
+            const VhdlNodeList* decls = nullptr;
+            if (auto* a = dynamic_cast<const VhdlArchitectureBody*>(f->region)) decls = &a->declarations;
+            else if (auto* b = dynamic_cast<const VhdlBlockStatement*>(f->region)) decls = &b->declarations;
+            else if (auto* g = dynamic_cast<const VhdlGenerateStatement*>(f->region)) decls = &g->declarations;
+            else if (auto* sb = dynamic_cast<const VhdlSubprogramBody*>(f->region)) decls = &sb->declarations;
+            else if (auto* e = dynamic_cast<const VhdlEntityDecl*>(f->region)) decls = &e->declarations;
+            if (!decls) continue;
+            for (VhdlTreeNode* d : *decls)
+                if (d == &inst) context = f;
+        }
+    }
+    return InstanceFrame(inst, context);
+}
+
 VhdlValue VhdlEvaluator::EvaluateSelected(const VhdlSelectedName& n, const VhdlType* expected) {
+    if (const VhdlPackageInstantiationDecl* inst = SelectedInstance(&n)) {
+        // A constant of the instance: evaluated among the instance's generics.
+        const VhdlIdDef* id = IdOf(n.suffix);
+        if (!id) Fail(vhdl_msg::kElabNotStatic, &n, "'%s' is not declared", Text(&n).c_str());
+        VhdlFrame* frame = InstanceOfSelection(*inst);
+        const VhdlPackageDecl* generic = GenericPackageOf(*inst);
+        selectedInstances_.push_back({generic, frame});
+        VhdlFrame* saved = current_;
+        if (!IsSubprogramId(id)) current_ = frame;
+        try {
+            VhdlValue v = IsSubprogramId(id) ? Call(id, VhdlNodeList(), &n, expected) : ValueOf(id, &n);
+            current_ = saved;
+            selectedInstances_.pop_back();
+            return v;
+        } catch (...) {
+            current_ = saved;
+            selectedInstances_.pop_back();
+            throw;
+        }
+    }
     const VhdlIdDef* prefixId = IdOf(n.prefix);
     bool expanded = prefixId && (prefixId->GetClassId() == VhdlLibraryId::kClassId ||
                                  dynamic_cast<const VhdlDesignUnit*>(prefixId->declaration) ||
@@ -489,6 +491,19 @@ VhdlValue VhdlEvaluator::EvaluateIndexed(const VhdlIndexedName& n, const VhdlTyp
         NotStatic(&n, "operator call");
     }
     const VhdlIdDef* prefixId = IdOf(n.prefix);
+    if (IsSubprogramId(prefixId) && SelectedInstance(n.prefix)) {
+        // inst.f(x): the function of that instance, its actuals in this frame.
+        const VhdlPackageInstantiationDecl* inst = SelectedInstance(n.prefix);
+        selectedInstances_.push_back({GenericPackageOf(*inst), InstanceOfSelection(*inst)});
+        try {
+            VhdlValue v = Call(prefixId, n.assocList, &n, expected);
+            selectedInstances_.pop_back();
+            return v;
+        } catch (...) {
+            selectedInstances_.pop_back();
+            throw;
+        }
+    }
     if (IsSubprogramId(prefixId)) {
         auto* ref = dynamic_cast<const VhdlIdRef*>(n.prefix);
         if (auto* sel = dynamic_cast<const VhdlSelectedName*>(n.prefix)) ref = dynamic_cast<const VhdlIdRef*>(sel->suffix);

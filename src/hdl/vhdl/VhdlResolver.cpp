@@ -168,12 +168,20 @@ void DeclaredIds(VhdlTreeNode* decl, std::vector<VhdlIdDef*>& out) {
     }
 }
 
-// What a selected name reaches into: the declarations of a package, the methods of a
-// protected type, the elements of a record type.
+// What a selected name reaches into: the declarations of a package (of the generic
+// package that an instance instantiates: elaboration tells the instances apart), the
+// methods of a protected type, the elements of a record type.
 const VhdlNodeList* SelectableDecls(VhdlTreeNode* node) {
     if (!node) return nullptr;
     switch (node->GetClassId()) {
     case VhdlPackageDecl::kClassId: return &static_cast<VhdlPackageDecl*>(node)->declarations;
+    case VhdlPackageInstantiationDecl::kClassId: {
+        VhdlTreeNode* name = static_cast<VhdlPackageInstantiationDecl*>(node)->uninstantiated;
+        if (name && name->GetClassId() == VhdlSelectedName::kClassId) name = static_cast<VhdlSelectedName*>(name)->suffix;
+        auto* ref = dynamic_cast<VhdlIdRef*>(name);
+        VhdlIdDef* generic = ref ? ref->resolved : nullptr;
+        return generic && generic->declaration != node ? SelectableDecls(generic->declaration) : nullptr;
+    }
     case VhdlProtectedTypeDef::kClassId: return &static_cast<VhdlProtectedTypeDef*>(node)->declarations;
     case VhdlRecordTypeDef::kClassId: return &static_cast<VhdlRecordTypeDef*>(node)->elements;
     default: return nullptr;

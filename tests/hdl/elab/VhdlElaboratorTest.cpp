@@ -293,6 +293,55 @@ end;
     EXPECT_EQ(design.UnitCount(), 3u);
 }
 
+TEST_F(VhdlElaboratorTest, GenericPackagesSizeTheStructurePerInstance) {
+    std::string text = R"(
+package gen_pkg is
+  generic (W : natural := 4);
+  constant DEPTH : natural := 2 ** W;
+  function twice(n : natural) return natural;
+end package;
+package body gen_pkg is
+  function twice(n : natural) return natural is begin return 2 * n + W; end;
+end package body;
+package p1 is new work.gen_pkg generic map (W => 1);
+entity leaf is generic (N : natural := 0); end;
+architecture a of leaf is begin end;
+entity sized is generic (WIDTH : natural := 1); end;
+architecture rtl of sized is
+  package local is new work.gen_pkg generic map (W => WIDTH);
+begin
+  cells : for i in 1 to local.DEPTH generate
+    u : entity work.leaf generic map (N => local.twice(i));
+  end generate;
+end;
+use work.p1.all;
+entity top is end;
+architecture rtl of top is
+begin
+  g : for i in 1 to DEPTH generate u : entity work.leaf generic map (N => twice(i)); end generate;
+  s2 : entity work.sized generic map (WIDTH => 2);
+  s1 : entity work.sized generic map (WIDTH => 1);
+end;
+)";
+    EXPECT_EQ(Hier(text, "top"), "top\ttop\ttop\trtl\n"
+                                 "top.g[1].u\tleaf\tleaf(N=3)\ta\n"
+                                 "top.g[2].u\tleaf\tleaf(N=5)\ta\n"
+                                 "top.s2\tsized\tsized(WIDTH=2)\trtl\n"
+                                 "top.s2.cells[1].u\tleaf\tleaf(N=4)\ta\n"
+                                 "top.s2.cells[2].u\tleaf\tleaf(N=6)\ta\n"
+                                 "top.s2.cells[3].u\tleaf\tleaf(N=8)\ta\n"
+                                 "top.s2.cells[4].u\tleaf\tleaf(N=10)\ta\n"
+                                 "top.s1\tsized\tsized\trtl\n"
+                                 "top.s1.cells[1].u\tleaf\tleaf(N=3)\ta\n"
+                                 "top.s1.cells[2].u\tleaf\tleaf(N=5)\ta\n");
+    EXPECT_TRUE(ok) << Ids();
+    // A generic map of an instantiation naming no generic of the package.
+    std::string broken = text;
+    broken.replace(broken.find("generic map (W => WIDTH)"), 24, "generic map (WW => WIDTH)");
+    Hier(broken, "top");
+    EXPECT_TRUE(Has("VHDL-1607", "'WW' is not a generic of 'gen_pkg'")) << Ids();
+}
+
 TEST_F(VhdlElaboratorTest, MistakesAreReportedAndTheRestElaborates) {
     limits.loopIterations = 1000;
     limits.instanceDepth = 20;
