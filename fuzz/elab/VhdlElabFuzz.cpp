@@ -48,8 +48,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     limits.loopIterations = 20000;
     limits.callDepth = 48;
     limits.instanceDepth = 24;
-    limits.steps = 2000000;
+    limits.steps = 200000;
     limits.arrayElements = 1 << 16;
+    limits.statements = 50000;
     hdl::ElabDesign design;
     hdl::VhdlElaborate(design, hdl::VhdlFindTops(), {{"w", "3"}}, limits);
     std::ostringstream listing;

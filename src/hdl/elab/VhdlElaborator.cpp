@@ -150,6 +150,7 @@ struct VhdlElaborator::Impl {
     ElabUnitLookup foreign;
     unsigned errors = 0;
     uint32_t depth = 0;
+    uint64_t statements = 0;
 
     // One unit per architecture (or entity without one), configuration and generics.
     using Key = std::tuple<const void*, const void*, std::string>;
@@ -415,7 +416,16 @@ struct VhdlElaborator::Impl {
         }
     }
 
+    // Counts one statement of the elaborated design against its bound.
+    void Made(const VhdlTreeNode* where) {
+        ev.Step(where);
+        if (++statements > limits.statements)
+            ev.Fail(vhdl_msg::kElabSteps, where, "the design elaborates to more than %llu statements",
+                    static_cast<unsigned long long>(limits.statements));
+    }
+
     VhdlBlockStatement* MakeBlock(VhdlIdDef* label, VhdlStatement* source, std::vector<VhdlTreeNode*>& inner) {
+        Made(source);
         auto* block = VhdlElabStore::Nodes().make<VhdlBlockStatement>();
         block->label = label;
         block->sourceStatement = source;
@@ -502,6 +512,7 @@ struct VhdlElaborator::Impl {
                             label.c_str(), static_cast<long long>(n), static_cast<unsigned long long>(limits.loopIterations));
                 std::vector<VhdlBlockConfiguration*> configs = r.config ? r.config->ConfigurationsOf(*g) : std::vector<VhdlBlockConfiguration*>();
                 for (int64_t k = 0; k < n; ++k) {
+                    ev.Step(g);
                     int64_t pos = range.At(k);
                     VhdlValue value = type && type->kind == VhdlTypeKind::Enumeration ? VhdlValue::Enumeration(pos, type)
                                                                                         : VhdlValue::Integer(pos, type);
@@ -654,6 +665,7 @@ struct VhdlElaborator::Impl {
                 }
             }
         }
+        Made(&inst);
         r.instances->push_back({r.prefix + label, target});
         auto* copy = VhdlElabStore::Nodes().make<VhdlComponentInstantiationStatement>(inst);
         copy->sourceStatement = &inst;

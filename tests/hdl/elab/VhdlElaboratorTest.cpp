@@ -378,6 +378,24 @@ end;
     EXPECT_NE(hier.find("top.fine\tleaf\tleaf(W=3)\ta\n"), std::string::npos) << hier;
 }
 
+TEST_F(VhdlElaboratorTest, NestedGeneratesStopAtTheStatementBound) {
+    limits.statements = 5000;
+    std::string text = R"(
+entity top is end;
+architecture rtl of top is begin
+  a : for i in 0 to 99 generate
+    b : for j in 0 to 99 generate
+      c : for k in 0 to 99 generate
+      end generate;
+    end generate;
+  end generate;
+end;
+)";
+    Hier(text, "top");
+    EXPECT_FALSE(ok);
+    EXPECT_TRUE(Has("VHDL-1612", "more than 5000 statements")) << Ids();
+}
+
 TEST_F(VhdlElaboratorTest, GenericWithoutValueAndMissingArchitecture) {
     std::string text = R"(
 entity needs is generic (W : natural); end;
