@@ -272,6 +272,29 @@ end configuration;
     EXPECT_EQ(copy->GetOriginalUnitName(), "top");
 }
 
+TEST_F(VhdlElaboratorTest, SeveralTopsShareTheirCopies) {
+    std::string text = std::string(kLeaf) + R"(
+entity ta is end;
+architecture r of ta is begin u : entity work.leaf generic map (W => 8); end;
+entity tb is end;
+architecture r of tb is begin v : entity work.leaf generic map (W => 8); w : entity work.leaf; end;
+)";
+    test::AnalyzeVhdl(text, library);
+    ElabDesign d;
+    test::MessageCapture capture;
+    ASSERT_TRUE(VhdlElaborate(d, {{"ta", library, ""}, {"tb", library, ""}}, {}, limits));
+    ASSERT_EQ(d.tops.size(), 2u);
+    EXPECT_EQ(d.tops[0].name, "ta");
+    EXPECT_EQ(d.tops[1].name, "tb");
+    // ta, tb, leaf(W=8) once, leaf.
+    EXPECT_EQ(d.UnitCount(), 4u);
+    EXPECT_EQ(d.Unit(d.tops[0].unit).instances[0].unit, d.Unit(d.tops[1].unit).instances[0].unit);
+    std::ostringstream out;
+    ElabPrintHier(d, out);
+    EXPECT_EQ(out.str(), "ta\tta\tta\tr\nta.u\tleaf\tleaf(W=8)\ta\n"
+                         "tb\ttb\ttb\tr\ntb.v\tleaf\tleaf(W=8)\ta\ntb.w\tleaf\tleaf\ta\n");
+}
+
 TEST_F(VhdlElaboratorTest, RecursiveInstantiationWithAnEnd) {
     std::string text = R"(
 entity tree is generic (LEVELS : natural := 2); end;
