@@ -35,6 +35,10 @@ FILE* messageStream = stdout;
 
 void printMessage(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* loc, const char* format,
                   va_list args) {
+    // With --hier, the announcement of each analysed file would bury what matters.
+    if (messageStream == stderr && type == hdl::MSG_INFO && id &&
+        (std::strcmp(id, "VHDL-1500") == 0 || std::strcmp(id, "VERI-1482") == 0))
+        return;
     char text[4096];
     vsnprintf(text, sizeof text, format, args);
     const char* file = loc ? hdl::LineFile::GetFileNameFromId(loc->fileId) : nullptr;
