@@ -325,11 +325,12 @@ struct VhdlElaborator::Impl {
         std::string suffix;
         for (const auto& [n, v] : changed) suffix += n + "=" + v + ",";
         Key key{arch ? static_cast<const void*>(arch) : static_cast<const void*>(entity), config, suffix};
-        auto known = units.find(key);
-        if (known != units.end()) return known->second;
+        // Before the known units: a unit being elaborated is known already.
         if (inProgress.count(key))
             ev.Fail(vhdl_msg::kElabInstanceDepth, where, "'%s' instantiates itself with the same generics",
                     std::string(entity->id ? entity->id->OrigName() : "").c_str());
+        auto known = units.find(key);
+        if (known != units.end()) return known->second;
 
         std::string original(entity->id ? entity->id->OrigName() : "");
         std::string name;

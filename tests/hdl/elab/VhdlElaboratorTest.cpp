@@ -401,6 +401,34 @@ end;
     EXPECT_NE(hier.find("top.fine\tleaf\tleaf(W=3)\ta\n"), std::string::npos) << hier;
 }
 
+TEST_F(VhdlElaboratorTest, AUnitThatInstantiatesItselfWithTheSameGenerics) {
+    std::string text = R"(
+entity selfish is generic (N : natural := 1); end;
+architecture r of selfish is begin
+  again : entity work.selfish generic map (N => N);
+end;
+)";
+    EXPECT_EQ(Hier(text, "selfish"), "selfish\tselfish\tselfish\tr\n");
+    EXPECT_TRUE(Has("VHDL-1609", "'selfish' instantiates itself with the same generics")) << Ids();
+}
+
+TEST_F(VhdlElaboratorTest, TheListingStopsAtALoop) {
+    ElabDesign d;
+    ElabUnit a;
+    a.language = ElabLanguage::Verilog;
+    a.module = a.copyName = "a";
+    ElabUnitId ia = d.Add(a);
+    ElabUnit b = a;
+    b.module = b.copyName = "b";
+    ElabUnitId ib = d.Add(b);
+    d.Unit(ia).instances.push_back({"ub", ib});
+    d.Unit(ib).instances.push_back({"ua", ia});
+    d.tops.push_back({"a", ia});
+    std::ostringstream out;
+    ElabPrintHier(d, out);
+    EXPECT_EQ(out.str(), "a\ta\ta\na.ub\tb\tb\na.ub.ua\ta\ta\n");
+}
+
 TEST_F(VhdlElaboratorTest, NestedGeneratesStopAtTheStatementBound) {
     limits.statements = 5000;
     std::string text = R"(
