@@ -70,9 +70,6 @@ std::string PathStep(std::string_view label) {
     return std::string(label);
 }
 
-// A generate parameter as GHDL names iterations: 3, -1, idle, 'a'.
-std::string IterationImage(const VhdlValue& v) { return VhdlImage(v); }
-
 ElabParamValue ToParam(const VhdlValue& v) {
     ElabParamValue p;
     switch (v.kind) {
@@ -517,7 +514,8 @@ struct VhdlElaborator::Impl {
                     int64_t pos = range.At(k);
                     VhdlValue value = type && type->kind == VhdlTypeKind::Enumeration ? VhdlValue::Enumeration(pos, type)
                                                                                         : VhdlValue::Integer(pos, type);
-                    std::string image = IterationImage(value);
+                    // As GHDL names iterations: 3, -1, idle, 'a'.
+                    std::string image = VhdlImage(value);
                     VhdlFrameScope scope(ev, g);
                     ev.Bind(scope.Frame(), loop->id, value, type);
                     const VhdlBlockConfiguration* config = configs.empty() ? nullptr : IterationConfig(configs, value);

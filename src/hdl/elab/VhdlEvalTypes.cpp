@@ -68,14 +68,6 @@ const VhdlType* VhdlEvaluator::IntegerType() {
     const VhdlType* t = StandardType("integer");
     return t ? t : &impl_->fallbackInteger;
 }
-const VhdlType* VhdlEvaluator::NaturalType() {
-    const VhdlType* t = StandardType("natural");
-    return t ? t : IntegerType();
-}
-const VhdlType* VhdlEvaluator::PositiveType() {
-    const VhdlType* t = StandardType("positive");
-    return t ? t : IntegerType();
-}
 const VhdlType* VhdlEvaluator::RealType() {
     const VhdlType* t = StandardType("real");
     return t ? t : &impl_->fallbackReal;
@@ -87,7 +79,6 @@ const VhdlType* VhdlEvaluator::BooleanType() {
 const VhdlType* VhdlEvaluator::BitType() { return StandardType("bit"); }
 const VhdlType* VhdlEvaluator::CharacterType() { return StandardType("character"); }
 const VhdlType* VhdlEvaluator::StringType() { return StandardType("string"); }
-const VhdlType* VhdlEvaluator::TimeType() { return StandardType("time"); }
 const VhdlType* VhdlEvaluator::SeverityType() { return StandardType("severity_level"); }
 
 const VhdlType* VhdlEvaluator::TypeOfDeclaration(const VhdlIdDef* id, const VhdlTreeNode* decl) {

@@ -666,8 +666,16 @@ VhdlValue VhdlEvaluator::EvaluateLiteral(const VhdlTreeNode* n, const VhdlType* 
     case VhdlPhysicalLiteral::kClassId: {
         auto* lit = static_cast<const VhdlPhysicalLiteral*>(n);
         const VhdlIdDef* unit = IdOf(lit->unit);
-        if (!unit) Fail(vhdl_msg::kElabNotStatic, n, "unit '%s' is not declared", Text(lit->unit).c_str());
-        VhdlValue scale = ValueOf(unit, n);
+        VhdlValue scale;
+        if (unit) {
+            scale = ValueOf(unit, n);
+        } else if (expected && expected->kind == VhdlTypeKind::Physical) {
+            // A value read without resolution (the generic map of a top): the unit of
+            // the expected type.
+            for (const VhdlType::Unit& u : expected->base->units)
+                if (SameName(u.name, SimpleName(lit->unit))) scale = VhdlValue::Physical(u.multiple, expected->base);
+        }
+        if (scale.IsNone()) Fail(vhdl_msg::kElabNotStatic, n, "unit '%s' is not declared", Text(lit->unit).c_str());
         VhdlValue amount = Evaluate(lit->value, nullptr);
         if (amount.kind == VhdlValue::Real) return VhdlValue::Physical(int64_t(std::llround(amount.r * double(scale.i))), scale.type);
         int64_t product;

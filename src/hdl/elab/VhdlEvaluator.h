@@ -110,14 +110,11 @@ public:
     const VhdlType* UniversalInteger();
     const VhdlType* UniversalReal();
     const VhdlType* IntegerType();
-    const VhdlType* NaturalType();
-    const VhdlType* PositiveType();
     const VhdlType* RealType();
     const VhdlType* BooleanType();
     const VhdlType* BitType();
     const VhdlType* CharacterType();
     const VhdlType* StringType();
-    const VhdlType* TimeType();
     const VhdlType* SeverityType();
     VhdlValue Boolean(bool b);
 
@@ -177,7 +174,6 @@ private:
 
     const VhdlType* TypeOfDeclaration(const VhdlIdDef* id, const VhdlTreeNode* decl);
     const VhdlType* TypeDefinition(const VhdlIdDef* id, const VhdlTypeDef* def);
-    const VhdlType* ObjectSubtype(const VhdlIdDef* id, const VhdlTreeNode* decl);
     VhdlSlot* Lookup(const VhdlIdDef* id, const VhdlTreeNode* where);
     void Resolve(VhdlSlot& slot, const VhdlIdDef* id, VhdlFrame* frame, const VhdlTreeNode* where);
     VhdlFrame* PackageFrame(const VhdlDesignUnit* unit);

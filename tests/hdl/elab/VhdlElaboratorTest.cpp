@@ -192,6 +192,16 @@ end;
               "top.g.f1\tfifo\tfifo(DEPTH=4000)\trtl\n"
               "top.g.f1.mem\tram\tram(ABITS=12,INIT=\"111111111111\")\ta\n");
     EXPECT_TRUE(ok) << Ids();
+    // Values of other types as a user writes them.
+    std::string kinds = R"(
+entity kinds is generic (T : time := 1 ns; R : real := 1.0; V : bit_vector(3 downto 0) := "0000"; C : character := 'a'); end;
+architecture a of kinds is begin end;
+)";
+    EXPECT_EQ(Hier(kinds, "kinds", {{"T", "10 ns"}, {"R", "2.5"}, {"V", "x\"A\""}, {"C", "'z'"}}),
+              "kinds\tkinds\tkinds(T=10000000 fs,R=2.5,V=\"1010\",C='z')\ta\n");
+    EXPECT_TRUE(ok) << Ids();
+    Hier(kinds, "kinds", {{"T", "10 parsecs"}});
+    EXPECT_TRUE(Has("VHDL-1600", "parsecs")) << Ids();
     // A name of the generic map that the top lacks is reported, the rest applies.
     Hier(text, "top", {{"DEPTH", "8"}});
     EXPECT_TRUE(Has("VHDL-1610", "DEPTH")) << Ids();
