@@ -88,11 +88,10 @@ void printVhdlUnit(const hdl::VhdlLibrary& library, const hdl::VhdlDesignUnit& u
 
 int usage() {
     std::fprintf(stderr, "usage: sift-parse [--lang v95|v2k|sv|vhdl93|vhdl08|vhdl19] [--lib NAME] [-I DIR]... "
-                         "[-D NAME[=VALUE]]... [--units] [--tree] [--hier [--top NAME]... [-G NAME=VALUE]...] FILE...\n");
+                         "[-D NAME[=VALUE]]... [--units] [--tree] [--hier [--top NAME]... [-G NAME=VALUE]...] "
+                         "FILE...\n");
     return 2;
 }
-
-bool isVhdl(unsigned lang) { return lang >= 8 && lang <= 13; }
 
 // Elaborates the tops and prints the hierarchy. A named top that no VHDL library holds
 // is reported by the elaborator.
@@ -168,9 +167,10 @@ int main(int argc, char** argv) {
         // The standard libraries of the highest VHDL edition among the files.
         unsigned vhdlMode = 0;
         for (const auto& f : files)
-            if (isVhdl(f.second.first)) vhdlMode = std::max(vhdlMode, f.second.first);
+            if (hdl::IsVhdlLanguage(f.second.first)) vhdlMode = std::max(vhdlMode, f.second.first);
         if (vhdlMode && !sift_tools::AnalyzeVhdlStandardLibraries(sift_tools::DataDirectory(), vhdlMode))
-            std::fprintf(stderr, "sift-parse: no VHDL standard libraries under %s\n", sift_tools::DataDirectory().c_str());
+            std::fprintf(stderr, "sift-parse: no VHDL standard libraries under %s\n",
+                         sift_tools::DataDirectory().c_str());
     }
     for (const auto& f : files) analyze(f.first, f.second.first, f.second.second);
     if (hier) {

@@ -22,6 +22,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "hdl/base/Language.h"
 #include "hdl/base/Message.h"
 #include "hdl/elab/ElabDesign.h"
 #include "hdl/elab/VhdlElaborator.h"
@@ -63,10 +64,12 @@ Project ReadList(const std::string& list) {
         std::getline(cols, kind, '\t');
         std::getline(cols, a, '\t');
         std::getline(cols, b, '\t');
-        if (kind == "top") p.top = a;
-        else if (kind.rfind("vhdl", 0) == 0)
-            p.files.push_back({p.dir + "/" + b, a, kind == "vhdl08" ? hdl::VHDL_2008 : kind == "vhdl19" ? hdl::VHDL_2019 : hdl::VHDL_93,
-                               kind == "vhdl08" || kind == "vhdl19" ? "08" : "93c"});
+        if (kind == "top")
+            p.top = a;
+        else if (hdl::IsVhdlLanguage(hdl::LanguageByName(kind.c_str()))) {
+            unsigned mode = hdl::LanguageByName(kind.c_str());
+            p.files.push_back({p.dir + "/" + b, a, mode, mode >= hdl::VHDL_2008 ? "08" : "93c"});
+        }
     }
     return p;
 }
@@ -149,10 +152,14 @@ int main(int argc, char** argv) {
     std::vector<std::string> lists;
     for (int i = 1; i < argc; ++i) {
         std::string a = argv[i];
-        if (a == "-runs" && i + 1 < argc) runs = std::max(1, std::atoi(argv[++i]));
-        else if (a == "-ghdl") ghdl = true;
-        else if (a == "-top" && i + 1 < argc) topOption = argv[++i];
-        else lists.push_back(a);
+        if (a == "-runs" && i + 1 < argc)
+            runs = std::max(1, std::atoi(argv[++i]));
+        else if (a == "-ghdl")
+            ghdl = true;
+        else if (a == "-top" && i + 1 < argc)
+            topOption = argv[++i];
+        else
+            lists.push_back(a);
     }
     if (lists.empty()) {
         std::fprintf(stderr, "usage: elab_bench [-runs N] [-ghdl] [-top NAME] FILELIST.tsv...\n");

@@ -116,7 +116,8 @@ def main():
     with open(os.path.join(a.outdir, "bench_units.vhd"), "w") as f:
         f.write(UNITS.format(iterations=a.iterations, sets=a.sets, inner=a.inner, depth=a.depth))
     with open(os.path.join(a.outdir, "FILELIST.tsv"), "w") as f:
-        f.write(f"# generated: {a.iterations} iterations, {a.sets} generic sets, {a.inner} leaves each, tree depth {a.depth}\n")
+        f.write(f"# generated: {a.iterations} iterations, {a.sets} generic sets, {a.inner} leaves each, "
+                f"tree depth {a.depth}\n")
         f.write("vhdl08\twork\tbench_pkg.vhd\nvhdl08\twork\tbench_units.vhd\ntop\tbench_top\n")
 
 

@@ -79,8 +79,8 @@ VhdlValue ApplyOperator(VhdlEvaluator& ev, unsigned op, const VhdlValue* left, c
                         const VhdlType* expected, const VhdlTreeNode* where);
 // Functions of the standard packages written natively; false when `name` (with its
 // package) has no native version.
-bool CallNative(VhdlEvaluator& ev, const std::string& package, const std::string& name,
-                std::vector<VhdlValue>& args, const VhdlType* expected, const VhdlTreeNode* where, VhdlValue& result);
+bool CallNative(VhdlEvaluator& ev, const std::string& package, const std::string& name, std::vector<VhdlValue>& args,
+                const VhdlType* expected, const VhdlTreeNode* where, VhdlValue& result);
 // Whether a package function has a native version (used before its arguments are
 // evaluated, to know their expected types are not needed).
 bool HasNative(const std::string& package, const std::string& name);

@@ -84,7 +84,9 @@ VhdlFrame* VhdlEvaluator::DeclaringFrame(const VhdlIdDef* id) {
 
 VhdlFrame* VhdlEvaluator::InstanceFrame(const VhdlPackageInstantiationDecl& inst, VhdlFrame* context) {
     const VhdlPackageDecl* generic = GenericPackageOf(inst);
-    if (!generic) Fail(vhdl_msg::kElabNotStatic, &inst, "the generic package of '%s' is not analysed", Text(inst.uninstantiated).c_str());
+    if (!generic)
+        Fail(vhdl_msg::kElabNotStatic, &inst, "the generic package of '%s' is not analysed",
+             Text(inst.uninstantiated).c_str());
     auto& slot = impl_->instances[{&inst, context}];
     if (slot) return slot.get();
     slot = std::make_unique<VhdlFrame>();
@@ -117,8 +119,8 @@ VhdlFrame* VhdlEvaluator::InstanceFrame(const VhdlPackageInstantiationDecl& inst
         } else if (position < formals.size()) {
             formal = formals[position++];
         }
-        if (formal && actual && actual->GetClassId() != VhdlOpen::kClassId && actual->GetClassId() != VhdlBox::kClassId &&
-            actual->GetClassId() != VhdlDefault::kClassId)
+        if (formal && actual && actual->GetClassId() != VhdlOpen::kClassId &&
+            actual->GetClassId() != VhdlBox::kClassId && actual->GetClassId() != VhdlDefault::kClassId)
             actuals[formal] = actual;
     }
     VhdlFrame* saved = current_;
@@ -139,12 +141,16 @@ VhdlFrame* VhdlEvaluator::InstanceFrame(const VhdlPackageInstantiationDecl& inst
                 const VhdlType* type = EvaluateSubtype(d->subtype);
                 auto it = actuals.find(id);
                 VhdlValue v;
-                if (it != actuals.end()) v = EvaluateIn(context, it->second, type);
-                else if (d->init) v = Evaluate(d->init, type);
-                else Fail(vhdl_msg::kElabNoValue, &inst, "generic '%s' of '%s' has no value", std::string(id->OrigName()).c_str(),
-                          std::string(generic->Name()).c_str());
+                if (it != actuals.end())
+                    v = EvaluateIn(context, it->second, type);
+                else if (d->init)
+                    v = Evaluate(d->init, type);
+                else
+                    Fail(vhdl_msg::kElabNoValue, &inst, "generic '%s' of '%s' has no value",
+                         std::string(id->OrigName()).c_str(), std::string(generic->Name()).c_str());
                 v = Conform(std::move(v), type, &inst);
-                if (type && type->IsArray() && !type->constrained && v.kind == VhdlValue::Array) type = ConstrainedArray(type, v.Range());
+                if (type && type->IsArray() && !type->constrained && v.kind == VhdlValue::Array)
+                    type = ConstrainedArray(type, v.Range());
                 Bind(frame, id, std::move(v), type);
             }
         }

@@ -177,7 +177,8 @@ const VhdlNodeList* SelectableDecls(VhdlTreeNode* node) {
     case VhdlPackageDecl::kClassId: return &static_cast<VhdlPackageDecl*>(node)->declarations;
     case VhdlPackageInstantiationDecl::kClassId: {
         VhdlTreeNode* name = static_cast<VhdlPackageInstantiationDecl*>(node)->uninstantiated;
-        if (name && name->GetClassId() == VhdlSelectedName::kClassId) name = static_cast<VhdlSelectedName*>(name)->suffix;
+        if (name && name->GetClassId() == VhdlSelectedName::kClassId)
+            name = static_cast<VhdlSelectedName*>(name)->suffix;
         auto* ref = dynamic_cast<VhdlIdRef*>(name);
         VhdlIdDef* generic = ref ? ref->resolved : nullptr;
         return generic && generic->declaration != node ? SelectableDecls(generic->declaration) : nullptr;

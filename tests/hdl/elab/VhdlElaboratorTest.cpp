@@ -18,15 +18,16 @@ namespace {
 class VhdlElaboratorTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (!test::LoadStandardLibraries()) GTEST_SKIP() << "standard libraries not arranged (scripts/assemble_data.sh)";
+        if (!test::LoadStandardLibraries())
+            GTEST_SKIP() << "standard libraries not arranged (scripts/assemble_data.sh)";
         library = test::UniquePackageName() + "_lib";
     }
 
     // Analyses the design into a library of the test's own and elaborates `top`; the
     // hierarchy as --hier prints it.
     std::string Hier(const std::string& text, const std::string& top, const ElabGenericMap& generics = {}) {
-        std::string errors = test::AnalyzeVhdl("library ieee; use ieee.std_logic_1164.all; use ieee.numeric_std.all;\n" + text,
-                                               library);
+        std::string errors =
+            test::AnalyzeVhdl("library ieee; use ieee.std_logic_1164.all; use ieee.numeric_std.all;\n" + text, library);
         EXPECT_EQ(errors, "");
         design = ElabDesign();
         test::MessageCapture capture;
@@ -43,8 +44,9 @@ protected:
         return out;
     }
     bool Has(const std::string& id, const std::string& part = "") const {
-        return std::any_of(messages.begin(), messages.end(),
-                           [&](const test::CapturedMessage& m) { return m.id == id && m.text.find(part) != std::string::npos; });
+        return std::any_of(messages.begin(), messages.end(), [&](const test::CapturedMessage& m) {
+            return m.id == id && m.text.find(part) != std::string::npos;
+        });
     }
 
     VhdlLibrary* Lib() const { return vhdl_file::GetLibrary(library.c_str()); }
@@ -194,7 +196,9 @@ end;
     EXPECT_TRUE(ok) << Ids();
     // Values of other types as a user writes them.
     std::string kinds = R"(
-entity kinds is generic (T : time := 1 ns; R : real := 1.0; V : bit_vector(3 downto 0) := "0000"; C : character := 'a'); end;
+entity kinds is
+  generic (T : time := 1 ns; R : real := 1.0; V : bit_vector(3 downto 0) := "0000"; C : character := 'a');
+end;
 architecture a of kinds is begin end;
 )";
     EXPECT_EQ(Hier(kinds, "kinds", {{"T", "10 ns"}, {"R", "2.5"}, {"V", "x\"A\""}, {"C", "'z'"}}),

@@ -51,8 +51,8 @@ std::string Names(const std::vector<VhdlIdDef*>& ids) {
 
 TEST_F(VhdlScopeTest, DeclAreaListsDeclarationsThenLabelsInSourceOrder) {
     test::MessageCapture capture;
-    vhdl_file::AnalyzeText("entity leaf is generic (W : natural := 1); end; architecture a of leaf is begin end;", "lib.vhd",
-                           "mylib", VHDL_2008);
+    vhdl_file::AnalyzeText("entity leaf is generic (W : natural := 1); end; architecture a of leaf is begin end;",
+                           "lib.vhd", "mylib", VHDL_2008);
     vhdl_file::AnalyzeText(kDesign, "scope_test.vhd", "work", VHDL_2008);
     VhdlPrimaryUnit* top = vhdl_file::GetLibrary("work")->GetPrimUnit("top");
     ASSERT_NE(top, nullptr);
@@ -69,7 +69,8 @@ TEST_F(VhdlScopeTest, DeclAreaListsDeclarationsThenLabelsInSourceOrder) {
 
     std::map<std::string, VhdlComponentInstantiationStatement*> inst;
     for (VhdlTreeNode* s : arch->statements)
-        if (auto* i = dynamic_cast<VhdlComponentInstantiationStatement*>(s)) inst[std::string(i->GetLabel()->OrigName())] = i;
+        if (auto* i = dynamic_cast<VhdlComponentInstantiationStatement*>(s))
+            inst[std::string(i->GetLabel()->OrigName())] = i;
     EXPECT_TRUE(inst["u_open"]->IsUnitNameInactive());
     EXPECT_FALSE(inst["u0"]->IsUnitNameInactive());
     EXPECT_TRUE(VhdlHasOverridableGenerics(inst["u0"]->GetInstantiatedUnit()));
@@ -82,14 +83,16 @@ TEST_F(VhdlScopeTest, DeclAreaListsDeclarationsThenLabelsInSourceOrder) {
 TEST_F(VhdlScopeTest, OverwrittenSlotsAreDropped) {
     test::MessageCapture capture;
     vhdl_file::AnalyzeText(kDesign, "scope_test.vhd", "work", VHDL_2008);
-    auto* arch = dynamic_cast<VhdlArchitectureBody*>(vhdl_file::GetLibrary("work")->GetPrimUnit("top")->GetSecondaryUnit(nullptr));
+    auto* arch = dynamic_cast<VhdlArchitectureBody*>(
+        vhdl_file::GetLibrary("work")->GetPrimUnit("top")->GetSecondaryUnit(nullptr));
     ASSERT_NE(arch, nullptr);
     ASSERT_EQ(arch->statements.Size(), 6u);
     arch->statements[0] = nullptr;
     arch->statements[3] = nullptr;
     arch->statements.RemoveNulls();
     std::string labels;
-    for (VhdlTreeNode* s : arch->statements) labels += std::string(static_cast<VhdlStatement*>(s)->GetLabel()->OrigName()) + " ";
+    for (VhdlTreeNode* s : arch->statements)
+        labels += std::string(static_cast<VhdlStatement*>(s)->GetLabel()->OrigName()) + " ";
     EXPECT_EQ(labels, "u_open u_plain g b ");
     EXPECT_EQ(Names(VhdlScopeOf(*arch).DeclArea()), "leaf plain s t c u_open u_plain g b ");
 }
