@@ -985,10 +985,20 @@ private:
         return dynamic_cast<VhdlPrimaryUnit*>(id->declaration);
     }
 
-    // Default binding: the entity of that name in the work library, then in the
-    // libraries of the search order.
+    // Default binding: an entity of that name that a use clause makes visible (`use
+    // lib.all`, `use lib.e`), else the one in the work library, then in the libraries of
+    // the search order.
     VhdlPrimaryUnit* FindEntity(std::string_view name) {
         std::string key = Key(name);
+        NameKey nameKey(name);
+        for (Scope* s = current_; s; s = s->parent) {
+            for (const UsedItem& item : s->used) {
+                if (item.package) continue;
+                VhdlIdDef* id = FindUsed(item, nameKey);
+                auto* unit = id ? dynamic_cast<VhdlEntityDecl*>(id->declaration) : nullptr;
+                if (unit) return unit;
+            }
+        }
         if (VhdlPrimaryUnit* u = library_->GetPrimUnit(key.c_str()); dynamic_cast<VhdlEntityDecl*>(u)) return u;
         for (const std::string& libName : vhdl_file::LOptions()) {
             VhdlLibrary* lib = vhdl_file::GetLibrary(libName.c_str());
