@@ -12,7 +12,6 @@
 #include <cstdio>
 #include <cstring>
 #include <iostream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -36,6 +35,10 @@ FILE* messageStream = stdout;
 
 void printMessage(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* loc, const char* format,
                   va_list args) {
+    // With --hier, the announcement of each analysed file would bury what matters.
+    if (messageStream == stderr && type == hdl::MSG_INFO && id &&
+        (std::strcmp(id, "VHDL-1500") == 0 || std::strcmp(id, "VERI-1482") == 0))
+        return;
     char text[4096];
     vsnprintf(text, sizeof text, format, args);
     const char* file = loc ? hdl::LineFile::GetFileNameFromId(loc->fileId) : nullptr;
@@ -85,11 +88,10 @@ void printVhdlUnit(const hdl::VhdlLibrary& library, const hdl::VhdlDesignUnit& u
 
 int usage() {
     std::fprintf(stderr, "usage: sift-parse [--lang v95|v2k|sv|vhdl93|vhdl08|vhdl19] [--lib NAME] [-I DIR]... "
-                         "[-D NAME[=VALUE]]... [--units] [--tree] [--hier [--top NAME]... [-G NAME=VALUE]...] FILE...\n");
+                         "[-D NAME[=VALUE]]... [--units] [--tree] [--hier [--top NAME]... [-G NAME=VALUE]...] "
+                         "FILE...\n");
     return 2;
 }
-
-bool isVhdl(unsigned lang) { return lang >= 8 && lang <= 13; }
 
 // Elaborates the tops and prints the hierarchy. A named top that no VHDL library holds
 // is reported by the elaborator.
@@ -100,9 +102,10 @@ void printHierarchy(const std::vector<std::string>& topNames, const hdl::ElabGen
     if (tops.empty()) tops = hdl::VhdlFindTops();
     hdl::ElabDesign design;
     hdl::VhdlElaborate(design, tops, generics);
-    std::ostringstream out;
-    hdl::ElabPrintHier(design, out);
-    std::fwrite(out.str().data(), 1, out.str().size(), stdout);
+    // Streamed: a listing of a million paths need not be held.
+    std::ios::sync_with_stdio(false);
+    hdl::ElabPrintHier(design, std::cout);
+    std::cout.flush();
 }
 
 } // namespace
@@ -164,9 +167,10 @@ int main(int argc, char** argv) {
         // The standard libraries of the highest VHDL edition among the files.
         unsigned vhdlMode = 0;
         for (const auto& f : files)
-            if (isVhdl(f.second.first)) vhdlMode = std::max(vhdlMode, f.second.first);
+            if (hdl::IsVhdlLanguage(f.second.first)) vhdlMode = std::max(vhdlMode, f.second.first);
         if (vhdlMode && !sift_tools::AnalyzeVhdlStandardLibraries(sift_tools::DataDirectory(), vhdlMode))
-            std::fprintf(stderr, "sift-parse: no VHDL standard libraries under %s\n", sift_tools::DataDirectory().c_str());
+            std::fprintf(stderr, "sift-parse: no VHDL standard libraries under %s\n",
+                         sift_tools::DataDirectory().c_str());
     }
     for (const auto& f : files) analyze(f.first, f.second.first, f.second.second);
     if (hier) {

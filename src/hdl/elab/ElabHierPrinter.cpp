@@ -13,7 +13,8 @@ void Line(std::ostream& out, const std::string& path, const ElabUnit& u) {
 }
 
 // Depth first with an explicit stack: the hierarchy may be deeper than the stack of a
-// recursion would like.
+// recursion would like. A unit already on the path (a loop that another language's
+// answer could close) is printed but not entered again.
 void Walk(const ElabDesign& design, const std::string& root, ElabUnitId top, std::ostream& out) {
     struct Frame {
         ElabUnitId unit;
@@ -35,8 +36,9 @@ void Walk(const ElabDesign& design, const std::string& root, ElabUnitId top, std
         path += '.';
         path += inst.name;
         Line(out, path, design.Unit(inst.unit));
-        size_t length = path.size();
-        stack.push_back({inst.unit, 0, length});
+        bool onPath = false;
+        for (const Frame& above : stack) onPath = onPath || above.unit == inst.unit;
+        if (!onPath) stack.push_back({inst.unit, 0, path.size()});
     }
 }
 

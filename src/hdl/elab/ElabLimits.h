@@ -18,6 +18,9 @@ struct ElabLimits {
     uint64_t steps = 2'000'000'000;
     // Elements of one array value.
     uint64_t arrayElements = 1u << 24;
+    // Statements the elaborated design holds (instances and generate iterations): what
+    // its memory grows with. Nested generates multiply.
+    uint64_t statements = 50'000'000;
 };
 
 } // namespace hdl

@@ -19,7 +19,7 @@ struct ElabParamValue {
     Kind kind = Other;
     int64_t integer = 0; // Integer, Boolean (0, 1), Time (femtoseconds)
     double real = 0;
-    std::string text;    // String: the characters; Bits: '0', '1', 'x', 'z' most significant first; Other: an image
+    std::string text; // String: the characters; Bits: '0', '1', 'x', 'z' most significant first; Other: an image
 };
 
 struct ElabParam {

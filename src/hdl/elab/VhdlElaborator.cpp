@@ -66,12 +66,10 @@ const VhdlIdDef* FindGeneric(const std::vector<const VhdlIdDef*>& ids, std::stri
 
 // The part of a label a path shows: an extended identifier without its backslashes.
 std::string PathStep(std::string_view label) {
-    if (label.size() > 1 && label[0] == '\\' && label.back() == '\\') return std::string(label.substr(1, label.size() - 2));
+    if (label.size() > 1 && label[0] == '\\' && label.back() == '\\')
+        return std::string(label.substr(1, label.size() - 2));
     return std::string(label);
 }
-
-// A generate parameter as GHDL names iterations: 3, -1, idle, 'a'.
-std::string IterationImage(const VhdlValue& v) { return VhdlImage(v); }
 
 ElabParamValue ToParam(const VhdlValue& v) {
     ElabParamValue p;
@@ -109,9 +107,7 @@ ElabParamValue ToParam(const VhdlValue& v) {
             p.text = StringOf(v);
         }
         break;
-    default:
-        p.text = VhdlImage(v);
-        break;
+    default: p.text = VhdlImage(v); break;
     }
     return p;
 }
@@ -128,14 +124,17 @@ public:
     }
     ~QuietParse() {
         for (size_t i = 0; i < sizeof kIds / sizeof kIds[0]; ++i) {
-            if (saved_[i] == MSG_NONE) Message::ClearMessageType(kIds[i]);
-            else Message::SetMessageType(kIds[i], saved_[i]);
+            if (saved_[i] == MSG_NONE)
+                Message::ClearMessageType(kIds[i]);
+            else
+                Message::SetMessageType(kIds[i], saved_[i]);
         }
     }
 
 private:
-    static constexpr const char* kIds[] = {vhdl_msg::kBadCharacter, vhdl_msg::kUnterminatedString, vhdl_msg::kBadLiteral,
-                                           vhdl_msg::kUnterminatedComment, vhdl_msg::kSyntax, vhdl_msg::kTooDeep};
+    static constexpr const char* kIds[] = {vhdl_msg::kBadCharacter, vhdl_msg::kUnterminatedString,
+                                           vhdl_msg::kBadLiteral,   vhdl_msg::kUnterminatedComment,
+                                           vhdl_msg::kSyntax,       vhdl_msg::kTooDeep};
     std::vector<msg_type_t> saved_;
 };
 
@@ -150,6 +149,7 @@ struct VhdlElaborator::Impl {
     ElabUnitLookup foreign;
     unsigned errors = 0;
     uint32_t depth = 0;
+    uint64_t statements = 0;
 
     // One unit per architecture (or entity without one), configuration and generics.
     using Key = std::tuple<const void*, const void*, std::string>;
@@ -179,7 +179,8 @@ struct VhdlElaborator::Impl {
         Message::Error(e.Id(), &e.Location(), "%s", e.Text().c_str());
     }
 
-    void Error(const char* id, const VhdlTreeNode* where, const char* format, ...) __attribute__((format(printf, 4, 5))) {
+    void Error(const char* id, const VhdlTreeNode* where, const char* format, ...)
+        __attribute__((format(printf, 4, 5))) {
         char text[1024];
         va_list args;
         va_start(args, format);
@@ -205,8 +206,8 @@ struct VhdlElaborator::Impl {
             e = parser.ParseExpressionOnly();
             parsed = e && parser.ErrorCount() == 0 && lexer.ErrorCount() == 0;
         }
-        bool stringType = type && type->IsArray() && type->element && type->element->kind == VhdlTypeKind::Enumeration &&
-                          !IsLogicVector(type);
+        bool stringType = type && type->IsArray() && type->element &&
+                          type->element->kind == VhdlTypeKind::Enumeration && !IsLogicVector(type);
         if (parsed) {
             try {
                 return ev.Conform(ev.Evaluate(e, type), type, where);
@@ -228,7 +229,8 @@ struct VhdlElaborator::Impl {
     // Binds the generics of a clause in the current frame; returns the `P=value` of those
     // that differ from their defaults.
     std::vector<std::pair<std::string, std::string>> BindGenerics(const VhdlNodeList& clause, const Actuals& actuals,
-                                                                 const VhdlTreeNode* unitNode, const VhdlTreeNode* where) {
+                                                                  const VhdlTreeNode* unitNode,
+                                                                  const VhdlTreeNode* where) {
         std::vector<std::pair<std::string, std::string>> changed;
         VhdlFrame* frame = ev.Current();
         for (VhdlTreeNode* g : clause) {
@@ -263,17 +265,18 @@ struct VhdlElaborator::Impl {
                 bool differs = false;
                 if (it != actuals.end()) {
                     value = ValueOfActual(it->second, type, where);
-                    differs = !hasDefault || !VhdlValueEqual(value, def) ||
-                              (value.kind == VhdlValue::Array && def.kind == VhdlValue::Array &&
-                               (value.Range().left != def.Range().left || value.Range().ascending != def.Range().ascending));
+                    differs =
+                        !hasDefault || !VhdlValueEqual(value, def) ||
+                        (value.kind == VhdlValue::Array && def.kind == VhdlValue::Array &&
+                         (value.Range().left != def.Range().left || value.Range().ascending != def.Range().ascending));
                 } else if (hasDefault) {
                     value = def;
                 } else if (decl->init) {
                     // Report why the default cannot be worked out.
                     value = ev.Conform(ev.Evaluate(decl->init, type), type, decl->init);
                 } else {
-                    ev.Fail(vhdl_msg::kElabNoValue, where, "generic '%s' of '%s' has no value", std::string(id->OrigName()).c_str(),
-                            unitNode ? VhdlEvaluator::Text(unitNode).c_str() : "");
+                    ev.Fail(vhdl_msg::kElabNoValue, where, "generic '%s' of '%s' has no value",
+                            std::string(id->OrigName()).c_str(), unitNode ? VhdlEvaluator::Text(unitNode).c_str() : "");
                 }
                 const VhdlType* bound = type;
                 if (type && type->IsArray() && !type->constrained && value.kind == VhdlValue::Array)
@@ -301,7 +304,8 @@ struct VhdlElaborator::Impl {
                             std::string(unitName).c_str());
             } else {
                 if (position >= formals.size())
-                    ev.Fail(vhdl_msg::kElabNoGeneric, a, "too many generic actuals for '%s'", std::string(unitName).c_str());
+                    ev.Fail(vhdl_msg::kElabNoGeneric, a, "too many generic actuals for '%s'",
+                            std::string(unitName).c_str());
                 formal = formals[position++];
             }
             if (!formal || !actual || actual->GetClassId() == VhdlOpen::kClassId) continue;
@@ -315,20 +319,24 @@ struct VhdlElaborator::Impl {
     // ---- units
 
     ElabUnitId ElaborateUnit(VhdlEntityDecl* entity, VhdlArchitectureBody* arch, const VhdlBlockConfiguration* config,
-                             const VhdlConfigurationDecl* configDecl, const Actuals& actuals, const VhdlTreeNode* where) {
+                             const VhdlConfigurationDecl* configDecl, const Actuals& actuals,
+                             const VhdlTreeNode* where) {
         if (depth >= limits.instanceDepth)
-            ev.Fail(vhdl_msg::kElabInstanceDepth, where, "the hierarchy is deeper than %u instances at '%s' (a unit that instantiates itself without end?)",
+            ev.Fail(vhdl_msg::kElabInstanceDepth, where,
+                    "the hierarchy is deeper than %u instances at '%s' (a unit that instantiates itself without end?)",
                     limits.instanceDepth, std::string(entity->id ? entity->id->OrigName() : "").c_str());
         VhdlFrameScope unitScope(ev, entity, nullptr, true);
-        std::vector<std::pair<std::string, std::string>> changed = BindGenerics(entity->generics, actuals, entity->id, where);
+        std::vector<std::pair<std::string, std::string>> changed =
+            BindGenerics(entity->generics, actuals, entity->id, where);
         std::string suffix;
         for (const auto& [n, v] : changed) suffix += n + "=" + v + ",";
         Key key{arch ? static_cast<const void*>(arch) : static_cast<const void*>(entity), config, suffix};
-        auto known = units.find(key);
-        if (known != units.end()) return known->second;
+        // Before the known units: a unit being elaborated is known already.
         if (inProgress.count(key))
             ev.Fail(vhdl_msg::kElabInstanceDepth, where, "'%s' instantiates itself with the same generics",
                     std::string(entity->id ? entity->id->OrigName() : "").c_str());
+        auto known = units.find(key);
+        if (known != units.end()) return known->second;
 
         std::string original(entity->id ? entity->id->OrigName() : "");
         std::string name;
@@ -337,7 +345,8 @@ struct VhdlElaborator::Impl {
             // Another block configuration of the same configuration for this entity.
             for (int n = 0;; ++n) {
                 std::string candidate = n ? base + "_" + std::to_string(n) : base;
-                auto [it, added] = configCopies.emplace(candidate + "|" + std::to_string(reinterpret_cast<uintptr_t>(entity)), config);
+                auto [it, added] =
+                    configCopies.emplace(candidate + "|" + std::to_string(reinterpret_cast<uintptr_t>(entity)), config);
                 if (added || it->second == config) {
                     base = candidate;
                     break;
@@ -365,7 +374,8 @@ struct VhdlElaborator::Impl {
         targets[id] = target;
         units[key] = id;
         if (!arch) {
-            Error(vhdl_msg::kElabConfiguration, where ? where : entity, "entity '%s' has no architecture", original.c_str());
+            Error(vhdl_msg::kElabConfiguration, where ? where : entity, "entity '%s' has no architecture",
+                  original.c_str());
             return id;
         }
 
@@ -415,7 +425,16 @@ struct VhdlElaborator::Impl {
         }
     }
 
+    // Counts one statement of the elaborated design against its bound.
+    void Made(const VhdlTreeNode* where) {
+        ev.Step(where);
+        if (++statements > limits.statements)
+            ev.Fail(vhdl_msg::kElabSteps, where, "the design elaborates to more than %llu statements",
+                    static_cast<unsigned long long>(limits.statements));
+    }
+
     VhdlBlockStatement* MakeBlock(VhdlIdDef* label, VhdlStatement* source, std::vector<VhdlTreeNode*>& inner) {
+        Made(source);
         auto* block = VhdlElabStore::Nodes().make<VhdlBlockStatement>();
         block->label = label;
         block->sourceStatement = source;
@@ -433,7 +452,8 @@ struct VhdlElaborator::Impl {
     }
 
     // The block configuration among `configs` that configures the iteration `value`.
-    const VhdlBlockConfiguration* IterationConfig(const std::vector<VhdlBlockConfiguration*>& configs, const VhdlValue& value) {
+    const VhdlBlockConfiguration* IterationConfig(const std::vector<VhdlBlockConfiguration*>& configs,
+                                                  const VhdlValue& value) {
         for (const VhdlBlockConfiguration* bc : configs) {
             const VhdlTreeNode* index = bc->GetIndexSpecification();
             if (!index) return bc;
@@ -453,7 +473,8 @@ struct VhdlElaborator::Impl {
         return nullptr;
     }
 
-    const VhdlBlockConfiguration* NestedConfig(const Region& r, const VhdlStatement& stmt, const VhdlTreeNode* alternative) {
+    const VhdlBlockConfiguration* NestedConfig(const Region& r, const VhdlStatement& stmt,
+                                               const VhdlTreeNode* alternative) {
         if (!r.config) return nullptr;
         std::vector<VhdlBlockConfiguration*> configs = r.config->ConfigurationsOf(stmt);
         for (VhdlBlockConfiguration* bc : configs)
@@ -462,8 +483,9 @@ struct VhdlElaborator::Impl {
     }
 
     // The statements of a generate body (or a block) in a frame of their own.
-    void ElaborateBody(VhdlStatement& owner, const VhdlNodeList& declarations, const VhdlNodeList& statements, VhdlIdDef* label,
-                       const VhdlBlockConfiguration* config, const std::string& prefix, Region& r, VhdlFrame* frame) {
+    void ElaborateBody(VhdlStatement& owner, const VhdlNodeList& declarations, const VhdlNodeList& statements,
+                       VhdlIdDef* label, const VhdlBlockConfiguration* config, const std::string& prefix, Region& r,
+                       VhdlFrame* frame) {
         ev.Declare(frame, declarations);
         std::vector<VhdlTreeNode*> inner;
         Region region{r.instances, &inner, prefix, config, r.configDecl, r.library};
@@ -499,26 +521,32 @@ struct VhdlElaborator::Impl {
                 int64_t n = range.Length();
                 if (uint64_t(n) > limits.loopIterations)
                     ev.Fail(vhdl_msg::kElabLoopBound, g, "generate '%s' of %lld iterations runs past the bound of %llu",
-                            label.c_str(), static_cast<long long>(n), static_cast<unsigned long long>(limits.loopIterations));
-                std::vector<VhdlBlockConfiguration*> configs = r.config ? r.config->ConfigurationsOf(*g) : std::vector<VhdlBlockConfiguration*>();
+                            label.c_str(), static_cast<long long>(n),
+                            static_cast<unsigned long long>(limits.loopIterations));
+                std::vector<VhdlBlockConfiguration*> configs =
+                    r.config ? r.config->ConfigurationsOf(*g) : std::vector<VhdlBlockConfiguration*>();
                 for (int64_t k = 0; k < n; ++k) {
+                    ev.Step(g);
                     int64_t pos = range.At(k);
-                    VhdlValue value = type && type->kind == VhdlTypeKind::Enumeration ? VhdlValue::Enumeration(pos, type)
-                                                                                        : VhdlValue::Integer(pos, type);
-                    std::string image = IterationImage(value);
+                    VhdlValue value = type && type->kind == VhdlTypeKind::Enumeration
+                                          ? VhdlValue::Enumeration(pos, type)
+                                          : VhdlValue::Integer(pos, type);
+                    // As GHDL names iterations: 3, -1, idle, 'a'.
+                    std::string image = VhdlImage(value);
                     VhdlFrameScope scope(ev, g);
                     ev.Bind(scope.Frame(), loop->id, value, type);
                     const VhdlBlockConfiguration* config = configs.empty() ? nullptr : IterationConfig(configs, value);
-                    ElaborateBody(*g, g->declarations, g->statements, IterationLabel("\\" + label + "(" + image + ")\\", g),
-                                  config, r.prefix + label + "[" + image + "].", r, scope.Frame());
+                    ElaborateBody(*g, g->declarations, g->statements,
+                                  IterationLabel("\\" + label + "(" + image + ")\\", g), config,
+                                  r.prefix + label + "[" + image + "].", r, scope.Frame());
                 }
                 return;
             }
             auto* cond = dynamic_cast<VhdlIfScheme*>(g->scheme);
             if (cond && !ev.EvaluateCondition(cond->condition)) return;
             VhdlFrameScope scope(ev, g);
-            ElaborateBody(*g, g->declarations, g->statements, g->label, NestedConfig(r, *g, nullptr), r.prefix + label + ".",
-                          r, scope.Frame());
+            ElaborateBody(*g, g->declarations, g->statements, g->label, NestedConfig(r, *g, nullptr),
+                          r.prefix + label + ".", r, scope.Frame());
             return;
         }
         case VhdlIfElsifGenerateStatement::kClassId: {
@@ -528,8 +556,10 @@ struct VhdlElaborator::Impl {
                 auto* alt = dynamic_cast<VhdlGenerateStatement*>(a);
                 if (!alt) continue;
                 const VhdlExpression* condition = nullptr;
-                if (auto* i = dynamic_cast<VhdlIfScheme*>(alt->scheme)) condition = i->condition;
-                else if (auto* e = dynamic_cast<VhdlElsifElseScheme*>(alt->scheme)) condition = e->condition;
+                if (auto* i = dynamic_cast<VhdlIfScheme*>(alt->scheme))
+                    condition = i->condition;
+                else if (auto* e = dynamic_cast<VhdlElsifElseScheme*>(alt->scheme))
+                    condition = e->condition;
                 if (condition && !ev.EvaluateCondition(condition)) continue;
                 VhdlFrameScope scope(ev, alt);
                 ElaborateBody(*stmt, alt->declarations, alt->statements, stmt->label, NestedConfig(r, *stmt, alt),
@@ -569,7 +599,8 @@ struct VhdlElaborator::Impl {
         // The configuration declaration a bound unit is configured by, for its name.
         const VhdlConfigurationDecl* configDecl = nullptr;
         if (binding.configuration) {
-            const VhdlConfigurationDecl* named = cc && cc->HasEntityAspect() ? cc->GetBoundConfiguration() : inst.GetBoundConfiguration();
+            const VhdlConfigurationDecl* named =
+                cc && cc->HasEntityAspect() ? cc->GetBoundConfiguration() : inst.GetBoundConfiguration();
             configDecl = named && named->blockConfiguration == binding.configuration ? named : r.configDecl;
         }
         std::string_view archName = inst.GetArchitectureName();
@@ -584,12 +615,14 @@ struct VhdlElaborator::Impl {
         // Component generics first, in a frame of the component; the binding maps them on.
         VhdlFrameScope compScope(ev, comp ? static_cast<VhdlTreeNode*>(comp) : &inst);
         Actuals actuals;
-        std::vector<const VhdlIdDef*> entityGenerics = entity ? GenericIds(entity->generics) : std::vector<const VhdlIdDef*>();
+        std::vector<const VhdlIdDef*> entityGenerics =
+            entity ? GenericIds(entity->generics) : std::vector<const VhdlIdDef*>();
         std::string_view entityName = entity && entity->id ? entity->id->OrigName() : std::string_view();
         if (comp) {
             Actuals compActuals;
             VhdlFrame* caller = compScope.Frame()->caller;
-            MapGenerics(inst.genericMap, GenericIds(comp->generics), comp->id ? comp->id->OrigName() : "", caller, compActuals);
+            MapGenerics(inst.genericMap, GenericIds(comp->generics), comp->id ? comp->id->OrigName() : "", caller,
+                        compActuals);
             BindGenerics(comp->generics, compActuals, comp->id, &inst);
             const VhdlBindingIndication* bi = cc && cc->binding ? cc->binding : inst.GetBindingIndication();
             if (entity && bi && !bi->genericMap.Empty()) {
@@ -602,8 +635,10 @@ struct VhdlElaborator::Impl {
                     VhdlSlot* slot = compScope.Frame()->slots.count(cg) ? &compScope.Frame()->slots[cg] : nullptr;
                     if (!eg || !slot) continue;
                     Actual a;
-                    if (slot->value.IsNone()) a.type = slot->type;
-                    else a.value = slot->value;
+                    if (slot->value.IsNone())
+                        a.type = slot->type;
+                    else
+                        a.value = slot->value;
                     actuals[eg] = a;
                 }
             }
@@ -620,7 +655,8 @@ struct VhdlElaborator::Impl {
             boundEntity = t.entity;
             boundArch = t.architecture;
         } else {
-            std::string name = comp && comp->id ? std::string(comp->id->OrigName()) : std::string(VhdlSplitUnitName(inst.unit).unit);
+            std::string name =
+                comp && comp->id ? std::string(comp->id->OrigName()) : std::string(VhdlSplitUnitName(inst.unit).unit);
             if (foreign && !inst.IsUnitNameInactive()) {
                 ElabUnitRequest request;
                 request.library = std::string(inst.GetLibraryName());
@@ -643,17 +679,19 @@ struct VhdlElaborator::Impl {
                                 static_cast<VhdlInstantiatedUnit*>(inst.unit)->entityClass == VHDL_CONFIGURATION
                             ? "configuration"
                             : "entity",
-                        std::string(parts.unit).c_str(), parts.library.empty() ? r.library.c_str() : std::string(parts.library).c_str());
+                        std::string(parts.unit).c_str(),
+                        parts.library.empty() ? r.library.c_str() : std::string(parts.library).c_str());
             }
             if (!target) {
                 target = design.Unbound(r.library, Lower(name));
                 if (!inst.IsUnitNameInactive() && warnedUnbound.insert(&inst).second) {
                     ColLineFile loc = inst.Linefile();
-                    Message::Warning(vhdl_msg::kElabUnbound, &loc, "instance '%s' of component '%s' is not bound", label.c_str(),
-                                     name.c_str());
+                    Message::Warning(vhdl_msg::kElabUnbound, &loc, "instance '%s' of component '%s' is not bound",
+                                     label.c_str(), name.c_str());
                 }
             }
         }
+        Made(&inst);
         r.instances->push_back({r.prefix + label, target});
         auto* copy = VhdlElabStore::Nodes().make<VhdlComponentInstantiationStatement>(inst);
         copy->sourceStatement = &inst;
@@ -680,7 +718,8 @@ bool VhdlElaborator::HasGeneric(const VhdlPrimaryUnit* unit, const std::string& 
     return entity && FindGeneric(GenericIds(entity->generics), name);
 }
 
-ElabUnitId VhdlElaborator::ElaborateTop(VhdlPrimaryUnit* unit, VhdlSecondaryUnit* architecture, const ElabGenericMap& generics) {
+ElabUnitId VhdlElaborator::ElaborateTop(VhdlPrimaryUnit* unit, VhdlSecondaryUnit* architecture,
+                                        const ElabGenericMap& generics) {
     Impl& m = *impl_;
     const VhdlBlockConfiguration* config = nullptr;
     const VhdlConfigurationDecl* configDecl = nullptr;
@@ -710,7 +749,8 @@ ElabUnitId VhdlElaborator::ElaborateTop(VhdlPrimaryUnit* unit, VhdlSecondaryUnit
     }
     ElabUnitId id = 0;
     try {
-        id = m.ElaborateUnit(entity, dynamic_cast<VhdlArchitectureBody*>(architecture), config, configDecl, actuals, entity);
+        id = m.ElaborateUnit(entity, dynamic_cast<VhdlArchitectureBody*>(architecture), config, configDecl, actuals,
+                             entity);
     } catch (const VhdlEvalError& e) {
         m.Report(e);
         return 0;
@@ -739,8 +779,8 @@ ElabUnitId VhdlElaborator::ElaborateForeign(const ElabUnitRequest& request) {
     texts.reserve(request.params.size());
     size_t position = 0;
     for (const ElabParam& p : request.params) {
-        const VhdlIdDef* formal = p.name.empty() ? (position < formals.size() ? formals[position++] : nullptr)
-                                                 : FindGeneric(formals, p.name);
+        const VhdlIdDef* formal =
+            p.name.empty() ? (position < formals.size() ? formals[position++] : nullptr) : FindGeneric(formals, p.name);
         if (!formal) continue;
         // The value as VHDL text, read against the generic's type.
         std::string text;
@@ -799,7 +839,8 @@ bool VhdlElaborate(ElabDesign& design, const std::vector<ElabTopRequest>& tops, 
     for (const ElabTopRequest& top : tops) {
         VhdlPrimaryUnit* unit = FindTopUnit(top);
         if (!unit) {
-            Message::Error(vhdl_msg::kElabNoTop, nullptr, "top '%s' is no entity or configuration of %s", top.name.c_str(),
+            Message::Error(vhdl_msg::kElabNoTop, nullptr, "top '%s' is no entity or configuration of %s",
+                           top.name.c_str(),
                            top.library.empty() ? "any library" : ("library '" + top.library + "'").c_str());
             ++errors;
             continue;
@@ -810,8 +851,8 @@ bool VhdlElaborate(ElabDesign& design, const std::vector<ElabTopRequest>& tops, 
             if (auto* c = dynamic_cast<VhdlConfigurationDecl*>(unit)) entity = c->entity;
             arch = entity ? entity->GetSecondaryUnit(top.architecture.c_str()) : nullptr;
             if (!arch) {
-                Message::Error(vhdl_msg::kElabConfiguration, nullptr, "top '%s' has no architecture '%s'", top.name.c_str(),
-                               top.architecture.c_str());
+                Message::Error(vhdl_msg::kElabConfiguration, nullptr, "top '%s' has no architecture '%s'",
+                               top.name.c_str(), top.architecture.c_str());
                 ++errors;
                 continue;
             }
@@ -820,7 +861,8 @@ bool VhdlElaborate(ElabDesign& design, const std::vector<ElabTopRequest>& tops, 
         elaborator.ElaborateTop(unit, arch, generics);
     }
     for (const ElabGenericValue& g : generics) {
-        bool used = std::any_of(units.begin(), units.end(), [&](VhdlPrimaryUnit* u) { return VhdlElaborator::HasGeneric(u, g.name); });
+        bool used = std::any_of(units.begin(), units.end(),
+                                [&](VhdlPrimaryUnit* u) { return VhdlElaborator::HasGeneric(u, g.name); });
         if (!used) Message::Warning(vhdl_msg::kElabTopGeneric, nullptr, "no top has a generic '%s'", g.name.c_str());
     }
     return errors == 0 && elaborator.ErrorCount() == 0;
@@ -852,7 +894,8 @@ std::vector<ElabTopRequest> VhdlFindTops() {
     for (VhdlLibrary* lib : vhdl_file::AllLibraries()) {
         for (VhdlPrimaryUnit* p : lib->PrimaryUnits()) {
             if (p->GetClassId() != VhdlEntityDecl::kClassId || !p->GetOriginalUnitName().empty()) continue;
-            if (!p->GetSecondaryUnit(nullptr) || instantiated.count(p) || componentNames.count(Lower(p->Name()))) continue;
+            if (!p->GetSecondaryUnit(nullptr) || instantiated.count(p) || componentNames.count(Lower(p->Name())))
+                continue;
             tops.push_back({std::string(p->id ? p->id->OrigName() : ""), lib->Name(), ""});
         }
     }

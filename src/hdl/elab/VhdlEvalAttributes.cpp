@@ -64,15 +64,18 @@ std::vector<VhdlBounds> VhdlEvaluator::ArrayBounds(const VhdlTreeNode* prefix, c
             return t->indexRanges;
         }
         if (!slot || slot->value.IsNone())
-            Fail(vhdl_msg::kElabNotStatic, prefix, "the bounds of '%s' are not known at elaboration", Text(prefix).c_str());
+            Fail(vhdl_msg::kElabNotStatic, prefix, "the bounds of '%s' are not known at elaboration",
+                 Text(prefix).c_str());
     }
     VhdlValue v = Evaluate(prefix, nullptr);
-    if (v.kind != VhdlValue::Array) Fail(vhdl_msg::kElabNotStatic, prefix, "'%s' is not an array", Text(prefix).c_str());
+    if (v.kind != VhdlValue::Array)
+        Fail(vhdl_msg::kElabNotStatic, prefix, "'%s' is not an array", Text(prefix).c_str());
     *type = v.type;
     return v.Bounds();
 }
 
-VhdlBounds VhdlEvaluator::EvaluateAttributeRange(const VhdlAttributeName& n, const VhdlNodeList* args, const VhdlType** type) {
+VhdlBounds VhdlEvaluator::EvaluateAttributeRange(const VhdlAttributeName& n, const VhdlNodeList* args,
+                                                 const VhdlType** type) {
     std::string attr = n.designator ? Lower(n.designator->text) : "";
     if (attr != "range" && attr != "reverse_range") NotStatic(&n, "range");
     size_t dim = 0;
@@ -109,7 +112,8 @@ VhdlBounds VhdlEvaluator::EvaluateAttributeRange(const VhdlAttributeName& n, con
     return range;
 }
 
-VhdlValue VhdlEvaluator::EvaluateAttribute(const VhdlAttributeName& n, const VhdlNodeList* args, const VhdlType* expected) {
+VhdlValue VhdlEvaluator::EvaluateAttribute(const VhdlAttributeName& n, const VhdlNodeList* args,
+                                           const VhdlType* expected) {
     std::string attr = n.designator ? Lower(n.designator->text) : "";
     auto arg = [&](size_t i) -> const VhdlTreeNode* {
         if (!args || i >= args->Size()) NotStatic(&n, "attribute");
@@ -168,7 +172,9 @@ VhdlValue VhdlEvaluator::EvaluateAttribute(const VhdlAttributeName& n, const Vhd
                 text = b == std::string::npos ? "" : text.substr(b, e - b + 1);
                 if (t->kind == VhdlTypeKind::Enumeration) {
                     int64_t pos = t->LiteralPosition(text);
-                    if (pos < 0) Fail(vhdl_msg::kElabRange, &n, "\"%s\" is no literal of '%s'", text.c_str(), std::string(t->DisplayName()).c_str());
+                    if (pos < 0)
+                        Fail(vhdl_msg::kElabRange, &n, "\"%s\" is no literal of '%s'", text.c_str(),
+                             std::string(t->DisplayName()).c_str());
                     return Conform(VhdlValue::Enumeration(pos, t->base), t, &n);
                 }
                 char* end = nullptr;
@@ -185,7 +191,8 @@ VhdlValue VhdlEvaluator::EvaluateAttribute(const VhdlAttributeName& n, const Vhd
                     unit = ub == std::string::npos ? "" : unit.substr(ub);
                     for (const VhdlType::Unit& u : t->base->units)
                         if (SameName(u.name, unit)) return Conform(VhdlValue::Physical(v * u.multiple, t->base), t, &n);
-                    Fail(vhdl_msg::kElabRange, &n, "\"%s\" is no value of '%s'", text.c_str(), std::string(t->DisplayName()).c_str());
+                    Fail(vhdl_msg::kElabRange, &n, "\"%s\" is no value of '%s'", text.c_str(),
+                         std::string(t->DisplayName()).c_str());
                 }
                 return Conform(VhdlValue::Integer(v, t->base), t, &n);
             }
@@ -196,7 +203,8 @@ VhdlValue VhdlEvaluator::EvaluateAttribute(const VhdlAttributeName& n, const Vhd
                 Fail(vhdl_msg::kElabNotStatic, &n, "'%s of the unconstrained type '%s'", attr.c_str(),
                      std::string(t->DisplayName()).c_str());
             const VhdlBounds& r = t->indexRanges[dim];
-            const VhdlType* indexType = dim < t->indexTypes.size() && t->indexTypes[dim] ? t->indexTypes[dim] : IntegerType();
+            const VhdlType* indexType =
+                dim < t->indexTypes.size() && t->indexTypes[dim] ? t->indexTypes[dim] : IntegerType();
             if (attr == "length") return VhdlValue::Integer(r.Length(), UniversalInteger());
             if (attr == "ascending") return Boolean(r.ascending);
             if (attr == "left") return ScalarAt(indexType, r.left);
@@ -207,13 +215,15 @@ VhdlValue VhdlEvaluator::EvaluateAttribute(const VhdlAttributeName& n, const Vhd
         NotStatic(&n, "attribute");
     }
 
-    if (attr == "length" || attr == "left" || attr == "right" || attr == "low" || attr == "high" || attr == "ascending") {
+    if (attr == "length" || attr == "left" || attr == "right" || attr == "low" || attr == "high" ||
+        attr == "ascending") {
         readDimension();
         const VhdlType* t = nullptr;
         std::vector<VhdlBounds> bounds = ArrayBounds(n.prefix, &t);
         if (dim >= bounds.size()) NotStatic(&n, "dimension");
         const VhdlBounds& r = bounds[dim];
-        const VhdlType* indexType = t && dim < t->indexTypes.size() && t->indexTypes[dim] ? t->indexTypes[dim] : IntegerType();
+        const VhdlType* indexType =
+            t && dim < t->indexTypes.size() && t->indexTypes[dim] ? t->indexTypes[dim] : IntegerType();
         if (attr == "length") return VhdlValue::Integer(r.Length(), UniversalInteger());
         if (attr == "ascending") return Boolean(r.ascending);
         if (attr == "left") return ScalarAt(indexType, r.left);

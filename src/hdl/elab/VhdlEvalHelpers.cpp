@@ -29,7 +29,8 @@ std::string_view SimpleName(const VhdlTreeNode* n) {
 bool SameName(std::string_view a, std::string_view b) {
     if (a.size() != b.size()) return false;
     for (size_t i = 0; i < a.size(); ++i)
-        if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i]))) return false;
+        if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i])))
+            return false;
     return true;
 }
 
@@ -60,7 +61,9 @@ bool HasLiterals(const VhdlType* t, std::initializer_list<const char*> lits) {
 
 } // namespace
 
-bool IsStdUlogic(const VhdlType* t) { return HasLiterals(t, {"'U'", "'X'", "'0'", "'1'", "'Z'", "'W'", "'L'", "'H'", "'-'"}); }
+bool IsStdUlogic(const VhdlType* t) {
+    return HasLiterals(t, {"'U'", "'X'", "'0'", "'1'", "'Z'", "'W'", "'L'", "'H'", "'-'"});
+}
 bool IsBit(const VhdlType* t) { return HasLiterals(t, {"'0'", "'1'"}); }
 bool IsBoolean(const VhdlType* t) { return HasLiterals(t, {"false", "true"}); }
 
@@ -95,7 +98,8 @@ VhdlValue EnumOfChar(VhdlEvaluator& ev, const VhdlType* t, char c, const VhdlTre
     if (!t) return VhdlValue::Character(static_cast<unsigned char>(c));
     char text[4] = {'\'', c, '\'', 0};
     int64_t pos = t->LiteralPosition(text);
-    if (pos < 0) ev.Fail(vhdl_msg::kElabRange, where, "'%c' is not a value of '%s'", c, std::string(t->DisplayName()).c_str());
+    if (pos < 0)
+        ev.Fail(vhdl_msg::kElabRange, where, "'%c' is not a value of '%s'", c, std::string(t->DisplayName()).c_str());
     return VhdlValue::Enumeration(pos, t);
 }
 
@@ -131,9 +135,12 @@ Bits ToBits(const VhdlValue& v) {
     b.bits.reserve(v.Elements().size());
     for (const VhdlValue& e : v.Elements()) {
         char c = LiteralChar(e);
-        if (c == '1' || c == 'H') b.bits.push_back(1);
-        else if (c == '0' || c == 'L') b.bits.push_back(0);
-        else if (e.kind == VhdlValue::Enum && e.type && IsBoolean(e.type)) b.bits.push_back(uint8_t(e.i));
+        if (c == '1' || c == 'H')
+            b.bits.push_back(1);
+        else if (c == '0' || c == 'L')
+            b.bits.push_back(0);
+        else if (e.kind == VhdlValue::Enum && e.type && IsBoolean(e.type))
+            b.bits.push_back(uint8_t(e.i));
         else {
             b.bits.push_back(0);
             b.unknown = true;
@@ -147,8 +154,10 @@ VhdlValue FromBits(VhdlEvaluator& ev, const Bits& b, const VhdlType* type, bool 
     std::vector<VhdlValue> out;
     out.reserve(b.bits.size());
     for (uint8_t bit : b.bits) {
-        if (b.unknown && element && IsStdUlogic(element)) out.push_back(EnumOfChar(ev, element, 'X', nullptr));
-        else out.push_back(EnumOfChar(ev, element, bit ? '1' : '0', nullptr));
+        if (b.unknown && element && IsStdUlogic(element))
+            out.push_back(EnumOfChar(ev, element, 'X', nullptr));
+        else
+            out.push_back(EnumOfChar(ev, element, bit ? '1' : '0', nullptr));
     }
     int64_t n = int64_t(b.bits.size());
     VhdlBounds r = descending ? VhdlBounds::Discrete(n - 1, 0, false) : VhdlBounds::Discrete(0, n - 1, true);

@@ -16,6 +16,10 @@ namespace hdl {
 struct VhdlEvaluator::Impl {
     std::deque<VhdlType> types;
     std::unordered_map<const VhdlDesignUnit*, std::unique_ptr<VhdlFrame>> packages;
+    std::map<std::pair<const VhdlPackageInstantiationDecl*, const VhdlFrame*>, std::unique_ptr<VhdlFrame>> instances;
+    // Instances of local instantiations by the frame they were evaluated in: they go
+    // when that frame goes, since a later frame may take its place.
+    std::unordered_map<const VhdlFrame*, std::vector<const VhdlPackageInstantiationDecl*>> localInstances;
     // Subprogram specification (of a declaration or a body) to its body, and the region
     // that declares the body.
     std::unordered_map<const VhdlTreeNode*, const VhdlSubprogramBody*> bodies;
@@ -43,6 +47,9 @@ bool Associate(const std::vector<Formal>& formals, const VhdlNodeList& actuals, 
                std::vector<int>& places);
 // How well a value fits a parameter of `type`: 0 not at all, 1 by its class, 2 by type.
 int Fits(const VhdlValue& v, const VhdlType* type);
+
+// The generic package an instantiation instantiates; null when not found.
+const VhdlPackageDecl* GenericPackageOf(const VhdlPackageInstantiationDecl& inst);
 
 // The identifier a name denotes, as resolution left it.
 const VhdlIdDef* IdOf(const VhdlTreeNode* name);
@@ -72,8 +79,8 @@ VhdlValue ApplyOperator(VhdlEvaluator& ev, unsigned op, const VhdlValue* left, c
                         const VhdlType* expected, const VhdlTreeNode* where);
 // Functions of the standard packages written natively; false when `name` (with its
 // package) has no native version.
-bool CallNative(VhdlEvaluator& ev, const std::string& package, const std::string& name,
-                std::vector<VhdlValue>& args, const VhdlType* expected, const VhdlTreeNode* where, VhdlValue& result);
+bool CallNative(VhdlEvaluator& ev, const std::string& package, const std::string& name, std::vector<VhdlValue>& args,
+                const VhdlType* expected, const VhdlTreeNode* where, VhdlValue& result);
 // Whether a package function has a native version (used before its arguments are
 // evaluated, to know their expected types are not needed).
 bool HasNative(const std::string& package, const std::string& name);

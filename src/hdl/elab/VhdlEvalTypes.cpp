@@ -32,7 +32,8 @@ const VhdlType* VhdlEvaluator::ConstrainedArray(const VhdlType* base, const Vhdl
     t->name = base->constrained ? std::string_view() : base->name;
     t->indexTypes = base->indexTypes;
     t->indexRanges = base->indexRanges;
-    if (t->indexRanges.size() < std::max<size_t>(1, t->indexTypes.size())) t->indexRanges.resize(std::max<size_t>(1, t->indexTypes.size()));
+    if (t->indexRanges.size() < std::max<size_t>(1, t->indexTypes.size()))
+        t->indexRanges.resize(std::max<size_t>(1, t->indexTypes.size()));
     t->indexRanges[0] = range;
     t->constrained = true;
     t->element = base->element;
@@ -48,8 +49,10 @@ const VhdlType* VhdlEvaluator::StandardType(const char* name) {
     if (standard) {
         for (VhdlTreeNode* d : standard->declarations) {
             const VhdlIdDef* id = nullptr;
-            if (auto* t = dynamic_cast<VhdlFullTypeDecl*>(d)) id = t->id;
-            else if (auto* s = dynamic_cast<VhdlSubtypeDecl*>(d)) id = s->id;
+            if (auto* t = dynamic_cast<VhdlFullTypeDecl*>(d))
+                id = t->id;
+            else if (auto* s = dynamic_cast<VhdlSubtypeDecl*>(d))
+                id = s->id;
             if (id && SameName(id->Name(), name)) {
                 type = TypeOfId(id, d);
                 break;
@@ -68,14 +71,6 @@ const VhdlType* VhdlEvaluator::IntegerType() {
     const VhdlType* t = StandardType("integer");
     return t ? t : &impl_->fallbackInteger;
 }
-const VhdlType* VhdlEvaluator::NaturalType() {
-    const VhdlType* t = StandardType("natural");
-    return t ? t : IntegerType();
-}
-const VhdlType* VhdlEvaluator::PositiveType() {
-    const VhdlType* t = StandardType("positive");
-    return t ? t : IntegerType();
-}
 const VhdlType* VhdlEvaluator::RealType() {
     const VhdlType* t = StandardType("real");
     return t ? t : &impl_->fallbackReal;
@@ -87,7 +82,6 @@ const VhdlType* VhdlEvaluator::BooleanType() {
 const VhdlType* VhdlEvaluator::BitType() { return StandardType("bit"); }
 const VhdlType* VhdlEvaluator::CharacterType() { return StandardType("character"); }
 const VhdlType* VhdlEvaluator::StringType() { return StandardType("string"); }
-const VhdlType* VhdlEvaluator::TimeType() { return StandardType("time"); }
 const VhdlType* VhdlEvaluator::SeverityType() { return StandardType("severity_level"); }
 
 const VhdlType* VhdlEvaluator::TypeOfDeclaration(const VhdlIdDef* id, const VhdlTreeNode* decl) {
@@ -152,7 +146,8 @@ const VhdlType* VhdlEvaluator::TypeDefinition(const VhdlIdDef* id, const VhdlTyp
         VhdlType* t = NewType(VhdlTypeKind::Enumeration);
         t->name = name;
         t->id = id;
-        for (VhdlIdDef* lit : e->literals) t->literals.push_back(lit->OrigName()[0] == '\'' ? lit->OrigName() : lit->Name());
+        for (VhdlIdDef* lit : e->literals)
+            t->literals.push_back(lit->OrigName()[0] == '\'' ? lit->OrigName() : lit->Name());
         t->range = VhdlBounds::Discrete(0, int64_t(t->literals.size()) - 1, true);
         return t;
     }
@@ -293,10 +288,12 @@ const VhdlType* VhdlEvaluator::EvaluateSubtype(const VhdlTreeNode* node) {
         auto* a = static_cast<const VhdlAttributeName*>(node);
         std::string attr = a->designator ? Lower(a->designator->text) : "";
         const VhdlIdDef* id = IdOf(a->prefix);
-        bool typePrefix = id && (id->GetClassId() == VhdlTypeId::kClassId || id->GetClassId() == VhdlSubtypeId::kClassId);
+        bool typePrefix =
+            id && (id->GetClassId() == VhdlTypeId::kClassId || id->GetClassId() == VhdlSubtypeId::kClassId);
         const VhdlType* of = typePrefix || a->prefix->GetClassId() == VhdlAttributeName::kClassId
                                  ? EvaluateSubtype(a->prefix)
-                                 : id ? TypeOfId(id, node) : Evaluate(a->prefix, nullptr).type;
+                             : id ? TypeOfId(id, node)
+                                  : Evaluate(a->prefix, nullptr).type;
         if (!of) NotStatic(node, "subtype");
         if (attr == "base") return of->base;
         if (attr == "element") return of->element;
@@ -321,11 +318,14 @@ VhdlBounds VhdlEvaluator::EvaluateRange(const VhdlTreeNode* node, const VhdlType
     case VhdlRange::kClassId: {
         auto* r = static_cast<const VhdlRange*>(node);
         VhdlValue left = Evaluate(r->left, nullptr);
-        const VhdlType* hint = left.type && left.type != UniversalInteger() && left.type != UniversalReal() ? left.type : nullptr;
+        const VhdlType* hint =
+            left.type && left.type != UniversalInteger() && left.type != UniversalReal() ? left.type : nullptr;
         VhdlValue right = Evaluate(r->right, hint);
         bool ascending = r->dir != VHDL_DOWNTO;
         if (left.kind == VhdlValue::Char || right.kind == VhdlValue::Char) {
-            const VhdlType* t = left.kind == VhdlValue::Enum ? left.type : right.kind == VhdlValue::Enum ? right.type : CharacterType();
+            const VhdlType* t = left.kind == VhdlValue::Enum    ? left.type
+                                : right.kind == VhdlValue::Enum ? right.type
+                                                                : CharacterType();
             if (!t) NotStatic(node, "range");
             left = Conform(left, t, r->left);
             right = Conform(right, t, r->right);
@@ -333,9 +333,10 @@ VhdlBounds VhdlEvaluator::EvaluateRange(const VhdlTreeNode* node, const VhdlType
         if (left.kind == VhdlValue::Real || right.kind == VhdlValue::Real) {
             double l = left.kind == VhdlValue::Real ? left.r : double(left.i);
             double h = right.kind == VhdlValue::Real ? right.r : double(right.i);
-            *type = left.kind == VhdlValue::Real && left.type != UniversalReal() ? left.type
+            *type = left.kind == VhdlValue::Real && left.type != UniversalReal()     ? left.type
                     : right.kind == VhdlValue::Real && right.type != UniversalReal() ? right.type
-                                                                                    : universalRanges_ ? UniversalReal() : RealType();
+                    : universalRanges_                                               ? UniversalReal()
+                                                                                     : RealType();
             return VhdlBounds::Real(l, h, ascending);
         }
         if (left.kind == VhdlValue::Enum && right.kind == VhdlValue::Enum && left.type && right.type &&
@@ -344,7 +345,8 @@ VhdlBounds VhdlEvaluator::EvaluateRange(const VhdlTreeNode* node, const VhdlType
         if (left.IsComposite() || right.IsComposite() || left.IsNone() || right.IsNone()) NotStatic(node, "range");
         const VhdlType* t = left.type && left.type != UniversalInteger() ? left.type : right.type;
         if (!t || t == UniversalInteger()) t = universalRanges_ ? UniversalInteger() : IntegerType();
-        if (left.kind == VhdlValue::Enum || right.kind == VhdlValue::Enum) t = left.kind == VhdlValue::Enum ? left.type : right.type;
+        if (left.kind == VhdlValue::Enum || right.kind == VhdlValue::Enum)
+            t = left.kind == VhdlValue::Enum ? left.type : right.type;
         // The range's type is the base type; its bounds need not lie in a subtype.
         *type = t && t->base && t->kind != VhdlTypeKind::Enumeration ? t->base : t;
         if (t && t->kind == VhdlTypeKind::Integer) *type = t->base;
@@ -354,7 +356,8 @@ VhdlBounds VhdlEvaluator::EvaluateRange(const VhdlTreeNode* node, const VhdlType
         return EvaluateAttributeRange(*static_cast<const VhdlAttributeName*>(node), nullptr, type);
     case VhdlIndexedName::kClassId: {
         auto* idx = static_cast<const VhdlIndexedName*>(node);
-        if (auto* a = dynamic_cast<const VhdlAttributeName*>(idx->prefix)) return EvaluateAttributeRange(*a, &idx->assocList, type);
+        if (auto* a = dynamic_cast<const VhdlAttributeName*>(idx->prefix))
+            return EvaluateAttributeRange(*a, &idx->assocList, type);
         NotStatic(node, "range");
     }
     case VhdlIdRef::kClassId:
@@ -375,10 +378,14 @@ const VhdlType* VhdlEvaluator::PhysicalTypeOfUnit(const VhdlIdDef* unit, const V
     // Find the physical type that declares the unit, in the unit's design unit.
     const VhdlDesignUnit* owner = unit->owningUnit;
     const VhdlNodeList* decls = nullptr;
-    if (auto* p = dynamic_cast<const VhdlPackageDecl*>(owner)) decls = &p->declarations;
-    else if (auto* a = dynamic_cast<const VhdlArchitectureBody*>(owner)) decls = &a->declarations;
-    else if (auto* e = dynamic_cast<const VhdlEntityDecl*>(owner)) decls = &e->declarations;
-    else if (auto* b = dynamic_cast<const VhdlPackageBody*>(owner)) decls = &b->declarations;
+    if (auto* p = dynamic_cast<const VhdlPackageDecl*>(owner))
+        decls = &p->declarations;
+    else if (auto* a = dynamic_cast<const VhdlArchitectureBody*>(owner))
+        decls = &a->declarations;
+    else if (auto* e = dynamic_cast<const VhdlEntityDecl*>(owner))
+        decls = &e->declarations;
+    else if (auto* b = dynamic_cast<const VhdlPackageBody*>(owner))
+        decls = &b->declarations;
     if (decls) {
         for (VhdlTreeNode* d : *decls) {
             auto* t = dynamic_cast<const VhdlFullTypeDecl*>(d);

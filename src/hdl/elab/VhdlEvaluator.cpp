@@ -50,6 +50,14 @@ VhdlFrame* VhdlEvaluator::Push(const VhdlTreeNode* region, VhdlFrame* parent, bo
 
 void VhdlEvaluator::Pop() {
     if (stack_.empty()) return;
+    const VhdlFrame* popped = &stack_.back();
+    if (!impl_->localInstances.empty()) {
+        auto it = impl_->localInstances.find(popped);
+        if (it != impl_->localInstances.end()) {
+            for (const VhdlPackageInstantiationDecl* inst : it->second) impl_->instances.erase({inst, popped});
+            impl_->localInstances.erase(it);
+        }
+    }
     current_ = stack_.back().caller;
     stack_.pop_back();
 }
@@ -96,63 +104,6 @@ VhdlSlot* VhdlEvaluator::FindSlot(const VhdlIdDef* id) {
         if (it != f->slots.end()) return &it->second;
     }
     return nullptr;
-}
-
-// The package frame of the package that declares `id`.
-VhdlFrame* VhdlEvaluator::DeclaringFrame(const VhdlIdDef* id) {
-    const VhdlDesignUnit* unit = id ? id->owningUnit : nullptr;
-    if (!unit) return nullptr;
-    uint32_t kind = unit->GetClassId();
-    if (kind == VhdlPackageDecl::kClassId || kind == VhdlPackageBody::kClassId) return PackageFrame(unit);
-    return nullptr;
-}
-
-VhdlFrame* VhdlEvaluator::PackageFrame(const VhdlDesignUnit* unit) {
-    const VhdlPackageDecl* decl = dynamic_cast<const VhdlPackageDecl*>(unit);
-    const VhdlPackageBody* body = dynamic_cast<const VhdlPackageBody*>(unit);
-    if (body && body->library && body->id) {
-        decl = dynamic_cast<const VhdlPackageDecl*>(body->library->GetPrimUnit(std::string(body->id->Name()).c_str()));
-    }
-    if (!decl) return nullptr;
-    auto& slot = impl_->packages[decl];
-    if (slot) return slot.get();
-    slot = std::make_unique<VhdlFrame>();
-    VhdlFrame* frame = slot.get();
-    frame->region = decl;
-    Declare(frame, decl->declarations);
-    if (!body) body = dynamic_cast<const VhdlPackageBody*>(decl->GetSecondaryUnit(nullptr));
-    if (body) {
-        VhdlFrame bodyDecls;
-        bodyDecls.region = body;
-        Declare(&bodyDecls, body->declarations);
-        for (auto& [id, s] : bodyDecls.slots) {
-            // A deferred constant takes its value from the body.
-            if (s.declaration && s.declaration->GetClassId() == VhdlConstantDecl::kClassId) {
-                for (auto& [hid, hs] : frame->slots) {
-                    if (hs.declaration && hs.declaration->GetClassId() == VhdlConstantDecl::kClassId &&
-                        !static_cast<const VhdlConstantDecl*>(hs.declaration)->init && SameName(hid->Name(), id->Name()))
-                        hs.declaration = s.declaration;
-                }
-            }
-            frame->slots.emplace(id, s);
-        }
-        // Subprograms declared in the package and defined in its body.
-        for (VhdlTreeNode* d : decl->declarations) {
-            auto* sd = dynamic_cast<VhdlSubprogramDecl*>(d);
-            if (!sd || !sd->spec || !sd->spec->id) continue;
-            for (VhdlTreeNode* b : body->declarations) {
-                auto* sb = dynamic_cast<VhdlSubprogramBody*>(b);
-                if (sb && sb->spec && sb->spec->id && SameName(sb->spec->id->Name(), sd->spec->id->Name()) &&
-                    sb->spec->GetClassId() == sd->spec->GetClassId() && VhdlSameProfile(sb->spec->id, sd->spec->id)) {
-                    impl_->bodies[sd->spec] = sb;
-                    break;
-                }
-            }
-        }
-        for (VhdlTreeNode* b : body->declarations)
-            if (auto* sb = dynamic_cast<VhdlSubprogramBody*>(b)) impl_->bodyRegions[sb] = decl;
-    }
-    return frame;
 }
 
 VhdlSlot* VhdlEvaluator::Lookup(const VhdlIdDef* id, const VhdlTreeNode* where) {
@@ -203,14 +154,13 @@ void VhdlEvaluator::Resolve(VhdlSlot& slot, const VhdlIdDef* id, VhdlFrame* fram
             slot.type = EvaluateSubtype(static_cast<const VhdlInterfaceDecl*>(decl)->subtype);
             break;
         case VhdlFullTypeDecl::kClassId:
-        case VhdlSubtypeDecl::kClassId:
-            slot.type = TypeOfDeclaration(id, decl);
-            break;
+        case VhdlSubtypeDecl::kClassId: slot.type = TypeOfDeclaration(id, decl); break;
         case VhdlAliasDecl::kClassId: {
             auto* a = static_cast<const VhdlAliasDecl*>(decl);
             const VhdlType* type = a->subtype ? EvaluateSubtype(a->subtype) : nullptr;
             const VhdlIdDef* target = IdOf(a->name);
-            if (target && (target->GetClassId() == VhdlTypeId::kClassId || target->GetClassId() == VhdlSubtypeId::kClassId)) {
+            if (target &&
+                (target->GetClassId() == VhdlTypeId::kClassId || target->GetClassId() == VhdlSubtypeId::kClassId)) {
                 slot.type = TypeOfId(target, where);
                 break;
             }
@@ -221,7 +171,8 @@ void VhdlEvaluator::Resolve(VhdlSlot& slot, const VhdlIdDef* id, VhdlFrame* fram
             break;
         }
         default:
-            Fail(vhdl_msg::kElabNotStatic, where, "'%s' has no value at elaboration", std::string(id->OrigName()).c_str());
+            Fail(vhdl_msg::kElabNotStatic, where, "'%s' has no value at elaboration",
+                 std::string(id->OrigName()).c_str());
         }
     } catch (...) {
         current_ = saved;
@@ -395,11 +346,13 @@ VhdlValue VhdlEvaluator::ValueOf(const VhdlIdDef* id, const VhdlTreeNode* where)
     }
     case VhdlSubprogramId::kClassId:
     case VhdlOperatorId::kClassId: return Call(id, VhdlNodeList(), where, nullptr);
-    case VhdlSignalId::kClassId: Fail(vhdl_msg::kElabNotStatic, where, "signal '%s' has no value at elaboration",
-                                      std::string(id->OrigName()).c_str());
+    case VhdlSignalId::kClassId:
+        Fail(vhdl_msg::kElabNotStatic, where, "signal '%s' has no value at elaboration",
+             std::string(id->OrigName()).c_str());
     default: break;
     }
-    if (id->GetClassId() == VhdlAliasId::kClassId && VhdlIsOverloadable(id)) return Call(id, VhdlNodeList(), where, nullptr);
+    if (id->GetClassId() == VhdlAliasId::kClassId && VhdlIsOverloadable(id))
+        return Call(id, VhdlNodeList(), where, nullptr);
     VhdlSlot* slot = Lookup(id, where);
     if (!slot || slot->value.IsNone()) {
         bool isPort = id->declaration && id->declaration->GetClassId() == VhdlInterfaceDecl::kClassId &&
@@ -412,7 +365,8 @@ VhdlValue VhdlEvaluator::ValueOf(const VhdlIdDef* id, const VhdlTreeNode* where)
 
 const VhdlType* VhdlEvaluator::TypeOfId(const VhdlIdDef* id, const VhdlTreeNode* where) {
     if (!id) return nullptr;
-    if (id->GetClassId() == VhdlEnumerationId::kClassId) return TypeOfId(dynamic_cast<const VhdlIdDef*>(id->declaration), where);
+    if (id->GetClassId() == VhdlEnumerationId::kClassId)
+        return TypeOfId(dynamic_cast<const VhdlIdDef*>(id->declaration), where);
     if (VhdlSlot* slot = Lookup(id, where)) return slot->type;
     // Declared where no frame registered it (a process, a package not yet entered).
     return TypeOfDeclaration(id, id->declaration);
@@ -441,7 +395,63 @@ VhdlValue VhdlEvaluator::EvaluateName(const VhdlTreeNode* name, const VhdlType* 
     return ValueOf(id, name);
 }
 
+namespace {
+
+// The instantiation of a generic package that a name selects through, `inst` of
+// `inst.C` or `work.inst.f`; null for other names.
+const VhdlPackageInstantiationDecl* SelectedInstance(const VhdlTreeNode* name) {
+    auto* sel = dynamic_cast<const VhdlSelectedName*>(name);
+    const VhdlIdDef* prefix = sel ? IdOf(sel->prefix) : nullptr;
+    return prefix ? dynamic_cast<const VhdlPackageInstantiationDecl*>(prefix->declaration) : nullptr;
+}
+
+} // namespace
+
+// A local instantiation is evaluated in the frame of the region that declares it.
+VhdlFrame* VhdlEvaluator::InstanceOfSelection(const VhdlPackageInstantiationDecl& inst) {
+    VhdlFrame* context = nullptr;
+    if (!inst.library) {
+        for (VhdlFrame* f = current_; f && !context; f = f->parent) {
+            const VhdlNodeList* decls = nullptr;
+            if (auto* a = dynamic_cast<const VhdlArchitectureBody*>(f->region))
+                decls = &a->declarations;
+            else if (auto* b = dynamic_cast<const VhdlBlockStatement*>(f->region))
+                decls = &b->declarations;
+            else if (auto* g = dynamic_cast<const VhdlGenerateStatement*>(f->region))
+                decls = &g->declarations;
+            else if (auto* sb = dynamic_cast<const VhdlSubprogramBody*>(f->region))
+                decls = &sb->declarations;
+            else if (auto* e = dynamic_cast<const VhdlEntityDecl*>(f->region))
+                decls = &e->declarations;
+            if (!decls) continue;
+            for (VhdlTreeNode* d : *decls)
+                if (d == &inst) context = f;
+        }
+    }
+    return InstanceFrame(inst, context);
+}
+
 VhdlValue VhdlEvaluator::EvaluateSelected(const VhdlSelectedName& n, const VhdlType* expected) {
+    if (const VhdlPackageInstantiationDecl* inst = SelectedInstance(&n)) {
+        // A constant of the instance: evaluated among the instance's generics.
+        const VhdlIdDef* id = IdOf(n.suffix);
+        if (!id) Fail(vhdl_msg::kElabNotStatic, &n, "'%s' is not declared", Text(&n).c_str());
+        VhdlFrame* frame = InstanceOfSelection(*inst);
+        const VhdlPackageDecl* generic = GenericPackageOf(*inst);
+        selectedInstances_.push_back({generic, frame});
+        VhdlFrame* saved = current_;
+        if (!IsSubprogramId(id)) current_ = frame;
+        try {
+            VhdlValue v = IsSubprogramId(id) ? Call(id, VhdlNodeList(), &n, expected) : ValueOf(id, &n);
+            current_ = saved;
+            selectedInstances_.pop_back();
+            return v;
+        } catch (...) {
+            current_ = saved;
+            selectedInstances_.pop_back();
+            throw;
+        }
+    }
     const VhdlIdDef* prefixId = IdOf(n.prefix);
     bool expanded = prefixId && (prefixId->GetClassId() == VhdlLibraryId::kClassId ||
                                  dynamic_cast<const VhdlDesignUnit*>(prefixId->declaration) ||
@@ -452,7 +462,8 @@ VhdlValue VhdlEvaluator::EvaluateSelected(const VhdlSelectedName& n, const VhdlT
             if (auto* lit = dynamic_cast<const VhdlCharacterLiteral*>(n.suffix)) return EvaluateLiteral(lit, expected);
             Fail(vhdl_msg::kElabNotStatic, &n, "'%s' is not declared", Text(&n).c_str());
         }
-        if (id->GetClassId() == VhdlEnumerationId::kClassId && expected && expected->kind == VhdlTypeKind::Enumeration) {
+        if (id->GetClassId() == VhdlEnumerationId::kClassId && expected &&
+            expected->kind == VhdlTypeKind::Enumeration) {
             int64_t pos = expected->LiteralPosition(id->OrigName());
             if (pos >= 0) return VhdlValue::Enumeration(pos, expected);
         }
@@ -463,20 +474,22 @@ VhdlValue VhdlEvaluator::EvaluateSelected(const VhdlSelectedName& n, const VhdlT
     if (record.kind != VhdlValue::Record || !record.type) NotStatic(&n, "selected name");
     int index = record.type->FieldIndex(SimpleName(n.suffix));
     if (index < 0)
-        Fail(vhdl_msg::kElabNotStatic, &n, "'%s' is no element of the record", std::string(SimpleName(n.suffix)).c_str());
+        Fail(vhdl_msg::kElabNotStatic, &n, "'%s' is no element of the record",
+             std::string(SimpleName(n.suffix)).c_str());
     return record.Elements()[size_t(index)];
 }
 
 VhdlValue VhdlEvaluator::EvaluateIndexed(const VhdlIndexedName& n, const VhdlType* expected) {
-    if (auto* attr = dynamic_cast<const VhdlAttributeName*>(n.prefix)) return EvaluateAttribute(*attr, &n.assocList, expected);
+    if (auto* attr = dynamic_cast<const VhdlAttributeName*>(n.prefix))
+        return EvaluateAttribute(*attr, &n.assocList, expected);
     if (auto* op = dynamic_cast<const VhdlStringLiteral*>(n.prefix)) {
         // "+"(a, b): the operator called by its symbol.
         std::string symbol = Lower(op->text.substr(1, op->text.size() >= 2 ? op->text.size() - 2 : 0));
         unsigned token = VhdlKeyword(symbol, VHDL_2019);
         static const std::pair<const char*, unsigned> kSymbols[] = {
-            {"+", VHDL_PLUS}, {"-", VHDL_MINUS}, {"*", VHDL_STAR}, {"/", VHDL_SLASH}, {"**", VHDL_POW},
-            {"&", VHDL_AMP},  {"=", VHDL_EQ},    {"/=", VHDL_NEQ}, {"<", VHDL_LT},    {"<=", VHDL_LE},
-            {">", VHDL_GT},   {">=", VHDL_GE}};
+            {"+", VHDL_PLUS}, {"-", VHDL_MINUS}, {"*", VHDL_STAR}, {"/", VHDL_SLASH},
+            {"**", VHDL_POW}, {"&", VHDL_AMP},   {"=", VHDL_EQ},   {"/=", VHDL_NEQ},
+            {"<", VHDL_LT},   {"<=", VHDL_LE},   {">", VHDL_GT},   {">=", VHDL_GE}};
         for (const auto& [text, tok] : kSymbols)
             if (symbol == text) token = tok;
         std::vector<VhdlValue> args;
@@ -489,9 +502,23 @@ VhdlValue VhdlEvaluator::EvaluateIndexed(const VhdlIndexedName& n, const VhdlTyp
         NotStatic(&n, "operator call");
     }
     const VhdlIdDef* prefixId = IdOf(n.prefix);
+    if (IsSubprogramId(prefixId) && SelectedInstance(n.prefix)) {
+        // inst.f(x): the function of that instance, its actuals in this frame.
+        const VhdlPackageInstantiationDecl* inst = SelectedInstance(n.prefix);
+        selectedInstances_.push_back({GenericPackageOf(*inst), InstanceOfSelection(*inst)});
+        try {
+            VhdlValue v = Call(prefixId, n.assocList, &n, expected);
+            selectedInstances_.pop_back();
+            return v;
+        } catch (...) {
+            selectedInstances_.pop_back();
+            throw;
+        }
+    }
     if (IsSubprogramId(prefixId)) {
         auto* ref = dynamic_cast<const VhdlIdRef*>(n.prefix);
-        if (auto* sel = dynamic_cast<const VhdlSelectedName*>(n.prefix)) ref = dynamic_cast<const VhdlIdRef*>(sel->suffix);
+        if (auto* sel = dynamic_cast<const VhdlSelectedName*>(n.prefix))
+            ref = dynamic_cast<const VhdlIdRef*>(sel->suffix);
         // Standard package functions are native and tell their overloads apart themselves.
         std::string package = PackageOf(prefixId);
         bool standard = package.rfind("ieee.", 0) == 0 || package.rfind("std.", 0) == 0;
@@ -555,8 +582,8 @@ VhdlValue VhdlEvaluator::Index(const VhdlValue& array, const VhdlNodeList& index
             NotStatic(where, "index");
         if (iv.kind == VhdlValue::Char && indexType) iv = Conform(iv, indexType, where);
         if (!bounds[d].Contains(iv.i))
-            Fail(vhdl_msg::kElabIndex, where, "index %s is outside the range %lld %s %lld of '%s'", VhdlImage(iv).c_str(),
-                 static_cast<long long>(bounds[d].left), bounds[d].ascending ? "to" : "downto",
+            Fail(vhdl_msg::kElabIndex, where, "index %s is outside the range %lld %s %lld of '%s'",
+                 VhdlImage(iv).c_str(), static_cast<long long>(bounds[d].left), bounds[d].ascending ? "to" : "downto",
                  static_cast<long long>(bounds[d].right), Text(where).c_str());
         offset = offset * bounds[d].Length() + bounds[d].Offset(iv.i);
     }
@@ -579,7 +606,8 @@ bool ExpandBitString(std::string_view text, std::string& out) {
     int64_t length = -1;
     if (p < prefix.size() && std::isdigit(static_cast<unsigned char>(prefix[p]))) {
         length = 0;
-        while (p < prefix.size() && std::isdigit(static_cast<unsigned char>(prefix[p]))) length = length * 10 + (prefix[p++] - '0');
+        while (p < prefix.size() && std::isdigit(static_cast<unsigned char>(prefix[p])))
+            length = length * 10 + (prefix[p++] - '0');
     }
     bool isSigned = false, isUnsigned = false;
     if (p < prefix.size() && (prefix[p] == 's' || prefix[p] == 'u')) {
@@ -605,8 +633,9 @@ bool ExpandBitString(std::string_view text, std::string& out) {
         for (char c : body) {
             if (c == '_') continue;
             int d = std::isdigit(static_cast<unsigned char>(c)) ? c - '0'
-                    : std::isxdigit(static_cast<unsigned char>(c)) ? std::tolower(static_cast<unsigned char>(c)) - 'a' + 10
-                                                                    : -1;
+                    : std::isxdigit(static_cast<unsigned char>(c))
+                        ? std::tolower(static_cast<unsigned char>(c)) - 'a' + 10
+                        : -1;
             if (d < 0 || d >= (1 << bits)) {
                 // A metavalue stands for all of its bits.
                 out.append(bits, c);
@@ -651,10 +680,19 @@ VhdlValue VhdlEvaluator::EvaluateLiteral(const VhdlTreeNode* n, const VhdlType* 
     case VhdlPhysicalLiteral::kClassId: {
         auto* lit = static_cast<const VhdlPhysicalLiteral*>(n);
         const VhdlIdDef* unit = IdOf(lit->unit);
-        if (!unit) Fail(vhdl_msg::kElabNotStatic, n, "unit '%s' is not declared", Text(lit->unit).c_str());
-        VhdlValue scale = ValueOf(unit, n);
+        VhdlValue scale;
+        if (unit) {
+            scale = ValueOf(unit, n);
+        } else if (expected && expected->kind == VhdlTypeKind::Physical) {
+            // A value read without resolution (the generic map of a top): the unit of
+            // the expected type.
+            for (const VhdlType::Unit& u : expected->base->units)
+                if (SameName(u.name, SimpleName(lit->unit))) scale = VhdlValue::Physical(u.multiple, expected->base);
+        }
+        if (scale.IsNone()) Fail(vhdl_msg::kElabNotStatic, n, "unit '%s' is not declared", Text(lit->unit).c_str());
         VhdlValue amount = Evaluate(lit->value, nullptr);
-        if (amount.kind == VhdlValue::Real) return VhdlValue::Physical(int64_t(std::llround(amount.r * double(scale.i))), scale.type);
+        if (amount.kind == VhdlValue::Real)
+            return VhdlValue::Physical(int64_t(std::llround(amount.r * double(scale.i))), scale.type);
         int64_t product;
         if (__builtin_mul_overflow(amount.i, scale.i, &product))
             Fail(vhdl_msg::kElabRange, n, "physical literal '%s' overflows", Text(n).c_str());
@@ -679,7 +717,8 @@ VhdlValue VhdlEvaluator::EvaluateLiteral(const VhdlTreeNode* n, const VhdlType* 
         std::vector<VhdlValue> chars;
         chars.reserve(text.size());
         for (char c : text) chars.push_back(VhdlValue::Character(static_cast<unsigned char>(c)));
-        VhdlValue v = VhdlValue::MakeArray(nullptr, {VhdlBounds::Discrete(1, int64_t(text.size()), true)}, std::move(chars));
+        VhdlValue v =
+            VhdlValue::MakeArray(nullptr, {VhdlBounds::Discrete(1, int64_t(text.size()), true)}, std::move(chars));
         if (expected && expected->IsArray()) return Conform(std::move(v), expected, n);
         return v;
     }
@@ -706,7 +745,8 @@ VhdlValue VhdlEvaluator::Conform(VhdlValue v, const VhdlType* type, const VhdlTr
     if (!type || v.IsNone()) return v;
     auto rangeError = [&](const std::string& value) {
         const VhdlBounds& r = type->range;
-        std::string range = r.isReal ? "" : std::to_string(r.left) + (r.ascending ? " to " : " downto ") + std::to_string(r.right);
+        std::string range =
+            r.isReal ? "" : std::to_string(r.left) + (r.ascending ? " to " : " downto ") + std::to_string(r.right);
         if (type->kind == VhdlTypeKind::Enumeration && !r.Null() && r.left >= 0 && r.right >= 0 &&
             size_t(std::max(r.left, r.right)) < type->base->literals.size())
             range = std::string(type->base->literals[size_t(r.left)]) + (r.ascending ? " to " : " downto ") +
@@ -716,18 +756,21 @@ VhdlValue VhdlEvaluator::Conform(VhdlValue v, const VhdlType* type, const VhdlTr
     };
     switch (type->kind) {
     case VhdlTypeKind::Integer:
-        if (v.kind != VhdlValue::Int) Fail(vhdl_msg::kElabRange, where, "'%s' is not an integer value", Text(where).c_str());
+        if (v.kind != VhdlValue::Int)
+            Fail(vhdl_msg::kElabRange, where, "'%s' is not an integer value", Text(where).c_str());
         if (!type->range.Contains(v.i)) rangeError(std::to_string(v.i));
         v.type = type;
         return v;
     case VhdlTypeKind::Real:
         if (v.kind == VhdlValue::Int) v = VhdlValue::Floating(double(v.i), type);
-        if (v.kind != VhdlValue::Real) Fail(vhdl_msg::kElabRange, where, "'%s' is not a real value", Text(where).c_str());
+        if (v.kind != VhdlValue::Real)
+            Fail(vhdl_msg::kElabRange, where, "'%s' is not a real value", Text(where).c_str());
         if (!type->range.ContainsReal(v.r)) rangeError(VhdlImage(v));
         v.type = type;
         return v;
     case VhdlTypeKind::Physical:
-        if (v.kind != VhdlValue::Phys) Fail(vhdl_msg::kElabRange, where, "'%s' is not a physical value", Text(where).c_str());
+        if (v.kind != VhdlValue::Phys)
+            Fail(vhdl_msg::kElabRange, where, "'%s' is not a physical value", Text(where).c_str());
         if (!type->range.Contains(v.i)) rangeError(VhdlImage(v));
         v.type = type;
         return v;
@@ -764,11 +807,13 @@ VhdlValue VhdlEvaluator::Conform(VhdlValue v, const VhdlType* type, const VhdlTr
                 if (bounds[d].Length() != type->indexRanges[d].Length())
                     Fail(vhdl_msg::kElabIndex, where, "length %lld of '%s' does not match length %lld of '%s'",
                          static_cast<long long>(bounds[d].Length()), Text(where).c_str(),
-                         static_cast<long long>(type->indexRanges[d].Length()), std::string(type->DisplayName()).c_str());
+                         static_cast<long long>(type->indexRanges[d].Length()),
+                         std::string(type->DisplayName()).c_str());
                 bounds[d] = type->indexRanges[d];
             }
         } else if (!v.type) {
-            bounds[0] = BoundsFromIndex(type->indexTypes.empty() ? nullptr : type->indexTypes[0], int64_t(v.Elements().size()));
+            bounds[0] =
+                BoundsFromIndex(type->indexTypes.empty() ? nullptr : type->indexTypes[0], int64_t(v.Elements().size()));
         }
         v.MutableBounds() = bounds;
         v.type = type;
@@ -800,7 +845,8 @@ VhdlValue VhdlEvaluator::Convert(const VhdlType* to, VhdlValue v, const VhdlTree
     case VhdlTypeKind::Integer:
         if (v.kind == VhdlValue::Real) {
             double r = std::round(v.r);
-            if (!(r >= -9.2e18 && r <= 9.2e18)) Fail(vhdl_msg::kElabRange, where, "real %s does not fit an integer", VhdlImage(v).c_str());
+            if (!(r >= -9.2e18 && r <= 9.2e18))
+                Fail(vhdl_msg::kElabRange, where, "real %s does not fit an integer", VhdlImage(v).c_str());
             v = VhdlValue::Integer(int64_t(r), to);
         }
         return Conform(std::move(v), to, where);
@@ -872,17 +918,21 @@ VhdlValue VhdlEvaluator::RecordAggregate(const VhdlAggregate& n, const VhdlType*
         for (VhdlTreeNode* choice : ea->choices) {
             if (choice->GetClassId() == VhdlOthers::kClassId) {
                 for (size_t i = 0; i < fields.size(); ++i)
-                    if (values[i].IsNone()) values[i] = Conform(Evaluate(ea->expression, fields[i].type), fields[i].type, ea);
+                    if (values[i].IsNone())
+                        values[i] = Conform(Evaluate(ea->expression, fields[i].type), fields[i].type, ea);
                 continue;
             }
             int index = type->FieldIndex(SimpleName(choice));
-            if (index < 0) Fail(vhdl_msg::kElabNotStatic, choice, "'%s' is no element of the record", Text(choice).c_str());
-            values[size_t(index)] = Conform(Evaluate(ea->expression, fields[size_t(index)].type), fields[size_t(index)].type, ea);
+            if (index < 0)
+                Fail(vhdl_msg::kElabNotStatic, choice, "'%s' is no element of the record", Text(choice).c_str());
+            values[size_t(index)] =
+                Conform(Evaluate(ea->expression, fields[size_t(index)].type), fields[size_t(index)].type, ea);
         }
     }
     for (size_t i = 0; i < values.size(); ++i)
         if (values[i].IsNone())
-            Fail(vhdl_msg::kElabIndex, &n, "record aggregate gives no value to '%s'", std::string(fields[i].name).c_str());
+            Fail(vhdl_msg::kElabIndex, &n, "record aggregate gives no value to '%s'",
+                 std::string(fields[i].name).c_str());
     return VhdlValue::MakeRecord(type, std::move(values));
 }
 
@@ -899,7 +949,8 @@ VhdlValue VhdlEvaluator::ArrayAggregate(const VhdlAggregate& n, const VhdlType* 
         elementType = rest;
     }
     const VhdlType* indexType = type->indexTypes.empty() ? nullptr : type->indexTypes[0];
-    bool scalarElements = dims == 1 && elementType && !elementType->IsArray() && elementType->kind != VhdlTypeKind::Record;
+    bool scalarElements =
+        dims == 1 && elementType && !elementType->IsArray() && elementType->kind != VhdlTypeKind::Record;
     bool arrayElements = dims == 1 && elementType && elementType->IsArray();
 
     std::vector<VhdlValue> positional;
@@ -960,8 +1011,9 @@ VhdlValue VhdlEvaluator::ArrayAggregate(const VhdlAggregate& n, const VhdlType* 
             high = std::max(high, item.range.High());
         }
         bool ascending = indexType ? indexType->range.ascending : true;
-        bounds = low > high ? VhdlBounds::Discrete(0, -1, true)
-                            : ascending ? VhdlBounds::Discrete(low, high, true) : VhdlBounds::Discrete(high, low, false);
+        bounds = low > high  ? VhdlBounds::Discrete(0, -1, true)
+                 : ascending ? VhdlBounds::Discrete(low, high, true)
+                             : VhdlBounds::Discrete(high, low, false);
     } else {
         bounds = BoundsFromIndex(indexType, int64_t(positional.size()));
     }
@@ -979,7 +1031,8 @@ VhdlValue VhdlEvaluator::ArrayAggregate(const VhdlAggregate& n, const VhdlType* 
             for (int64_t k = 0; k < item.range.Length(); ++k) {
                 int64_t pos = item.range.At(k);
                 if (!bounds.Contains(pos))
-                    Fail(vhdl_msg::kElabIndex, &n, "choice %lld is outside the range of the aggregate", static_cast<long long>(pos));
+                    Fail(vhdl_msg::kElabIndex, &n, "choice %lld is outside the range of the aggregate",
+                         static_cast<long long>(pos));
                 VhdlValue v = spread ? item.value.Elements()[size_t(k)] : item.value;
                 elements[size_t(bounds.Offset(pos))] = Conform(std::move(v), elementType, &n);
             }

@@ -110,14 +110,11 @@ public:
     const VhdlType* UniversalInteger();
     const VhdlType* UniversalReal();
     const VhdlType* IntegerType();
-    const VhdlType* NaturalType();
-    const VhdlType* PositiveType();
     const VhdlType* RealType();
     const VhdlType* BooleanType();
     const VhdlType* BitType();
     const VhdlType* CharacterType();
     const VhdlType* StringType();
-    const VhdlType* TimeType();
     const VhdlType* SeverityType();
     VhdlValue Boolean(bool b);
 
@@ -177,11 +174,19 @@ private:
 
     const VhdlType* TypeOfDeclaration(const VhdlIdDef* id, const VhdlTreeNode* decl);
     const VhdlType* TypeDefinition(const VhdlIdDef* id, const VhdlTypeDef* def);
-    const VhdlType* ObjectSubtype(const VhdlIdDef* id, const VhdlTreeNode* decl);
     VhdlSlot* Lookup(const VhdlIdDef* id, const VhdlTreeNode* where);
     void Resolve(VhdlSlot& slot, const VhdlIdDef* id, VhdlFrame* frame, const VhdlTreeNode* where);
     VhdlFrame* PackageFrame(const VhdlDesignUnit* unit);
     VhdlFrame* DeclaringFrame(const VhdlIdDef* id);
+    void DeclarePackage(VhdlFrame* frame, const VhdlPackageDecl& decl);
+    // The frame of an instance of a generic package: its generics bound from the
+    // instantiation's generic map, evaluated in `context` (the frame that declares a
+    // local instantiation; null for one in a library).
+    VhdlFrame* InstanceFrame(const VhdlPackageInstantiationDecl& inst, VhdlFrame* context);
+    // The instance of generic package `generic` that the regions of the current frames
+    // make visible by a use clause; null when none does.
+    VhdlFrame* VisibleInstance(const VhdlPackageDecl& generic);
+    VhdlFrame* InstanceOfSelection(const VhdlPackageInstantiationDecl& inst);
     const VhdlType* StandardType(const char* name);
     const VhdlType* PhysicalTypeOfUnit(const VhdlIdDef* unit, const VhdlTreeNode* where);
 
@@ -190,6 +195,9 @@ private:
     std::deque<VhdlFrame> stack_;
     VhdlFrame* current_ = nullptr;
     bool universalRanges_ = false;
+    // While a name selected through an instance (`inst.f(x)`, `inst.C`) is evaluated:
+    // that instance, for the generic package it instantiates.
+    std::vector<std::pair<const VhdlPackageDecl*, VhdlFrame*>> selectedInstances_;
 };
 
 // Frame of a region for the life of a scope.

@@ -49,8 +49,8 @@ public:
             if (!var) continue;
             const VhdlType* type = ev_.EvaluateSubtype(var->subtype);
             for (VhdlIdDef* id : var->ids) {
-                VhdlValue v = var->init ? ev_.Conform(ev_.Evaluate(var->init, type), type, var->init)
-                                        : DefaultValue(type, var);
+                VhdlValue v =
+                    var->init ? ev_.Conform(ev_.Evaluate(var->init, type), type, var->init) : DefaultValue(type, var);
                 ev_.Bind(frame, id, std::move(v), type);
             }
         }
@@ -71,7 +71,8 @@ public:
             for (const VhdlBounds& r : type->indexRanges) {
                 count *= uint64_t(r.Length());
                 if (count > ev_.Limits().arrayElements)
-                    ev_.Fail(vhdl_msg::kElabIndex, where, "array of %llu elements is too large", static_cast<unsigned long long>(count));
+                    ev_.Fail(vhdl_msg::kElabIndex, where, "array of %llu elements is too large",
+                             static_cast<unsigned long long>(count));
             }
             VhdlValue element = count ? DefaultValue(type->element, where) : VhdlValue();
             return VhdlValue::MakeArray(type, type->indexRanges, std::vector<VhdlValue>(size_t(count), element));
@@ -139,7 +140,8 @@ private:
                 auto* alt = static_cast<VhdlCaseStatementAlternative*>(a);
                 if (ev_.Matches(selector, alt->choices)) return Run(alt->statements);
             }
-            ev_.Fail(vhdl_msg::kElabNotStatic, s, "no choice of the case statement covers %s", VhdlImage(selector).c_str());
+            ev_.Fail(vhdl_msg::kElabNotStatic, s, "no choice of the case statement covers %s",
+                     VhdlImage(selector).c_str());
         }
         case VhdlLoopStatement::kClassId: return Loop(*static_cast<VhdlLoopStatement*>(s));
         case VhdlNextStatement::kClassId:
@@ -170,7 +172,8 @@ private:
         case VhdlAssertionStatement::kClassId: {
             auto* a = static_cast<VhdlAssertionStatement*>(s);
             if (ev_.EvaluateCondition(a->condition)) return Flow::Normal;
-            VhdlValue message = a->report ? ev_.Evaluate(a->report, ev_.StringType()) : MakeString(ev_, "Assertion violation.");
+            VhdlValue message =
+                a->report ? ev_.Evaluate(a->report, ev_.StringType()) : MakeString(ev_, "Assertion violation.");
             int64_t severity = a->severity ? ev_.Evaluate(a->severity, ev_.SeverityType()).i : 2;
             ev_.Report(s, message, severity);
             return Flow::Normal;
@@ -192,7 +195,9 @@ private:
                 callee = idx->prefix;
             }
             const VhdlIdDef* id = IdOf(callee);
-            if (!id) ev_.Fail(vhdl_msg::kElabNotStatic, s, "procedure '%s' is not declared", VhdlEvaluator::Text(callee).c_str());
+            if (!id)
+                ev_.Fail(vhdl_msg::kElabNotStatic, s, "procedure '%s' is not declared",
+                         VhdlEvaluator::Text(callee).c_str());
             ev_.Call(id, actuals ? *actuals : none, s, nullptr);
             return Flow::Normal;
         }
@@ -213,7 +218,8 @@ private:
         auto bound = [&]() {
             if (++count > limit)
                 ev_.Fail(vhdl_msg::kElabLoopBound, &loop, "loop%s%s runs past %llu iterations", loop.label ? " " : "",
-                         loop.label ? std::string(loop.label->OrigName()).c_str() : "", static_cast<unsigned long long>(limit));
+                         loop.label ? std::string(loop.label->OrigName()).c_str() : "",
+                         static_cast<unsigned long long>(limit));
         };
         // After next or exit: true when the loop goes on (next of this loop), false when
         // it ends here (exit of this loop); other targets leave through `out`.
@@ -241,7 +247,7 @@ private:
                 bound();
                 int64_t pos = range.At(k);
                 VhdlValue v = type && type->kind == VhdlTypeKind::Enumeration ? VhdlValue::Enumeration(pos, type)
-                                                                                : VhdlValue::Integer(pos, type);
+                                                                              : VhdlValue::Integer(pos, type);
                 ev_.Bind(scope.Frame(), scheme->id, v, type);
                 Flow out = Flow::Normal;
                 if (!handle(Run(loop.statements), out)) return out;
@@ -272,7 +278,8 @@ private:
             const VhdlIdDef* id = static_cast<const VhdlIdRef*>(target)->resolved;
             VhdlSlot* slot = id ? ev_.FindSlot(id) : nullptr;
             if (!slot || slot->state != VhdlSlot::Ready)
-                ev_.Fail(vhdl_msg::kElabNotStatic, target, "'%s' is no variable of the subprogram", VhdlEvaluator::Text(target).c_str());
+                ev_.Fail(vhdl_msg::kElabNotStatic, target, "'%s' is no variable of the subprogram",
+                         VhdlEvaluator::Text(target).c_str());
             return slot;
         }
         case VhdlIndexedName::kClassId: {
@@ -285,7 +292,8 @@ private:
             bool slice = idx->assocList.Size() == 1 &&
                          (first->GetClassId() == VhdlRange::kClassId ||
                           (first->GetClassId() == VhdlAttributeName::kClassId &&
-                           Lower(static_cast<const VhdlAttributeName*>(first)->designator->text).find("range") != std::string::npos));
+                           Lower(static_cast<const VhdlAttributeName*>(first)->designator->text).find("range") !=
+                               std::string::npos));
             if (slice) {
                 const VhdlType* t = nullptr;
                 VhdlBounds r = ev_.EvaluateRange(first, &t);
@@ -294,8 +302,10 @@ private:
                 step.bounds = r;
                 step.count = r.Length();
                 if (step.count > 0) {
-                    if (!bounds[0].Contains(r.left) || !bounds[0].Contains(r.right) || r.ascending != bounds[0].ascending)
-                        ev_.Fail(vhdl_msg::kElabIndex, target, "slice of '%s' is outside its range", VhdlEvaluator::Text(target).c_str());
+                    if (!bounds[0].Contains(r.left) || !bounds[0].Contains(r.right) ||
+                        r.ascending != bounds[0].ascending)
+                        ev_.Fail(vhdl_msg::kElabIndex, target, "slice of '%s' is outside its range",
+                                 VhdlEvaluator::Text(target).c_str());
                     step.offset = bounds[0].Offset(r.left);
                 }
                 path.push_back(step);
@@ -304,12 +314,13 @@ private:
             if (idx->assocList.Size() != bounds.size()) ev_.NotStatic(target, "target");
             int64_t offset = 0;
             for (size_t d = 0; d < bounds.size(); ++d) {
-                const VhdlType* indexType = current.type && d < current.type->indexTypes.size() ? current.type->indexTypes[d] : nullptr;
+                const VhdlType* indexType =
+                    current.type && d < current.type->indexTypes.size() ? current.type->indexTypes[d] : nullptr;
                 VhdlValue iv = ev_.Evaluate(idx->assocList.At(uint32_t(d)), indexType);
                 if (iv.kind == VhdlValue::Char && indexType) iv = ev_.Conform(iv, indexType, target);
                 if (!bounds[d].Contains(iv.i))
-                    ev_.Fail(vhdl_msg::kElabIndex, target, "index %s is outside the range of '%s'", VhdlImage(iv).c_str(),
-                             VhdlEvaluator::Text(idx->prefix).c_str());
+                    ev_.Fail(vhdl_msg::kElabIndex, target, "index %s is outside the range of '%s'",
+                             VhdlImage(iv).c_str(), VhdlEvaluator::Text(idx->prefix).c_str());
                 offset = offset * bounds[d].Length() + bounds[d].Offset(iv.i);
             }
             Step step;
@@ -321,11 +332,14 @@ private:
         case VhdlSelectedName::kClassId: {
             auto* sel = static_cast<const VhdlSelectedName*>(target);
             const VhdlIdDef* prefixId = IdOf(sel->prefix);
-            if (prefixId && (prefixId->GetClassId() == VhdlLibraryId::kClassId || dynamic_cast<const VhdlDesignUnit*>(prefixId->declaration)))
+            if (prefixId && (prefixId->GetClassId() == VhdlLibraryId::kClassId ||
+                             dynamic_cast<const VhdlDesignUnit*>(prefixId->declaration)))
                 return TargetSlot(sel->suffix, path);
             VhdlSlot* slot = TargetSlot(sel->prefix, path);
             VhdlValue current = Current(*slot, path);
-            int index = current.type && current.kind == VhdlValue::Record ? current.type->FieldIndex(SimpleName(sel->suffix)) : -1;
+            int index = current.type && current.kind == VhdlValue::Record
+                            ? current.type->FieldIndex(SimpleName(sel->suffix))
+                            : -1;
             if (index < 0) ev_.NotStatic(target, "target");
             Step step;
             step.kind = Step::Field;
@@ -386,7 +400,8 @@ private:
             // The element's subtype: from the array or record that holds it.
             std::vector<Step> up(path.begin(), path.end() - 1);
             VhdlValue holder = Current(*slot, up);
-            if (holder.kind == VhdlValue::Array && holder.type) type = holder.type->element;
+            if (holder.kind == VhdlValue::Array && holder.type)
+                type = holder.type->element;
             else if (holder.kind == VhdlValue::Record && holder.type)
                 type = holder.type->base->fields[size_t(path.back().offset)].type;
         }
@@ -407,7 +422,8 @@ private:
 bool VhdlEvaluator::Matches(const VhdlValue& selector, const VhdlNodeList& choices) {
     for (VhdlTreeNode* choice : choices) {
         if (choice->GetClassId() == VhdlOthers::kClassId) return true;
-        if (choice->GetClassId() == VhdlRange::kClassId || choice->GetClassId() == VhdlExplicitSubtypeIndication::kClassId ||
+        if (choice->GetClassId() == VhdlRange::kClassId ||
+            choice->GetClassId() == VhdlExplicitSubtypeIndication::kClassId ||
             (choice->GetClassId() == VhdlAttributeName::kClassId)) {
             const VhdlType* t = nullptr;
             bool isRange = choice->GetClassId() != VhdlAttributeName::kClassId;
@@ -475,7 +491,8 @@ VhdlValue VhdlEvaluator::Call(const VhdlIdDef* subprogram, const VhdlNodeList& a
         nodes.assign(formals.size(), nullptr);
         places.assign(formals.size(), -1);
         if (preset->size() > formals.size())
-            Fail(vhdl_msg::kElabNotStatic, where, "the actuals of '%s' do not match its parameters", Text(where).c_str());
+            Fail(vhdl_msg::kElabNotStatic, where, "the actuals of '%s' do not match its parameters",
+                 Text(where).c_str());
         for (size_t i = 0; i < preset->size(); ++i) places[i] = int(i);
     } else if (!Associate(formals, actuals, nodes, places)) {
         Fail(vhdl_msg::kElabNotStatic, where, "the actuals of '%s' do not match its parameters", Text(where).c_str());
@@ -582,13 +599,15 @@ VhdlValue VhdlEvaluator::Call(const VhdlIdDef* subprogram, const VhdlNodeList& a
         for (size_t i = 0; i < formals.size(); ++i) {
             if (formals[i].decl->mode == VHDL_OUT && values[i].IsNone()) values[i] = run.DefaultValue(types[i], where);
             const VhdlType* t = types[i];
-            if (t && t->IsArray() && !t->constrained && values[i].kind == VhdlValue::Array) t = ConstrainedArray(t, values[i].Range());
+            if (t && t->IsArray() && !t->constrained && values[i].kind == VhdlValue::Array)
+                t = ConstrainedArray(t, values[i].Range());
             Bind(scope.Frame(), bodyFormals[i].id, values[i], t);
         }
         run.Elaborate(body->declarations);
         run.Run(body->statements);
         if (isFunction && !scope.Frame()->returned)
-            Fail(vhdl_msg::kElabNoReturn, where, "function '%s' ends without return", std::string(spec->id->OrigName()).c_str());
+            Fail(vhdl_msg::kElabNoReturn, where, "function '%s' ends without return",
+                 std::string(spec->id->OrigName()).c_str());
         result = scope.Frame()->result;
         for (size_t i = 0; i < formals.size(); ++i) {
             unsigned mode = formals[i].decl->mode;

@@ -18,16 +18,16 @@ using Op = unsigned;
 enum : uint8_t { U, X, L0, L1, Z, W, L, H, D };
 
 const uint8_t kAnd[9][9] = {
-    {U, U, L0, U, U, U, L0, U, U}, {U, X, L0, X, X, X, L0, X, X}, {L0, L0, L0, L0, L0, L0, L0, L0, L0},
-    {U, X, L0, L1, X, X, L0, L1, X}, {U, X, L0, X, X, X, L0, X, X}, {U, X, L0, X, X, X, L0, X, X},
+    {U, U, L0, U, U, U, L0, U, U},        {U, X, L0, X, X, X, L0, X, X},   {L0, L0, L0, L0, L0, L0, L0, L0, L0},
+    {U, X, L0, L1, X, X, L0, L1, X},      {U, X, L0, X, X, X, L0, X, X},   {U, X, L0, X, X, X, L0, X, X},
     {L0, L0, L0, L0, L0, L0, L0, L0, L0}, {U, X, L0, L1, X, X, L0, L1, X}, {U, X, L0, X, X, X, L0, X, X}};
 const uint8_t kOr[9][9] = {
-    {U, U, U, L1, U, U, U, L1, U}, {U, X, X, L1, X, X, X, L1, X}, {U, X, L0, L1, X, X, L0, L1, X},
-    {L1, L1, L1, L1, L1, L1, L1, L1, L1}, {U, X, X, L1, X, X, X, L1, X}, {U, X, X, L1, X, X, X, L1, X},
-    {U, X, L0, L1, X, X, L0, L1, X}, {L1, L1, L1, L1, L1, L1, L1, L1, L1}, {U, X, X, L1, X, X, X, L1, X}};
+    {U, U, U, L1, U, U, U, L1, U},        {U, X, X, L1, X, X, X, L1, X},        {U, X, L0, L1, X, X, L0, L1, X},
+    {L1, L1, L1, L1, L1, L1, L1, L1, L1}, {U, X, X, L1, X, X, X, L1, X},        {U, X, X, L1, X, X, X, L1, X},
+    {U, X, L0, L1, X, X, L0, L1, X},      {L1, L1, L1, L1, L1, L1, L1, L1, L1}, {U, X, X, L1, X, X, X, L1, X}};
 const uint8_t kXor[9][9] = {
-    {U, U, U, U, U, U, U, U, U}, {U, X, X, X, X, X, X, X, X}, {U, X, L0, L1, X, X, L0, L1, X},
-    {U, X, L1, L0, X, X, L1, L0, X}, {U, X, X, X, X, X, X, X, X}, {U, X, X, X, X, X, X, X, X},
+    {U, U, U, U, U, U, U, U, U},     {U, X, X, X, X, X, X, X, X},     {U, X, L0, L1, X, X, L0, L1, X},
+    {U, X, L1, L0, X, X, L1, L0, X}, {U, X, X, X, X, X, X, X, X},     {U, X, X, X, X, X, X, X, X},
     {U, X, L0, L1, X, X, L0, L1, X}, {U, X, L1, L0, X, X, L1, L0, X}, {U, X, X, X, X, X, X, X, X}};
 const uint8_t kNot[9] = {U, X, L1, L0, X, X, L1, L0, X};
 
@@ -143,7 +143,8 @@ void DivMod(const Bits& a, const Bits& b, Bits& quotient, Bits& remainder) {
         remainder.bits.push_back(a.bits[i]);
         Bits diff = Sub(remainder, b);
         // No borrow when remainder >= b: compare directly.
-        bool ge = !std::lexicographical_compare(remainder.bits.begin(), remainder.bits.end(), b.bits.begin(), b.bits.end());
+        bool ge =
+            !std::lexicographical_compare(remainder.bits.begin(), remainder.bits.end(), b.bits.begin(), b.bits.end());
         if (ge) {
             remainder = diff;
             quotient.bits[i] = 1;
@@ -164,7 +165,7 @@ int CompareBits(const Bits& a, const Bits& b, bool isSigned) {
     Bits x = ResizeBits(a, n, isSigned), y = ResizeBits(b, n, isSigned);
     bool nx = Negative(x, isSigned), ny = Negative(y, isSigned);
     if (nx != ny) return nx ? -1 : 1;
-    int c = std::lexicographical_compare(x.bits.begin(), x.bits.end(), y.bits.begin(), y.bits.end())  ? -1
+    int c = std::lexicographical_compare(x.bits.begin(), x.bits.end(), y.bits.begin(), y.bits.end())   ? -1
             : std::lexicographical_compare(y.bits.begin(), y.bits.end(), x.bits.begin(), x.bits.end()) ? 1
                                                                                                        : 0;
     return c;
@@ -206,8 +207,12 @@ bool NumericOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlValue& b,
             return true;
         }
         int c = CompareBits(x, y, isSigned || a.kind == VhdlValue::Int || b.kind == VhdlValue::Int);
-        bool r = op == VHDL_EQ ? c == 0 : op == VHDL_NEQ ? c != 0 : op == VHDL_LT ? c < 0 : op == VHDL_LE ? c <= 0
-                                                                  : op == VHDL_GT ? c > 0 : c >= 0;
+        bool r = op == VHDL_EQ    ? c == 0
+                 : op == VHDL_NEQ ? c != 0
+                 : op == VHDL_LT  ? c < 0
+                 : op == VHDL_LE  ? c <= 0
+                 : op == VHDL_GT  ? c > 0
+                                  : c >= 0;
         result = ev.Boolean(r);
         return true;
     }
@@ -276,17 +281,21 @@ VhdlValue IntegerOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlValu
     case VHDL_SLASH:
     case VHDL_MOD:
     case VHDL_REM:
-        if (y == 0) ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
+        if (y == 0)
+            ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
         if (x == INT64_MIN && y == -1) Checked(ev, true, where);
-        if (op == VHDL_SLASH) r = x / y;
-        else if (op == VHDL_REM) r = x % y;
+        if (op == VHDL_SLASH)
+            r = x / y;
+        else if (op == VHDL_REM)
+            r = x % y;
         else {
             r = x % y;
             if (r != 0 && ((r < 0) != (y < 0))) r += y;
         }
         break;
     case VHDL_POW: {
-        if (y < 0) ev.Fail(vhdl_msg::kElabRange, where, "negative exponent in '%s'", VhdlEvaluator::Text(where).c_str());
+        if (y < 0)
+            ev.Fail(vhdl_msg::kElabRange, where, "negative exponent in '%s'", VhdlEvaluator::Text(where).c_str());
         r = 1;
         for (int64_t k = 0; k < y; ++k) {
             Checked(ev, __builtin_mul_overflow(r, x, &r), where);
@@ -303,16 +312,17 @@ VhdlValue IntegerOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlValu
 VhdlValue RealOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlValue& b, const VhdlTreeNode* where) {
     double x = a.kind == VhdlValue::Real ? a.r : double(a.i);
     double y = b.kind == VhdlValue::Real ? b.r : double(b.i);
-    const VhdlType* t = a.kind == VhdlValue::Real && !IsUniversal(ev, a) ? a.type->base
+    const VhdlType* t = a.kind == VhdlValue::Real && !IsUniversal(ev, a)   ? a.type->base
                         : b.kind == VhdlValue::Real && !IsUniversal(ev, b) ? b.type->base
-                                                                          : ev.UniversalReal();
+                                                                           : ev.UniversalReal();
     double r;
     switch (op) {
     case VHDL_PLUS: r = x + y; break;
     case VHDL_MINUS: r = x - y; break;
     case VHDL_STAR: r = x * y; break;
     case VHDL_SLASH:
-        if (y == 0) ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
+        if (y == 0)
+            ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
         r = x / y;
         break;
     case VHDL_POW:
@@ -333,7 +343,8 @@ VhdlValue PhysicalOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlVal
     int64_t r = 0;
     if (op == VHDL_PLUS || op == VHDL_MINUS) {
         if (!pa || !pb) return VhdlValue();
-        Checked(ev, op == VHDL_PLUS ? __builtin_add_overflow(a.i, b.i, &r) : __builtin_sub_overflow(a.i, b.i, &r), where);
+        Checked(ev, op == VHDL_PLUS ? __builtin_add_overflow(a.i, b.i, &r) : __builtin_sub_overflow(a.i, b.i, &r),
+                where);
         return VhdlValue::Physical(r, t);
     }
     if (op == VHDL_STAR) {
@@ -346,20 +357,24 @@ VhdlValue PhysicalOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlVal
     }
     if (op == VHDL_SLASH && pa) {
         if (pb) {
-            if (b.i == 0) ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
+            if (b.i == 0)
+                ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
             return VhdlValue::Integer(a.i / b.i, ev.UniversalInteger());
         }
         if (b.kind == VhdlValue::Real) {
-            if (b.r == 0) ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
+            if (b.r == 0)
+                ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
             return VhdlValue::Physical(int64_t(std::llround(double(a.i) / b.r)), t);
         }
         if (b.kind == VhdlValue::Int) {
-            if (b.i == 0) ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
+            if (b.i == 0)
+                ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
             return VhdlValue::Physical(a.i / b.i, t);
         }
     }
     if ((op == VHDL_MOD || op == VHDL_REM) && pa && pb) {
-        if (b.i == 0) ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
+        if (b.i == 0)
+            ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
         int64_t m = a.i % b.i;
         if (op == VHDL_MOD && m != 0 && ((m < 0) != (b.i < 0))) m += b.i;
         return VhdlValue::Physical(m, t);
@@ -371,8 +386,9 @@ VhdlValue PhysicalOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlVal
 VhdlValue Concatenate(VhdlEvaluator& ev, const VhdlValue& a, const VhdlValue& b, const VhdlType* expected,
                       const VhdlTreeNode* where) {
     const VhdlType* type = a.kind == VhdlValue::Array && a.type ? a.type
-                           : b.kind == VhdlValue::Array && b.type ? b.type
-                                                                  : (expected && expected->IsArray() ? expected : nullptr);
+                           : b.kind == VhdlValue::Array && b.type
+                               ? b.type
+                               : (expected && expected->IsArray() ? expected : nullptr);
     const VhdlType* element = type ? type->element : nullptr;
     bool arrayA = a.kind == VhdlValue::Array && !(element && element->IsArray() && a.type == element);
     bool arrayB = b.kind == VhdlValue::Array && !(element && element->IsArray() && b.type == element);
@@ -414,8 +430,8 @@ VhdlValue Shift(VhdlEvaluator& ev, Op op, const VhdlValue& a, int64_t n, const V
     if (len == 0) return a;
     const VhdlType* element = a.type ? a.type->element : nullptr;
     VhdlValue zero = element && IsStdUlogic(element) ? EnumOfChar(ev, element, '0', where)
-                     : element ? VhdlValue::Enumeration(element->range.left, element)
-                               : VhdlValue::Character('0');
+                     : element                       ? VhdlValue::Enumeration(element->range.left, element)
+                                                     : VhdlValue::Character('0');
     if (n < 0) {
         n = -n;
         switch (op) {
@@ -438,10 +454,14 @@ VhdlValue Shift(VhdlEvaluator& ev, Op op, const VhdlValue& a, int64_t n, const V
         case VHDL_ROL: from = (int64_t(i) + n) % int64_t(len); break;
         default: from = ((int64_t(i) - n) % int64_t(len) + int64_t(len)) % int64_t(len); break;
         }
-        if (from >= 0 && from < int64_t(len)) r[i] = e[size_t(from)];
-        else if (op == VHDL_SLA) r[i] = e[len - 1];
-        else if (op == VHDL_SRA) r[i] = e[0];
-        else r[i] = zero;
+        if (from >= 0 && from < int64_t(len))
+            r[i] = e[size_t(from)];
+        else if (op == VHDL_SLA)
+            r[i] = e[len - 1];
+        else if (op == VHDL_SRA)
+            r[i] = e[0];
+        else
+            r[i] = zero;
     }
     return VhdlValue::MakeArray(a.type, a.Bounds(), std::move(r));
 }
@@ -492,10 +512,14 @@ VhdlValue ApplyOperator(VhdlEvaluator& ev, unsigned op, const VhdlValue* left, c
         default:
             if (IsLogical(op) && v.kind == VhdlValue::Array && !v.Elements().empty()) {
                 // Reduction (2008): the operator folded over the elements.
-                Op base = op == VHDL_NAND ? Op(VHDL_AND) : op == VHDL_NOR ? Op(VHDL_OR) : op == VHDL_XNOR ? Op(VHDL_XOR) : op;
+                Op base = op == VHDL_NAND   ? Op(VHDL_AND)
+                          : op == VHDL_NOR  ? Op(VHDL_OR)
+                          : op == VHDL_XNOR ? Op(VHDL_XOR)
+                                            : op;
                 VhdlValue acc = v.Elements()[0];
                 if (!LogicScalar(acc)) break;
-                for (size_t i = 1; i < v.Elements().size(); ++i) acc = LogicScalarOp(ev, base, acc, v.Elements()[i], where);
+                for (size_t i = 1; i < v.Elements().size(); ++i)
+                    acc = LogicScalarOp(ev, base, acc, v.Elements()[i], where);
                 return base != op ? LogicNot(acc) : acc;
             }
             break;
@@ -527,8 +551,12 @@ VhdlValue ApplyOperator(VhdlEvaluator& ev, unsigned op, const VhdlValue* left, c
         if (a.kind == VhdlValue::Enum && b.kind == VhdlValue::Enum && a.type && b.type && a.type->base != b.type->base)
             b = ev.Conform(b, a.type, where);
         int c = VhdlValueCompare(a, b);
-        bool r2 = op == VHDL_EQ ? c == 0 : op == VHDL_NEQ ? c != 0 : op == VHDL_LT ? c < 0 : op == VHDL_LE ? c <= 0
-                                                               : op == VHDL_GT ? c > 0 : c >= 0;
+        bool r2 = op == VHDL_EQ    ? c == 0
+                  : op == VHDL_NEQ ? c != 0
+                  : op == VHDL_LT  ? c < 0
+                  : op == VHDL_LE  ? c <= 0
+                  : op == VHDL_GT  ? c > 0
+                                   : c >= 0;
         return ev.Boolean(r2);
     }
     if (op == VHDL_MEQ || op == VHDL_MNEQ) {
@@ -544,11 +572,14 @@ VhdlValue ApplyOperator(VhdlEvaluator& ev, unsigned op, const VhdlValue* left, c
         };
         char r = '1';
         if (a.kind == VhdlValue::Array) {
-            if (a.Elements().size() != b.Elements().size()) ev.Fail(vhdl_msg::kElabIndex, where, "operands of different lengths");
+            if (a.Elements().size() != b.Elements().size())
+                ev.Fail(vhdl_msg::kElabIndex, where, "operands of different lengths");
             for (size_t i = 0; i < a.Elements().size(); ++i) {
                 char m = match(LiteralChar(a.Elements()[i]), LiteralChar(b.Elements()[i]));
-                if (m == '0') r = '0';
-                else if (m != '1' && r == '1') r = m;
+                if (m == '0')
+                    r = '0';
+                else if (m != '1' && r == '1')
+                    r = m;
             }
         } else {
             r = match(LiteralChar(a), LiteralChar(b));
@@ -584,7 +615,8 @@ VhdlValue ApplyOperator(VhdlEvaluator& ev, unsigned op, const VhdlValue* left, c
         r = PhysicalOp(ev, op, a, b, where);
         if (!r.IsNone()) return r;
     } else if (a.kind == VhdlValue::Real || b.kind == VhdlValue::Real) {
-        if ((a.kind == VhdlValue::Real || a.kind == VhdlValue::Int) && (b.kind == VhdlValue::Real || b.kind == VhdlValue::Int)) {
+        if ((a.kind == VhdlValue::Real || a.kind == VhdlValue::Int) &&
+            (b.kind == VhdlValue::Real || b.kind == VhdlValue::Int)) {
             r = RealOp(ev, op, a, b, where);
             if (!r.IsNone()) return r;
         }
@@ -606,10 +638,11 @@ VhdlValue VhdlEvaluator::EvaluateOperator(const VhdlOperator& n, const VhdlType*
         const VhdlType* hint = op == VHDL_COND ? nullptr : expected;
         return vhdl_eval::ApplyOperator(*this, op, nullptr, Evaluate(n.right, hint), expected, &n);
     }
-    bool relational = op == VHDL_EQ || op == VHDL_NEQ || op == VHDL_LT || op == VHDL_LE || op == VHDL_GT || op == VHDL_GE ||
-                      op == VHDL_MEQ || op == VHDL_MNEQ;
-    bool shift = op == VHDL_SLL || op == VHDL_SRL || op == VHDL_SLA || op == VHDL_SRA || op == VHDL_ROL || op == VHDL_ROR;
-    const VhdlType* leftHint = relational ? nullptr
+    bool relational = op == VHDL_EQ || op == VHDL_NEQ || op == VHDL_LT || op == VHDL_LE || op == VHDL_GT ||
+                      op == VHDL_GE || op == VHDL_MEQ || op == VHDL_MNEQ;
+    bool shift =
+        op == VHDL_SLL || op == VHDL_SRL || op == VHDL_SLA || op == VHDL_SRA || op == VHDL_ROL || op == VHDL_ROR;
+    const VhdlType* leftHint = relational       ? nullptr
                                : op == VHDL_AMP ? (expected && expected->IsArray() ? expected : nullptr)
                                : op == VHDL_POW ? (numeric(expected) ? expected : nullptr)
                                                 : expected;
@@ -621,16 +654,20 @@ VhdlValue VhdlEvaluator::EvaluateOperator(const VhdlOperator& n, const VhdlType*
     }
     const VhdlType* rightHint = nullptr;
     bool leftTyped = left.type && left.type != UniversalInteger() && left.type != UniversalReal();
-    if (shift || op == VHDL_POW) rightHint = nullptr;
-    else if (op == VHDL_AMP) rightHint = leftTyped && left.kind == VhdlValue::Array ? left.type : leftHint;
+    if (shift || op == VHDL_POW)
+        rightHint = nullptr;
+    else if (op == VHDL_AMP)
+        rightHint = leftTyped && left.kind == VhdlValue::Array ? left.type : leftHint;
     else if (leftTyped && (left.kind != VhdlValue::Array || relational || op == VHDL_AND || op == VHDL_OR ||
                            op == VHDL_XOR || op == VHDL_NAND || op == VHDL_NOR || op == VHDL_XNOR))
         // An array operand of another length is no mistake here ("abc" = "ab").
         rightHint = left.kind == VhdlValue::Array ? left.type->base : left.type;
-    else if (!relational) rightHint = expected;
+    else if (!relational)
+        rightHint = expected;
     VhdlValue right = Evaluate(n.right, rightHint);
     if (op == VHDL_AMP && !leftTyped && right.type && right.kind == VhdlValue::Array && left.kind != VhdlValue::Int)
-        left = Evaluate(n.left, right.type->element && left.kind != VhdlValue::Array ? right.type->element : right.type);
+        left =
+            Evaluate(n.left, right.type->element && left.kind != VhdlValue::Array ? right.type->element : right.type);
     return vhdl_eval::ApplyOperator(*this, op, &left, right, expected, &n);
 }
 

@@ -66,7 +66,8 @@ int Fits(const VhdlValue& v, const VhdlType* type) {
     case VhdlValue::Record: return v.type && v.type->base == type->base ? 2 : 0;
     case VhdlValue::Enum:
         if (v.type && v.type->base == type->base) return 2;
-        if (type->kind == VhdlTypeKind::Enumeration && v.type && v.i >= 0 && size_t(v.i) < v.type->base->literals.size() &&
+        if (type->kind == VhdlTypeKind::Enumeration && v.type && v.i >= 0 &&
+            size_t(v.i) < v.type->base->literals.size() &&
             type->LiteralPosition(v.type->base->literals[size_t(v.i)]) >= 0)
             return 1;
         return 0;
@@ -96,15 +97,26 @@ void RegionDeclarations(const VhdlTreeNode* region, std::vector<const VhdlNodeLi
     case VhdlPackageDecl::kClassId: {
         auto* p = static_cast<const VhdlPackageDecl*>(region);
         out.push_back(&p->declarations);
-        if (auto* body = dynamic_cast<const VhdlPackageBody*>(p->GetSecondaryUnit(nullptr))) out.push_back(&body->declarations);
+        if (auto* body = dynamic_cast<const VhdlPackageBody*>(p->GetSecondaryUnit(nullptr)))
+            out.push_back(&body->declarations);
         break;
     }
     case VhdlEntityDecl::kClassId: out.push_back(&static_cast<const VhdlEntityDecl*>(region)->declarations); break;
-    case VhdlArchitectureBody::kClassId: out.push_back(&static_cast<const VhdlArchitectureBody*>(region)->declarations); break;
-    case VhdlBlockStatement::kClassId: out.push_back(&static_cast<const VhdlBlockStatement*>(region)->declarations); break;
-    case VhdlGenerateStatement::kClassId: out.push_back(&static_cast<const VhdlGenerateStatement*>(region)->declarations); break;
-    case VhdlSubprogramBody::kClassId: out.push_back(&static_cast<const VhdlSubprogramBody*>(region)->declarations); break;
-    case VhdlProcessStatement::kClassId: out.push_back(&static_cast<const VhdlProcessStatement*>(region)->declarations); break;
+    case VhdlArchitectureBody::kClassId:
+        out.push_back(&static_cast<const VhdlArchitectureBody*>(region)->declarations);
+        break;
+    case VhdlBlockStatement::kClassId:
+        out.push_back(&static_cast<const VhdlBlockStatement*>(region)->declarations);
+        break;
+    case VhdlGenerateStatement::kClassId:
+        out.push_back(&static_cast<const VhdlGenerateStatement*>(region)->declarations);
+        break;
+    case VhdlSubprogramBody::kClassId:
+        out.push_back(&static_cast<const VhdlSubprogramBody*>(region)->declarations);
+        break;
+    case VhdlProcessStatement::kClassId:
+        out.push_back(&static_cast<const VhdlProcessStatement*>(region)->declarations);
+        break;
     default: break;
     }
 }
@@ -119,9 +131,11 @@ void ContextClauses(const VhdlTreeNode* region, std::vector<const VhdlNodeList*>
     if (auto* arch = dynamic_cast<const VhdlArchitectureBody*>(unit)) {
         const VhdlIdDef* entity = IdOf(arch->entityName);
         primary = entity ? dynamic_cast<const VhdlPrimaryUnit*>(entity->declaration) : nullptr;
-        if (!primary && arch->library) primary = arch->library->GetPrimUnit(std::string(SimpleName(arch->entityName)).c_str());
+        if (!primary && arch->library)
+            primary = arch->library->GetPrimUnit(std::string(SimpleName(arch->entityName)).c_str());
     } else if (auto* p = dynamic_cast<const VhdlPackageDecl*>(unit)) {
-        if (auto* body = dynamic_cast<const VhdlPackageBody*>(p->GetSecondaryUnit(nullptr))) out.push_back(&body->contextClause);
+        if (auto* body = dynamic_cast<const VhdlPackageBody*>(p->GetSecondaryUnit(nullptr)))
+            out.push_back(&body->contextClause);
     }
     if (primary) out.push_back(&primary->contextClause);
 }
@@ -141,10 +155,14 @@ struct Collector {
         if (!seen.insert(&decls).second && only.empty()) return;
         for (VhdlTreeNode* d : decls) {
             const VhdlSubprogramSpec* spec = nullptr;
-            if (auto* sd = dynamic_cast<const VhdlSubprogramDecl*>(d)) spec = sd->spec;
-            else if (auto* sb = dynamic_cast<const VhdlSubprogramBody*>(d)) spec = sb->spec;
-            else if (auto* use = dynamic_cast<const VhdlUseClause*>(d)) Uses(*use);
-            if (spec && spec->id && SameName(spec->id->Name(), name) && (only.empty() || SameName(only, name))) Add(spec->id);
+            if (auto* sd = dynamic_cast<const VhdlSubprogramDecl*>(d))
+                spec = sd->spec;
+            else if (auto* sb = dynamic_cast<const VhdlSubprogramBody*>(d))
+                spec = sb->spec;
+            else if (auto* use = dynamic_cast<const VhdlUseClause*>(d))
+                Uses(*use);
+            if (spec && spec->id && SameName(spec->id->Name(), name) && (only.empty() || SameName(only, name)))
+                Add(spec->id);
         }
     }
 
@@ -156,8 +174,10 @@ struct Collector {
             const VhdlIdDef* pkg = IdOf(sel->prefix);
             auto* decl = pkg ? dynamic_cast<const VhdlPackageDecl*>(pkg->declaration) : nullptr;
             if (!decl) continue;
-            if (sel->suffix && sel->suffix->GetClassId() == VhdlAll::kClassId) Declarations(decl->declarations);
-            else if (SameName(SimpleName(sel->suffix), name)) Declarations(decl->declarations, name);
+            if (sel->suffix && sel->suffix->GetClassId() == VhdlAll::kClassId)
+                Declarations(decl->declarations);
+            else if (SameName(SimpleName(sel->suffix), name))
+                Declarations(decl->declarations, name);
         }
     }
 
@@ -181,8 +201,8 @@ std::vector<const VhdlIdDef*> VhdlEvaluator::VisibleSubprograms(std::string_view
     return c.found;
 }
 
-const VhdlIdDef* VhdlEvaluator::ChooseOverload(const VhdlIdDef* first, const VhdlNodeList& actuals, const VhdlTreeNode* where,
-                                               std::vector<VhdlValue>& values) {
+const VhdlIdDef* VhdlEvaluator::ChooseOverload(const VhdlIdDef* first, const VhdlNodeList& actuals,
+                                               const VhdlTreeNode* where, std::vector<VhdlValue>& values) {
     std::vector<const VhdlIdDef*> candidates = VisibleSubprograms(first->Name());
     bool known = false;
     for (const VhdlIdDef* c : candidates) known = known || c == first || VhdlSameProfile(c, first);
@@ -192,7 +212,8 @@ const VhdlIdDef* VhdlEvaluator::ChooseOverload(const VhdlIdDef* first, const Vhd
     for (VhdlTreeNode* a : actuals) {
         auto* assoc = dynamic_cast<const VhdlAssocElement*>(a);
         const VhdlTreeNode* actual = assoc ? assoc->actual : a;
-        values.push_back(actual && actual->GetClassId() != VhdlOpen::kClassId ? Evaluate(actual, nullptr) : VhdlValue());
+        values.push_back(actual && actual->GetClassId() != VhdlOpen::kClassId ? Evaluate(actual, nullptr)
+                                                                              : VhdlValue());
     }
     const VhdlIdDef* best = nullptr;
     int bestScore = -1;
@@ -224,12 +245,14 @@ const VhdlIdDef* VhdlEvaluator::ChooseOverload(const VhdlIdDef* first, const Vhd
             best = c;
         }
     }
-    if (!best) Fail(vhdl_msg::kElabNotStatic, where, "no subprogram '%s' takes these actuals", std::string(first->OrigName()).c_str());
+    if (!best)
+        Fail(vhdl_msg::kElabNotStatic, where, "no subprogram '%s' takes these actuals",
+             std::string(first->OrigName()).c_str());
     return best;
 }
 
-bool VhdlEvaluator::CallUserOperator(unsigned op, const VhdlValue* left, const VhdlValue& right, const VhdlTreeNode* where,
-                                     VhdlValue& result) {
+bool VhdlEvaluator::CallUserOperator(unsigned op, const VhdlValue* left, const VhdlValue& right,
+                                     const VhdlTreeNode* where, VhdlValue& result) {
     std::string name = std::string("\"") + VhdlTokenText(op) + "\"";
     std::vector<const VhdlIdDef*> candidates = VisibleSubprograms(name);
     // The package that declares an operand's type declares its operators too.

@@ -42,12 +42,14 @@ struct Context {
         const VhdlValue& v = Arg(i);
         if (v.kind == VhdlValue::Real) return v.r;
         if (v.kind == VhdlValue::Int) return double(v.i);
-        ev.Fail(vhdl_msg::kElabNotStatic, where, "argument %zu of '%s' is not a real", i + 1, VhdlEvaluator::Text(where).c_str());
+        ev.Fail(vhdl_msg::kElabNotStatic, where, "argument %zu of '%s' is not a real", i + 1,
+                VhdlEvaluator::Text(where).c_str());
     }
     int64_t Natural(size_t i) const {
         int64_t n = Int(i);
-        if (n < 0) ev.Fail(vhdl_msg::kElabRange, where, "negative size %lld in '%s'", static_cast<long long>(n),
-                           VhdlEvaluator::Text(where).c_str());
+        if (n < 0)
+            ev.Fail(vhdl_msg::kElabRange, where, "negative size %lld in '%s'", static_cast<long long>(n),
+                    VhdlEvaluator::Text(where).c_str());
         if (uint64_t(n) > ev.Limits().arrayElements)
             ev.Fail(vhdl_msg::kElabIndex, where, "size %lld in '%s' is too large", static_cast<long long>(n),
                     VhdlEvaluator::Text(where).c_str());
@@ -59,9 +61,7 @@ struct Context {
             return args[i].type->constrained ? args[i].type->base : args[i].type;
         return returnType;
     }
-    void Warn(const char* text) const {
-        ev.Report(where, MakeString(ev, text), 1);
-    }
+    void Warn(const char* text) const { ev.Report(where, MakeString(ev, text), 1); }
 };
 
 using Native = std::function<VhdlValue(Context&)>;
@@ -77,10 +77,12 @@ VhdlValue ToUnsigned(Context& c, bool isSigned) {
     int64_t size = c.Natural(1);
     const VhdlType* type = c.returnType;
     if (!isSigned && v < 0)
-        c.ev.Fail(vhdl_msg::kElabRange, c.where, "value %lld is outside the range of natural", static_cast<long long>(v));
+        c.ev.Fail(vhdl_msg::kElabRange, c.where, "value %lld is outside the range of natural",
+                  static_cast<long long>(v));
     Bits b = IntToBits(v, size_t(size));
     int64_t back;
-    if (size < 64 && (!BitsToInt(b, isSigned, back) || back != v)) c.Warn(isSigned ? "NUMERIC_STD.TO_SIGNED: vector truncated" : "NUMERIC_STD.TO_UNSIGNED: vector truncated");
+    if (size < 64 && (!BitsToInt(b, isSigned, back) || back != v))
+        c.Warn(isSigned ? "NUMERIC_STD.TO_SIGNED: vector truncated" : "NUMERIC_STD.TO_UNSIGNED: vector truncated");
     return Vector(c, b, type);
 }
 
@@ -134,12 +136,18 @@ VhdlValue ShiftFunction(Context& c, unsigned op) {
     VhdlValue zero = EnumOfChar(c.ev, type ? type->element : nullptr, '0', c.where);
     for (size_t i = 0; i < len; ++i) {
         int64_t from;
-        if (op == VHDL_SLL) from = int64_t(i) + n;
-        else if (op == VHDL_SRL) from = int64_t(i) - n;
-        else if (op == VHDL_ROL) from = (int64_t(i) + n) % int64_t(len);
-        else from = ((int64_t(i) - n) % int64_t(len) + int64_t(len)) % int64_t(len);
-        if (from >= 0 && from < int64_t(len)) r[i] = e[size_t(from)];
-        else r[i] = op == VHDL_SRL && isSigned ? e[0] : zero;
+        if (op == VHDL_SLL)
+            from = int64_t(i) + n;
+        else if (op == VHDL_SRL)
+            from = int64_t(i) - n;
+        else if (op == VHDL_ROL)
+            from = (int64_t(i) + n) % int64_t(len);
+        else
+            from = ((int64_t(i) - n) % int64_t(len) + int64_t(len)) % int64_t(len);
+        if (from >= 0 && from < int64_t(len))
+            r[i] = e[size_t(from)];
+        else
+            r[i] = op == VHDL_SRL && isSigned ? e[0] : zero;
     }
     return VhdlValue::MakeArray(type, v.Bounds(), std::move(r));
 }
@@ -172,7 +180,8 @@ VhdlValue ConvertVector(Context& c, const VhdlValue& v, const VhdlType* to, char
         out.push_back(EnumOfChar(c.ev, element, ch, c.where));
     }
     int64_t n = int64_t(out.size());
-    std::vector<VhdlBounds> bounds{v.kind == VhdlValue::Array && v.type ? v.Range() : VhdlBounds::Discrete(n - 1, 0, false)};
+    std::vector<VhdlBounds> bounds{v.kind == VhdlValue::Array && v.type ? v.Range()
+                                                                        : VhdlBounds::Discrete(n - 1, 0, false)};
     return VhdlValue::MakeArray(to, bounds, std::move(out));
 }
 
@@ -200,8 +209,10 @@ std::string HexString(const VhdlValue& v, unsigned bitsPerDigit) {
 
 std::string RealToString(double r, int64_t digits) {
     char buf[64];
-    if (digits > 0) std::snprintf(buf, sizeof buf, "%.*f", int(std::min<int64_t>(digits, 30)), r);
-    else std::snprintf(buf, sizeof buf, "%.6e", r);
+    if (digits > 0)
+        std::snprintf(buf, sizeof buf, "%.*f", int(std::min<int64_t>(digits, 30)), r);
+    else
+        std::snprintf(buf, sizeof buf, "%.6e", r);
     return buf;
 }
 
@@ -266,9 +277,8 @@ const std::unordered_map<std::string, Native>& Natives() {
             char r = ch == '1' || ch == 'H' ? '1' : ch == '0' || ch == 'L' ? '0' : xmap;
             return EnumOfChar(c.ev, c.ev.BitType(), r, c.where);
         });
-        add(logic, "to_stdulogic", [](Context& c) {
-            return EnumOfChar(c.ev, c.returnType, LiteralChar(c.Arg(0)), c.where);
-        });
+        add(logic, "to_stdulogic",
+            [](Context& c) { return EnumOfChar(c.ev, c.returnType, LiteralChar(c.Arg(0)), c.where); });
         for (const char* n : {"to_bitvector", "to_stdlogicvector", "to_stdulogicvector", "to_slv", "to_sulv", "to_bv"})
             add(logic, n, [](Context& c) {
                 char xmap = c.Has(1) ? LiteralChar(c.Arg(1)) : '0';
@@ -290,7 +300,8 @@ const std::unordered_map<std::string, Native>& Natives() {
         add(strings, "to_hstring", [](Context& c) { return MakeString(c.ev, HexString(c.Arg(0), 4)); });
         add(strings, "to_ostring", [](Context& c) { return MakeString(c.ev, HexString(c.Arg(0), 3)); });
 
-        const auto arith = {"ieee.std_logic_arith", "ieee.std_logic_unsigned", "ieee.std_logic_signed", "ieee.numeric_std_unsigned"};
+        const auto arith = {"ieee.std_logic_arith", "ieee.std_logic_unsigned", "ieee.std_logic_signed",
+                            "ieee.numeric_std_unsigned"};
         add(arith, "conv_integer", [](Context& c) {
             const VhdlValue& v = c.Arg(0);
             if (v.kind == VhdlValue::Int) return Integer(c.ev, v.i);
@@ -306,14 +317,14 @@ const std::unordered_map<std::string, Native>& Natives() {
             if (v.kind == VhdlValue::Int) return Vector(c, IntToBits(v.i, size_t(c.Natural(1))), c.returnType);
             return ConvertVector(c, v, c.returnType, '0');
         });
-        add({"ieee.numeric_std_unsigned"}, "to_stdlogicvector", [](Context& c) {
-            return Vector(c, IntToBits(c.Int(0), size_t(c.Natural(1))), c.returnType);
-        });
+        add({"ieee.numeric_std_unsigned"}, "to_stdlogicvector",
+            [](Context& c) { return Vector(c, IntToBits(c.Int(0), size_t(c.Natural(1))), c.returnType); });
         for (const char* n : {"conv_unsigned", "conv_signed", "conv_std_logic_vector"})
             add({"ieee.std_logic_arith"}, n, [](Context& c) {
                 const VhdlValue& v = c.Arg(0);
                 size_t size = size_t(c.Natural(1));
-                Bits b = v.kind == VhdlValue::Int ? IntToBits(v.i, size) : ResizeBits(ToBits(v), size, v.type && IsSignedVector(v.type));
+                Bits b = v.kind == VhdlValue::Int ? IntToBits(v.i, size)
+                                                  : ResizeBits(ToBits(v), size, v.type && IsSignedVector(v.type));
                 return Vector(c, b, c.returnType);
             });
         add({"ieee.std_logic_arith"}, "ext", [](Context& c) {
@@ -326,9 +337,12 @@ const std::unordered_map<std::string, Native>& Natives() {
         for (const char* n : {"and_reduce", "or_reduce", "xor_reduce", "nand_reduce", "nor_reduce", "xnor_reduce"})
             add(misc, n, [n](Context& c) {
                 std::string name = n;
-                unsigned op = name.rfind("and", 0) == 0 ? VHDL_AND : name.rfind("or", 0) == 0 ? VHDL_OR
-                            : name.rfind("xor", 0) == 0 ? VHDL_XOR : name.rfind("nand", 0) == 0 ? VHDL_NAND
-                            : name.rfind("nor", 0) == 0 ? VHDL_NOR : VHDL_XNOR;
+                unsigned op = name.rfind("and", 0) == 0    ? VHDL_AND
+                              : name.rfind("or", 0) == 0   ? VHDL_OR
+                              : name.rfind("xor", 0) == 0  ? VHDL_XOR
+                              : name.rfind("nand", 0) == 0 ? VHDL_NAND
+                              : name.rfind("nor", 0) == 0  ? VHDL_NOR
+                                                           : VHDL_XNOR;
                 return ApplyOperator(c.ev, op, nullptr, c.Arg(0), nullptr, c.where);
             });
 
@@ -402,45 +416,48 @@ const std::unordered_map<std::string, Native>& Natives() {
                 return (less.i != 0) == max ? b : a;
             }
             if (a.kind == VhdlValue::Real || b.kind == VhdlValue::Real) {
-                double x = a.kind == VhdlValue::Real ? a.r : double(a.i), y = b.kind == VhdlValue::Real ? b.r : double(b.i);
+                double x = a.kind == VhdlValue::Real ? a.r : double(a.i),
+                       y = b.kind == VhdlValue::Real ? b.r : double(b.i);
                 return VhdlValue::Floating(max ? std::max(x, y) : std::min(x, y),
                                            a.kind == VhdlValue::Real ? a.type : b.type);
             }
             int cmp = VhdlValueCompare(a, b);
             r = (cmp < 0) == max ? b : a;
-            if (!r.type || r.type == c.ev.UniversalInteger()) r.type = (a.type && a.type != c.ev.UniversalInteger()) ? a.type : b.type;
+            if (!r.type || r.type == c.ev.UniversalInteger())
+                r.type = (a.type && a.type != c.ev.UniversalInteger()) ? a.type : b.type;
             return r;
         };
         add({"std.standard", "ieee.numeric_std", "ieee.numeric_bit", "ieee.math_real"}, "maximum",
             [extreme](Context& c) { return extreme(c, true); });
         add({"std.standard", "ieee.numeric_std", "ieee.numeric_bit", "ieee.math_real"}, "minimum",
             [extreme](Context& c) { return extreme(c, false); });
-        add({"std.standard", "ieee.std_logic_1164", "ieee.numeric_std", "ieee.numeric_bit"}, "to_string", [](Context& c) {
-            const VhdlValue& v = c.Arg(0);
-            if (v.kind == VhdlValue::Real && c.Has(1)) {
-                const VhdlValue& f = c.Arg(1);
-                if (f.kind == VhdlValue::Int) return MakeString(c.ev, RealToString(v.r, f.i));
-                return MakeString(c.ev, RealToString(v.r, 6));
-            }
-            if (v.kind == VhdlValue::Phys && c.Has(1)) {
-                const VhdlValue& unit = c.Arg(1);
-                if (unit.i == 0) c.ev.Fail(vhdl_msg::kElabDivision, c.where, "division by zero");
-                std::string text = std::to_string(v.i / unit.i);
-                if (v.i % unit.i) {
-                    char buf[64];
-                    std::snprintf(buf, sizeof buf, "%.6g", double(v.i) / double(unit.i));
-                    text = buf;
+        add({"std.standard", "ieee.std_logic_1164", "ieee.numeric_std", "ieee.numeric_bit"}, "to_string",
+            [](Context& c) {
+                const VhdlValue& v = c.Arg(0);
+                if (v.kind == VhdlValue::Real && c.Has(1)) {
+                    const VhdlValue& f = c.Arg(1);
+                    if (f.kind == VhdlValue::Int) return MakeString(c.ev, RealToString(v.r, f.i));
+                    return MakeString(c.ev, RealToString(v.r, 6));
                 }
-                std::string name;
-                for (const VhdlType::Unit& u : v.type->base->units)
-                    if (u.multiple == unit.i) name = Lower(u.name);
-                return MakeString(c.ev, text + " " + name);
-            }
-            if (v.kind == VhdlValue::Array) return MakeString(c.ev, StringOf(v));
-            std::string image = VhdlImage(v);
-            if (image.size() == 3 && image[0] == '\'') image = image.substr(1, 1);
-            return MakeString(c.ev, image);
-        });
+                if (v.kind == VhdlValue::Phys && c.Has(1)) {
+                    const VhdlValue& unit = c.Arg(1);
+                    if (unit.i == 0) c.ev.Fail(vhdl_msg::kElabDivision, c.where, "division by zero");
+                    std::string text = std::to_string(v.i / unit.i);
+                    if (v.i % unit.i) {
+                        char buf[64];
+                        std::snprintf(buf, sizeof buf, "%.6g", double(v.i) / double(unit.i));
+                        text = buf;
+                    }
+                    std::string name;
+                    for (const VhdlType::Unit& u : v.type->base->units)
+                        if (u.multiple == unit.i) name = Lower(u.name);
+                    return MakeString(c.ev, text + " " + name);
+                }
+                if (v.kind == VhdlValue::Array) return MakeString(c.ev, StringOf(v));
+                std::string image = VhdlImage(v);
+                if (image.size() == 3 && image[0] == '\'') image = image.substr(1, 1);
+                return MakeString(c.ev, image);
+            });
         return t;
     }();
     return table;

@@ -128,8 +128,10 @@ const std::vector<VhdlBounds>& NoBounds() {
 const std::vector<VhdlValue>& VhdlValue::Elements() const { return data_ ? data_->elements : NoElements(); }
 
 std::vector<VhdlValue>& VhdlValue::MutableElements() {
-    if (!data_) data_ = std::make_shared<VhdlComposite>();
-    else if (data_.use_count() > 1) data_ = std::make_shared<VhdlComposite>(*data_);
+    if (!data_)
+        data_ = std::make_shared<VhdlComposite>();
+    else if (data_.use_count() > 1)
+        data_ = std::make_shared<VhdlComposite>(*data_);
     return data_->elements;
 }
 
@@ -138,8 +140,10 @@ const std::vector<VhdlBounds>& VhdlValue::Bounds() const {
 }
 
 std::vector<VhdlBounds>& VhdlValue::MutableBounds() {
-    if (!data_) data_ = std::make_shared<VhdlComposite>();
-    else if (data_.use_count() > 1) data_ = std::make_shared<VhdlComposite>(*data_);
+    if (!data_)
+        data_ = std::make_shared<VhdlComposite>();
+    else if (data_.use_count() > 1)
+        data_ = std::make_shared<VhdlComposite>(*data_);
     return data_->bounds;
 }
 
@@ -209,8 +213,8 @@ std::string ImageOf(const VhdlValue& v, bool copyForm) {
             }
             text += c;
         }
-        if (chars || (v.Elements().empty() && v.type && v.type->element &&
-                      v.type->element->kind == VhdlTypeKind::Enumeration))
+        if (chars ||
+            (v.Elements().empty() && v.type && v.type->element && v.type->element->kind == VhdlTypeKind::Enumeration))
             return "\"" + text + "\"";
         text = "(";
         for (size_t i = 0; i < v.Elements().size(); ++i) {

@@ -26,15 +26,15 @@ struct VhdlComposite {
 class VhdlValue {
 public:
     enum Kind : uint8_t {
-        None,   // no value (yet)
-        Int,    // integer types, universal integer
-        Real,   // floating types, universal real
-        Phys,   // physical types, in primary units
-        Enum,   // enumeration types: the position
-        Char,   // a character literal not typed yet: the character code
+        None, // no value (yet)
+        Int,  // integer types, universal integer
+        Real, // floating types, universal real
+        Phys, // physical types, in primary units
+        Enum, // enumeration types: the position
+        Char, // a character literal not typed yet: the character code
         Array,
         Record,
-        Null,   // the access value null
+        Null, // the access value null
     };
 
     VhdlValue() = default;

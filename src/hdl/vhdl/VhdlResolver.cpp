@@ -168,12 +168,21 @@ void DeclaredIds(VhdlTreeNode* decl, std::vector<VhdlIdDef*>& out) {
     }
 }
 
-// What a selected name reaches into: the declarations of a package, the methods of a
-// protected type, the elements of a record type.
+// What a selected name reaches into: the declarations of a package (of the generic
+// package that an instance instantiates: elaboration tells the instances apart), the
+// methods of a protected type, the elements of a record type.
 const VhdlNodeList* SelectableDecls(VhdlTreeNode* node) {
     if (!node) return nullptr;
     switch (node->GetClassId()) {
     case VhdlPackageDecl::kClassId: return &static_cast<VhdlPackageDecl*>(node)->declarations;
+    case VhdlPackageInstantiationDecl::kClassId: {
+        VhdlTreeNode* name = static_cast<VhdlPackageInstantiationDecl*>(node)->uninstantiated;
+        if (name && name->GetClassId() == VhdlSelectedName::kClassId)
+            name = static_cast<VhdlSelectedName*>(name)->suffix;
+        auto* ref = dynamic_cast<VhdlIdRef*>(name);
+        VhdlIdDef* generic = ref ? ref->resolved : nullptr;
+        return generic && generic->declaration != node ? SelectableDecls(generic->declaration) : nullptr;
+    }
     case VhdlProtectedTypeDef::kClassId: return &static_cast<VhdlProtectedTypeDef*>(node)->declarations;
     case VhdlRecordTypeDef::kClassId: return &static_cast<VhdlRecordTypeDef*>(node)->elements;
     default: return nullptr;
@@ -976,10 +985,20 @@ private:
         return dynamic_cast<VhdlPrimaryUnit*>(id->declaration);
     }
 
-    // Default binding: the entity of that name in the work library, then in the
-    // libraries of the search order.
+    // Default binding: an entity of that name that a use clause makes visible (`use
+    // lib.all`, `use lib.e`), else the one in the work library, then in the libraries of
+    // the search order.
     VhdlPrimaryUnit* FindEntity(std::string_view name) {
         std::string key = Key(name);
+        NameKey nameKey(name);
+        for (Scope* s = current_; s; s = s->parent) {
+            for (const UsedItem& item : s->used) {
+                if (item.package) continue;
+                VhdlIdDef* id = FindUsed(item, nameKey);
+                auto* unit = id ? dynamic_cast<VhdlEntityDecl*>(id->declaration) : nullptr;
+                if (unit) return unit;
+            }
+        }
         if (VhdlPrimaryUnit* u = library_->GetPrimUnit(key.c_str()); dynamic_cast<VhdlEntityDecl*>(u)) return u;
         for (const std::string& libName : vhdl_file::LOptions()) {
             VhdlLibrary* lib = vhdl_file::GetLibrary(libName.c_str());

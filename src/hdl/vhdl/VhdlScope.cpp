@@ -71,7 +71,9 @@ std::vector<VhdlIdDef*> VhdlScope::DeclArea() const {
         break;
     }
     case VhdlPackageBody::kClassId: Declared(static_cast<const VhdlPackageBody*>(owner_)->declarations, out); break;
-    case VhdlProcessStatement::kClassId: Declared(static_cast<const VhdlProcessStatement*>(owner_)->declarations, out); break;
+    case VhdlProcessStatement::kClassId:
+        Declared(static_cast<const VhdlProcessStatement*>(owner_)->declarations, out);
+        break;
     case VhdlSubprogramBody::kClassId: {
         auto* body = static_cast<const VhdlSubprogramBody*>(owner_);
         if (body->spec) Declared(body->spec->params, out);

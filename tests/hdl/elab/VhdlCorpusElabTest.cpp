@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "ElabTestUtil.h"
+#include "hdl/base/Language.h"
 #include "hdl/elab/ElabHierPrinter.h"
 #include "hdl/elab/VhdlElaborator.h"
 #include "hdl/vhdl/VhdlLibrary.h"
@@ -40,8 +41,10 @@ protected:
             std::getline(cols, kind, '\t');
             std::getline(cols, a, '\t');
             std::getline(cols, b, '\t');
-            if (kind == "top") top = a;
-            else if (kind.rfind("vhdl", 0) == 0) files.push_back({kind, a, b});
+            if (kind == "top")
+                top = a;
+            else if (kind.rfind("vhdl", 0) == 0)
+                files.push_back({kind, a, b});
         }
         return files;
     }
@@ -67,14 +70,16 @@ protected:
         bool mutated = false;
         for (const ProjectFile& f : files) {
             std::string text = Read(root + f.path);
-            bool named = f.path == file || (f.path.size() > file.size() && f.path.compare(f.path.size() - file.size() - 1, std::string::npos, "/" + file) == 0);
+            bool named =
+                f.path == file || (f.path.size() > file.size() &&
+                                   f.path.compare(f.path.size() - file.size() - 1, std::string::npos, "/" + file) == 0);
             if (mutate && named) {
                 std::string changed = mutate(text);
                 EXPECT_NE(changed, text) << "the mutation of " << f.path << " changed nothing";
                 text = changed;
                 mutated = true;
             }
-            unsigned mode = f.language == "vhdl08" ? VHDL_2008 : f.language == "vhdl19" ? VHDL_2019 : VHDL_93;
+            unsigned mode = LanguageByName(f.language.c_str());
             vhdl_file::AnalyzeText(text, (root + f.path).c_str(), f.library.c_str(), mode);
             if (text.find("entity " + top) != std::string::npos) topLibrary = f.library;
         }
@@ -95,7 +100,8 @@ protected:
         });
     }
     size_t Errors() const {
-        return std::count_if(messages.begin(), messages.end(), [](const test::CapturedMessage& m) { return m.type == MSG_ERROR; });
+        return std::count_if(messages.begin(), messages.end(),
+                             [](const test::CapturedMessage& m) { return m.type == MSG_ERROR; });
     }
     static size_t Lines(const std::string& s) { return size_t(std::count(s.begin(), s.end(), '\n')); }
 
@@ -129,9 +135,8 @@ TEST_F(VhdlCorpusElabTest, MicrowattAndItsBrokenVariants) {
     EXPECT_TRUE(Has("VHDL-1600", "is not declared")) << hier;
 
     // An entity that no library holds.
-    hier = Elaborate("microwatt", "core.vhdl", [](std::string t) {
-        return Replace(t, "entity work.icache", "entity work.icashe");
-    });
+    hier = Elaborate("microwatt", "core.vhdl",
+                     [](std::string t) { return Replace(t, "entity work.icache", "entity work.icashe"); });
     EXPECT_TRUE(Has("VHDL-1611", "entity 'icashe' is not analysed")) << hier;
     EXPECT_EQ(hier.find("core.icache_0"), std::string::npos);
 }
@@ -139,14 +144,18 @@ TEST_F(VhdlCorpusElabTest, MicrowattAndItsBrokenVariants) {
 TEST_F(VhdlCorpusElabTest, PocAndItsBrokenVariants) {
     std::string good = Elaborate("poc");
     if (good.empty()) GTEST_SKIP() << "no corpus";
-    EXPECT_NE(good.find("arith_prng_tb.UUT\tarith_prng\tarith_prng(BITS=8,SEED=\"00010010\")\trtl\n"), std::string::npos) << good;
+    EXPECT_NE(good.find("arith_prng_tb.UUT\tarith_prng\tarith_prng(BITS=8,SEED=\"00010010\")\trtl\n"),
+              std::string::npos)
+        << good;
     EXPECT_EQ(Errors(), 0u);
 
-    std::string hier = Elaborate("poc", "arith_prng_tb.vhdl", [](std::string t) { return Replace(t, "BITS\t\t=> 8", "BITZ\t\t=> 8"); });
+    std::string hier = Elaborate("poc", "arith_prng_tb.vhdl",
+                                 [](std::string t) { return Replace(t, "BITS\t\t=> 8", "BITZ\t\t=> 8"); });
     EXPECT_TRUE(Has("VHDL-1607", "'BITZ' is not a generic of 'arith_prng'")) << hier;
 
     // A generic outside its subtype: BITS is positive.
-    hier = Elaborate("poc", "arith_prng_tb.vhdl", [](std::string t) { return Replace(t, "BITS\t\t=> 8", "BITS\t\t=> 0"); });
+    hier = Elaborate("poc", "arith_prng_tb.vhdl",
+                     [](std::string t) { return Replace(t, "BITS\t\t=> 8", "BITS\t\t=> 0"); });
     EXPECT_TRUE(Has("VHDL-1602", "outside the range 1 to 2147483647 of 'positive'")) << hier;
 }
 

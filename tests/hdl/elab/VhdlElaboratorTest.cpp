@@ -18,15 +18,16 @@ namespace {
 class VhdlElaboratorTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (!test::LoadStandardLibraries()) GTEST_SKIP() << "standard libraries not arranged (scripts/assemble_data.sh)";
+        if (!test::LoadStandardLibraries())
+            GTEST_SKIP() << "standard libraries not arranged (scripts/assemble_data.sh)";
         library = test::UniquePackageName() + "_lib";
     }
 
     // Analyses the design into a library of the test's own and elaborates `top`; the
     // hierarchy as --hier prints it.
     std::string Hier(const std::string& text, const std::string& top, const ElabGenericMap& generics = {}) {
-        std::string errors = test::AnalyzeVhdl("library ieee; use ieee.std_logic_1164.all; use ieee.numeric_std.all;\n" + text,
-                                               library);
+        std::string errors =
+            test::AnalyzeVhdl("library ieee; use ieee.std_logic_1164.all; use ieee.numeric_std.all;\n" + text, library);
         EXPECT_EQ(errors, "");
         design = ElabDesign();
         test::MessageCapture capture;
@@ -43,8 +44,9 @@ protected:
         return out;
     }
     bool Has(const std::string& id, const std::string& part = "") const {
-        return std::any_of(messages.begin(), messages.end(),
-                           [&](const test::CapturedMessage& m) { return m.id == id && m.text.find(part) != std::string::npos; });
+        return std::any_of(messages.begin(), messages.end(), [&](const test::CapturedMessage& m) {
+            return m.id == id && m.text.find(part) != std::string::npos;
+        });
     }
 
     VhdlLibrary* Lib() const { return vhdl_file::GetLibrary(library.c_str()); }
@@ -192,6 +194,18 @@ end;
               "top.g.f1\tfifo\tfifo(DEPTH=4000)\trtl\n"
               "top.g.f1.mem\tram\tram(ABITS=12,INIT=\"111111111111\")\ta\n");
     EXPECT_TRUE(ok) << Ids();
+    // Values of other types as a user writes them.
+    std::string kinds = R"(
+entity kinds is
+  generic (T : time := 1 ns; R : real := 1.0; V : bit_vector(3 downto 0) := "0000"; C : character := 'a');
+end;
+architecture a of kinds is begin end;
+)";
+    EXPECT_EQ(Hier(kinds, "kinds", {{"T", "10 ns"}, {"R", "2.5"}, {"V", "x\"A\""}, {"C", "'z'"}}),
+              "kinds\tkinds\tkinds(T=10000000 fs,R=2.5,V=\"1010\",C='z')\ta\n");
+    EXPECT_TRUE(ok) << Ids();
+    Hier(kinds, "kinds", {{"T", "10 parsecs"}});
+    EXPECT_TRUE(Has("VHDL-1600", "parsecs")) << Ids();
     // A name of the generic map that the top lacks is reported, the rest applies.
     Hier(text, "top", {{"DEPTH", "8"}});
     EXPECT_TRUE(Has("VHDL-1610", "DEPTH")) << Ids();
@@ -272,6 +286,29 @@ end configuration;
     EXPECT_EQ(copy->GetOriginalUnitName(), "top");
 }
 
+TEST_F(VhdlElaboratorTest, SeveralTopsShareTheirCopies) {
+    std::string text = std::string(kLeaf) + R"(
+entity ta is end;
+architecture r of ta is begin u : entity work.leaf generic map (W => 8); end;
+entity tb is end;
+architecture r of tb is begin v : entity work.leaf generic map (W => 8); w : entity work.leaf; end;
+)";
+    test::AnalyzeVhdl(text, library);
+    ElabDesign d;
+    test::MessageCapture capture;
+    ASSERT_TRUE(VhdlElaborate(d, {{"ta", library, ""}, {"tb", library, ""}}, {}, limits));
+    ASSERT_EQ(d.tops.size(), 2u);
+    EXPECT_EQ(d.tops[0].name, "ta");
+    EXPECT_EQ(d.tops[1].name, "tb");
+    // ta, tb, leaf(W=8) once, leaf.
+    EXPECT_EQ(d.UnitCount(), 4u);
+    EXPECT_EQ(d.Unit(d.tops[0].unit).instances[0].unit, d.Unit(d.tops[1].unit).instances[0].unit);
+    std::ostringstream out;
+    ElabPrintHier(d, out);
+    EXPECT_EQ(out.str(), "ta\tta\tta\tr\nta.u\tleaf\tleaf(W=8)\ta\n"
+                         "tb\ttb\ttb\tr\ntb.v\tleaf\tleaf(W=8)\ta\ntb.w\tleaf\tleaf\ta\n");
+}
+
 TEST_F(VhdlElaboratorTest, RecursiveInstantiationWithAnEnd) {
     std::string text = R"(
 entity tree is generic (LEVELS : natural := 2); end;
@@ -291,6 +328,55 @@ end;
                                   "tree.g.r.g.l\ttree\ttree(LEVELS=0)\tr\n"
                                   "tree.g.r.g.r\ttree\ttree(LEVELS=0)\tr\n");
     EXPECT_EQ(design.UnitCount(), 3u);
+}
+
+TEST_F(VhdlElaboratorTest, GenericPackagesSizeTheStructurePerInstance) {
+    std::string text = R"(
+package gen_pkg is
+  generic (W : natural := 4);
+  constant DEPTH : natural := 2 ** W;
+  function twice(n : natural) return natural;
+end package;
+package body gen_pkg is
+  function twice(n : natural) return natural is begin return 2 * n + W; end;
+end package body;
+package p1 is new work.gen_pkg generic map (W => 1);
+entity leaf is generic (N : natural := 0); end;
+architecture a of leaf is begin end;
+entity sized is generic (WIDTH : natural := 1); end;
+architecture rtl of sized is
+  package local is new work.gen_pkg generic map (W => WIDTH);
+begin
+  cells : for i in 1 to local.DEPTH generate
+    u : entity work.leaf generic map (N => local.twice(i));
+  end generate;
+end;
+use work.p1.all;
+entity top is end;
+architecture rtl of top is
+begin
+  g : for i in 1 to DEPTH generate u : entity work.leaf generic map (N => twice(i)); end generate;
+  s2 : entity work.sized generic map (WIDTH => 2);
+  s1 : entity work.sized generic map (WIDTH => 1);
+end;
+)";
+    EXPECT_EQ(Hier(text, "top"), "top\ttop\ttop\trtl\n"
+                                 "top.g[1].u\tleaf\tleaf(N=3)\ta\n"
+                                 "top.g[2].u\tleaf\tleaf(N=5)\ta\n"
+                                 "top.s2\tsized\tsized(WIDTH=2)\trtl\n"
+                                 "top.s2.cells[1].u\tleaf\tleaf(N=4)\ta\n"
+                                 "top.s2.cells[2].u\tleaf\tleaf(N=6)\ta\n"
+                                 "top.s2.cells[3].u\tleaf\tleaf(N=8)\ta\n"
+                                 "top.s2.cells[4].u\tleaf\tleaf(N=10)\ta\n"
+                                 "top.s1\tsized\tsized\trtl\n"
+                                 "top.s1.cells[1].u\tleaf\tleaf(N=3)\ta\n"
+                                 "top.s1.cells[2].u\tleaf\tleaf(N=5)\ta\n");
+    EXPECT_TRUE(ok) << Ids();
+    // A generic map of an instantiation naming no generic of the package.
+    std::string broken = text;
+    broken.replace(broken.find("generic map (W => WIDTH)"), 24, "generic map (WW => WIDTH)");
+    Hier(broken, "top");
+    EXPECT_TRUE(Has("VHDL-1607", "'WW' is not a generic of 'gen_pkg'")) << Ids();
 }
 
 TEST_F(VhdlElaboratorTest, MistakesAreReportedAndTheRestElaborates) {
@@ -327,6 +413,52 @@ end;
     EXPECT_TRUE(Has("VHDL-1609")) << Ids();
     // What does elaborate is still there.
     EXPECT_NE(hier.find("top.fine\tleaf\tleaf(W=3)\ta\n"), std::string::npos) << hier;
+}
+
+TEST_F(VhdlElaboratorTest, AUnitThatInstantiatesItselfWithTheSameGenerics) {
+    std::string text = R"(
+entity selfish is generic (N : natural := 1); end;
+architecture r of selfish is begin
+  again : entity work.selfish generic map (N => N);
+end;
+)";
+    EXPECT_EQ(Hier(text, "selfish"), "selfish\tselfish\tselfish\tr\n");
+    EXPECT_TRUE(Has("VHDL-1609", "'selfish' instantiates itself with the same generics")) << Ids();
+}
+
+TEST_F(VhdlElaboratorTest, TheListingStopsAtALoop) {
+    ElabDesign d;
+    ElabUnit a;
+    a.language = ElabLanguage::Verilog;
+    a.module = a.copyName = "a";
+    ElabUnitId ia = d.Add(a);
+    ElabUnit b = a;
+    b.module = b.copyName = "b";
+    ElabUnitId ib = d.Add(b);
+    d.Unit(ia).instances.push_back({"ub", ib});
+    d.Unit(ib).instances.push_back({"ua", ia});
+    d.tops.push_back({"a", ia});
+    std::ostringstream out;
+    ElabPrintHier(d, out);
+    EXPECT_EQ(out.str(), "a\ta\ta\na.ub\tb\tb\na.ub.ua\ta\ta\n");
+}
+
+TEST_F(VhdlElaboratorTest, NestedGeneratesStopAtTheStatementBound) {
+    limits.statements = 5000;
+    std::string text = R"(
+entity top is end;
+architecture rtl of top is begin
+  a : for i in 0 to 99 generate
+    b : for j in 0 to 99 generate
+      c : for k in 0 to 99 generate
+      end generate;
+    end generate;
+  end generate;
+end;
+)";
+    Hier(text, "top");
+    EXPECT_FALSE(ok);
+    EXPECT_TRUE(Has("VHDL-1612", "more than 5000 statements")) << Ids();
 }
 
 TEST_F(VhdlElaboratorTest, GenericWithoutValueAndMissingArchitecture) {

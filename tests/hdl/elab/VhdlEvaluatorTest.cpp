@@ -31,7 +31,8 @@ TEST_F(VhdlEvaluatorTest, IntegerMistakesAreErrors) {
     EXPECT_EQ(Value("constant c : integer := 2 ** 31;", "c").substr(0, 16), "error VHDL-1602:");
     EXPECT_EQ(Value("constant c : integer := (2 ** 62) * 4 / 8;", "c").substr(0, 16), "error VHDL-1602:");
     EXPECT_EQ(Value("constant c : integer := c + 1;", "c").substr(0, 16), "error VHDL-1600:");
-    EXPECT_EQ(Value("constant c : integer := undefined_name;", "c"), "error VHDL-1600: 'undefined_name' is not declared");
+    EXPECT_EQ(Value("constant c : integer := undefined_name;", "c"),
+              "error VHDL-1600: 'undefined_name' is not declared");
 }
 
 TEST_F(VhdlEvaluatorTest, RealsAndConversions) {
@@ -58,7 +59,8 @@ TEST_F(VhdlEvaluatorTest, EnumerationsAndTheirAttributes) {
     EXPECT_EQ(Value("constant c : character := character'val(97);", "c"), "'a'");
     EXPECT_EQ(Value("type st is (idle, run, stop); constant c : st := st'succ(st'low);", "c"), "run");
     EXPECT_EQ(Value("type st is (idle, run, stop); constant c : st := st'high;", "c"), "stop");
-    EXPECT_EQ(Value("type st is (idle, run, stop); constant c : st := st'pred(idle);", "c").substr(0, 16), "error VHDL-1602:");
+    EXPECT_EQ(Value("type st is (idle, run, stop); constant c : st := st'pred(idle);", "c").substr(0, 16),
+              "error VHDL-1602:");
     EXPECT_EQ(Value("type st is (idle, run, stop); constant c : string := st'image(run) & std_logic'image('Z');", "c"),
               "\"run'Z'\"");
     EXPECT_EQ(Value("type st is (idle, run, stop); constant c : st := st'value(\" STOP \");", "c"), "stop");
@@ -87,8 +89,9 @@ TEST_F(VhdlEvaluatorTest, ArraysStringsAndAggregates) {
               "error VHDL-1603:");
     EXPECT_EQ(Value("constant c : boolean := \"abc\" < \"abd\" and \"abc\" /= \"ab\";", "c"), "true");
     // An element of the array's own type supplies several elements (2008).
-    EXPECT_EQ(Value("constant a : bit_vector(1 to 2) := \"10\"; constant c : bit_vector(1 to 4) := (a, '0', '1');", "c"),
-              "\"1001\"");
+    EXPECT_EQ(
+        Value("constant a : bit_vector(1 to 2) := \"10\"; constant c : bit_vector(1 to 4) := (a, '0', '1');", "c"),
+        "\"1001\"");
 }
 
 TEST_F(VhdlEvaluatorTest, RecordsAndQualifiedExpressions) {
@@ -105,13 +108,16 @@ TEST_F(VhdlEvaluatorTest, RecordsAndQualifiedExpressions) {
 }
 
 TEST_F(VhdlEvaluatorTest, NumericStdFunctionsAndOperators) {
-    EXPECT_EQ(Value("constant c : std_logic_vector(3 downto 0) := std_logic_vector(to_unsigned(5, 4));", "c"), "\"0101\"");
+    EXPECT_EQ(Value("constant c : std_logic_vector(3 downto 0) := std_logic_vector(to_unsigned(5, 4));", "c"),
+              "\"0101\"");
     EXPECT_EQ(Value("constant c : signed(7 downto 0) := resize(signed'(\"1010\"), 8);", "c"), "\"11111010\"");
     EXPECT_EQ(Value("constant c : unsigned(3 downto 0) := unsigned'(\"0011\") + 1;", "c"), "\"0100\"");
     EXPECT_EQ(Value("constant c : unsigned(7 downto 0) := unsigned'(x\"0F\") * unsigned'(x\"3\");", "c").substr(0, 16),
               "error VHDL-1603:");
-    EXPECT_EQ(Value("constant c : unsigned(11 downto 0) := unsigned'(x\"0F\") * unsigned'(x\"3\");", "c"), "\"000000101101\"");
-    EXPECT_EQ(Value("constant c : integer := to_integer(signed'(\"1110\")) + to_integer(unsigned'(\"1110\"));", "c"), "12");
+    EXPECT_EQ(Value("constant c : unsigned(11 downto 0) := unsigned'(x\"0F\") * unsigned'(x\"3\");", "c"),
+              "\"000000101101\"");
+    EXPECT_EQ(Value("constant c : integer := to_integer(signed'(\"1110\")) + to_integer(unsigned'(\"1110\"));", "c"),
+              "12");
     EXPECT_EQ(Value("constant c : boolean := unsigned'(\"0100\") > 3 and signed'(\"1100\") < 0;", "c"), "true");
     EXPECT_EQ(Value("constant c : unsigned(3 downto 0) := shift_left(unsigned'(\"0011\"), 2);", "c"), "\"1100\"");
     EXPECT_EQ(Value("constant c : std_logic_vector(3 downto 0) := \"0101\" and \"0011\";", "c"), "\"0001\"");
@@ -136,8 +142,9 @@ TEST_F(VhdlEvaluatorTest, PredefinedFunctionsOf2008) {
 }
 
 TEST_F(VhdlEvaluatorTest, DeferredConstantsTakeTheirValueFromTheBody) {
-    EXPECT_EQ(Value("constant depth : natural; constant c : natural := depth * 2;", "c", "constant depth : natural := 21;"),
-              "42");
+    EXPECT_EQ(
+        Value("constant depth : natural; constant c : natural := depth * 2;", "c", "constant depth : natural := 21;"),
+        "42");
 }
 
 } // namespace

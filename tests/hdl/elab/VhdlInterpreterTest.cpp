@@ -87,7 +87,10 @@ TEST_F(VhdlInterpreterTest, RecursiveFunctions) {
     std::string d = "function fact(n : natural) return natural; function fib(n : natural) return natural;";
     std::string b = R"(
 function fact(n : natural) return natural is begin if n = 0 then return 1; end if; return n * fact(n - 1); end;
-function fib(n : natural) return natural is begin if n < 2 then return n; else return fib(n - 1) + fib(n - 2); end if; end;
+function fib(n : natural) return natural is
+begin
+  if n < 2 then return n; else return fib(n - 1) + fib(n - 2); end if;
+end;
 )";
     EXPECT_EQ(Value(d + "constant c : natural := fact(10);", "c", b), "3628800");
     EXPECT_EQ(Value(d + "constant c : natural := fib(15);", "c", b), "610");
@@ -243,10 +246,12 @@ begin
   return n;
 end;
 )";
-    EXPECT_EQ(Value(d + "constant c : natural := spin(1);", "c", b), "error VHDL-1604: loop runs past 10000 iterations");
+    EXPECT_EQ(Value(d + "constant c : natural := spin(1);", "c", b),
+              "error VHDL-1604: loop runs past 10000 iterations");
     EXPECT_EQ(Value(d + "constant c : integer := down(3);", "c", b).substr(0, 16), "error VHDL-1605:");
     EXPECT_EQ(Value(d + "constant c : natural := half(3);", "c", b).substr(0, 16), "error VHDL-1601:");
-    EXPECT_EQ(Value(d + "constant c : natural := noret(2);", "c", b), "error VHDL-1606: function 'noret' ends without return");
+    EXPECT_EQ(Value(d + "constant c : natural := noret(2);", "c", b),
+              "error VHDL-1606: function 'noret' ends without return");
     EXPECT_EQ(Value(d + "constant c : natural := checked(9);", "c", b),
               "error VHDL-1474: assertion failure: depth must stay below 8");
     EXPECT_EQ(Value(d + "constant c : natural := checked(5);", "c", b), "5");
@@ -292,22 +297,29 @@ function cycles(t : time; f : freq) return natural is begin return natural(t * f
 
 TEST_F(VhdlInterpreterTest, OverloadsFromSeveralPackagesChosenByType) {
     std::string first = test::UniquePackageName();
-    std::string other = "package " + first + " is\n"
-                        "  function ite(c : boolean; a, b : integer) return integer;\n"
-                        "  function ite(c : boolean; a, b : string) return string;\n"
-                        "end package;\n"
-                        "package body " + first + " is\n"
-                        "  function ite(c : boolean; a, b : integer) return integer is begin if c then return a; end if; return b; end;\n"
-                        "  function ite(c : boolean; a, b : string) return string is begin if c then return a; end if; return b; end;\n"
-                        "end package body;\n";
+    std::string other =
+        "package " + first +
+        " is\n"
+        "  function ite(c : boolean; a, b : integer) return integer;\n"
+        "  function ite(c : boolean; a, b : string) return string;\n"
+        "end package;\n"
+        "package body " +
+        first +
+        " is\n"
+        "  function ite(c : boolean; a, b : integer) return integer is begin if c then return a; end if; return b; "
+        "end;\n"
+        "  function ite(c : boolean; a, b : string) return string is begin if c then return a; end if; return b; end;\n"
+        "end package body;\n";
     ASSERT_EQ(test::AnalyzeVhdl(other), "");
     // The test package adds an ite of its own for times; its body uses all three.
     std::string d = "function pick(n : natural) return string;";
-    std::string b = "function ite(c : boolean; a, b : time) return time is begin if c then return a; end if; return b; end;\n"
-                    "function pick(n : natural) return string is begin\n"
-                    "  if ite(n > 2, 5 ns, 1 ns) > 2 ns then return ite(n > 3, \"four\", \"three\") & integer'image(ite(true, n, 0)); end if;\n"
-                    "  return \"small\";\n"
-                    "end;";
+    std::string b =
+        "function ite(c : boolean; a, b : time) return time is begin if c then return a; end if; return b; end;\n"
+        "function pick(n : natural) return string is begin\n"
+        "  if ite(n > 2, 5 ns, 1 ns) > 2 ns then return ite(n > 3, \"four\", \"three\") & integer'image(ite(true, n, "
+        "0)); end if;\n"
+        "  return \"small\";\n"
+        "end;";
     std::string text = "use work." + first + ".all;\n" + d;
     EXPECT_EQ(Value(text + "constant c : string := pick(3);", "c", b), "\"three3\"");
     EXPECT_EQ(Value(text + "constant c : string := pick(1);", "c", b), "\"small\"");
