@@ -178,8 +178,15 @@ public:
                 nodes_.push_back(n);
             }
         }
+        // What was read from a deciphered protected region stays in memory: a saved
+        // file would hold it in clear.
+        SourceLineMap protectedLines = Message::GetSourceLineMap();
         for (VhdlTreeNode* n : nodes_) {
             const ColLineFile& loc = n->Linefile();
+            uint32_t sourceLine = 0;
+            const char* file = protectedLines ? LineFile::GetFileNameFromId(loc.fileId) : nullptr;
+            if (file && protectedLines(file, loc.leftLine, &sourceLine))
+                throw StoreError("it comes from a protected region of " + std::string(file) + ", which is not saved");
             records_.u64(fileIndex(loc.fileId));
             records_.u64(loc.leftLine);
             records_.u64(loc.leftCol);
@@ -546,9 +553,13 @@ private:
             throw StoreError("the nodes do not form a tree");
         depth_[i] = depth_[current_] + 1;
         if (depth_[i] > kMaxDepth) throw StoreError("the tree is nested too deeply");
-        auto* node = dynamic_cast<T*>(nodes_[i]);
-        if (!node) throw StoreError("a child of the wrong kind");
-        return node;
+        if constexpr (std::is_same_v<T, VhdlTreeNode>) {
+            return nodes_[i];
+        } else {
+            auto* node = dynamic_cast<T*>(nodes_[i]);
+            if (!node) throw StoreError("a child of the wrong kind");
+            return node;
+        }
     }
 
     template <class T>
@@ -692,11 +703,21 @@ const std::vector<ClassCodec>& Codecs() {
     return all;
 }
 
+// Class ids share their high bits; the low ones index a table.
 const ClassCodec& CodecOf(uint32_t id) {
-    const std::vector<ClassCodec>& all = Codecs();
-    auto it = std::lower_bound(all.begin(), all.end(), id, [](const ClassCodec& c, uint32_t i) { return c.id < i; });
-    if (it == all.end() || it->id != id) throw StoreError("a node of unknown class");
-    return *it;
+    static const std::vector<const ClassCodec*> table = [] {
+        std::vector<const ClassCodec*> t;
+        for (const ClassCodec& c : Codecs()) {
+            if ((c.id & 0xfff00000u) != (Codecs().front().id & 0xfff00000u)) throw StoreError("class ids out of range");
+            const size_t slot = c.id & 0xfffffu;
+            if (t.size() <= slot) t.resize(slot + 1, nullptr);
+            t[slot] = &c;
+        }
+        return t;
+    }();
+    const size_t slot = id & 0xfffffu;
+    if (slot >= table.size() || !table[slot] || table[slot]->id != id) throw StoreError("a node of unknown class");
+    return *table[slot];
 }
 
 // ---------------------------------------------------------------- library directories

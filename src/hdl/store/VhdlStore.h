@@ -21,7 +21,9 @@ struct VhdlStore {
     // The file name of a unit of that key (the name as compared), without directory.
     static std::string FileName(const std::string& key);
     // The saved form of a primary unit with its secondary units, enciphered when a
-    // cipher is given; throws StoreError when a link leads out of every library unit.
+    // cipher is given; throws StoreError when a link leads out of every library unit,
+    // or when a node lies in a deciphered protected region (the line map registered
+    // with Message tells).
     static std::string Encode(VhdlPrimaryUnit& unit, Protect* cipher);
     // Reads a saved form of the unit `key` into `library` and returns the unit, now
     // stored there with its secondary units, or throws StoreError; the library is left
