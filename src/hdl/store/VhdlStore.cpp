@@ -168,6 +168,10 @@ public:
     explicit Saver(VhdlPrimaryUnit& unit) : unit_(unit) {}
 
     std::string run() {
+        // A copy shares its subtrees with its original; elaboration makes it again.
+        if (!unit_.GetOriginalUnitName().empty())
+            throw StoreError("it is a copy that elaboration made of unit '" +
+                             std::string(unit_.GetOriginalUnitName()) + "'; copies are not saved");
         std::vector<VhdlDesignUnit*> units{&unit_};
         for (VhdlSecondaryUnit* s : unit_.GetSecondaryUnits()) units.push_back(s);
         std::vector<uint32_t> roots;
@@ -601,7 +605,7 @@ private:
                                  (d.place.secondary.empty() ? "" : "(" + d.place.secondary + ")");
         VhdlPrimaryUnit* primary = nullptr;
         for (const Session::Loading& l : session_.loading)
-            if (l.library == d.place.library && l.key == d.place.primary) primary = l.unit;
+            if (l.library == KeyOf(d.place.library) && l.key == KeyOf(d.place.primary)) primary = l.unit;
         if (!primary) {
             VhdlLibrary* lib = vhdl_file::GetLibrary(d.place.library.c_str());
             primary = lib ? lib->GetPrimUnit(d.place.primary.c_str()) : nullptr;
@@ -613,7 +617,7 @@ private:
             for (const Session::Loading& l : session_.loading)
                 if (l.unit == primary)
                     for (VhdlDesignUnit* u : l.units)
-                        if (u != primary && KeyOf(u->Name()) == d.place.secondary) unit = u;
+                        if (u != primary && KeyOf(u->Name()) == KeyOf(d.place.secondary)) unit = u;
             if (!unit) unit = primary->GetSecondaryUnit(d.place.secondary.c_str());
             if (!unit) throw StoreError("it needs unit " + name + ", which is not there");
         }

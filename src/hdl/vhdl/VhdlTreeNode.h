@@ -37,7 +37,8 @@ public:
     // The members that are no children but belong to the tree all the same, so that a
     // saved and restored tree has them: back-links (resolved references, declarations,
     // bindings) and what the parser notes beside the fields. None by default; a class
-    // that adds such members lists them after its base's (std::tuple_cat).
+    // that adds such members lists them after its base's (std::tuple_cat). What
+    // elaboration adds (copies, elaborated statements) is made again, not listed.
     auto Links() { return std::tuple<>(); }
 
     const ColLineFile& Linefile() const { return loc_; }

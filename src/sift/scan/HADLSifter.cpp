@@ -177,6 +177,8 @@ void HADLSifter::compileDump(const std::string& outDir) {
         // Copied: a save may restore units, and with them grow the list.
         const std::vector<hdl::VhdlPrimaryUnit*> units = library->PrimaryUnits();
         for (hdl::VhdlPrimaryUnit* unit : units) {
+            // Elaboration's copies are made again by the runs that need them.
+            if (!unit->GetOriginalUnitName().empty()) continue;
             const std::string name(unit->Name());
             // A component package stands for its library: the library is saved whole.
             if (name == "vcomponents") {

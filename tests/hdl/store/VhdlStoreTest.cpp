@@ -447,7 +447,14 @@ TEST_F(BrokenFiles, SavingNeedsAUnitAndADirectory) {
     std::ofstream(scratch.dir + "/e.vhd") << "entity e is end;\n";
     vhdl_file::Analyze((scratch.dir + "/e.vhd").c_str(), "work", VHDL_93);
     EXPECT_FALSE(vhdl_file::Save("work", "e"));
-    ASSERT_EQ(gMessages.size(), 3u);
+    // A copy that elaboration made is not saved.
+    vhdl_file::SetDefaultLibraryPath(scratch.dir.c_str());
+    vhdl_file::GetLibrary("work")->GetPrimUnit("e")->originalName = "orig";
+    EXPECT_FALSE(vhdl_file::Save("work", "e"));
+    ASSERT_EQ(gMessages.size(), 4u);
+    EXPECT_EQ(gMessages[3],
+              "VHDL-1701 cannot save unit 'e' of library 'work': it is a copy that elaboration made of unit 'orig'; "
+              "copies are not saved");
     EXPECT_EQ(gMessages[0], "VHDL-1701 cannot save unit 'std_logic_1164' of library 'ieee': there is no such unit");
     EXPECT_EQ(gMessages[1], "VHDL-1701 cannot save library 'nowhere': there is no such library");
     EXPECT_EQ(gMessages[2],
