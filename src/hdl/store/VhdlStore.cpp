@@ -28,12 +28,13 @@ constexpr unsigned kMaxNesting = 256;
 
 // ---------------------------------------------------------------- member kinds
 
+// The kinds of members, as the trees' field machinery tells them apart
+// (hdl/base/TreeFields.h): children (node pointers and lists of them) and plain values
+// in field lists, links in Links().
 template <class F>
-constexpr bool IsNode = std::is_pointer_v<F> && std::is_base_of_v<VhdlTreeNode, std::remove_pointer_t<F>>;
+constexpr bool IsNode = tree::IsNode<VhdlTreeTraits, F>;
 template <class F>
-struct IsList : std::false_type {};
-template <class T>
-struct IsList<VhdlArray<T>> : std::true_type {};
+using IsList = tree::IsList<F>;
 
 // Classes that declare their own class id (VHDL_NODE), as opposed to abstract bases.
 template <class C, class = void>
@@ -49,6 +50,7 @@ constexpr uint64_t KindTag() {
     else if constexpr (std::is_same_v<F, bool>) return 4;
     else if constexpr (std::is_integral_v<F> && std::is_unsigned_v<F>) return 5;
     else if constexpr (std::is_integral_v<F>) return 6;
+    // A back-link belongs in Links(), not in the field list as HDL_LINK.
     else static_assert(sizeof(F) == 0, "a member kind that saved libraries cannot hold");
 }
 
@@ -665,19 +667,19 @@ ClassCodec CodecFor() {
     c.id = C::kClassId;
     c.make = [](Arena& a) -> VhdlTreeNode* { return a.make<C>(); };
     c.children = [](VhdlTreeNode& n, std::vector<VhdlTreeNode*>& out) {
-        std::apply([&](auto&... f) { (AddChildren(f, out), ...); }, static_cast<C&>(n).Fields());
+        std::apply([&](auto&&... f) { (AddChildren(f, out), ...); }, static_cast<C&>(n).Fields());
     };
     c.print = [](VhdlTreeNode& n, uint64_t h) {
-        std::apply([&](auto&... f) { ((h = PrintField(f, h)), ...); }, static_cast<C&>(n).Fields());
+        std::apply([&](auto&&... f) { ((h = PrintField(f, h)), ...); }, static_cast<C&>(n).Fields());
         return h;
     };
     c.save = [](Saver& s, VhdlTreeNode& n) {
-        std::apply([&](auto&... f) { (s.field(f, false), ...); }, static_cast<C&>(n).Fields());
-        std::apply([&](auto&... f) { (s.field(f, true), ...); }, static_cast<C&>(n).Links());
+        std::apply([&](auto&&... f) { (s.field(f, false), ...); }, static_cast<C&>(n).Fields());
+        std::apply([&](auto&&... f) { (s.field(f, true), ...); }, static_cast<C&>(n).Links());
     };
     c.load = [](Loader& l, VhdlTreeNode& n) {
-        std::apply([&](auto&... f) { (l.field(f, false), ...); }, static_cast<C&>(n).Fields());
-        std::apply([&](auto&... f) { (l.field(f, true), ...); }, static_cast<C&>(n).Links());
+        std::apply([&](auto&&... f) { (l.field(f, false), ...); }, static_cast<C&>(n).Fields());
+        std::apply([&](auto&&... f) { (l.field(f, true), ...); }, static_cast<C&>(n).Links());
     };
     c.shape = [](uint64_t h) {
         using FieldTuple = decltype(std::declval<C&>().Fields());
