@@ -5,5 +5,6 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh
 scripts/assemble_data.sh
 scripts/build.sh build
+scripts/precompile_stdlibs.sh build/sift
 cd examples
 LOOM_DATADIR="$PWD/../data" ../build/sift run.tcl

@@ -8,5 +8,6 @@ scripts/assemble_data.sh
 dir=build type=RelWithDebInfo
 if [[ "${1:-}" == "--asan" ]]; then dir=build-asan type=Asan; fi
 scripts/build.sh "$dir" "$type"
+scripts/precompile_stdlibs.sh "$dir/sift"
 cd "$dir"
 ctest --output-on-failure -j"$(nproc)"

@@ -116,6 +116,24 @@ TEST_F(ProtectedSource, KeyedEnvelopeIsReadClearTextAlwaysIs) {
     EXPECT_TRUE(closed.db.status.isParseDone);
 }
 
+// Units read from a deciphered envelope are not written into saved libraries.
+TEST_F(ProtectedSource, CompileDumpLeavesProtectedUnitsOut) {
+    const std::string vhd = maker->protect("dump.vhd", kVhdlHead + kVhdlBody, {"acme"}, "--keep-head 2 --style vhdl");
+    const std::string out = maker->dir + "/dumped";
+    writeFile(maker->dir + "/dump.tcl", "sf -skip_std_vhdl_libs\nsf -add_vhdl93 work " + vhd +
+                                            "\nsf -parse\nsf -compile_dump -outdir " + out + "\n");
+    ::setenv("LOOM_KEYRING", maker->ring().c_str(), 1);
+    SiftResult r = runSift((maker->dir + "/dump.tcl").c_str());
+    ::unsetenv("LOOM_KEYRING");
+    EXPECT_EQ(r.status, 0);
+    EXPECT_TRUE(boost::filesystem::is_regular_file(out + "/work/top.vdb"));
+    EXPECT_FALSE(boost::filesystem::exists(out + "/work/secret_core.vdb"));
+    EXPECT_NE(r.out.find("cannot save unit 'secret_core' of library 'work': it comes from a protected region of " +
+                         vhd + ", which is not saved"),
+              std::string::npos)
+        << r.out;
+}
+
 TEST_F(ProtectedSource, RightsThatDenyAnalysisKeepTheEnvelopeClosed) {
     const std::string v = maker->protect("b.v", kVerilogHead + kVerilogBody, {"acme"},
                                          "--keep-head 3 --control 'decryption=(activity==analysis) ? \"false\" : \"true\"'");

@@ -129,6 +129,7 @@ void Message::ResetAllMessageTypes() {
 void Message::RegisterCallBackMsg(MsgCallBack callback) { state().callback = callback; }
 MsgCallBack Message::GetCallBackMsg() { return state().callback; }
 void Message::RegisterSourceLineMap(SourceLineMap map) { state().lineMap = map; }
+SourceLineMap Message::GetSourceLineMap() { return state().lineMap; }
 
 void Message::ClearErrorCount() { state().errorCount = 0; }
 uint32_t Message::ErrorCount() { return state().errorCount; }

@@ -63,6 +63,7 @@ public:
     // text only an error is printed, as "Invalid code in protected region", so that
     // the protected source is never quoted. A callback does its own mapping.
     static void RegisterSourceLineMap(SourceLineMap map);
+    static SourceLineMap GetSourceLineMap();
     static MsgCallBack GetCallBackMsg();
 
     static void ClearErrorCount();

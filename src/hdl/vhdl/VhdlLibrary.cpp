@@ -38,6 +38,7 @@ struct State {
     std::vector<VhdlReplacedUnit> replaced;
     std::vector<std::unique_ptr<AnalysedFile>> files;
     bool ignoreTranslateOff = false;
+    VhdlUnitSource* source = nullptr;
 };
 
 State& S() {
@@ -60,11 +61,15 @@ std::string_view PrimaryNameOf(VhdlSecondaryUnit* unit) {
 
 } // namespace
 
-VhdlPrimaryUnit* VhdlLibrary::GetPrimUnit(const char* name, bool, bool caseInsensitive) const {
+VhdlPrimaryUnit* VhdlLibrary::GetPrimUnit(const char* name, bool restore, bool caseInsensitive) const {
     if (!name) return nullptr;
-    auto it = index_.find(Key(name, true));
-    if (it == index_.end()) return nullptr;
-    VhdlPrimaryUnit* unit = units_[it->second];
+    std::string key = Key(name, true);
+    auto it = index_.find(key);
+    VhdlPrimaryUnit* unit = nullptr;
+    if (it != index_.end()) unit = units_[it->second];
+    // Restoring fills the library as analysis would have: a look-up that finds it.
+    else if (restore && S().source) unit = S().source->Restore(const_cast<VhdlLibrary&>(*this), key);
+    if (!unit) return nullptr;
     if (!caseInsensitive && UnitName(unit) != name) return nullptr;
     return unit;
 }
@@ -86,6 +91,13 @@ VhdlPrimaryUnit* VhdlLibrary::AddPrimUnit(VhdlPrimaryUnit* unit) {
 }
 
 Protect* vhdl_file::_protect = nullptr;
+
+void vhdl_file::SetUnitSource(VhdlUnitSource* source) { S().source = source; }
+
+Arena& vhdl_file::NewTreeArena() {
+    S().files.push_back(std::make_unique<AnalysedFile>());
+    return S().files.back()->arena;
+}
 
 void vhdl_file::RegisterFlexStreamCallBack(StreamCallBack callback) { S().callback = callback; }
 StreamCallBack vhdl_file::GetFlexStreamCallBack() { return S().callback; }
@@ -127,6 +139,8 @@ void vhdl_file::Reset() {
     s.replaced.clear();
     s.ignoreTranslateOff = false;
     s.callback = nullptr;
+    if (s.source) s.source->Forget();
+    s.source = nullptr;
     s.files.clear();
     _protect = nullptr;
     VhdlResolverForget();

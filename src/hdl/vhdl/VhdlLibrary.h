@@ -6,12 +6,27 @@
 #include <unordered_map>
 #include <vector>
 
+#include "hdl/base/Arena.h"
 #include "hdl/base/Protect.h"
 #include "hdl/base/SourceStream.h"
 #include "hdl/vhdl/VhdlTokens.h"
 #include "hdl/vhdl/VhdlTree.h"
 
 namespace hdl {
+
+class VhdlLibrary;
+
+// Where units of a library come from besides analysis (saved libraries): asked when a
+// look-up finds no unit of the name in memory.
+class VhdlUnitSource {
+public:
+    virtual ~VhdlUnitSource() = default;
+    // Stores the primary unit of `key` (the name as compared) with its secondary units
+    // in `library` and returns it; null when there is none.
+    virtual VhdlPrimaryUnit* Restore(VhdlLibrary& library, const std::string& key) = 0;
+    // The libraries are being forgotten, and so is what the source knows of them.
+    virtual void Forget() = 0;
+};
 
 // A named library: primary units in order of (first) analysis, each with its
 // secondary units.
@@ -20,8 +35,8 @@ public:
     explicit VhdlLibrary(std::string name) : name_(std::move(name)) {}
 
     const std::string& Name() const { return name_; }
-    // By name, without regard to case for basic identifiers. `restore` is accepted for
-    // callers that ask for precompiled units; nothing is restored from disk yet.
+    // By name, without regard to case for basic identifiers. With `restore`, a unit not
+    // in memory is asked of the unit source (a saved library), if there is one.
     VhdlPrimaryUnit* GetPrimUnit(const char* name, bool restore = true, bool caseInsensitive = true) const;
     const std::vector<VhdlPrimaryUnit*>& PrimaryUnits() const { return units_; }
     // Stores the unit, replacing one of the same name; returns the replaced unit.
@@ -84,6 +99,22 @@ public:
     // While set, saved libraries are enciphered with it, and enciphered ones can be
     // loaded. Not owned.
     static Protect* _protect;
+
+    // Not owned; forgotten (and told to forget) by Reset.
+    static void SetUnitSource(VhdlUnitSource* source);
+    // An arena that lives as long as the libraries, for trees that are not analysed
+    // from a file (restored ones).
+    static Arena& NewTreeArena();
+
+    // Saved libraries; defined by the store (src/hdl/store, library hdl_store). A
+    // library is saved to and restored from its own directory, by default `path`/<name>.
+    // Units are restored when a look-up asks for them.
+    static void SetDefaultLibraryPath(const char* path);
+    static void AddLibraryPath(const char* library, const char* path);
+    // Writes a primary unit with its secondary units, or every primary unit of a
+    // library; false, with a message, when something could not be written.
+    static bool Save(const char* library, const char* unit);
+    static bool SaveLib(const char* library);
 };
 
 } // namespace hdl

@@ -55,5 +55,9 @@ inline constexpr const char* kElabConfiguration = "VHDL-1611"; // error: a confi
 inline constexpr const char* kElabSteps = "VHDL-1612";       // error: the evaluation step bound is reached
 inline constexpr const char* kElabNoTop = "VHDL-1613";       // error: a top that no library holds
 
+// Saved libraries.
+inline constexpr const char* kStoreUnreadable = "VHDL-1700";   // error: a saved unit cannot be restored
+inline constexpr const char* kStoreUnwritable = "VHDL-1701";   // error: a unit cannot be saved
+
 } // namespace vhdl_msg
 } // namespace hdl

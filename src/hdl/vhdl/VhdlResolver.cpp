@@ -884,6 +884,7 @@ private:
         return target;
     }
 
+public:
     // A library identifier for a library that no clause declared (work, std). These
     // live for the process, as the trees that refer to them do.
     static VhdlIdDef* LibraryId(const std::string& key) {
@@ -898,6 +899,7 @@ private:
         return id;
     }
 
+private:
     VhdlLibrary* LibraryOf(VhdlIdDef* id) {
         if (!id || id->GetClassId() != VhdlLibraryId::kClassId) return nullptr;
         std::string key = Key(id->OrigName());
@@ -1222,6 +1224,8 @@ private:
 void VhdlDeclaredIds(VhdlTreeNode* decl, std::vector<VhdlIdDef*>& out) { DeclaredIds(decl, out); }
 
 void VhdlResolverForget() { PackageIndexes().clear(); }
+
+VhdlIdDef* VhdlImplicitLibraryId(const std::string& key) { return Resolver::LibraryId(key); }
 
 void VhdlResolveUnit(VhdlDesignUnit* unit, VhdlLibrary* library) {
     if (!unit || !library) return;

@@ -4,6 +4,7 @@
 // message, since VHDL binds late (units may be analysed after their users).
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "hdl/vhdl/VhdlTree.h"
@@ -22,5 +23,9 @@ void VhdlDeclaredIds(VhdlTreeNode* decl, std::vector<VhdlIdDef*>& out);
 
 // Drops what resolution keeps about analysed trees; called when the trees are freed.
 void VhdlResolverForget();
+
+// The library identifier that references to a library no clause declares (work, std)
+// resolve to: one per key (lower case), living for the process.
+VhdlIdDef* VhdlImplicitLibraryId(const std::string& key);
 
 } // namespace hdl

@@ -37,6 +37,7 @@ class VhdlIdDef : public VhdlTreeNode {
     // runtime flag "vhdl_preserve_id_case" was set at analysis (VhdlNames.h).
     std::string_view Name() const { return name; }
     bool IsExtended() const { return !origName.empty() && origName[0] == '\\'; }
+    auto Links() { return std::tie(name, declaration, owningUnit); }
 
     std::string_view origName;
     std::string_view name;
@@ -96,6 +97,7 @@ class VhdlIdRef : public VhdlName {
     // True when the name is overloaded and neither the number of actuals nor the named
     // formals told one declaration apart; `resolved` is then the first one visible.
     bool IsAmbiguous() const { return ambiguous; }
+    auto Links() { return std::tie(resolved, ambiguous); }
     std::string_view text;
     VhdlIdDef* resolved = nullptr;
     bool ambiguous = false;
@@ -647,6 +649,7 @@ class VhdlEntityAspect : public VhdlTreeNode {
 class VhdlBindingIndication : public VhdlTreeNode {
     VHDL_NODE(VhdlBindingIndication, BINDINGINDICATION)
     VHDL_FIELDS(entityAspect, genericMap, portMap)
+    auto Links() { return std::tie(hasGenericMap, hasPortMap); }
     VhdlEntityAspect* entityAspect = nullptr;
     VhdlNodeList genericMap;
     VhdlNodeList portMap;
@@ -830,6 +833,7 @@ class VhdlComponentInstantiationStatement : public VhdlStatement {
     std::string_view GetLibraryName() const;
     std::string_view GetEntityName() const;
     std::string_view GetArchitectureName() const;
+    auto Links() { return std::tie(instantiated, boundEntity, boundArchitecture, boundConfiguration, binding); }
     VhdlName* unit = nullptr;
     VhdlNodeList genericMap;
     VhdlNodeList portMap;
@@ -1103,6 +1107,7 @@ class VhdlBlockConfiguration : public VhdlConfigurationItem {
     VhdlComponentConfiguration* ConfigurationOf(const VhdlComponentInstantiationStatement& inst) const;
     // The nested block configurations of a block or generate statement of this block.
     std::vector<VhdlBlockConfiguration*> ConfigurationsOf(const VhdlStatement& stmt) const;
+    auto Links() { return std::tie(block); }
     VhdlName* blockSpec = nullptr;
     VhdlNodeList useClauses;
     VhdlNodeList items;
@@ -1122,6 +1127,7 @@ class VhdlComponentConfiguration : public VhdlConfigurationItem {
     VhdlPrimaryUnit* GetBoundEntity() const { return boundEntity; }
     VhdlSecondaryUnit* GetBoundArchitecture() const { return boundArchitecture; }
     VhdlConfigurationDecl* GetBoundConfiguration() const { return boundConfiguration; }
+    auto Links() { return std::tie(boundEntity, boundArchitecture, boundConfiguration); }
     VhdlComponentSpec* componentSpec = nullptr;
     VhdlBindingIndication* binding = nullptr;
     VhdlBlockConfiguration* blockConfiguration = nullptr;
@@ -1153,6 +1159,8 @@ public:
     const VhdlNodeList& GetContextClause() const { return contextClause; }
     VhdlLibrary* GetOwningLib() const { return library; }
     uint32_t GetEndLine() const { return endLine; }
+    // `library` is the library that holds the unit, set when it is stored there.
+    auto Links() { return std::tie(endLine, languageMode); }
 
     VhdlNodeList contextClause;
     VhdlIdDef* id = nullptr;
@@ -1172,6 +1180,7 @@ public:
     const std::vector<VhdlSecondaryUnit*>& GetSecondaryUnits() const { return *secondaryUnits; }
     // Adds or replaces; returns the unit replaced, if any.
     VhdlSecondaryUnit* AddSecondaryUnit(VhdlSecondaryUnit* unit);
+    auto Links() { return std::tuple_cat(VhdlDesignUnit::Links(), std::tie(lastArchitecture)); }
 
     // Of a copy that elaboration made for generic values or a configuration: the name
     // of the original unit; empty for a unit of the source.
@@ -1191,6 +1200,7 @@ class VhdlEntityDecl : public VhdlPrimaryUnit {
     const VhdlNodeList& GetPortClause() const { return ports; }
     const VhdlNodeList& GetDeclPart() const { return declarations; }
     const VhdlNodeList& GetStatementPart() const { return statements; }
+    auto Links() { return std::tuple_cat(VhdlPrimaryUnit::Links(), std::tie(hasGenericClause, hasPortClause)); }
     VhdlNodeList generics;
     VhdlNodeList ports;
     VhdlNodeList declarations;
@@ -1204,6 +1214,7 @@ class VhdlPackageDecl : public VhdlPrimaryUnit {
     VHDL_FIELDS(contextClause, id, generics, genericMap, declarations)
     const VhdlNodeList& GetGenericClause() const { return generics; }
     const VhdlNodeList& GetDeclPart() const { return declarations; }
+    auto Links() { return std::tuple_cat(VhdlPrimaryUnit::Links(), std::tie(hasGenericClause)); }
     VhdlNodeList generics;
     VhdlNodeList genericMap;
     VhdlNodeList declarations;
@@ -1225,6 +1236,7 @@ class VhdlConfigurationDecl : public VhdlPrimaryUnit {
     // The entity and the architecture of its top block, set by resolution.
     VhdlPrimaryUnit* GetEntity() const { return entity; }
     VhdlSecondaryUnit* GetArchitecture() const { return architecture; }
+    auto Links() { return std::tuple_cat(VhdlPrimaryUnit::Links(), std::tie(entity, architecture)); }
     VhdlName* entityName = nullptr;
     VhdlNodeList declarations;
     VhdlBlockConfiguration* blockConfiguration = nullptr;

@@ -34,6 +34,13 @@ public:
     virtual VhdlTreeNode* CloneNode(TreeCopier& copier) const = 0;
     virtual void RemapLinks(TreeCopier& copier) = 0;
 
+    // The members that are no children but belong to the tree all the same, so that a
+    // saved and restored tree has them: back-links (resolved references, declarations,
+    // bindings) and what the parser notes beside the fields. None by default; a class
+    // that adds such members lists them after its base's (std::tuple_cat). What
+    // elaboration adds (copies, elaborated statements) is made again, not listed.
+    auto Links() { return std::tuple<>(); }
+
     const ColLineFile& Linefile() const { return loc_; }
     void SetLinefile(const ColLineFile& loc) { loc_ = loc; }
     bool IsEqual(const VhdlTreeNode* other) const;

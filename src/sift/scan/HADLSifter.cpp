@@ -4,6 +4,7 @@
 #include <clocale>
 #include <csignal>
 
+#include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
 
 #include "hdl/base/Language.h"
@@ -153,8 +154,8 @@ void HADLSifter::setMessageTypes() {
                                                              : hdl::MSG_IGNORE);
 }
 
-// Elaboration, interface extraction, the definition/reference walk and the compile dump
-// are not built yet: their phases only move the phase number.
+// Elaboration, interface extraction and the definition/reference walk are not built
+// yet: their phases only move the phase number.
 void HADLSifter::doSkim() { hadlDoSkim(*this, HADLPrimitiveNames::getPrimitiveNames()); }
 
 void HADLSifter::doParse() { HADLParse(*this).doParse(); }
@@ -164,7 +165,30 @@ void HADLSifter::sketch() {
     sketchUnits(*this);
     computeTops(*this);
 }
-void HADLSifter::compileDump(const std::string&) {}
+void HADLSifter::compileDump(const std::string& outDir) {
+    std::string target = outDir;
+    if (target.empty()) {
+        boost::system::error_code ec;
+        target = boost::filesystem::current_path(ec).string();
+    }
+    HADLStdLibs stdLibs(*this);
+    hdl::vhdl_file::SetDefaultLibraryPath(target.c_str());
+    for (hdl::VhdlLibrary* library : hdl::vhdl_file::AllLibraries()) {
+        // Copied: a save may restore units, and with them grow the list.
+        const std::vector<hdl::VhdlPrimaryUnit*> units = library->PrimaryUnits();
+        for (hdl::VhdlPrimaryUnit* unit : units) {
+            // Elaboration's copies are made again by the runs that need them.
+            if (!unit->GetOriginalUnitName().empty()) continue;
+            const std::string name(unit->Name());
+            // A component package stands for its library: the library is saved whole.
+            if (name == "vcomponents") {
+                stdLibs.saveUnit(library->Name(), "", false);
+                break;
+            }
+            stdLibs.saveUnit(library->Name(), name, name == "math_complex" || name == "math_real");
+        }
+    }
+}
 void HADLSifter::defRefWalk(bool, bool, bool, const std::string&) {}
 
 void HADLSifter::serializeOnCrash() {

@@ -5,6 +5,7 @@
 #include "hdl/base/Language.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
+#include "sift/scan/CorvidProtectAES.h"
 #include "sift/scan/HADLDataDir.h"
 #include "sift/scan/HADLSifter.h"
 
@@ -129,17 +130,29 @@ void HADLStdLibs::addStdLibFile(unsigned lang, const std::string& library, const
 }
 
 void HADLStdLibs::addLibraryDir(const std::string& library, const std::string& directory, bool isVhdl) {
-    // The front-ends do not restore saved libraries yet: attaching a directory only
-    // puts the library into the search order; `directory` is where its units lie.
-    (void)directory;
-    if (isVhdl) hdl::vhdl_file::AddLOption(library.c_str());
-    else hdl::veri_file::AddLOption(library.c_str());
+    if (isVhdl) {
+        hdl::vhdl_file::AddLOption(library.c_str());
+        hdl::vhdl_file::AddLibraryPath(library.c_str(), directory.c_str());
+    } else {
+        // The Verilog front-end restores no saved libraries yet: the library only
+        // enters the search order.
+        hdl::veri_file::AddLOption(library.c_str());
+    }
+}
+
+void HADLStdLibs::saveUnit(const std::string& library, const std::string& unit, bool protect) {
+    if (protect) enableProtect();
+    else disableProtect();
+    if (unit.empty()) hdl::vhdl_file::SaveLib(library.c_str());
+    else hdl::vhdl_file::Save(library.c_str(), unit.c_str());
 }
 
 void HADLStdLibs::attachVhdlStdLibsPrecompiled() {
     const unsigned level = vhdlStdLevel();
     if (level == 0) return;
     std::cout << "=============== Using vdb files for VHDL std libs ===========" << std::endl;
+    // Some precompiled units are enciphered.
+    enableProtect();
     std::string base = findDataDir("precomp_hsv/vhdl/std/standard.vdb");
     if (base.empty()) return;
     base += "precomp_hsv/vhdl/";
@@ -151,6 +164,7 @@ void HADLStdLibs::attachVhdlStdLibsPrecompiled() {
 void HADLStdLibs::attachSvStdLibsPrecompiled() {
     if (!hasSystemVerilog()) return;
     std::cout << "=============== Using precompiled files for SV std libs ===========" << std::endl;
+    enableProtect();
     std::string base = findDataDir("precomp_hsv/sv/std/std.sdb");
     if (base.empty()) return;
     hdl::veri_file::AddIncludeDir((base + "/system_verilog/uvm_1.2").c_str());

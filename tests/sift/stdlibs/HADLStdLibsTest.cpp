@@ -2,6 +2,7 @@
 // libraries.
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,7 @@
 
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
+#include "sift/scan/CorvidProtectAES.h"
 #include "sift/scan/HADLDataDir.h"
 #include "sift/scan/HADLSifter.h"
 #include "sift/scan/HADLStdLibs.h"
@@ -311,6 +313,60 @@ TEST_F(PrecompiledTest, VhdlLibrariesAttachedInFixedOrder) {
     const std::vector<std::string> expected = {"std", "synopsys", "ieee", "mortise", "lathe", "vl", "tessel"};
     EXPECT_EQ(hdl::vhdl_file::LOptions(), expected);
     EXPECT_TRUE(sifter.stdLibFileIds.empty());
+}
+
+// The compile dump: every library analysed, one file per primary unit; a library with
+// a component package saved whole; math_real and math_complex enciphered.
+TEST_F(PrecompiledTest, CompileDumpWritesEveryLibraryAndAttachRestoresIt) {
+    TempDataDir data;
+    data.write("src/std.vhd", "package standard is\n  type bit is ('0', '1');\nend;\n");
+    data.write("src/math.vhd", "package math_real is\n  constant pi : integer := 3;\nend;\n");
+    data.write("src/plain.vhd", "package plain_pkg is\n  constant two : integer := 2;\nend;\n");
+    data.write("src/comp.vhd", "package vcomponents is\nend;\npackage extra is\nend;\n");
+    hdl::vhdl_file::Analyze((data.path() + "/src/std.vhd").c_str(), "std", hdl::VHDL_93);
+    hdl::vhdl_file::Analyze((data.path() + "/src/math.vhd").c_str(), "ieee", hdl::VHDL_93);
+    hdl::vhdl_file::Analyze((data.path() + "/src/plain.vhd").c_str(), "ieee", hdl::VHDL_93);
+    hdl::vhdl_file::Analyze((data.path() + "/src/comp.vhd").c_str(), "lathe", hdl::VHDL_93);
+    const std::string out = data.path() + "/precomp_hsv/vhdl";
+    sifter.compileDump(out);
+    for (const char* file : {"std/standard.vdb", "ieee/math_real.vdb", "ieee/plain_pkg.vdb", "lathe/vcomponents.vdb",
+                             "lathe/extra.vdb"})
+        EXPECT_TRUE(boost::filesystem::is_regular_file(out + "/" + file)) << file;
+    auto flags = [&](const std::string& file) {
+        std::ifstream in(out + "/" + file, std::ios::binary);
+        char header[24] = {};
+        in.read(header, sizeof header);
+        return static_cast<int>(header[20]);
+    };
+    EXPECT_EQ(flags("ieee/math_real.vdb"), 1);  // enciphered
+    EXPECT_EQ(flags("ieee/plain_pkg.vdb"), 0);
+    EXPECT_EQ(flags("std/standard.vdb"), 0);
+
+    // Without -outdir, the current directory.
+    TempDataDir here;
+    const auto previous = boost::filesystem::current_path();
+    boost::filesystem::current_path(here.path());
+    sifter.compileDump("");
+    boost::filesystem::current_path(previous);
+    EXPECT_TRUE(boost::filesystem::is_regular_file(here.path() + "/ieee/plain_pkg.vdb"));
+
+    // A run with the precompiled libraries restores what it asks for, the enciphered
+    // unit too.
+    hdl::vhdl_file::Reset();
+    ScopedDataDirEnv env(data.path());
+    HADLSifter run;
+    run.insertFileName("a.vhd", 9, "work");
+    testing::internal::CaptureStdout();
+    HADLStdLibs(run).attachVhdlStdLibsPrecompiled();
+    testing::internal::GetCapturedStdout();
+    hdl::VhdlLibrary* ieee = hdl::vhdl_file::GetLibrary("ieee");
+    ASSERT_NE(ieee, nullptr);
+    EXPECT_EQ(ieee->PrimaryUnits().size(), 0u);  // nothing until asked for
+    EXPECT_NE(ieee->GetPrimUnit("plain_pkg"), nullptr);
+    EXPECT_NE(ieee->GetPrimUnit("math_real"), nullptr);
+    EXPECT_NE(hdl::vhdl_file::GetLibrary("lathe")->GetPrimUnit("extra"), nullptr);
+    EXPECT_EQ(hdl::vhdl_file::GetLibrary("tessel")->GetPrimUnit("vcomponents"), nullptr);
+    disableProtect();
 }
 
 TEST_F(PrecompiledTest, SvLibrariesAttachedWhenProbeFound) {
