@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "hdl/base/LineFile.h"
+#include "hdl/base/Message.h"
 #include "hdl/sv/VeriTokens.h"
 
 namespace hdl {
@@ -69,7 +70,9 @@ private:
     void skipBlockComment();
     void checkPragma(std::string_view body);
     void skipTranslateOff(size_t startPos);
-    void error(const char* id, size_t at, const char* format, const char* arg);
+    // Tells the catalogue text M about the text at offset `at`.
+    template <const MessageText& M, typename... A>
+    void error(size_t at, A... args);
     VeriToken make(uint16_t kind, size_t start);
     // A literal the shared rules found from `start` on; a base without digits is reported.
     VeriToken lexLiteral(size_t start, verilex::LiteralEnd literal);

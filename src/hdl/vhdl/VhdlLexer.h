@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "hdl/base/LineFile.h"
+#include "hdl/base/Message.h"
 #include "hdl/vhdl/VhdlTokens.h"
 
 namespace hdl {
@@ -54,7 +55,9 @@ private:
     bool AtEnd() const { return pos_ >= text_.size(); }
     void Advance();
     ColLineFile Here() const { return ColLineFile(fileId_, line_, col_); }
-    void Error(const char* id, const char* format, std::string_view arg);
+    // Tells the catalogue text M (one conversion) with `arg`, cut to 64 characters.
+    template <const MessageText& M>
+    void Error(std::string_view arg);
 
     std::string_view text_;
     uint32_t fileId_;

@@ -5,7 +5,7 @@
 #include "hdl/base/Language.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
-#include "sift/scan/HADLDataDir.h"
+#include "sift/base/HADLDataDir.h"
 #include "sift/scan/HADLSifter.h"
 
 namespace {

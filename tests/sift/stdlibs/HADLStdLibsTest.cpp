@@ -9,7 +9,7 @@
 
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
-#include "sift/scan/HADLDataDir.h"
+#include "sift/base/HADLDataDir.h"
 #include "sift/scan/HADLSifter.h"
 #include "sift/scan/HADLStdLibs.h"
 #include "TempDataDir.h"
