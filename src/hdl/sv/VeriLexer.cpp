@@ -128,6 +128,7 @@ void VeriLexer::remapNextLine(uint32_t fileId, uint32_t line) {
 template <const MessageText& M, typename... A>
 void VeriLexer::error(size_t at, A... args) {
     ColLineFile loc = positionAt(at);
+    if (recovery_.OnError(loc.fileId, tokensMade_) == ErrorRecovery::Quiet) return;
     Message::Tell<M>(&loc, args...);
 }
 
@@ -245,6 +246,7 @@ VeriToken VeriLexer::make(uint16_t kind, size_t start) {
     lineStart_ = false;
     spaceBefore_ = false;
     lastKind_ = kind;
+    ++tokensMade_;
     return t;
 }
 

@@ -14,8 +14,10 @@
     ID(kSyntaxError, "VERI-1500", MSG_ERROR)                                                               \
     TEXT(SyntaxErrorNear, kSyntaxError, "syntax error near '%s'")                                          \
     TEXT(SyntaxErrorExpecting, kSyntaxError, "syntax error near '%s', expecting %s")                       \
+    TEXT(TooManySyntaxErrors, kSyntaxError, "too many syntax errors, the rest of the file's errors are not told") \
     ID(kUnexpectedEof, "VERI-1501", MSG_ERROR)                                                             \
-    TEXT(UnexpectedEndOfText, kUnexpectedEof, "unexpected end of text%s%s")                                \
+    TEXT(UnexpectedEndOfText, kUnexpectedEof, "unexpected end of text")                                    \
+    TEXT(UnexpectedEndExpecting, kUnexpectedEof, "unexpected end of text, expecting %s")                   \
     ID(kUnitReplaced, "VERI-1502", MSG_WARNING)                                                            \
     TEXT(UnitReplacesEarlier, kUnitReplaced, "design unit '%s' replaces an earlier one in library '%s'")   \
     ID(kNestingTooDeep, "VERI-1503", MSG_ERROR)                                                            \
@@ -31,11 +33,5 @@ namespace hdl {
 namespace veri_msg {
 HDL_MESSAGE_CONSTANTS(HDL_VERI_PARSE_MESSAGES)
 HDL_MESSAGE_CATALOGUE(ParseCatalogue, "Verilog parser and analysis", HDL_VERI_PARSE_MESSAGES)
-
-// The ids by the names the parser's own sources still use.
-inline constexpr const MessageId& SyntaxError = kSyntaxError;
-inline constexpr const MessageId& UnexpectedEof = kUnexpectedEof;
-inline constexpr const MessageId& NestingTooDeep = kNestingTooDeep;
-inline constexpr const MessageId& UnknownPackage = kUnknownPackage;
 } // namespace veri_msg
 } // namespace hdl

@@ -51,6 +51,7 @@ void VhdlLexer::Advance() {
 template <const MessageText& M>
 void VhdlLexer::Error(std::string_view arg) {
     ++errors_;
+    if (recovery_.OnError(fileId_, tokensAsked_) == ErrorRecovery::Quiet) return;
     ColLineFile loc = Here();
     std::string a(arg.substr(0, 64));
     Message::Tell<M>(&loc, a.c_str());
@@ -76,6 +77,7 @@ std::vector<VhdlTok> VhdlLexer::Tokenize() {
 }
 
 VhdlTok VhdlLexer::Next() {
+    ++tokensAsked_;
     SkipBlanksAndComments();
     VhdlTok t;
     t.begin = static_cast<uint32_t>(pos_);

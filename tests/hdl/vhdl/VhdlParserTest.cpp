@@ -577,7 +577,8 @@ TEST(VhdlParser, MismatchedClosingNamesWarn) {
 // Garbage costs one message: each error after the first lies within the echo window of
 // the one before, whatever the garbage and however the parser skips to recover.
 TEST(VhdlParserRecovery, GarbageCostsOneMessage) {
-    const char* const soups[] = {"entity ; ", "x 3 ( ; ) := y <= , => ", "begin end ; is ( ", "architecture of is ; "};
+    const char* const soups[] = {"entity ; ", "x 3 ( ; ) := y <= , => ", "a b c ( ) [ ] ; ", "begin end ; is ( ",
+                                 "architecture of is ; "};
     for (const char* soup : soups) {
         test::MessageCapture capture;
         std::string junk;

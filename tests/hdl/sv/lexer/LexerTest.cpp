@@ -279,13 +279,17 @@ TEST(VeriLexer, PragmaCommentsAreKnownByTheirFirstTwoWords) {
     EXPECT_EQ(pragmaDirection("set the pragma translate_off here"), 0);
 }
 
+// A run of bad characters is one error; one within three tokens of the last is its echo.
 TEST(VeriLexer, GarbageGivesOneErrorPerRun) {
     MessageCapture mc;
-    std::string junk = "a \x01\x02\xff\xfe b";
+    std::string junk = "a \x01\x02\xff\xfe b c d";
     junk += '\0';
-    junk += " c";
+    junk += " e";
     auto t = lexAll(junk);
     EXPECT_EQ(hdl::test::joined(t).substr(0, 1), "a");
-    EXPECT_EQ(t.back().text, "c");
+    EXPECT_EQ(t.back().text, "e");
     EXPECT_EQ(mc.count(veri_msg::kBadCharacter), 2u);
+    MessageCapture close;
+    lexAll("a \x01 b \x02 c \x03\x04 d");
+    EXPECT_EQ(close.count(veri_msg::kBadCharacter), 1u);
 }
