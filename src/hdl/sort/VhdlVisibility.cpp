@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "hdl/base/Language.h"
 #include "hdl/vhdl/VhdlNames.h"
 #include "hdl/vhdl/VhdlTokens.h"
 
@@ -25,8 +26,6 @@ std::string lower(std::string_view s) {
 // Identifiers as VHDL compares them, whatever case the names were kept in.
 std::string idKey(std::string_view name) { return VhdlCaseCounts(name) ? std::string(name) : lower(name); }
 
-bool isVhdl(unsigned lang) { return lang >= 8 && lang <= 13; }
-
 // A place in a file: the uses in [from, to) of the element are in effect there.
 struct Region {
     const FileElement* element = nullptr;
@@ -39,7 +38,7 @@ public:
     explicit Deciding(const std::vector<std::unique_ptr<FileElement>>& elements) {
         for (const auto& owned : elements) {
             const FileElement& e = *owned;
-            if (!isVhdl(e.language))
+            if (!IsVhdlLanguage(e.language))
                 continue;
             std::string lib = lower(e.libraryName);
             for (const VhdlVisibility::Component& c : e.vhdl.components)
