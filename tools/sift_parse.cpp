@@ -1,13 +1,16 @@
 // sift-parse: analyses HDL files with the front-end and prints what it found.
 //   sift-parse [--lang v95|v2k|sv|vhdl93|vhdl08|vhdl19] [--lib NAME] [-I DIR]...
-//              [-D NAME[=VALUE]]... [--units] [--tree]
+//              [-D NAME[=VALUE]]... [--units] [--tree] [--no-stdlib]
 //              [--hier [--top NAME]... [-G NAME=VALUE]...] FILE...
-// --lang and --lib apply to the files after them. --hier elaborates the tops (by
-// default the units nothing instantiates) with the generic values of -G and prints one
-// line per instance: PATH, MODULE, COPY and, for VHDL, ARCH, separated by tabs; the
-// messages then go to standard error. Exit status 0 unless it could not run.
-#include <algorithm>
+// --lang and --lib apply to the files after them. First, as the scanner's parse phase
+// does, the standard libraries of the data directory (LOOM_DATADIR, else the source
+// tree's data/) are analysed for the languages of the files, without their messages;
+// --no-stdlib leaves them out. --hier elaborates the tops (by default the units nothing
+// instantiates) with the generic values of -G and prints one line per instance: PATH,
+// MODULE, COPY and, for VHDL, ARCH, separated by tabs; the messages then go to standard
+// error. Exit status: 0, 1 when an error was reported, 2 when it could not run.
 #include <cctype>
+#include <cstdlib>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -25,16 +28,26 @@
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "hdl/vhdl/VhdlPrettyPrinter.h"
 #include "hdl/vhdl/VhdlTree.h"
-#include "std_libraries.h"
+#include "sift/base/HADLDataDir.h"
+#include "sift/scan/HADLParse.h"
+#include "sift/scan/HADLStdLibs.h"
 
 namespace {
+
+#ifndef SIFT_DATA_DIR
+#define SIFT_DATA_DIR ""
+#endif
 
 std::string currentFile;
 // With --hier the listing owns standard output.
 FILE* messageStream = stdout;
+unsigned errorsReported = 0;
+
+void dropMessage(hdl::msg_type_t, const char*, const hdl::ColLineFile*, const char*, va_list) {}
 
 void printMessage(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* loc, const char* format,
                   va_list args) {
+    if (type == hdl::MSG_ERROR) ++errorsReported;
     // With --hier, the announcement of each analysed file would bury what matters.
     if (messageStream == stderr && type == hdl::MSG_INFO && id &&
         (std::strcmp(id, "VHDL-1500") == 0 || std::strcmp(id, "VERI-1482") == 0))
@@ -57,14 +70,33 @@ const char* unitKind(const hdl::VeriModule& m) {
     return "module";
 }
 
-// The one place that picks a front-end for a language code.
 void analyze(const std::string& path, unsigned lang, const std::string& lib) {
     currentFile = path;
-    if (hdl::IsVerilogLanguage(lang)) {
-        hdl::veri_file::Analyze(path.c_str(), lang, lib.c_str());
-        return;
+    HADLParse::analyzeFile(path, lib, lang);
+}
+
+// The standard libraries the scanner's parse phase analyses for files of these
+// languages (VHDL-2019 counts as enabled when a file is of it), analysed the same way
+// and before them; their messages are not the files', and are not told.
+void analyzeStandardLibraries(const std::vector<unsigned>& langs) {
+    const char* dirs = std::getenv("LOOM_DATADIR");
+    if ((!dirs || !*dirs) && *SIFT_DATA_DIR) setenv("LOOM_DATADIR", SIFT_DATA_DIR, 1);
+    bool with2019 = false;
+    for (unsigned lang : langs) with2019 |= lang == hdl::LANG_VHDL19;
+    const unsigned level = HADLStdLibs::vhdlStdLevel(langs, with2019);
+    std::vector<HADLStdLibFile> files = HADLStdLibs::vhdlSources(level);
+    if (level && files.empty())
+        std::fprintf(stderr, "sift-parse: no VHDL standard libraries in the data directory\n");
+    if (HADLStdLibs::hasSystemVerilog(langs)) {
+        std::string includeDir;
+        std::vector<HADLStdLibFile> sv = HADLStdLibs::svSources(includeDir);
+        if (!includeDir.empty()) hdl::veri_file::AddIncludeDir(includeDir.c_str());
+        files.insert(files.end(), sv.begin(), sv.end());
     }
-    hdl::vhdl_file::Analyze(path.c_str(), lib.c_str(), lang);
+    hdl::Message::RegisterCallBackMsg(dropMessage);
+    for (const HADLStdLibFile& file : files) HADLParse::analyzeFile(file.path, file.library, file.lang);
+    hdl::Message::RegisterCallBackMsg(printMessage);
+    hdl::Message::ClearErrorCount();
 }
 
 // VHDL unit kinds print as the lower-case node kind ("entitydecl", "architecturebody").
@@ -88,8 +120,8 @@ void printVhdlUnit(const hdl::VhdlLibrary& library, const hdl::VhdlDesignUnit& u
 
 int usage() {
     std::fprintf(stderr, "usage: sift-parse [--lang v95|v2k|sv|vhdl93|vhdl08|vhdl19] [--lib NAME] [-I DIR]... "
-                         "[-D NAME[=VALUE]]... [--units] [--tree] [--hier [--top NAME]... [-G NAME=VALUE]...] "
-                         "FILE...\n");
+                         "[-D NAME[=VALUE]]... [--units] [--tree] [--no-stdlib] [--hier [--top NAME]... "
+                         "[-G NAME=VALUE]...] FILE...\n");
     return 2;
 }
 
@@ -117,6 +149,7 @@ int main(int argc, char** argv) {
     bool units = false;
     bool tree = false;
     bool hier = false;
+    bool stdlib = true;
     std::vector<std::string> tops;
     hdl::ElabGenericMap generics;
     std::vector<std::pair<std::string, std::pair<unsigned, std::string>>> files;
@@ -155,6 +188,8 @@ int main(int argc, char** argv) {
             units = true;
         } else if (a == "--tree") {
             tree = true;
+        } else if (a == "--no-stdlib") {
+            stdlib = false;
         } else if (!a.empty() && a[0] == '-') {
             return usage();
         } else {
@@ -162,20 +197,16 @@ int main(int argc, char** argv) {
         }
     }
     if (files.empty()) return usage();
-    if (hier) {
-        messageStream = stderr;
-        // The standard libraries of the highest VHDL edition among the files.
-        unsigned vhdlMode = 0;
-        for (const auto& f : files)
-            if (hdl::IsVhdlLanguage(f.second.first)) vhdlMode = std::max(vhdlMode, f.second.first);
-        if (vhdlMode && !sift_tools::AnalyzeVhdlStandardLibraries(sift_tools::DataDirectory(), vhdlMode))
-            std::fprintf(stderr, "sift-parse: no VHDL standard libraries under %s\n",
-                         sift_tools::DataDirectory().c_str());
+    if (hier) messageStream = stderr;
+    if (stdlib) {
+        std::vector<unsigned> langs;
+        for (const auto& f : files) langs.push_back(f.second.first);
+        analyzeStandardLibraries(langs);
     }
     for (const auto& f : files) analyze(f.first, f.second.first, f.second.second);
     if (hier) {
         printHierarchy(tops, generics);
-        return 0;
+        return errorsReported ? 1 : 0;
     }
     for (hdl::VeriLibrary* library : hdl::veri_file::AllLibraries()) {
         for (hdl::VeriModule* m : library->AllModules()) {
@@ -193,5 +224,5 @@ int main(int argc, char** argv) {
             for (hdl::VhdlSecondaryUnit* s : p->GetSecondaryUnits()) printVhdlUnit(*library, *s, units, tree);
         }
     }
-    return 0;
+    return errorsReported ? 1 : 0;
 }

@@ -27,7 +27,7 @@
 #include "hdl/elab/ElabDesign.h"
 #include "hdl/elab/VhdlElaborator.h"
 #include "hdl/vhdl/VhdlLibrary.h"
-#include "std_libraries.h"
+#include "sift/scan/HADLStdLibs.h"
 
 extern char** environ;
 
@@ -166,6 +166,9 @@ int main(int argc, char** argv) {
         return 2;
     }
     hdl::Message::RegisterCallBackMsg(countErrors);
+    // The standard libraries come from LOOM_DATADIR, else from the source tree's data/.
+    const char* dataDir = std::getenv("LOOM_DATADIR");
+    if (!dataDir || !*dataDir) setenv("LOOM_DATADIR", SIFT_DATA_DIR, 1);
     for (const std::string& list : lists) {
         Project p = ReadList(list);
         std::string top = topOption.empty() ? p.top : topOption;
@@ -174,9 +177,10 @@ int main(int argc, char** argv) {
             continue;
         }
         hdl::vhdl_file::Reset();
-        unsigned mode = 0;
-        for (const File& f : p.files) mode = std::max(mode, f.mode);
-        sift_tools::AnalyzeVhdlStandardLibraries(sift_tools::DataDirectory(), mode);
+        std::vector<unsigned> modes;
+        for (const File& f : p.files) modes.push_back(f.mode);
+        for (const HADLStdLibFile& lib : HADLStdLibs::vhdlSources(HADLStdLibs::vhdlStdLevel(modes, false)))
+            hdl::vhdl_file::Analyze(lib.path.c_str(), lib.library.c_str(), lib.lang);
         errors = 0;
         auto start = std::chrono::steady_clock::now();
         for (const File& f : p.files) hdl::vhdl_file::Analyze(f.path.c_str(), f.library.c_str(), f.mode);

@@ -87,6 +87,9 @@ void Message::MsgVaList(msg_type_t type, const char* id, const ColLineFile* loc,
 void Message::Msg(msg_type_t type, const char* id, const ColLineFile* loc, const char* format, ...) {
     HDL_FORWARD(type);
 }
+void Message::Send(msg_type_t type, const char* id, const ColLineFile* loc, const char* format, ...) {
+    HDL_FORWARD(type);
+}
 void Message::Error(const char* id, const ColLineFile* loc, const char* format, ...) {
     HDL_FORWARD(MSG_ERROR);
 }

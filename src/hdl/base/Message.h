@@ -2,12 +2,16 @@
 // ("VERI-1234", "VHDL-1234", "CMD-1000"), a location, a printf-style format and its
 // arguments. A per-id table can raise, lower or ignore ids; one registered callback
 // receives what is left, and without a callback the message is printed on stdout.
+// Ids and formats come from the catalogues (MessageCatalogue.h): code tells a message
+// with Message::Tell<catalogue entry>(location, arguments...).
 #pragma once
 
 #include <cstdarg>
 #include <cstdint>
+#include <string_view>
 
 #include "hdl/base/LineFile.h"
+#include "hdl/base/MessageFormat.h"
 
 namespace hdl {
 
@@ -31,8 +35,40 @@ using SourceLineMap = bool (*)(const char* file, uint32_t line, uint32_t* source
 using MsgCallBack = void (*)(msg_type_t type, const char* id, const ColLineFile* loc,
                              const char* format, va_list args);
 
+// A message id of a catalogue with the type its messages are told with.
+struct MessageId {
+    const char* id;
+    msg_type_t type;
+    constexpr operator const char*() const { return id; }
+};
+inline bool operator==(std::string_view text, const MessageId& m) { return text == m.id; }
+inline bool operator==(const MessageId& m, std::string_view text) { return text == m.id; }
+inline bool operator!=(std::string_view text, const MessageId& m) { return text != m.id; }
+inline bool operator!=(const MessageId& m, std::string_view text) { return text != m.id; }
+
+// One text of a catalogue: the id it is told under and its printf format.
+struct MessageText {
+    MessageId id;
+    const char* format;
+};
+
 class Message {
 public:
+    // Tells the catalogue text M with the type of its id; the arguments must fit its
+    // format, which the compiler checks.
+    template <const MessageText& M, typename... A>
+    static void Tell(const ColLineFile* loc, A... args) {
+        static_assert(message_format::FormatFits<A...>(M.format), "the arguments do not fit the message's format");
+        Send(M.id.type, M.id.id, loc, M.format, args...);
+    }
+    // The same with a type of the call's own, for a text told now as one type, now as
+    // another (a tool directive that is an error or a warning by its name).
+    template <const MessageText& M, typename... A>
+    static void TellAs(msg_type_t type, const ColLineFile* loc, A... args) {
+        static_assert(message_format::FormatFits<A...>(M.format), "the arguments do not fit the message's format");
+        Send(type, M.id.id, loc, M.format, args...);
+    }
+
     static void Msg(msg_type_t type, const char* id, const ColLineFile* loc, const char* format, ...)
         __attribute__((format(printf, 4, 5)));
     static void MsgVaList(msg_type_t type, const char* id, const ColLineFile* loc,
@@ -76,6 +112,11 @@ public:
 
     // Printed form of a type, as the default output uses it.
     static const char* TypeName(msg_type_t type);
+
+private:
+    // Msg without the compiler's format check, which Tell has made already on a format
+    // that is not a literal at the call.
+    static void Send(msg_type_t type, const char* id, const ColLineFile* loc, const char* format, ...);
 };
 
 } // namespace hdl

@@ -138,7 +138,7 @@ bool readVerilog(FileElement& element) {
     text.clear();
     if (!stream->ReadAll(text)) {
         ColLineFile loc = LineFile::StartOf(element.fileName);
-        Message::Error(veri_msg::OpenFailed, &loc, "cannot open file '%s'", element.fileName.c_str());
+        Message::Tell<veri_msg::CannotOpenFile>(&loc, element.fileName.c_str());
         return false;
     }
     std::vector<VeriSkimToken>& tokens = s.tokens;
@@ -167,7 +167,7 @@ bool readVerilog(FileElement& element) {
         // told here, at no cost to the files it reads.
         if (LooksBinary(text)) {
             ColLineFile loc = LineFile::StartOf(element.fileName);
-            Message::Error(veri_msg::BinaryInput, &loc, "'%s' is not a text file", element.fileName.c_str());
+            Message::Tell<veri_msg::NotTextFile>(&loc, element.fileName.c_str());
             return false;
         }
         tokens.clear();
@@ -197,14 +197,14 @@ bool readVhdl(FileElement& element) {
         auto stream = OpenSourceStream(s.callback, element.fileName.c_str());
         if (!stream->ReadAll(text)) {
             ColLineFile loc = LineFile::StartOf(element.fileName);
-            Message::Error(vhdl_msg::kCannotOpen, &loc, "cannot open file '%s'", element.fileName.c_str());
+            Message::Tell<vhdl_msg::CannotOpenFile>(&loc, element.fileName.c_str());
             return false;
         }
     }
     // Positions are needed only for what the lexer reports.
     if (LooksBinary(text)) {
         ColLineFile loc = LineFile::StartOf(element.fileName);
-        Message::Error(vhdl_msg::kBinaryInput, &loc, "'%s' is not a text file", element.fileName.c_str());
+        Message::Tell<vhdl_msg::NotTextFile>(&loc, element.fileName.c_str());
         return false;
     }
     std::vector<VhdlSkimToken>& tokens = s.vhdlTokens;

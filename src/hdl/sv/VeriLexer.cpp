@@ -125,9 +125,11 @@ void VeriLexer::remapNextLine(uint32_t fileId, uint32_t line) {
     remapLine_ = line;
 }
 
-void VeriLexer::error(const char* id, size_t at, const char* format, const char* arg) {
+template <const MessageText& M, typename... A>
+void VeriLexer::error(size_t at, A... args) {
     ColLineFile loc = positionAt(at);
-    Message::Error(id, &loc, format, arg);
+    if (recovery_.OnError(loc.fileId, tokensMade_) == ErrorRecovery::Quiet) return;
+    Message::Tell<M>(&loc, args...);
 }
 
 void VeriLexer::skipLineComment() {
@@ -141,7 +143,7 @@ void VeriLexer::skipBlockComment() {
     size_t start = pos_;
     size_t close = text_.find("*/", start + 2);
     if (close == std::string_view::npos) {
-        error(veri_msg::CommentOpen, start, "%s", "block comment is not closed before end of text");
+        error<veri_msg::CommentNotClosed>(start);
         pos_ = text_.size();
         return;
     }
@@ -161,8 +163,7 @@ void VeriLexer::skipTranslateOff(size_t startPos) {
         return;
     }
     ColLineFile loc = positionAt(startPos);
-    Message::Warning(veri_msg::TranslateOffOpen, &loc, "%s",
-                     "translate_off has no matching translate_on; the rest of the text is skipped");
+    Message::Tell<veri_msg::TranslateOffNotClosed>(&loc);
     pos_ = text_.size();
 }
 
@@ -245,13 +246,14 @@ VeriToken VeriLexer::make(uint16_t kind, size_t start) {
     lineStart_ = false;
     spaceBefore_ = false;
     lastKind_ = kind;
+    ++tokensMade_;
     return t;
 }
 
 VeriToken VeriLexer::lexLiteral(size_t start, LiteralEnd literal) {
     pos_ = literal.end;
     if (literal.kind == VT_ERROR)
-        error(veri_msg::BadNumber, start, "%s", "based number has no digits");
+        error<veri_msg::BasedNumberWithoutDigits>(start);
     return make(literal.kind, start);
 }
 
@@ -292,7 +294,7 @@ VeriToken VeriLexer::lexOperator(size_t start) {
         ++pos_;
     char shown[8];
     std::snprintf(shown, sizeof shown, "0x%02x", unsigned(static_cast<unsigned char>(text_[start])));
-    error(veri_msg::BadCharacter, start, "unexpected character %s", shown);
+    error<veri_msg::UnexpectedCharacter>(start, shown);
     return make(VT_ERROR, start);
 }
 
@@ -321,7 +323,7 @@ VeriToken VeriLexer::lex() {
         while (!atEnd() && !isSpace(peek()))
             ++pos_;
         if (pos_ == start + 1) {
-            error(veri_msg::EmptyEscapedId, start, "%s", "escaped identifier is empty");
+            error<veri_msg::EscapedIdentifierEmpty>(start);
             return make(VT_ERROR, start);
         }
         return make(VT_ESCAPED_IDENTIFIER, start);
@@ -330,7 +332,7 @@ VeriToken VeriLexer::lex() {
         for (;;) {
             char s = peek();
             if (atEnd() || s == '\n') {
-                error(veri_msg::StringOpen, start, "%s", "string literal is not closed on its line");
+                error<veri_msg::StringNotClosed>(start);
                 break;
             }
             ++pos_;

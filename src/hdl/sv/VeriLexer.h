@@ -7,7 +7,9 @@
 #include <string_view>
 #include <vector>
 
+#include "hdl/base/ErrorRecovery.h"
 #include "hdl/base/LineFile.h"
+#include "hdl/base/Message.h"
 #include "hdl/sv/VeriTokens.h"
 
 namespace hdl {
@@ -69,7 +71,10 @@ private:
     void skipBlockComment();
     void checkPragma(std::string_view body);
     void skipTranslateOff(size_t startPos);
-    void error(const char* id, size_t at, const char* format, const char* arg);
+    // Tells the catalogue text M about the text at offset `at`, unless the recovery
+    // policy holds it back (a run of bad characters costs one message).
+    template <const MessageText& M, typename... A>
+    void error(size_t at, A... args);
     VeriToken make(uint16_t kind, size_t start);
     // A literal the shared rules found from `start` on; a base without digits is reported.
     VeriToken lexLiteral(size_t start, verilex::LiteralEnd literal);
@@ -100,6 +105,8 @@ private:
     bool lineStart_ = true;
     bool spaceBefore_ = false;
     uint16_t lastKind_ = VT_EOF;
+    size_t tokensMade_ = 0;
+    ErrorRecovery recovery_;
 };
 
 // The keyword kind of `word` under `set`, or VT_IDENTIFIER.

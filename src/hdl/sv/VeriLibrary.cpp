@@ -62,7 +62,7 @@ struct Source {
 
 bool analyze(const std::vector<Source>& sources, unsigned mode, const char* libraryName) {
     if (!IsVerilogLanguage(mode) && !IsIncludeLanguage(mode)) {
-        Message::Error(veri_msg::LanguageUnavailable, nullptr, "language code %u is not a Verilog language", mode);
+        Message::Tell<veri_msg::NotVerilogLanguage>(nullptr, mode);
         return false;
     }
     VeriLibrary* library = veri_file::GetLibrary(libraryName && *libraryName ? libraryName : "work", true);
@@ -75,7 +75,7 @@ bool analyze(const std::vector<Source>& sources, unsigned mode, const char* libr
     VeriPreprocessor pp(options);
     bool ok = true;
     for (const Source& s : sources) {
-        Message::Info(veri_msg::AnalyzingFile, nullptr, "Analyzing %s file '%s'", languageName(mode), s.path.c_str());
+        Message::Tell<veri_msg::AnalyzingFile>(nullptr, languageName(mode), s.path.c_str());
         if (s.text) pp.pushText(*s.text, s.path);
         else if (!pp.pushFile(s.path)) ok = false;
     }
@@ -84,8 +84,7 @@ bool analyze(const std::vector<Source>& sources, unsigned mode, const char* libr
         VeriModule* previous = library->AddModule(unit);
         if (!previous || unit->IsRootModule()) return;
         std::string name(unit->Name());
-        Message::Warning(veri_msg::UnitReplaced, &unit->loc, "design unit '%s' replaces an earlier one in library '%s'",
-                         name.c_str(), library->GetName().c_str());
+        Message::Tell<veri_msg::UnitReplacesEarlier>(&unit->loc, name.c_str(), library->GetName().c_str());
         if (state().replaceCallBack) state().replaceCallBack(previous, unit);
     };
     hooks.findPackage = [library](std::string_view name) -> VeriModule* {

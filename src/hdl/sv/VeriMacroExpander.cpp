@@ -224,9 +224,8 @@ bool VeriMacroExpander::overBudget(const ColLineFile& at) {
     if (depth_ < kMaxDepth && expansions_ < kMaxExpansions && produced_ < kMaxBytes)
         return false;
     if (!hush())
-        Message::Error(veri_msg::ExpansionLimit, &at,
-                       "macro expansion exceeds its limits (depth %u, %u uses, %u bytes); cut short",
-                       unsigned(kMaxDepth), unsigned(kMaxExpansions), unsigned(kMaxBytes));
+        Message::Tell<veri_msg::ExpansionCutShort>(&at, unsigned(kMaxDepth), unsigned(kMaxExpansions),
+                                                    unsigned(kMaxBytes));
     cut_ = true;
     return true;
 }
@@ -260,9 +259,9 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
         if (macro.params.empty() && given == 1 && args[0].text.empty())
             given = 0;
         if (given > macro.params.size() && !hush())
-            Message::Error(veri_msg::MacroArgCount, &callSite,
-                           "too many arguments (%u) for macro '%s' (%u expected)", unsigned(given),
-                           std::string(macro.name).c_str(), unsigned(macro.params.size()));
+            Message::Tell<veri_msg::MacroTooManyArguments>(&callSite, unsigned(given),
+                                                         std::string(macro.name).c_str(),
+                                                         unsigned(macro.params.size()));
         resetTexts(made, 2 * macro.params.size());
         for (size_t k = 0; k < macro.params.size(); ++k) {
             const VeriMacroParam& param = macro.params[k];
@@ -272,8 +271,8 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
             } else if (param.hasDefault) {
                 made[2 * k].append(param.defaultText, macro.bodyPos);
             } else if (k >= given && !hush()) {
-                Message::Error(veri_msg::MacroArgCount, &callSite, "missing argument '%s' for macro '%s'",
-                               std::string(param.name).c_str(), std::string(macro.name).c_str());
+                Message::Tell<veri_msg::MacroMissingArgument>(&callSite, std::string(param.name).c_str(),
+                                                             std::string(macro.name).c_str());
             }
             if (raw->text.find('`') == std::string::npos) {
                 actuals.push_back(raw);
@@ -497,24 +496,21 @@ void VeriMacroExpander::rescan(const VeriMappedText& in, const ColLineFile& call
         if (std::find(active_.begin(), active_.end(), m) != active_.end()) {
             std::string nm(name);
             if (!hush())
-                Message::Error(veri_msg::RecursiveMacro, &here,
-                               "macro '%s' is used inside its own expansion; use dropped", nm.c_str());
+                Message::Tell<veri_msg::MacroUsesItself>(&here, nm.c_str());
             i = run = scan == VeriArgScan::NoList ? j : after;
             continue;
         }
         if (scan == VeriArgScan::NoList) {
             std::string nm(name);
             if (!hush())
-                Message::Error(veri_msg::MacroArgCount, &here, "macro '%s' needs an argument list",
-                               nm.c_str());
+                Message::Tell<veri_msg::MacroNeedsArguments>(&here, nm.c_str());
             i = run = j;
             continue;
         }
         if (scan == VeriArgScan::Unclosed) {
             std::string nm(name);
             if (!hush())
-                Message::Error(veri_msg::MacroArgsOpen, &here,
-                               "argument list of macro '%s' is not closed", nm.c_str());
+                Message::Tell<veri_msg::MacroArgumentsNotClosed>(&here, nm.c_str());
             i = run = n;
             break;
         }

@@ -2,54 +2,89 @@
 // preprocessor, 2000..2099 lexer; the parser and analysis use other ranges.
 #pragma once
 
-#include "hdl/base/Message.h"
+#include "hdl/base/MessageCatalogue.h"
+
+#define HDL_VERI_LEX_MESSAGES(ID, TEXT)                                                                      \
+    ID(kOpenFailed, "VERI-1000", MSG_ERROR)                                                                  \
+    TEXT(CannotOpenFile, kOpenFailed, "cannot open file '%s'")                                               \
+    /* Told by the stream callback of the scanner for a file it cannot read. */                            \
+    TEXT(StreamFailed, kOpenFailed, "%s")                                                                    \
+    ID(kIncludeNotFound, "VERI-1001", MSG_ERROR)                                                             \
+    TEXT(IncludeUnreadable, kIncludeNotFound, "include file '%s' cannot be read")                            \
+    TEXT(IncludeMissing, kIncludeNotFound, "cannot find include file '%s'")                                  \
+    ID(kIncludeDepth, "VERI-1002", MSG_ERROR)                                                                \
+    TEXT(IncludeLimits, kIncludeDepth,                                                                       \
+         "'%s' is not read: include cycle or include limits reached (%u deep, %u in all)")                 \
+    ID(kUndefinedMacro, "VERI-1003", MSG_ERROR)                                                              \
+    TEXT(MacroNotDefined, kUndefinedMacro, "macro '%s' is not defined")                                      \
+    ID(kRecursiveMacro, "VERI-1004", MSG_ERROR)                                                              \
+    TEXT(MacroUsesItself, kRecursiveMacro, "macro '%s' is used inside its own expansion; use dropped")       \
+    ID(kExpansionLimit, "VERI-1005", MSG_ERROR)                                                              \
+    TEXT(ExpansionsNestTooDeep, kExpansionLimit, "macro expansions nest too deep; use dropped")              \
+    TEXT(ExpansionsTooLarge, kExpansionLimit,                                                                \
+         "macro expansions exceed %u bytes in all; further macro uses are dropped")                         \
+    TEXT(ExpansionCutShort, kExpansionLimit,                                                                 \
+         "macro expansion exceeds its limits (depth %u, %u uses, %u bytes); cut short")                   \
+    ID(kMacroArgCount, "VERI-1006", MSG_ERROR)                                                               \
+    TEXT(MacroNeedsArguments, kMacroArgCount, "macro '%s' needs an argument list")                           \
+    TEXT(MacroTooManyArguments, kMacroArgCount, "too many arguments (%u) for macro '%s' (%u expected)")    \
+    TEXT(MacroMissingArgument, kMacroArgCount, "missing argument '%s' for macro '%s'")                       \
+    ID(kMacroArgsOpen, "VERI-1007", MSG_ERROR)                                                               \
+    TEXT(MacroArgumentsNotClosed, kMacroArgsOpen, "argument list of macro '%s' is not closed")               \
+    ID(kStrayConditional, "VERI-1008", MSG_ERROR)                                                            \
+    TEXT(ConditionalWithoutIfdef, kStrayConditional, "`%s without a matching `ifdef")                        \
+    TEXT(ConditionalAfterElse, kStrayConditional, "`%s after `else")                                         \
+    ID(kOpenConditional, "VERI-1009", MSG_ERROR)                                                             \
+    TEXT(ConditionalsNotClosed, kOpenConditional, "%u `ifdef/`ifndef not closed by `endif")                 \
+    ID(kDirectiveSyntax, "VERI-1010", MSG_ERROR)                                                             \
+    TEXT(DefineNeedsName, kDirectiveSyntax, "`define needs a macro name")                                    \
+    TEXT(DefineOfDirective, kDirectiveSyntax, "a compiler directive cannot be defined as a macro")           \
+    TEXT(DefineParametersOpen, kDirectiveSyntax, "parameter list of `define is not closed")                  \
+    TEXT(ConditionalNeedsName, kDirectiveSyntax, "conditional directive needs a macro name")                 \
+    TEXT(ElsifNeedsName, kDirectiveSyntax, "`elsif needs a macro name")                                      \
+    TEXT(IncludeNameOpen, kDirectiveSyntax, "`include file name is not closed")                              \
+    TEXT(IncludeNeedsName, kDirectiveSyntax, "`include needs a file name in quotes or angle brackets")       \
+    TEXT(PragmaNeedsName, kDirectiveSyntax, "`pragma needs a pragma name")                                   \
+    TEXT(TimescaleNeedsValues, kDirectiveSyntax, "`timescale needs unit / precision")                        \
+    TEXT(TimescaleValues, kDirectiveSyntax,                                                                  \
+         "`timescale needs 1, 10 or 100 with s, ms, us, ns, ps or fs, and a precision no coarser than the unit") \
+    TEXT(LineNeedsValues, kDirectiveSyntax,                                                                  \
+         "`line needs a line number, a quoted file name and a level 0, 1 or 2")                              \
+    TEXT(UndefNeedsName, kDirectiveSyntax, "`undef needs a macro name")                                      \
+    TEXT(ResetallInsideElement, kDirectiveSyntax, "`resetall is not allowed inside a design element")       \
+    TEXT(DefaultNettypeNeedsType, kDirectiveSyntax, "`default_nettype needs a net type or none")             \
+    TEXT(UnconnectedDriveNeedsPull, kDirectiveSyntax, "`unconnected_drive needs pull0 or pull1")             \
+    ID(kProtectedSkipped, "VERI-1011", MSG_WARNING)                                                          \
+    TEXT(ProtectedNotRead, kProtectedSkipped, "protected region is not read")                                \
+    ID(kTranslateOffOpen, "VERI-1012", MSG_WARNING)                                                          \
+    TEXT(TranslateOffNotClosed, kTranslateOffOpen,                                                           \
+         "translate_off has no matching translate_on; the rest of the text is skipped")                      \
+    ID(kKeywordsVersion, "VERI-1013", MSG_ERROR)                                                             \
+    TEXT(EndKeywordsWithoutBegin, kKeywordsVersion, "`end_keywords without `begin_keywords")                 \
+    TEXT(BeginKeywordsNeedsVersion, kKeywordsVersion, "`begin_keywords needs a quoted version")              \
+    TEXT(UnknownKeywordVersion, kKeywordsVersion, "unknown keyword version \"%s\"")                          \
+    ID(kMacroRedefined, "VERI-1014", MSG_INFO)                                                               \
+    TEXT(MacroDefinedAgain, kMacroRedefined, "macro '%s' is defined again")                                  \
+    ID(kProtectedOpen, "VERI-1015", MSG_ERROR)                                                               \
+    TEXT(ProtectedWithoutEnd, kProtectedOpen, "protected region has no '%s'")                                \
+    ID(kBinaryInput, "VERI-1016", MSG_ERROR)                                                                 \
+    TEXT(NotTextFile, kBinaryInput, "'%s' is not a text file")                                               \
+    ID(kCommentOpen, "VERI-2000", MSG_ERROR)                                                                 \
+    TEXT(CommentNotClosed, kCommentOpen, "block comment is not closed before end of text")                   \
+    ID(kStringOpen, "VERI-2001", MSG_ERROR)                                                                  \
+    TEXT(StringNotClosed, kStringOpen, "string literal is not closed on its line")                           \
+    ID(kBadCharacter, "VERI-2002", MSG_ERROR)                                                                \
+    TEXT(UnexpectedCharacter, kBadCharacter, "unexpected character %s")                                      \
+    ID(kBadNumber, "VERI-2003", MSG_ERROR)                                                                   \
+    TEXT(BasedNumberWithoutDigits, kBadNumber, "based number has no digits")                                 \
+    ID(kEmptyEscapedId, "VERI-2004", MSG_ERROR)                                                              \
+    TEXT(EscapedIdentifierEmpty, kEmptyEscapedId, "escaped identifier is empty")                             \
+    ID(kBadBacktick, "VERI-2005", MSG_ERROR)                                                                 \
+    TEXT(BacktickOutsideMacro, kBadBacktick, "'%s' outside a macro body")
 
 namespace hdl {
-
-struct VeriMessageId {
-    const char* id;
-    msg_type_t type;
-    const char* meaning;
-};
-
-#define HDL_VERI_LEX_MESSAGES(M)                                                              \
-    M(OpenFailed, "VERI-1000", MSG_ERROR, "a file could not be opened")                 \
-    M(IncludeNotFound, "VERI-1001", MSG_ERROR, "an `include file was not found or cannot be read")       \
-    M(IncludeDepth, "VERI-1002", MSG_ERROR, "includes nest too deep (likely a cycle)")  \
-    M(UndefinedMacro, "VERI-1003", MSG_ERROR, "use of a macro that is not defined")    \
-    M(RecursiveMacro, "VERI-1004", MSG_ERROR, "a macro uses itself while expanding")   \
-    M(ExpansionLimit, "VERI-1005", MSG_ERROR, "a macro expansion grew too large/deep") \
-    M(MacroArgCount, "VERI-1006", MSG_ERROR, "wrong number of macro arguments")        \
-    M(MacroArgsOpen, "VERI-1007", MSG_ERROR, "macro argument list not closed")         \
-    M(StrayConditional, "VERI-1008", MSG_ERROR, "`else/`elsif/`endif without `ifdef") \
-    M(OpenConditional, "VERI-1009", MSG_ERROR, "`ifdef not closed at end of file")     \
-    M(DirectiveSyntax, "VERI-1010", MSG_ERROR, "a compiler directive is malformed")    \
-    M(ProtectedSkipped, "VERI-1011", MSG_WARNING, "a protected region was skipped")    \
-    M(TranslateOffOpen, "VERI-1012", MSG_WARNING, "translate_off not closed at end")   \
-    M(KeywordsVersion, "VERI-1013", MSG_ERROR, "bad `begin_keywords/`end_keywords")    \
-    M(MacroRedefined, "VERI-1014", MSG_INFO, "a macro was defined again")              \
-    M(ProtectedOpen, "VERI-1015", MSG_ERROR, "a protected region has no end")          \
-    M(BinaryInput, "VERI-1016", MSG_ERROR, "a file that is not text (a NUL byte)")     \
-    M(CommentOpen, "VERI-2000", MSG_ERROR, "a block comment is not closed")            \
-    M(StringOpen, "VERI-2001", MSG_ERROR, "a string literal is not closed on its line") \
-    M(BadCharacter, "VERI-2002", MSG_ERROR, "a character that starts no token")        \
-    M(BadNumber, "VERI-2003", MSG_ERROR, "a based number without digits")              \
-    M(EmptyEscapedId, "VERI-2004", MSG_ERROR, "a backslash followed by white space")   \
-    M(BadBacktick, "VERI-2005", MSG_ERROR, "a backquote not followed by a name")
-
 namespace veri_msg {
-#define HDL_VERI_MSG_CONST(name, idText, typ, text) constexpr const char* name = idText;
-HDL_VERI_LEX_MESSAGES(HDL_VERI_MSG_CONST)
-#undef HDL_VERI_MSG_CONST
+HDL_MESSAGE_CONSTANTS(HDL_VERI_LEX_MESSAGES)
+HDL_MESSAGE_CATALOGUE(LexCatalogue, "Verilog preprocessor and lexer", HDL_VERI_LEX_MESSAGES)
 } // namespace veri_msg
-
-// The whole catalogue, for documentation and for checks that ids stay unique.
-inline const VeriMessageId* veriLexMessages(size_t& count) {
-#define HDL_VERI_MSG_ROW(name, idText, typ, text) {idText, typ, text},
-    static const VeriMessageId rows[] = {HDL_VERI_LEX_MESSAGES(HDL_VERI_MSG_ROW)};
-#undef HDL_VERI_MSG_ROW
-    count = sizeof(rows) / sizeof(rows[0]);
-    return rows;
-}
-
 } // namespace hdl

@@ -29,7 +29,7 @@ VeriParser::Impl::DepthGuard::DepthGuard(Impl& parser) : p(parser) {
         const VeriToken& t = p.peek();
         ColLineFile loc(t.fileId, t.line, t.col);
         ++p.errors;
-        Message::Error(veri_msg::NestingTooDeep, &loc, "constructs nest deeper than %u levels", kMaxDepth);
+        Message::Tell<veri_msg::ConstructsNestTooDeep>(&loc, kMaxDepth);
     }
 }
 
@@ -100,20 +100,18 @@ std::string_view VeriParser::Impl::takeName() {
 void VeriParser::Impl::syntaxError(const VeriToken& t, const char* expected) {
     if (bailing) return;
     ++errors;
-    bool echo = taken < quietUntil;
-    quietUntil = taken + 3;
-    if (echo) return;
+    const ErrorRecovery::Verdict verdict = recovery.OnError(t.fileId, taken - skipped);
+    if (verdict == ErrorRecovery::Quiet) return;
     ColLineFile loc(t.fileId, t.line, t.col);
     if (t.kind == VT_EOF) {
-        Message::Error(veri_msg::UnexpectedEof, &loc, "unexpected end of text%s%s",
-                       expected ? ", expecting " : "", expected ? expected : "");
-        return;
+        if (expected) Message::Tell<veri_msg::UnexpectedEndExpecting>(&loc, expected);
+        else Message::Tell<veri_msg::UnexpectedEndOfText>(&loc);
+    } else {
+        std::string text(t.text.substr(0, 64));
+        if (expected) Message::Tell<veri_msg::SyntaxErrorExpecting>(&loc, text.c_str(), expected);
+        else Message::Tell<veri_msg::SyntaxErrorNear>(&loc, text.c_str());
     }
-    std::string text(t.text.substr(0, 64));
-    if (expected)
-        Message::Error(veri_msg::SyntaxError, &loc, "syntax error near '%s', expecting %s", text.c_str(), expected);
-    else
-        Message::Error(veri_msg::SyntaxError, &loc, "syntax error near '%s'", text.c_str());
+    if (verdict == ErrorRecovery::TellLast) Message::Tell<veri_msg::TooManySyntaxErrors>(&loc);
 }
 
 void VeriParser::Impl::finish(VeriTreeNode* node) {
@@ -128,40 +126,47 @@ bool closes(unsigned k) { return k == VT_RPAREN || k == VT_RBRACKET || k == VT_R
 } // namespace
 
 void VeriParser::Impl::skipBalanced() {
+    const size_t from = taken;
     int level = 0;
     do {
         unsigned k = kind();
-        if (k == VT_EOF) return;
+        if (k == VT_EOF) break;
         if (opens(k)) ++level;
         else if (closes(k)) --level;
         take();
     } while (level > 0);
+    skipped += taken - from;
 }
 
 void VeriParser::Impl::skipToSemi() {
     // Only braces nest here: a ';' inside parentheses is rare, and counting parentheses
     // would let one unbalanced '(' swallow the rest of the file.
+    const size_t from = taken;
     int level = 0;
     while (!atEof()) {
         unsigned k = kind();
         if (k == VT_LBRACE || k == VT_APOSTROPHE_LBRACE) ++level;
         else if (k == VT_RBRACE && level > 0) --level;
         take();
-        if (k == VT_SEMI && level == 0) return;
+        if (k == VT_SEMI && level == 0) break;
     }
+    skipped += taken - from;
 }
 
 void VeriParser::Impl::skipUntilEnd(unsigned open, unsigned endKind) {
+    const size_t from = taken;
     int level = 0;
-    while (!atEof()) {
+    bool found = false;
+    while (!atEof() && !found) {
         unsigned k = take().kind;
         if (k == open) ++level;
         else if (k == endKind) {
-            if (level == 0) return;
+            found = level == 0;
             --level;
         }
     }
-    syntaxError(peek(), tokenText(endKind));
+    skipped += taken - from;
+    if (!found) syntaxError(peek(), tokenText(endKind));
 }
 
 void VeriParser::Impl::skipEndLabel() {
@@ -190,17 +195,17 @@ bool isItemBoundary(unsigned k) {
 } // namespace
 
 void VeriParser::Impl::recoverItem() {
+    const size_t from = taken;
     int level = 0;
-    bool moved = false;
     while (!atEof()) {
         unsigned k = kind();
-        if (level == 0 && isItemBoundary(k) && moved) return;
+        if (level == 0 && isItemBoundary(k) && taken > from) break;
         if (opens(k)) ++level;
         else if (closes(k) && level > 0) --level;
         take();
-        moved = true;
-        if (k == VT_SEMI && level == 0) return;
+        if (k == VT_SEMI && level == 0) break;
     }
+    skipped += taken - from;
 }
 
 void VeriParser::Impl::recoverStatement() { recoverItem(); }
@@ -274,7 +279,7 @@ void VeriParser::Impl::importPackage(VeriScopeName* item) {
     if (!package) {
         ++errors;
         std::string n(pkgName);
-        Message::Error(veri_msg::UnknownPackage, &item->loc, "package '%s' is not known", n.c_str());
+        Message::Tell<veri_msg::PackageNotKnown>(&item->loc, n.c_str());
         return;
     }
     if (auto* ref = dynamic_cast<VeriIdRef*>(item->prefix)) ref->id = package->id;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "hdl/base/ErrorRecovery.h"
 #include "hdl/base/Message.h"
 #include "hdl/sv/VeriParser.h"
 #include "hdl/sv/VeriParserMessageIds.h"
@@ -25,12 +26,12 @@ struct VeriParser::Impl {
     size_t head = 0;   // index of the current token in `ring`
     size_t buffered = 0;
     VeriToken prev; // the last token consumed
-    unsigned errors = 0;
-    // Tokens taken so far, and the count the next syntax error is told from: one within
-    // three tokens of the last (told or not) is its echo, and a file of garbage would
-    // otherwise use up the run's allowance of messages.
+    unsigned errors = 0; // syntax errors found, told or not
+    // Tokens taken so far, and those of them taken by the skips that re-synchronise
+    // after an error: the recovery policy counts the others as text read.
     size_t taken = 0;
-    size_t quietUntil = 0;
+    size_t skipped = 0;
+    ErrorRecovery recovery;
     unsigned depth = 0;
     bool bailing = false; // after too deep nesting: unwind without further messages
     VeriPackage* unitScopeOwner = nullptr;

@@ -124,15 +124,15 @@ struct VeriPreprocessor::Impl {
         if (!stream->is_open() || !stream->ReadAll(text)) {
             // Whether the file is there is asked only now, to say which went wrong.
             if (isInclude && FileSystem::IsSourceFile(path))
-                Message::Error(veri_msg::IncludeNotFound, from, "include file '%s' cannot be read", path.c_str());
+                Message::Tell<veri_msg::IncludeUnreadable>(from, path.c_str());
             else if (isInclude)
-                Message::Error(veri_msg::IncludeNotFound, from, "cannot find include file '%s'", path.c_str());
+                Message::Tell<veri_msg::IncludeMissing>(from, path.c_str());
             else
-                Message::Error(veri_msg::OpenFailed, at, "cannot open file '%s'", path.c_str());
+                Message::Tell<veri_msg::CannotOpenFile>(at, path.c_str());
             return false;
         }
         if (LooksBinary(text)) {
-            Message::Error(veri_msg::BinaryInput, at, "'%s' is not a text file", path.c_str());
+            Message::Tell<veri_msg::NotTextFile>(at, path.c_str());
             return false;
         }
         pushFileFrame(std::move(text), path, std::move(stream));
@@ -168,8 +168,7 @@ struct VeriPreprocessor::Impl {
         VeriFrame& f = *frames.back();
         if (f.isFile && conds.size() > f.condDepthAtEntry) {
             ColLineFile at = f.lexer.positionAt(f.lexer.text().size());
-            Message::Error(veri_msg::OpenConditional, &at, "%u `ifdef/`ifndef not closed by `endif",
-                           unsigned(conds.size() - f.condDepthAtEntry));
+            Message::Tell<veri_msg::ConditionalsNotClosed>(&at, unsigned(conds.size() - f.condDepthAtEntry));
             conds.resize(f.condDepthAtEntry);
         }
         frames.pop_back(); // closes the file's stream after everything it included
@@ -220,9 +219,10 @@ struct VeriPreprocessor::Impl {
         return trim(line);
     }
 
-    static void syntaxError(const VeriToken& at, const char* what) {
+    template <const MessageText& M>
+    static void syntaxError(const VeriToken& at) {
         ColLineFile loc(at.fileId, at.line, at.col);
-        Message::Error(veri_msg::DirectiveSyntax, &loc, "%s", what);
+        Message::Tell<M>(&loc);
     }
 
     // --- directives -------------------------------------------------------------------
@@ -230,8 +230,10 @@ struct VeriPreprocessor::Impl {
     void doDefine(VeriFrame& f, const VeriToken& at) {
         std::string_view name = readName(f);
         if (name.empty() || isVeriDirectiveName(name) || name == "__FILE__" || name == "__LINE__") {
-            syntaxError(at, name.empty() ? "`define needs a macro name"
-                                            : "a compiler directive cannot be defined as a macro");
+            if (name.empty())
+                syntaxError<veri_msg::DefineNeedsName>(at);
+            else
+                syntaxError<veri_msg::DefineOfDirective>(at);
             restOfLine(f);
             return;
         }
@@ -240,7 +242,7 @@ struct VeriPreprocessor::Impl {
         VeriMacro m;
         m.name = name;
         if (!readMacroDefinition(s, p, m)) {
-            syntaxError(at, "parameter list of `define is not closed");
+            syntaxError<veri_msg::DefineParametersOpen>(at);
             f.lexer.setPos(p);
             return;
         }
@@ -250,7 +252,7 @@ struct VeriPreprocessor::Impl {
             if (old->body != m.body) {
                 std::string nm(name);
                 ColLineFile loc(at.fileId, at.line, at.col);
-                Message::Info(veri_msg::MacroRedefined, &loc, "macro '%s' is defined again", nm.c_str());
+                Message::Tell<veri_msg::MacroDefinedAgain>(&loc, nm.c_str());
             }
         }
         pp.macros_.define(m);
@@ -261,7 +263,7 @@ struct VeriPreprocessor::Impl {
         if (dir == "ifdef" || dir == "ifndef") {
             std::string_view name = readName(f);
             if (name.empty())
-                syntaxError(at, "conditional directive needs a macro name");
+                syntaxError<veri_msg::ConditionalNeedsName>(at);
             VeriCond c;
             c.parentActive = emitting();
             bool cond = pp.macros_.isDefined(name) == (dir == "ifdef");
@@ -272,7 +274,7 @@ struct VeriPreprocessor::Impl {
         }
         if (conds.size() <= (frames.empty() ? 0 : frameCondFloor())) {
             std::string d(dir);
-            Message::Error(veri_msg::StrayConditional, &loc, "`%s without a matching `ifdef", d.c_str());
+            Message::Tell<veri_msg::ConditionalWithoutIfdef>(&loc, d.c_str());
             if (dir == "elsif")
                 readName(f);
             return;
@@ -284,7 +286,7 @@ struct VeriPreprocessor::Impl {
         }
         if (c.sawElse) {
             std::string d(dir);
-            Message::Error(veri_msg::StrayConditional, &loc, "`%s after `else", d.c_str());
+            Message::Tell<veri_msg::ConditionalAfterElse>(&loc, d.c_str());
         }
         if (dir == "else") {
             c.sawElse = true;
@@ -294,7 +296,7 @@ struct VeriPreprocessor::Impl {
         }
         std::string_view name = readName(f);
         if (name.empty())
-            syntaxError(at, "`elsif needs a macro name");
+            syntaxError<veri_msg::ElsifNeedsName>(at);
         bool cond = !c.taken && pp.macros_.isDefined(name);
         c.active = c.parentActive && cond;
         c.taken = c.taken || cond;
@@ -334,7 +336,7 @@ struct VeriPreprocessor::Impl {
             while (e < s.size() && s[e] != close && s[e] != '\n')
                 ++e;
             if (e >= s.size() || s[e] != close) {
-                syntaxError(at, "`include file name is not closed");
+                syntaxError<veri_msg::IncludeNameOpen>(at);
                 f.lexer.setPos(e);
                 return;
             }
@@ -348,12 +350,12 @@ struct VeriPreprocessor::Impl {
                 expandAt(f, *m, loc, text);
             std::string_view body = trim(text.text);
             if (body.size() < 2 || (body.front() != '"' && body.front() != '<')) {
-                syntaxError(at, "`include needs a file name in quotes or angle brackets");
+                syntaxError<veri_msg::IncludeNeedsName>(at);
                 return;
             }
             name.assign(body.substr(1, body.size() - 2));
         } else {
-            syntaxError(at, "`include needs a file name in quotes or angle brackets");
+            syntaxError<veri_msg::IncludeNeedsName>(at);
             return;
         }
         std::string path = resolveInclude(name, f.dir.empty() ? currentDir() : f.dir);
@@ -363,9 +365,8 @@ struct VeriPreprocessor::Impl {
             selfNesting += frame->isFile && id != 0 && frame->fileId == id ? 1 : 0;
         if (fileDepth() >= kMaxIncludeDepth || selfNesting >= kMaxSelfNesting ||
             pp.includes_.size() >= kMaxIncludes) {
-            Message::Error(veri_msg::IncludeDepth, &loc,
-                           "'%s' is not read: include cycle or include limits reached (%u deep, %u in all)",
-                           name.c_str(), unsigned(kMaxIncludeDepth), unsigned(kMaxIncludes));
+            Message::Tell<veri_msg::IncludeLimits>(&loc, name.c_str(), unsigned(kMaxIncludeDepth),
+                                                   unsigned(kMaxIncludes));
             return;
         }
         pp.includes_.push_back(IncludeRecord{at.fileId, path});
@@ -386,11 +387,11 @@ struct VeriPreprocessor::Impl {
         size_t e = s.find(endMarker, f.lexer.pos());
         ColLineFile loc(at.fileId, at.line, at.col);
         if (e == std::string_view::npos) {
-            Message::Error(veri_msg::ProtectedOpen, &loc, "protected region has no '%s'", endMarker);
+            Message::Tell<veri_msg::ProtectedWithoutEnd>(&loc, endMarker);
             f.lexer.setPos(s.size());
             return;
         }
-        Message::Warning(veri_msg::ProtectedSkipped, &loc, "%s", "protected region is not read");
+        Message::Tell<veri_msg::ProtectedNotRead>(&loc);
         f.lexer.setPos(e + std::strlen(endMarker));
         restOfLine(f);
     }
@@ -398,7 +399,7 @@ struct VeriPreprocessor::Impl {
     void doPragma(VeriFrame& f, const VeriToken& at) {
         std::string_view line = restOfLine(f);
         if (line.empty() || !isIdentStart(line[0])) {
-            syntaxError(at, "`pragma needs a pragma name");
+            syntaxError<veri_msg::PragmaNeedsName>(at);
             return;
         }
         if (line.substr(0, 7) == "protect" && line.find("begin_protected") != std::string_view::npos)
@@ -409,7 +410,7 @@ struct VeriPreprocessor::Impl {
         std::string_view line = restOfLine(f);
         size_t slash = line.find('/');
         if (line.empty() || slash == std::string_view::npos) {
-            syntaxError(at, "`timescale needs unit / precision");
+            syntaxError<veri_msg::TimescaleNeedsValues>(at);
             return;
         }
         std::string_view unit = trim(line.substr(0, slash));
@@ -418,8 +419,7 @@ struct VeriPreprocessor::Impl {
         int precisionExp = 0;
         if (!timeValueExponent(unit, unitExp) || !timeValueExponent(precision, precisionExp) ||
             precisionExp > unitExp) {
-            syntaxError(at, "`timescale needs 1, 10 or 100 with s, ms, us, ns, ps or fs, "
-                            "and a precision no coarser than the unit");
+            syntaxError<veri_msg::TimescaleValues>(at);
             return;
         }
         pp.timescale_.set = true;
@@ -437,7 +437,7 @@ struct VeriPreprocessor::Impl {
             number = number * 10 + unsigned(line[i] - '0');
         std::string_view level = q2 == std::string_view::npos ? "" : trim(line.substr(q2 + 1));
         if (i == 0 || q2 == std::string_view::npos || level.size() != 1 || level[0] < '0' || level[0] > '2') {
-            syntaxError(at, "`line needs a line number, a quoted file name and a level 0, 1 or 2");
+            syntaxError<veri_msg::LineNeedsValues>(at);
             return;
         }
         std::string file(line.substr(q1 + 1, q2 - q1 - 1));
@@ -448,7 +448,7 @@ struct VeriPreprocessor::Impl {
         ColLineFile loc(at.fileId, at.line, at.col);
         if (!begin) {
             if (keywordStack.empty())
-                Message::Error(veri_msg::KeywordsVersion, &loc, "%s", "`end_keywords without `begin_keywords");
+                Message::Tell<veri_msg::EndKeywordsWithoutBegin>(&loc);
             else
                 keywordStack.pop_back();
             return;
@@ -458,7 +458,7 @@ struct VeriPreprocessor::Impl {
         size_t p = f.lexer.pos();
         size_t e = p < s.size() && s[p] == '"' ? s.find('"', p + 1) : std::string_view::npos;
         if (e == std::string_view::npos) {
-            Message::Error(veri_msg::KeywordsVersion, &loc, "%s", "`begin_keywords needs a quoted version");
+            Message::Tell<veri_msg::BeginKeywordsNeedsVersion>(&loc);
             restOfLine(f);
             return;
         }
@@ -466,7 +466,7 @@ struct VeriPreprocessor::Impl {
         f.lexer.setPos(e + 1);
         int set = veriKeywordSetOf(version);
         if (set < 0) {
-            Message::Error(veri_msg::KeywordsVersion, &loc, "unknown keyword version \"%s\"", version.c_str());
+            Message::Tell<veri_msg::UnknownKeywordVersion>(&loc, version.c_str());
             keywordStack.push_back(keywordSet());
             return;
         }
@@ -485,12 +485,11 @@ struct VeriPreprocessor::Impl {
             VeriArgScan scan = scanMacroArgs(f.lexer.text(), p, spans);
             std::string nm(name);
             if (scan == VeriArgScan::NoList) {
-                Message::Error(veri_msg::MacroArgCount, &loc, "macro '%s' needs an argument list", nm.c_str());
+                Message::Tell<veri_msg::MacroNeedsArguments>(&loc, nm.c_str());
                 return false;
             }
             if (scan == VeriArgScan::Unclosed) {
-                Message::Error(veri_msg::MacroArgsOpen, &loc, "argument list of macro '%s' is not closed",
-                               nm.c_str());
+                Message::Tell<veri_msg::MacroArgumentsNotClosed>(&loc, nm.c_str());
                 f.lexer.setPos(p);
                 return false;
             }
@@ -510,11 +509,11 @@ struct VeriPreprocessor::Impl {
         const VeriMacro* m = pp.macros_.find(name);
         if (!m) {
             std::string nm(name);
-            Message::Error(veri_msg::UndefinedMacro, &loc, "macro '%s' is not defined", nm.c_str());
+            Message::Tell<veri_msg::MacroNotDefined>(&loc, nm.c_str());
             return;
         }
         if (frames.size() >= kMaxFrames) {
-            Message::Error(veri_msg::ExpansionLimit, &loc, "%s", "macro expansions nest too deep; use dropped");
+            Message::Tell<veri_msg::ExpansionsNestTooDeep>(&loc);
             return;
         }
         uint32_t expansion = currentExpansion();
@@ -526,9 +525,7 @@ struct VeriPreprocessor::Impl {
         if (!expandAt(f, *m, loc, out))
             return;
         if (expansionBytes <= kMaxExpansionBytes && expansionBytes + out.text.size() > kMaxExpansionBytes)
-            Message::Error(veri_msg::ExpansionLimit, &loc,
-                           "macro expansions exceed %u bytes in all; further macro uses are dropped",
-                           unsigned(kMaxExpansionBytes));
+            Message::Tell<veri_msg::ExpansionsTooLarge>(&loc, unsigned(kMaxExpansionBytes));
         expansionBytes += out.text.size();
         if (expansionBytes <= kMaxExpansionBytes)
             pushExpansion(std::move(out), expansion, at);
@@ -539,7 +536,7 @@ struct VeriPreprocessor::Impl {
         ColLineFile loc(t.fileId, t.line, t.col);
         if (name.empty() || !isIdentStart(name[0])) {
             std::string text(t.text);
-            Message::Error(veri_msg::BadBacktick, &loc, "'%s' outside a macro body", text.c_str());
+            Message::Tell<veri_msg::BacktickOutsideMacro>(&loc, text.c_str());
             return;
         }
         if (name == "ifdef" || name == "ifndef" || name == "elsif" || name == "else" || name == "endif")
@@ -549,7 +546,7 @@ struct VeriPreprocessor::Impl {
         if (name == "undef") {
             std::string_view macro = readName(f);
             if (macro.empty())
-                syntaxError(t, "`undef needs a macro name");
+                syntaxError<veri_msg::UndefNeedsName>(t);
             pp.macros_.undefine(macro);
             return;
         }
@@ -572,7 +569,7 @@ struct VeriPreprocessor::Impl {
             return doTimescale(f, t);
         if (name == "resetall") {
             if (designDepth > 0)
-                syntaxError(t, "`resetall is not allowed inside a design element");
+                syntaxError<veri_msg::ResetallInsideElement>(t);
             pp.defaultNettype_ = "wire";
             pp.cellDefine_ = false;
             pp.unconnectedDrive_ = 0;
@@ -591,7 +588,7 @@ struct VeriPreprocessor::Impl {
             for (std::string_view n : netTypes)
                 known = known || type == n;
             if (!known)
-                syntaxError(t, "`default_nettype needs a net type or none");
+                syntaxError<veri_msg::DefaultNettypeNeedsType>(t);
             else
                 pp.defaultNettype_.assign(type);
             return;
@@ -599,7 +596,7 @@ struct VeriPreprocessor::Impl {
         if (name == "unconnected_drive") {
             std::string_view drive = readName(f);
             if (drive != "pull0" && drive != "pull1")
-                syntaxError(t, "`unconnected_drive needs pull0 or pull1");
+                syntaxError<veri_msg::UnconnectedDriveNeedsPull>(t);
             else
                 pp.unconnectedDrive_ = drive == "pull0" ? 1 : 2;
             return;

@@ -48,11 +48,13 @@ void VhdlLexer::Advance() {
     ++pos_;
 }
 
-void VhdlLexer::Error(const char* id, const char* format, std::string_view arg) {
+template <const MessageText& M>
+void VhdlLexer::Error(std::string_view arg) {
     ++errors_;
+    if (recovery_.OnError(fileId_, tokensAsked_) == ErrorRecovery::Quiet) return;
     ColLineFile loc = Here();
     std::string a(arg.substr(0, 64));
-    Message::Error(id, &loc, format, a.c_str());
+    Message::Tell<M>(&loc, a.c_str());
 }
 
 std::vector<VhdlTok> VhdlLexer::Tokenize() {
@@ -75,6 +77,7 @@ std::vector<VhdlTok> VhdlLexer::Tokenize() {
 }
 
 VhdlTok VhdlLexer::Next() {
+    ++tokensAsked_;
     SkipBlanksAndComments();
     VhdlTok t;
     t.begin = static_cast<uint32_t>(pos_);
@@ -141,7 +144,7 @@ void VhdlLexer::LineComment(size_t start) {
     if (word.size() > 13) return;
     if (wordIs(word, "psl")) {
         ColLineFile loc = Here();
-        Message::Info(vhdl_msg::kPslIgnored, &loc, "PSL statement in comment ignored");
+        Message::Tell<vhdl_msg::PslCommentIgnored>(&loc);
         return;
     }
     if (!ignorePragmas_ && pragmaKind(body) == 1) SkipToPragmaOn();
@@ -158,7 +161,7 @@ void VhdlLexer::SkipToPragmaOn() {
             Advance();
         }
     }
-    Message::Warning(vhdl_msg::kPragmaUnclosed, &from, "translate_off region is not closed before the end of the file");
+    Message::Tell<vhdl_msg::TranslateOffNotClosed>(&from);
 }
 
 void VhdlLexer::BlockComment() {
@@ -174,7 +177,7 @@ void VhdlLexer::BlockComment() {
         Advance();
     }
     ++errors_;
-    Message::Error(vhdl_msg::kUnterminatedComment, &from, "comment is not closed before the end of the file");
+    Message::Tell<vhdl_msg::CommentNotClosed>(&from);
 }
 
 // One tool directive, from the backtick to the end of its line.
@@ -192,7 +195,7 @@ void VhdlLexer::Directive() {
     if (name == "protect") {
         size_t i = 0;
         if (wordIs(nextWord(rest, i), "begin_protected")) {
-            Message::Warning(vhdl_msg::kProtectIgnored, &loc, "protected envelope skipped");
+            Message::Tell<vhdl_msg::ProtectedSkipped>(&loc);
             SkipProtected();
         }
         return;
@@ -209,7 +212,7 @@ void VhdlLexer::Directive() {
     if (name == "elsif" || name == "else") {
         if (conditions_.empty()) {
             ++errors_;
-            Message::Error(vhdl_msg::kBadDirective, &loc, "`%s directive without `if", name.c_str());
+            Message::Tell<vhdl_msg::DirectiveWithoutIf>(&loc, name.c_str());
             return;
         }
         // The branch before was taken: everything up to `end is inactive.
@@ -219,7 +222,7 @@ void VhdlLexer::Directive() {
     if (name == "end") {
         if (conditions_.empty()) {
             ++errors_;
-            Message::Error(vhdl_msg::kBadDirective, &loc, "`end directive without `if");
+            Message::Tell<vhdl_msg::EndWithoutIf>(&loc);
         } else {
             conditions_.pop_back();
         }
@@ -229,14 +232,14 @@ void VhdlLexer::Directive() {
         std::string text(rest);
         if (name == "error") {
             ++errors_;
-            Message::Error(vhdl_msg::kDirective, &loc, "%s", text.c_str());
+            Message::TellAs<vhdl_msg::DirectiveText>(MSG_ERROR, &loc, text.c_str());
         } else {
-            Message::Warning(vhdl_msg::kDirective, &loc, "%s", text.c_str());
+            Message::Tell<vhdl_msg::DirectiveText>(&loc, text.c_str());
         }
         return;
     }
     ++errors_;
-    Message::Error(vhdl_msg::kBadDirective, &loc, "unknown tool directive `%s", name.c_str());
+    Message::Tell<vhdl_msg::UnknownDirective>(&loc, name.c_str());
 }
 
 // Skips text of a branch that is not taken. With stopAtElse the scan stops at an
@@ -276,7 +279,7 @@ void VhdlLexer::SkipInactive(bool stopAtElse) {
     }
     ColLineFile loc = Here();
     ++errors_;
-    Message::Error(vhdl_msg::kBadDirective, &loc, "`if directive not closed by `end");
+    Message::Tell<vhdl_msg::IfNotClosed>(&loc);
 }
 
 void VhdlLexer::SkipProtected() {
@@ -331,7 +334,7 @@ bool VhdlLexer::ReadCondition() {
     }
     if (!sawThen) {
         ++errors_;
-        Message::Error(vhdl_msg::kBadDirective, &loc, "conditional directive without then");
+        Message::Tell<vhdl_msg::ConditionWithoutThen>(&loc);
         return false;
     }
     size_t at = 0;
@@ -339,7 +342,7 @@ bool VhdlLexer::ReadCondition() {
     bool value = EvalCondition(words, at, ok);
     if (!ok || at != words.size()) {
         ++errors_;
-        Message::Error(vhdl_msg::kBadDirective, &loc, "malformed condition of a conditional directive");
+        Message::Tell<vhdl_msg::MalformedCondition>(&loc);
         return false;
     }
     return value;
@@ -474,7 +477,7 @@ void VhdlLexer::Number(VhdlTok& t) {
             t.kind = VHDL_REAL;
         }
         if (Peek() != mark) {
-            Error(vhdl_msg::kBadLiteral, "based literal '%s' is not closed", text_.substr(t.begin, pos_ - t.begin));
+            Error<vhdl_msg::BasedLiteralNotClosed>(text_.substr(t.begin, pos_ - t.begin));
             t.kind = VHDL_ERROR;
             return;
         }
@@ -506,8 +509,7 @@ void VhdlLexer::StringLiteral(VhdlTok& t, char quote) {
     Advance();
     for (;;) {
         if (AtEnd() || Peek() == '\n') {
-            Error(vhdl_msg::kUnterminatedString, "literal %s is not closed on its line",
-                  text_.substr(t.begin, pos_ - t.begin));
+            Error<vhdl_msg::LiteralNotClosed>(text_.substr(t.begin, pos_ - t.begin));
             t.kind = VHDL_ERROR;
             return;
         }
@@ -574,7 +576,7 @@ void VhdlLexer::Delimiter(VhdlTok& t) {
     }
     char buf[8];
     snprintf(buf, sizeof buf, "0x%02x", static_cast<unsigned char>(c));
-    Error(vhdl_msg::kBadCharacter, "character %s is not allowed here", buf);
+    Error<vhdl_msg::CharacterNotAllowed>(buf);
     Advance();
     t.kind = VHDL_ERROR;
 }

@@ -7,7 +7,9 @@
 #include <string_view>
 #include <vector>
 
+#include "hdl/base/ErrorRecovery.h"
 #include "hdl/base/LineFile.h"
+#include "hdl/base/Message.h"
 #include "hdl/vhdl/VhdlTokens.h"
 
 namespace hdl {
@@ -54,7 +56,10 @@ private:
     bool AtEnd() const { return pos_ >= text_.size(); }
     void Advance();
     ColLineFile Here() const { return ColLineFile(fileId_, line_, col_); }
-    void Error(const char* id, const char* format, std::string_view arg);
+    // Tells the catalogue text M (one conversion) with `arg`, cut to 64 characters,
+    // unless the recovery policy holds it back (a run of bad characters costs one message).
+    template <const MessageText& M>
+    void Error(std::string_view arg);
 
     std::string_view text_;
     uint32_t fileId_;
@@ -64,6 +69,8 @@ private:
     uint32_t line_ = 1, col_ = 1;
     uint16_t prevKind_ = VHDL_EOF;
     unsigned errors_ = 0;
+    size_t tokensAsked_ = 0; // calls of Next: the recovery policy's position
+    ErrorRecovery recovery_;
     // Open `if directives: true while the branch being read is taken.
     std::vector<bool> conditions_;
 };

@@ -171,8 +171,7 @@ void reportMissingUnits(const VhdlDesignUnit& unit, VhdlLibrary* work) {
             VhdlLibrary* lib = Key(libName, true) == "work" ? work : vhdl_file::GetLibrary(libName.c_str());
             if (!lib) continue;
             ColLineFile loc = unitRef->Linefile();
-            Message::Error(vhdl_msg::kUnknownUnit, &loc, "unit '%s' is not analyzed in library '%s'",
-                           std::string(unitRef->text).c_str(), lib->Name().c_str());
+            Message::Tell<vhdl_msg::UnitNotAnalyzed>(&loc, std::string(unitRef->text).c_str(), lib->Name().c_str());
         }
     }
 }
@@ -185,7 +184,7 @@ bool vhdl_file::Analyze(const char* path, const char* library, unsigned mode) {
     if (!stream->is_open() || !stream->ReadAll(text)) {
         // At the file itself, so that the message is filed under the file it concerns.
         ColLineFile loc = LineFile::StartOf(path ? path : "");
-        Message::Error(vhdl_msg::kCannotOpen, &loc, "cannot open VHDL file '%s'", path ? path : "");
+        Message::Tell<vhdl_msg::CannotOpenVhdlFile>(&loc, path ? path : "");
         return false;
     }
     return AnalyzeText(text, path, library, mode);
@@ -198,10 +197,9 @@ bool vhdl_file::AnalyzeText(const std::string& text, const char* name, const cha
     const char* libName = library && *library ? library : "work";
     uint32_t fileId = LineFile::GetFileId(name ? name : "");
     ColLineFile fileLoc(fileId, 1, 1);
-    Message::Info(vhdl_msg::kAnalyzing, &fileLoc, "analyzing VHDL file '%s' into library '%s'", name ? name : "",
-                  libName);
+    Message::Tell<vhdl_msg::AnalyzingFile>(&fileLoc, name ? name : "", libName);
     if (LooksBinary(text)) {
-        Message::Error(vhdl_msg::kBinaryInput, &fileLoc, "'%s' is not a text file", name ? name : "");
+        Message::Tell<vhdl_msg::NotTextFile>(&fileLoc, name ? name : "");
         return false;
     }
     s.files.push_back(std::make_unique<AnalysedFile>());
@@ -223,8 +221,7 @@ bool vhdl_file::AnalyzeText(const std::string& text, const char* name, const cha
             if (VhdlPrimaryUnit* old = lib->AddPrimUnit(primary)) {
                 s.replaced.push_back({lib->Name(), std::string(UnitName(primary)), "", old, primary});
                 ColLineFile loc = primary->Linefile();
-                Message::Warning(vhdl_msg::kReplacing, &loc, "re-analyzing unit '%s' in library '%s'",
-                                 std::string(UnitName(primary)).c_str(), lib->Name().c_str());
+                Message::Tell<vhdl_msg::ReanalyzingUnit>(&loc, std::string(UnitName(primary)).c_str(), lib->Name().c_str());
             }
             continue;
         }
@@ -233,8 +230,7 @@ bool vhdl_file::AnalyzeText(const std::string& text, const char* name, const cha
         VhdlPrimaryUnit* primary = lib->GetPrimUnit(primaryName.c_str());
         if (!primary) {
             ColLineFile loc = unit->Linefile();
-            Message::Error(vhdl_msg::kNoPrimary, &loc, "unit '%s' is not analyzed in library '%s'",
-                           primaryName.c_str(), lib->Name().c_str());
+            Message::Tell<vhdl_msg::PrimaryNotAnalyzed>(&loc, primaryName.c_str(), lib->Name().c_str());
             clean = false;
             continue;
         }

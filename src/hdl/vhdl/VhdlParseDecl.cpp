@@ -75,7 +75,7 @@ VhdlTreeNode* VhdlParser::ParseDeclaration() {
 // are recognised and dropped.
 VhdlTreeNode* VhdlParser::SkipPslDeclaration() {
     ColLineFile loc(fileId_, Tok().line, Tok().col);
-    Message::Info(vhdl_msg::kPslIgnored, &loc, "PSL text ignored");
+    Message::Tell<vhdl_msg::PslTextIgnored>(&loc);
     // Sequences hold ';' between braces: {a; b}.
     unsigned nesting = 0;
     while (!AtEndOfFile() && !(Is(VHDL_SEMI) && nesting == 0)) {
@@ -90,7 +90,7 @@ VhdlTreeNode* VhdlParser::SkipPslDeclaration() {
 // Mode views of 2019 are read over; nothing later needs them yet.
 VhdlTreeNode* VhdlParser::SkipModeView() {
     ColLineFile loc(fileId_, Tok().line, Tok().col);
-    Message::Warning(vhdl_msg::kNotInEdition, &loc, "mode view declaration not supported, ignored");
+    Message::Tell<vhdl_msg::ModeViewIgnored>(&loc);
     while (!AtEndOfFile() && !(Is(VHDL_END) && Kind(1) == VHDL_VIEW)) ++pos_;
     SkipPast(VHDL_SEMI);
     return nullptr;

@@ -89,7 +89,7 @@ VhdlName* VhdlParser::ParseName() {
 
 VhdlName* VhdlParser::ParseNameSuffixes(VhdlName* prefix, size_t start) {
     if (depth_ > kMaxDepth) {
-        SyntaxError("name nested too deeply");
+        SyntaxError<vhdl_msg::NameNestedTooDeeply>();
         return prefix;
     }
     DepthGuard guard(depth_);
@@ -224,7 +224,7 @@ VhdlNodeList VhdlParser::ParseAssociationList() {
     std::vector<VhdlTreeNode*> items;
     Expect(VHDL_LPAREN);
     if (depth_ > kMaxDepth) {
-        SyntaxError("expression nested too deeply");
+        SyntaxError<vhdl_msg::ExpressionNestedTooDeeply>();
         SkipPast(VHDL_RPAREN);
         return {};
     }
@@ -394,12 +394,7 @@ VhdlExpression* VhdlParser::ParseFactor() {
 VhdlExpression* VhdlParser::ParsePrimary() {
     size_t start = pos_;
     if (depth_ > kMaxDepth) {
-        if (pos_ != lastErrorTok_) {
-            ColLineFile loc(fileId_, Tok().line, Tok().col);
-            Message::Error(vhdl_msg::kTooDeep, &loc, "expression nested too deeply");
-            ++errors_;
-            lastErrorTok_ = pos_;
-        }
+        SyntaxError<vhdl_msg::ExpressionTooDeep>();
         SkipToItemEnd();
         return nullptr;
     }
@@ -514,7 +509,7 @@ VhdlExpression* VhdlParser::ParseParenthesized() {
                 Finish(ea, elemStart);
                 elements.push_back(ea);
             } else {
-                if (choices.size() > 1) SyntaxError("expected '=>' after choices");
+                if (choices.size() > 1) SyntaxError<vhdl_msg::ChoicesWithoutArrow>();
                 elements.push_back(choices.front());
             }
             if (pos_ == elemStart) break;
@@ -543,7 +538,7 @@ VhdlExpression* VhdlParser::ParseRangeOrExpression() {
     }
     if (Is(VHDL_RANGE)) {
         auto* typeMark = dynamic_cast<VhdlName*>(left);
-        if (left && !typeMark) SyntaxError("expected a type mark before 'range'");
+        if (left && !typeMark) SyntaxError<vhdl_msg::TypeMarkBeforeRange>();
         ++pos_;
         auto* si = arena_.make<VhdlExplicitSubtypeIndication>();
         si->typeMark = typeMark;

@@ -20,8 +20,8 @@ void VhdlParser::ParseEndLabel(VhdlIdDef* label) {
                 for (char& c : *s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
             if (a != b) {
                 ColLineFile loc(fileId_, Tok().line, Tok().col);
-                Message::Warning(vhdl_msg::kEndLabel, &loc, "closing label '%s' differs from '%s'",
-                                 std::string(Text(Tok())).c_str(), std::string(label->OrigName()).c_str());
+                Message::Tell<vhdl_msg::ClosingLabelDiffers>(&loc, std::string(Text(Tok())).c_str(),
+                                                             std::string(label->OrigName()).c_str());
             }
         }
         ++pos_;
@@ -88,9 +88,7 @@ VhdlTreeNode* VhdlParser::ParseConcurrentStatement() {
             case VHDL_PROPERTY: case VHDL_SEQUENCE:
             {
                 ColLineFile loc(fileId_, Tok().line, Tok().col);
-                Message::Warning(vhdl_msg::kPslDeclarationPlace, &loc,
-                                 "PSL %s declaration among statements belongs before 'begin'",
-                                 std::string(Text(Tok())).c_str());
+                Message::Tell<vhdl_msg::PslDeclarationAmongStatements>(&loc, std::string(Text(Tok())).c_str());
                 SkipPslDeclaration();
             }
                 return nullptr;
@@ -118,7 +116,7 @@ VhdlTreeNode* VhdlParser::ParseConcurrentStatement() {
         return nullptr;
     default:
         if (StartsDeclaration()) {
-            SyntaxError("declaration '%s' among statements", std::string(Text(Tok())).c_str());
+            SyntaxError<vhdl_msg::DeclarationAmongStatements>(std::string(Text(Tok())).c_str());
             ParseDeclaration();
             return nullptr;
         }
@@ -206,7 +204,7 @@ VhdlTreeNode* VhdlParser::ParseBlock(size_t start, VhdlIdDef* label) {
 VhdlTreeNode* VhdlParser::ParseInstantiation(size_t start, VhdlIdDef* label) {
     auto* inst = arena_.make<VhdlComponentInstantiationStatement>();
     inst->label = label;
-    if (!label) SyntaxError("an instantiation needs a label");
+    if (!label) SyntaxError<vhdl_msg::InstantiationNeedsLabel>();
     size_t unitStart = pos_;
     if (Is(VHDL_COMPONENT) || Is(VHDL_ENTITY) || Is(VHDL_CONFIGURATION)) {
         auto* unit = arena_.make<VhdlInstantiatedUnit>();
@@ -226,7 +224,7 @@ VhdlTreeNode* VhdlParser::ParseInstantiation(size_t start, VhdlIdDef* label) {
 }
 
 VhdlTreeNode* VhdlParser::ParseGenerate(size_t start, VhdlIdDef* label) {
-    if (!label) SyntaxError("a generate statement needs a label");
+    if (!label) SyntaxError<vhdl_msg::GenerateNeedsLabel>();
     // Alternative labels of 2008: `if alt: cond generate`, `when alt: choices =>`.
     auto altLabel = [&]() -> VhdlIdDef* {
         if (IsIdentifier() && Kind(1) == VHDL_COLON) {
@@ -510,7 +508,7 @@ VhdlTreeNode* VhdlParser::ParseConcurrentAssignmentOrCall(size_t start, VhdlIdDe
     // Without an assignment only a name can stand, the called procedure.
     auto* name = dynamic_cast<VhdlName*>(target);
     if (!name) {
-        SyntaxError("expected an assignment or a procedure call");
+        SyntaxError<vhdl_msg::ExpectedAssignmentOrCall>();
         SkipToItemEnd();
         return nullptr;
     }
@@ -692,7 +690,7 @@ VhdlTreeNode* VhdlParser::ParseSequentialAssignmentOrCall(size_t start, VhdlIdDe
         call->call = name;
         result = call;
     } else {
-        SyntaxError("expected an assignment or a procedure call");
+        SyntaxError<vhdl_msg::ExpectedAssignmentOrCall>();
         SkipToItemEnd();
         return nullptr;
     }

@@ -9,11 +9,6 @@
 
 namespace hdl {
 
-namespace {
-// After this many syntax errors in one file the rest of the file is skipped.
-constexpr unsigned kMaxSyntaxErrors = 50;
-} // namespace
-
 VhdlParser::VhdlParser(Arena& arena, std::string_view text, std::vector<VhdlTok> tokens, uint32_t fileId,
                        unsigned mode)
     : arena_(arena), text_(text), toks_(std::move(tokens)), fileId_(fileId), mode_(mode) {
@@ -35,36 +30,19 @@ bool VhdlParser::Accept(unsigned kind) {
 
 bool VhdlParser::Expect(unsigned kind) {
     if (Accept(kind)) return true;
-    SyntaxError("expected '%s', found '%s'", VhdlTokenText(kind), std::string(Text(Tok())).c_str());
+    SyntaxError<vhdl_msg::ExpectedFound>(VhdlTokenText(kind), std::string(Text(Tok())).c_str());
     return false;
 }
 
-void VhdlParser::SyntaxError(const char* format, ...) {
-    // One message per position: a failed production and its caller see the same token.
-    if (pos_ == lastErrorTok_ || errors_ >= kMaxSyntaxErrors) return;
-    lastErrorTok_ = pos_;
-    ++errors_;
-    const VhdlTok& t = Tok();
-    ColLineFile loc(fileId_, t.line, t.col, t.endLine, t.endCol);
-    char buf[512];
-    va_list args;
-    va_start(args, format);
-    vsnprintf(buf, sizeof buf, format, args);
-    va_end(args);
-    Message::Error(vhdl_msg::kSyntax, &loc, "syntax error: %s", buf);
-    if (errors_ >= kMaxSyntaxErrors) {
-        Message::Error(vhdl_msg::kSyntax, &loc, "too many syntax errors, the rest of the file is skipped");
-        pos_ = toks_.size() - 1;
-    }
-}
-
 void VhdlParser::SyntaxErrorUnexpected() {
-    if (AtEndOfFile()) SyntaxError("unexpected end of file");
-    else SyntaxError("unexpected '%s'", std::string(Text(Tok()).substr(0, 80)).c_str());
+    if (AtEndOfFile()) SyntaxError<vhdl_msg::UnexpectedEndOfFile>();
+    else SyntaxError<vhdl_msg::UnexpectedToken>(std::string(Text(Tok()).substr(0, 80)).c_str());
 }
 
 void VhdlParser::SkipPast(unsigned kind) {
+    const size_t from = pos_;
     while (!AtEndOfFile() && !Is(kind)) ++pos_;
+    skipped_ += pos_ - from;
     Accept(kind);
 }
 
@@ -72,20 +50,21 @@ void VhdlParser::SkipPast(unsigned kind) {
 // up to a keyword that closes the enclosing construct.
 void VhdlParser::SkipToItemEnd() {
     unsigned parens = 0;
-    size_t start = pos_;
+    const size_t start = pos_;
     while (!AtEndOfFile()) {
         unsigned k = Kind();
         if (k == VHDL_LPAREN) ++parens;
         else if (k == VHDL_RPAREN && parens) --parens;
         else if (k == VHDL_SEMI && parens == 0) {
             ++pos_;
-            return;
+            break;
         } else if (parens == 0 && pos_ > start &&
                    (k == VHDL_END || k == VHDL_BEGIN || k == VHDL_ELSIF || k == VHDL_ELSE)) {
-            return;
+            break;
         }
         ++pos_;
     }
+    skipped_ += pos_ - start;
 }
 
 void VhdlParser::Finish(VhdlTreeNode* node, size_t startTok) {
@@ -105,13 +84,13 @@ void VhdlParser::ParseEndOfUnit(unsigned kw1, unsigned kw2, VhdlIdDef* id) {
                 for (char& c : *s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
             if (a != b || (Is(VHDL_EXTENDED_ID) && Text(Tok()) != id->OrigName())) {
                 ColLineFile loc(fileId_, Tok().line, Tok().col);
-                Message::Warning(vhdl_msg::kEndLabel, &loc, "closing name '%s' differs from '%s'",
-                                 std::string(Text(Tok())).c_str(), std::string(id->OrigName()).c_str());
+                Message::Tell<vhdl_msg::ClosingNameDiffers>(&loc, std::string(Text(Tok())).c_str(),
+                                                            std::string(id->OrigName()).c_str());
             }
         } else if (id) {
             ColLineFile loc(fileId_, Tok().line, Tok().col);
-            Message::Warning(vhdl_msg::kEndLabel, &loc, "closing name '%s' differs from '%s'",
-                             std::string(Text(Tok())).c_str(), std::string(id->OrigName()).c_str());
+            Message::Tell<vhdl_msg::ClosingNameDiffers>(&loc, std::string(Text(Tok())).c_str(),
+                                                            std::string(id->OrigName()).c_str());
         }
         ++pos_;
     }
@@ -166,10 +145,10 @@ VhdlDesignUnit* VhdlParser::ParseDesignUnit() {
     case VHDL_CONFIGURATION: unit = ParseConfiguration(unitStart); break;
     case VHDL_CONTEXT: unit = ParseContextDecl(unitStart); break;
     case VHDL_EOF:
-        if (!context.empty()) SyntaxError("context clause without a design unit");
+        if (!context.empty()) SyntaxError<vhdl_msg::ContextWithoutUnit>();
         return nullptr;
     default:
-        SyntaxError("expected a design unit, found '%s'", std::string(Text(Tok()).substr(0, 80)).c_str());
+        SyntaxError<vhdl_msg::ExpectedDesignUnit>(std::string(Text(Tok()).substr(0, 80)).c_str());
         // Resynchronise at the next unit keyword at the start of an item.
         while (!AtEndOfFile()) {
             ++pos_;

@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "hdl/base/Arena.h"
+#include "hdl/base/ErrorRecovery.h"
+#include "hdl/base/Message.h"
 #include "hdl/vhdl/VhdlLexer.h"
 #include "hdl/vhdl/VhdlNames.h"
 #include "hdl/vhdl/VhdlTree.h"
@@ -21,7 +23,8 @@ public:
 
     // All design units of the file, in source order.
     std::vector<VhdlDesignUnit*> ParseDesignFile();
-    unsigned ErrorCount() const { return errors_; }
+    // Syntax errors told.
+    unsigned ErrorCount() const { return recovery_.Told(fileId_); }
 
     // Entry points for tests and tools: one expression / one subtype indication.
     VhdlExpression* ParseExpressionOnly();
@@ -38,7 +41,10 @@ private:
     bool Accept(unsigned kind);
     bool Expect(unsigned kind);
     std::string_view Text(const VhdlTok& t) const { return text_.substr(t.begin, t.end - t.begin); }
-    void SyntaxError(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    // Tells the catalogue text M at the current token, unless the recovery policy holds
+    // it back (an echo, or the file is over its cap).
+    template <const MessageText& M, typename... A>
+    void SyntaxError(A... args);
     void SyntaxErrorUnexpected();
     void SkipPast(unsigned kind);
     void SkipToItemEnd();
@@ -163,8 +169,10 @@ private:
     // Identifiers keep their case in Name() (see VhdlNames.h).
     const bool preserveIdCase_ = VhdlPreserveIdCase();
     size_t pos_ = 0;
-    unsigned errors_ = 0;
-    size_t lastErrorTok_ = static_cast<size_t>(-1);
+    // Tokens passed over to re-synchronise after an error: they are not text the
+    // recovery policy counts as read.
+    size_t skipped_ = 0;
+    ErrorRecovery recovery_;
     unsigned depth_ = 0;
 };
 

@@ -3,9 +3,24 @@
 
 #include <cctype>
 
+#include "hdl/vhdl/VhdlMessageIds.h"
 #include "hdl/vhdl/VhdlParser.h"
 
 namespace hdl {
+
+template <const MessageText& M, typename... A>
+void VhdlParser::SyntaxError(A... args) {
+    const ErrorRecovery::Verdict verdict = recovery_.OnError(fileId_, pos_ - skipped_);
+    if (verdict == ErrorRecovery::Quiet) return;
+    const VhdlTok& t = Tok();
+    ColLineFile loc(fileId_, t.line, t.col, t.endLine, t.endCol);
+    Message::Tell<M>(&loc, args...);
+    if (verdict == ErrorRecovery::TellLast) {
+        Message::Tell<vhdl_msg::TooManySyntaxErrors>(&loc);
+        skipped_ += toks_.size() - 1 - pos_;
+        pos_ = toks_.size() - 1;
+    }
+}
 
 template <class T>
 T* VhdlParser::Make(size_t startTok) {

@@ -12,7 +12,7 @@
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "hdl/vhdl/VhdlVisitor.h"
 #include "sift/primitives/HADLPrimitiveTable.h"
-#include "sift/scan/HADLDataDir.h"
+#include "sift/base/HADLDataDir.h"
 
 HADLPrimitiveNames& HADLPrimitiveNames::getPrimitiveNames() {
     static HADLPrimitiveNames* names = [] {

@@ -2,9 +2,11 @@
 
 #include "hdl/base/LineFile.h"
 #include "hdl/base/Message.h"
+#include "hdl/sv/VeriMessageIds.h"
 #include "runtime/LoomEnvelope1735.h"
 #include "runtime/LoomMsgMgrInstance.h"
-#include "sift/shell/HADLMsgCapture.h"
+#include "sift/base/HADLMessages.h"
+#include "sift/base/HADLMsgCapture.h"
 #include "sift/scan/HADLIncludeTracer.h"
 #include "sift/scan/HADLNeedDecryptionCache.h"
 #include "sift/scan/HADLSifter.h"
@@ -37,19 +39,18 @@ void reportDecryptionDenied(const std::string& name, int code) {
     std::string text = "reading a protected region of " + name + " is denied by its rights (" +
                        (code == ieee1735::RightsEval::Denied ? "no decryption for analysis" : "unreadable rights") +
                        ")";
-    fileCatalogueMessage(name, 1, LoomMsgMgrInstance::create(LoomMsgMgrInstance::Error, "@56-286@%s", text.c_str()));
+    fileCatalogueMessage(name, 1, managerMessage<hadl_msg::ProtectedSourceUnreadable>(text.c_str()));
 }
 
 // A file that cannot be read is the front-end's to report, at the file; an envelope
 // that cannot be opened goes to the parent's catalogue, at its line.
 void reportEnvelopeDiag(const LoomEnvelope1735::EnvelopeDiag& diag) {
     if (diag.kind == LoomEnvelope1735::EnvelopeDiag::Envelope) {
-        fileCatalogueMessage(diag.path, diag.line,
-                             LoomMsgMgrInstance::create(LoomMsgMgrInstance::Error, "@56-286@%s", diag.what()));
+        fileCatalogueMessage(diag.path, diag.line, managerMessage<hadl_msg::ProtectedSourceUnreadable>(diag.what()));
         return;
     }
     hdl::ColLineFile loc = hdl::LineFile::StartOf(diag.path);
-    hdl::Message::Error("VERI-1000", &loc, "%s", diag.what());
+    hdl::Message::Tell<hdl::veri_msg::StreamFailed>(&loc, diag.what());
 }
 
 // An open or a read that fails at a stream's first use (the reader reads only then) is
@@ -78,8 +79,8 @@ hdl::SourceStream* openSourceStream(const char* name) {
             reportEnvelopeDiag(diag);
     } catch (...) {
         // The stream stays without input, as for a file that cannot be read.
-        fileCatalogueMessage(path, 1, LoomMsgMgrInstance::create(LoomMsgMgrInstance::Error, "@56-287@%s%s",
-                                                                 (path + ": ").c_str(), "unrecognized exception caught"));
+        fileCatalogueMessage(path, 1, managerMessage<hadl_msg::ProtectedSourceFailed>((path + ": ").c_str(),
+                                                                                      "unrecognized exception caught"));
     }
     if (HADLIncludeTracer* tracer = HADLSifter::instance().skimTracker)
         tracer->enter(path);

@@ -11,7 +11,7 @@
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "runtime/LoomScopeTimer.h"
 #include "sift/scan/HADLSifter.h"
-#include "sift/shell/HADLMsgCapture.h"
+#include "sift/base/HADLMsgCapture.h"
 
 void HADLParse::analyzeFile(const std::string& path, const std::string& library, unsigned lang) {
     const unsigned mode = hdl::LanguageOf(lang);

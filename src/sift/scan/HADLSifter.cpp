@@ -12,7 +12,9 @@
 #include "hdl/base/RuntimeFlags.h"
 #include "hdl/sort/FileSort.h"
 #include "hdl/sv/VeriLibrary.h"
+#include "hdl/sv/VeriParserMessageIds.h"
 #include "hdl/vhdl/VhdlLibrary.h"
+#include "sift/base/HADLMessages.h"
 #include "sift/database/HADLDatabaseAPI.h"
 #include "sift/primitives/HADLPrimitiveNames.h"
 #include "sift/scan/HADLInputChain.h"
@@ -78,9 +80,9 @@ void HADLSifter::configure() {
     hdl::veri_file::RegisterFlexStreamCallBack(openSourceStream);
     hdl::vhdl_file::RegisterFlexStreamCallBack(openSourceStream);
     hdl::Message::RegisterSourceLineMap(protectedSourceLine);
-    for (const char* id : {"VERI-1231", "VERI-1232", "VERI-1330", "VERI-1791", "VERI-1927",
-                           "VERI-9015", "VERI-9022", "VERI-2142", "VHDL-9017", "VHDL-9019",
-                           "VHDL-9021", "VBSR-1011"}) {
+    using namespace hadl_msg;
+    for (const hdl::MessageId& id : {kVeri1231, kVeri1232, kVeri1330, kVeri1791, kVeri1927, kVeri9015, kVeri9022,
+                                     kVeri2142, kVhdl9017, kVhdl9019, kVhdl9021, kVbsr1011}) {
         hdl::Message::SetMessageType(id, hdl::MSG_IGNORE);
     }
     hdl::Message::SetMaxErrorCount(1000);
@@ -145,13 +147,13 @@ void HADLSifter::setRuntimeFlags() {
 }
 
 void HADLSifter::setMessageTypes() {
-    for (const char* id : {"VHDL-1260", "VHDL-1261", "VHDL-1283", "VERI-1137", "VERI-1245",
-                           "VERI-1158", "VERI-1138", "VERI-1154"}) {
+    using namespace hadl_msg;
+    for (const hdl::MessageId& id :
+         {kVhdl1260, kVhdl1261, kVhdl1283, kVeri1137, kVeri1245, kVeri1158, kVeri1138, kVeri1154}) {
         hdl::Message::SetMessageType(id, hdl::MSG_WARNING);
     }
-    hdl::Message::SetMessageType("VERI-9003", hdl::MSG_INFO);
-    hdl::Message::SetMessageType("VERI-1482", verbosity == 3 ? hdl::MSG_INFO
-                                                             : hdl::MSG_IGNORE);
+    hdl::Message::SetMessageType(kVeri9003, hdl::MSG_INFO);
+    hdl::Message::SetMessageType(hdl::veri_msg::kAnalyzingFile, verbosity == 3 ? hdl::MSG_INFO : hdl::MSG_IGNORE);
 }
 
 // Elaboration, interface extraction and the definition/reference walk are not built

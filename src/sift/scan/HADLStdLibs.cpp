@@ -5,8 +5,8 @@
 #include "hdl/base/Language.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
+#include "sift/base/HADLDataDir.h"
 #include "sift/scan/CorvidProtectAES.h"
-#include "sift/scan/HADLDataDir.h"
 #include "sift/scan/HADLSifter.h"
 
 namespace {
@@ -97,11 +97,19 @@ const PrecompiledLib kPrecompiledVhdlLibs[] = {
 
 } // namespace
 
-unsigned HADLStdLibs::vhdlStdLevel() const {
+std::vector<unsigned> HADLStdLibs::fileLanguages() const {
+    std::vector<unsigned> langs;
+    for (unsigned fileId = 1; fileId < sifter.fileAttrs.size(); ++fileId) langs.push_back(sifter.fileAttrs.at(fileId).lang);
+    return langs;
+}
+
+unsigned HADLStdLibs::vhdlStdLevel() const { return vhdlStdLevel(fileLanguages(), sifter.options.enableVHDL2019); }
+
+bool HADLStdLibs::hasSystemVerilog() const { return hasSystemVerilog(fileLanguages()); }
+
+unsigned HADLStdLibs::vhdlStdLevel(const std::vector<unsigned>& langs, bool with2019) {
     unsigned level = 0;
-    const bool with2019 = sifter.options.enableVHDL2019;
-    for (unsigned fileId = 1; fileId < sifter.fileAttrs.size(); ++fileId) {
-        const unsigned lang = sifter.fileAttrs.at(fileId).lang;
+    for (const unsigned lang : langs) {
         if (lang == hdl::LANG_NONE) continue;
         if (!with2019) {
             if (lang == hdl::LANG_VHDL08) return 2;
@@ -116,11 +124,41 @@ unsigned HADLStdLibs::vhdlStdLevel() const {
     return level;
 }
 
-bool HADLStdLibs::hasSystemVerilog() const {
-    for (unsigned fileId = 1; fileId < sifter.fileAttrs.size(); ++fileId) {
-        if (sifter.fileAttrs.at(fileId).lang == hdl::LANG_SV) return true;
-    }
+bool HADLStdLibs::hasSystemVerilog(const std::vector<unsigned>& langs) {
+    for (const unsigned lang : langs)
+        if (lang == hdl::LANG_SV) return true;
     return false;
+}
+
+std::vector<HADLStdLibFile> HADLStdLibs::vhdlSources(unsigned level) {
+    std::vector<HADLStdLibFile> files;
+    if (level == 0) return files;
+    std::string base = findDataDir("vhdl/src/std/standard.vhd");
+    if (base.empty()) return files;
+    base += "vhdl/src/";
+    if (level == 1) {
+        for (const StdLibSource& source : kVhdl93Sources)
+            files.push_back({hdl::LANG_VHDL93, source.library, base + source.path});
+    } else {
+        const unsigned lang = level == 2 ? hdl::LANG_VHDL08 : hdl::LANG_VHDL19;
+        for (const StdLibSource& source : kVhdl08Sources) files.push_back({lang, source.library, base + source.path});
+    }
+    for (const StdLibSource& source : kComponentSources)
+        files.push_back({hdl::LANG_VHDL93, source.library, base + source.path});
+    std::string tessel = findDataDir("ip/tessel");
+    if (!tessel.empty()) files.push_back({hdl::LANG_VHDL93, "tessel", tessel + "ip/tessel/tessel_VCOMP.vhd"});
+    return files;
+}
+
+std::vector<HADLStdLibFile> HADLStdLibs::svSources(std::string& svIncludeDir) {
+    std::vector<HADLStdLibFile> files;
+    svIncludeDir.clear();
+    std::string base = findDataDir("verilog/src/std.sv");
+    if (base.empty()) return files;
+    svIncludeDir = base + "/system_verilog/uvm_1.2";
+    files.push_back({hdl::LANG_SV, "std", base + "/verilog/src/std.sv"});
+    files.push_back({hdl::LANG_SV, "uvm", base + "/system_verilog/uvm_1.2/corvid_uvm_package.sv"});
+    return files;
 }
 
 void HADLStdLibs::addStdLibFile(unsigned lang, const std::string& library, const std::string& path) {
@@ -177,29 +215,14 @@ void HADLStdLibs::addVhdlStdLibSources() {
     const unsigned level = vhdlStdLevel();
     if (level == 0) return;
     std::cout << "=============== Using source files for VHDL std libs ===========" << std::endl;
-    std::string base = findDataDir("vhdl/src/std/standard.vhd");
-    if (base.empty()) return;
-    base += "vhdl/src/";
-    if (level == 1) {
-        for (const StdLibSource& source : kVhdl93Sources)
-            addStdLibFile(hdl::LANG_VHDL93, source.library, base + source.path);
-    } else {
-        const unsigned lang = level == 2 ? hdl::LANG_VHDL08 : hdl::LANG_VHDL19;
-        for (const StdLibSource& source : kVhdl08Sources)
-            addStdLibFile(lang, source.library, base + source.path);
-    }
-    for (const StdLibSource& source : kComponentSources)
-        addStdLibFile(hdl::LANG_VHDL93, source.library, base + source.path);
-    std::string tessel = findDataDir("ip/tessel");
-    if (!tessel.empty()) addStdLibFile(hdl::LANG_VHDL93, "tessel", tessel + "ip/tessel/tessel_VCOMP.vhd");
+    for (const HADLStdLibFile& file : vhdlSources(level)) addStdLibFile(file.lang, file.library, file.path);
 }
 
 void HADLStdLibs::addSvStdLibSources() {
     if (!hasSystemVerilog()) return;
     std::cout << "=============== Using source files for SV std libs ===========" << std::endl;
-    std::string base = findDataDir("verilog/src/std.sv");
-    if (base.empty()) return;
-    hdl::veri_file::AddIncludeDir((base + "/system_verilog/uvm_1.2").c_str());
-    addStdLibFile(hdl::LANG_SV, "std", base + "/verilog/src/std.sv");
-    addStdLibFile(hdl::LANG_SV, "uvm", base + "/system_verilog/uvm_1.2/corvid_uvm_package.sv");
+    std::string includeDir;
+    const std::vector<HADLStdLibFile> files = svSources(includeDir);
+    if (!includeDir.empty()) hdl::veri_file::AddIncludeDir(includeDir.c_str());
+    for (const HADLStdLibFile& file : files) addStdLibFile(file.lang, file.library, file.path);
 }

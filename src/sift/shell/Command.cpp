@@ -40,7 +40,7 @@ Argument* Command::Find(const std::string& argName) const {
 Argument* Command::argumentForWord(const char* word) const {
     if (word[0] != '-') {
         if (Argument* positional = Find("")) return positional;
-        Error("%s: expected an argument (near '%s')", name.c_str(), word);
+        Tell<cmd_msg::ExpectedArgument>(name.c_str(), word);
         return nullptr;
     }
     const std::string text = word + 1;
@@ -50,7 +50,7 @@ Argument* Command::argumentForWord(const char* word) const {
     };
     auto candidate = std::find_if(arguments.begin(), arguments.end(), startsWithText);
     if (candidate == arguments.end()) {
-        Error("%s: unknown option -%s", name.c_str(), text.c_str());
+        Tell<cmd_msg::UnknownOption>(name.c_str(), text.c_str());
         return nullptr;
     }
     if ((*candidate)->uniquePrefix < text.size()) return candidate->get();
@@ -58,16 +58,15 @@ Argument* Command::argumentForWord(const char* word) const {
     for (const auto& a : arguments) {
         if (startsWithText(a)) names += " " + a->name;
     }
-    Error("%s: ambiguous option -%s (possible options : %s)", name.c_str(), text.c_str(),
-          names.c_str());
+    Tell<cmd_msg::AmbiguousOption>(name.c_str(), text.c_str(), names.c_str());
     return nullptr;
 }
 
 void Command::reportMissing(const Argument& argument, const char* commandWord) const {
     if (!argument.name.empty()) {
-        Error("%s: option -%s needs to be specified", name.c_str(), argument.name.c_str());
+        Tell<cmd_msg::OptionMissing>(name.c_str(), argument.name.c_str());
     } else {
-        Error("%s: command expects an argument", commandWord);
+        Tell<cmd_msg::ArgumentMissing>(commandWord);
     }
 }
 
@@ -95,8 +94,7 @@ int Command::ParseArgs(int argc, const char* const* argv) {
         for (const auto& b : arguments) {
             if (b == a || b->group != a->group || !b->isSet) continue;
             if (a->group > 0 && a->isSet) {
-                Error("%s: cannot set both options -%s and -%s", name.c_str(), b->name.c_str(),
-                      a->name.c_str());
+                Tell<cmd_msg::ExclusiveOptions>(name.c_str(), b->name.c_str(), a->name.c_str());
                 return 0;
             }
             satisfied = true;

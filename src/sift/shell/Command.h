@@ -11,6 +11,7 @@
 #include <tcl.h>
 
 #include "hdl/base/LineFile.h"
+#include "hdl/base/Message.h"
 #include "sift/shell/CommandArgument.h"
 
 namespace hdl {
@@ -32,8 +33,12 @@ public:
     virtual void Error(const char* format, ...) const __attribute__((format(printf, 2, 3)));
     virtual void Warning(const char* format, ...) const __attribute__((format(printf, 2, 3)));
     virtual void Info(const char* format, ...) const __attribute__((format(printf, 2, 3)));
-
-    // Takes ownership; false (and the argument dropped) when the name is taken.
+    // Tells a text of the framework's catalogue at the command's location.
+    template <const MessageText& M, typename... A>
+    void Tell(A... args) const {
+        Message::Tell<M>(location, args...);
+    }
+// Takes ownership; false (and the argument dropped) when the name is taken.
     bool Add(std::unique_ptr<Argument> argument);
     // Exact name; the empty name is the positional argument.
     Argument* Find(const std::string& argName) const;

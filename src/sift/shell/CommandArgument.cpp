@@ -6,6 +6,7 @@
 
 #include "hdl/base/Message.h"
 #include "sift/shell/Command.h"
+#include "sift/shell/CommandMessages.h"
 
 namespace hdl {
 
@@ -39,9 +40,9 @@ bool Argument::markSet() {
         return true;
     }
     if (name.empty()) {
-        command->Error("%s: default option was already specified", command->name.c_str());
+        command->Tell<cmd_msg::DefaultRepeated>(command->name.c_str());
     } else {
-        command->Error("%s: option -%s was already specified", command->name.c_str(), name.c_str());
+        command->Tell<cmd_msg::OptionRepeated>(command->name.c_str(), name.c_str());
     }
     return false;
 }
@@ -100,8 +101,7 @@ int IntArg::SetValue(const std::string& word) {
     char* end = nullptr;
     long parsed = std::strtol(word.c_str(), &end, 10);
     if (*end) {
-        command->Error("%s: option -%s expected an integer (near '%s')", command->name.c_str(),
-                       name.c_str(), word.c_str());
+        command->Tell<cmd_msg::NotInteger>(command->name.c_str(), name.c_str(), word.c_str());
         return 0;
     }
     value = static_cast<int32_t>(parsed);
@@ -117,8 +117,7 @@ int DoubleArg::SetValue(const std::string& word) {
     char* end = nullptr;
     double parsed = std::strtod(word.c_str(), &end);
     if (*end) {
-        command->Error("%s: option -%s expected a floating point number (near '%s')",
-                       command->name.c_str(), name.c_str(), word.c_str());
+        command->Tell<cmd_msg::NotDouble>(command->name.c_str(), name.c_str(), word.c_str());
         return 0;
     }
     value = parsed;

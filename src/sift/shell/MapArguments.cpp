@@ -1,11 +1,12 @@
 #include "sift/shell/MapArguments.h"
 
 #include "sift/shell/Command.h"
+#include "sift/shell/CommandMessages.h"
 
 namespace hdl {
 
 void PairArgument::noPairing(const std::string& word) const {
-    command->Error("%s: map argument '%s' has no pairing", command->name.c_str(), word.c_str());
+    command->Tell<cmd_msg::NoPairing>(command->name.c_str(), word.c_str());
 }
 
 int PairArgument::Parse(int& index, int argc, const char* const* argv) {
@@ -27,7 +28,7 @@ int PairArgument::Parse(int& index, int argc, const char* const* argv) {
     const bool dashed = next[0] == '-';
     StringArray value;
     if (!splitTclList(next, value) && (dashed || IsMapOfArray())) {
-        command->Error("%s: map argument '%s' cannot be parsed", command->name.c_str(), next);
+        command->Tell<cmd_msg::MapUnparsable>(command->name.c_str(), next);
         return 0;
     }
     ++index;
@@ -90,8 +91,7 @@ int MapArg::SetValue(const std::string& key, const std::string& value) {
     if (!markSet()) return 0;
     std::string old;
     if (!insertOrReplace(values, key, value, old)) {
-        command->Warning("%s: option -%s previously set; overwriting value '%s'",
-                         command->name.c_str(), name.c_str(), old.c_str());
+        command->Tell<cmd_msg::Overwriting>(command->name.c_str(), name.c_str(), old.c_str());
     }
     return 1;
 }
@@ -114,8 +114,7 @@ int MapOfArrayArg::SetValue(const std::string& key, const StringArray& value) {
     if (!markSet()) return 0;
     StringArray old;
     if (!insertOrReplace(values, key, value, old)) {
-        command->Warning("%s: option -%s previously set; overwriting value '%s'",
-                         command->name.c_str(), name.c_str(), joined(old).c_str());
+        command->Tell<cmd_msg::Overwriting>(command->name.c_str(), name.c_str(), joined(old).c_str());
     }
     return 1;
 }

@@ -7,6 +7,7 @@
 #include "runtime/LoomBackTrace.h"
 #include "runtime/LoomParamMgr.h"
 #include "sift/shell/Command.h"
+#include "sift/shell/CommandMessages.h"
 #include "sift/shell/HADLCmd.h"
 
 hdl::Commands* registerCommands(Tcl_Interp* interp) {
@@ -46,9 +47,9 @@ int sfCommandProc(ClientData clientData, Tcl_Interp* interp, int argc, const cha
     if (command->Process(interp)) return TCL_OK;
     const char* result = Tcl_GetStringResult(interp);
     if (!result || !*result) {
-        command->Error("%s: failed", argv[0]);
+        command->Tell<hdl::cmd_msg::Failed>(argv[0]);
     } else {
-        command->Error("%s: failed because %s", argv[0], result);
+        command->Tell<hdl::cmd_msg::FailedBecause>(argv[0], result);
     }
     return TCL_ERROR;
 }

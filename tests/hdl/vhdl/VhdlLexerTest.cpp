@@ -153,9 +153,11 @@ TEST(VhdlLexer, ProtectedEnvelopeIsSkippedWithAWarning) {
 
 TEST(VhdlLexer, BadInputGivesErrorsAndStops) {
     test::MessageCapture capture;
-    auto l = Lex("a $ b \"open\nc");
+    auto l = Lex("a $ b c d \"open\ne");
     EXPECT_EQ(capture.Count(MSG_ERROR), 2u);
-    EXPECT_EQ(l.spellings.back(), "c");
+    EXPECT_EQ(l.spellings.back(), "e");
+    Lex("a $ b \"open\nc");  // the string's error is the echo of the '$'
+    EXPECT_EQ(capture.Count(MSG_ERROR), 3u);
     std::string garbage(10000, '\x01');
     auto g = Lex(garbage);
     EXPECT_TRUE(g.spellings.empty());

@@ -1,8 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
 #include <string>
 
 #include "VhdlTestUtil.h"
+#include "hdl/base/ErrorRecovery.h"
+#include "hdl/vhdl/VhdlLibrary.h"
+#include "hdl/vhdl/VhdlMessageIds.h"
 #include "hdl/vhdl/VhdlParser.h"
 #include "hdl/vhdl/VhdlPrettyPrinter.h"
 #include "hdl/vhdl/VhdlVisitor.h"
@@ -569,14 +574,69 @@ TEST(VhdlParser, MismatchedClosingNamesWarn) {
     EXPECT_EQ(capture.Count(MSG_WARNING), 3u);
 }
 
-TEST(VhdlParser, ManyErrorsStopTheFile) {
+// Garbage costs one message: each error after the first lies within the echo window of
+// the one before, whatever the garbage and however the parser skips to recover.
+TEST(VhdlParserRecovery, GarbageCostsOneMessage) {
+    const char* const soups[] = {"entity ; ", "x 3 ( ; ) := y <= , => ", "a b c ( ) [ ] ; ", "begin end ; is ( ",
+                                 "architecture of is ; "};
+    for (const char* soup : soups) {
+        test::MessageCapture capture;
+        std::string junk;
+        for (int i = 0; i < 500; ++i) junk += soup;
+        auto p = Parse(junk);
+        EXPECT_EQ(capture.Count(MSG_ERROR), 1u) << soup << "\n" << capture.Errors();
+        EXPECT_EQ(p->errors, 1u);
+    }
+}
+
+// Errors with text between them are each told, up to the cap per file; the closing
+// message says the rest is skipped, and the next file starts with a cap of its own.
+TEST(VhdlParserRecovery, TheCapHoldsPerFile) {
+    auto broken = [](int count) {
+        std::string text = "package p is\n";
+        for (int i = 0; i < count; ++i)
+            text += "  constant c" + std::to_string(i) + " : integer := ;\n  constant d" + std::to_string(i) +
+                    " : integer := 1;\n";
+        return text + "end package;\n";
+    };
     test::MessageCapture capture;
-    std::string junk;
-    for (int i = 0; i < 500; ++i) junk += "entity ; ";
-    auto p = Parse(junk);
-    // Fifty syntax errors and the one that says the rest is skipped.
-    EXPECT_EQ(capture.Count(MSG_ERROR), 51u);
-    EXPECT_EQ(p->errors, 50u);
+    vhdl_file::AnalyzeText(broken(60), "cap_a.vhd", "work", VHDL_2008);
+    ASSERT_EQ(capture.Count(MSG_ERROR), ErrorRecovery::kMaxErrorsPerFile + 1) << capture.Errors();
+    const test::CapturedMessage& last = capture.All().back();
+    EXPECT_EQ(last.id, vhdl_msg::kSyntax);
+    EXPECT_EQ(last.text, "cap_a.vhd: too many syntax errors, the rest of the file is skipped");
+    EXPECT_EQ(last.line, 2u + 2 * (ErrorRecovery::kMaxErrorsPerFile - 1));
+    vhdl_file::AnalyzeText(broken(5), "cap_b.vhd", "work", VHDL_2008);
+    EXPECT_EQ(capture.Count(MSG_ERROR), ErrorRecovery::kMaxErrorsPerFile + 1 + 5) << capture.Errors();
+}
+
+// Real code with two mistakes far apart: both are told, at their lines, and nothing else.
+TEST(VhdlParserRecovery, SeparateMistakesInRealCodeAreEachTold) {
+    const std::string path = std::string(SIFT_SHARED_DIR) + "/corpus/microwatt/countbits.vhdl";
+    std::ifstream in(path);
+    if (!in) GTEST_SKIP() << "no corpus file " << path;
+    std::stringstream buffer;
+    buffer << in.rdbuf();
+    const std::string original = buffer.str();
+    {
+        test::MessageCapture capture;
+        EXPECT_EQ(Parse(original)->errors, 0u) << capture.Errors();
+    }
+    std::string text = original;
+    auto breakAt = [&text](const std::string& from, const std::string& to) {
+        const size_t at = text.find(from);
+        ASSERT_NE(at, std::string::npos) << from;
+        text.replace(at, from.size(), to);
+    };
+    breakAt("signal sum : std_ulogic_vector(64 downto 0);", "signal sum std_ulogic_vector(64 downto 0);");
+    breakAt("inp_r <= inp;", "inp_r <= ;");
+    test::MessageCapture capture;
+    auto p = Parse(text);
+    EXPECT_EQ(p->errors, 2u);
+    std::vector<uint32_t> lines;
+    for (const auto& m : capture.All())
+        if (m.type == MSG_ERROR) lines.push_back(m.line);
+    EXPECT_EQ(lines, (std::vector<uint32_t>{25, 59})) << capture.Errors();
 }
 
 TEST(VhdlParser, EditionDecidesWhatIsAName) {

@@ -10,8 +10,8 @@
 
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
+#include "sift/base/HADLDataDir.h"
 #include "sift/scan/CorvidProtectAES.h"
-#include "sift/scan/HADLDataDir.h"
 #include "sift/scan/HADLSifter.h"
 #include "sift/scan/HADLStdLibs.h"
 #include "TempDataDir.h"

@@ -187,7 +187,7 @@ TEST(VeriLexer, BinaryDigitsStopAtNonBinary) {
 TEST(VeriLexer, BasedNumberWithoutDigitsIsReported) {
     MessageCapture mc;
     auto t = lexAll("8'h ;");
-    EXPECT_EQ(mc.count(veri_msg::BadNumber), 1u);
+    EXPECT_EQ(mc.count(veri_msg::kBadNumber), 1u);
     ASSERT_FALSE(t.empty());
     EXPECT_EQ(t[0].kind, VT_ERROR);
 }
@@ -226,7 +226,7 @@ TEST(VeriLexer, StringsKeepEscapesAndReportOpenOnes) {
     EXPECT_EQ(t[1].kind, VT_STRING_LITERAL);
     EXPECT_EQ(t[1].text, "\"open");
     EXPECT_EQ(t[2].text, "x");
-    EXPECT_EQ(mc.count(veri_msg::StringOpen), 1u);
+    EXPECT_EQ(mc.count(veri_msg::kStringOpen), 1u);
 }
 
 TEST(VeriLexer, CommentsAndPositions) {
@@ -241,7 +241,7 @@ TEST(VeriLexer, CommentsAndPositions) {
     EXPECT_EQ(t[2].line, 4u);
     EXPECT_EQ(t[2].col, 2u);
     EXPECT_EQ(t[2].fileId, 7u);
-    EXPECT_EQ(mc.count(veri_msg::CommentOpen), 1u);
+    EXPECT_EQ(mc.count(veri_msg::kCommentOpen), 1u);
 }
 
 TEST(VeriLexer, TranslateOffSkipsUntilTranslateOn) {
@@ -257,7 +257,7 @@ TEST(VeriLexer, TranslateOffSkipsUntilTranslateOn) {
         ++n;
     EXPECT_EQ(n, 6);
     EXPECT_EQ(hdl::test::joined(lexAll("a // synthesis translate_off\nb")), "a");
-    EXPECT_EQ(mc.count(veri_msg::TranslateOffOpen), 1u);
+    EXPECT_EQ(mc.count(veri_msg::kTranslateOffOpen), 1u);
 }
 
 TEST(VeriLexer, PragmaCommentsAreKnownByTheirFirstTwoWords) {
@@ -279,13 +279,17 @@ TEST(VeriLexer, PragmaCommentsAreKnownByTheirFirstTwoWords) {
     EXPECT_EQ(pragmaDirection("set the pragma translate_off here"), 0);
 }
 
+// A run of bad characters is one error; one within three tokens of the last is its echo.
 TEST(VeriLexer, GarbageGivesOneErrorPerRun) {
     MessageCapture mc;
-    std::string junk = "a \x01\x02\xff\xfe b";
+    std::string junk = "a \x01\x02\xff\xfe b c d";
     junk += '\0';
-    junk += " c";
+    junk += " e";
     auto t = lexAll(junk);
     EXPECT_EQ(hdl::test::joined(t).substr(0, 1), "a");
-    EXPECT_EQ(t.back().text, "c");
-    EXPECT_EQ(mc.count(veri_msg::BadCharacter), 2u);
+    EXPECT_EQ(t.back().text, "e");
+    EXPECT_EQ(mc.count(veri_msg::kBadCharacter), 2u);
+    MessageCapture close;
+    lexAll("a \x01 b \x02 c \x03\x04 d");
+    EXPECT_EQ(close.count(veri_msg::kBadCharacter), 1u);
 }

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <set>
 #include <sstream>
 #include <unistd.h>
 
@@ -63,7 +62,7 @@ TEST(VeriPreprocessor, DefaultArguments) {
 TEST(VeriPreprocessor, MissingAndExtraArgumentsAreErrors) {
     MessageCapture mc;
     run("`define M(a, b) a b\n`M(1) `M(1, 2, 3) `M x");
-    EXPECT_EQ(mc.count(veri_msg::MacroArgCount), 3u) << mc.all();
+    EXPECT_EQ(mc.count(veri_msg::kMacroArgCount), 3u) << mc.all();
 }
 
 TEST(VeriPreprocessor, StringifyAndPaste) {
@@ -86,7 +85,7 @@ TEST(VeriPreprocessor, NestedMacrosAndMacroInOwnArgument) {
 TEST(VeriPreprocessor, RecursionIsCut) {
     MessageCapture mc;
     EXPECT_EQ(run("`define A `B + 1\n`define B `A * 2\nx `A y"), "x * 2 + 1 y");
-    EXPECT_EQ(mc.count(veri_msg::RecursiveMacro), 1u);
+    EXPECT_EQ(mc.count(veri_msg::kRecursiveMacro), 1u);
 }
 
 TEST(VeriPreprocessor, ExponentialExpansionIsBounded) {
@@ -99,7 +98,7 @@ TEST(VeriPreprocessor, ExponentialExpansionIsBounded) {
     VeriPreprocessor pp({});
     pp.pushText(text, "blow.sv");
     size_t n = allTokens(pp).size();
-    EXPECT_GE(mc.count(veri_msg::ExpansionLimit), 1u);
+    EXPECT_GE(mc.count(veri_msg::kExpansionLimit), 1u);
     EXPECT_LT(n, size_t(64) << 20);
 }
 
@@ -110,7 +109,7 @@ TEST(VeriPreprocessor, MultiLineDefinesAndComments) {
 TEST(VeriPreprocessor, UndefinedMacroIsAnError) {
     MessageCapture mc;
     EXPECT_EQ(run("a `NOPE b"), "a b");
-    EXPECT_EQ(mc.count(veri_msg::UndefinedMacro), 1u);
+    EXPECT_EQ(mc.count(veri_msg::kUndefinedMacro), 1u);
 }
 
 // The coverage constants are predefined in SystemVerilog only, and can be redefined.
@@ -121,7 +120,7 @@ TEST(VeriPreprocessor, CoverageMacrosArePredefinedInSystemVerilog) {
     VeriPreprocessorOptions v2001;
     v2001.language = 2;
     EXPECT_EQ(run("a `SV_COV_START b", v2001), "a b");
-    EXPECT_EQ(mc.count(veri_msg::UndefinedMacro), 1u);
+    EXPECT_EQ(mc.count(veri_msg::kUndefinedMacro), 1u);
 }
 
 TEST(VeriPreprocessor, NestedConditionals) {
@@ -141,9 +140,9 @@ TEST(VeriPreprocessor, InactiveTextIsNotLexed) {
 TEST(VeriPreprocessor, UnbalancedConditionalsAreErrors) {
     MessageCapture mc;
     EXPECT_EQ(run("`ifdef X a\n"), "");
-    EXPECT_EQ(mc.count(veri_msg::OpenConditional), 1u);
+    EXPECT_EQ(mc.count(veri_msg::kOpenConditional), 1u);
     run("`endif `else b");
-    EXPECT_EQ(mc.count(veri_msg::StrayConditional), 2u);
+    EXPECT_EQ(mc.count(veri_msg::kStrayConditional), 2u);
 }
 
 TEST(VeriPreprocessor, UndefAndUndefineAllKeepCommandLineMacros) {
@@ -320,8 +319,8 @@ TEST(VeriPreprocessor, MissingIncludeAndCycles) {
     VeriPreprocessor pp({});
     ASSERT_TRUE(pp.pushFile(top));
     auto t = allTokens(pp);
-    EXPECT_EQ(mc.count(veri_msg::IncludeNotFound), 1u);
-    EXPECT_EQ(mc.count(veri_msg::IncludeDepth), 1u);
+    EXPECT_EQ(mc.count(veri_msg::kIncludeNotFound), 1u);
+    EXPECT_EQ(mc.count(veri_msg::kIncludeDepth), 1u);
     EXPECT_EQ(t[0].text, "after");
     EXPECT_EQ(t.back().text, "end_");
 }
@@ -329,7 +328,7 @@ TEST(VeriPreprocessor, MissingIncludeAndCycles) {
 TEST(VeriPreprocessor, IncludeOfTheNullDeviceIsEmpty) {
     MessageCapture mc;
     EXPECT_EQ(run("`include \"/dev/null\"\nmodule m; endmodule"), "module m ; endmodule");
-    EXPECT_EQ(mc.count(veri_msg::IncludeNotFound), 0u);
+    EXPECT_EQ(mc.count(veri_msg::kIncludeNotFound), 0u);
 }
 
 namespace {
@@ -371,7 +370,7 @@ TEST(VeriPreprocessor, ProtectedRegionsAreSkippedWithAMessage) {
     EXPECT_EQ(run("a\n`pragma protect begin_protected\n`pragma protect data_block\n#$%^garbage\n"
                   "`pragma protect end_protected\nb\n`protect\nc\n`endprotect\nd"),
               "a b d");
-    EXPECT_EQ(mc.count(veri_msg::ProtectedSkipped), 2u);
+    EXPECT_EQ(mc.count(veri_msg::kProtectedSkipped), 2u);
     EXPECT_EQ(mc.errors(), 0u);
 }
 
@@ -392,19 +391,11 @@ TEST(VeriPreprocessor, MissingAndBinaryFilesAreOneErrorEach) {
         EXPECT_EQ(pp.next().kind, VT_EOF);
     }
     ASSERT_EQ(test::capturedMessages().size(), 2u);
-    EXPECT_EQ(test::capturedMessages()[0].id, veri_msg::OpenFailed);
+    EXPECT_EQ(test::capturedMessages()[0].id, veri_msg::kOpenFailed);
     EXPECT_EQ(test::capturedMessages()[0].line, 1u);
-    EXPECT_EQ(test::capturedMessages()[1].id, veri_msg::BinaryInput);
+    EXPECT_EQ(test::capturedMessages()[1].id, veri_msg::kBinaryInput);
     EXPECT_EQ(test::capturedMessages()[1].text, "'" + blob + "' is not a text file");
     EXPECT_EQ(test::capturedMessages()[1].line, 1u);
-}
-
-TEST(VeriPreprocessor, MessageIdsAreUnique) {
-    size_t count = 0;
-    const VeriMessageId* rows = veriLexMessages(count);
-    std::set<std::string> ids;
-    for (size_t i = 0; i < count; ++i)
-        EXPECT_TRUE(ids.insert(rows[i].id).second) << rows[i].id;
 }
 
 TEST(VeriPreprocessor, DeeplyNestedArgumentsAreCutNotOverflowed) {
@@ -417,7 +408,7 @@ TEST(VeriPreprocessor, DeeplyNestedArgumentsAreCutNotOverflowed) {
     VeriPreprocessor pp({});
     pp.pushText(text, "deep.sv");
     allTokens(pp);
-    EXPECT_GE(mc.count(veri_msg::ExpansionLimit), 1u);
+    EXPECT_GE(mc.count(veri_msg::kExpansionLimit), 1u);
 }
 
 TEST(VeriPreprocessor, MacroTextStartsWhereItsUseStood) {
@@ -439,8 +430,8 @@ TEST(VeriPreprocessor, ConditionalsDoNotCrossFileBoundaries) {
     VeriPreprocessor pp({});
     ASSERT_TRUE(pp.pushFile(top));
     EXPECT_EQ(joined(allTokens(pp)), "inside out");
-    EXPECT_EQ(mc.count(veri_msg::StrayConditional), 1u);
-    EXPECT_EQ(mc.count(veri_msg::OpenConditional), 0u);
+    EXPECT_EQ(mc.count(veri_msg::kStrayConditional), 1u);
+    EXPECT_EQ(mc.count(veri_msg::kOpenConditional), 0u);
 }
 
 TEST(VeriPreprocessor, MalformedDirectivesAreReportedAndLeaveStateAlone) {
@@ -454,6 +445,6 @@ TEST(VeriPreprocessor, MalformedDirectivesAreReportedAndLeaveStateAlone) {
     EXPECT_EQ(pp.timescale().unit, "10 us");
     EXPECT_EQ(pp.timescale().precision, "100 ns");
     EXPECT_EQ(pp.defaultNettype(), "wire");
-    EXPECT_EQ(mc.count(veri_msg::DirectiveSyntax), 7u) << mc.all();
-    EXPECT_EQ(mc.count(veri_msg::KeywordsVersion), 2u) << mc.all();
+    EXPECT_EQ(mc.count(veri_msg::kDirectiveSyntax), 7u) << mc.all();
+    EXPECT_EQ(mc.count(veri_msg::kKeywordsVersion), 2u) << mc.all();
 }

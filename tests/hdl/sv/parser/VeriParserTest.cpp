@@ -2,9 +2,13 @@
 // that printed trees parse back to the same print.
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
 #include <string>
 
 #include "VeriTestSupport.h"
+#include "hdl/base/ErrorRecovery.h"
+#include "hdl/sv/VeriParserMessageIds.h"
 #include "hdl/sv/VeriPrettyPrinter.h"
 #include "hdl/sv/VeriTokens.h"
 
@@ -235,6 +239,64 @@ TEST(VeriParserRecovery, AnErrorsEchoesAreNotTold) {
     for (const auto& d : veritest::diagnostics())
         if (d.type == MSG_ERROR) lines.push_back(d.line);
     EXPECT_EQ(lines, (std::vector<uint32_t>{2, 3, 5}));
+}
+
+// Garbage costs one message: each error after the first lies within the echo window of
+// the one before, whatever the garbage and however the parser skips to recover.
+TEST(VeriParserRecovery, GarbageCostsOneMessage) {
+    for (const char* soup : {"x 3 ( ; ) = y <= , ", "a b c ( ) [ ] ; ", "{ } [ : ] # . ; ", "entity ; ",
+                             "architecture of is ; "}) {
+        std::string junk;
+        for (int i = 0; i < 500; ++i) junk += soup;
+        EXPECT_FALSE(veritest::analyze(junk));
+        EXPECT_EQ(veritest::errorCount(), 1u) << soup;
+    }
+}
+
+// Errors with good text between them are each told, up to the cap per file, which the
+// closing message follows; the next file starts with a cap of its own.
+TEST(VeriParserRecovery, TheCapHoldsPerFile) {
+    auto broken = [](int count) {
+        std::string text = "module m;\n";
+        for (int i = 0; i < count; ++i)
+            text += "  wire w" + std::to_string(i) + " = ;\n  wire v" + std::to_string(i) + " = 1;\n";
+        return text + "endmodule\n";
+    };
+    veritest::analyze(broken(60));
+    const unsigned cap = ErrorRecovery::kMaxErrorsPerFile;
+    ASSERT_EQ(veritest::errorCount(), cap + 1);
+    const veritest::Diagnostic& last = veritest::diagnostics().back();
+    EXPECT_EQ(last.id, veri_msg::kSyntaxError);
+    EXPECT_EQ(last.text, "too many syntax errors, the rest of the file's errors are not told");
+    EXPECT_EQ(last.line, 2 + 2 * (cap - 1));
+    Message::RegisterCallBackMsg(veritest::collect);
+    veri_file::AnalyzeText(broken(5), "other.sv", SYSTEM_VERILOG, "work");
+    Message::RegisterCallBackMsg(nullptr);
+    EXPECT_EQ(veritest::errorCount(), cap + 1 + 5);
+}
+
+// Real code with two mistakes far apart: both are told, at their lines, and nothing else.
+TEST(VeriParserRecovery, SeparateMistakesInRealCodeAreEachTold) {
+    const std::string path = std::string(SIFT_SHARED_DIR) + "/corpus/serv/rtl/serv_alu.v";
+    std::ifstream in(path);
+    if (!in) GTEST_SKIP() << "no corpus file " << path;
+    std::stringstream buffer;
+    buffer << in.rdbuf();
+    std::string text = buffer.str();
+    EXPECT_TRUE(veritest::analyze(text));
+    EXPECT_EQ(veritest::errorCount(), 0u);
+    auto breakAt = [&text](const std::string& from, const std::string& to) {
+        const size_t at = text.find(from);
+        ASSERT_NE(at, std::string::npos) << from;
+        text.replace(at, from.size(), to);
+    };
+    breakAt("wire        add_cy;", "wire        add_cy");
+    breakAt("assign result_slt[0] = cmp_r & i_cnt0;", "assign result_slt[0] = cmp_r & ;");
+    EXPECT_FALSE(veritest::analyze(text));
+    std::vector<uint32_t> lines;
+    for (const auto& d : veritest::diagnostics())
+        if (d.type == MSG_ERROR) lines.push_back(d.line);
+    EXPECT_EQ(lines, (std::vector<uint32_t>{37, 67}));
 }
 
 TEST(VeriParserRecovery, MissingEndAndGarbageDoNotHang) {

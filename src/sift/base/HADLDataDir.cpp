@@ -1,4 +1,4 @@
-#include "sift/scan/HADLDataDir.h"
+#include "sift/base/HADLDataDir.h"
 
 #include <cstdlib>
 

@@ -1,10 +1,12 @@
-#include "sift/shell/HADLMsgCapture.h"
+#include "sift/base/HADLMsgCapture.h"
 
 #include <cstdio>
 #include <vector>
 
+#include "hdl/sv/VeriParserMessageIds.h"
 #include "runtime/LoomEnvelope1735.h"
 #include "runtime/LoomMsgMgrInstance.h"
+#include "sift/base/HADLMessages.h"
 #include "sift/database/HADLDatabase.h"
 
 std::string HADLMsgCapture::lastAnalyzedFile;
@@ -114,12 +116,13 @@ void HADLMsgCapture::start(int verbosity, bool elabErrors) {
     case -1: break;
     default: typeMap[1] = typeMap[2] = typeMap[4] = 3; break;
     }
-    for (const char* id : {"VERI-1137", "VERI-1138", "VERI-1154", "VERI-1158", "VERI-1261", "VERI-1281",
-                           "VHDL-1238", "VHDL-1260", "VHDL-1283", "VHDL-1261"})
-        idTypes[id] = 1;
-    idTypes["VERI-1206"] = 2;
+    using namespace hadl_msg;
+    for (const hdl::MessageId& id :
+         {kVeri1137, kVeri1138, kVeri1154, kVeri1158, kVeri1261, kVeri1281, kVhdl1238, kVhdl1260, kVhdl1283, kVhdl1261})
+        idTypes[id.id] = 1;
+    idTypes[kVeri1206.id] = 2;
     if (verbosity == 3)
-        idTypes["VERI-1482"] = idTypes["VERI-9003"] = 4;
+        idTypes[hdl::veri_msg::kAnalyzingFile.id] = idTypes[kVeri9003.id] = 4;
     hdl::Message::RegisterCallBackMsg(elabErrors ? elabErrorsCallBack : plainCallBack);
 }
 
@@ -157,7 +160,7 @@ void HADLMsgCapture::onMessage(hdl::msg_type_t type, const char* id, const hdl::
     va_copy(copy, arguments);
     rewriteFormat(format ? format : "", copy, args);
     va_end(copy);
-    if (id && std::string(id) == "VERI-1482" && args.size() >= 2)
+    if (id && hdl::veri_msg::kAnalyzingFile == std::string_view(id) && args.size() >= 2)
         lastAnalyzedFile = args[1];
     const char* file = hdl::LineFile::GetFileName(location);
     if (!file && lastAnalyzedFile.empty())

@@ -9,11 +9,10 @@
 #include <string>
 
 #include "hdl/base/Message.h"
+#include "runtime/LoomMsgMgrInstance.h"
 #include "sift/database/HADLStringIndexTable.h"
 
 class HADLDatabase;
-class LoomMsgMgrInstance;
-
 class HADLMsgCapture {
 public:
     explicit HADLMsgCapture(HADLDatabase& database);
@@ -33,7 +32,8 @@ public:
                    va_list arguments, bool errorsOnly);
 
     static HADLMsgCapture* current();
-    // The file the front-end announced last (id "VERI-1482"); lasts the whole process.
+    // The file the Verilog front-end announced last (veri_msg::kAnalyzingFile); lasts the
+    // whole process.
     static std::string lastAnalyzedFile;
 
     HADLDatabase& database;
@@ -45,3 +45,12 @@ public:
 // Stores a message of the in-house manager for the file (added if unknown) and line.
 void addManagerMessage(HADLDatabase& db, const std::string& fileName, unsigned line,
                        const LoomMsgMgrInstance& instance);
+
+// A message of the parent's catalogue (a text of hadl_msg) as the in-house manager makes
+// it, with the mask of its type.
+template <const hdl::MessageText& M, typename... A>
+LoomMsgMgrInstance managerMessage(A... args) {
+    static_assert(hdl::message_format::FormatFits<A...>(M.format), "the arguments do not fit the message's format");
+    const unsigned mask = M.id.type == hdl::MSG_ERROR ? LoomMsgMgrInstance::Error : LoomMsgMgrInstance::Warning;
+    return LoomMsgMgrInstance::create(mask, M.format, args...);
+}

@@ -6,7 +6,8 @@
 #include "hdl/base/Message.h"
 #include "runtime/LoomMsgMgrInstance.h"
 #include "sift/database/HADLDatabase.h"
-#include "sift/shell/HADLMsgCapture.h"
+#include "sift/base/HADLMessages.h"
+#include "sift/base/HADLMsgCapture.h"
 
 using hdl::Message;
 
@@ -142,6 +143,19 @@ TEST_F(MsgCaptureTest, ManagerMessagesTakeTheirTypeFromTheMask) {
     EXPECT_EQ(n[1].type, 2u);
     EXPECT_EQ(n[2].type, 1u);
     EXPECT_TRUE(n[0].args.empty());
+}
+
+// The parent's catalogue texts come with the mask of their type and the reference in front.
+TEST_F(MsgCaptureTest, ParentCatalogueTextsCarryTheirMask) {
+    LoomMsgMgrInstance unreadable = managerMessage<hadl_msg::ProtectedSourceUnreadable>("a.v: no key");
+    EXPECT_EQ(unreadable.getType(), unsigned(LoomMsgMgrInstance::Error));
+    EXPECT_EQ(unreadable.getMessageBody(), "@56-286@a.v: no key");
+    LoomMsgMgrInstance tops = managerMessage<hadl_msg::ConfigurationTopsLeftOut>("c.v", "cfg");
+    EXPECT_EQ(tops.getType(), unsigned(LoomMsgMgrInstance::Warning));
+    EXPECT_EQ(tops.getMessageBody(), "@56-434@c.vcfg");
+    addManagerMessage(db, "c.v", 9, tops);
+    ASSERT_EQ(msgs("c.v").size(), 1u);
+    EXPECT_EQ(msgs("c.v")[0].type, 2u);
 }
 
 } // namespace

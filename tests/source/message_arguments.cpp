@@ -1,0 +1,12 @@
+// Compiled by the tests message_arguments_fits (must compile) and
+// message_arguments_misfits (must not).
+#include "hdl/sv/VeriMessageIds.h"
+
+void tell(const char* path) {
+#if defined(FITS)
+    hdl::Message::Tell<hdl::veri_msg::IncludeLimits>(nullptr, path, sizeof path, sizeof path);
+#elif defined(MISFITS)
+    // One size too few for "'%s' is not read: ... (%zu deep, %zu in all)".
+    hdl::Message::Tell<hdl::veri_msg::IncludeLimits>(nullptr, path, sizeof path);
+#endif
+}
