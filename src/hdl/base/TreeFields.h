@@ -64,6 +64,20 @@ template <class F>
 struct IsList : std::false_type {};
 template <class T>
 struct IsList<ArenaArray<T>> : std::true_type {};
+template <class T>
+struct IsList<std::vector<T>> : std::true_type {};
+template <class T>
+uint32_t ListSize(const ArenaArray<T>& list) {
+    return list.Size();
+}
+template <class T>
+uint32_t ListSize(const std::vector<T>& list) {
+    return uint32_t(list.size());
+}
+template <class T>
+struct IsVector : std::false_type {};
+template <class T>
+struct IsVector<std::vector<T>> : std::true_type {};
 
 // Structural equality of two possibly null subtrees; positions do not count.
 template <class Node>
@@ -91,8 +105,8 @@ bool Equal(const F& a, const F& b) {
     } else if constexpr (IsLink<F>::value) {
         return (a.ref == nullptr) == (b.ref == nullptr);
     } else if constexpr (IsList<F>::value) {
-        if (a.Size() != b.Size()) return false;
-        for (uint32_t i = 0; i < a.Size(); ++i)
+        if (ListSize(a) != ListSize(b)) return false;
+        for (uint32_t i = 0; i < ListSize(a); ++i)
             if (!Equal<Tr>(a[i], b[i])) return false;
         return true;
     } else if constexpr (CustomField<F>::value) {
@@ -107,6 +121,8 @@ template <class Tr, class F>
 void Clone(TreeCopier& c, F& f) {
     if constexpr (IsNode<Tr, F>) {
         if (f) f = static_cast<F>(f->CloneNode(c));
+    } else if constexpr (IsVector<F>::value) {
+        for (auto& item : f) Clone<Tr>(c, item);
     } else if constexpr (IsList<F>::value) {
         if (f.Empty()) return;
         F copy(c.arena(), f.begin(), f.Size());
@@ -150,12 +166,18 @@ void RemapAll(TreeCopier& c, Tuple fields) {
     std::apply([&](auto&... f) { (Remap<Tr>(c, f), ...); }, fields);
 }
 
+// Whether a node class has a field list of its own (see HDL_TREE_FIELDS).
+template <class T, class = void>
+struct OwnsFieldList : std::false_type {};
+template <class T>
+struct OwnsFieldList<T, std::void_t<typename T::FieldListOwner>> : std::is_same<typename T::FieldListOwner, T> {};
+
 // The first pass of a copy for one node: a shallow copy whose children are cloned.
 template <class Tr, class Self>
 typename Tr::Node* CloneOne(TreeCopier& c, const Self& original) {
     Self* copy = c.arena().template make<Self>(original);
     c.Record(&original, copy);
-    std::apply([&](auto&... f) { (Clone<Tr>(c, f), ...); }, copy->Fields());
+    std::apply([&](auto&&... f) { (Clone<Tr>(c, f), ...); }, copy->Fields());
     return copy;
 }
 
@@ -173,8 +195,11 @@ Node* CopyTree(TreeCopier& c, const Node* root) {
 #define HDL_LINK(field) ::hdl::tree::MakeLink(field)
 
 // Inside a node class that names itself `SelfType`: its field list and the operations
-// that follow it, for the tree whose traits are `Traits`.
+// that follow it, for the tree whose traits are `Traits`. A derived class that inherited
+// its base's list would copy itself as its base: `FieldListOwner` lets a tree check, for
+// each of its classes, that the class has its own list.
 #define HDL_TREE_FIELDS(Traits, ...)                                                               \
+    using FieldListOwner = SelfType;                                                               \
     auto Fields() { return ::hdl::tree::Tie(__VA_ARGS__); }                                        \
     void VisitChildren(Traits::Visitor& v) override { ::hdl::tree::WalkAll<Traits>(v, Fields()); } \
     bool EqualFields(const Traits::Node& o) const override {                                       \

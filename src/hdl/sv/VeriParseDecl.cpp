@@ -207,6 +207,7 @@ VeriDataType* VeriParser::Impl::parseStructUnion() {
             std::vector<unsigned> quals;
             while (at(VT_RAND) || at(VT_RANDC)) quals.push_back(take().kind);
             VeriDataDecl* member = parseDataDecl(mstart, 0, 0, false, quals);
+            attach(member, attrs);
             if (!member) {
                 recoverItem();
                 continue;
@@ -293,16 +294,17 @@ VeriDataDecl* VeriParser::Impl::parseDataDecl(const VeriToken& start, unsigned d
         net->dir = dir;
         net->dataType = parseDataType(true);
         if (at(VT_HASH)) {
-            VeriDelayOrEventControl* d = parseDelay();
-            net->delays = d->delays;
+            take();
+            parseDelayValues(net->delays);
         }
         decl = net;
     } else {
+        VeriDataType* type = parseDataType(true);
+        if (!type && !dir && !declKind) return nullptr;
         decl = make<VeriDataDecl>(start);
         decl->kind = declKind;
         decl->dir = dir;
-        decl->dataType = parseDataType(true);
-        if (!decl->dataType && !dir && !declKind) return nullptr;
+        decl->dataType = type;
     }
     decl->qualifiers = std::move(qualifiers);
     parseDeclarators(decl);
@@ -339,7 +341,7 @@ VeriModuleItem* VeriParser::Impl::parseTypedef(const VeriToken& start) {
     id->name = takeName();
     id->dataType = decl->dataType;
     id->declaration = decl;
-    if (at(VT_LBRACKET)) parseDimensions();
+    id->dimensions = parseDimensions();
     finish(id);
     declare(id);
     decl->ids.push_back(id);
@@ -501,15 +503,16 @@ void VeriParser::Impl::parseSubprogramPorts(VeriFunctionDecl* f) {
         VeriDataType* type = nullptr;
         if (!(isIdent() && !declarationAhead(0))) type = parseDataType(true);
         if (type) fresh = true;
-        if (fresh || !last) {
+        bool created = fresh || !last;
+        if (created) {
             last = make<VeriAnsiPortDecl>(start);
             last->dir = dir;
             last->dataType = type;
-            last->attributes = std::move(attrs);
             f->ports.push_back(last);
         }
         VeriToken n = peek();
         auto* var = make<VeriVariable>(n);
+        attach(created ? static_cast<VeriTreeNode*>(last) : var, attrs);
         var->name = takeName();
         var->dir = last->dir;
         var->dataType = last->dataType;
@@ -567,18 +570,19 @@ VeriFunctionDecl* VeriParser::Impl::parseSubprogram(const VeriToken& start, bool
         std::vector<VeriAttribute> attrs;
         parseAttributes(attrs);
         if (VeriModuleItem* d = parseDeclarationItem()) {
-            d->attributes = std::move(attrs);
+            attach(d, attrs);
             f->decls.push_back(d);
             continue;
         }
         if (at(VT_IMPORT)) {
-            f->decls.push_back(parseImportExport(take(), false));
+            VeriModuleItem* imp = parseImportExport(take(), false);
+            attach(imp, attrs);
+            f->decls.push_back(imp);
             continue;
         }
-        if (VeriStatement* s = parseStatement()) {
-            s->attributes = std::move(attrs);
-            f->stmts.push_back(s);
-        }
+        VeriStatement* s = parseStatement();
+        attach(s, attrs);
+        if (s) f->stmts.push_back(s);
     }
     expect(endKind);
     skipEndLabel();

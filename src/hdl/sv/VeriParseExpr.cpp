@@ -99,7 +99,7 @@ VeriExpression* VeriParser::Impl::parseBinary(int minPrec) {
                     VeriExpression* item = parseRangeOrExpression();
                     if (op == VT_DIST && (at(VT_COLON_EQ) || at(VT_COLON_SLASH))) {
                         take();
-                        parseExpression(); // the weight
+                        dropped(parseExpression()); // the weight
                     }
                     if (item) set->exprs.push_back(item);
                     if (!accept(VT_COMMA)) break;
@@ -315,7 +315,9 @@ VeriExpression* VeriParser::Impl::parsePrimary() {
     case VT_ATTR_OPEN: {
         std::vector<VeriAttribute> attrs;
         parseAttributes(attrs);
-        return parsePrimary();
+        VeriExpression* e = parsePrimary();
+        attach(e, attrs);
+        return e;
     }
     default:
         break;
@@ -339,24 +341,24 @@ VeriExpression* VeriParser::Impl::parsePostfix(VeriExpression* e, const VeriToke
     for (;;) {
         unsigned k = kind();
         if (k == VT_LBRACKET) {
-            take();
-            VeriRange* sel = parseSelect();
-            if (auto* idx = dynamic_cast<VeriIndexedId*>(e)) {
-                auto* mem = make<VeriIndexedMemoryId>(start);
-                mem->prefix = idx->prefix;
-                mem->indexes.push_back(idx->index);
-                mem->indexes.push_back(sel);
-                finish(mem);
-                e = mem;
-            } else if (auto* mem = dynamic_cast<VeriIndexedMemoryId*>(e)) {
-                mem->indexes.push_back(sel);
-                finish(mem);
-            } else {
+            // a[i] is an indexed name, a[i][j]... one with several indexes
+            std::vector<VeriExpression*> indexes;
+            while (at(VT_LBRACKET)) {
+                take();
+                indexes.push_back(parseSelect());
+            }
+            if (indexes.size() == 1) {
                 auto* idx = make<VeriIndexedId>(start);
                 idx->prefix = e;
-                idx->index = sel;
+                idx->index = indexes[0];
                 finish(idx);
                 e = idx;
+            } else {
+                auto* mem = make<VeriIndexedMemoryId>(start);
+                mem->prefix = e;
+                mem->indexes = std::move(indexes);
+                finish(mem);
+                e = mem;
             }
         } else if (k == VT_DOT && (isIdent(1) || kind(1) == VT_NEW || kind(1) == VT_SUPER || kind(1) == VT_THIS ||
                                    kind(1) == VT_AND || kind(1) == VT_OR || kind(1) == VT_XOR || kind(1) == VT_UNIQUE)) {
@@ -629,28 +631,31 @@ VeriDelayOrEventControl* VeriParser::Impl::parseDelay() {
     VeriToken start = take(); // # or ##
     auto* d = make<VeriDelayOrEventControl>(start);
     d->cycleDelay = start.kind == VT_CYCLE_DELAY;
+    if (at(VT_LBRACKET) && d->cycleDelay) skipBalanced();
+    else parseDelayValues(d->delays);
+    finish(d);
+    return d;
+}
+
+void VeriParser::Impl::parseDelayValues(std::vector<VeriExpression*>& delays) {
     if (accept(VT_LPAREN)) {
         while (!at(VT_RPAREN) && !atEof()) {
-            d->delays.push_back(parseMinTypMax());
+            delays.push_back(parseMinTypMax());
             if (!accept(VT_COMMA)) break;
         }
         expect(VT_RPAREN);
-    } else if (at(VT_LBRACKET) && d->cycleDelay) {
-        skipBalanced();
-    } else {
-        VeriToken t = peek();
-        if (t.kind == VT_IDENTIFIER || t.kind == VT_ESCAPED_IDENTIFIER) {
-            take();
-            d->delays.push_back(makeRef(t));
-        } else if (t.kind == VT_DECIMAL_NUMBER || t.kind == VT_REAL_NUMBER || t.kind == VT_TIME_LITERAL ||
-                   t.kind == VT_BASED_NUMBER) {
-            d->delays.push_back(parseNumber());
-        } else {
-            d->delays.push_back(parsePrimary());
-        }
+        return;
     }
-    finish(d);
-    return d;
+    VeriToken t = peek();
+    if (t.kind == VT_IDENTIFIER || t.kind == VT_ESCAPED_IDENTIFIER) {
+        take();
+        delays.push_back(makeRef(t));
+    } else if (t.kind == VT_DECIMAL_NUMBER || t.kind == VT_REAL_NUMBER || t.kind == VT_TIME_LITERAL ||
+               t.kind == VT_BASED_NUMBER) {
+        delays.push_back(parseNumber());
+    } else {
+        delays.push_back(parsePrimary());
+    }
 }
 
 VeriExpression* VeriParser::Impl::parseEventExpression() {

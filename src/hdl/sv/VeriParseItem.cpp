@@ -68,14 +68,14 @@ void VeriParser::Impl::parseSourceText() {
             take();
             continue;
         }
-        if (VeriModuleItem* item = parseItem(VT_EOF)) {
-            item->attributes = std::move(attrs);
-            unitScopeOwner->items.push_back(item);
-        }
+        VeriModuleItem* item = parseItem(VT_EOF);
+        attach(item, attrs);
+        if (item) unitScopeOwner->items.push_back(item);
         bailing = false;
     }
     resolvePending();
     if (!unitScopeOwner->items.empty() && hooks.onUnit) hooks.onUnit(unitScopeOwner);
+    else dropped(unitScopeOwner);
 }
 
 VeriModule* VeriParser::Impl::parseUnit(const VeriToken& start, std::vector<VeriAttribute> attrs) {
@@ -122,12 +122,12 @@ VeriModule* VeriParser::Impl::parseUnit(const VeriToken& start, std::vector<Veri
 
 void VeriParser::Impl::parseUnitHeader(VeriModule* m) {
     while (at(VT_IMPORT)) m->items.push_back(parseImportExport(take(), false));
-    if (at(VT_HASH)) parseParameterPortList(m);
+    if (at(VT_HASH)) parseParameterPortList(m->parameters);
     if (at(VT_LPAREN)) parsePortList(m);
     expect(VT_SEMI);
 }
 
-void VeriParser::Impl::parseParameterPortList(VeriModule* m) {
+void VeriParser::Impl::parseParameterPortList(std::vector<VeriTreeNode*>& parameters) {
     take(); // #
     if (!expect(VT_LPAREN)) return;
     unsigned declKind = VT_PARAMETER;
@@ -137,8 +137,8 @@ void VeriParser::Impl::parseParameterPortList(VeriModule* m) {
         parseAttributes(attrs);
         if (at(VT_PARAMETER) || at(VT_LOCALPARAM)) declKind = take().kind;
         VeriDataDecl* d = parseParamDecl(start, declKind, true);
-        d->attributes = std::move(attrs);
-        m->parameters.push_back(d);
+        attach(d, attrs);
+        parameters.push_back(d);
         if (!accept(VT_COMMA)) break;
     }
     expect(VT_RPAREN);
@@ -235,28 +235,32 @@ void VeriParser::Impl::parsePortList(VeriModule* m) {
                 expect(VT_RPAREN);
             }
             finish(pc);
+            attach(pc, attrs);
             m->ports.push_back(pc);
             if (!accept(VT_COMMA)) break;
             continue;
         }
-        if (fresh || !last) {
+        bool created = fresh || !last;
+        if (created) {
             last = make<VeriAnsiPortDecl>(start);
             last->dir = interfacePort ? 0 : dir;
             last->kind = portKind;
             last->dataType = type;
             last->interfacePort = interfacePort;
             last->modport = modport;
-            last->attributes = std::move(attrs);
+            attach(last, attrs);
             m->ports.push_back(last);
         }
         VeriToken n = peek();
         if (!isIdent()) {
+            attach(nullptr, attrs);
             syntaxError(n, "a port name");
             recoverItem();
             return;
         }
         take();
         auto* var = make<VeriVariable>(n);
+        attach(var, attrs);
         var->name = name(n);
         var->dir = last->dir;
         var->dataType = last->dataType;
@@ -283,10 +287,9 @@ void VeriParser::Impl::parseItems(std::vector<VeriModuleItem*>& items, unsigned 
         }
         std::vector<VeriAttribute> attrs;
         parseAttributes(attrs);
-        if (VeriModuleItem* item = parseItem(endKind)) {
-            if (!attrs.empty()) item->attributes = std::move(attrs);
-            items.push_back(item);
-        }
+        VeriModuleItem* item = parseItem(endKind);
+        attach(item, attrs);
+        if (item) items.push_back(item);
         if (bailing) {
             while (!atEof() && !at(endKind)) take();
             bailing = false;
@@ -485,6 +488,8 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
             finish(label);
             declare(label);
             s->label = label;
+            s->loc.leftLine = label->loc.leftLine;
+            s->loc.leftCol = label->loc.leftCol;
         }
         return item;
     }
@@ -542,9 +547,10 @@ VeriModuleItem* VeriParser::Impl::parseInstantiation(const VeriToken& start) {
                 VeriToken ps = peek();
                 std::vector<VeriAttribute> attrs;
                 parseAttributes(attrs);
+                VeriExpression* connect;
                 if (at(VT_DOT_STAR)) {
                     take();
-                    id->portConnects.push_back(make<VeriDotStar>(ps));
+                    connect = make<VeriDotStar>(ps);
                 } else if (at(VT_DOT) && (isIdent(1) || isKeywordKind(kind(1)))) {
                     take();
                     auto* pc = make<VeriPortConnect>(ps);
@@ -558,12 +564,14 @@ VeriModuleItem* VeriParser::Impl::parseInstantiation(const VeriToken& start) {
                         pc->connection = makeRef(pn);
                     }
                     finish(pc);
-                    id->portConnects.push_back(pc);
+                    connect = pc;
                 } else if (at(VT_COMMA)) {
-                    id->portConnects.push_back(make<VeriPortOpen>(ps));
+                    connect = make<VeriPortOpen>(ps);
                 } else {
-                    id->portConnects.push_back(parseExpression());
+                    connect = parseExpression();
                 }
+                attach(connect, attrs);
+                id->portConnects.push_back(connect);
                 if (!accept(VT_COMMA)) break;
                 if (at(VT_RPAREN)) id->portConnects.push_back(make<VeriPortOpen>(peek()));
             }
@@ -583,7 +591,7 @@ VeriModuleItem* VeriParser::Impl::parseGateInstantiation(const VeriToken& start)
     auto* g = make<VeriGateInstantiation>(start);
     g->gate = start.kind;
     if (at(VT_LPAREN) && isStrengthKeyword(kind(1))) g->strength = parseStrength();
-    if (at(VT_HASH)) g->delays = parseDelay()->delays;
+    if (accept(VT_HASH)) parseDelayValues(g->delays);
     for (;;) {
         VeriToken in = peek();
         auto* id = make<VeriInstId>(in);
@@ -706,6 +714,7 @@ VeriModuleItem* VeriParser::Impl::parseGenerateCase(const VeriToken& start) {
             }
             if (!expect(VT_COLON)) {
                 recoverItem();
+                dropped(item);
                 continue;
             }
         }
@@ -770,6 +779,8 @@ VeriModuleItem* VeriParser::Impl::parseModport(const VeriToken& start) {
                     port->dir = dir;
                     port->declaration = decl;
                     finish(port);
+                    attach(port, attrs);
+                    dropped(proto); // the port keeps the name; the signature is not kept
                     decl->ports.push_back(port);
                 } else {
                     VeriToken ps = peek();
@@ -785,6 +796,7 @@ VeriModuleItem* VeriParser::Impl::parseModport(const VeriToken& start) {
                         port->name = takeName();
                     }
                     finish(port);
+                    attach(port, attrs);
                     declare(port);
                     decl->ports.push_back(port);
                 }
@@ -890,9 +902,9 @@ VeriModuleItem* VeriParser::Impl::parseClass(const VeriToken& start) {
     id->scope = scope;
     if (at(VT_HASH)) {
         // parameters of the class, kept as declarations of its scope
-        auto* holder = make<VeriModule>(peek());
-        parseParameterPortList(holder);
-        for (VeriTreeNode* p : holder->parameters) c->items.push_back(static_cast<VeriModuleItem*>(p));
+        std::vector<VeriTreeNode*> parameters;
+        parseParameterPortList(parameters);
+        for (VeriTreeNode* p : parameters) c->items.push_back(static_cast<VeriModuleItem*>(p));
     }
     // extends base[#(..)][(args)], interface classes extend several; implements a, b
     while (!at(VT_SEMI) && !atEof() && !atUnitEnd()) {
@@ -939,9 +951,9 @@ VeriModuleItem* VeriParser::Impl::parseClass(const VeriToken& start) {
             syntaxError(peek(), "a class item");
             recoverItem();
         }
+        attach(item, attrs);
         if (item) {
             item->qualifiers.insert(item->qualifiers.begin(), quals.begin(), quals.end());
-            item->attributes = std::move(attrs);
             c->items.push_back(item);
         }
         if (bailing) break;

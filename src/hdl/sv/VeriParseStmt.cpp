@@ -201,17 +201,20 @@ VeriStatement* VeriParser::Impl::parseStatement() {
             break;
         }
         take();
-        auto* st = make<VeriSystemTaskEnable>(t);
-        st->name = copy(t.text);
-        if (accept(VT_LPAREN)) parseCallArgs(st->args);
+        std::vector<VeriExpression*> args;
+        if (accept(VT_LPAREN)) parseCallArgs(args);
         if (at(VT_SEMI)) {
             expect(VT_SEMI);
+            auto* st = make<VeriSystemTaskEnable>(t);
+            st->name = copy(t.text);
+            st->args = std::move(args);
             s = st;
         } else {
             // $cast(a, b) == 0 style use; treat the whole as an expression statement
             auto* call = make<VeriSystemFunctionCall>(t);
-            call->name = st->name;
-            call->args = st->args;
+            call->name = copy(t.text);
+            call->args = std::move(args);
+            finish(call);
             s = parseAssignmentRest(parsePostfix(call, t), t, true);
         }
         break;
@@ -231,10 +234,14 @@ VeriStatement* VeriParser::Impl::parseStatement() {
         s = parseSimpleStatement(t);
         break;
     }
-    if (!s) return nullptr;
+    if (!s) {
+        attach(nullptr, attrs);
+        dropped(label);
+        return nullptr;
+    }
     s->label = label;
     if (label) label->declaration = s;
-    s->attributes = std::move(attrs);
+    attach(s, attrs);
     s->loc.leftLine = start.line;
     s->loc.leftCol = start.col;
     finish(s);
@@ -309,9 +316,12 @@ VeriStatement* VeriParser::Impl::parseAssignmentRest(VeriExpression* lval, const
         a->rval = parseExpression();
         s = a;
     } else if (auto* u = dynamic_cast<VeriUnaryOperator*>(lval); u && (u->oper == VT_INC || u->oper == VT_DEC)) {
+        // x++ as a statement: an assignment whose operator says what it does
         auto* a = make<VeriBlockingAssign>(start);
         a->lval = u->arg;
         a->oper = u->oper;
+        attach(a, u->attributes);
+        droppedNode(u);
         s = a;
     } else if (k == VT_SEMI || !needSemi) {
         auto* te = make<VeriTaskEnable>(start);
@@ -320,6 +330,7 @@ VeriStatement* VeriParser::Impl::parseAssignmentRest(VeriExpression* lval, const
     } else {
         syntaxError(peek(), "'=', '<=' or ';'");
         recoverStatement();
+        dropped(lval);
         return nullptr;
     }
     if (needSemi) expect(VT_SEMI);
@@ -353,16 +364,14 @@ VeriStatement* VeriParser::Impl::parseBlock(bool par) {
         std::vector<VeriAttribute> attrs;
         parseAttributes(attrs);
         if (VeriModuleItem* d = parseDeclarationItem()) {
-            d->attributes = std::move(attrs);
+            attach(d, attrs);
             b->decls.push_back(d);
             continue;
         }
-        if (VeriStatement* s = parseStatement()) {
-            s->attributes = std::move(attrs);
-            b->stmts.push_back(s);
-        } else if (bailing) {
-            break;
-        }
+        VeriStatement* s = parseStatement();
+        attach(s, attrs);
+        if (s) b->stmts.push_back(s);
+        else if (bailing) break;
     }
     if (par) {
         if (at(VT_JOIN) || at(VT_JOIN_ANY) || at(VT_JOIN_NONE)) static_cast<VeriParBlock*>(b)->joinKind = take().kind;
@@ -414,7 +423,7 @@ VeriStatement* VeriParser::Impl::parseCase(unsigned qualifier, const VeriToken& 
                 VeriExpression* e = c->inside ? parseRangeOrExpression() : parseExpression();
                 if (c->matches && at(VT_TRIPLE_AND)) {
                     take();
-                    parseExpression();
+                    dropped(parseExpression()); // the guard of a pattern is not kept
                 }
                 if (!e) break;
                 item->conditions.push_back(e);
@@ -422,6 +431,7 @@ VeriStatement* VeriParser::Impl::parseCase(unsigned qualifier, const VeriToken& 
             }
             if (!expect(VT_COLON)) {
                 recoverStatement();
+                dropped(item);
                 continue;
             }
         }

@@ -2,6 +2,7 @@
 #include <string>
 
 #include "hdl/sv/VeriParserImpl.h"
+#include "hdl/sv/VeriVisitor.h"
 
 namespace hdl {
 
@@ -12,14 +13,43 @@ constexpr unsigned kMaxDepth = 400;
 
 VeriParser::Impl::Impl(VeriPreprocessor& p, Arena& a, VeriParserHooks h)
     : pp(p), arena(a), hooks(std::move(h)), ring(64) {
-    unitScopeOwner = arena.make<VeriPackage>();
-    auto* id = arena.make<VeriModuleId>();
+    unitScopeOwner = make<VeriPackage>();
+    auto* id = make<VeriModuleId>();
     id->name = "$unit";
     id->declaration = unitScopeOwner;
     unitScopeOwner->id = id;
     unitScopeOwner->scope = arena.make<VeriScope>(nullptr, unitScopeOwner);
     id->scope = unitScopeOwner->scope;
     scope = unitScopeOwner->scope;
+}
+
+VeriParser::NodeCounts& VeriParser::Impl::nodesMade() {
+    static NodeCounts counts{};
+    return counts;
+}
+
+void VeriParser::Impl::dropped(VeriTreeNode* subtree) {
+    // Attribute values are children that the default walk leaves out.
+    struct Uncount : VeriVisitor {
+        void PreVisit(VeriTreeNode& node) override {
+            --nodesMade()[node.GetClassId() + kVeriClassIdOffset];
+            if (const auto* attrs = node.GetAttributes())
+                for (const VeriAttribute& a : *attrs) TraverseNode(a.value);
+        }
+    } uncount;
+    uncount.TraverseNode(subtree);
+}
+
+void VeriParser::Impl::attach(VeriTreeNode* node, std::vector<VeriAttribute>& attrs) {
+    if (attrs.empty()) return;
+    if (node) {
+        // Attributes written further out come first.
+        attrs.insert(attrs.end(), node->attributes.begin(), node->attributes.end());
+        node->attributes = std::move(attrs);
+    } else {
+        for (const VeriAttribute& a : attrs) dropped(a.value);
+    }
+    attrs.clear();
 }
 
 VeriParser::Impl::DepthGuard::DepthGuard(Impl& parser) : p(parser) {
@@ -293,5 +323,9 @@ unsigned VeriParser::parse() {
 }
 
 VeriPackage* VeriParser::compilationUnit() const { return impl_->unitScopeOwner; }
+
+const VeriParser::NodeCounts& VeriParser::NodesMade() { return Impl::nodesMade(); }
+
+void VeriParser::ResetNodesMade() { Impl::nodesMade().fill(0); }
 
 } // namespace hdl

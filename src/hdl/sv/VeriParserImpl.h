@@ -78,11 +78,25 @@ struct VeriParser::Impl {
     bool atUnitEnd();
 
     template <typename T>
+    T* make() {
+        ++nodesMade()[T::kClassId + kVeriClassIdOffset];
+        return arena.make<T>();
+    }
+    template <typename T>
     T* make(const VeriToken& start) {
-        T* node = arena.make<T>();
+        T* node = make<T>();
         node->loc = ColLineFile(start.fileId, start.line, start.col);
         return node;
     }
+    static NodeCounts& nodesMade();
+    // Takes the nodes of a subtree the parse leaves out of the tree off the count.
+    void dropped(VeriTreeNode* subtree);
+    // The same for one node whose children live on elsewhere in the tree.
+    void droppedNode(VeriTreeNode* node) {
+        if (node) --nodesMade()[node->GetClassId() + kVeriClassIdOffset];
+    }
+    // Attributes go to the node they stand in front of, or are dropped with it.
+    void attach(VeriTreeNode* node, std::vector<VeriAttribute>& attrs);
     void finish(VeriTreeNode* node);
     std::string_view copy(std::string_view text) { return arena.copy(text); }
 
@@ -119,6 +133,7 @@ struct VeriParser::Impl {
     VeriRange* parseDimensions();              // zero or more [..] dimensions
     void parseCallArgs(std::vector<VeriExpression*>& args); // after '(' up to ')'
     VeriDelayOrEventControl* parseDelay();     // at '#'
+    void parseDelayValues(std::vector<VeriExpression*>& delays); // after '#'
     VeriDelayOrEventControl* parseEventControl(); // at '@'
     VeriExpression* parseEventExpression();
     void parseParamValues(std::vector<VeriExpression*>& values); // at '#'
@@ -163,7 +178,7 @@ struct VeriParser::Impl {
     void parseSourceText();
     VeriModule* parseUnit(const VeriToken& start, std::vector<VeriAttribute> attrs);
     void parseUnitHeader(VeriModule* m);
-    void parseParameterPortList(VeriModule* m);
+    void parseParameterPortList(std::vector<VeriTreeNode*>& parameters);
     void parsePortList(VeriModule* m);
     VeriModuleItem* parseItem(unsigned endKind);
     void parseItems(std::vector<VeriModuleItem*>& items, unsigned endKind);

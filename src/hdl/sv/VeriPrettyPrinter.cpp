@@ -397,6 +397,10 @@ public:
         }
     }
     void Visit(VeriIdDef& n) override { name(n.name); }
+    void Visit(VeriTypeId& n) override {
+        name(n.name);
+        dims(n.dimensions);
+    }
     void Visit(VeriInstId& n) override {
         name(n.name);
         dims(n.dimensions);

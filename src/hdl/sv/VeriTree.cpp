@@ -1,5 +1,7 @@
 #include "hdl/sv/VeriTree.h"
 
+#include <type_traits>
+
 #include "hdl/sv/VeriTokens.h"
 #include "hdl/sv/VeriVisitor.h"
 
@@ -154,198 +156,30 @@ void VeriForce::Accept(VeriVisitor& v) { v.Visit(*this); }
 void VeriRelease::Accept(VeriVisitor& v) { v.Visit(*this); }
 void VeriAssertion::Accept(VeriVisitor& v) { v.Visit(*this); }
 
-// Children in source order.
-void VeriIndexedId::WalkChildren(VeriVisitor& v) { v.TraverseNode(prefix); v.TraverseNode(index); }
-void VeriIndexedMemoryId::WalkChildren(VeriVisitor& v) { v.TraverseNode(prefix); v.TraverseArray(indexes); }
-void VeriSelectedName::WalkChildren(VeriVisitor& v) { v.TraverseNode(prefix); }
-void VeriScopeName::WalkChildren(VeriVisitor& v) { v.TraverseNode(prefix); v.TraverseArray(paramValues); }
-void VeriUnaryOperator::WalkChildren(VeriVisitor& v) { v.TraverseNode(arg); }
-void VeriBinaryOperator::WalkChildren(VeriVisitor& v) { v.TraverseNode(left); v.TraverseNode(right); }
-void VeriQuestionColon::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(cond);
-    v.TraverseNode(thenExpr);
-    v.TraverseNode(elseExpr);
+void VeriTreeTraits::Traverse(VeriVisitor& v, VeriTreeNode* node) { v.TraverseNode(node); }
+
+VeriTreeNode* VeriTreeNode::Copy(Arena& arena) const {
+    TreeCopier copier(arena);
+    return Copy(copier);
 }
-void VeriConcat::WalkChildren(VeriVisitor& v) { v.TraverseArray(exprs); }
-void VeriMultiConcat::WalkChildren(VeriVisitor& v) { v.TraverseNode(repeat); v.TraverseArray(exprs); }
-void VeriStreamingConcat::WalkChildren(VeriVisitor& v) { v.TraverseNode(sliceSize); v.TraverseArray(exprs); }
-void VeriFunctionCall::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(func);
-    v.TraverseArray(args);
-    v.TraverseNode(with);
+
+namespace tree {
+bool CustomField<VeriAttribute>::Equal(const VeriAttribute& a, const VeriAttribute& b) {
+    return a.name == b.name && NodesEqual<VeriTreeNode>(a.value, b.value);
 }
-void VeriSystemFunctionCall::WalkChildren(VeriVisitor& v) { v.TraverseArray(args); }
-void VeriMinTypMaxExpr::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(minExpr);
-    v.TraverseNode(typExpr);
-    v.TraverseNode(maxExpr);
+void CustomField<VeriAttribute>::Clone(TreeCopier& c, VeriAttribute& a) {
+    if (a.value) a.value = static_cast<VeriExpression*>(a.value->CloneNode(c));
 }
-void VeriAssignmentPattern::WalkChildren(VeriVisitor& v) { v.TraverseNode(type); v.TraverseArray(exprs); }
-void VeriMultiAssignmentPattern::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(type);
-    v.TraverseNode(repeat);
-    v.TraverseArray(exprs);
+void CustomField<VeriAttribute>::Remap(TreeCopier& c, VeriAttribute& a) {
+    if (a.value) a.value->RemapLinks(c);
 }
-void VeriCast::WalkChildren(VeriVisitor& v) { v.TraverseNode(target); v.TraverseNode(expr); }
-void VeriNew::WalkChildren(VeriVisitor& v) { v.TraverseNode(size); v.TraverseArray(args); }
-void VeriPortConnect::WalkChildren(VeriVisitor& v) { v.TraverseNode(connection); }
-void VeriEventExpression::WalkChildren(VeriVisitor& v) { v.TraverseNode(expr); v.TraverseNode(iffCond); }
-void VeriRange::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(left);
-    v.TraverseNode(right);
-    v.TraverseNode(next);
-}
-void VeriTypeOperator::WalkChildren(VeriVisitor& v) { v.TraverseNode(arg); }
-void VeriTaggedUnion::WalkChildren(VeriVisitor& v) { v.TraverseNode(expr); }
-void VeriDataType::WalkChildren(VeriVisitor& v) { v.TraverseNode(dimensions); }
-void VeriTypeRef::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(typeName);
-    v.TraverseArray(paramValues);
-    v.TraverseNode(dimensions);
-}
-void VeriStructUnion::WalkChildren(VeriVisitor& v) { v.TraverseArray(members); v.TraverseNode(dimensions); }
-void VeriEnum::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(baseType);
-    v.TraverseArray(literals);
-    v.TraverseNode(dimensions);
-}
-void VeriNetDataType::WalkChildren(VeriVisitor& v) { v.TraverseNode(dataType); }
-void VeriDelayOrEventControl::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(repeat);
-    v.TraverseArray(delays);
-    v.TraverseArray(events);
-}
-void VeriVariable::WalkChildren(VeriVisitor& v) { v.TraverseNode(dimensions); v.TraverseNode(initialValue); }
-void VeriParamId::WalkChildren(VeriVisitor& v) { v.TraverseNode(dimensions); v.TraverseNode(initialValue); }
-void VeriInstId::WalkChildren(VeriVisitor& v) { v.TraverseNode(dimensions); v.TraverseArray(portConnects); }
-void VeriPrototypeId::WalkChildren(VeriVisitor& v) { v.TraverseNode(expr); }
-void VeriAnsiPortDecl::WalkChildren(VeriVisitor& v) { v.TraverseNode(dataType); v.TraverseArray(ids); }
-void VeriNetRegAssign::WalkChildren(VeriVisitor& v) { v.TraverseNode(lval); v.TraverseNode(rval); }
-void VeriDefParamAssign::WalkChildren(VeriVisitor& v) { v.TraverseNode(lval); v.TraverseNode(rval); }
-void VeriDataDecl::WalkChildren(VeriVisitor& v) { v.TraverseNode(dataType); v.TraverseArray(ids); }
-void VeriNetDecl::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(strength);
-    v.TraverseNode(dataType);
-    v.TraverseArray(delays);
-    v.TraverseArray(ids);
-}
-void VeriModuleInstantiation::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(moduleName);
-    v.TraverseNode(strength);
-    v.TraverseArray(paramValues);
-    v.TraverseArray(instances);
-}
-void VeriGateInstantiation::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(strength);
-    v.TraverseArray(delays);
-    v.TraverseArray(instances);
-}
-void VeriContinuousAssign::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(strength);
-    v.TraverseNode(delay);
-    v.TraverseArray(assigns);
-}
-void VeriAlwaysConstruct::WalkChildren(VeriVisitor& v) { v.TraverseNode(stmt); }
-void VeriInitialConstruct::WalkChildren(VeriVisitor& v) { v.TraverseNode(stmt); }
-void VeriGenerateConstruct::WalkChildren(VeriVisitor& v) { v.TraverseArray(items); }
-void VeriGenerateFor::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(genvarDecl);
-    v.TraverseNode(init);
-    v.TraverseNode(cond);
-    v.TraverseNode(rep);
-    v.TraverseNode(item);
-}
-void VeriGenerateConditional::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(cond);
-    v.TraverseNode(thenItem);
-    v.TraverseNode(elseItem);
-}
-void VeriGenerateCaseItem::WalkChildren(VeriVisitor& v) { v.TraverseArray(conditions); v.TraverseNode(item); }
-void VeriGenerateCase::WalkChildren(VeriVisitor& v) { v.TraverseNode(cond); v.TraverseArray(items); }
-void VeriGenerateBlock::WalkChildren(VeriVisitor& v) { v.TraverseNode(blockId); v.TraverseArray(items); }
-void VeriFunctionDecl::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(returnType);
-    v.TraverseNode(prefix);
-    v.TraverseNode(id);
-    v.TraverseArray(ports);
-    v.TraverseArray(decls);
-    v.TraverseArray(stmts);
-}
-void VeriDefParam::WalkChildren(VeriVisitor& v) { v.TraverseArray(assigns); }
-void VeriModportDecl::WalkChildren(VeriVisitor& v) { v.TraverseNode(id); v.TraverseArray(ports); }
-void VeriModport::WalkChildren(VeriVisitor& v) { v.TraverseArray(decls); }
-void VeriImportDecl::WalkChildren(VeriVisitor& v) { v.TraverseArray(items); }
-void VeriExportDecl::WalkChildren(VeriVisitor& v) { v.TraverseArray(items); }
-void VeriSkippedItem::WalkChildren(VeriVisitor& v) { v.TraverseNode(id); v.TraverseArray(items); }
-void VeriBindDirective::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(target);
-    v.TraverseArray(targetInstances);
-    v.TraverseNode(instantiation);
-}
-void VeriNetAlias::WalkChildren(VeriVisitor& v) { v.TraverseArray(members); }
-void VeriModule::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(id);
-    v.TraverseArray(parameters);
-    v.TraverseArray(ports);
-    v.TraverseArray(items);
-}
-void VeriConfiguration::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(id);
-    v.TraverseArray(designCells);
-    v.TraverseArray(items);
-}
-void VeriSeqBlock::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(blockId);
-    v.TraverseArray(decls);
-    v.TraverseArray(stmts);
-}
-void VeriBlockingAssign::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(lval);
-    v.TraverseNode(control);
-    v.TraverseNode(rval);
-}
-void VeriNonBlockingAssign::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(lval);
-    v.TraverseNode(control);
-    v.TraverseNode(rval);
-}
-void VeriConditionalStatement::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(cond);
-    v.TraverseNode(thenStmt);
-    v.TraverseNode(elseStmt);
-}
-void VeriCaseItem::WalkChildren(VeriVisitor& v) { v.TraverseArray(conditions); v.TraverseNode(stmt); }
-void VeriCaseStatement::WalkChildren(VeriVisitor& v) { v.TraverseNode(cond); v.TraverseArray(items); }
-void VeriFor::WalkChildren(VeriVisitor& v) {
-    v.TraverseArray(inits);
-    v.TraverseNode(cond);
-    v.TraverseArray(reps);
-    v.TraverseNode(stmt);
-}
-void VeriWhile::WalkChildren(VeriVisitor& v) { v.TraverseNode(cond); v.TraverseNode(stmt); }
-void VeriDoWhile::WalkChildren(VeriVisitor& v) { v.TraverseNode(stmt); v.TraverseNode(cond); }
-void VeriRepeat::WalkChildren(VeriVisitor& v) { v.TraverseNode(count); v.TraverseNode(stmt); }
-void VeriForever::WalkChildren(VeriVisitor& v) { v.TraverseNode(stmt); }
-void VeriForeach::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(array);
-    v.TraverseArray(loopVars);
-    v.TraverseNode(stmt);
-}
-void VeriEventControlStatement::WalkChildren(VeriVisitor& v) { v.TraverseNode(control); v.TraverseNode(stmt); }
-void VeriDelayControlStatement::WalkChildren(VeriVisitor& v) { v.TraverseNode(control); v.TraverseNode(stmt); }
-void VeriTaskEnable::WalkChildren(VeriVisitor& v) { v.TraverseNode(call); }
-void VeriSystemTaskEnable::WalkChildren(VeriVisitor& v) { v.TraverseArray(args); }
-void VeriJumpStatement::WalkChildren(VeriVisitor& v) { v.TraverseNode(expr); }
-void VeriWait::WalkChildren(VeriVisitor& v) { v.TraverseNode(cond); v.TraverseNode(stmt); }
-void VeriDisable::WalkChildren(VeriVisitor& v) { v.TraverseNode(target); }
-void VeriEventTrigger::WalkChildren(VeriVisitor& v) { v.TraverseNode(control); v.TraverseNode(event); }
-void VeriAssign::WalkChildren(VeriVisitor& v) { v.TraverseNode(assign); }
-void VeriDeAssign::WalkChildren(VeriVisitor& v) { v.TraverseNode(lval); }
-void VeriAssertion::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(expr);
-    v.TraverseNode(thenStmt);
-    v.TraverseNode(elseStmt);
-}
+} // namespace tree
+
+#define HDL_VERI_OWN_FIELDS(cls, base)                                                          \
+    static_assert(std::is_abstract_v<cls> || tree::OwnsFieldList<cls>::value,                     \
+                  #cls " lists its own fields");
+HDL_VERI_NODE_CLASSES(HDL_VERI_OWN_FIELDS)
+#undef HDL_VERI_OWN_FIELDS
 
 bool VeriDataDecl::IsTypedef() const { return kind == VT_TYPEDEF; }
 

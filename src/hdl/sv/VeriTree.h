@@ -9,7 +9,9 @@
 #include <unordered_map>
 #include <vector>
 
+#include "hdl/base/Arena.h"
 #include "hdl/base/LineFile.h"
+#include "hdl/base/TreeFields.h"
 #include "hdl/sv/VeriClassIds.h"
 
 namespace hdl {
@@ -121,24 +123,61 @@ struct VeriAttribute {
     class VeriExpression* value = nullptr;
 };
 
+struct VeriTreeTraits {
+    using Node = VeriTreeNode;
+    using Visitor = VeriVisitor;
+    static void Traverse(VeriVisitor& v, VeriTreeNode* node);
+};
+
 class VeriTreeNode {
 public:
     virtual ~VeriTreeNode() = default;
     virtual uint32_t GetClassId() const { return ID_VERITREENODE; }
     virtual void Accept(VeriVisitor& v);
     // Visits the children in source order.
-    virtual void WalkChildren(VeriVisitor&) {}
+    virtual void VisitChildren(VeriVisitor& v) = 0;
+    // The class is checked by the caller; compares the fields, positions aside.
+    virtual bool EqualFields(const VeriTreeNode& other) const = 0;
+    // The two passes of a copy (hdl/base/TreeCopier.h).
+    virtual VeriTreeNode* CloneNode(TreeCopier& copier) const = 0;
+    virtual void RemapLinks(TreeCopier& copier) = 0;
+
     const ColLineFile& Linefile() const { return loc; }
     const std::vector<VeriAttribute>* GetAttributes() const { return attributes.empty() ? nullptr : &attributes; }
+    // Same structure: same classes, fields and children, positions aside; back-links
+    // count only as set or not set.
+    bool IsEqual(const VeriTreeNode* other) const { return tree::NodesEqual(this, other); }
+    // A deep copy into `arena` that shares nothing with this subtree: back-links into the
+    // subtree point into the copy, back-links out of it stay. With a copier, the caller
+    // keeps the map from originals to copies (and may copy several roots with one map).
+    VeriTreeNode* Copy(Arena& arena) const;
+    VeriTreeNode* Copy(TreeCopier& copier) const { return tree::CopyTree(copier, this); }
 
     ColLineFile loc;
     std::vector<VeriAttribute> attributes;
 };
 
+namespace tree {
+// An attribute's value is a child that is compared and copied, but the default walk
+// passes it over: attributes describe the node rather than being part of the design.
+template <>
+struct CustomField<VeriAttribute> : std::true_type {
+    static void Walk(VeriVisitor&, const VeriAttribute&) {}
+    static bool Equal(const VeriAttribute& a, const VeriAttribute& b);
+    static void Clone(TreeCopier& c, VeriAttribute& a);
+    static void Remap(TreeCopier& c, VeriAttribute& a);
+};
+} // namespace tree
+
+// Inside a concrete node class: its class code, and its fields (children, back-links
+// and values, children in source order) for walking, comparing and copying.
 #define HDL_VERI_NODE(cls, code)                                          \
-    uint32_t GetClassId() const override { return ID_VERI##code; }       \
+public:                                                                   \
+    using SelfType = cls;                                                 \
+    static constexpr uint32_t kClassId = ID_VERI##code;                   \
+    uint32_t GetClassId() const override { return kClassId; }            \
     void Accept(VeriVisitor& v) override
-#define HDL_VERI_WALK void WalkChildren(VeriVisitor& v) override
+#define VERI_FIELDS(...) HDL_TREE_FIELDS(VeriTreeTraits, __VA_ARGS__)
 
 // ---------------------------------------------------------------- expressions
 
@@ -154,6 +193,7 @@ class VeriName : public VeriExpression {};
 class VeriIdRef : public VeriName {
 public:
     HDL_VERI_NODE(VeriIdRef, IDREF);
+    VERI_FIELDS(attributes, name, HDL_LINK(id))
     VeriIdDef* GetId() const override { return id; }
     std::string_view GetName() const override { return name; }
     std::string_view name;
@@ -164,7 +204,7 @@ public:
 class VeriIndexedId : public VeriName {
 public:
     HDL_VERI_NODE(VeriIndexedId, INDEXEDID);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, prefix, index)
     VeriIdDef* GetId() const override { return prefix ? prefix->GetId() : nullptr; }
     std::string_view GetName() const override { return prefix ? prefix->GetName() : std::string_view(); }
     VeriExpression* GetPrefix() const { return prefix; }
@@ -177,7 +217,7 @@ public:
 class VeriIndexedMemoryId : public VeriName {
 public:
     HDL_VERI_NODE(VeriIndexedMemoryId, INDEXEDMEMORYID);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, prefix, indexes)
     VeriIdDef* GetId() const override { return prefix ? prefix->GetId() : nullptr; }
     std::string_view GetName() const override { return prefix ? prefix->GetName() : std::string_view(); }
     VeriExpression* prefix = nullptr;
@@ -189,7 +229,7 @@ public:
 class VeriSelectedName : public VeriName {
 public:
     HDL_VERI_NODE(VeriSelectedName, SELECTEDNAME);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, prefix, suffix, HDL_LINK(id))
     VeriIdDef* GetId() const override { return id; }
     std::string_view GetName() const override { return suffix; }
     VeriExpression* GetPrefix() const { return prefix; }
@@ -203,7 +243,7 @@ public:
 class VeriScopeName : public VeriName {
 public:
     HDL_VERI_NODE(VeriScopeName, SCOPENAME);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, prefix, paramValues, name, HDL_LINK(id))
     VeriIdDef* GetId() const override { return id; }
     std::string_view GetName() const override { return name; }
     VeriExpression* prefix = nullptr; // the scope (a VeriIdRef, maybe with parameters)
@@ -217,12 +257,14 @@ class VeriConst : public VeriExpression {};
 class VeriIntVal : public VeriConst {
 public:
     HDL_VERI_NODE(VeriIntVal, INTVAL);
+    VERI_FIELDS(attributes, value)
     int64_t value = 0;
 };
 
 class VeriRealVal : public VeriConst {
 public:
     HDL_VERI_NODE(VeriRealVal, REALVAL);
+    VERI_FIELDS(attributes, value)
     double value = 0;
 };
 
@@ -230,6 +272,7 @@ public:
 class VeriConstVal : public VeriConst {
 public:
     HDL_VERI_NODE(VeriConstVal, CONSTVAL);
+    VERI_FIELDS(attributes, text, size, isSigned, isString, isUnbased)
     bool IsString() const { return isString; }
     std::string_view text;
     uint32_t size = 0; // 0 when unsized
@@ -241,30 +284,34 @@ public:
 class VeriTimeLiteral : public VeriConst {
 public:
     HDL_VERI_NODE(VeriTimeLiteral, TIMELITERAL);
+    VERI_FIELDS(attributes, text)
     std::string_view text;
 };
 
 class VeriDollar : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriDollar, DOLLAR);
+    VERI_FIELDS(attributes)
 };
 
 class VeriNull : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriNull, NULL);
+    VERI_FIELDS(attributes)
 };
 
 // A keyword used as an expression: this, super, default, `type` keywords in patterns.
 class VeriKeyword : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriKeyword, KEYWORD);
+    VERI_FIELDS(attributes, token)
     unsigned token = 0;
 };
 
 class VeriUnaryOperator : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriUnaryOperator, UNARYOPERATOR);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, oper, postfix, arg)
     unsigned oper = 0;
     bool postfix = false; // x++ / x--
     VeriExpression* arg = nullptr;
@@ -273,7 +320,7 @@ public:
 class VeriBinaryOperator : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriBinaryOperator, BINARYOPERATOR);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, oper, left, right)
     unsigned oper = 0;
     VeriExpression* left = nullptr;
     VeriExpression* right = nullptr; // for `inside` and `dist` a VeriConcat of the items
@@ -282,7 +329,7 @@ public:
 class VeriQuestionColon : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriQuestionColon, QUESTIONCOLON);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, cond, thenExpr, elseExpr)
     VeriExpression* cond = nullptr;
     VeriExpression* thenExpr = nullptr;
     VeriExpression* elseExpr = nullptr;
@@ -291,14 +338,14 @@ public:
 class VeriConcat : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriConcat, CONCAT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, exprs)
     std::vector<VeriExpression*> exprs;
 };
 
 class VeriMultiConcat : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriMultiConcat, MULTICONCAT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, repeat, exprs)
     VeriExpression* repeat = nullptr;
     std::vector<VeriExpression*> exprs;
 };
@@ -307,7 +354,7 @@ public:
 class VeriStreamingConcat : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriStreamingConcat, STREAMINGCONCAT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, oper, sliceSize, exprs)
     unsigned oper = 0; // <<, >>
     VeriExpression* sliceSize = nullptr;
     std::vector<VeriExpression*> exprs;
@@ -316,7 +363,7 @@ public:
 class VeriFunctionCall : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriFunctionCall, FUNCTIONCALL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, func, args, with)
     VeriIdDef* GetId() const override { return func ? func->GetId() : nullptr; }
     std::string_view GetName() const override { return func ? func->GetName() : std::string_view(); }
     VeriExpression* func = nullptr;
@@ -327,7 +374,7 @@ public:
 class VeriSystemFunctionCall : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriSystemFunctionCall, SYSTEMFUNCTIONCALL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, name, args)
     std::string_view GetName() const override { return name; }
     std::string_view name; // with the '$'
     std::vector<VeriExpression*> args;
@@ -336,7 +383,7 @@ public:
 class VeriMinTypMaxExpr : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriMinTypMaxExpr, MINTYPMAXEXPR);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, minExpr, typExpr, maxExpr)
     VeriExpression* minExpr = nullptr;
     VeriExpression* typExpr = nullptr;
     VeriExpression* maxExpr = nullptr;
@@ -346,7 +393,7 @@ public:
 class VeriAssignmentPattern : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriAssignmentPattern, ASSIGNMENTPATTERN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, type, exprs)
     VeriExpression* type = nullptr;
     std::vector<VeriExpression*> exprs; // keyed items are VeriPortConnect-free pairs: key: value as VeriBinaryOperator(COLON)
 };
@@ -355,7 +402,7 @@ public:
 class VeriMultiAssignmentPattern : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriMultiAssignmentPattern, MULTIASSIGNMENTPATTERN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, type, repeat, exprs)
     VeriExpression* type = nullptr;
     VeriExpression* repeat = nullptr;
     std::vector<VeriExpression*> exprs;
@@ -365,7 +412,7 @@ public:
 class VeriCast : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriCast, CAST);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, target, expr)
     VeriExpression* target = nullptr;
     VeriExpression* expr = nullptr;
 };
@@ -373,7 +420,7 @@ public:
 class VeriNew : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriNew, NEW);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, size, args)
     VeriExpression* size = nullptr; // new [size]
     std::vector<VeriExpression*> args;
 };
@@ -382,7 +429,7 @@ public:
 class VeriPortConnect : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriPortConnect, PORTCONNECT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, portName, connection, implicit)
     std::string_view GetName() const override { return portName; }
     std::string_view GetNamedFormal() const { return portName; }
     VeriExpression* GetConnection() const { return connection; }
@@ -394,18 +441,20 @@ public:
 class VeriPortOpen : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriPortOpen, PORTOPEN);
+    VERI_FIELDS(attributes)
 };
 
 class VeriDotStar : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriDotStar, DOTSTAR);
+    VERI_FIELDS(attributes)
 };
 
 // [posedge|negedge|edge] expr [iff cond]
 class VeriEventExpression : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriEventExpression, EVENTEXPRESSION);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, edge, expr, iffCond)
     unsigned edge = 0;
     VeriExpression* expr = nullptr;
     VeriExpression* iffCond = nullptr;
@@ -415,7 +464,7 @@ public:
 class VeriRange : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriRange, RANGE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, left, right, partSelect, unsizedDim, next)
     VeriExpression* GetLeft() const { return left; }
     VeriExpression* GetRight() const { return right; }
     unsigned GetPartSelectToken() const { return partSelect; }
@@ -431,7 +480,7 @@ public:
 class VeriTypeOperator : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriTypeOperator, TYPEOPERATOR);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, arg)
     VeriExpression* arg = nullptr;
 };
 
@@ -439,7 +488,7 @@ public:
 class VeriTaggedUnion : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriTaggedUnion, TAGGEDUNION);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, member, expr)
     std::string_view member;
     VeriExpression* expr = nullptr;
 };
@@ -448,7 +497,7 @@ public:
 class VeriDataType : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriDataType, DATATYPE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, type, signing, dimensions)
     unsigned GetType() const { return type; }
     unsigned GetSigning() const { return signing; }
     VeriRange* GetDimensions() const { return dimensions; }
@@ -461,7 +510,7 @@ public:
 class VeriTypeRef : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriTypeRef, TYPEREF);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, type, signing, typeName, paramValues, virtualInterface, dimensions)
     VeriIdDef* GetId() const override { return typeName ? typeName->GetId() : nullptr; }
     std::string_view GetName() const override { return typeName ? typeName->GetName() : std::string_view(); }
     VeriExpression* typeName = nullptr;
@@ -472,7 +521,7 @@ public:
 class VeriStructUnion : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriStructUnion, STRUCTUNION);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, type, signing, packed, tagged, members, dimensions, HDL_LINK(scope))
     // type is VT_STRUCT or VT_UNION
     bool packed = false;
     bool tagged = false;
@@ -483,7 +532,7 @@ public:
 class VeriEnum : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriEnum, ENUM);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, type, signing, baseType, literals, dimensions)
     VeriDataType* baseType = nullptr;
     std::vector<class VeriParamId*> literals;
 };
@@ -492,13 +541,14 @@ public:
 class VeriNetDataType : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriNetDataType, NETDATATYPE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, type, signing, dataType, dimensions)
     VeriDataType* dataType = nullptr;
 };
 
 class VeriStrength : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriStrength, STRENGTH);
+    VERI_FIELDS(attributes, lval, rval)
     unsigned lval = 0;
     unsigned rval = 0;
 };
@@ -507,7 +557,7 @@ public:
 class VeriDelayOrEventControl : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriDelayOrEventControl, DELAYOREVENTCONTROL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, repeat, delays, events, implicitEvent, cycleDelay)
     std::vector<VeriExpression*> delays;
     std::vector<VeriExpression*> events;
     bool implicitEvent = false; // @* / @(*)
@@ -543,7 +593,7 @@ public:
 class VeriVariable : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriVariable, VARIABLE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, name, dir, HDL_LINK(dataType), dimensions, initialValue, interfacePort, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     bool IsPort() const override { return dir != 0; }
     unsigned GetDir() const override { return dir; }
     VeriDataType* GetDataType() const override { return dataType; }
@@ -561,7 +611,7 @@ public:
 class VeriParamId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriParamId, PARAMID);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, name, HDL_LINK(dataType), dimensions, initialValue, paramType, isType, enumLiteral, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     bool IsParam() const override { return true; }
     bool IsType() const override { return isType; }
     VeriDataType* GetDataType() const override { return dataType; }
@@ -580,6 +630,7 @@ public:
     class cls : public VeriIdDef {       \
     public:                              \
         HDL_VERI_NODE(cls, code);        \
+        VERI_FIELDS(attributes, name, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated) \
     };
 HDL_VERI_SIMPLE_ID(VeriGenVarId, GENVARID)
 HDL_VERI_SIMPLE_ID(VeriModuleId, MODULEID)
@@ -600,7 +651,7 @@ HDL_VERI_SIMPLE_ID(VeriClockingId, CLOCKINGID)
 class VeriInstId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriInstId, INSTID);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, name, dimensions, portConnects, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     VeriRange* GetDimensions() const override { return dimensions; }
     const std::vector<VeriExpression*>& GetPortConnects() const { return portConnects; }
     VeriRange* dimensions = nullptr;
@@ -611,16 +662,20 @@ public:
 class VeriTypeId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriTypeId, TYPEID);
+    VERI_FIELDS(attributes, name, HDL_LINK(dataType), dimensions, HDL_LINK(declaration), HDL_LINK(scope),
+                generateElabCreated)
     bool IsType() const override { return true; }
     VeriDataType* GetDataType() const override { return dataType; }
+    VeriRange* GetDimensions() const override { return dimensions; }
     VeriDataType* dataType = nullptr; // shared with the declaration; not a child
+    VeriRange* dimensions = nullptr;  // unpacked dimensions: typedef t name [N];
 };
 
 // A port of a modport: direction and name, or an expression port .name(expr).
 class VeriPrototypeId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriPrototypeId, PROTOTYPEID);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, dir, name, expr, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     bool IsPort() const override { return true; }
     unsigned GetDir() const override { return dir; }
     unsigned dir = 0; // direction, or VT_IMPORT/VT_EXPORT for subprogram ports, VT_CLOCKING
@@ -633,7 +688,7 @@ public:
 class VeriAnsiPortDecl : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriAnsiPortDecl, ANSIPORTDECL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, dir, kind, dataType, ids, interfacePort, modport)
     unsigned GetDir() const { return dir; }
     unsigned GetKind() const { return kind; }
     VeriDataType* GetDataType() const { return dataType; }
@@ -649,7 +704,7 @@ public:
 class VeriNetRegAssign : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriNetRegAssign, NETREGASSIGN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, lval, rval)
     VeriExpression* GetLValExpr() const { return lval; }
     VeriExpression* GetRValExpr() const { return rval; }
     VeriExpression* lval = nullptr;
@@ -659,7 +714,7 @@ public:
 class VeriDefParamAssign : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriDefParamAssign, DEFPARAMASSIGN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, lval, rval)
     VeriExpression* lval = nullptr;
     VeriExpression* rval = nullptr;
 };
@@ -674,7 +729,7 @@ public:
 class VeriDataDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriDataDecl, DATADECL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, dir, kind, dataType, ids)
     unsigned GetDir() const { return dir; }
     unsigned GetDeclType() const { return kind; }
     VeriDataType* GetDataType() const { return dataType; }
@@ -691,7 +746,7 @@ public:
 class VeriNetDecl : public VeriDataDecl {
 public:
     HDL_VERI_NODE(VeriNetDecl, NETDECL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, dir, kind, strength, dataType, delays, ids, vectoring)
     unsigned GetNetType() const { return kind; }
     VeriStrength* GetStrength() const { return strength; }
     VeriStrength* strength = nullptr;
@@ -702,7 +757,7 @@ public:
 class VeriModuleInstantiation : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModuleInstantiation, MODULEINSTANTIATION);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, moduleName, strength, paramValues, instances, HDL_LINK(module))
     std::string_view GetModuleName() const { return moduleName ? moduleName->GetName() : std::string_view(); }
     VeriExpression* GetModuleNameRef() const { return moduleName; }
     const std::vector<VeriExpression*>& GetParamValues() const { return paramValues; }
@@ -719,7 +774,7 @@ public:
 class VeriGateInstantiation : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGateInstantiation, GATEINSTANTIATION);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, gate, strength, delays, instances)
     unsigned GetInstType() const { return gate; }
     unsigned gate = 0;
     VeriStrength* strength = nullptr;
@@ -730,7 +785,7 @@ public:
 class VeriContinuousAssign : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriContinuousAssign, CONTINUOUSASSIGN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, strength, delay, assigns)
     VeriStrength* strength = nullptr;
     VeriDelayOrEventControl* delay = nullptr;
     std::vector<VeriNetRegAssign*> assigns;
@@ -740,7 +795,7 @@ public:
 class VeriAlwaysConstruct : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriAlwaysConstruct, ALWAYSCONSTRUCT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, kind, stmt)
     unsigned kind = 0;
     VeriStatement* stmt = nullptr;
 };
@@ -749,7 +804,7 @@ public:
 class VeriInitialConstruct : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriInitialConstruct, INITIALCONSTRUCT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, isFinal, stmt)
     bool isFinal = false;
     VeriStatement* stmt = nullptr;
 };
@@ -758,7 +813,7 @@ public:
 class VeriGenerateConstruct : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateConstruct, GENERATECONSTRUCT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, items)
     const std::vector<VeriModuleItem*>& GetItems() const { return items; }
     std::vector<VeriModuleItem*> items;
 };
@@ -767,7 +822,7 @@ public:
 class VeriGenerateFor : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateFor, GENERATEFOR);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, genvarDecl, init, cond, rep, item, HDL_LINK(scope))
     VeriDataDecl* genvarDecl = nullptr;   // for (genvar i = ...)
     VeriStatement* init = nullptr;        // the initial assignment
     VeriExpression* cond = nullptr;
@@ -780,7 +835,7 @@ public:
 class VeriGenerateConditional : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateConditional, GENERATECONDITIONAL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, cond, thenItem, elseItem)
     VeriExpression* GetIfExpr() const { return cond; }
     VeriModuleItem* GetThenItem() const { return thenItem; }
     VeriModuleItem* GetElseItem() const { return elseItem; }
@@ -794,7 +849,7 @@ public:
 class VeriGenerateCaseItem : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriGenerateCaseItem, GENERATECASEITEM);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, conditions, item)
     std::vector<VeriExpression*> conditions; // empty for default
     VeriModuleItem* item = nullptr;
 };
@@ -802,7 +857,7 @@ public:
 class VeriGenerateCase : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateCase, GENERATECASE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, cond, items)
     VeriExpression* cond = nullptr;
     std::vector<VeriGenerateCaseItem*> items;
 };
@@ -811,7 +866,7 @@ public:
 class VeriGenerateBlock : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateBlock, GENERATEBLOCK);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, blockId, items, HDL_LINK(scope))
     VeriBlockId* GetBlockId() const { return blockId; }
     const std::vector<VeriModuleItem*>& GetItems() const { return items; }
     VeriBlockId* blockId = nullptr; // null for an unnamed block
@@ -823,7 +878,7 @@ public:
 class VeriFunctionDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriFunctionDecl, FUNCTIONDECL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, returnType, prefix, id, ports, decls, stmts, lifetime, dpi, prototype, HDL_LINK(scope))
     VeriIdDef* GetId() const { return id; }
     VeriExpression* prefix = nullptr; // class scope of an out-of-block definition
     VeriIdDef* id = nullptr;
@@ -840,19 +895,20 @@ public:
 class VeriTaskDecl : public VeriFunctionDecl {
 public:
     HDL_VERI_NODE(VeriTaskDecl, TASKDECL);
+    VERI_FIELDS(attributes, qualifiers, returnType, prefix, id, ports, decls, stmts, lifetime, dpi, prototype, HDL_LINK(scope))
 };
 
 class VeriDefParam : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriDefParam, DEFPARAM);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, assigns)
     std::vector<VeriDefParamAssign*> assigns;
 };
 
 class VeriModportDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModportDecl, MODPORTDECL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, id, ports, HDL_LINK(scope))
     VeriModportId* id = nullptr;
     std::vector<VeriPrototypeId*> ports;
     VeriScope* scope = nullptr;
@@ -861,7 +917,7 @@ public:
 class VeriModport : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModport, MODPORT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, decls)
     std::vector<VeriModportDecl*> decls;
 };
 
@@ -869,14 +925,14 @@ public:
 class VeriImportDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriImportDecl, IMPORTDECL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, items)
     std::vector<VeriScopeName*> items;
 };
 
 class VeriExportDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriExportDecl, EXPORTDECL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, items)
     std::vector<VeriScopeName*> items; // empty for *::*
 };
 
@@ -885,7 +941,6 @@ public:
 // specify blocks. `id` is null for anonymous ones.
 class VeriSkippedItem : public VeriModuleItem {
 public:
-    HDL_VERI_WALK;
     VeriIdDef* GetId() const { return id; }
     VeriIdDef* id = nullptr;
     std::vector<VeriModuleItem*> items; // items parsed inside (class members so far as read)
@@ -895,6 +950,7 @@ public:
     class cls : public VeriSkippedItem {        \
     public:                                     \
         HDL_VERI_NODE(cls, code);               \
+        VERI_FIELDS(attributes, qualifiers, id, items) \
     };
 HDL_VERI_SKIPPED(VeriCovergroup, COVERGROUP)
 HDL_VERI_SKIPPED(VeriPropertyDecl, PROPERTYDECL)
@@ -909,6 +965,7 @@ HDL_VERI_SKIPPED(VeriTable, TABLE)
 class VeriClass : public VeriSkippedItem {
 public:
     HDL_VERI_NODE(VeriClass, CLASS);
+    VERI_FIELDS(attributes, qualifiers, id, items, HDL_LINK(scope))
     VeriScope* scope = nullptr;
 };
 
@@ -916,7 +973,7 @@ public:
 class VeriBindDirective : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriBindDirective, BINDDIRECTIVE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, target, targetInstances, instantiation)
     VeriExpression* target = nullptr;
     std::vector<VeriExpression*> targetInstances;
     VeriModuleItem* instantiation = nullptr;
@@ -925,7 +982,7 @@ public:
 class VeriNetAlias : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriNetAlias, NETALIAS);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, members)
     std::vector<VeriExpression*> members;
 };
 
@@ -933,6 +990,7 @@ public:
 class VeriTimeUnit : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriTimeUnit, TIMEUNIT);
+    VERI_FIELDS(attributes, qualifiers, kind, literal)
     unsigned kind = 0;
     std::string_view literal;
 };
@@ -949,7 +1007,7 @@ enum VeriUnitFlags : uint32_t {
 class VeriModule : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModule, MODULE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, HDL_LINK(scope), HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     std::string_view Name() const { return id ? id->name : std::string_view(); }
     VeriIdDef* GetId() const { return id; }
     VeriScope* GetScope() const { return scope; }
@@ -994,30 +1052,35 @@ private:
 class VeriInterface : public VeriModule {
 public:
     HDL_VERI_NODE(VeriInterface, INTERFACE);
+    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, HDL_LINK(scope), HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsInterface() const override { return true; }
 };
 
 class VeriProgram : public VeriModule {
 public:
     HDL_VERI_NODE(VeriProgram, PROGRAM);
+    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, HDL_LINK(scope), HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsProgram() const override { return true; }
 };
 
 class VeriPackage : public VeriModule {
 public:
     HDL_VERI_NODE(VeriPackage, PACKAGE);
+    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, HDL_LINK(scope), HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsPackage() const override { return true; }
 };
 
 class VeriPrimitive : public VeriModule {
 public:
     HDL_VERI_NODE(VeriPrimitive, PRIMITIVE);
+    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, HDL_LINK(scope), HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsPrimitive() const override { return true; }
 };
 
 class VeriChecker : public VeriModule {
 public:
     HDL_VERI_NODE(VeriChecker, CHECKER);
+    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, HDL_LINK(scope), HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsChecker() const override { return true; }
 };
 
@@ -1025,7 +1088,7 @@ public:
 class VeriConfiguration : public VeriModule {
 public:
     HDL_VERI_NODE(VeriConfiguration, CONFIGURATION);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, designCells, items, HDL_LINK(scope), HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsConfiguration() const override { return true; }
     // The top cells of the design statement, in order (VeriIdRef or lib.cell VeriScopeName).
     const std::vector<VeriExpression*>& GetTopModuleNames() const { return designCells; }
@@ -1043,7 +1106,7 @@ public:
 class VeriSeqBlock : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriSeqBlock, SEQBLOCK);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, blockId, decls, stmts, HDL_LINK(scope))
     VeriBlockId* blockId = nullptr;
     std::vector<VeriModuleItem*> decls;
     std::vector<VeriStatement*> stmts;
@@ -1054,6 +1117,7 @@ public:
 class VeriParBlock : public VeriSeqBlock {
 public:
     HDL_VERI_NODE(VeriParBlock, PARBLOCK);
+    VERI_FIELDS(attributes, qualifiers, label, blockId, decls, stmts, joinKind, HDL_LINK(scope))
     unsigned joinKind = 0;
 };
 
@@ -1061,7 +1125,7 @@ public:
 class VeriBlockingAssign : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriBlockingAssign, BLOCKINGASSIGN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, lval, control, rval, oper)
     VeriExpression* lval = nullptr;
     VeriDelayOrEventControl* control = nullptr;
     VeriExpression* rval = nullptr;
@@ -1071,7 +1135,7 @@ public:
 class VeriNonBlockingAssign : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriNonBlockingAssign, NONBLOCKINGASSIGN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, lval, control, rval)
     VeriExpression* lval = nullptr;
     VeriDelayOrEventControl* control = nullptr;
     VeriExpression* rval = nullptr;
@@ -1080,7 +1144,7 @@ public:
 class VeriConditionalStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriConditionalStatement, CONDITIONALSTATEMENT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, qualifier, cond, thenStmt, elseStmt)
     unsigned qualifier = 0; // unique, unique0, priority
     VeriExpression* cond = nullptr;
     VeriStatement* thenStmt = nullptr;
@@ -1090,7 +1154,7 @@ public:
 class VeriCaseItem : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriCaseItem, CASEITEM);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, conditions, stmt)
     std::vector<VeriExpression*> conditions; // empty for default
     VeriStatement* stmt = nullptr;
 };
@@ -1098,7 +1162,7 @@ public:
 class VeriCaseStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriCaseStatement, CASESTATEMENT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, qualifier, caseType, matches, inside, cond, items)
     unsigned qualifier = 0;
     unsigned caseType = 0; // case, casex, casez, randcase
     bool matches = false;  // case ... matches / inside
@@ -1110,7 +1174,7 @@ public:
 class VeriFor : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriFor, FOR);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, inits, cond, reps, stmt, HDL_LINK(scope))
     std::vector<VeriModuleItem*> inits; // declarations or assignments
     VeriExpression* cond = nullptr;
     std::vector<VeriStatement*> reps;
@@ -1121,7 +1185,7 @@ public:
 class VeriWhile : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriWhile, WHILE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, cond, stmt)
     VeriExpression* cond = nullptr;
     VeriStatement* stmt = nullptr;
 };
@@ -1129,13 +1193,13 @@ public:
 class VeriDoWhile : public VeriWhile {
 public:
     HDL_VERI_NODE(VeriDoWhile, DOWHILE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, stmt, cond)
 };
 
 class VeriRepeat : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriRepeat, REPEAT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, count, stmt)
     VeriExpression* count = nullptr;
     VeriStatement* stmt = nullptr;
 };
@@ -1143,14 +1207,14 @@ public:
 class VeriForever : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriForever, FOREVER);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, stmt)
     VeriStatement* stmt = nullptr;
 };
 
 class VeriForeach : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriForeach, FOREACH);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, array, loopVars, stmt, HDL_LINK(scope))
     VeriExpression* array = nullptr;
     std::vector<VeriIdDef*> loopVars; // null entries for skipped positions
     VeriStatement* stmt = nullptr;
@@ -1160,7 +1224,7 @@ public:
 class VeriEventControlStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriEventControlStatement, EVENTCONTROLSTATEMENT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, control, stmt)
     VeriDelayOrEventControl* control = nullptr;
     VeriStatement* stmt = nullptr;
 };
@@ -1168,7 +1232,7 @@ public:
 class VeriDelayControlStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriDelayControlStatement, DELAYCONTROLSTATEMENT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, control, stmt)
     VeriDelayOrEventControl* control = nullptr;
     VeriStatement* stmt = nullptr;
 };
@@ -1177,14 +1241,14 @@ public:
 class VeriTaskEnable : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriTaskEnable, TASKENABLE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, call)
     VeriExpression* call = nullptr; // name or VeriFunctionCall
 };
 
 class VeriSystemTaskEnable : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriSystemTaskEnable, SYSTEMTASKENABLE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, name, args)
     std::string_view name;
     std::vector<VeriExpression*> args;
 };
@@ -1193,7 +1257,7 @@ public:
 class VeriJumpStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriJumpStatement, JUMPSTATEMENT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, kind, expr)
     unsigned kind = 0;
     VeriExpression* expr = nullptr;
 };
@@ -1201,13 +1265,14 @@ public:
 class VeriNullStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriNullStatement, NULLSTATEMENT);
+    VERI_FIELDS(attributes, qualifiers, label)
 };
 
 // wait (cond) stmt, wait fork
 class VeriWait : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriWait, WAIT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, cond, stmt, fork)
     VeriExpression* cond = nullptr;
     VeriStatement* stmt = nullptr;
     bool fork = false;
@@ -1216,7 +1281,7 @@ public:
 class VeriDisable : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriDisable, DISABLE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, target)
     VeriExpression* target = nullptr; // null for `disable fork`
 };
 
@@ -1224,7 +1289,7 @@ public:
 class VeriEventTrigger : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriEventTrigger, EVENTTRIGGER);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, control, event)
     VeriExpression* event = nullptr;
     VeriDelayOrEventControl* control = nullptr;
 };
@@ -1233,25 +1298,27 @@ public:
 class VeriAssign : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriAssign, ASSIGN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, assign)
     VeriNetRegAssign* assign = nullptr;
 };
 
 class VeriDeAssign : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriDeAssign, DEASSIGN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, lval)
     VeriExpression* lval = nullptr;
 };
 
 class VeriForce : public VeriAssign {
 public:
     HDL_VERI_NODE(VeriForce, FORCE);
+    VERI_FIELDS(attributes, qualifiers, label, assign)
 };
 
 class VeriRelease : public VeriDeAssign {
 public:
     HDL_VERI_NODE(VeriRelease, RELEASE);
+    VERI_FIELDS(attributes, qualifiers, label, lval)
 };
 
 // assert/assume/cover/restrict/expect, immediate or concurrent; the property text is
@@ -1259,7 +1326,7 @@ public:
 class VeriAssertion : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriAssertion, ASSERTION);
-    HDL_VERI_WALK;
+    VERI_FIELDS(attributes, qualifiers, label, kind, concurrent, expr, thenStmt, elseStmt)
     unsigned kind = 0;
     bool concurrent = false;
     VeriExpression* expr = nullptr; // immediate assertions only
@@ -1268,6 +1335,6 @@ public:
 };
 
 #undef HDL_VERI_NODE
-#undef HDL_VERI_WALK
+#undef VERI_FIELDS
 
 } // namespace hdl

@@ -29,9 +29,9 @@ public:
         node->Accept(*this);
         PostVisit(*node);
     }
-    template <typename T>
-    void TraverseArray(const std::vector<T*>& nodes) {
-        for (T* node : nodes) TraverseNode(node);
+    template <typename List>
+    void TraverseArray(const List& nodes) {
+        for (auto* node : nodes) TraverseNode(node);
     }
 };
 
