@@ -25,7 +25,6 @@
 #include <tuple>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 #include "hdl/base/ArenaArray.h"
 #include "hdl/base/TreeCopier.h"
@@ -64,20 +63,6 @@ template <class F>
 struct IsList : std::false_type {};
 template <class T>
 struct IsList<ArenaArray<T>> : std::true_type {};
-template <class T>
-struct IsList<std::vector<T>> : std::true_type {};
-template <class T>
-uint32_t ListSize(const ArenaArray<T>& list) {
-    return list.Size();
-}
-template <class T>
-uint32_t ListSize(const std::vector<T>& list) {
-    return uint32_t(list.size());
-}
-template <class T>
-struct IsVector : std::false_type {};
-template <class T>
-struct IsVector<std::vector<T>> : std::true_type {};
 
 // Structural equality of two possibly null subtrees; positions do not count.
 template <class Node>
@@ -105,8 +90,8 @@ bool Equal(const F& a, const F& b) {
     } else if constexpr (IsLink<F>::value) {
         return (a.ref == nullptr) == (b.ref == nullptr);
     } else if constexpr (IsList<F>::value) {
-        if (ListSize(a) != ListSize(b)) return false;
-        for (uint32_t i = 0; i < ListSize(a); ++i)
+        if (a.Size() != b.Size()) return false;
+        for (uint32_t i = 0; i < a.Size(); ++i)
             if (!Equal<Tr>(a[i], b[i])) return false;
         return true;
     } else if constexpr (CustomField<F>::value) {
@@ -121,8 +106,6 @@ template <class Tr, class F>
 void Clone(TreeCopier& c, F& f) {
     if constexpr (IsNode<Tr, F>) {
         if (f) f = static_cast<F>(f->CloneNode(c));
-    } else if constexpr (IsVector<F>::value) {
-        for (auto& item : f) Clone<Tr>(c, item);
     } else if constexpr (IsList<F>::value) {
         if (f.Empty()) return;
         F copy(c.arena(), f.begin(), f.Size());

@@ -116,7 +116,7 @@ VeriDataType* VeriParser::Impl::parseDataType(bool allowImplicit) {
             take();
             t->typeName = makeRef(n);
         }
-        if (at(VT_HASH)) parseParamValues(t->paramValues);
+        if (at(VT_HASH)) t->paramValues = parseParamValues();
         if (at(VT_DOT) && isIdent(1)) {
             take();
             auto* sel = make<VeriSelectedName>(n);
@@ -148,6 +148,7 @@ VeriDataType* VeriParser::Impl::parseDataType(bool allowImplicit) {
         auto* t = make<VeriTypeRef>(start);
         take();
         VeriExpression* n = makeRef(start);
+        List<VeriExpression> params(*this);
         for (;;) {
             if (at(VT_SCOPE) && isIdent(1)) {
                 take();
@@ -163,7 +164,7 @@ VeriDataType* VeriParser::Impl::parseDataType(bool allowImplicit) {
                 finish(sc);
                 n = sc;
             } else if (at(VT_HASH) && kind(1) == VT_LPAREN) {
-                parseParamValues(t->paramValues);
+                for (VeriExpression* value : parseParamValues()) params.push(value);
             } else if (at(VT_DOT) && isIdent(1) && isIdent(2)) {
                 take();
                 auto* sel = make<VeriSelectedName>(start);
@@ -176,6 +177,7 @@ VeriDataType* VeriParser::Impl::parseDataType(bool allowImplicit) {
             }
         }
         t->typeName = n;
+        t->paramValues = params.freeze();
         t->dimensions = parseDimensions();
         finish(t);
         return t;
@@ -200,6 +202,7 @@ VeriDataType* VeriParser::Impl::parseStructUnion() {
     VeriScope* upper = pushScope(s);
     s->scope = scope;
     if (expect(VT_LBRACE)) {
+        List<VeriDataDecl> members(*this);
         while (!at(VT_RBRACE) && !atEof()) {
             VeriToken mstart = peek();
             std::vector<VeriAttribute> attrs;
@@ -212,8 +215,9 @@ VeriDataType* VeriParser::Impl::parseStructUnion() {
                 recoverItem();
                 continue;
             }
-            s->members.push_back(member);
+            members.push(member);
         }
+        s->members = members.freeze();
         expect(VT_RBRACE);
     }
     popScope(upper);
@@ -237,6 +241,7 @@ VeriDataType* VeriParser::Impl::parseEnum() {
         e->baseType = parseDataType(true);
     }
     if (expect(VT_LBRACE)) {
+        List<VeriParamId> literals(*this);
         while (!at(VT_RBRACE) && !atEof()) {
             VeriToken n = peek();
             auto* lit = make<VeriParamId>(n);
@@ -248,9 +253,10 @@ VeriDataType* VeriParser::Impl::parseEnum() {
             if (accept(VT_EQ)) lit->initialValue = parseExpression();
             finish(lit);
             declare(lit);
-            e->literals.push_back(lit);
+            literals.push(lit);
             if (!accept(VT_COMMA)) break;
         }
+        e->literals = literals.freeze();
         expect(VT_RBRACE);
     }
     e->dimensions = parseDimensions();
@@ -259,11 +265,13 @@ VeriDataType* VeriParser::Impl::parseEnum() {
 }
 
 void VeriParser::Impl::parseDeclarators(VeriDataDecl* decl) {
+    List<VeriIdDef> ids(*this);
     for (;;) {
         VeriToken n = peek();
         if (!isIdent()) {
             syntaxError(n, "an identifier");
             recoverItem();
+            decl->ids = ids.freeze();
             return;
         }
         take();
@@ -276,15 +284,16 @@ void VeriParser::Impl::parseDeclarators(VeriDataDecl* decl) {
         if (accept(VT_EQ)) var->initialValue = parseExpression();
         finish(var);
         declare(var);
-        decl->ids.push_back(var);
+        ids.push(var);
         if (!accept(VT_COMMA)) break;
     }
+    decl->ids = ids.freeze();
     expect(VT_SEMI);
     finish(decl);
 }
 
 VeriDataDecl* VeriParser::Impl::parseDataDecl(const VeriToken& start, unsigned dir, unsigned declKind, bool netDecl,
-                                              std::vector<unsigned> qualifiers) {
+                                              const std::vector<unsigned>& qualifiers) {
     VeriDataDecl* decl;
     if (netDecl) {
         auto* net = make<VeriNetDecl>(start);
@@ -293,10 +302,7 @@ VeriDataDecl* VeriParser::Impl::parseDataDecl(const VeriToken& start, unsigned d
         if (at(VT_VECTORED) || at(VT_SCALARED)) net->vectoring = take().kind;
         net->dir = dir;
         net->dataType = parseDataType(true);
-        if (at(VT_HASH)) {
-            take();
-            parseDelayValues(net->delays);
-        }
+        if (accept(VT_HASH)) net->delays = parseDelayValues();
         decl = net;
     } else {
         VeriDataType* type = parseDataType(true);
@@ -306,7 +312,7 @@ VeriDataDecl* VeriParser::Impl::parseDataDecl(const VeriToken& start, unsigned d
         decl->dir = dir;
         decl->dataType = type;
     }
-    decl->qualifiers = std::move(qualifiers);
+    decl->qualifiers = freeze(qualifiers);
     parseDeclarators(decl);
     return decl;
 }
@@ -344,7 +350,7 @@ VeriModuleItem* VeriParser::Impl::parseTypedef(const VeriToken& start) {
     id->dimensions = parseDimensions();
     finish(id);
     declare(id);
-    decl->ids.push_back(id);
+    decl->ids = single<VeriIdDef>(id);
     expect(VT_SEMI);
     finish(decl);
     return decl;
@@ -355,6 +361,7 @@ VeriDataDecl* VeriParser::Impl::parseParamDecl(const VeriToken& start, unsigned 
     decl->kind = declKind;
     bool isType = accept(VT_TYPE);
     if (!isType) decl->dataType = parseDataType(true);
+    List<VeriIdDef> ids(*this);
     for (;;) {
         VeriToken n = peek();
         if (!isIdent()) {
@@ -374,7 +381,7 @@ VeriDataDecl* VeriParser::Impl::parseParamDecl(const VeriToken& start, unsigned 
         else if (!isType && prev.kind == VT_EQ) p->initialValue = parseMinTypMax();
         finish(p);
         declare(p);
-        decl->ids.push_back(p);
+        ids.push(p);
         if (!at(VT_COMMA)) break;
         // In a #(...) list only a bare name after the comma continues this declaration.
         if (inPortList && !(isIdent(1) && (kind(2) == VT_EQ || kind(2) == VT_COMMA || kind(2) == VT_RPAREN ||
@@ -382,6 +389,7 @@ VeriDataDecl* VeriParser::Impl::parseParamDecl(const VeriToken& start, unsigned 
             break;
         take();
     }
+    decl->ids = ids.freeze();
     if (!inPortList) expect(VT_SEMI);
     finish(decl);
     return decl;
@@ -439,6 +447,7 @@ VeriModuleItem* VeriParser::Impl::parseDeclarationItem() {
         take();
         auto* decl = make<VeriDataDecl>(start);
         decl->kind = VT_GENVAR;
+        List<VeriIdDef> ids(*this);
         for (;;) {
             VeriToken n = peek();
             auto* g = make<VeriGenVarId>(n);
@@ -446,9 +455,10 @@ VeriModuleItem* VeriParser::Impl::parseDeclarationItem() {
             g->declaration = decl;
             finish(g);
             declare(g);
-            decl->ids.push_back(g);
+            ids.push(g);
             if (!accept(VT_COMMA)) break;
         }
+        decl->ids = ids.freeze();
         expect(VT_SEMI);
         finish(decl);
         return decl;
@@ -479,7 +489,7 @@ VeriModuleItem* VeriParser::Impl::parseDeclarationItem() {
         // `var x;` `const x = 1;`
         d = make<VeriDataDecl>(start);
         d->kind = declKind;
-        d->qualifiers = quals;
+        d->qualifiers = freeze(quals);
         parseDeclarators(d);
     }
     return d;
@@ -488,6 +498,8 @@ VeriModuleItem* VeriParser::Impl::parseDeclarationItem() {
 void VeriParser::Impl::parseSubprogramPorts(VeriFunctionDecl* f) {
     // after '('
     VeriAnsiPortDecl* last = nullptr;
+    List<VeriTreeNode> ports(*this);
+    List<VeriIdDef> ids(*this); // of `last`
     unsigned dir = VT_INPUT;
     while (!at(VT_RPAREN) && !atEof()) {
         VeriToken start = peek();
@@ -505,10 +517,12 @@ void VeriParser::Impl::parseSubprogramPorts(VeriFunctionDecl* f) {
         if (type) fresh = true;
         bool created = fresh || !last;
         if (created) {
+            if (last) last->ids = ids.freeze();
+            ids.clear();
             last = make<VeriAnsiPortDecl>(start);
             last->dir = dir;
             last->dataType = type;
-            f->ports.push_back(last);
+            ports.push(last);
         }
         VeriToken n = peek();
         auto* var = make<VeriVariable>(n);
@@ -521,10 +535,12 @@ void VeriParser::Impl::parseSubprogramPorts(VeriFunctionDecl* f) {
         if (accept(VT_EQ)) var->initialValue = parseExpression();
         finish(var);
         declare(var);
-        last->ids.push_back(var);
+        ids.push(var);
         finish(last);
         if (!accept(VT_COMMA)) break;
     }
+    if (last) last->ids = ids.freeze();
+    f->ports = ports.freeze();
     expect(VT_RPAREN);
 }
 
@@ -565,25 +581,29 @@ VeriFunctionDecl* VeriParser::Impl::parseSubprogram(const VeriToken& start, bool
         return f;
     }
     unsigned endKind = isTask ? VT_ENDTASK : VT_ENDFUNCTION;
+    List<VeriModuleItem> decls(*this);
+    List<VeriStatement> stmts(*this);
     while (!at(endKind) && !atEof()) {
         if (atUnitEnd()) break;
         std::vector<VeriAttribute> attrs;
         parseAttributes(attrs);
         if (VeriModuleItem* d = parseDeclarationItem()) {
             attach(d, attrs);
-            f->decls.push_back(d);
+            decls.push(d);
             continue;
         }
         if (at(VT_IMPORT)) {
             VeriModuleItem* imp = parseImportExport(take(), false);
             attach(imp, attrs);
-            f->decls.push_back(imp);
+            decls.push(imp);
             continue;
         }
         VeriStatement* s = parseStatement();
         attach(s, attrs);
-        if (s) f->stmts.push_back(s);
+        if (s) stmts.push(s);
     }
+    f->decls = decls.freeze();
+    f->stmts = stmts.freeze();
     expect(endKind);
     skipEndLabel();
     popScope(upper);

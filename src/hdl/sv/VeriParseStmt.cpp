@@ -201,19 +201,19 @@ VeriStatement* VeriParser::Impl::parseStatement() {
             break;
         }
         take();
-        std::vector<VeriExpression*> args;
-        if (accept(VT_LPAREN)) parseCallArgs(args);
+        ArenaArray<VeriExpression*> args;
+        if (accept(VT_LPAREN)) args = parseCallArgs();
         if (at(VT_SEMI)) {
             expect(VT_SEMI);
             auto* st = make<VeriSystemTaskEnable>(t);
             st->name = copy(t.text);
-            st->args = std::move(args);
+            st->args = args;
             s = st;
         } else {
             // $cast(a, b) == 0 style use; treat the whole as an expression statement
             auto* call = make<VeriSystemFunctionCall>(t);
             call->name = copy(t.text);
-            call->args = std::move(args);
+            call->args = args;
             finish(call);
             s = parseAssignmentRest(parsePostfix(call, t), t, true);
         }
@@ -320,7 +320,7 @@ VeriStatement* VeriParser::Impl::parseAssignmentRest(VeriExpression* lval, const
         auto* a = make<VeriBlockingAssign>(start);
         a->lval = u->arg;
         a->oper = u->oper;
-        attach(a, u->attributes);
+        a->attributes = u->attributes;
         droppedNode(u);
         s = a;
     } else if (k == VT_SEMI || !needSemi) {
@@ -353,26 +353,30 @@ VeriStatement* VeriParser::Impl::parseBlock(bool par) {
     VeriScope* upper = pushScope(b);
     b->scope = scope;
     if (b->blockId) b->blockId->scope = scope;
+    List<VeriModuleItem> decls(*this);
+    List<VeriStatement> stmts(*this);
     for (;;) {
         unsigned k = kind();
         if (par ? (k == VT_JOIN || k == VT_JOIN_ANY || k == VT_JOIN_NONE) : k == VT_END) break;
         if (atUnitEnd() || k == VT_ENDFUNCTION || k == VT_ENDTASK) break;
         if (k == VT_IMPORT) {
-            b->decls.push_back(parseImportExport(take(), false));
+            decls.push(parseImportExport(take(), false));
             continue;
         }
         std::vector<VeriAttribute> attrs;
         parseAttributes(attrs);
         if (VeriModuleItem* d = parseDeclarationItem()) {
             attach(d, attrs);
-            b->decls.push_back(d);
+            decls.push(d);
             continue;
         }
         VeriStatement* s = parseStatement();
         attach(s, attrs);
-        if (s) b->stmts.push_back(s);
+        if (s) stmts.push(s);
         else if (bailing) break;
     }
+    b->decls = decls.freeze();
+    b->stmts = stmts.freeze();
     if (par) {
         if (at(VT_JOIN) || at(VT_JOIN_ANY) || at(VT_JOIN_NONE)) static_cast<VeriParBlock*>(b)->joinKind = take().kind;
         else syntaxError(peek(), "join");
@@ -413,12 +417,14 @@ VeriStatement* VeriParser::Impl::parseCase(unsigned qualifier, const VeriToken& 
         if (accept(VT_INSIDE)) c->inside = true;
         else if (accept(VT_MATCHES)) c->matches = true;
     }
+    List<VeriCaseItem> items(*this);
     while (!at(VT_ENDCASE) && !atEof() && !atUnitEnd()) {
         VeriToken itemStart = peek();
         auto* item = make<VeriCaseItem>(itemStart);
         if (accept(VT_DEFAULT)) {
             accept(VT_COLON);
         } else {
+            List<VeriExpression> conditions(*this);
             for (;;) {
                 VeriExpression* e = c->inside ? parseRangeOrExpression() : parseExpression();
                 if (c->matches && at(VT_TRIPLE_AND)) {
@@ -426,9 +432,10 @@ VeriStatement* VeriParser::Impl::parseCase(unsigned qualifier, const VeriToken& 
                     dropped(parseExpression()); // the guard of a pattern is not kept
                 }
                 if (!e) break;
-                item->conditions.push_back(e);
+                conditions.push(e);
                 if (!accept(VT_COMMA)) break;
             }
+            item->conditions = conditions.freeze();
             if (!expect(VT_COLON)) {
                 recoverStatement();
                 dropped(item);
@@ -437,9 +444,10 @@ VeriStatement* VeriParser::Impl::parseCase(unsigned qualifier, const VeriToken& 
         }
         item->stmt = parseStatement();
         finish(item);
-        c->items.push_back(item);
+        items.push(item);
         if (bailing) break;
     }
+    c->items = items.freeze();
     expect(VT_ENDCASE);
     finish(c);
     return c;
@@ -450,6 +458,7 @@ VeriStatement* VeriParser::Impl::parseFor(const VeriToken& start) {
     VeriScope* upper = pushScope(f);
     f->scope = scope;
     expect(VT_LPAREN);
+    List<VeriModuleItem> inits(*this);
     while (!at(VT_SEMI) && !atEof()) {
         VeriToken s = peek();
         bool typed = isBuiltinType(kind()) || at(VT_VAR) || (isIdent() && declarationAhead(0));
@@ -465,19 +474,21 @@ VeriStatement* VeriParser::Impl::parseFor(const VeriToken& start) {
             if (accept(VT_EQ)) var->initialValue = parseExpression();
             finish(var);
             declare(var);
-            decl->ids.push_back(var);
+            decl->ids = single<VeriIdDef>(var);
             finish(decl);
-            f->inits.push_back(decl);
+            inits.push(decl);
         } else {
             VeriExpression* lval = parseLValue();
             if (!lval) break;
-            if (VeriStatement* a = parseAssignmentRest(lval, s, false)) f->inits.push_back(a);
+            if (VeriStatement* a = parseAssignmentRest(lval, s, false)) inits.push(a);
         }
         if (!accept(VT_COMMA)) break;
     }
+    f->inits = inits.freeze();
     expect(VT_SEMI);
     if (!at(VT_SEMI)) f->cond = parseExpression();
     expect(VT_SEMI);
+    List<VeriStatement> reps(*this);
     while (!at(VT_RPAREN) && !atEof()) {
         VeriToken s = peek();
         VeriExpression* lval;
@@ -492,9 +503,10 @@ VeriStatement* VeriParser::Impl::parseFor(const VeriToken& start) {
             lval = parseLValue();
         }
         if (!lval) break;
-        if (VeriStatement* a = parseAssignmentRest(lval, s, false)) f->reps.push_back(a);
+        if (VeriStatement* a = parseAssignmentRest(lval, s, false)) reps.push(a);
         if (!accept(VT_COMMA)) break;
     }
+    f->reps = reps.freeze();
     expect(VT_RPAREN);
     f->stmt = parseStatement();
     popScope(upper);
@@ -504,8 +516,6 @@ VeriStatement* VeriParser::Impl::parseFor(const VeriToken& start) {
 
 VeriStatement* VeriParser::Impl::parseForeach(const VeriToken& start) {
     auto* f = make<VeriForeach>(start);
-    VeriScope* upper = pushScope(f);
-    f->scope = scope;
     expect(VT_LPAREN);
     // array[i, j]: the brackets hold loop variables, not indexes
     VeriToken n = peek();
@@ -531,10 +541,10 @@ VeriStatement* VeriParser::Impl::parseForeach(const VeriToken& start) {
         f->array = arr;
     }
     // Loop variables are declared in the loop scope, but the array is named outside it.
-    popScope(upper);
-    upper = pushScope(f);
+    VeriScope* upper = pushScope(f);
     f->scope = scope;
     if (expect(VT_LBRACKET)) {
+        List<VeriIdDef> vars(*this);
         for (;;) {
             if (isIdent()) {
                 VeriToken v = take();
@@ -543,9 +553,9 @@ VeriStatement* VeriParser::Impl::parseForeach(const VeriToken& start) {
                 var->declaration = f;
                 finish(var);
                 declare(var);
-                f->loopVars.push_back(var);
+                vars.push(var);
             } else {
-                f->loopVars.push_back(nullptr);
+                vars.push(nullptr);
             }
             if (accept(VT_RBRACKET)) {
                 if (at(VT_LBRACKET)) { // foreach (a[i][j])
@@ -556,6 +566,7 @@ VeriStatement* VeriParser::Impl::parseForeach(const VeriToken& start) {
             }
             if (!expect(VT_COMMA)) break;
         }
+        f->loopVars = vars.freeze();
     }
     expect(VT_RPAREN);
     f->stmt = parseStatement();

@@ -33,8 +33,7 @@ void VeriParser::Impl::dropped(VeriTreeNode* subtree) {
     struct Uncount : VeriVisitor {
         void PreVisit(VeriTreeNode& node) override {
             --nodesMade()[node.GetClassId() + kVeriClassIdOffset];
-            if (const auto* attrs = node.GetAttributes())
-                for (const VeriAttribute& a : *attrs) TraverseNode(a.value);
+            for (const VeriAttribute& a : node.GetAttributes()) TraverseNode(a.value);
         }
     } uncount;
     uncount.TraverseNode(subtree);
@@ -45,7 +44,7 @@ void VeriParser::Impl::attach(VeriTreeNode* node, std::vector<VeriAttribute>& at
     if (node) {
         // Attributes written further out come first.
         attrs.insert(attrs.end(), node->attributes.begin(), node->attributes.end());
-        node->attributes = std::move(attrs);
+        node->attributes = ArenaArray<VeriAttribute>(arena, attrs);
     } else {
         for (const VeriAttribute& a : attrs) dropped(a.value);
     }
@@ -263,7 +262,7 @@ void VeriParser::Impl::declare(VeriIdDef* id) {
             return;
         }
     }
-    scope->declare(id->name, id);
+    scope->declare(arena, id);
 }
 
 VeriIdRef* VeriParser::Impl::makeRef(const VeriToken& t) {
@@ -282,9 +281,9 @@ VeriIdDef* VeriParser::Impl::lookupInPackage(VeriModule* package, std::string_vi
 VeriIdDef* VeriParser::Impl::lookup(VeriScope* from, std::string_view n) {
     for (VeriScope* s = from; s; s = s->Upper()) {
         if (VeriIdDef* id = s->findLocal(n)) return id;
-        for (const VeriScope::Import& imp : s->imports()) {
-            if (!imp.item.empty() && imp.item != n) continue;
-            if (VeriIdDef* id = lookupInPackage(imp.package, n)) return id;
+        for (const VeriScope::Import* imp = s->imports(); imp; imp = imp->next) {
+            if (!imp->item.empty() && imp->item != n) continue;
+            if (VeriIdDef* id = lookupInPackage(imp->package, n)) return id;
         }
     }
     return nullptr;
@@ -309,7 +308,7 @@ void VeriParser::Impl::importPackage(VeriScopeName* item) {
     }
     if (auto* ref = dynamic_cast<VeriIdRef*>(item->prefix)) ref->id = package->id;
     if (!item->name.empty()) item->id = lookupInPackage(package, item->name);
-    scope->addImport(package, item->name);
+    scope->addImport(arena, package, item->name);
 }
 
 VeriParser::VeriParser(VeriPreprocessor& pp, Arena& arena, VeriParserHooks hooks)

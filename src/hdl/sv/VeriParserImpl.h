@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "hdl/base/ArenaArray.h"
 #include "hdl/base/Message.h"
 #include "hdl/sv/VeriParser.h"
 #include "hdl/sv/VeriParserMessageIds.h"
@@ -77,6 +78,43 @@ struct VeriParser::Impl {
     // At a word that ends a design unit or class (a missing end of an inner construct).
     bool atUnitEnd();
 
+    // Lists are gathered in buffers that the parser reuses and are frozen into the arena
+    // once complete, one block per list.
+    std::vector<std::vector<void*>> spareBuffers;
+    template <typename T>
+    class List {
+    public:
+        explicit List(Impl& parser) : parser_(parser) {
+            if (parser.spareBuffers.empty()) return;
+            items_.swap(parser.spareBuffers.back());
+            parser.spareBuffers.pop_back();
+        }
+        ~List() {
+            items_.clear();
+            parser_.spareBuffers.push_back(std::move(items_));
+        }
+        List(const List&) = delete;
+        List& operator=(const List&) = delete;
+        void push(T* item) { items_.push_back(item); }
+        void clear() { items_.clear(); }
+        size_t size() const { return items_.size(); }
+        bool empty() const { return items_.empty(); }
+        T* operator[](size_t i) const { return static_cast<T*>(items_[i]); }
+        ArenaArray<T*> freeze() const {
+            static_assert(sizeof(T*) == sizeof(void*));
+            return ArenaArray<T*>(parser_.arena, reinterpret_cast<T* const*>(items_.data()), items_.size());
+        }
+
+    private:
+        Impl& parser_;
+        std::vector<void*> items_;
+    };
+    ArenaArray<unsigned> freeze(const std::vector<unsigned>& items) { return ArenaArray<unsigned>(arena, items); }
+    template <typename T>
+    ArenaArray<T*> single(T* item) {
+        return ArenaArray<T*>(arena, &item, 1);
+    }
+
     template <typename T>
     T* make() {
         ++nodesMade()[T::kClassId + kVeriClassIdOffset];
@@ -131,12 +169,13 @@ struct VeriParser::Impl {
     VeriExpression* parseRangeOrExpression(); // [a:b] items of inside / dist
     VeriRange* parseSelect();                  // after '[': index or part select, and ']'
     VeriRange* parseDimensions();              // zero or more [..] dimensions
-    void parseCallArgs(std::vector<VeriExpression*>& args); // after '(' up to ')'
+    void parseCallArgs(List<VeriExpression>& args); // after '(' up to ')'
+    ArenaArray<VeriExpression*> parseCallArgs();    // the same, frozen
     VeriDelayOrEventControl* parseDelay();     // at '#'
-    void parseDelayValues(std::vector<VeriExpression*>& delays); // after '#'
+    ArenaArray<VeriExpression*> parseDelayValues(); // after '#'
     VeriDelayOrEventControl* parseEventControl(); // at '@'
     VeriExpression* parseEventExpression();
-    void parseParamValues(std::vector<VeriExpression*>& values); // at '#'
+    ArenaArray<VeriExpression*> parseParamValues(); // at '#'
     VeriExpression* parseLValue();
     bool startsExpression(unsigned k);
 
@@ -152,7 +191,7 @@ struct VeriParser::Impl {
     VeriDataType* parseStructUnion();
     VeriDataType* parseEnum();
     VeriDataDecl* parseDataDecl(const VeriToken& start, unsigned dir, unsigned kind, bool netDecl,
-                                std::vector<unsigned> qualifiers);
+                                const std::vector<unsigned>& qualifiers);
     void parseDeclarators(VeriDataDecl* decl);
     VeriModuleItem* parseTypedef(const VeriToken& start);
     VeriDataDecl* parseParamDecl(const VeriToken& start, unsigned kind, bool inPortList);
@@ -177,11 +216,11 @@ struct VeriParser::Impl {
     // ---- items and units (VeriParseItem.cpp)
     void parseSourceText();
     VeriModule* parseUnit(const VeriToken& start, std::vector<VeriAttribute> attrs);
-    void parseUnitHeader(VeriModule* m);
-    void parseParameterPortList(std::vector<VeriTreeNode*>& parameters);
-    void parsePortList(VeriModule* m);
+    void parseUnitHeader(VeriModule* m, List<VeriModuleItem>& items);
+    void parseParameterPortList(List<VeriTreeNode>& parameters);
+    void parsePortList(VeriModule* m, List<VeriTreeNode>& ports);
     VeriModuleItem* parseItem(unsigned endKind);
-    void parseItems(std::vector<VeriModuleItem*>& items, unsigned endKind);
+    void parseItems(List<VeriModuleItem>& items, unsigned endKind);
     VeriModuleItem* parseInstantiation(const VeriToken& start);
     VeriModuleItem* parseGateInstantiation(const VeriToken& start);
     VeriModuleItem* parseGenerateItemBody(); // the item of a generate if/for/case

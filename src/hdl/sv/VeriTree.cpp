@@ -7,26 +7,6 @@
 
 namespace hdl {
 
-bool VeriScope::declare(std::string_view name, VeriIdDef* id) {
-    if (name.empty() || !id) return false;
-    auto inserted = ids_.emplace(name, id);
-    if (!inserted.second) return false;
-    order_.push_back(id);
-    return true;
-}
-
-VeriIdDef* VeriScope::findLocal(std::string_view name) const {
-    auto it = ids_.find(name);
-    return it == ids_.end() ? nullptr : it->second;
-}
-
-VeriModule* VeriScope::GetContainingModule() const {
-    for (const VeriScope* s = this; s; s = s->upper_) {
-        if (auto* m = dynamic_cast<VeriModule*>(s->owner_)) return m;
-    }
-    return nullptr;
-}
-
 void VeriTreeNode::Accept(VeriVisitor& v) { v.Visit(*this); }
 
 void VeriIdRef::Accept(VeriVisitor& v) { v.Visit(*this); }
@@ -175,11 +155,14 @@ void CustomField<VeriAttribute>::Remap(TreeCopier& c, VeriAttribute& a) {
 }
 } // namespace tree
 
-#define HDL_VERI_OWN_FIELDS(cls, base)                                                          \
+// Every concrete class has its own field list, and no class needs its destructor run.
+#define HDL_VERI_CLASS_CHECKS(cls, base)                                                        \
     static_assert(std::is_abstract_v<cls> || tree::OwnsFieldList<cls>::value,                     \
-                  #cls " lists its own fields");
-HDL_VERI_NODE_CLASSES(HDL_VERI_OWN_FIELDS)
-#undef HDL_VERI_OWN_FIELDS
+                  #cls " lists its own fields");                                                 \
+    static_assert(std::is_trivially_destructible_v<cls>, #cls " is trivially destructible");
+HDL_VERI_NODE_CLASSES(HDL_VERI_CLASS_CHECKS)
+#undef HDL_VERI_CLASS_CHECKS
+static_assert(std::is_trivially_destructible_v<VeriScope>);
 
 bool VeriDataDecl::IsTypedef() const { return kind == VT_TYPEDEF; }
 

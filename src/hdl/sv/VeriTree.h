@@ -1,15 +1,16 @@
-// Parse-tree nodes of Verilog/SystemVerilog. Every node knows its class code, its
-// source range and how to walk its children in source order. Nodes live in the arena
-// of the library that holds their design unit; child lists are plain vectors of
-// pointers so that elaboration can copy a unit or unroll a generate by cloning nodes.
+// Parse-tree nodes of Verilog/SystemVerilog. Every node knows its class code and its
+// source range, and every concrete class lists its fields once (VERI_FIELDS): children
+// in source order, back-links and values. The list drives the visitor's default walk,
+// structural equality and deep copies, with which elaboration copies a unit or unrolls
+// a generate (see hdl/base/TreeFields.h). Nodes live in the arena of the library that
+// holds their design unit, child lists too, and need no destructor.
 #pragma once
 
 #include <cstdint>
 #include <string_view>
-#include <unordered_map>
-#include <vector>
 
 #include "hdl/base/Arena.h"
+#include "hdl/base/ArenaArray.h"
 #include "hdl/base/LineFile.h"
 #include "hdl/base/TreeFields.h"
 #include "hdl/sv/VeriClassIds.h"
@@ -91,30 +92,40 @@ class VeriStatement;
 
 // Declarations visible in one region (unit, generate block, subprogram, named block).
 // Lookup goes outward through `upper`, then through wildcard imports of each region.
+// A scope lives in the arena with its tree: its declarations in an array that doubles
+// as it fills, and, past a few, a hash index of them; a small scope is scanned.
 class VeriScope {
 public:
     VeriScope(VeriScope* upper, VeriTreeNode* owner) : upper_(upper), owner_(owner) {}
     // False when the name was already declared here (the first declaration stays).
-    bool declare(std::string_view name, VeriIdDef* id);
+    bool declare(Arena& arena, VeriIdDef* id);
     VeriIdDef* findLocal(std::string_view name) const;
     VeriScope* Upper() const { return upper_; }
     VeriTreeNode* Owner() const { return owner_; }
-    void addImport(VeriModule* package, std::string_view item) { imports_.push_back({package, item}); }
     struct Import {
         VeriModule* package;
         std::string_view item; // empty for `pkg::*`
+        Import* next;
     };
-    const std::vector<Import>& imports() const { return imports_; }
+    void addImport(Arena& arena, VeriModule* package, std::string_view item);
+    // The imports in order, as a list linked through `next`.
+    const Import* imports() const { return imports_; }
     // Declarations in order of declaration.
-    const std::vector<VeriIdDef*>& declarations() const { return order_; }
+    uint32_t DeclarationCount() const { return count_; }
+    VeriIdDef* Declaration(uint32_t i) const { return i < count_ ? ids_[i] : nullptr; }
     VeriModule* GetContainingModule() const;
 
 private:
+    friend struct tree::CustomField<VeriScope*>;
+    static uint32_t capacity(uint32_t count);
+    void index(uint32_t at, uint32_t mask);
+
     VeriScope* upper_;
     VeriTreeNode* owner_;
-    std::unordered_map<std::string_view, VeriIdDef*> ids_;
-    std::vector<VeriIdDef*> order_;
-    std::vector<Import> imports_;
+    VeriIdDef** ids_ = nullptr;
+    uint32_t* index_ = nullptr; // open addressing over ids_, positions + 1; null while scanned
+    Import* imports_ = nullptr;
+    uint32_t count_ = 0;
 };
 
 // (* name = value *) attached to a node.
@@ -129,9 +140,10 @@ struct VeriTreeTraits {
     static void Traverse(VeriVisitor& v, VeriTreeNode* node);
 };
 
+// Nodes live in an arena and have no destructor to run: every field is a plain value, a
+// pointer or an arena list.
 class VeriTreeNode {
 public:
-    virtual ~VeriTreeNode() = default;
     virtual uint32_t GetClassId() const { return ID_VERITREENODE; }
     virtual void Accept(VeriVisitor& v);
     // Visits the children in source order.
@@ -143,7 +155,7 @@ public:
     virtual void RemapLinks(TreeCopier& copier) = 0;
 
     const ColLineFile& Linefile() const { return loc; }
-    const std::vector<VeriAttribute>* GetAttributes() const { return attributes.empty() ? nullptr : &attributes; }
+    ArenaArray<VeriAttribute> GetAttributes() const { return attributes; }
     // Same structure: same classes, fields and children, positions aside; back-links
     // count only as set or not set.
     bool IsEqual(const VeriTreeNode* other) const { return tree::NodesEqual(this, other); }
@@ -154,10 +166,21 @@ public:
     VeriTreeNode* Copy(TreeCopier& copier) const { return tree::CopyTree(copier, this); }
 
     ColLineFile loc;
-    std::vector<VeriAttribute> attributes;
+    ArenaArray<VeriAttribute> attributes;
 };
 
 namespace tree {
+// A scope is rebuilt for a copy: declarations, imports and the scope above point at
+// their copies where those were copied too. Scopes are derived data: not walked, not
+// compared.
+template <>
+struct CustomField<VeriScope*> : std::true_type {
+    static void Walk(VeriVisitor&, VeriScope*) {}
+    static bool Equal(const VeriScope*, const VeriScope*) { return true; }
+    static void Clone(TreeCopier& c, VeriScope*& scope);
+    static void Remap(TreeCopier& c, VeriScope*& scope);
+};
+
 // An attribute's value is a child that is compared and copied, but the default walk
 // passes it over: attributes describe the node rather than being part of the design.
 template <>
@@ -221,7 +244,7 @@ public:
     VeriIdDef* GetId() const override { return prefix ? prefix->GetId() : nullptr; }
     std::string_view GetName() const override { return prefix ? prefix->GetName() : std::string_view(); }
     VeriExpression* prefix = nullptr;
-    std::vector<VeriExpression*> indexes;
+    ArenaArray<VeriExpression*> indexes;
 };
 
 // prefix.suffix: hierarchical reference, struct member or interface item. The prefix is
@@ -247,7 +270,7 @@ public:
     VeriIdDef* GetId() const override { return id; }
     std::string_view GetName() const override { return name; }
     VeriExpression* prefix = nullptr; // the scope (a VeriIdRef, maybe with parameters)
-    std::vector<VeriExpression*> paramValues; // C#(...)::name
+    ArenaArray<VeriExpression*> paramValues; // C#(...)::name
     std::string_view name;
     VeriIdDef* id = nullptr;
 };
@@ -339,7 +362,7 @@ class VeriConcat : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriConcat, CONCAT);
     VERI_FIELDS(attributes, exprs)
-    std::vector<VeriExpression*> exprs;
+    ArenaArray<VeriExpression*> exprs;
 };
 
 class VeriMultiConcat : public VeriExpression {
@@ -347,7 +370,7 @@ public:
     HDL_VERI_NODE(VeriMultiConcat, MULTICONCAT);
     VERI_FIELDS(attributes, repeat, exprs)
     VeriExpression* repeat = nullptr;
-    std::vector<VeriExpression*> exprs;
+    ArenaArray<VeriExpression*> exprs;
 };
 
 // {<< size {exprs}} / {>> {exprs}}
@@ -357,7 +380,7 @@ public:
     VERI_FIELDS(attributes, oper, sliceSize, exprs)
     unsigned oper = 0; // <<, >>
     VeriExpression* sliceSize = nullptr;
-    std::vector<VeriExpression*> exprs;
+    ArenaArray<VeriExpression*> exprs;
 };
 
 class VeriFunctionCall : public VeriExpression {
@@ -367,7 +390,7 @@ public:
     VeriIdDef* GetId() const override { return func ? func->GetId() : nullptr; }
     std::string_view GetName() const override { return func ? func->GetName() : std::string_view(); }
     VeriExpression* func = nullptr;
-    std::vector<VeriExpression*> args;
+    ArenaArray<VeriExpression*> args;
     VeriExpression* with = nullptr; // array method `with (expr)` or randomize `with {...}`
 };
 
@@ -377,7 +400,7 @@ public:
     VERI_FIELDS(attributes, name, args)
     std::string_view GetName() const override { return name; }
     std::string_view name; // with the '$'
-    std::vector<VeriExpression*> args;
+    ArenaArray<VeriExpression*> args;
 };
 
 class VeriMinTypMaxExpr : public VeriExpression {
@@ -395,7 +418,7 @@ public:
     HDL_VERI_NODE(VeriAssignmentPattern, ASSIGNMENTPATTERN);
     VERI_FIELDS(attributes, type, exprs)
     VeriExpression* type = nullptr;
-    std::vector<VeriExpression*> exprs; // keyed items are VeriPortConnect-free pairs: key: value as VeriBinaryOperator(COLON)
+    ArenaArray<VeriExpression*> exprs; // keyed items are VeriPortConnect-free pairs: key: value as VeriBinaryOperator(COLON)
 };
 
 // '{n{a, b}}
@@ -405,7 +428,7 @@ public:
     VERI_FIELDS(attributes, type, repeat, exprs)
     VeriExpression* type = nullptr;
     VeriExpression* repeat = nullptr;
-    std::vector<VeriExpression*> exprs;
+    ArenaArray<VeriExpression*> exprs;
 };
 
 // type'(expr), size'(expr), signed'(expr)
@@ -422,7 +445,7 @@ public:
     HDL_VERI_NODE(VeriNew, NEW);
     VERI_FIELDS(attributes, size, args)
     VeriExpression* size = nullptr; // new [size]
-    std::vector<VeriExpression*> args;
+    ArenaArray<VeriExpression*> args;
 };
 
 // .name(expr) in port and parameter lists, and key: value items.
@@ -514,18 +537,18 @@ public:
     VeriIdDef* GetId() const override { return typeName ? typeName->GetId() : nullptr; }
     std::string_view GetName() const override { return typeName ? typeName->GetName() : std::string_view(); }
     VeriExpression* typeName = nullptr;
-    std::vector<VeriExpression*> paramValues; // class#(...)
+    ArenaArray<VeriExpression*> paramValues; // class#(...)
     bool virtualInterface = false;            // virtual [interface] name
 };
 
 class VeriStructUnion : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriStructUnion, STRUCTUNION);
-    VERI_FIELDS(attributes, type, signing, packed, tagged, members, dimensions, HDL_LINK(scope))
+    VERI_FIELDS(attributes, type, signing, packed, tagged, members, dimensions, scope)
     // type is VT_STRUCT or VT_UNION
     bool packed = false;
     bool tagged = false;
-    std::vector<class VeriDataDecl*> members;
+    ArenaArray<class VeriDataDecl*> members;
     VeriScope* scope = nullptr;
 };
 
@@ -534,7 +557,7 @@ public:
     HDL_VERI_NODE(VeriEnum, ENUM);
     VERI_FIELDS(attributes, type, signing, baseType, literals, dimensions)
     VeriDataType* baseType = nullptr;
-    std::vector<class VeriParamId*> literals;
+    ArenaArray<class VeriParamId*> literals;
 };
 
 // A net type with a data type: `wire logic [3:0]`.
@@ -558,8 +581,8 @@ class VeriDelayOrEventControl : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriDelayOrEventControl, DELAYOREVENTCONTROL);
     VERI_FIELDS(attributes, repeat, delays, events, implicitEvent, cycleDelay)
-    std::vector<VeriExpression*> delays;
-    std::vector<VeriExpression*> events;
+    ArenaArray<VeriExpression*> delays;
+    ArenaArray<VeriExpression*> events;
     bool implicitEvent = false; // @* / @(*)
     VeriExpression* repeat = nullptr;
     bool cycleDelay = false;
@@ -653,9 +676,9 @@ public:
     HDL_VERI_NODE(VeriInstId, INSTID);
     VERI_FIELDS(attributes, name, dimensions, portConnects, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     VeriRange* GetDimensions() const override { return dimensions; }
-    const std::vector<VeriExpression*>& GetPortConnects() const { return portConnects; }
+    const ArenaArray<VeriExpression*>& GetPortConnects() const { return portConnects; }
     VeriRange* dimensions = nullptr;
-    std::vector<VeriExpression*> portConnects;
+    ArenaArray<VeriExpression*> portConnects;
 };
 
 // A typedef name (forward typedefs too).
@@ -692,11 +715,11 @@ public:
     unsigned GetDir() const { return dir; }
     unsigned GetKind() const { return kind; }
     VeriDataType* GetDataType() const { return dataType; }
-    const std::vector<VeriIdDef*>& GetIds() const { return ids; }
+    const ArenaArray<VeriIdDef*>& GetIds() const { return ids; }
     unsigned dir = 0;
     unsigned kind = 0; // net type or VT_VAR/VT_REG, 0 when not written
     VeriDataType* dataType = nullptr;
-    std::vector<VeriIdDef*> ids;
+    ArenaArray<VeriIdDef*> ids;
     bool interfacePort = false; // interface port (generic when dataType names `interface`)
     std::string_view modport;   // intf.modport
 };
@@ -722,7 +745,7 @@ public:
 class VeriModuleItem : public VeriTreeNode {
 public:
     // Qualifiers written in front (static, virtual, local, rand, ...).
-    std::vector<unsigned> qualifiers;
+    ArenaArray<unsigned> qualifiers;
 };
 
 // Variables, parameters, genvars, typedefs, non-ANSI port declarations.
@@ -733,14 +756,14 @@ public:
     unsigned GetDir() const { return dir; }
     unsigned GetDeclType() const { return kind; }
     VeriDataType* GetDataType() const { return dataType; }
-    const std::vector<VeriIdDef*>& GetIds() const { return ids; }
+    const ArenaArray<VeriIdDef*>& GetIds() const { return ids; }
     bool IsTypedef() const;
     unsigned dir = 0;
     // VT_REG, VT_VAR, VT_PARAMETER, VT_LOCALPARAM, VT_SPECPARAM, VT_GENVAR, VT_TYPEDEF,
     // VT_CONST, VT_EVENT, a net type for port declarations with one; 0 otherwise
     unsigned kind = 0;
     VeriDataType* dataType = nullptr;
-    std::vector<VeriIdDef*> ids;
+    ArenaArray<VeriIdDef*> ids;
 };
 
 class VeriNetDecl : public VeriDataDecl {
@@ -750,7 +773,7 @@ public:
     unsigned GetNetType() const { return kind; }
     VeriStrength* GetStrength() const { return strength; }
     VeriStrength* strength = nullptr;
-    std::vector<VeriExpression*> delays;
+    ArenaArray<VeriExpression*> delays;
     unsigned vectoring = 0; // VT_VECTORED / VT_SCALARED
 };
 
@@ -760,14 +783,14 @@ public:
     VERI_FIELDS(attributes, qualifiers, moduleName, strength, paramValues, instances, HDL_LINK(module))
     std::string_view GetModuleName() const { return moduleName ? moduleName->GetName() : std::string_view(); }
     VeriExpression* GetModuleNameRef() const { return moduleName; }
-    const std::vector<VeriExpression*>& GetParamValues() const { return paramValues; }
-    const std::vector<VeriInstId*>& GetInstances() const { return instances; }
+    const ArenaArray<VeriExpression*>& GetParamValues() const { return paramValues; }
+    const ArenaArray<VeriInstId*>& GetInstances() const { return instances; }
     // Resolved unit, set when the instantiated unit was known at analysis.
     VeriModule* GetInstantiatedModule() const { return module; }
     VeriExpression* moduleName = nullptr; // VeriIdRef, or VeriScopeName for lib.cell
     VeriStrength* strength = nullptr;
-    std::vector<VeriExpression*> paramValues;
-    std::vector<VeriInstId*> instances;
+    ArenaArray<VeriExpression*> paramValues;
+    ArenaArray<VeriInstId*> instances;
     VeriModule* module = nullptr;
 };
 
@@ -778,8 +801,8 @@ public:
     unsigned GetInstType() const { return gate; }
     unsigned gate = 0;
     VeriStrength* strength = nullptr;
-    std::vector<VeriExpression*> delays;
-    std::vector<VeriInstId*> instances;
+    ArenaArray<VeriExpression*> delays;
+    ArenaArray<VeriInstId*> instances;
 };
 
 class VeriContinuousAssign : public VeriModuleItem {
@@ -788,7 +811,7 @@ public:
     VERI_FIELDS(attributes, qualifiers, strength, delay, assigns)
     VeriStrength* strength = nullptr;
     VeriDelayOrEventControl* delay = nullptr;
-    std::vector<VeriNetRegAssign*> assigns;
+    ArenaArray<VeriNetRegAssign*> assigns;
 };
 
 // always, always_comb, always_ff, always_latch
@@ -814,15 +837,15 @@ class VeriGenerateConstruct : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateConstruct, GENERATECONSTRUCT);
     VERI_FIELDS(attributes, qualifiers, items)
-    const std::vector<VeriModuleItem*>& GetItems() const { return items; }
-    std::vector<VeriModuleItem*> items;
+    const ArenaArray<VeriModuleItem*>& GetItems() const { return items; }
+    ArenaArray<VeriModuleItem*> items;
 };
 
 // for (init; cond; rep) item. The item is usually a VeriGenerateBlock.
 class VeriGenerateFor : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateFor, GENERATEFOR);
-    VERI_FIELDS(attributes, qualifiers, genvarDecl, init, cond, rep, item, HDL_LINK(scope))
+    VERI_FIELDS(attributes, qualifiers, genvarDecl, init, cond, rep, item, scope)
     VeriDataDecl* genvarDecl = nullptr;   // for (genvar i = ...)
     VeriStatement* init = nullptr;        // the initial assignment
     VeriExpression* cond = nullptr;
@@ -850,7 +873,7 @@ class VeriGenerateCaseItem : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriGenerateCaseItem, GENERATECASEITEM);
     VERI_FIELDS(attributes, conditions, item)
-    std::vector<VeriExpression*> conditions; // empty for default
+    ArenaArray<VeriExpression*> conditions; // empty for default
     VeriModuleItem* item = nullptr;
 };
 
@@ -859,18 +882,18 @@ public:
     HDL_VERI_NODE(VeriGenerateCase, GENERATECASE);
     VERI_FIELDS(attributes, qualifiers, cond, items)
     VeriExpression* cond = nullptr;
-    std::vector<VeriGenerateCaseItem*> items;
+    ArenaArray<VeriGenerateCaseItem*> items;
 };
 
 // begin [: name] items end, in a generate region (named or not).
 class VeriGenerateBlock : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateBlock, GENERATEBLOCK);
-    VERI_FIELDS(attributes, qualifiers, blockId, items, HDL_LINK(scope))
+    VERI_FIELDS(attributes, qualifiers, blockId, items, scope)
     VeriBlockId* GetBlockId() const { return blockId; }
-    const std::vector<VeriModuleItem*>& GetItems() const { return items; }
+    const ArenaArray<VeriModuleItem*>& GetItems() const { return items; }
     VeriBlockId* blockId = nullptr; // null for an unnamed block
-    std::vector<VeriModuleItem*> items;
+    ArenaArray<VeriModuleItem*> items;
     VeriScope* scope = nullptr;
 };
 
@@ -878,14 +901,14 @@ public:
 class VeriFunctionDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriFunctionDecl, FUNCTIONDECL);
-    VERI_FIELDS(attributes, qualifiers, returnType, prefix, id, ports, decls, stmts, lifetime, dpi, prototype, HDL_LINK(scope))
+    VERI_FIELDS(attributes, qualifiers, returnType, prefix, id, ports, decls, stmts, lifetime, dpi, prototype, scope)
     VeriIdDef* GetId() const { return id; }
     VeriExpression* prefix = nullptr; // class scope of an out-of-block definition
     VeriIdDef* id = nullptr;
     VeriDataType* returnType = nullptr;
-    std::vector<VeriTreeNode*> ports; // VeriAnsiPortDecl, or empty with port decls in `decls`
-    std::vector<VeriModuleItem*> decls;
-    std::vector<VeriStatement*> stmts;
+    ArenaArray<VeriTreeNode*> ports; // VeriAnsiPortDecl, or empty with port decls in `decls`
+    ArenaArray<VeriModuleItem*> decls;
+    ArenaArray<VeriStatement*> stmts;
     unsigned lifetime = 0;
     unsigned dpi = 0; // VT_IMPORT / VT_EXPORT for DPI declarations (no body)
     bool prototype = false; // extern/pure virtual/DPI: no body
@@ -895,22 +918,22 @@ public:
 class VeriTaskDecl : public VeriFunctionDecl {
 public:
     HDL_VERI_NODE(VeriTaskDecl, TASKDECL);
-    VERI_FIELDS(attributes, qualifiers, returnType, prefix, id, ports, decls, stmts, lifetime, dpi, prototype, HDL_LINK(scope))
+    VERI_FIELDS(attributes, qualifiers, returnType, prefix, id, ports, decls, stmts, lifetime, dpi, prototype, scope)
 };
 
 class VeriDefParam : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriDefParam, DEFPARAM);
     VERI_FIELDS(attributes, qualifiers, assigns)
-    std::vector<VeriDefParamAssign*> assigns;
+    ArenaArray<VeriDefParamAssign*> assigns;
 };
 
 class VeriModportDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModportDecl, MODPORTDECL);
-    VERI_FIELDS(attributes, qualifiers, id, ports, HDL_LINK(scope))
+    VERI_FIELDS(attributes, qualifiers, id, ports, scope)
     VeriModportId* id = nullptr;
-    std::vector<VeriPrototypeId*> ports;
+    ArenaArray<VeriPrototypeId*> ports;
     VeriScope* scope = nullptr;
 };
 
@@ -918,7 +941,7 @@ class VeriModport : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModport, MODPORT);
     VERI_FIELDS(attributes, qualifiers, decls)
-    std::vector<VeriModportDecl*> decls;
+    ArenaArray<VeriModportDecl*> decls;
 };
 
 // import pkg::item, pkg::*; (items are VeriScopeName with an empty name for '*')
@@ -926,14 +949,14 @@ class VeriImportDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriImportDecl, IMPORTDECL);
     VERI_FIELDS(attributes, qualifiers, items)
-    std::vector<VeriScopeName*> items;
+    ArenaArray<VeriScopeName*> items;
 };
 
 class VeriExportDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriExportDecl, EXPORTDECL);
     VERI_FIELDS(attributes, qualifiers, items)
-    std::vector<VeriScopeName*> items; // empty for *::*
+    ArenaArray<VeriScopeName*> items; // empty for *::*
 };
 
 // Constructs read with their names recorded and their bodies passed over token by
@@ -943,7 +966,7 @@ class VeriSkippedItem : public VeriModuleItem {
 public:
     VeriIdDef* GetId() const { return id; }
     VeriIdDef* id = nullptr;
-    std::vector<VeriModuleItem*> items; // items parsed inside (class members so far as read)
+    ArenaArray<VeriModuleItem*> items; // items parsed inside (class members so far as read)
 };
 
 #define HDL_VERI_SKIPPED(cls, code)             \
@@ -965,7 +988,7 @@ HDL_VERI_SKIPPED(VeriTable, TABLE)
 class VeriClass : public VeriSkippedItem {
 public:
     HDL_VERI_NODE(VeriClass, CLASS);
-    VERI_FIELDS(attributes, qualifiers, id, items, HDL_LINK(scope))
+    VERI_FIELDS(attributes, qualifiers, id, items, scope)
     VeriScope* scope = nullptr;
 };
 
@@ -975,7 +998,7 @@ public:
     HDL_VERI_NODE(VeriBindDirective, BINDDIRECTIVE);
     VERI_FIELDS(attributes, qualifiers, target, targetInstances, instantiation)
     VeriExpression* target = nullptr;
-    std::vector<VeriExpression*> targetInstances;
+    ArenaArray<VeriExpression*> targetInstances;
     VeriModuleItem* instantiation = nullptr;
 };
 
@@ -983,7 +1006,7 @@ class VeriNetAlias : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriNetAlias, NETALIAS);
     VERI_FIELDS(attributes, qualifiers, members)
-    std::vector<VeriExpression*> members;
+    ArenaArray<VeriExpression*> members;
 };
 
 // timeunit / timeprecision
@@ -1007,14 +1030,14 @@ enum VeriUnitFlags : uint32_t {
 class VeriModule : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModule, MODULE);
-    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, HDL_LINK(scope), HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     std::string_view Name() const { return id ? id->name : std::string_view(); }
     VeriIdDef* GetId() const { return id; }
     VeriScope* GetScope() const { return scope; }
     VeriLibrary* GetLibrary() const { return library; }
-    const std::vector<VeriTreeNode*>& GetParameters() const { return parameters; }
-    const std::vector<VeriTreeNode*>& GetPorts() const { return ports; }
-    const std::vector<VeriModuleItem*>& GetItems() const { return items; }
+    const ArenaArray<VeriTreeNode*>& GetParameters() const { return parameters; }
+    const ArenaArray<VeriTreeNode*>& GetPorts() const { return ports; }
+    const ArenaArray<VeriModuleItem*>& GetItems() const { return items; }
     bool IsCellDefine() const { return flags & VERI_UNIT_CELLDEFINE; }
     virtual bool IsInterface() const { return false; }
     virtual bool IsProgram() const { return false; }
@@ -1032,9 +1055,9 @@ public:
     bool IsElaborated() const { return elaborated; }
 
     VeriIdDef* id = nullptr;
-    std::vector<VeriTreeNode*> parameters; // VeriDataDecl of the #(...) list
-    std::vector<VeriTreeNode*> ports;      // VeriAnsiPortDecl, or expressions for non-ANSI ports
-    std::vector<VeriModuleItem*> items;
+    ArenaArray<VeriTreeNode*> parameters; // VeriDataDecl of the #(...) list
+    ArenaArray<VeriTreeNode*> ports;      // VeriAnsiPortDecl, or expressions for non-ANSI ports
+    ArenaArray<VeriModuleItem*> items;
     VeriScope* scope = nullptr;
     VeriLibrary* library = nullptr;
     uint32_t flags = 0;
@@ -1052,35 +1075,35 @@ private:
 class VeriInterface : public VeriModule {
 public:
     HDL_VERI_NODE(VeriInterface, INTERFACE);
-    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, HDL_LINK(scope), HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsInterface() const override { return true; }
 };
 
 class VeriProgram : public VeriModule {
 public:
     HDL_VERI_NODE(VeriProgram, PROGRAM);
-    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, HDL_LINK(scope), HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsProgram() const override { return true; }
 };
 
 class VeriPackage : public VeriModule {
 public:
     HDL_VERI_NODE(VeriPackage, PACKAGE);
-    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, HDL_LINK(scope), HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsPackage() const override { return true; }
 };
 
 class VeriPrimitive : public VeriModule {
 public:
     HDL_VERI_NODE(VeriPrimitive, PRIMITIVE);
-    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, HDL_LINK(scope), HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsPrimitive() const override { return true; }
 };
 
 class VeriChecker : public VeriModule {
 public:
     HDL_VERI_NODE(VeriChecker, CHECKER);
-    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, HDL_LINK(scope), HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsChecker() const override { return true; }
 };
 
@@ -1088,11 +1111,11 @@ public:
 class VeriConfiguration : public VeriModule {
 public:
     HDL_VERI_NODE(VeriConfiguration, CONFIGURATION);
-    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, designCells, items, HDL_LINK(scope), HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, designCells, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsConfiguration() const override { return true; }
     // The top cells of the design statement, in order (VeriIdRef or lib.cell VeriScopeName).
-    const std::vector<VeriExpression*>& GetTopModuleNames() const { return designCells; }
-    std::vector<VeriExpression*> designCells;
+    const ArenaArray<VeriExpression*>& GetTopModuleNames() const { return designCells; }
+    ArenaArray<VeriExpression*> designCells;
 };
 
 // ---------------------------------------------------------------- statements
@@ -1106,10 +1129,10 @@ public:
 class VeriSeqBlock : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriSeqBlock, SEQBLOCK);
-    VERI_FIELDS(attributes, qualifiers, label, blockId, decls, stmts, HDL_LINK(scope))
+    VERI_FIELDS(attributes, qualifiers, label, blockId, decls, stmts, scope)
     VeriBlockId* blockId = nullptr;
-    std::vector<VeriModuleItem*> decls;
-    std::vector<VeriStatement*> stmts;
+    ArenaArray<VeriModuleItem*> decls;
+    ArenaArray<VeriStatement*> stmts;
     VeriScope* scope = nullptr;
 };
 
@@ -1117,7 +1140,7 @@ public:
 class VeriParBlock : public VeriSeqBlock {
 public:
     HDL_VERI_NODE(VeriParBlock, PARBLOCK);
-    VERI_FIELDS(attributes, qualifiers, label, blockId, decls, stmts, joinKind, HDL_LINK(scope))
+    VERI_FIELDS(attributes, qualifiers, label, blockId, decls, stmts, joinKind, scope)
     unsigned joinKind = 0;
 };
 
@@ -1155,7 +1178,7 @@ class VeriCaseItem : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriCaseItem, CASEITEM);
     VERI_FIELDS(attributes, conditions, stmt)
-    std::vector<VeriExpression*> conditions; // empty for default
+    ArenaArray<VeriExpression*> conditions; // empty for default
     VeriStatement* stmt = nullptr;
 };
 
@@ -1168,16 +1191,16 @@ public:
     bool matches = false;  // case ... matches / inside
     bool inside = false;
     VeriExpression* cond = nullptr;
-    std::vector<VeriCaseItem*> items;
+    ArenaArray<VeriCaseItem*> items;
 };
 
 class VeriFor : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriFor, FOR);
-    VERI_FIELDS(attributes, qualifiers, label, inits, cond, reps, stmt, HDL_LINK(scope))
-    std::vector<VeriModuleItem*> inits; // declarations or assignments
+    VERI_FIELDS(attributes, qualifiers, label, inits, cond, reps, stmt, scope)
+    ArenaArray<VeriModuleItem*> inits; // declarations or assignments
     VeriExpression* cond = nullptr;
-    std::vector<VeriStatement*> reps;
+    ArenaArray<VeriStatement*> reps;
     VeriStatement* stmt = nullptr;
     VeriScope* scope = nullptr;
 };
@@ -1214,9 +1237,9 @@ public:
 class VeriForeach : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriForeach, FOREACH);
-    VERI_FIELDS(attributes, qualifiers, label, array, loopVars, stmt, HDL_LINK(scope))
+    VERI_FIELDS(attributes, qualifiers, label, array, loopVars, stmt, scope)
     VeriExpression* array = nullptr;
-    std::vector<VeriIdDef*> loopVars; // null entries for skipped positions
+    ArenaArray<VeriIdDef*> loopVars; // null entries for skipped positions
     VeriStatement* stmt = nullptr;
     VeriScope* scope = nullptr;
 };
@@ -1250,7 +1273,7 @@ public:
     HDL_VERI_NODE(VeriSystemTaskEnable, SYSTEMTASKENABLE);
     VERI_FIELDS(attributes, qualifiers, label, name, args)
     std::string_view name;
-    std::vector<VeriExpression*> args;
+    ArenaArray<VeriExpression*> args;
 };
 
 // return [expr], break, continue

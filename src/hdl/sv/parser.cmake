@@ -1,6 +1,7 @@
 target_sources(hdl_sv PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/VeriClassIds.cpp
   ${CMAKE_CURRENT_LIST_DIR}/VeriTree.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/VeriScope.cpp
   ${CMAKE_CURRENT_LIST_DIR}/VeriVisitor.cpp
   ${CMAKE_CURRENT_LIST_DIR}/VeriParser.cpp
   ${CMAKE_CURRENT_LIST_DIR}/VeriParseExpr.cpp

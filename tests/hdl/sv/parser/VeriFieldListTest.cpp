@@ -39,8 +39,7 @@ class NodeCollector : public VeriVisitor {
 public:
     void PreVisit(VeriTreeNode& node) override {
         nodes.push_back(&node);
-        if (const auto* attrs = node.GetAttributes())
-            for (const VeriAttribute& a : *attrs) TraverseNode(a.value);
+        for (const VeriAttribute& a : node.GetAttributes()) TraverseNode(a.value);
     }
     std::vector<VeriTreeNode*> nodes;
 };
@@ -214,6 +213,27 @@ struct LinkCheck {
     }
 };
 
+// The scope an identifier opens is rebuilt for its copy: a lookup there finds the copy's
+// declarations, and the scope hangs under the copy of the scope above where that was copied.
+void checkScope(const VeriScope& original, const VeriScope* copy,
+                const std::unordered_map<const VeriTreeNode*, size_t>& originals,
+                const std::vector<VeriTreeNode*>& copies, LinkCheck& links) {
+    if (!copy || copy == &original) {
+        links.wrong.push_back("scope shared with the original");
+        return;
+    }
+    links.check("scope owner", original.Owner(), copy->Owner(), originals, copies);
+    if (copy->DeclarationCount() != original.DeclarationCount()) links.wrong.push_back("scope lost declarations");
+    for (uint32_t i = 0; i < original.DeclarationCount(); ++i) {
+        VeriIdDef* declared = original.Declaration(i);
+        links.check("scope entry", declared, copy->Declaration(i), originals, copies);
+        if (copy->findLocal(declared->Name()) != copy->Declaration(i))
+            links.wrong.push_back("lookup in the copy's scope misses " + std::string(declared->Name()));
+    }
+    if (original.Upper() && copy->Upper() != original.Upper() && originals.count(original.Upper()->Owner()) == 0)
+        links.wrong.push_back("scope above a unit moved");
+}
+
 TEST(VeriTreeCopy, CorpusUnitsCopyToEqualTreesOfTheirOwn) {
     size_t units = 0;
     LinkCheck links;
@@ -244,9 +264,12 @@ TEST(VeriTreeCopy, CorpusUnitsCopyToEqualTreesOfTheirOwn) {
                 ASSERT_EQ(o->GetClassId(), c->GetClassId());
                 if (auto* ref = dynamic_cast<VeriIdRef*>(o))
                     links.check("reference", ref->id, static_cast<VeriIdRef*>(c)->id, originals, b.nodes);
-                if (auto* id = dynamic_cast<VeriIdDef*>(o))
-                    links.check("declaration", id->declaration, static_cast<VeriIdDef*>(c)->declaration, originals,
-                                b.nodes);
+                if (auto* id = dynamic_cast<VeriIdDef*>(o)) {
+                    auto* copyId = static_cast<VeriIdDef*>(c);
+                    links.check("declaration", id->declaration, copyId->declaration, originals, b.nodes);
+                    if (VeriScope* scope = id->LocalScope())
+                        checkScope(*scope, copyId->LocalScope(), originals, b.nodes, links);
+                }
             }
         }
     }
@@ -269,11 +292,11 @@ TEST(VeriTreeCopy, ACopyChangesApartFromItsOriginal) {
     Arena arena;
     auto* copy = static_cast<VeriModule*>(m->Copy(arena));
     ASSERT_TRUE(copy->IsEqual(m));
-    auto* assign = static_cast<VeriContinuousAssign*>(copy->items.back());
+    auto* assign = static_cast<VeriContinuousAssign*>(copy->items.Back());
     auto* rhs = static_cast<VeriIdRef*>(assign->assigns[0]->rval);
     rhs->name = "c";
     EXPECT_FALSE(copy->IsEqual(m));
-    EXPECT_EQ(static_cast<VeriIdRef*>(static_cast<VeriContinuousAssign*>(m->items.back())->assigns[0]->rval)->name, "a");
+    EXPECT_EQ(static_cast<VeriIdRef*>(static_cast<VeriContinuousAssign*>(m->items.Back())->assigns[0]->rval)->name, "a");
     rhs->name = "a";
     rhs->id = nullptr; // resolved in the original, not in the copy
     EXPECT_FALSE(copy->IsEqual(m));

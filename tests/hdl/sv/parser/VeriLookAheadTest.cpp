@@ -25,7 +25,7 @@ TEST(VeriLookAhead, LongParameterListsStillMakeAnInstance) {
         std::string text = "module m; wire x; wire [3:0] y;\n" + longInstance(params) + "  assign y = {4{x}};\nendmodule\n";
         ASSERT_TRUE(veritest::analyze(text)) << params;
         const auto& items = veritest::unit("m")->GetItems();
-        ASSERT_EQ(items.size(), 4u) << params;
+        ASSERT_EQ(items.Size(), 4u) << params;
         auto* inst = dynamic_cast<VeriModuleInstantiation*>(items[2]);
         ASSERT_NE(inst, nullptr) << params;
         EXPECT_EQ(inst->loc.leftLine, 2u);

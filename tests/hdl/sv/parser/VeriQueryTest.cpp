@@ -58,7 +58,7 @@ TEST(VeriModuleQueries, TypeParametersInHeaderOrBody) {
     EXPECT_TRUE(veritest::unit("t")->HasTypeParameters());
     EXPECT_FALSE(veritest::unit("v")->HasTypeParameters());
     EXPECT_FALSE(veritest::unit("none")->HasTypeParameters());
-    EXPECT_EQ(veritest::unit("t")->GetParameters().size(), 2u);
+    EXPECT_EQ(veritest::unit("t")->GetParameters().Size(), 2u);
 }
 
 TEST(VeriModuleQueries, CellDefineCoversOnlyTheUnitsInside) {
@@ -79,8 +79,8 @@ TEST(VeriTreePositions, ItemsOfSeveralKindsSpanTheirText) {
                                   "  end\n"
                                   "  sub u1 (.p(a));\n"
                                   "endmodule\n"));
-    const std::vector<VeriModuleItem*>& items = veritest::unit("m")->GetItems();
-    ASSERT_EQ(items.size(), 3u);
+    const ArenaArray<VeriModuleItem*>& items = veritest::unit("m")->GetItems();
+    ASSERT_EQ(items.Size(), 3u);
     auto* assign = dynamic_cast<VeriContinuousAssign*>(items[0]);
     ASSERT_NE(assign, nullptr);
     EXPECT_EQ(assign->loc.leftLine, 2u);
@@ -119,7 +119,7 @@ TEST(VeriParserRecovery, GoodItemsAfterABrokenOneKeepTheirPlaces) {
     for (VeriModuleItem* item : m->GetItems()) {
         if (auto* a = dynamic_cast<VeriContinuousAssign*>(item)) assign = a;
         auto* d = dynamic_cast<VeriDataDecl*>(item);
-        if (d && !d->GetIds().empty() && d->GetIds()[0]->GetName() == "ok") ok = d;
+        if (d && !d->GetIds().Empty() && d->GetIds()[0]->GetName() == "ok") ok = d;
     }
     ASSERT_NE(ok, nullptr);
     ASSERT_NE(assign, nullptr);

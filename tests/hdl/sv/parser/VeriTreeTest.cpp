@@ -35,7 +35,7 @@ TEST(VeriClassIds, NodesReportTheirOwnKind) {
     EXPECT_EQ(veritest::unit("bus")->GetClassId(), ID_VERIINTERFACE);
     EXPECT_EQ(veritest::unit("p")->GetClassId(), ID_VERIPACKAGE);
     VeriModule* top = veritest::unit("top");
-    ASSERT_EQ(top->GetItems().size(), 2u);
+    ASSERT_EQ(top->GetItems().Size(), 2u);
     EXPECT_EQ(top->GetItems()[0]->GetClassId(), ID_VERIMODULEINSTANTIATION);
     EXPECT_EQ(top->GetItems()[1]->GetClassId(), ID_VERICONTINUOUSASSIGN);
 }
@@ -78,12 +78,12 @@ TEST(VeriTreePositions, NodesSpanTheirText) {
     EXPECT_EQ(m->loc.leftCol, 1u);
     EXPECT_EQ(m->loc.rightLine, 3u);
     EXPECT_EQ(m->loc.rightCol, 10u); // just after "endmodule"
-    auto* net = dynamic_cast<VeriNetDecl*>(m->GetItems().at(0));
+    auto* net = dynamic_cast<VeriNetDecl*>(m->GetItems().At(0));
     ASSERT_NE(net, nullptr);
     EXPECT_EQ(net->loc.leftLine, 2u);
     EXPECT_EQ(net->loc.leftCol, 3u);
     EXPECT_EQ(net->loc.rightCol, 18u);
-    VeriIdDef* bus = net->GetIds().at(0);
+    VeriIdDef* bus = net->GetIds().At(0);
     EXPECT_EQ(bus->loc.leftCol, 14u);
     EXPECT_STREQ(LineFile::GetFileNameFromId(bus->loc.fileId), "test.sv");
 }
