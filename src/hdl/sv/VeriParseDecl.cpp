@@ -312,7 +312,7 @@ VeriDataDecl* VeriParser::Impl::parseDataDecl(const VeriToken& start, unsigned d
         decl->dir = dir;
         decl->dataType = type;
     }
-    decl->qualifiers = freeze(qualifiers);
+    decl->SetQualifiers(freeze(qualifiers));
     parseDeclarators(decl);
     return decl;
 }
@@ -489,7 +489,7 @@ VeriModuleItem* VeriParser::Impl::parseDeclarationItem() {
         // `var x;` `const x = 1;`
         d = make<VeriDataDecl>(start);
         d->kind = declKind;
-        d->qualifiers = freeze(quals);
+        d->SetQualifiers(freeze(quals));
         parseDeclarators(d);
     }
     return d;

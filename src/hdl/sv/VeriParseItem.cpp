@@ -510,7 +510,7 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
             label->declaration = s;
             finish(label);
             declare(label);
-            s->label = label;
+            s->SetLabel(label);
             s->loc.leftLine = label->loc.leftLine;
             s->loc.leftCol = label->loc.leftCol;
         }
@@ -997,8 +997,9 @@ VeriModuleItem* VeriParser::Impl::parseClass(const VeriToken& start) {
         attach(item, attrs);
         if (item) {
             if (!quals.empty()) {
-                quals.insert(quals.end(), item->qualifiers.begin(), item->qualifiers.end());
-                item->qualifiers = freeze(quals);
+                ArenaArray<unsigned> own = item->GetQualifiers();
+                quals.insert(quals.end(), own.begin(), own.end());
+                item->SetQualifiers(freeze(quals));
             }
             items.push(item);
         }

@@ -239,7 +239,7 @@ VeriStatement* VeriParser::Impl::parseStatement() {
         dropped(label);
         return nullptr;
     }
-    s->label = label;
+    s->SetLabel(label);
     if (label) label->declaration = s;
     attach(s, attrs);
     s->loc.leftLine = start.line;
@@ -320,7 +320,7 @@ VeriStatement* VeriParser::Impl::parseAssignmentRest(VeriExpression* lval, const
         auto* a = make<VeriBlockingAssign>(start);
         a->lval = u->arg;
         a->oper = u->oper;
-        a->attributes = u->attributes;
+        a->SetAttributes(u->GetAttributes());
         droppedNode(u);
         s = a;
     } else if (k == VT_SEMI || !needSemi) {

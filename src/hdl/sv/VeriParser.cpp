@@ -43,8 +43,9 @@ void VeriParser::Impl::attach(VeriTreeNode* node, std::vector<VeriAttribute>& at
     if (attrs.empty()) return;
     if (node) {
         // Attributes written further out come first.
-        attrs.insert(attrs.end(), node->attributes.begin(), node->attributes.end());
-        node->attributes = ArenaArray<VeriAttribute>(arena, attrs);
+        ArenaArray<VeriAttribute> own = node->GetAttributes();
+        attrs.insert(attrs.end(), own.begin(), own.end());
+        node->SetAttributes(ArenaArray<VeriAttribute>(arena, attrs));
     } else {
         for (const VeriAttribute& a : attrs) dropped(a.value);
     }

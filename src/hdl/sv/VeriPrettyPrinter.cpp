@@ -454,7 +454,7 @@ public:
         node(n.rval);
     }
     void qualifiers(const VeriModuleItem& n) {
-        for (unsigned q : n.qualifiers) {
+        for (unsigned q : n.GetQualifiers()) {
             if (q == VT_VAR || q == VT_CONST) continue; // printed as the kind
             tok(q);
             out << ' ';
@@ -788,8 +788,8 @@ public:
 
     // ---- statements
     void label(VeriStatement& s) {
-        if (s.label) {
-            name(s.label->name);
+        if (VeriLabelId* label = s.GetLabel()) {
+            name(label->name);
             out << ": ";
         }
     }

@@ -1,6 +1,7 @@
 #include "hdl/sv/VeriTree.h"
 
 #include <type_traits>
+#include <vector>
 
 #include "hdl/sv/VeriTokens.h"
 #include "hdl/sv/VeriVisitor.h"
@@ -143,16 +144,94 @@ VeriTreeNode* VeriTreeNode::Copy(Arena& arena) const {
     return Copy(copier);
 }
 
+namespace {
+// Slot 0 stands for "none".
+std::vector<VeriNodeExtras>& extrasTable() {
+    static std::vector<VeriNodeExtras> table(1);
+    return table;
+}
+} // namespace
+
+const VeriNodeExtras* VeriTreeNode::Extras() const { return extras.index ? &extrasTable()[extras.index] : nullptr; }
+
+VeriNodeExtras& VeriTreeNode::MutableExtras() {
+    std::vector<VeriNodeExtras>& table = extrasTable();
+    if (!extras.index) {
+        extras.index = uint32_t(table.size());
+        table.emplace_back();
+    }
+    return table[extras.index];
+}
+
+ArenaArray<VeriAttribute> VeriTreeNode::GetAttributes() const {
+    const VeriNodeExtras* e = Extras();
+    return e ? e->attributes : ArenaArray<VeriAttribute>();
+}
+
+void VeriTreeNode::SetAttributes(ArenaArray<VeriAttribute> attributes) {
+    if (!attributes.Empty() || extras.index) MutableExtras().attributes = attributes;
+}
+
+ArenaArray<unsigned> VeriModuleItem::GetQualifiers() const {
+    const VeriNodeExtras* e = Extras();
+    return e ? e->qualifiers : ArenaArray<unsigned>();
+}
+
+void VeriModuleItem::SetQualifiers(ArenaArray<unsigned> qualifiers) {
+    if (!qualifiers.Empty() || extras.index) MutableExtras().qualifiers = qualifiers;
+}
+
+VeriLabelId* VeriStatement::GetLabel() const {
+    const VeriNodeExtras* e = Extras();
+    return e ? e->label : nullptr;
+}
+
+void VeriStatement::SetLabel(VeriLabelId* label) {
+    if (label || extras.index) MutableExtras().label = label;
+}
+
 namespace tree {
-bool CustomField<VeriAttribute>::Equal(const VeriAttribute& a, const VeriAttribute& b) {
-    return a.name == b.name && NodesEqual<VeriTreeNode>(a.value, b.value);
+
+void CustomField<VeriExtrasRef>::Walk(VeriVisitor& v, VeriExtrasRef extras) {
+    if (extras.index) v.TraverseNode(extrasTable()[extras.index].label);
 }
-void CustomField<VeriAttribute>::Clone(TreeCopier& c, VeriAttribute& a) {
-    if (a.value) a.value = static_cast<VeriExpression*>(a.value->CloneNode(c));
+
+bool CustomField<VeriExtrasRef>::Equal(VeriExtrasRef a, VeriExtrasRef b) {
+    static const VeriNodeExtras none;
+    const VeriNodeExtras& x = a.index ? extrasTable()[a.index] : none;
+    const VeriNodeExtras& y = b.index ? extrasTable()[b.index] : none;
+    if (x.attributes.Size() != y.attributes.Size() || x.qualifiers.Size() != y.qualifiers.Size()) return false;
+    for (uint32_t i = 0; i < x.attributes.Size(); ++i) {
+        if (x.attributes[i].name != y.attributes[i].name) return false;
+        if (!NodesEqual<VeriTreeNode>(x.attributes[i].value, y.attributes[i].value)) return false;
+    }
+    for (uint32_t i = 0; i < x.qualifiers.Size(); ++i)
+        if (x.qualifiers[i] != y.qualifiers[i]) return false;
+    return NodesEqual<VeriTreeNode>(x.label, y.label);
 }
-void CustomField<VeriAttribute>::Remap(TreeCopier& c, VeriAttribute& a) {
-    if (a.value) a.value->RemapLinks(c);
+
+void CustomField<VeriExtrasRef>::Clone(TreeCopier& c, VeriExtrasRef& extras) {
+    if (!extras.index) return;
+    // Cloning the label and the values adds entries, which may move the table.
+    VeriNodeExtras copy = extrasTable()[extras.index];
+    copy.attributes = ArenaArray<VeriAttribute>(c.arena(), copy.attributes.begin(), copy.attributes.Size());
+    for (VeriAttribute& a : copy.attributes)
+        if (a.value) a.value = static_cast<VeriExpression*>(a.value->CloneNode(c));
+    copy.qualifiers = ArenaArray<unsigned>(c.arena(), copy.qualifiers.begin(), copy.qualifiers.Size());
+    if (copy.label) copy.label = static_cast<VeriLabelId*>(copy.label->CloneNode(c));
+    std::vector<VeriNodeExtras>& table = extrasTable();
+    extras.index = uint32_t(table.size());
+    table.push_back(copy);
 }
+
+void CustomField<VeriExtrasRef>::Remap(TreeCopier& c, VeriExtrasRef& extras) {
+    if (!extras.index) return;
+    VeriNodeExtras e = extrasTable()[extras.index];
+    for (const VeriAttribute& a : e.attributes)
+        if (a.value) a.value->RemapLinks(c);
+    if (e.label) e.label->RemapLinks(c);
+}
+
 } // namespace tree
 
 // Every concrete class has its own field list, and no class needs its destructor run.

@@ -19,6 +19,7 @@ namespace hdl {
 
 class VeriVisitor;
 class VeriIdDef;
+class VeriLabelId;
 class VeriModule;
 class VeriLibrary;
 class VeriTreeNode;
@@ -134,6 +135,19 @@ struct VeriAttribute {
     class VeriExpression* value = nullptr;
 };
 
+// What few nodes have, kept apart so that the others do not pay for it.
+struct VeriNodeExtras {
+    ArenaArray<VeriAttribute> attributes;
+    ArenaArray<unsigned> qualifiers; // written in front of an item: static, virtual, local, rand...
+    VeriLabelId* label = nullptr;    // `name:` in front of a statement; a child
+};
+
+// A node's extras: its place in a table that lasts as long as the process (as the trees
+// do); 0 when the node has none.
+struct VeriExtrasRef {
+    uint32_t index = 0;
+};
+
 struct VeriTreeTraits {
     using Node = VeriTreeNode;
     using Visitor = VeriVisitor;
@@ -155,7 +169,8 @@ public:
     virtual void RemapLinks(TreeCopier& copier) = 0;
 
     const ColLineFile& Linefile() const { return loc; }
-    ArenaArray<VeriAttribute> GetAttributes() const { return attributes; }
+    ArenaArray<VeriAttribute> GetAttributes() const;
+    void SetAttributes(ArenaArray<VeriAttribute> attributes);
     // Same structure: same classes, fields and children, positions aside; back-links
     // count only as set or not set.
     bool IsEqual(const VeriTreeNode* other) const { return tree::NodesEqual(this, other); }
@@ -166,7 +181,11 @@ public:
     VeriTreeNode* Copy(TreeCopier& copier) const { return tree::CopyTree(copier, this); }
 
     ColLineFile loc;
-    ArenaArray<VeriAttribute> attributes;
+    VeriExtrasRef extras;
+
+protected:
+    const VeriNodeExtras* Extras() const;
+    VeriNodeExtras& MutableExtras();
 };
 
 namespace tree {
@@ -181,14 +200,15 @@ struct CustomField<VeriScope*> : std::true_type {
     static void Remap(TreeCopier& c, VeriScope*& scope);
 };
 
-// An attribute's value is a child that is compared and copied, but the default walk
-// passes it over: attributes describe the node rather than being part of the design.
+// A copy gets extras of its own. A label is a child and walked; an attribute's value is
+// a child that is compared and copied, but the walk passes it over: attributes describe
+// the node rather than being part of the design.
 template <>
-struct CustomField<VeriAttribute> : std::true_type {
-    static void Walk(VeriVisitor&, const VeriAttribute&) {}
-    static bool Equal(const VeriAttribute& a, const VeriAttribute& b);
-    static void Clone(TreeCopier& c, VeriAttribute& a);
-    static void Remap(TreeCopier& c, VeriAttribute& a);
+struct CustomField<VeriExtrasRef> : std::true_type {
+    static void Walk(VeriVisitor& v, VeriExtrasRef extras);
+    static bool Equal(VeriExtrasRef a, VeriExtrasRef b);
+    static void Clone(TreeCopier& c, VeriExtrasRef& extras);
+    static void Remap(TreeCopier& c, VeriExtrasRef& extras);
 };
 } // namespace tree
 
@@ -216,7 +236,7 @@ class VeriName : public VeriExpression {};
 class VeriIdRef : public VeriName {
 public:
     HDL_VERI_NODE(VeriIdRef, IDREF);
-    VERI_FIELDS(attributes, name, HDL_LINK(id))
+    VERI_FIELDS(extras, name, HDL_LINK(id))
     VeriIdDef* GetId() const override { return id; }
     std::string_view GetName() const override { return name; }
     std::string_view name;
@@ -227,7 +247,7 @@ public:
 class VeriIndexedId : public VeriName {
 public:
     HDL_VERI_NODE(VeriIndexedId, INDEXEDID);
-    VERI_FIELDS(attributes, prefix, index)
+    VERI_FIELDS(extras, prefix, index)
     VeriIdDef* GetId() const override { return prefix ? prefix->GetId() : nullptr; }
     std::string_view GetName() const override { return prefix ? prefix->GetName() : std::string_view(); }
     VeriExpression* GetPrefix() const { return prefix; }
@@ -240,7 +260,7 @@ public:
 class VeriIndexedMemoryId : public VeriName {
 public:
     HDL_VERI_NODE(VeriIndexedMemoryId, INDEXEDMEMORYID);
-    VERI_FIELDS(attributes, prefix, indexes)
+    VERI_FIELDS(extras, prefix, indexes)
     VeriIdDef* GetId() const override { return prefix ? prefix->GetId() : nullptr; }
     std::string_view GetName() const override { return prefix ? prefix->GetName() : std::string_view(); }
     VeriExpression* prefix = nullptr;
@@ -252,7 +272,7 @@ public:
 class VeriSelectedName : public VeriName {
 public:
     HDL_VERI_NODE(VeriSelectedName, SELECTEDNAME);
-    VERI_FIELDS(attributes, prefix, suffix, HDL_LINK(id))
+    VERI_FIELDS(extras, prefix, suffix, HDL_LINK(id))
     VeriIdDef* GetId() const override { return id; }
     std::string_view GetName() const override { return suffix; }
     VeriExpression* GetPrefix() const { return prefix; }
@@ -266,7 +286,7 @@ public:
 class VeriScopeName : public VeriName {
 public:
     HDL_VERI_NODE(VeriScopeName, SCOPENAME);
-    VERI_FIELDS(attributes, prefix, paramValues, name, HDL_LINK(id))
+    VERI_FIELDS(extras, prefix, paramValues, name, HDL_LINK(id))
     VeriIdDef* GetId() const override { return id; }
     std::string_view GetName() const override { return name; }
     VeriExpression* prefix = nullptr; // the scope (a VeriIdRef, maybe with parameters)
@@ -280,14 +300,14 @@ class VeriConst : public VeriExpression {};
 class VeriIntVal : public VeriConst {
 public:
     HDL_VERI_NODE(VeriIntVal, INTVAL);
-    VERI_FIELDS(attributes, value)
+    VERI_FIELDS(extras, value)
     int64_t value = 0;
 };
 
 class VeriRealVal : public VeriConst {
 public:
     HDL_VERI_NODE(VeriRealVal, REALVAL);
-    VERI_FIELDS(attributes, value)
+    VERI_FIELDS(extras, value)
     double value = 0;
 };
 
@@ -295,7 +315,7 @@ public:
 class VeriConstVal : public VeriConst {
 public:
     HDL_VERI_NODE(VeriConstVal, CONSTVAL);
-    VERI_FIELDS(attributes, text, size, isSigned, isString, isUnbased)
+    VERI_FIELDS(extras, text, size, isSigned, isString, isUnbased)
     bool IsString() const { return isString; }
     std::string_view text;
     uint32_t size = 0; // 0 when unsized
@@ -307,34 +327,34 @@ public:
 class VeriTimeLiteral : public VeriConst {
 public:
     HDL_VERI_NODE(VeriTimeLiteral, TIMELITERAL);
-    VERI_FIELDS(attributes, text)
+    VERI_FIELDS(extras, text)
     std::string_view text;
 };
 
 class VeriDollar : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriDollar, DOLLAR);
-    VERI_FIELDS(attributes)
+    VERI_FIELDS(extras)
 };
 
 class VeriNull : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriNull, NULL);
-    VERI_FIELDS(attributes)
+    VERI_FIELDS(extras)
 };
 
 // A keyword used as an expression: this, super, default, `type` keywords in patterns.
 class VeriKeyword : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriKeyword, KEYWORD);
-    VERI_FIELDS(attributes, token)
+    VERI_FIELDS(extras, token)
     unsigned token = 0;
 };
 
 class VeriUnaryOperator : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriUnaryOperator, UNARYOPERATOR);
-    VERI_FIELDS(attributes, oper, postfix, arg)
+    VERI_FIELDS(extras, oper, postfix, arg)
     unsigned oper = 0;
     bool postfix = false; // x++ / x--
     VeriExpression* arg = nullptr;
@@ -343,7 +363,7 @@ public:
 class VeriBinaryOperator : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriBinaryOperator, BINARYOPERATOR);
-    VERI_FIELDS(attributes, oper, left, right)
+    VERI_FIELDS(extras, oper, left, right)
     unsigned oper = 0;
     VeriExpression* left = nullptr;
     VeriExpression* right = nullptr; // for `inside` and `dist` a VeriConcat of the items
@@ -352,7 +372,7 @@ public:
 class VeriQuestionColon : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriQuestionColon, QUESTIONCOLON);
-    VERI_FIELDS(attributes, cond, thenExpr, elseExpr)
+    VERI_FIELDS(extras, cond, thenExpr, elseExpr)
     VeriExpression* cond = nullptr;
     VeriExpression* thenExpr = nullptr;
     VeriExpression* elseExpr = nullptr;
@@ -361,14 +381,14 @@ public:
 class VeriConcat : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriConcat, CONCAT);
-    VERI_FIELDS(attributes, exprs)
+    VERI_FIELDS(extras, exprs)
     ArenaArray<VeriExpression*> exprs;
 };
 
 class VeriMultiConcat : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriMultiConcat, MULTICONCAT);
-    VERI_FIELDS(attributes, repeat, exprs)
+    VERI_FIELDS(extras, repeat, exprs)
     VeriExpression* repeat = nullptr;
     ArenaArray<VeriExpression*> exprs;
 };
@@ -377,7 +397,7 @@ public:
 class VeriStreamingConcat : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriStreamingConcat, STREAMINGCONCAT);
-    VERI_FIELDS(attributes, oper, sliceSize, exprs)
+    VERI_FIELDS(extras, oper, sliceSize, exprs)
     unsigned oper = 0; // <<, >>
     VeriExpression* sliceSize = nullptr;
     ArenaArray<VeriExpression*> exprs;
@@ -386,7 +406,7 @@ public:
 class VeriFunctionCall : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriFunctionCall, FUNCTIONCALL);
-    VERI_FIELDS(attributes, func, args, with)
+    VERI_FIELDS(extras, func, args, with)
     VeriIdDef* GetId() const override { return func ? func->GetId() : nullptr; }
     std::string_view GetName() const override { return func ? func->GetName() : std::string_view(); }
     VeriExpression* func = nullptr;
@@ -397,7 +417,7 @@ public:
 class VeriSystemFunctionCall : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriSystemFunctionCall, SYSTEMFUNCTIONCALL);
-    VERI_FIELDS(attributes, name, args)
+    VERI_FIELDS(extras, name, args)
     std::string_view GetName() const override { return name; }
     std::string_view name; // with the '$'
     ArenaArray<VeriExpression*> args;
@@ -406,7 +426,7 @@ public:
 class VeriMinTypMaxExpr : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriMinTypMaxExpr, MINTYPMAXEXPR);
-    VERI_FIELDS(attributes, minExpr, typExpr, maxExpr)
+    VERI_FIELDS(extras, minExpr, typExpr, maxExpr)
     VeriExpression* minExpr = nullptr;
     VeriExpression* typExpr = nullptr;
     VeriExpression* maxExpr = nullptr;
@@ -416,7 +436,7 @@ public:
 class VeriAssignmentPattern : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriAssignmentPattern, ASSIGNMENTPATTERN);
-    VERI_FIELDS(attributes, type, exprs)
+    VERI_FIELDS(extras, type, exprs)
     VeriExpression* type = nullptr;
     ArenaArray<VeriExpression*> exprs; // keyed items are VeriPortConnect-free pairs: key: value as VeriBinaryOperator(COLON)
 };
@@ -425,7 +445,7 @@ public:
 class VeriMultiAssignmentPattern : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriMultiAssignmentPattern, MULTIASSIGNMENTPATTERN);
-    VERI_FIELDS(attributes, type, repeat, exprs)
+    VERI_FIELDS(extras, type, repeat, exprs)
     VeriExpression* type = nullptr;
     VeriExpression* repeat = nullptr;
     ArenaArray<VeriExpression*> exprs;
@@ -435,7 +455,7 @@ public:
 class VeriCast : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriCast, CAST);
-    VERI_FIELDS(attributes, target, expr)
+    VERI_FIELDS(extras, target, expr)
     VeriExpression* target = nullptr;
     VeriExpression* expr = nullptr;
 };
@@ -443,7 +463,7 @@ public:
 class VeriNew : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriNew, NEW);
-    VERI_FIELDS(attributes, size, args)
+    VERI_FIELDS(extras, size, args)
     VeriExpression* size = nullptr; // new [size]
     ArenaArray<VeriExpression*> args;
 };
@@ -452,7 +472,7 @@ public:
 class VeriPortConnect : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriPortConnect, PORTCONNECT);
-    VERI_FIELDS(attributes, portName, connection, implicit)
+    VERI_FIELDS(extras, portName, connection, implicit)
     std::string_view GetName() const override { return portName; }
     std::string_view GetNamedFormal() const { return portName; }
     VeriExpression* GetConnection() const { return connection; }
@@ -464,20 +484,20 @@ public:
 class VeriPortOpen : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriPortOpen, PORTOPEN);
-    VERI_FIELDS(attributes)
+    VERI_FIELDS(extras)
 };
 
 class VeriDotStar : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriDotStar, DOTSTAR);
-    VERI_FIELDS(attributes)
+    VERI_FIELDS(extras)
 };
 
 // [posedge|negedge|edge] expr [iff cond]
 class VeriEventExpression : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriEventExpression, EVENTEXPRESSION);
-    VERI_FIELDS(attributes, edge, expr, iffCond)
+    VERI_FIELDS(extras, edge, expr, iffCond)
     unsigned edge = 0;
     VeriExpression* expr = nullptr;
     VeriExpression* iffCond = nullptr;
@@ -487,7 +507,7 @@ public:
 class VeriRange : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriRange, RANGE);
-    VERI_FIELDS(attributes, left, right, partSelect, unsizedDim, next)
+    VERI_FIELDS(extras, left, right, partSelect, unsizedDim, next)
     VeriExpression* GetLeft() const { return left; }
     VeriExpression* GetRight() const { return right; }
     unsigned GetPartSelectToken() const { return partSelect; }
@@ -503,7 +523,7 @@ public:
 class VeriTypeOperator : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriTypeOperator, TYPEOPERATOR);
-    VERI_FIELDS(attributes, arg)
+    VERI_FIELDS(extras, arg)
     VeriExpression* arg = nullptr;
 };
 
@@ -511,7 +531,7 @@ public:
 class VeriTaggedUnion : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriTaggedUnion, TAGGEDUNION);
-    VERI_FIELDS(attributes, member, expr)
+    VERI_FIELDS(extras, member, expr)
     std::string_view member;
     VeriExpression* expr = nullptr;
 };
@@ -520,7 +540,7 @@ public:
 class VeriDataType : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriDataType, DATATYPE);
-    VERI_FIELDS(attributes, type, signing, dimensions)
+    VERI_FIELDS(extras, type, signing, dimensions)
     unsigned GetType() const { return type; }
     unsigned GetSigning() const { return signing; }
     VeriRange* GetDimensions() const { return dimensions; }
@@ -533,7 +553,7 @@ public:
 class VeriTypeRef : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriTypeRef, TYPEREF);
-    VERI_FIELDS(attributes, type, signing, typeName, paramValues, virtualInterface, dimensions)
+    VERI_FIELDS(extras, type, signing, typeName, paramValues, virtualInterface, dimensions)
     VeriIdDef* GetId() const override { return typeName ? typeName->GetId() : nullptr; }
     std::string_view GetName() const override { return typeName ? typeName->GetName() : std::string_view(); }
     VeriExpression* typeName = nullptr;
@@ -544,7 +564,7 @@ public:
 class VeriStructUnion : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriStructUnion, STRUCTUNION);
-    VERI_FIELDS(attributes, type, signing, packed, tagged, members, dimensions, scope)
+    VERI_FIELDS(extras, type, signing, packed, tagged, members, dimensions, scope)
     // type is VT_STRUCT or VT_UNION
     bool packed = false;
     bool tagged = false;
@@ -555,7 +575,7 @@ public:
 class VeriEnum : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriEnum, ENUM);
-    VERI_FIELDS(attributes, type, signing, baseType, literals, dimensions)
+    VERI_FIELDS(extras, type, signing, baseType, literals, dimensions)
     VeriDataType* baseType = nullptr;
     ArenaArray<class VeriParamId*> literals;
 };
@@ -564,14 +584,14 @@ public:
 class VeriNetDataType : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriNetDataType, NETDATATYPE);
-    VERI_FIELDS(attributes, type, signing, dataType, dimensions)
+    VERI_FIELDS(extras, type, signing, dataType, dimensions)
     VeriDataType* dataType = nullptr;
 };
 
 class VeriStrength : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriStrength, STRENGTH);
-    VERI_FIELDS(attributes, lval, rval)
+    VERI_FIELDS(extras, lval, rval)
     unsigned lval = 0;
     unsigned rval = 0;
 };
@@ -580,7 +600,7 @@ public:
 class VeriDelayOrEventControl : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriDelayOrEventControl, DELAYOREVENTCONTROL);
-    VERI_FIELDS(attributes, repeat, delays, events, implicitEvent, cycleDelay)
+    VERI_FIELDS(extras, repeat, delays, events, implicitEvent, cycleDelay)
     ArenaArray<VeriExpression*> delays;
     ArenaArray<VeriExpression*> events;
     bool implicitEvent = false; // @* / @(*)
@@ -616,7 +636,7 @@ public:
 class VeriVariable : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriVariable, VARIABLE);
-    VERI_FIELDS(attributes, name, dir, HDL_LINK(dataType), dimensions, initialValue, interfacePort, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
+    VERI_FIELDS(extras, name, dir, HDL_LINK(dataType), dimensions, initialValue, interfacePort, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     bool IsPort() const override { return dir != 0; }
     unsigned GetDir() const override { return dir; }
     VeriDataType* GetDataType() const override { return dataType; }
@@ -634,7 +654,7 @@ public:
 class VeriParamId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriParamId, PARAMID);
-    VERI_FIELDS(attributes, name, HDL_LINK(dataType), dimensions, initialValue, paramType, isType, enumLiteral, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
+    VERI_FIELDS(extras, name, HDL_LINK(dataType), dimensions, initialValue, paramType, isType, enumLiteral, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     bool IsParam() const override { return true; }
     bool IsType() const override { return isType; }
     VeriDataType* GetDataType() const override { return dataType; }
@@ -653,7 +673,7 @@ public:
     class cls : public VeriIdDef {       \
     public:                              \
         HDL_VERI_NODE(cls, code);        \
-        VERI_FIELDS(attributes, name, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated) \
+        VERI_FIELDS(extras, name, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated) \
     };
 HDL_VERI_SIMPLE_ID(VeriGenVarId, GENVARID)
 HDL_VERI_SIMPLE_ID(VeriModuleId, MODULEID)
@@ -674,7 +694,7 @@ HDL_VERI_SIMPLE_ID(VeriClockingId, CLOCKINGID)
 class VeriInstId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriInstId, INSTID);
-    VERI_FIELDS(attributes, name, dimensions, portConnects, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
+    VERI_FIELDS(extras, name, dimensions, portConnects, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     VeriRange* GetDimensions() const override { return dimensions; }
     const ArenaArray<VeriExpression*>& GetPortConnects() const { return portConnects; }
     VeriRange* dimensions = nullptr;
@@ -685,7 +705,7 @@ public:
 class VeriTypeId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriTypeId, TYPEID);
-    VERI_FIELDS(attributes, name, HDL_LINK(dataType), dimensions, HDL_LINK(declaration), HDL_LINK(scope),
+    VERI_FIELDS(extras, name, HDL_LINK(dataType), dimensions, HDL_LINK(declaration), HDL_LINK(scope),
                 generateElabCreated)
     bool IsType() const override { return true; }
     VeriDataType* GetDataType() const override { return dataType; }
@@ -698,7 +718,7 @@ public:
 class VeriPrototypeId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriPrototypeId, PROTOTYPEID);
-    VERI_FIELDS(attributes, dir, name, expr, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
+    VERI_FIELDS(extras, dir, name, expr, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     bool IsPort() const override { return true; }
     unsigned GetDir() const override { return dir; }
     unsigned dir = 0; // direction, or VT_IMPORT/VT_EXPORT for subprogram ports, VT_CLOCKING
@@ -711,7 +731,7 @@ public:
 class VeriAnsiPortDecl : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriAnsiPortDecl, ANSIPORTDECL);
-    VERI_FIELDS(attributes, dir, kind, dataType, ids, interfacePort, modport)
+    VERI_FIELDS(extras, dir, kind, dataType, ids, interfacePort, modport)
     unsigned GetDir() const { return dir; }
     unsigned GetKind() const { return kind; }
     VeriDataType* GetDataType() const { return dataType; }
@@ -727,7 +747,7 @@ public:
 class VeriNetRegAssign : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriNetRegAssign, NETREGASSIGN);
-    VERI_FIELDS(attributes, lval, rval)
+    VERI_FIELDS(extras, lval, rval)
     VeriExpression* GetLValExpr() const { return lval; }
     VeriExpression* GetRValExpr() const { return rval; }
     VeriExpression* lval = nullptr;
@@ -737,7 +757,7 @@ public:
 class VeriDefParamAssign : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriDefParamAssign, DEFPARAMASSIGN);
-    VERI_FIELDS(attributes, lval, rval)
+    VERI_FIELDS(extras, lval, rval)
     VeriExpression* lval = nullptr;
     VeriExpression* rval = nullptr;
 };
@@ -745,14 +765,15 @@ public:
 class VeriModuleItem : public VeriTreeNode {
 public:
     // Qualifiers written in front (static, virtual, local, rand, ...).
-    ArenaArray<unsigned> qualifiers;
+    ArenaArray<unsigned> GetQualifiers() const;
+    void SetQualifiers(ArenaArray<unsigned> qualifiers);
 };
 
 // Variables, parameters, genvars, typedefs, non-ANSI port declarations.
 class VeriDataDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriDataDecl, DATADECL);
-    VERI_FIELDS(attributes, qualifiers, dir, kind, dataType, ids)
+    VERI_FIELDS(extras, dir, kind, dataType, ids)
     unsigned GetDir() const { return dir; }
     unsigned GetDeclType() const { return kind; }
     VeriDataType* GetDataType() const { return dataType; }
@@ -769,7 +790,7 @@ public:
 class VeriNetDecl : public VeriDataDecl {
 public:
     HDL_VERI_NODE(VeriNetDecl, NETDECL);
-    VERI_FIELDS(attributes, qualifiers, dir, kind, strength, dataType, delays, ids, vectoring)
+    VERI_FIELDS(extras, dir, kind, strength, dataType, delays, ids, vectoring)
     unsigned GetNetType() const { return kind; }
     VeriStrength* GetStrength() const { return strength; }
     VeriStrength* strength = nullptr;
@@ -780,7 +801,7 @@ public:
 class VeriModuleInstantiation : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModuleInstantiation, MODULEINSTANTIATION);
-    VERI_FIELDS(attributes, qualifiers, moduleName, strength, paramValues, instances, HDL_LINK(module))
+    VERI_FIELDS(extras, moduleName, strength, paramValues, instances, HDL_LINK(module))
     std::string_view GetModuleName() const { return moduleName ? moduleName->GetName() : std::string_view(); }
     VeriExpression* GetModuleNameRef() const { return moduleName; }
     const ArenaArray<VeriExpression*>& GetParamValues() const { return paramValues; }
@@ -797,7 +818,7 @@ public:
 class VeriGateInstantiation : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGateInstantiation, GATEINSTANTIATION);
-    VERI_FIELDS(attributes, qualifiers, gate, strength, delays, instances)
+    VERI_FIELDS(extras, gate, strength, delays, instances)
     unsigned GetInstType() const { return gate; }
     unsigned gate = 0;
     VeriStrength* strength = nullptr;
@@ -808,7 +829,7 @@ public:
 class VeriContinuousAssign : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriContinuousAssign, CONTINUOUSASSIGN);
-    VERI_FIELDS(attributes, qualifiers, strength, delay, assigns)
+    VERI_FIELDS(extras, strength, delay, assigns)
     VeriStrength* strength = nullptr;
     VeriDelayOrEventControl* delay = nullptr;
     ArenaArray<VeriNetRegAssign*> assigns;
@@ -818,7 +839,7 @@ public:
 class VeriAlwaysConstruct : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriAlwaysConstruct, ALWAYSCONSTRUCT);
-    VERI_FIELDS(attributes, qualifiers, kind, stmt)
+    VERI_FIELDS(extras, kind, stmt)
     unsigned kind = 0;
     VeriStatement* stmt = nullptr;
 };
@@ -827,7 +848,7 @@ public:
 class VeriInitialConstruct : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriInitialConstruct, INITIALCONSTRUCT);
-    VERI_FIELDS(attributes, qualifiers, isFinal, stmt)
+    VERI_FIELDS(extras, isFinal, stmt)
     bool isFinal = false;
     VeriStatement* stmt = nullptr;
 };
@@ -836,7 +857,7 @@ public:
 class VeriGenerateConstruct : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateConstruct, GENERATECONSTRUCT);
-    VERI_FIELDS(attributes, qualifiers, items)
+    VERI_FIELDS(extras, items)
     const ArenaArray<VeriModuleItem*>& GetItems() const { return items; }
     ArenaArray<VeriModuleItem*> items;
 };
@@ -845,7 +866,7 @@ public:
 class VeriGenerateFor : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateFor, GENERATEFOR);
-    VERI_FIELDS(attributes, qualifiers, genvarDecl, init, cond, rep, item, scope)
+    VERI_FIELDS(extras, genvarDecl, init, cond, rep, item, scope)
     VeriDataDecl* genvarDecl = nullptr;   // for (genvar i = ...)
     VeriStatement* init = nullptr;        // the initial assignment
     VeriExpression* cond = nullptr;
@@ -858,7 +879,7 @@ public:
 class VeriGenerateConditional : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateConditional, GENERATECONDITIONAL);
-    VERI_FIELDS(attributes, qualifiers, cond, thenItem, elseItem)
+    VERI_FIELDS(extras, cond, thenItem, elseItem)
     VeriExpression* GetIfExpr() const { return cond; }
     VeriModuleItem* GetThenItem() const { return thenItem; }
     VeriModuleItem* GetElseItem() const { return elseItem; }
@@ -872,7 +893,7 @@ public:
 class VeriGenerateCaseItem : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriGenerateCaseItem, GENERATECASEITEM);
-    VERI_FIELDS(attributes, conditions, item)
+    VERI_FIELDS(extras, conditions, item)
     ArenaArray<VeriExpression*> conditions; // empty for default
     VeriModuleItem* item = nullptr;
 };
@@ -880,7 +901,7 @@ public:
 class VeriGenerateCase : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateCase, GENERATECASE);
-    VERI_FIELDS(attributes, qualifiers, cond, items)
+    VERI_FIELDS(extras, cond, items)
     VeriExpression* cond = nullptr;
     ArenaArray<VeriGenerateCaseItem*> items;
 };
@@ -889,7 +910,7 @@ public:
 class VeriGenerateBlock : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateBlock, GENERATEBLOCK);
-    VERI_FIELDS(attributes, qualifiers, blockId, items, scope)
+    VERI_FIELDS(extras, blockId, items, scope)
     VeriBlockId* GetBlockId() const { return blockId; }
     const ArenaArray<VeriModuleItem*>& GetItems() const { return items; }
     VeriBlockId* blockId = nullptr; // null for an unnamed block
@@ -901,7 +922,7 @@ public:
 class VeriFunctionDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriFunctionDecl, FUNCTIONDECL);
-    VERI_FIELDS(attributes, qualifiers, returnType, prefix, id, ports, decls, stmts, lifetime, dpi, prototype, scope)
+    VERI_FIELDS(extras, returnType, prefix, id, ports, decls, stmts, lifetime, dpi, prototype, scope)
     VeriIdDef* GetId() const { return id; }
     VeriExpression* prefix = nullptr; // class scope of an out-of-block definition
     VeriIdDef* id = nullptr;
@@ -918,20 +939,20 @@ public:
 class VeriTaskDecl : public VeriFunctionDecl {
 public:
     HDL_VERI_NODE(VeriTaskDecl, TASKDECL);
-    VERI_FIELDS(attributes, qualifiers, returnType, prefix, id, ports, decls, stmts, lifetime, dpi, prototype, scope)
+    VERI_FIELDS(extras, returnType, prefix, id, ports, decls, stmts, lifetime, dpi, prototype, scope)
 };
 
 class VeriDefParam : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriDefParam, DEFPARAM);
-    VERI_FIELDS(attributes, qualifiers, assigns)
+    VERI_FIELDS(extras, assigns)
     ArenaArray<VeriDefParamAssign*> assigns;
 };
 
 class VeriModportDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModportDecl, MODPORTDECL);
-    VERI_FIELDS(attributes, qualifiers, id, ports, scope)
+    VERI_FIELDS(extras, id, ports, scope)
     VeriModportId* id = nullptr;
     ArenaArray<VeriPrototypeId*> ports;
     VeriScope* scope = nullptr;
@@ -940,7 +961,7 @@ public:
 class VeriModport : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModport, MODPORT);
-    VERI_FIELDS(attributes, qualifiers, decls)
+    VERI_FIELDS(extras, decls)
     ArenaArray<VeriModportDecl*> decls;
 };
 
@@ -948,14 +969,14 @@ public:
 class VeriImportDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriImportDecl, IMPORTDECL);
-    VERI_FIELDS(attributes, qualifiers, items)
+    VERI_FIELDS(extras, items)
     ArenaArray<VeriScopeName*> items;
 };
 
 class VeriExportDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriExportDecl, EXPORTDECL);
-    VERI_FIELDS(attributes, qualifiers, items)
+    VERI_FIELDS(extras, items)
     ArenaArray<VeriScopeName*> items; // empty for *::*
 };
 
@@ -973,7 +994,7 @@ public:
     class cls : public VeriSkippedItem {        \
     public:                                     \
         HDL_VERI_NODE(cls, code);               \
-        VERI_FIELDS(attributes, qualifiers, id, items) \
+        VERI_FIELDS(extras, id, items) \
     };
 HDL_VERI_SKIPPED(VeriCovergroup, COVERGROUP)
 HDL_VERI_SKIPPED(VeriPropertyDecl, PROPERTYDECL)
@@ -988,7 +1009,7 @@ HDL_VERI_SKIPPED(VeriTable, TABLE)
 class VeriClass : public VeriSkippedItem {
 public:
     HDL_VERI_NODE(VeriClass, CLASS);
-    VERI_FIELDS(attributes, qualifiers, id, items, scope)
+    VERI_FIELDS(extras, id, items, scope)
     VeriScope* scope = nullptr;
 };
 
@@ -996,7 +1017,7 @@ public:
 class VeriBindDirective : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriBindDirective, BINDDIRECTIVE);
-    VERI_FIELDS(attributes, qualifiers, target, targetInstances, instantiation)
+    VERI_FIELDS(extras, target, targetInstances, instantiation)
     VeriExpression* target = nullptr;
     ArenaArray<VeriExpression*> targetInstances;
     VeriModuleItem* instantiation = nullptr;
@@ -1005,7 +1026,7 @@ public:
 class VeriNetAlias : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriNetAlias, NETALIAS);
-    VERI_FIELDS(attributes, qualifiers, members)
+    VERI_FIELDS(extras, members)
     ArenaArray<VeriExpression*> members;
 };
 
@@ -1013,7 +1034,7 @@ public:
 class VeriTimeUnit : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriTimeUnit, TIMEUNIT);
-    VERI_FIELDS(attributes, qualifiers, kind, literal)
+    VERI_FIELDS(extras, kind, literal)
     unsigned kind = 0;
     std::string_view literal;
 };
@@ -1030,7 +1051,7 @@ enum VeriUnitFlags : uint32_t {
 class VeriModule : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModule, MODULE);
-    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(extras, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     std::string_view Name() const { return id ? id->name : std::string_view(); }
     VeriIdDef* GetId() const { return id; }
     VeriScope* GetScope() const { return scope; }
@@ -1075,35 +1096,35 @@ private:
 class VeriInterface : public VeriModule {
 public:
     HDL_VERI_NODE(VeriInterface, INTERFACE);
-    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(extras, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsInterface() const override { return true; }
 };
 
 class VeriProgram : public VeriModule {
 public:
     HDL_VERI_NODE(VeriProgram, PROGRAM);
-    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(extras, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsProgram() const override { return true; }
 };
 
 class VeriPackage : public VeriModule {
 public:
     HDL_VERI_NODE(VeriPackage, PACKAGE);
-    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(extras, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsPackage() const override { return true; }
 };
 
 class VeriPrimitive : public VeriModule {
 public:
     HDL_VERI_NODE(VeriPrimitive, PRIMITIVE);
-    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(extras, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsPrimitive() const override { return true; }
 };
 
 class VeriChecker : public VeriModule {
 public:
     HDL_VERI_NODE(VeriChecker, CHECKER);
-    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(extras, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsChecker() const override { return true; }
 };
 
@@ -1111,7 +1132,7 @@ public:
 class VeriConfiguration : public VeriModule {
 public:
     HDL_VERI_NODE(VeriConfiguration, CONFIGURATION);
-    VERI_FIELDS(attributes, qualifiers, id, parameters, ports, designCells, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(extras, id, parameters, ports, designCells, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsConfiguration() const override { return true; }
     // The top cells of the design statement, in order (VeriIdRef or lib.cell VeriScopeName).
     const ArenaArray<VeriExpression*>& GetTopModuleNames() const { return designCells; }
@@ -1122,14 +1143,16 @@ public:
 
 class VeriStatement : public VeriModuleItem {
 public:
-    VeriLabelId* label = nullptr; // `name:` in front of the statement
+    // `name:` in front of the statement.
+    VeriLabelId* GetLabel() const;
+    void SetLabel(VeriLabelId* label);
 };
 
 // begin [: name] decls stmts end
 class VeriSeqBlock : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriSeqBlock, SEQBLOCK);
-    VERI_FIELDS(attributes, qualifiers, label, blockId, decls, stmts, scope)
+    VERI_FIELDS(extras, blockId, decls, stmts, scope)
     VeriBlockId* blockId = nullptr;
     ArenaArray<VeriModuleItem*> decls;
     ArenaArray<VeriStatement*> stmts;
@@ -1140,7 +1163,7 @@ public:
 class VeriParBlock : public VeriSeqBlock {
 public:
     HDL_VERI_NODE(VeriParBlock, PARBLOCK);
-    VERI_FIELDS(attributes, qualifiers, label, blockId, decls, stmts, joinKind, scope)
+    VERI_FIELDS(extras, blockId, decls, stmts, joinKind, scope)
     unsigned joinKind = 0;
 };
 
@@ -1148,7 +1171,7 @@ public:
 class VeriBlockingAssign : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriBlockingAssign, BLOCKINGASSIGN);
-    VERI_FIELDS(attributes, qualifiers, label, lval, control, rval, oper)
+    VERI_FIELDS(extras, lval, control, rval, oper)
     VeriExpression* lval = nullptr;
     VeriDelayOrEventControl* control = nullptr;
     VeriExpression* rval = nullptr;
@@ -1158,7 +1181,7 @@ public:
 class VeriNonBlockingAssign : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriNonBlockingAssign, NONBLOCKINGASSIGN);
-    VERI_FIELDS(attributes, qualifiers, label, lval, control, rval)
+    VERI_FIELDS(extras, lval, control, rval)
     VeriExpression* lval = nullptr;
     VeriDelayOrEventControl* control = nullptr;
     VeriExpression* rval = nullptr;
@@ -1167,7 +1190,7 @@ public:
 class VeriConditionalStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriConditionalStatement, CONDITIONALSTATEMENT);
-    VERI_FIELDS(attributes, qualifiers, label, qualifier, cond, thenStmt, elseStmt)
+    VERI_FIELDS(extras, qualifier, cond, thenStmt, elseStmt)
     unsigned qualifier = 0; // unique, unique0, priority
     VeriExpression* cond = nullptr;
     VeriStatement* thenStmt = nullptr;
@@ -1177,7 +1200,7 @@ public:
 class VeriCaseItem : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriCaseItem, CASEITEM);
-    VERI_FIELDS(attributes, conditions, stmt)
+    VERI_FIELDS(extras, conditions, stmt)
     ArenaArray<VeriExpression*> conditions; // empty for default
     VeriStatement* stmt = nullptr;
 };
@@ -1185,7 +1208,7 @@ public:
 class VeriCaseStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriCaseStatement, CASESTATEMENT);
-    VERI_FIELDS(attributes, qualifiers, label, qualifier, caseType, matches, inside, cond, items)
+    VERI_FIELDS(extras, qualifier, caseType, matches, inside, cond, items)
     unsigned qualifier = 0;
     unsigned caseType = 0; // case, casex, casez, randcase
     bool matches = false;  // case ... matches / inside
@@ -1197,7 +1220,7 @@ public:
 class VeriFor : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriFor, FOR);
-    VERI_FIELDS(attributes, qualifiers, label, inits, cond, reps, stmt, scope)
+    VERI_FIELDS(extras, inits, cond, reps, stmt, scope)
     ArenaArray<VeriModuleItem*> inits; // declarations or assignments
     VeriExpression* cond = nullptr;
     ArenaArray<VeriStatement*> reps;
@@ -1208,7 +1231,7 @@ public:
 class VeriWhile : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriWhile, WHILE);
-    VERI_FIELDS(attributes, qualifiers, label, cond, stmt)
+    VERI_FIELDS(extras, cond, stmt)
     VeriExpression* cond = nullptr;
     VeriStatement* stmt = nullptr;
 };
@@ -1216,13 +1239,13 @@ public:
 class VeriDoWhile : public VeriWhile {
 public:
     HDL_VERI_NODE(VeriDoWhile, DOWHILE);
-    VERI_FIELDS(attributes, qualifiers, label, stmt, cond)
+    VERI_FIELDS(extras, stmt, cond)
 };
 
 class VeriRepeat : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriRepeat, REPEAT);
-    VERI_FIELDS(attributes, qualifiers, label, count, stmt)
+    VERI_FIELDS(extras, count, stmt)
     VeriExpression* count = nullptr;
     VeriStatement* stmt = nullptr;
 };
@@ -1230,14 +1253,14 @@ public:
 class VeriForever : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriForever, FOREVER);
-    VERI_FIELDS(attributes, qualifiers, label, stmt)
+    VERI_FIELDS(extras, stmt)
     VeriStatement* stmt = nullptr;
 };
 
 class VeriForeach : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriForeach, FOREACH);
-    VERI_FIELDS(attributes, qualifiers, label, array, loopVars, stmt, scope)
+    VERI_FIELDS(extras, array, loopVars, stmt, scope)
     VeriExpression* array = nullptr;
     ArenaArray<VeriIdDef*> loopVars; // null entries for skipped positions
     VeriStatement* stmt = nullptr;
@@ -1247,7 +1270,7 @@ public:
 class VeriEventControlStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriEventControlStatement, EVENTCONTROLSTATEMENT);
-    VERI_FIELDS(attributes, qualifiers, label, control, stmt)
+    VERI_FIELDS(extras, control, stmt)
     VeriDelayOrEventControl* control = nullptr;
     VeriStatement* stmt = nullptr;
 };
@@ -1255,7 +1278,7 @@ public:
 class VeriDelayControlStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriDelayControlStatement, DELAYCONTROLSTATEMENT);
-    VERI_FIELDS(attributes, qualifiers, label, control, stmt)
+    VERI_FIELDS(extras, control, stmt)
     VeriDelayOrEventControl* control = nullptr;
     VeriStatement* stmt = nullptr;
 };
@@ -1264,14 +1287,14 @@ public:
 class VeriTaskEnable : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriTaskEnable, TASKENABLE);
-    VERI_FIELDS(attributes, qualifiers, label, call)
+    VERI_FIELDS(extras, call)
     VeriExpression* call = nullptr; // name or VeriFunctionCall
 };
 
 class VeriSystemTaskEnable : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriSystemTaskEnable, SYSTEMTASKENABLE);
-    VERI_FIELDS(attributes, qualifiers, label, name, args)
+    VERI_FIELDS(extras, name, args)
     std::string_view name;
     ArenaArray<VeriExpression*> args;
 };
@@ -1280,7 +1303,7 @@ public:
 class VeriJumpStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriJumpStatement, JUMPSTATEMENT);
-    VERI_FIELDS(attributes, qualifiers, label, kind, expr)
+    VERI_FIELDS(extras, kind, expr)
     unsigned kind = 0;
     VeriExpression* expr = nullptr;
 };
@@ -1288,14 +1311,14 @@ public:
 class VeriNullStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriNullStatement, NULLSTATEMENT);
-    VERI_FIELDS(attributes, qualifiers, label)
+    VERI_FIELDS(extras)
 };
 
 // wait (cond) stmt, wait fork
 class VeriWait : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriWait, WAIT);
-    VERI_FIELDS(attributes, qualifiers, label, cond, stmt, fork)
+    VERI_FIELDS(extras, cond, stmt, fork)
     VeriExpression* cond = nullptr;
     VeriStatement* stmt = nullptr;
     bool fork = false;
@@ -1304,7 +1327,7 @@ public:
 class VeriDisable : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriDisable, DISABLE);
-    VERI_FIELDS(attributes, qualifiers, label, target)
+    VERI_FIELDS(extras, target)
     VeriExpression* target = nullptr; // null for `disable fork`
 };
 
@@ -1312,7 +1335,7 @@ public:
 class VeriEventTrigger : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriEventTrigger, EVENTTRIGGER);
-    VERI_FIELDS(attributes, qualifiers, label, control, event)
+    VERI_FIELDS(extras, control, event)
     VeriExpression* event = nullptr;
     VeriDelayOrEventControl* control = nullptr;
 };
@@ -1321,27 +1344,27 @@ public:
 class VeriAssign : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriAssign, ASSIGN);
-    VERI_FIELDS(attributes, qualifiers, label, assign)
+    VERI_FIELDS(extras, assign)
     VeriNetRegAssign* assign = nullptr;
 };
 
 class VeriDeAssign : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriDeAssign, DEASSIGN);
-    VERI_FIELDS(attributes, qualifiers, label, lval)
+    VERI_FIELDS(extras, lval)
     VeriExpression* lval = nullptr;
 };
 
 class VeriForce : public VeriAssign {
 public:
     HDL_VERI_NODE(VeriForce, FORCE);
-    VERI_FIELDS(attributes, qualifiers, label, assign)
+    VERI_FIELDS(extras, assign)
 };
 
 class VeriRelease : public VeriDeAssign {
 public:
     HDL_VERI_NODE(VeriRelease, RELEASE);
-    VERI_FIELDS(attributes, qualifiers, label, lval)
+    VERI_FIELDS(extras, lval)
 };
 
 // assert/assume/cover/restrict/expect, immediate or concurrent; the property text is
@@ -1349,7 +1372,7 @@ public:
 class VeriAssertion : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriAssertion, ASSERTION);
-    VERI_FIELDS(attributes, qualifiers, label, kind, concurrent, expr, thenStmt, elseStmt)
+    VERI_FIELDS(extras, kind, concurrent, expr, thenStmt, elseStmt)
     unsigned kind = 0;
     bool concurrent = false;
     VeriExpression* expr = nullptr; // immediate assertions only

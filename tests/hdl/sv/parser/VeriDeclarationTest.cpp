@@ -141,8 +141,8 @@ TEST(VeriDeclarations, ConstructsReadOverByName) {
     auto* assertion = item<VeriAssertion>("m", 3);
     ASSERT_NE(assertion, nullptr);
     EXPECT_TRUE(assertion->concurrent);
-    ASSERT_NE(assertion->label, nullptr);
-    EXPECT_EQ(assertion->label->Name(), "a_ab");
+    ASSERT_NE(assertion->GetLabel(), nullptr);
+    EXPECT_EQ(assertion->GetLabel()->Name(), "a_ab");
     EXPECT_NE(assertion->elseStmt, nullptr);
     EXPECT_NE(item<VeriSpecifyBlock>("m", 4), nullptr);
     VeriModule* mux = veritest::unit("mux");

@@ -240,7 +240,7 @@ TEST(VeriParserClasses, MembersAreReadAndNamed) {
     ASSERT_NE(cls, nullptr);
     EXPECT_EQ(cls->GetId()->Name(), "base");
     ASSERT_EQ(cls->items.Size(), 7u); // parameter, two members, constraint, prototype, new, typedef
-    EXPECT_EQ(std::vector<unsigned>(cls->items[1]->qualifiers.begin(), cls->items[1]->qualifiers.end()),
+    EXPECT_EQ(std::vector<unsigned>(cls->items[1]->GetQualifiers().begin(), cls->items[1]->GetQualifiers().end()),
               std::vector<unsigned>{VT_RAND});
     auto* proto = dynamic_cast<VeriTaskDecl*>(cls->items[4]);
     ASSERT_NE(proto, nullptr);

@@ -90,8 +90,8 @@ TEST(VeriStatements, ProceduralContinuousAndJumps) {
     EXPECT_EQ(sys->name, "$display");
     EXPECT_EQ(sys->args.Size(), 2u);
     EXPECT_EQ(s[7]->GetClassId(), ID_VERITASKENABLE);
-    ASSERT_NE(s[8]->label, nullptr);
-    EXPECT_EQ(s[8]->label->Name(), "lbl");
+    ASSERT_NE(s[8]->GetLabel(), nullptr);
+    EXPECT_EQ(s[8]->GetLabel()->Name(), "lbl");
 }
 
 TEST(VeriStatements, CaseForms) {
@@ -121,7 +121,7 @@ TEST(VeriStatements, DeclarationsInBlocksAreScoped) {
     auto* blk = dynamic_cast<VeriSeqBlock*>(s[0]);
     ASSERT_NE(blk, nullptr);
     ASSERT_EQ(blk->decls.Size(), 2u);
-    EXPECT_EQ(std::vector<unsigned>(blk->decls[0]->qualifiers.begin(), blk->decls[0]->qualifiers.end()),
+    EXPECT_EQ(std::vector<unsigned>(blk->decls[0]->GetQualifiers().begin(), blk->decls[0]->GetQualifiers().end()),
               std::vector<unsigned>{VT_AUTOMATIC});
     EXPECT_NE(blk->scope->findLocal("k"), nullptr);
     EXPECT_EQ(veritest::unit("m")->GetScope()->findLocal("k"), nullptr);
