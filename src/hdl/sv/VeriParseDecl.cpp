@@ -404,7 +404,7 @@ void VeriParser::Impl::parseAttributes(std::vector<VeriAttribute>& out) {
                 syntaxError(peek(), "an attribute name");
                 break;
             }
-            a.name = copy(take().text);
+            a.name = Symbol::Intern(take().text);
             if (accept(VT_EQ)) a.value = parseExpression();
             out.push_back(a);
             if (!accept(VT_COMMA)) break;
@@ -564,7 +564,7 @@ VeriFunctionDecl* VeriParser::Impl::parseSubprogram(const VeriToken& start, bool
         n = peek();
     }
     VeriIdDef* id = isTask ? static_cast<VeriIdDef*>(make<VeriTaskId>(n)) : make<VeriFunctionId>(n);
-    if (at(VT_NEW)) id->name = copy(take().text);
+    if (at(VT_NEW)) id->name = Symbol::Intern(take().text);
     else id->name = takeName();
     id->declaration = f;
     finish(id);

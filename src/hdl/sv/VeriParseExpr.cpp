@@ -164,7 +164,7 @@ VeriExpression* VeriParser::Impl::parseNumber() {
             auto* c = make<VeriConstVal>(t);
             std::string joined(t.text);
             joined.append(based.text);
-            c->text = copy(joined);
+            c->text = Symbol::Intern(joined);
             c->size = uint32_t(std::strtoul(std::string(t.text).c_str(), nullptr, 10));
             finish(c);
             return c;
@@ -179,7 +179,7 @@ VeriExpression* VeriParser::Impl::parseNumber() {
     }
     case VT_BASED_NUMBER: {
         auto* c = make<VeriConstVal>(t);
-        c->text = copy(t.text);
+        c->text = Symbol::Intern(t.text);
         size_t tick = t.text.find('\'');
         if (tick != std::string_view::npos && tick > 0)
             c->size = uint32_t(std::strtoul(std::string(t.text.substr(0, tick)).c_str(), nullptr, 10));
@@ -190,7 +190,7 @@ VeriExpression* VeriParser::Impl::parseNumber() {
     }
     case VT_UNBASED_UNSIZED: {
         auto* c = make<VeriConstVal>(t);
-        c->text = copy(t.text);
+        c->text = Symbol::Intern(t.text);
         c->isUnbased = true;
         finish(c);
         return c;
@@ -206,13 +206,13 @@ VeriExpression* VeriParser::Impl::parseNumber() {
     }
     case VT_TIME_LITERAL: {
         auto* c = make<VeriTimeLiteral>(t);
-        c->text = copy(t.text);
+        c->text = Symbol::Intern(t.text);
         finish(c);
         return c;
     }
     default: {
         auto* c = make<VeriConstVal>(t);
-        c->text = copy(t.text);
+        c->text = Symbol::Intern(t.text);
         c->isString = true;
         finish(c);
         return c;
@@ -232,7 +232,7 @@ VeriExpression* VeriParser::Impl::parsePrimary() {
     case VT_SYSTEM_IDENTIFIER: {
         take();
         auto* call = make<VeriSystemFunctionCall>(start);
-        call->name = copy(start.text);
+        call->name = Symbol::Intern(start.text);
         if (accept(VT_LPAREN)) call->args = parseCallArgs();
         finish(call);
         return call;

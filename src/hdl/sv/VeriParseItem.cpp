@@ -215,7 +215,7 @@ void VeriParser::Impl::parsePortList(VeriModule* m, List<VeriTreeNode>& ports) {
         }
         VeriDataType* type = nullptr;
         bool interfacePort = false;
-        std::string_view modport;
+        Symbol modport;
         if (at(VT_INTERFACE)) {
             take();
             interfacePort = true;
@@ -816,7 +816,7 @@ VeriModuleItem* VeriParser::Impl::parseModport(const VeriToken& start) {
                     VeriToken ps = take();
                     VeriFunctionDecl* proto = parseSubprogramPrototype(ps);
                     auto* port = make<VeriPrototypeId>(ps);
-                    port->name = proto && proto->id ? proto->id->name : std::string_view();
+                    port->name = proto && proto->id ? proto->id->name : Symbol();
                     port->dir = dir;
                     port->declaration = decl;
                     finish(port);
@@ -890,7 +890,7 @@ VeriModuleItem* VeriParser::Impl::parseImportExport(const VeriToken& start, bool
         } else {
             auto* item = make<VeriScopeName>(ps);
             VeriToken pn = peek();
-            std::string_view pkg = takeName();
+            Symbol pkg = takeName();
             auto* ref = make<VeriIdRef>(pn);
             ref->name = pkg;
             finish(ref);

@@ -206,13 +206,13 @@ VeriStatement* VeriParser::Impl::parseStatement() {
         if (at(VT_SEMI)) {
             expect(VT_SEMI);
             auto* st = make<VeriSystemTaskEnable>(t);
-            st->name = copy(t.text);
+            st->name = Symbol::Intern(t.text);
             st->args = args;
             s = st;
         } else {
             // $cast(a, b) == 0 style use; treat the whole as an expression statement
             auto* call = make<VeriSystemFunctionCall>(t);
-            call->name = copy(t.text);
+            call->name = Symbol::Intern(t.text);
             call->args = args;
             finish(call);
             s = parseAssignmentRest(parsePostfix(call, t), t, true);

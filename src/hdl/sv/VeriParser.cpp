@@ -15,7 +15,7 @@ VeriParser::Impl::Impl(VeriPreprocessor& p, Arena& a, VeriParserHooks h)
     : pp(p), arena(a), hooks(std::move(h)), ring(64) {
     unitScopeOwner = make<VeriPackage>();
     auto* id = make<VeriModuleId>();
-    id->name = "$unit";
+    id->name = Symbol::Intern("$unit");
     id->declaration = unitScopeOwner;
     unitScopeOwner->id = id;
     unitScopeOwner->scope = arena.make<VeriScope>(nullptr, unitScopeOwner);
@@ -110,16 +110,12 @@ bool VeriParser::Impl::expect(unsigned k) {
     return false;
 }
 
-std::string_view VeriParser::Impl::name(const VeriToken& t) {
-    if (t.kind == VT_ESCAPED_IDENTIFIER) {
-        // `\a+b ` names a+b; a plain-looking escaped name is the same as the plain one.
-        std::string_view body = t.text.substr(1);
-        return copy(body);
-    }
-    return copy(t.text);
+Symbol VeriParser::Impl::name(const VeriToken& t) {
+    // `\a+b ` names a+b; a plain-looking escaped name is the same as the plain one.
+    return Symbol::Intern(t.kind == VT_ESCAPED_IDENTIFIER ? t.text.substr(1) : t.text);
 }
 
-std::string_view VeriParser::Impl::takeName() {
+Symbol VeriParser::Impl::takeName() {
     if (!isIdent()) {
         syntaxError(peek(), "an identifier");
         return {};
@@ -274,12 +270,12 @@ VeriIdRef* VeriParser::Impl::makeRef(const VeriToken& t) {
     return ref;
 }
 
-VeriIdDef* VeriParser::Impl::lookupInPackage(VeriModule* package, std::string_view n) {
+VeriIdDef* VeriParser::Impl::lookupInPackage(VeriModule* package, Symbol n) {
     if (!package || !package->scope) return nullptr;
     return package->scope->findLocal(n);
 }
 
-VeriIdDef* VeriParser::Impl::lookup(VeriScope* from, std::string_view n) {
+VeriIdDef* VeriParser::Impl::lookup(VeriScope* from, Symbol n) {
     for (VeriScope* s = from; s; s = s->Upper()) {
         if (VeriIdDef* id = s->findLocal(n)) return id;
         for (const VeriScope::Import* imp = s->imports(); imp; imp = imp->next) {

@@ -62,8 +62,8 @@ struct VeriParser::Impl {
         unsigned t = kind(k);
         return t == VT_IDENTIFIER || t == VT_ESCAPED_IDENTIFIER;
     }
-    std::string_view name(const VeriToken& t);
-    std::string_view takeName();
+    Symbol name(const VeriToken& t);
+    Symbol takeName();
     void syntaxError(const VeriToken& at, const char* expected = nullptr);
     // Skips a balanced group that starts at the current token ((, [, {, begin...).
     void skipBalanced();
@@ -151,8 +151,8 @@ struct VeriParser::Impl {
     void declare(VeriIdDef* id);
     VeriIdRef* makeRef(const VeriToken& t);
     void resolvePending();
-    VeriIdDef* lookup(VeriScope* from, std::string_view name);
-    VeriIdDef* lookupInPackage(VeriModule* package, std::string_view name);
+    VeriIdDef* lookup(VeriScope* from, Symbol name);
+    VeriIdDef* lookupInPackage(VeriModule* package, Symbol name);
     void importPackage(VeriScopeName* item);
 
     // ---- expressions (VeriParseExpr.cpp)

@@ -1,6 +1,5 @@
 // Scopes: declarations by name, kept in the arena of their tree.
 #include <cstring>
-#include <functional>
 
 #include "hdl/sv/VeriTree.h"
 
@@ -10,7 +9,7 @@ namespace {
 // Up to this many declarations a scope is scanned; past it, it keeps a hash index.
 constexpr uint32_t kScanned = 8;
 
-size_t hashOf(std::string_view name) { return std::hash<std::string_view>()(name); }
+uint32_t hashOf(Symbol name) { return name.Id() * 0x9E3779B1u; }
 } // namespace
 
 uint32_t VeriScope::capacity(uint32_t count) {
@@ -21,7 +20,7 @@ uint32_t VeriScope::capacity(uint32_t count) {
 
 // The index has twice as many slots as the array has room for.
 void VeriScope::index(uint32_t at, uint32_t mask) {
-    for (uint32_t slot = uint32_t(hashOf(ids_[at]->Name())) & mask;; slot = (slot + 1) & mask) {
+    for (uint32_t slot = hashOf(ids_[at]->name) & mask;; slot = (slot + 1) & mask) {
         if (!index_[slot]) {
             index_[slot] = at + 1;
             return;
@@ -30,7 +29,7 @@ void VeriScope::index(uint32_t at, uint32_t mask) {
 }
 
 bool VeriScope::declare(Arena& arena, VeriIdDef* id) {
-    if (!id || id->Name().empty() || findLocal(id->Name())) return false;
+    if (!id || id->name.empty() || findLocal(id->name)) return false;
     if (count_ == 0 || (count_ >= 4 && (count_ & (count_ - 1)) == 0)) {
         // Full: a block twice the size; the old one stays behind in the arena.
         auto** bigger = static_cast<VeriIdDef**>(arena.allocate(sizeof(VeriIdDef*) * capacity(count_ + 1)));
@@ -48,21 +47,22 @@ bool VeriScope::declare(Arena& arena, VeriIdDef* id) {
     return true;
 }
 
-VeriIdDef* VeriScope::findLocal(std::string_view name) const {
+VeriIdDef* VeriScope::findLocal(Symbol name) const {
+    if (name.empty()) return nullptr;
     if (!index_) {
         for (uint32_t i = 0; i < count_; ++i)
-            if (ids_[i]->Name() == name) return ids_[i];
+            if (ids_[i]->name == name) return ids_[i];
         return nullptr;
     }
     uint32_t mask = 2 * capacity(count_) - 1;
-    for (uint32_t slot = uint32_t(hashOf(name)) & mask; index_[slot]; slot = (slot + 1) & mask) {
+    for (uint32_t slot = hashOf(name) & mask; index_[slot]; slot = (slot + 1) & mask) {
         VeriIdDef* id = ids_[index_[slot] - 1];
-        if (id->Name() == name) return id;
+        if (id->name == name) return id;
     }
     return nullptr;
 }
 
-void VeriScope::addImport(Arena& arena, VeriModule* package, std::string_view item) {
+void VeriScope::addImport(Arena& arena, VeriModule* package, Symbol item) {
     auto* import = arena.make<Import>(Import{package, item, nullptr});
     Import** tail = &imports_;
     while (*tail) tail = &(*tail)->next;

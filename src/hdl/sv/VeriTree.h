@@ -12,6 +12,7 @@
 #include "hdl/base/Arena.h"
 #include "hdl/base/ArenaArray.h"
 #include "hdl/base/LineFile.h"
+#include "hdl/base/Symbol.h"
 #include "hdl/base/TreeFields.h"
 #include "hdl/sv/VeriClassIds.h"
 
@@ -100,15 +101,16 @@ public:
     VeriScope(VeriScope* upper, VeriTreeNode* owner) : upper_(upper), owner_(owner) {}
     // False when the name was already declared here (the first declaration stays).
     bool declare(Arena& arena, VeriIdDef* id);
-    VeriIdDef* findLocal(std::string_view name) const;
+    VeriIdDef* findLocal(Symbol name) const;
+    VeriIdDef* findLocal(std::string_view name) const { return findLocal(Symbol::Find(name)); }
     VeriScope* Upper() const { return upper_; }
     VeriTreeNode* Owner() const { return owner_; }
     struct Import {
         VeriModule* package;
-        std::string_view item; // empty for `pkg::*`
+        Symbol item; // empty for `pkg::*`
         Import* next;
     };
-    void addImport(Arena& arena, VeriModule* package, std::string_view item);
+    void addImport(Arena& arena, VeriModule* package, Symbol item);
     // The imports in order, as a list linked through `next`.
     const Import* imports() const { return imports_; }
     // Declarations in order of declaration.
@@ -131,7 +133,7 @@ private:
 
 // (* name = value *) attached to a node.
 struct VeriAttribute {
-    std::string_view name;
+    Symbol name;
     class VeriExpression* value = nullptr;
 };
 
@@ -239,7 +241,7 @@ public:
     VERI_FIELDS(extras, name, HDL_LINK(id))
     VeriIdDef* GetId() const override { return id; }
     std::string_view GetName() const override { return name; }
-    std::string_view name;
+    Symbol name;
     VeriIdDef* id = nullptr;
 };
 
@@ -278,7 +280,7 @@ public:
     VeriExpression* GetPrefix() const { return prefix; }
     std::string_view GetSuffix() const { return suffix; }
     VeriExpression* prefix = nullptr;
-    std::string_view suffix;
+    Symbol suffix;
     VeriIdDef* id = nullptr; // the suffix's declaration when the prefix is a package
 };
 
@@ -291,7 +293,7 @@ public:
     std::string_view GetName() const override { return name; }
     VeriExpression* prefix = nullptr; // the scope (a VeriIdRef, maybe with parameters)
     ArenaArray<VeriExpression*> paramValues; // C#(...)::name
-    std::string_view name;
+    Symbol name;
     VeriIdDef* id = nullptr;
 };
 
@@ -317,7 +319,7 @@ public:
     HDL_VERI_NODE(VeriConstVal, CONSTVAL);
     VERI_FIELDS(extras, text, size, isSigned, isString, isUnbased)
     bool IsString() const { return isString; }
-    std::string_view text;
+    Symbol text;
     uint32_t size = 0; // 0 when unsized
     bool isSigned = false;
     bool isString = false;
@@ -328,7 +330,7 @@ class VeriTimeLiteral : public VeriConst {
 public:
     HDL_VERI_NODE(VeriTimeLiteral, TIMELITERAL);
     VERI_FIELDS(extras, text)
-    std::string_view text;
+    Symbol text;
 };
 
 class VeriDollar : public VeriExpression {
@@ -419,7 +421,7 @@ public:
     HDL_VERI_NODE(VeriSystemFunctionCall, SYSTEMFUNCTIONCALL);
     VERI_FIELDS(extras, name, args)
     std::string_view GetName() const override { return name; }
-    std::string_view name; // with the '$'
+    Symbol name; // with the '$'
     ArenaArray<VeriExpression*> args;
 };
 
@@ -476,7 +478,7 @@ public:
     std::string_view GetName() const override { return portName; }
     std::string_view GetNamedFormal() const { return portName; }
     VeriExpression* GetConnection() const { return connection; }
-    std::string_view portName;
+    Symbol portName;
     VeriExpression* connection = nullptr; // null for `.name()`; a VeriIdRef of the name for `.name`
     bool implicit = false;                // `.name` without parentheses
 };
@@ -532,7 +534,7 @@ class VeriTaggedUnion : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriTaggedUnion, TAGGEDUNION);
     VERI_FIELDS(extras, member, expr)
-    std::string_view member;
+    Symbol member;
     VeriExpression* expr = nullptr;
 };
 
@@ -627,7 +629,7 @@ public:
     VeriScope* LocalScope() const { return scope; }
     // The node that declares this identifier (unit, block, declaration, instantiation).
     VeriTreeNode* declaration = nullptr;
-    std::string_view name;
+    Symbol name;
     VeriScope* scope = nullptr;
     bool generateElabCreated = false;
 };
@@ -741,7 +743,7 @@ public:
     VeriDataType* dataType = nullptr;
     ArenaArray<VeriIdDef*> ids;
     bool interfacePort = false; // interface port (generic when dataType names `interface`)
-    std::string_view modport;   // intf.modport
+    Symbol modport;   // intf.modport
 };
 
 class VeriNetRegAssign : public VeriTreeNode {
@@ -1295,7 +1297,7 @@ class VeriSystemTaskEnable : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriSystemTaskEnable, SYSTEMTASKENABLE);
     VERI_FIELDS(extras, name, args)
-    std::string_view name;
+    Symbol name;
     ArenaArray<VeriExpression*> args;
 };
 

@@ -294,10 +294,10 @@ TEST(VeriTreeCopy, ACopyChangesApartFromItsOriginal) {
     ASSERT_TRUE(copy->IsEqual(m));
     auto* assign = static_cast<VeriContinuousAssign*>(copy->items.Back());
     auto* rhs = static_cast<VeriIdRef*>(assign->assigns[0]->rval);
-    rhs->name = "c";
+    rhs->name = Symbol::Intern("c");
     EXPECT_FALSE(copy->IsEqual(m));
     EXPECT_EQ(static_cast<VeriIdRef*>(static_cast<VeriContinuousAssign*>(m->items.Back())->assigns[0]->rval)->name, "a");
-    rhs->name = "a";
+    rhs->name = Symbol::Intern("a");
     rhs->id = nullptr; // resolved in the original, not in the copy
     EXPECT_FALSE(copy->IsEqual(m));
     veri_file::Reset();
