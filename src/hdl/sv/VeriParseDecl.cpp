@@ -199,7 +199,7 @@ VeriDataType* VeriParser::Impl::parseStructUnion() {
     if (accept(VT_TAGGED)) s->tagged = true;
     if (accept(VT_PACKED)) s->packed = true;
     if (at(VT_SIGNED) || at(VT_UNSIGNED)) s->signing = take().kind;
-    VeriScope* upper = pushScope(s);
+    ScopeMark upper = pushScope(s);
     s->scope = scope;
     if (expect(VT_LBRACE)) {
         List<VeriDataDecl> members(*this);
@@ -570,7 +570,7 @@ VeriFunctionDecl* VeriParser::Impl::parseSubprogram(const VeriToken& start, bool
     finish(id);
     f->id = id;
     if (!f->prefix) declare(id);
-    VeriScope* upper = pushScope(f);
+    ScopeMark upper = pushScope(f);
     f->scope = scope;
     id->scope = scope;
     if (accept(VT_LPAREN)) parseSubprogramPorts(f);

@@ -105,7 +105,7 @@ VeriModule* VeriParser::Impl::parseUnit(const VeriToken& start, std::vector<Veri
     id->declaration = m;
     finish(id);
     m->id = id;
-    VeriScope* upper = pushScope(m);
+    ScopeMark upper = pushScope(m);
     m->scope = scope;
     id->scope = scope;
     unsigned endKind = unitEndKind(kw.kind);
@@ -672,7 +672,7 @@ VeriModuleItem* VeriParser::Impl::parseGenerateItemBody() {
 
 VeriModuleItem* VeriParser::Impl::parseGenerateFor(const VeriToken& start) {
     auto* f = make<VeriGenerateFor>(start);
-    VeriScope* upper = pushScope(f);
+    ScopeMark upper = pushScope(f);
     f->scope = scope;
     expect(VT_LPAREN);
     VeriToken is = peek();
@@ -776,7 +776,7 @@ VeriModuleItem* VeriParser::Impl::parseGenerateBlock(const VeriToken& start) {
         finish(b->blockId);
         declare(b->blockId);
     }
-    VeriScope* upper = pushScope(b);
+    ScopeMark upper = pushScope(b);
     b->scope = scope;
     if (b->blockId) b->blockId->scope = scope;
     List<VeriModuleItem> items(*this);
@@ -801,7 +801,7 @@ VeriModuleItem* VeriParser::Impl::parseModport(const VeriToken& start) {
         finish(id);
         declare(id);
         decl->id = id;
-        VeriScope* upper = pushScope(decl);
+        ScopeMark upper = pushScope(decl);
         decl->scope = scope;
         id->scope = scope;
         unsigned dir = 0;
@@ -869,7 +869,7 @@ VeriFunctionDecl* VeriParser::Impl::parseSubprogramPrototype(const VeriToken& st
     id->declaration = f;
     finish(id);
     f->id = id;
-    VeriScope* upper = pushScope(f);
+    ScopeMark upper = pushScope(f);
     f->scope = scope;
     if (accept(VT_LPAREN)) parseSubprogramPorts(f);
     popScope(upper);
@@ -939,7 +939,7 @@ VeriModuleItem* VeriParser::Impl::parseClass(const VeriToken& start) {
     finish(id);
     declare(id);
     c->id = id;
-    VeriScope* upper = pushScope(c);
+    ScopeMark upper = pushScope(c);
     c->scope = scope;
     id->scope = scope;
     List<VeriModuleItem> items(*this);

@@ -350,9 +350,11 @@ VeriStatement* VeriParser::Impl::parseBlock(bool par) {
         finish(b->blockId);
         declare(b->blockId);
     }
-    VeriScope* upper = pushScope(b);
-    b->scope = scope;
-    if (b->blockId) b->blockId->scope = scope;
+    ScopeMark upper = b->blockId ? pushScope(b) : enterBlock(b);
+    if (b->blockId) {
+        b->scope = scope;
+        b->blockId->scope = scope;
+    }
     List<VeriModuleItem> decls(*this);
     List<VeriStatement> stmts(*this);
     for (;;) {
@@ -455,7 +457,7 @@ VeriStatement* VeriParser::Impl::parseCase(unsigned qualifier, const VeriToken& 
 
 VeriStatement* VeriParser::Impl::parseFor(const VeriToken& start) {
     auto* f = make<VeriFor>(start);
-    VeriScope* upper = pushScope(f);
+    ScopeMark upper = pushScope(f);
     f->scope = scope;
     expect(VT_LPAREN);
     List<VeriModuleItem> inits(*this);
@@ -541,7 +543,7 @@ VeriStatement* VeriParser::Impl::parseForeach(const VeriToken& start) {
         f->array = arr;
     }
     // Loop variables are declared in the loop scope, but the array is named outside it.
-    VeriScope* upper = pushScope(f);
+    ScopeMark upper = pushScope(f);
     f->scope = scope;
     if (expect(VT_LBRACKET)) {
         List<VeriIdDef> vars(*this);

@@ -241,15 +241,32 @@ bool VeriParser::Impl::atUnitEnd() {
     }
 }
 
-VeriScope* VeriParser::Impl::pushScope(VeriTreeNode* owner) {
-    VeriScope* upper = scope;
-    scope = arena.make<VeriScope>(upper, owner);
-    return upper;
+VeriParser::Impl::ScopeMark VeriParser::Impl::pushScope(VeriTreeNode* owner) {
+    ScopeMark mark{scope, unscopedBlock};
+    scope = arena.make<VeriScope>(scope, owner);
+    unscopedBlock = nullptr;
+    return mark;
+}
+
+VeriParser::Impl::ScopeMark VeriParser::Impl::enterBlock(VeriSeqBlock* block) {
+    ScopeMark mark{scope, unscopedBlock};
+    unscopedBlock = block;
+    return mark;
+}
+
+VeriScope* VeriParser::Impl::declarationScope() {
+    if (unscopedBlock) {
+        scope = arena.make<VeriScope>(scope, unscopedBlock);
+        unscopedBlock->scope = scope;
+        unscopedBlock = nullptr;
+    }
+    return scope;
 }
 
 void VeriParser::Impl::declare(VeriIdDef* id) {
     if (!id || id->name.empty()) return;
-    VeriIdDef* old = scope->findLocal(id->name);
+    VeriScope* target = declarationScope();
+    VeriIdDef* old = target->findLocal(id->name);
     // A non-ANSI port declared again as net or variable completes the first declaration.
     if (auto* port = dynamic_cast<VeriVariable*>(old)) {
         if (auto* var = dynamic_cast<VeriVariable*>(id)) {
@@ -259,7 +276,7 @@ void VeriParser::Impl::declare(VeriIdDef* id) {
             return;
         }
     }
-    scope->declare(arena, id);
+    target->declare(arena, id);
 }
 
 VeriIdRef* VeriParser::Impl::makeRef(const VeriToken& t) {
@@ -305,7 +322,7 @@ void VeriParser::Impl::importPackage(VeriScopeName* item) {
     }
     if (auto* ref = dynamic_cast<VeriIdRef*>(item->prefix)) ref->id = package->id;
     if (!item->name.empty()) item->id = lookupInPackage(package, item->name);
-    scope->addImport(arena, package, item->name);
+    declarationScope()->addImport(arena, package, item->name);
 }
 
 VeriParser::VeriParser(VeriPreprocessor& pp, Arena& arena, VeriParserHooks hooks)

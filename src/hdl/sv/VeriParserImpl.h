@@ -36,6 +36,7 @@ struct VeriParser::Impl {
     bool bailing = false; // after too deep nesting: unwind without further messages
     VeriPackage* unitScopeOwner = nullptr;
     VeriScope* scope = nullptr;
+    VeriSeqBlock* unscopedBlock = nullptr; // entered, but no scope of its own yet
     // References made in the unit being parsed, with the scope they stand in.
     struct Pending {
         VeriIdRef* ref;
@@ -146,8 +147,21 @@ struct VeriParser::Impl {
     };
 
     // ---- scopes and names
-    VeriScope* pushScope(VeriTreeNode* owner);
-    void popScope(VeriScope* upper) { scope = upper; }
+    // Where the parse stands in scopes, to go back to.
+    struct ScopeMark {
+        VeriScope* scope;
+        VeriSeqBlock* unscopedBlock;
+    };
+    ScopeMark pushScope(VeriTreeNode* owner);
+    // Most blocks declare nothing: an unnamed block gets its scope with its first
+    // declaration or import.
+    ScopeMark enterBlock(VeriSeqBlock* block);
+    void popScope(const ScopeMark& mark) {
+        scope = mark.scope;
+        unscopedBlock = mark.unscopedBlock;
+    }
+    // The scope declarations go to; makes the scope of the block it is in.
+    VeriScope* declarationScope();
     void declare(VeriIdDef* id);
     VeriIdRef* makeRef(const VeriToken& t);
     void resolvePending();
