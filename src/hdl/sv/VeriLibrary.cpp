@@ -84,7 +84,8 @@ bool analyze(const std::vector<Source>& sources, unsigned mode, const char* libr
         VeriModule* previous = library->AddModule(unit);
         if (!previous || unit->IsRootModule()) return;
         std::string name(unit->Name());
-        Message::Warning(veri_msg::UnitReplaced, &unit->loc, "design unit '%s' replaces an earlier one in library '%s'",
+        ColLineFile where = unit->Linefile();
+        Message::Warning(veri_msg::UnitReplaced, &where, "design unit '%s' replaces an earlier one in library '%s'",
                          name.c_str(), library->GetName().c_str());
         if (state().replaceCallBack) state().replaceCallBack(previous, unit);
     };

@@ -100,7 +100,7 @@ VeriModule* VeriParser::Impl::parseUnit(const VeriToken& start, std::vector<Veri
     if (pp.timescale().set) m->timeUnit = copy(pp.timescale().unit);
     if (at(VT_AUTOMATIC) || at(VT_STATIC)) m->lifetime = take().kind;
     n = peek();
-    id->loc = ColLineFile(n.fileId, n.line, n.col);
+    id->SetLinefile(ColLineFile(n.fileId, n.line, n.col));
     id->name = takeName();
     id->declaration = m;
     finish(id);
@@ -511,8 +511,10 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
             finish(label);
             declare(label);
             s->SetLabel(label);
-            s->loc.leftLine = label->loc.leftLine;
-            s->loc.leftCol = label->loc.leftCol;
+            ColLineFile where = s->Linefile();
+            where.leftLine = label->Linefile().leftLine;
+            where.leftCol = label->Linefile().leftCol;
+            s->SetLinefile(where);
         }
         return item;
     }

@@ -242,8 +242,10 @@ VeriStatement* VeriParser::Impl::parseStatement() {
     s->SetLabel(label);
     if (label) label->declaration = s;
     attach(s, attrs);
-    s->loc.leftLine = start.line;
-    s->loc.leftCol = start.col;
+    ColLineFile where = s->Linefile();
+    where.leftLine = start.line & 0x7fffffffu;
+    where.leftCol = start.col & 0x7fffffffu;
+    s->SetLinefile(where);
     finish(s);
     return s;
 }

@@ -144,8 +144,10 @@ void VeriParser::Impl::syntaxError(const VeriToken& t, const char* expected) {
 
 void VeriParser::Impl::finish(VeriTreeNode* node) {
     if (!node) return;
-    node->loc.rightLine = prev.line & 0x7fffffffu;
-    node->loc.rightCol = (prev.col + uint32_t(prev.text.size())) & 0x7fffffffu;
+    ColLineFile where = node->Linefile();
+    where.rightLine = prev.line & 0x7fffffffu;
+    where.rightCol = (prev.col + uint32_t(prev.text.size())) & 0x7fffffffu;
+    node->SetLinefile(where);
 }
 
 namespace {
@@ -317,7 +319,8 @@ void VeriParser::Impl::importPackage(VeriScopeName* item) {
     if (!package) {
         ++errors;
         std::string n(pkgName);
-        Message::Error(veri_msg::UnknownPackage, &item->loc, "package '%s' is not known", n.c_str());
+        ColLineFile where = item->Linefile();
+        Message::Error(veri_msg::UnknownPackage, &where, "package '%s' is not known", n.c_str());
         return;
     }
     if (auto* ref = dynamic_cast<VeriIdRef*>(item->prefix)) ref->id = package->id;

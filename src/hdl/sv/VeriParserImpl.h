@@ -124,7 +124,7 @@ struct VeriParser::Impl {
     template <typename T>
     T* make(const VeriToken& start) {
         T* node = make<T>();
-        node->loc = ColLineFile(start.fileId, start.line, start.col);
+        node->SetLinefile(ColLineFile(start.fileId, start.line, start.col));
         return node;
     }
     static NodeCounts& nodesMade();

@@ -12,6 +12,7 @@
 #include "hdl/base/Arena.h"
 #include "hdl/base/ArenaArray.h"
 #include "hdl/base/LineFile.h"
+#include "hdl/base/PackedLineFile.h"
 #include "hdl/base/Symbol.h"
 #include "hdl/base/TreeFields.h"
 #include "hdl/sv/VeriClassIds.h"
@@ -170,7 +171,8 @@ public:
     virtual VeriTreeNode* CloneNode(TreeCopier& copier) const = 0;
     virtual void RemapLinks(TreeCopier& copier) = 0;
 
-    const ColLineFile& Linefile() const { return loc; }
+    ColLineFile Linefile() const { return loc.Unpack(); }
+    void SetLinefile(const ColLineFile& where) { loc.Set(where); }
     ArenaArray<VeriAttribute> GetAttributes() const;
     void SetAttributes(ArenaArray<VeriAttribute> attributes);
     // Same structure: same classes, fields and children, positions aside; back-links
@@ -182,7 +184,7 @@ public:
     VeriTreeNode* Copy(Arena& arena) const;
     VeriTreeNode* Copy(TreeCopier& copier) const { return tree::CopyTree(copier, this); }
 
-    ColLineFile loc;
+    PackedLineFile loc;
     VeriExtrasRef extras;
 
 protected:
