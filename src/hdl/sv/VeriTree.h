@@ -217,7 +217,9 @@ struct CustomField<VeriExtrasRef> : std::true_type {
 } // namespace tree
 
 // Inside a concrete node class: its class code, and its fields (children, back-links
-// and values, children in source order) for walking, comparing and copying.
+// and values, children in source order) for walking, comparing and copying. Members
+// are declared small ones first: the first 4 bytes of a class go into the room that
+// the base leaves before the next 8-byte boundary.
 #define HDL_VERI_NODE(cls, code)                                          \
 public:                                                                   \
     using SelfType = cls;                                                 \
@@ -281,8 +283,8 @@ public:
     std::string_view GetName() const override { return suffix; }
     VeriExpression* GetPrefix() const { return prefix; }
     std::string_view GetSuffix() const { return suffix; }
-    VeriExpression* prefix = nullptr;
     Symbol suffix;
+    VeriExpression* prefix = nullptr;
     VeriIdDef* id = nullptr; // the suffix's declaration when the prefix is a package
 };
 
@@ -293,9 +295,9 @@ public:
     VERI_FIELDS(extras, prefix, paramValues, name, HDL_LINK(id))
     VeriIdDef* GetId() const override { return id; }
     std::string_view GetName() const override { return name; }
+    Symbol name;
     VeriExpression* prefix = nullptr; // the scope (a VeriIdRef, maybe with parameters)
     ArenaArray<VeriExpression*> paramValues; // C#(...)::name
-    Symbol name;
     VeriIdDef* id = nullptr;
 };
 
@@ -516,10 +518,10 @@ public:
     VeriExpression* GetRight() const { return right; }
     unsigned GetPartSelectToken() const { return partSelect; }
     VeriRange* GetNext() const { return next; }
+    uint16_t partSelect = 0;         // 0, VT_COLON, VT_PLUS_COLON, VT_MINUS_COLON
+    bool unsizedDim = false;         // [] or [*]
     VeriExpression* left = nullptr;
     VeriExpression* right = nullptr; // null for a single size or index
-    unsigned partSelect = 0;         // 0, VT_COLON, VT_PLUS_COLON, VT_MINUS_COLON
-    bool unsizedDim = false;         // [] or [*]
     VeriRange* next = nullptr;       // the next dimension
 };
 
@@ -548,8 +550,8 @@ public:
     unsigned GetType() const { return type; }
     unsigned GetSigning() const { return signing; }
     VeriRange* GetDimensions() const { return dimensions; }
-    unsigned type = 0;
-    unsigned signing = 0;
+    uint16_t type = 0;
+    uint16_t signing = 0;
     VeriRange* dimensions = nullptr;
 };
 
@@ -605,11 +607,11 @@ class VeriDelayOrEventControl : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriDelayOrEventControl, DELAYOREVENTCONTROL);
     VERI_FIELDS(extras, repeat, delays, events, implicitEvent, cycleDelay)
+    bool implicitEvent = false; // @* / @(*)
+    bool cycleDelay = false;
     ArenaArray<VeriExpression*> delays;
     ArenaArray<VeriExpression*> events;
-    bool implicitEvent = false; // @* / @(*)
     VeriExpression* repeat = nullptr;
-    bool cycleDelay = false;
 };
 
 // ---------------------------------------------------------------- identifiers
@@ -630,8 +632,8 @@ public:
     // The scope this identifier opens (units, blocks, subprograms), if any.
     VeriScope* LocalScope() const { return scope; }
     // The node that declares this identifier (unit, block, declaration, instantiation).
-    VeriTreeNode* declaration = nullptr;
     Symbol name;
+    VeriTreeNode* declaration = nullptr;
     VeriScope* scope = nullptr;
     bool generateElabCreated = false;
 };
