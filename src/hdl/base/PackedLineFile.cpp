@@ -12,24 +12,26 @@ std::vector<ColLineFile>& wide() {
 } // namespace
 
 ColLineFile PackedLineFile::Unpack() const {
-    if (file_ & kOnTheSide) return wide()[uint32_t(leftCol_) << 16 | rightCol_];
-    return ColLineFile(file_, leftLine_, leftCol_, rightLine_, rightCol_);
+    if (file_ & kOnTheSide) return wide()[rest_];
+    uint32_t leftLine = LeftLine();
+    uint32_t mask = (1u << kColumnBits) - 1;
+    return ColLineFile(file_, leftLine, rest_ & mask, leftLine + (rest_ >> (2 * kColumnBits)),
+                       (rest_ >> kColumnBits) & mask);
 }
 
 void PackedLineFile::Set(const ColLineFile& loc) {
-    file_ = loc.fileId;
-    leftLine_ = loc.leftLine;
-    rightLine_ = loc.rightLine;
-    if (loc.leftCol < kWidest && loc.rightCol < kWidest) {
-        leftCol_ = uint16_t(loc.leftCol);
-        rightCol_ = uint16_t(loc.rightCol);
+    uint32_t mark = line_ & kMark;
+    line_ = (loc.leftLine & ~kMark) | mark;
+    uint32_t limit = 1u << kColumnBits;
+    uint32_t span = loc.rightLine - loc.leftLine;
+    if (loc.leftCol < limit && loc.rightCol < limit && loc.rightLine >= loc.leftLine && span < (1u << kSpanBits)) {
+        file_ = loc.fileId;
+        rest_ = loc.leftCol | loc.rightCol << kColumnBits | span << (2 * kColumnBits);
         return;
     }
-    uint32_t at = uint32_t(wide().size());
+    file_ = loc.fileId | kOnTheSide;
+    rest_ = uint32_t(wide().size());
     wide().push_back(loc);
-    file_ |= kOnTheSide;
-    leftCol_ = uint16_t(at >> 16);
-    rightCol_ = uint16_t(at);
 }
 
 } // namespace hdl

@@ -1,6 +1,9 @@
-// A position in 16 bytes instead of 20: columns take 16 bits, which nearly every line
-// fits. A position with a column past that is kept whole in a table on the side (one
-// that lasts as long as the process), and the packed form holds its place there.
+// A position in 12 bytes instead of 20: the file, the first line, and in one word the
+// two columns (12 bits each) and the number of lines spanned (8 bits), which nearly every
+// node fits. A position that does not fit is kept whole in a table on the side (one that
+// lasts as long as the process), and the word holds its place there. One bit is left
+// over for the owner of the position to use (a tree node marks with it that it has
+// extras kept elsewhere).
 #pragma once
 
 #include <cstdint>
@@ -16,20 +19,21 @@ public:
 
     ColLineFile Unpack() const;
     // A copy never changes the position of its original: a position kept on the side
-    // gets a new entry each time it is set.
+    // gets a new entry each time it is set. The mark stays as it was.
     void Set(const ColLineFile& loc);
     uint32_t FileId() const { return file_ & ~kOnTheSide; }
-    uint32_t LeftLine() const { return leftLine_; }
-    uint32_t RightLine() const { return rightLine_; }
+    uint32_t LeftLine() const { return line_ & ~kMark; }
+    bool Marked() const { return line_ & kMark; }
+    void SetMark(bool mark) { line_ = (line_ & ~kMark) | (mark ? kMark : 0); }
 
 private:
-    static constexpr uint32_t kOnTheSide = 0x80000000u; // file ids stay below it
-    static constexpr uint32_t kWidest = 0xffffu;
+    static constexpr uint32_t kOnTheSide = 0x80000000u; // in file_: file ids stay below it
+    static constexpr uint32_t kMark = 0x80000000u;      // in line_: lines are 31 bits
+    static constexpr uint32_t kColumnBits = 12;
+    static constexpr uint32_t kSpanBits = 8;
     uint32_t file_ = 0;
-    uint32_t leftLine_ = 0;
-    uint32_t rightLine_ = 0;
-    uint16_t leftCol_ = 0; // with rightCol_, the entry on the side when kOnTheSide is set
-    uint16_t rightCol_ = 0;
+    uint32_t line_ = 0;
+    uint32_t rest_ = 0; // columns and span, or the entry on the side
 };
 
 } // namespace hdl

@@ -13,10 +13,16 @@
 //   - a plain value (numbers, flags, names), compared with ==;
 //   - a field type with a CustomField specialisation, which says itself what to do.
 //
-// A tree supplies its traits: the node base, the visitor, and how the visitor enters a
-// child:
+// A tree supplies its traits: the node base, the visitor, how the visitor enters a child,
+// and what to do with what the tree keeps of a node outside its fields (its extras: for
+// the Verilog tree, the rare attributes, qualifiers and labels), which every operation
+// takes first:
 //   struct Traits { using Node = ...; using Visitor = ...;
-//                   static void Traverse(Visitor&, Node*); };
+//                   static void Traverse(Visitor&, Node*);
+//                   static void WalkExtras(Visitor&, const Node&);
+//                   static bool EqualExtras(const Node&, const Node&);
+//                   static void CloneExtras(TreeCopier&, const Node& original, Node& copy);
+//                   static void RemapExtras(TreeCopier&, Node&); };
 // and its node base declares, as pure virtual functions, the operations that
 // HDL_TREE_FIELDS defines: VisitChildren, EqualFields, CloneNode, RemapLinks.
 #pragma once
@@ -160,6 +166,7 @@ template <class Tr, class Self>
 typename Tr::Node* CloneOne(TreeCopier& c, const Self& original) {
     Self* copy = c.arena().template make<Self>(original);
     c.Record(&original, copy);
+    Tr::CloneExtras(c, original, *copy);
     std::apply([&](auto&&... f) { (Clone<Tr>(c, f), ...); }, copy->Fields());
     return copy;
 }
@@ -184,13 +191,20 @@ Node* CopyTree(TreeCopier& c, const Node* root) {
 #define HDL_TREE_FIELDS(Traits, ...)                                                               \
     using FieldListOwner = SelfType;                                                               \
     auto Fields() { return ::hdl::tree::Tie(__VA_ARGS__); }                                        \
-    void VisitChildren(Traits::Visitor& v) override { ::hdl::tree::WalkAll<Traits>(v, Fields()); } \
+    void VisitChildren(Traits::Visitor& v) override {                                              \
+        Traits::WalkExtras(v, *this);                                                              \
+        ::hdl::tree::WalkAll<Traits>(v, Fields());                                                 \
+    }                                                                                              \
     bool EqualFields(const Traits::Node& o) const override {                                       \
-        return ::hdl::tree::EqualAll<Traits>(                                                      \
-            const_cast<SelfType*>(this)->Fields(),                                                 \
-            const_cast<SelfType&>(static_cast<const SelfType&>(o)).Fields());                      \
+        return Traits::EqualExtras(*this, o) &&                                                    \
+               ::hdl::tree::EqualAll<Traits>(                                                      \
+                   const_cast<SelfType*>(this)->Fields(),                                          \
+                   const_cast<SelfType&>(static_cast<const SelfType&>(o)).Fields());               \
     }                                                                                              \
     Traits::Node* CloneNode(::hdl::TreeCopier& c) const override {                                 \
         return ::hdl::tree::CloneOne<Traits>(c, *this);                                            \
     }                                                                                              \
-    void RemapLinks(::hdl::TreeCopier& c) override { ::hdl::tree::RemapAll<Traits>(c, Fields()); }
+    void RemapLinks(::hdl::TreeCopier& c) override {                                               \
+        Traits::RemapExtras(c, *this);                                                             \
+        ::hdl::tree::RemapAll<Traits>(c, Fields());                                                \
+    }

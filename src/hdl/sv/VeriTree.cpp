@@ -1,7 +1,7 @@
 #include "hdl/sv/VeriTree.h"
 
 #include <type_traits>
-#include <vector>
+#include <unordered_map>
 
 #include "hdl/sv/VeriTokens.h"
 #include "hdl/sv/VeriVisitor.h"
@@ -145,22 +145,22 @@ VeriTreeNode* VeriTreeNode::Copy(Arena& arena) const {
 }
 
 namespace {
-// Slot 0 stands for "none".
-std::vector<VeriNodeExtras>& extrasTable() {
-    static std::vector<VeriNodeExtras> table(1);
+// Extras by node. An entry outlives its node when an arena goes, but only a marked node
+// is looked up, and marking a node writes its entry anew.
+std::unordered_map<const VeriTreeNode*, VeriNodeExtras>& extrasTable() {
+    static std::unordered_map<const VeriTreeNode*, VeriNodeExtras> table;
     return table;
 }
 } // namespace
 
-const VeriNodeExtras* VeriTreeNode::Extras() const { return extras.index ? &extrasTable()[extras.index] : nullptr; }
+const VeriNodeExtras* VeriTreeNode::Extras() const { return loc.Marked() ? &extrasTable()[this] : nullptr; }
 
 VeriNodeExtras& VeriTreeNode::MutableExtras() {
-    std::vector<VeriNodeExtras>& table = extrasTable();
-    if (!extras.index) {
-        extras.index = uint32_t(table.size());
-        table.emplace_back();
+    if (!loc.Marked()) {
+        loc.SetMark(true);
+        extrasTable()[this] = VeriNodeExtras();
     }
-    return table[extras.index];
+    return extrasTable()[this];
 }
 
 ArenaArray<VeriAttribute> VeriTreeNode::GetAttributes() const {
@@ -169,7 +169,7 @@ ArenaArray<VeriAttribute> VeriTreeNode::GetAttributes() const {
 }
 
 void VeriTreeNode::SetAttributes(ArenaArray<VeriAttribute> attributes) {
-    if (!attributes.Empty() || extras.index) MutableExtras().attributes = attributes;
+    if (!attributes.Empty() || loc.Marked()) MutableExtras().attributes = attributes;
 }
 
 ArenaArray<unsigned> VeriModuleItem::GetQualifiers() const {
@@ -178,7 +178,7 @@ ArenaArray<unsigned> VeriModuleItem::GetQualifiers() const {
 }
 
 void VeriModuleItem::SetQualifiers(ArenaArray<unsigned> qualifiers) {
-    if (!qualifiers.Empty() || extras.index) MutableExtras().qualifiers = qualifiers;
+    if (!qualifiers.Empty() || loc.Marked()) MutableExtras().qualifiers = qualifiers;
 }
 
 VeriLabelId* VeriStatement::GetLabel() const {
@@ -187,52 +187,47 @@ VeriLabelId* VeriStatement::GetLabel() const {
 }
 
 void VeriStatement::SetLabel(VeriLabelId* label) {
-    if (label || extras.index) MutableExtras().label = label;
+    if (label || loc.Marked()) MutableExtras().label = label;
 }
 
-namespace tree {
-
-void CustomField<VeriExtrasRef>::Walk(VeriVisitor& v, VeriExtrasRef extras) {
-    if (extras.index) v.TraverseNode(extrasTable()[extras.index].label);
+void VeriTreeTraits::WalkExtras(VeriVisitor& v, const VeriTreeNode& node) {
+    if (const VeriNodeExtras* e = node.Extras()) v.TraverseNode(e->label);
 }
 
-bool CustomField<VeriExtrasRef>::Equal(VeriExtrasRef a, VeriExtrasRef b) {
+bool VeriTreeTraits::EqualExtras(const VeriTreeNode& a, const VeriTreeNode& b) {
+    if (!a.loc.Marked() && !b.loc.Marked()) return true;
     static const VeriNodeExtras none;
-    const VeriNodeExtras& x = a.index ? extrasTable()[a.index] : none;
-    const VeriNodeExtras& y = b.index ? extrasTable()[b.index] : none;
+    const VeriNodeExtras& x = a.loc.Marked() ? *a.Extras() : none;
+    const VeriNodeExtras& y = b.loc.Marked() ? *b.Extras() : none;
     if (x.attributes.Size() != y.attributes.Size() || x.qualifiers.Size() != y.qualifiers.Size()) return false;
     for (uint32_t i = 0; i < x.attributes.Size(); ++i) {
         if (x.attributes[i].name != y.attributes[i].name) return false;
-        if (!NodesEqual<VeriTreeNode>(x.attributes[i].value, y.attributes[i].value)) return false;
+        if (!tree::NodesEqual<VeriTreeNode>(x.attributes[i].value, y.attributes[i].value)) return false;
     }
     for (uint32_t i = 0; i < x.qualifiers.Size(); ++i)
         if (x.qualifiers[i] != y.qualifiers[i]) return false;
-    return NodesEqual<VeriTreeNode>(x.label, y.label);
+    return tree::NodesEqual<VeriTreeNode>(x.label, y.label);
 }
 
-void CustomField<VeriExtrasRef>::Clone(TreeCopier& c, VeriExtrasRef& extras) {
-    if (!extras.index) return;
-    // Cloning the label and the values adds entries, which may move the table.
-    VeriNodeExtras copy = extrasTable()[extras.index];
-    copy.attributes = ArenaArray<VeriAttribute>(c.arena(), copy.attributes.begin(), copy.attributes.Size());
-    for (VeriAttribute& a : copy.attributes)
+void VeriTreeTraits::CloneExtras(TreeCopier& c, const VeriTreeNode& original, VeriTreeNode& copy) {
+    if (!original.loc.Marked()) return;
+    // The entry of the copy is written once its label and values are cloned.
+    VeriNodeExtras e = *original.Extras();
+    e.attributes = ArenaArray<VeriAttribute>(c.arena(), e.attributes.begin(), e.attributes.Size());
+    for (VeriAttribute& a : e.attributes)
         if (a.value) a.value = static_cast<VeriExpression*>(a.value->CloneNode(c));
-    copy.qualifiers = ArenaArray<unsigned>(c.arena(), copy.qualifiers.begin(), copy.qualifiers.Size());
-    if (copy.label) copy.label = static_cast<VeriLabelId*>(copy.label->CloneNode(c));
-    std::vector<VeriNodeExtras>& table = extrasTable();
-    extras.index = uint32_t(table.size());
-    table.push_back(copy);
+    e.qualifiers = ArenaArray<unsigned>(c.arena(), e.qualifiers.begin(), e.qualifiers.Size());
+    if (e.label) e.label = static_cast<VeriLabelId*>(e.label->CloneNode(c));
+    extrasTable()[&copy] = e;
 }
 
-void CustomField<VeriExtrasRef>::Remap(TreeCopier& c, VeriExtrasRef& extras) {
-    if (!extras.index) return;
-    VeriNodeExtras e = extrasTable()[extras.index];
+void VeriTreeTraits::RemapExtras(TreeCopier& c, VeriTreeNode& node) {
+    if (!node.loc.Marked()) return;
+    VeriNodeExtras e = *node.Extras();
     for (const VeriAttribute& a : e.attributes)
         if (a.value) a.value->RemapLinks(c);
     if (e.label) e.label->RemapLinks(c);
 }
-
-} // namespace tree
 
 // Every concrete class has its own field list, and no class needs its destructor run.
 #define HDL_VERI_CLASS_CHECKS(cls, base)                                                        \

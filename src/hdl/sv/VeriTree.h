@@ -145,16 +145,19 @@ struct VeriNodeExtras {
     VeriLabelId* label = nullptr;    // `name:` in front of a statement; a child
 };
 
-// A node's extras: its place in a table that lasts as long as the process (as the trees
-// do); 0 when the node has none.
-struct VeriExtrasRef {
-    uint32_t index = 0;
-};
-
+// A node marks in its position that it has extras; they are kept in a table by node
+// that lasts as long as the process (as the trees do). A copy gets extras of its own.
+// The label is a child and walked first; an attribute's value is a child that is
+// compared and copied but not walked: attributes describe the node rather than being
+// part of the design.
 struct VeriTreeTraits {
     using Node = VeriTreeNode;
     using Visitor = VeriVisitor;
     static void Traverse(VeriVisitor& v, VeriTreeNode* node);
+    static void WalkExtras(VeriVisitor& v, const VeriTreeNode& node);
+    static bool EqualExtras(const VeriTreeNode& a, const VeriTreeNode& b);
+    static void CloneExtras(TreeCopier& c, const VeriTreeNode& original, VeriTreeNode& copy);
+    static void RemapExtras(TreeCopier& c, VeriTreeNode& node);
 };
 
 // Nodes live in an arena and have no destructor to run: every field is a plain value, a
@@ -184,10 +187,10 @@ public:
     VeriTreeNode* Copy(Arena& arena) const;
     VeriTreeNode* Copy(TreeCopier& copier) const { return tree::CopyTree(copier, this); }
 
-    PackedLineFile loc;
-    VeriExtrasRef extras;
+    PackedLineFile loc; // marked when the node has extras
 
 protected:
+    friend struct VeriTreeTraits;
     const VeriNodeExtras* Extras() const;
     VeriNodeExtras& MutableExtras();
 };
@@ -204,16 +207,6 @@ struct CustomField<VeriScope*> : std::true_type {
     static void Remap(TreeCopier& c, VeriScope*& scope);
 };
 
-// A copy gets extras of its own. A label is a child and walked; an attribute's value is
-// a child that is compared and copied, but the walk passes it over: attributes describe
-// the node rather than being part of the design.
-template <>
-struct CustomField<VeriExtrasRef> : std::true_type {
-    static void Walk(VeriVisitor& v, VeriExtrasRef extras);
-    static bool Equal(VeriExtrasRef a, VeriExtrasRef b);
-    static void Clone(TreeCopier& c, VeriExtrasRef& extras);
-    static void Remap(TreeCopier& c, VeriExtrasRef& extras);
-};
 } // namespace tree
 
 // Inside a concrete node class: its class code, and its fields (children, back-links
@@ -242,7 +235,7 @@ class VeriName : public VeriExpression {};
 class VeriIdRef : public VeriName {
 public:
     HDL_VERI_NODE(VeriIdRef, IDREF);
-    VERI_FIELDS(extras, name, HDL_LINK(id))
+    VERI_FIELDS(name, HDL_LINK(id))
     VeriIdDef* GetId() const override { return id; }
     std::string_view GetName() const override { return name; }
     Symbol name;
@@ -253,7 +246,7 @@ public:
 class VeriIndexedId : public VeriName {
 public:
     HDL_VERI_NODE(VeriIndexedId, INDEXEDID);
-    VERI_FIELDS(extras, prefix, index)
+    VERI_FIELDS(prefix, index)
     VeriIdDef* GetId() const override { return prefix ? prefix->GetId() : nullptr; }
     std::string_view GetName() const override { return prefix ? prefix->GetName() : std::string_view(); }
     VeriExpression* GetPrefix() const { return prefix; }
@@ -266,7 +259,7 @@ public:
 class VeriIndexedMemoryId : public VeriName {
 public:
     HDL_VERI_NODE(VeriIndexedMemoryId, INDEXEDMEMORYID);
-    VERI_FIELDS(extras, prefix, indexes)
+    VERI_FIELDS(prefix, indexes)
     VeriIdDef* GetId() const override { return prefix ? prefix->GetId() : nullptr; }
     std::string_view GetName() const override { return prefix ? prefix->GetName() : std::string_view(); }
     VeriExpression* prefix = nullptr;
@@ -278,7 +271,7 @@ public:
 class VeriSelectedName : public VeriName {
 public:
     HDL_VERI_NODE(VeriSelectedName, SELECTEDNAME);
-    VERI_FIELDS(extras, prefix, suffix, HDL_LINK(id))
+    VERI_FIELDS(prefix, suffix, HDL_LINK(id))
     VeriIdDef* GetId() const override { return id; }
     std::string_view GetName() const override { return suffix; }
     VeriExpression* GetPrefix() const { return prefix; }
@@ -292,7 +285,7 @@ public:
 class VeriScopeName : public VeriName {
 public:
     HDL_VERI_NODE(VeriScopeName, SCOPENAME);
-    VERI_FIELDS(extras, prefix, paramValues, name, HDL_LINK(id))
+    VERI_FIELDS(prefix, paramValues, name, HDL_LINK(id))
     VeriIdDef* GetId() const override { return id; }
     std::string_view GetName() const override { return name; }
     Symbol name;
@@ -306,14 +299,14 @@ class VeriConst : public VeriExpression {};
 class VeriIntVal : public VeriConst {
 public:
     HDL_VERI_NODE(VeriIntVal, INTVAL);
-    VERI_FIELDS(extras, value)
+    VERI_FIELDS(value)
     int64_t value = 0;
 };
 
 class VeriRealVal : public VeriConst {
 public:
     HDL_VERI_NODE(VeriRealVal, REALVAL);
-    VERI_FIELDS(extras, value)
+    VERI_FIELDS(value)
     double value = 0;
 };
 
@@ -321,7 +314,7 @@ public:
 class VeriConstVal : public VeriConst {
 public:
     HDL_VERI_NODE(VeriConstVal, CONSTVAL);
-    VERI_FIELDS(extras, text, size, isSigned, isString, isUnbased)
+    VERI_FIELDS(text, size, isSigned, isString, isUnbased)
     bool IsString() const { return isString; }
     Symbol text;
     uint32_t size = 0; // 0 when unsized
@@ -333,34 +326,34 @@ public:
 class VeriTimeLiteral : public VeriConst {
 public:
     HDL_VERI_NODE(VeriTimeLiteral, TIMELITERAL);
-    VERI_FIELDS(extras, text)
+    VERI_FIELDS(text)
     Symbol text;
 };
 
 class VeriDollar : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriDollar, DOLLAR);
-    VERI_FIELDS(extras)
+    VERI_FIELDS()
 };
 
 class VeriNull : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriNull, NULL);
-    VERI_FIELDS(extras)
+    VERI_FIELDS()
 };
 
 // A keyword used as an expression: this, super, default, `type` keywords in patterns.
 class VeriKeyword : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriKeyword, KEYWORD);
-    VERI_FIELDS(extras, token)
+    VERI_FIELDS(token)
     unsigned token = 0;
 };
 
 class VeriUnaryOperator : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriUnaryOperator, UNARYOPERATOR);
-    VERI_FIELDS(extras, oper, postfix, arg)
+    VERI_FIELDS(oper, postfix, arg)
     unsigned oper = 0;
     bool postfix = false; // x++ / x--
     VeriExpression* arg = nullptr;
@@ -369,7 +362,7 @@ public:
 class VeriBinaryOperator : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriBinaryOperator, BINARYOPERATOR);
-    VERI_FIELDS(extras, oper, left, right)
+    VERI_FIELDS(oper, left, right)
     unsigned oper = 0;
     VeriExpression* left = nullptr;
     VeriExpression* right = nullptr; // for `inside` and `dist` a VeriConcat of the items
@@ -378,7 +371,7 @@ public:
 class VeriQuestionColon : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriQuestionColon, QUESTIONCOLON);
-    VERI_FIELDS(extras, cond, thenExpr, elseExpr)
+    VERI_FIELDS(cond, thenExpr, elseExpr)
     VeriExpression* cond = nullptr;
     VeriExpression* thenExpr = nullptr;
     VeriExpression* elseExpr = nullptr;
@@ -387,14 +380,14 @@ public:
 class VeriConcat : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriConcat, CONCAT);
-    VERI_FIELDS(extras, exprs)
+    VERI_FIELDS(exprs)
     ArenaArray<VeriExpression*> exprs;
 };
 
 class VeriMultiConcat : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriMultiConcat, MULTICONCAT);
-    VERI_FIELDS(extras, repeat, exprs)
+    VERI_FIELDS(repeat, exprs)
     VeriExpression* repeat = nullptr;
     ArenaArray<VeriExpression*> exprs;
 };
@@ -403,7 +396,7 @@ public:
 class VeriStreamingConcat : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriStreamingConcat, STREAMINGCONCAT);
-    VERI_FIELDS(extras, oper, sliceSize, exprs)
+    VERI_FIELDS(oper, sliceSize, exprs)
     unsigned oper = 0; // <<, >>
     VeriExpression* sliceSize = nullptr;
     ArenaArray<VeriExpression*> exprs;
@@ -412,7 +405,7 @@ public:
 class VeriFunctionCall : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriFunctionCall, FUNCTIONCALL);
-    VERI_FIELDS(extras, func, args, with)
+    VERI_FIELDS(func, args, with)
     VeriIdDef* GetId() const override { return func ? func->GetId() : nullptr; }
     std::string_view GetName() const override { return func ? func->GetName() : std::string_view(); }
     VeriExpression* func = nullptr;
@@ -423,7 +416,7 @@ public:
 class VeriSystemFunctionCall : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriSystemFunctionCall, SYSTEMFUNCTIONCALL);
-    VERI_FIELDS(extras, name, args)
+    VERI_FIELDS(name, args)
     std::string_view GetName() const override { return name; }
     Symbol name; // with the '$'
     ArenaArray<VeriExpression*> args;
@@ -432,7 +425,7 @@ public:
 class VeriMinTypMaxExpr : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriMinTypMaxExpr, MINTYPMAXEXPR);
-    VERI_FIELDS(extras, minExpr, typExpr, maxExpr)
+    VERI_FIELDS(minExpr, typExpr, maxExpr)
     VeriExpression* minExpr = nullptr;
     VeriExpression* typExpr = nullptr;
     VeriExpression* maxExpr = nullptr;
@@ -442,7 +435,7 @@ public:
 class VeriAssignmentPattern : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriAssignmentPattern, ASSIGNMENTPATTERN);
-    VERI_FIELDS(extras, type, exprs)
+    VERI_FIELDS(type, exprs)
     VeriExpression* type = nullptr;
     ArenaArray<VeriExpression*> exprs; // keyed items are VeriPortConnect-free pairs: key: value as VeriBinaryOperator(COLON)
 };
@@ -451,7 +444,7 @@ public:
 class VeriMultiAssignmentPattern : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriMultiAssignmentPattern, MULTIASSIGNMENTPATTERN);
-    VERI_FIELDS(extras, type, repeat, exprs)
+    VERI_FIELDS(type, repeat, exprs)
     VeriExpression* type = nullptr;
     VeriExpression* repeat = nullptr;
     ArenaArray<VeriExpression*> exprs;
@@ -461,7 +454,7 @@ public:
 class VeriCast : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriCast, CAST);
-    VERI_FIELDS(extras, target, expr)
+    VERI_FIELDS(target, expr)
     VeriExpression* target = nullptr;
     VeriExpression* expr = nullptr;
 };
@@ -469,7 +462,7 @@ public:
 class VeriNew : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriNew, NEW);
-    VERI_FIELDS(extras, size, args)
+    VERI_FIELDS(size, args)
     VeriExpression* size = nullptr; // new [size]
     ArenaArray<VeriExpression*> args;
 };
@@ -478,7 +471,7 @@ public:
 class VeriPortConnect : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriPortConnect, PORTCONNECT);
-    VERI_FIELDS(extras, portName, connection, implicit)
+    VERI_FIELDS(portName, connection, implicit)
     std::string_view GetName() const override { return portName; }
     std::string_view GetNamedFormal() const { return portName; }
     VeriExpression* GetConnection() const { return connection; }
@@ -490,20 +483,20 @@ public:
 class VeriPortOpen : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriPortOpen, PORTOPEN);
-    VERI_FIELDS(extras)
+    VERI_FIELDS()
 };
 
 class VeriDotStar : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriDotStar, DOTSTAR);
-    VERI_FIELDS(extras)
+    VERI_FIELDS()
 };
 
 // [posedge|negedge|edge] expr [iff cond]
 class VeriEventExpression : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriEventExpression, EVENTEXPRESSION);
-    VERI_FIELDS(extras, edge, expr, iffCond)
+    VERI_FIELDS(edge, expr, iffCond)
     unsigned edge = 0;
     VeriExpression* expr = nullptr;
     VeriExpression* iffCond = nullptr;
@@ -513,7 +506,7 @@ public:
 class VeriRange : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriRange, RANGE);
-    VERI_FIELDS(extras, left, right, partSelect, unsizedDim, next)
+    VERI_FIELDS(left, right, partSelect, unsizedDim, next)
     VeriExpression* GetLeft() const { return left; }
     VeriExpression* GetRight() const { return right; }
     unsigned GetPartSelectToken() const { return partSelect; }
@@ -529,7 +522,7 @@ public:
 class VeriTypeOperator : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriTypeOperator, TYPEOPERATOR);
-    VERI_FIELDS(extras, arg)
+    VERI_FIELDS(arg)
     VeriExpression* arg = nullptr;
 };
 
@@ -537,7 +530,7 @@ public:
 class VeriTaggedUnion : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriTaggedUnion, TAGGEDUNION);
-    VERI_FIELDS(extras, member, expr)
+    VERI_FIELDS(member, expr)
     Symbol member;
     VeriExpression* expr = nullptr;
 };
@@ -546,7 +539,7 @@ public:
 class VeriDataType : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriDataType, DATATYPE);
-    VERI_FIELDS(extras, type, signing, dimensions)
+    VERI_FIELDS(type, signing, dimensions)
     unsigned GetType() const { return type; }
     unsigned GetSigning() const { return signing; }
     VeriRange* GetDimensions() const { return dimensions; }
@@ -559,7 +552,7 @@ public:
 class VeriTypeRef : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriTypeRef, TYPEREF);
-    VERI_FIELDS(extras, type, signing, typeName, paramValues, virtualInterface, dimensions)
+    VERI_FIELDS(type, signing, typeName, paramValues, virtualInterface, dimensions)
     VeriIdDef* GetId() const override { return typeName ? typeName->GetId() : nullptr; }
     std::string_view GetName() const override { return typeName ? typeName->GetName() : std::string_view(); }
     VeriExpression* typeName = nullptr;
@@ -570,7 +563,7 @@ public:
 class VeriStructUnion : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriStructUnion, STRUCTUNION);
-    VERI_FIELDS(extras, type, signing, packed, tagged, members, dimensions, scope)
+    VERI_FIELDS(type, signing, packed, tagged, members, dimensions, scope)
     // type is VT_STRUCT or VT_UNION
     bool packed = false;
     bool tagged = false;
@@ -581,7 +574,7 @@ public:
 class VeriEnum : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriEnum, ENUM);
-    VERI_FIELDS(extras, type, signing, baseType, literals, dimensions)
+    VERI_FIELDS(type, signing, baseType, literals, dimensions)
     VeriDataType* baseType = nullptr;
     ArenaArray<class VeriParamId*> literals;
 };
@@ -590,14 +583,14 @@ public:
 class VeriNetDataType : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriNetDataType, NETDATATYPE);
-    VERI_FIELDS(extras, type, signing, dataType, dimensions)
+    VERI_FIELDS(type, signing, dataType, dimensions)
     VeriDataType* dataType = nullptr;
 };
 
 class VeriStrength : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriStrength, STRENGTH);
-    VERI_FIELDS(extras, lval, rval)
+    VERI_FIELDS(lval, rval)
     unsigned lval = 0;
     unsigned rval = 0;
 };
@@ -606,7 +599,7 @@ public:
 class VeriDelayOrEventControl : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriDelayOrEventControl, DELAYOREVENTCONTROL);
-    VERI_FIELDS(extras, repeat, delays, events, implicitEvent, cycleDelay)
+    VERI_FIELDS(repeat, delays, events, implicitEvent, cycleDelay)
     bool implicitEvent = false; // @* / @(*)
     bool cycleDelay = false;
     ArenaArray<VeriExpression*> delays;
@@ -642,7 +635,7 @@ public:
 class VeriVariable : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriVariable, VARIABLE);
-    VERI_FIELDS(extras, name, dir, HDL_LINK(dataType), dimensions, initialValue, interfacePort, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
+    VERI_FIELDS(name, dir, HDL_LINK(dataType), dimensions, initialValue, interfacePort, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     bool IsPort() const override { return dir != 0; }
     unsigned GetDir() const override { return dir; }
     VeriDataType* GetDataType() const override { return dataType; }
@@ -660,7 +653,7 @@ public:
 class VeriParamId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriParamId, PARAMID);
-    VERI_FIELDS(extras, name, HDL_LINK(dataType), dimensions, initialValue, paramType, isType, enumLiteral, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
+    VERI_FIELDS(name, HDL_LINK(dataType), dimensions, initialValue, paramType, isType, enumLiteral, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     bool IsParam() const override { return true; }
     bool IsType() const override { return isType; }
     VeriDataType* GetDataType() const override { return dataType; }
@@ -679,7 +672,7 @@ public:
     class cls : public VeriIdDef {       \
     public:                              \
         HDL_VERI_NODE(cls, code);        \
-        VERI_FIELDS(extras, name, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated) \
+        VERI_FIELDS(name, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated) \
     };
 HDL_VERI_SIMPLE_ID(VeriGenVarId, GENVARID)
 HDL_VERI_SIMPLE_ID(VeriModuleId, MODULEID)
@@ -700,7 +693,7 @@ HDL_VERI_SIMPLE_ID(VeriClockingId, CLOCKINGID)
 class VeriInstId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriInstId, INSTID);
-    VERI_FIELDS(extras, name, dimensions, portConnects, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
+    VERI_FIELDS(name, dimensions, portConnects, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     VeriRange* GetDimensions() const override { return dimensions; }
     const ArenaArray<VeriExpression*>& GetPortConnects() const { return portConnects; }
     VeriRange* dimensions = nullptr;
@@ -711,7 +704,7 @@ public:
 class VeriTypeId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriTypeId, TYPEID);
-    VERI_FIELDS(extras, name, HDL_LINK(dataType), dimensions, HDL_LINK(declaration), HDL_LINK(scope),
+    VERI_FIELDS(name, HDL_LINK(dataType), dimensions, HDL_LINK(declaration), HDL_LINK(scope),
                 generateElabCreated)
     bool IsType() const override { return true; }
     VeriDataType* GetDataType() const override { return dataType; }
@@ -724,7 +717,7 @@ public:
 class VeriPrototypeId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriPrototypeId, PROTOTYPEID);
-    VERI_FIELDS(extras, dir, name, expr, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
+    VERI_FIELDS(dir, name, expr, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     bool IsPort() const override { return true; }
     unsigned GetDir() const override { return dir; }
     unsigned dir = 0; // direction, or VT_IMPORT/VT_EXPORT for subprogram ports, VT_CLOCKING
@@ -737,7 +730,7 @@ public:
 class VeriAnsiPortDecl : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriAnsiPortDecl, ANSIPORTDECL);
-    VERI_FIELDS(extras, dir, kind, dataType, ids, interfacePort, modport)
+    VERI_FIELDS(dir, kind, dataType, ids, interfacePort, modport)
     unsigned GetDir() const { return dir; }
     unsigned GetKind() const { return kind; }
     VeriDataType* GetDataType() const { return dataType; }
@@ -753,7 +746,7 @@ public:
 class VeriNetRegAssign : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriNetRegAssign, NETREGASSIGN);
-    VERI_FIELDS(extras, lval, rval)
+    VERI_FIELDS(lval, rval)
     VeriExpression* GetLValExpr() const { return lval; }
     VeriExpression* GetRValExpr() const { return rval; }
     VeriExpression* lval = nullptr;
@@ -763,7 +756,7 @@ public:
 class VeriDefParamAssign : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriDefParamAssign, DEFPARAMASSIGN);
-    VERI_FIELDS(extras, lval, rval)
+    VERI_FIELDS(lval, rval)
     VeriExpression* lval = nullptr;
     VeriExpression* rval = nullptr;
 };
@@ -779,7 +772,7 @@ public:
 class VeriDataDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriDataDecl, DATADECL);
-    VERI_FIELDS(extras, dir, kind, dataType, ids)
+    VERI_FIELDS(dir, kind, dataType, ids)
     unsigned GetDir() const { return dir; }
     unsigned GetDeclType() const { return kind; }
     VeriDataType* GetDataType() const { return dataType; }
@@ -796,7 +789,7 @@ public:
 class VeriNetDecl : public VeriDataDecl {
 public:
     HDL_VERI_NODE(VeriNetDecl, NETDECL);
-    VERI_FIELDS(extras, dir, kind, strength, dataType, delays, ids, vectoring)
+    VERI_FIELDS(dir, kind, strength, dataType, delays, ids, vectoring)
     unsigned GetNetType() const { return kind; }
     VeriStrength* GetStrength() const { return strength; }
     VeriStrength* strength = nullptr;
@@ -807,7 +800,7 @@ public:
 class VeriModuleInstantiation : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModuleInstantiation, MODULEINSTANTIATION);
-    VERI_FIELDS(extras, moduleName, strength, paramValues, instances, HDL_LINK(module))
+    VERI_FIELDS(moduleName, strength, paramValues, instances, HDL_LINK(module))
     std::string_view GetModuleName() const { return moduleName ? moduleName->GetName() : std::string_view(); }
     VeriExpression* GetModuleNameRef() const { return moduleName; }
     const ArenaArray<VeriExpression*>& GetParamValues() const { return paramValues; }
@@ -824,7 +817,7 @@ public:
 class VeriGateInstantiation : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGateInstantiation, GATEINSTANTIATION);
-    VERI_FIELDS(extras, gate, strength, delays, instances)
+    VERI_FIELDS(gate, strength, delays, instances)
     unsigned GetInstType() const { return gate; }
     unsigned gate = 0;
     VeriStrength* strength = nullptr;
@@ -835,7 +828,7 @@ public:
 class VeriContinuousAssign : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriContinuousAssign, CONTINUOUSASSIGN);
-    VERI_FIELDS(extras, strength, delay, assigns)
+    VERI_FIELDS(strength, delay, assigns)
     VeriStrength* strength = nullptr;
     VeriDelayOrEventControl* delay = nullptr;
     ArenaArray<VeriNetRegAssign*> assigns;
@@ -845,7 +838,7 @@ public:
 class VeriAlwaysConstruct : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriAlwaysConstruct, ALWAYSCONSTRUCT);
-    VERI_FIELDS(extras, kind, stmt)
+    VERI_FIELDS(kind, stmt)
     unsigned kind = 0;
     VeriStatement* stmt = nullptr;
 };
@@ -854,7 +847,7 @@ public:
 class VeriInitialConstruct : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriInitialConstruct, INITIALCONSTRUCT);
-    VERI_FIELDS(extras, isFinal, stmt)
+    VERI_FIELDS(isFinal, stmt)
     bool isFinal = false;
     VeriStatement* stmt = nullptr;
 };
@@ -863,7 +856,7 @@ public:
 class VeriGenerateConstruct : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateConstruct, GENERATECONSTRUCT);
-    VERI_FIELDS(extras, items)
+    VERI_FIELDS(items)
     const ArenaArray<VeriModuleItem*>& GetItems() const { return items; }
     ArenaArray<VeriModuleItem*> items;
 };
@@ -872,7 +865,7 @@ public:
 class VeriGenerateFor : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateFor, GENERATEFOR);
-    VERI_FIELDS(extras, genvarDecl, init, cond, rep, item, scope)
+    VERI_FIELDS(genvarDecl, init, cond, rep, item, scope)
     VeriDataDecl* genvarDecl = nullptr;   // for (genvar i = ...)
     VeriStatement* init = nullptr;        // the initial assignment
     VeriExpression* cond = nullptr;
@@ -885,7 +878,7 @@ public:
 class VeriGenerateConditional : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateConditional, GENERATECONDITIONAL);
-    VERI_FIELDS(extras, cond, thenItem, elseItem)
+    VERI_FIELDS(cond, thenItem, elseItem)
     VeriExpression* GetIfExpr() const { return cond; }
     VeriModuleItem* GetThenItem() const { return thenItem; }
     VeriModuleItem* GetElseItem() const { return elseItem; }
@@ -899,7 +892,7 @@ public:
 class VeriGenerateCaseItem : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriGenerateCaseItem, GENERATECASEITEM);
-    VERI_FIELDS(extras, conditions, item)
+    VERI_FIELDS(conditions, item)
     ArenaArray<VeriExpression*> conditions; // empty for default
     VeriModuleItem* item = nullptr;
 };
@@ -907,7 +900,7 @@ public:
 class VeriGenerateCase : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateCase, GENERATECASE);
-    VERI_FIELDS(extras, cond, items)
+    VERI_FIELDS(cond, items)
     VeriExpression* cond = nullptr;
     ArenaArray<VeriGenerateCaseItem*> items;
 };
@@ -916,7 +909,7 @@ public:
 class VeriGenerateBlock : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateBlock, GENERATEBLOCK);
-    VERI_FIELDS(extras, blockId, items, scope)
+    VERI_FIELDS(blockId, items, scope)
     VeriBlockId* GetBlockId() const { return blockId; }
     const ArenaArray<VeriModuleItem*>& GetItems() const { return items; }
     VeriBlockId* blockId = nullptr; // null for an unnamed block
@@ -928,7 +921,7 @@ public:
 class VeriFunctionDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriFunctionDecl, FUNCTIONDECL);
-    VERI_FIELDS(extras, returnType, prefix, id, ports, decls, stmts, lifetime, dpi, prototype, scope)
+    VERI_FIELDS(returnType, prefix, id, ports, decls, stmts, lifetime, dpi, prototype, scope)
     VeriIdDef* GetId() const { return id; }
     VeriExpression* prefix = nullptr; // class scope of an out-of-block definition
     VeriIdDef* id = nullptr;
@@ -945,20 +938,20 @@ public:
 class VeriTaskDecl : public VeriFunctionDecl {
 public:
     HDL_VERI_NODE(VeriTaskDecl, TASKDECL);
-    VERI_FIELDS(extras, returnType, prefix, id, ports, decls, stmts, lifetime, dpi, prototype, scope)
+    VERI_FIELDS(returnType, prefix, id, ports, decls, stmts, lifetime, dpi, prototype, scope)
 };
 
 class VeriDefParam : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriDefParam, DEFPARAM);
-    VERI_FIELDS(extras, assigns)
+    VERI_FIELDS(assigns)
     ArenaArray<VeriDefParamAssign*> assigns;
 };
 
 class VeriModportDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModportDecl, MODPORTDECL);
-    VERI_FIELDS(extras, id, ports, scope)
+    VERI_FIELDS(id, ports, scope)
     VeriModportId* id = nullptr;
     ArenaArray<VeriPrototypeId*> ports;
     VeriScope* scope = nullptr;
@@ -967,7 +960,7 @@ public:
 class VeriModport : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModport, MODPORT);
-    VERI_FIELDS(extras, decls)
+    VERI_FIELDS(decls)
     ArenaArray<VeriModportDecl*> decls;
 };
 
@@ -975,14 +968,14 @@ public:
 class VeriImportDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriImportDecl, IMPORTDECL);
-    VERI_FIELDS(extras, items)
+    VERI_FIELDS(items)
     ArenaArray<VeriScopeName*> items;
 };
 
 class VeriExportDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriExportDecl, EXPORTDECL);
-    VERI_FIELDS(extras, items)
+    VERI_FIELDS(items)
     ArenaArray<VeriScopeName*> items; // empty for *::*
 };
 
@@ -1000,7 +993,7 @@ public:
     class cls : public VeriSkippedItem {        \
     public:                                     \
         HDL_VERI_NODE(cls, code);               \
-        VERI_FIELDS(extras, id, items) \
+        VERI_FIELDS(id, items) \
     };
 HDL_VERI_SKIPPED(VeriCovergroup, COVERGROUP)
 HDL_VERI_SKIPPED(VeriPropertyDecl, PROPERTYDECL)
@@ -1015,7 +1008,7 @@ HDL_VERI_SKIPPED(VeriTable, TABLE)
 class VeriClass : public VeriSkippedItem {
 public:
     HDL_VERI_NODE(VeriClass, CLASS);
-    VERI_FIELDS(extras, id, items, scope)
+    VERI_FIELDS(id, items, scope)
     VeriScope* scope = nullptr;
 };
 
@@ -1023,7 +1016,7 @@ public:
 class VeriBindDirective : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriBindDirective, BINDDIRECTIVE);
-    VERI_FIELDS(extras, target, targetInstances, instantiation)
+    VERI_FIELDS(target, targetInstances, instantiation)
     VeriExpression* target = nullptr;
     ArenaArray<VeriExpression*> targetInstances;
     VeriModuleItem* instantiation = nullptr;
@@ -1032,7 +1025,7 @@ public:
 class VeriNetAlias : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriNetAlias, NETALIAS);
-    VERI_FIELDS(extras, members)
+    VERI_FIELDS(members)
     ArenaArray<VeriExpression*> members;
 };
 
@@ -1040,7 +1033,7 @@ public:
 class VeriTimeUnit : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriTimeUnit, TIMEUNIT);
-    VERI_FIELDS(extras, kind, literal)
+    VERI_FIELDS(kind, literal)
     unsigned kind = 0;
     std::string_view literal;
 };
@@ -1057,7 +1050,7 @@ enum VeriUnitFlags : uint32_t {
 class VeriModule : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModule, MODULE);
-    VERI_FIELDS(extras, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     std::string_view Name() const { return id ? id->name : std::string_view(); }
     VeriIdDef* GetId() const { return id; }
     VeriScope* GetScope() const { return scope; }
@@ -1102,35 +1095,35 @@ private:
 class VeriInterface : public VeriModule {
 public:
     HDL_VERI_NODE(VeriInterface, INTERFACE);
-    VERI_FIELDS(extras, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsInterface() const override { return true; }
 };
 
 class VeriProgram : public VeriModule {
 public:
     HDL_VERI_NODE(VeriProgram, PROGRAM);
-    VERI_FIELDS(extras, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsProgram() const override { return true; }
 };
 
 class VeriPackage : public VeriModule {
 public:
     HDL_VERI_NODE(VeriPackage, PACKAGE);
-    VERI_FIELDS(extras, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsPackage() const override { return true; }
 };
 
 class VeriPrimitive : public VeriModule {
 public:
     HDL_VERI_NODE(VeriPrimitive, PRIMITIVE);
-    VERI_FIELDS(extras, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsPrimitive() const override { return true; }
 };
 
 class VeriChecker : public VeriModule {
 public:
     HDL_VERI_NODE(VeriChecker, CHECKER);
-    VERI_FIELDS(extras, id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsChecker() const override { return true; }
 };
 
@@ -1138,7 +1131,7 @@ public:
 class VeriConfiguration : public VeriModule {
 public:
     HDL_VERI_NODE(VeriConfiguration, CONFIGURATION);
-    VERI_FIELDS(extras, id, parameters, ports, designCells, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(id, parameters, ports, designCells, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsConfiguration() const override { return true; }
     // The top cells of the design statement, in order (VeriIdRef or lib.cell VeriScopeName).
     const ArenaArray<VeriExpression*>& GetTopModuleNames() const { return designCells; }
@@ -1158,7 +1151,7 @@ public:
 class VeriSeqBlock : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriSeqBlock, SEQBLOCK);
-    VERI_FIELDS(extras, blockId, decls, stmts, scope)
+    VERI_FIELDS(blockId, decls, stmts, scope)
     VeriBlockId* blockId = nullptr;
     ArenaArray<VeriModuleItem*> decls;
     ArenaArray<VeriStatement*> stmts;
@@ -1169,7 +1162,7 @@ public:
 class VeriParBlock : public VeriSeqBlock {
 public:
     HDL_VERI_NODE(VeriParBlock, PARBLOCK);
-    VERI_FIELDS(extras, blockId, decls, stmts, joinKind, scope)
+    VERI_FIELDS(blockId, decls, stmts, joinKind, scope)
     unsigned joinKind = 0;
 };
 
@@ -1177,7 +1170,7 @@ public:
 class VeriBlockingAssign : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriBlockingAssign, BLOCKINGASSIGN);
-    VERI_FIELDS(extras, lval, control, rval, oper)
+    VERI_FIELDS(lval, control, rval, oper)
     VeriExpression* lval = nullptr;
     VeriDelayOrEventControl* control = nullptr;
     VeriExpression* rval = nullptr;
@@ -1187,7 +1180,7 @@ public:
 class VeriNonBlockingAssign : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriNonBlockingAssign, NONBLOCKINGASSIGN);
-    VERI_FIELDS(extras, lval, control, rval)
+    VERI_FIELDS(lval, control, rval)
     VeriExpression* lval = nullptr;
     VeriDelayOrEventControl* control = nullptr;
     VeriExpression* rval = nullptr;
@@ -1196,7 +1189,7 @@ public:
 class VeriConditionalStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriConditionalStatement, CONDITIONALSTATEMENT);
-    VERI_FIELDS(extras, qualifier, cond, thenStmt, elseStmt)
+    VERI_FIELDS(qualifier, cond, thenStmt, elseStmt)
     unsigned qualifier = 0; // unique, unique0, priority
     VeriExpression* cond = nullptr;
     VeriStatement* thenStmt = nullptr;
@@ -1206,7 +1199,7 @@ public:
 class VeriCaseItem : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriCaseItem, CASEITEM);
-    VERI_FIELDS(extras, conditions, stmt)
+    VERI_FIELDS(conditions, stmt)
     ArenaArray<VeriExpression*> conditions; // empty for default
     VeriStatement* stmt = nullptr;
 };
@@ -1214,7 +1207,7 @@ public:
 class VeriCaseStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriCaseStatement, CASESTATEMENT);
-    VERI_FIELDS(extras, qualifier, caseType, matches, inside, cond, items)
+    VERI_FIELDS(qualifier, caseType, matches, inside, cond, items)
     unsigned qualifier = 0;
     unsigned caseType = 0; // case, casex, casez, randcase
     bool matches = false;  // case ... matches / inside
@@ -1226,7 +1219,7 @@ public:
 class VeriFor : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriFor, FOR);
-    VERI_FIELDS(extras, inits, cond, reps, stmt, scope)
+    VERI_FIELDS(inits, cond, reps, stmt, scope)
     ArenaArray<VeriModuleItem*> inits; // declarations or assignments
     VeriExpression* cond = nullptr;
     ArenaArray<VeriStatement*> reps;
@@ -1237,7 +1230,7 @@ public:
 class VeriWhile : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriWhile, WHILE);
-    VERI_FIELDS(extras, cond, stmt)
+    VERI_FIELDS(cond, stmt)
     VeriExpression* cond = nullptr;
     VeriStatement* stmt = nullptr;
 };
@@ -1245,13 +1238,13 @@ public:
 class VeriDoWhile : public VeriWhile {
 public:
     HDL_VERI_NODE(VeriDoWhile, DOWHILE);
-    VERI_FIELDS(extras, stmt, cond)
+    VERI_FIELDS(stmt, cond)
 };
 
 class VeriRepeat : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriRepeat, REPEAT);
-    VERI_FIELDS(extras, count, stmt)
+    VERI_FIELDS(count, stmt)
     VeriExpression* count = nullptr;
     VeriStatement* stmt = nullptr;
 };
@@ -1259,14 +1252,14 @@ public:
 class VeriForever : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriForever, FOREVER);
-    VERI_FIELDS(extras, stmt)
+    VERI_FIELDS(stmt)
     VeriStatement* stmt = nullptr;
 };
 
 class VeriForeach : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriForeach, FOREACH);
-    VERI_FIELDS(extras, array, loopVars, stmt, scope)
+    VERI_FIELDS(array, loopVars, stmt, scope)
     VeriExpression* array = nullptr;
     ArenaArray<VeriIdDef*> loopVars; // null entries for skipped positions
     VeriStatement* stmt = nullptr;
@@ -1276,7 +1269,7 @@ public:
 class VeriEventControlStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriEventControlStatement, EVENTCONTROLSTATEMENT);
-    VERI_FIELDS(extras, control, stmt)
+    VERI_FIELDS(control, stmt)
     VeriDelayOrEventControl* control = nullptr;
     VeriStatement* stmt = nullptr;
 };
@@ -1284,7 +1277,7 @@ public:
 class VeriDelayControlStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriDelayControlStatement, DELAYCONTROLSTATEMENT);
-    VERI_FIELDS(extras, control, stmt)
+    VERI_FIELDS(control, stmt)
     VeriDelayOrEventControl* control = nullptr;
     VeriStatement* stmt = nullptr;
 };
@@ -1293,14 +1286,14 @@ public:
 class VeriTaskEnable : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriTaskEnable, TASKENABLE);
-    VERI_FIELDS(extras, call)
+    VERI_FIELDS(call)
     VeriExpression* call = nullptr; // name or VeriFunctionCall
 };
 
 class VeriSystemTaskEnable : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriSystemTaskEnable, SYSTEMTASKENABLE);
-    VERI_FIELDS(extras, name, args)
+    VERI_FIELDS(name, args)
     Symbol name;
     ArenaArray<VeriExpression*> args;
 };
@@ -1309,7 +1302,7 @@ public:
 class VeriJumpStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriJumpStatement, JUMPSTATEMENT);
-    VERI_FIELDS(extras, kind, expr)
+    VERI_FIELDS(kind, expr)
     unsigned kind = 0;
     VeriExpression* expr = nullptr;
 };
@@ -1317,14 +1310,14 @@ public:
 class VeriNullStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriNullStatement, NULLSTATEMENT);
-    VERI_FIELDS(extras)
+    VERI_FIELDS()
 };
 
 // wait (cond) stmt, wait fork
 class VeriWait : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriWait, WAIT);
-    VERI_FIELDS(extras, cond, stmt, fork)
+    VERI_FIELDS(cond, stmt, fork)
     VeriExpression* cond = nullptr;
     VeriStatement* stmt = nullptr;
     bool fork = false;
@@ -1333,7 +1326,7 @@ public:
 class VeriDisable : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriDisable, DISABLE);
-    VERI_FIELDS(extras, target)
+    VERI_FIELDS(target)
     VeriExpression* target = nullptr; // null for `disable fork`
 };
 
@@ -1341,7 +1334,7 @@ public:
 class VeriEventTrigger : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriEventTrigger, EVENTTRIGGER);
-    VERI_FIELDS(extras, control, event)
+    VERI_FIELDS(control, event)
     VeriExpression* event = nullptr;
     VeriDelayOrEventControl* control = nullptr;
 };
@@ -1350,27 +1343,27 @@ public:
 class VeriAssign : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriAssign, ASSIGN);
-    VERI_FIELDS(extras, assign)
+    VERI_FIELDS(assign)
     VeriNetRegAssign* assign = nullptr;
 };
 
 class VeriDeAssign : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriDeAssign, DEASSIGN);
-    VERI_FIELDS(extras, lval)
+    VERI_FIELDS(lval)
     VeriExpression* lval = nullptr;
 };
 
 class VeriForce : public VeriAssign {
 public:
     HDL_VERI_NODE(VeriForce, FORCE);
-    VERI_FIELDS(extras, assign)
+    VERI_FIELDS(assign)
 };
 
 class VeriRelease : public VeriDeAssign {
 public:
     HDL_VERI_NODE(VeriRelease, RELEASE);
-    VERI_FIELDS(extras, lval)
+    VERI_FIELDS(lval)
 };
 
 // assert/assume/cover/restrict/expect, immediate or concurrent; the property text is
@@ -1378,7 +1371,7 @@ public:
 class VeriAssertion : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriAssertion, ASSERTION);
-    VERI_FIELDS(extras, kind, concurrent, expr, thenStmt, elseStmt)
+    VERI_FIELDS(kind, concurrent, expr, thenStmt, elseStmt)
     unsigned kind = 0;
     bool concurrent = false;
     VeriExpression* expr = nullptr; // immediate assertions only
