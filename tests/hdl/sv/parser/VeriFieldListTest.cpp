@@ -19,6 +19,7 @@
 #include "hdl/base/TreeCopier.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/sv/VeriParser.h"
+#include "hdl/sv/VeriTokens.h"
 #include "hdl/sv/VeriVisitor.h"
 
 using namespace hdl;
@@ -300,6 +301,51 @@ TEST(VeriTreeCopy, ACopyChangesApartFromItsOriginal) {
     rhs->name = Symbol::Intern("a");
     rhs->id = nullptr; // resolved in the original, not in the copy
     EXPECT_FALSE(copy->IsEqual(m));
+    veri_file::Reset();
+}
+
+// Attributes, qualifiers and labels live apart from the nodes; a copy has its own.
+TEST(VeriTreeCopy, ACopyHasAttributesLabelsAndQualifiersOfItsOwn) {
+    MsgCallBack previous = Message::GetCallBackMsg();
+    Message::RegisterCallBackMsg(countErrors);
+    veri_file::Reset();
+    ASSERT_TRUE(veri_file::AnalyzeText("module m;\n"
+                                       "  (* keep = 1 *) logic a;\n"
+                                       "  initial begin l1: a = 1; end\n"
+                                       "  class C; rand int x; endclass\n"
+                                       "endmodule\n",
+                                       "m.sv"));
+    Message::RegisterCallBackMsg(previous);
+    VeriModule* m = veri_file::GetModule("m");
+    Arena arena;
+    auto* copy = static_cast<VeriModule*>(m->Copy(arena));
+    ASSERT_TRUE(copy->IsEqual(m));
+    ASSERT_EQ(copy->items.Size(), 3u);
+    VeriAttribute original = m->items[0]->GetAttributes().At(0);
+    VeriAttribute copied = copy->items[0]->GetAttributes().At(0);
+    EXPECT_EQ(copied.name, "keep");
+    ASSERT_NE(copied.value, nullptr);
+    EXPECT_NE(copied.value, original.value);
+    auto statementOf = [](VeriModule* unit) {
+        auto* block = static_cast<VeriSeqBlock*>(static_cast<VeriInitialConstruct*>(unit->items[1])->stmt);
+        return block->stmts[0];
+    };
+    VeriLabelId* label = statementOf(copy)->GetLabel();
+    ASSERT_NE(label, nullptr);
+    EXPECT_NE(label, statementOf(m)->GetLabel());
+    EXPECT_EQ(label->declaration, statementOf(copy)); // the back-link follows the copy
+    auto* cls = static_cast<VeriClass*>(copy->items[2]);
+    EXPECT_EQ(cls->items[0]->GetQualifiers().At(0), unsigned(VT_RAND));
+    // The walk reaches the label first, before the statement's own children.
+    struct Labels : VeriVisitor {
+        void Visit(VeriLabelId& id) override { names.emplace_back(id.Name()); }
+        std::vector<std::string> names;
+    } labels;
+    labels.TraverseNode(copy);
+    EXPECT_EQ(labels.names, std::vector<std::string>{"l1"});
+    copy->items[0]->SetAttributes(ArenaArray<VeriAttribute>());
+    EXPECT_FALSE(copy->IsEqual(m));
+    EXPECT_EQ(m->items[0]->GetAttributes().Size(), 1u);
     veri_file::Reset();
 }
 
