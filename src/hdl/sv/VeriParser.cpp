@@ -144,10 +144,7 @@ void VeriParser::Impl::syntaxError(const VeriToken& t, const char* expected) {
 
 void VeriParser::Impl::finish(VeriTreeNode* node) {
     if (!node) return;
-    ColLineFile where = node->Linefile();
-    where.rightLine = prev.line & 0x7fffffffu;
-    where.rightCol = (prev.col + uint32_t(prev.text.size())) & 0x7fffffffu;
-    node->SetLinefile(where);
+    node->loc.SetEnd(prev.line & 0x7fffffffu, (prev.col + uint32_t(prev.text.size())) & 0x7fffffffu);
 }
 
 namespace {

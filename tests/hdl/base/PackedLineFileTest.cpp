@@ -42,6 +42,18 @@ TEST(PackedLineFileTest, PositionsComeBackWholeInsideAndPastThePackedLimits) {
     }
 }
 
+TEST(PackedLineFileTest, MovingTheEndKeepsTheStartWhereverTheEndFalls) {
+    PackedLineFile packed(ColLineFile(4, 100, 7, 100, 7));
+    packed.SetMark(true);
+    packed.SetEnd(120, 30);
+    expectSame(packed.Unpack(), ColLineFile(4, 100, 7, 120, 30));
+    packed.SetEnd(400, 2); // 300 lines: on the side
+    expectSame(packed.Unpack(), ColLineFile(4, 100, 7, 400, 2));
+    packed.SetEnd(101, 5000); // still on the side
+    expectSame(packed.Unpack(), ColLineFile(4, 100, 7, 101, 5000));
+    EXPECT_TRUE(packed.Marked());
+}
+
 TEST(PackedLineFileTest, TheMarkSurvivesNewPositionsAndCopiesKeepTheirOwn) {
     PackedLineFile packed(ColLineFile(1, 2, 3, 2, 8));
     EXPECT_FALSE(packed.Marked());
