@@ -11,6 +11,8 @@ std::vector<ColLineFile>& wide() {
 }
 } // namespace
 
+void PackedLineFile::ForgetAllOnTheSide() { wide().clear(); }
+
 ColLineFile PackedLineFile::Unpack() const {
     if (file_ & kOnTheSide) return wide()[rest_];
     uint32_t leftLine = LeftLine();

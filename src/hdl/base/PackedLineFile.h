@@ -42,6 +42,8 @@ public:
         loc.rightCol = col;
         Set(loc);
     }
+    // Forgets the positions kept on the side; only when no packed position is used any more.
+    static void ForgetAllOnTheSide();
     uint32_t FileId() const { return file_ & ~kOnTheSide; }
     uint32_t LeftLine() const { return line_ & ~kMark; }
     bool Marked() const { return line_ & kMark; }

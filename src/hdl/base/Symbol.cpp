@@ -1,6 +1,7 @@
 #include "hdl/base/Symbol.h"
 
 #include <functional>
+#include <memory>
 #include <vector>
 
 #include "hdl/base/Arena.h"
@@ -11,7 +12,7 @@ namespace {
 
 // The texts by id (0 is the empty text) and an open-addressing index of them.
 struct SymbolTable {
-    Arena chars{256 * 1024};
+    std::unique_ptr<Arena> chars = std::make_unique<Arena>(256 * 1024);
     std::vector<std::string_view> texts{std::string_view()};
     std::vector<uint32_t> slots = std::vector<uint32_t>(1024, 0); // ids; 0 is free
 
@@ -58,10 +59,15 @@ Symbol Symbol::Intern(std::string_view text) {
         slot = t.slotOf(text);
     }
     uint32_t id = uint32_t(t.texts.size());
-    t.texts.push_back(t.chars.copy(text));
+    t.texts.push_back(t.chars->copy(text));
     texts_ = t.texts.data();
     t.slots[slot] = id;
     return Symbol(id);
+}
+
+void Symbol::ForgetAll() {
+    table() = SymbolTable();
+    texts_ = kEmpty;
 }
 
 Symbol Symbol::Find(std::string_view text) {

@@ -17,6 +17,9 @@ public:
     static Symbol Intern(std::string_view text);
     // The symbol of a text interned before, else the empty symbol; interns nothing.
     static Symbol Find(std::string_view text);
+    // Forgets every text, so that a process that analyses again and again (tests, fuzzing)
+    // does not grow; only when no symbol is held any more.
+    static void ForgetAll();
 
     std::string_view Text() const { return texts_[id_]; }
     operator std::string_view() const { return Text(); }

@@ -180,6 +180,7 @@ void veri_file::Reset() {
     State& s = state();
     s.libraries.clear();
     s.owned.clear();
+    VeriTreeNode::ForgetAllTrees();
     s.includeDirs.clear();
     s.defines.clear();
     s.lOptions.clear();

@@ -153,6 +153,12 @@ std::unordered_map<const VeriTreeNode*, VeriNodeExtras>& extrasTable() {
 }
 } // namespace
 
+void VeriTreeNode::ForgetAllTrees() {
+    extrasTable().clear();
+    PackedLineFile::ForgetAllOnTheSide();
+    Symbol::ForgetAll();
+}
+
 const VeriNodeExtras* VeriTreeNode::Extras() const { return loc.Marked() ? &extrasTable()[this] : nullptr; }
 
 VeriNodeExtras& VeriTreeNode::MutableExtras() {

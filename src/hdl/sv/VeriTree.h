@@ -189,6 +189,10 @@ public:
 
     PackedLineFile loc; // marked when the node has extras
 
+    // Forgets what the trees keep outside their nodes (extras, wide positions, names),
+    // once no tree is left.
+    static void ForgetAllTrees();
+
 protected:
     friend struct VeriTreeTraits;
     const VeriNodeExtras* Extras() const;

@@ -93,3 +93,12 @@ TEST(SymbolTest, FindDoesNotInternAndTextsOutliveTheTableGrowing) {
     EXPECT_EQ(first.Text(), "first_of_many");
     EXPECT_EQ(text.data(), first.Text().data()); // texts never move
 }
+
+TEST(SymbolTest, ForgettingStartsTheTableAfresh) {
+    Symbol::Intern("kept_until_forgotten");
+    Symbol::ForgetAll();
+    EXPECT_TRUE(Symbol::Find("kept_until_forgotten").empty());
+    Symbol again = Symbol::Intern("kept_until_forgotten");
+    EXPECT_EQ(again.Text(), "kept_until_forgotten");
+    EXPECT_EQ(Symbol::Intern("kept_until_forgotten"), again);
+}
