@@ -211,9 +211,9 @@ int main(int argc, char** argv) {
     for (hdl::VeriLibrary* library : hdl::veri_file::AllLibraries()) {
         for (hdl::VeriModule* m : library->AllModules()) {
             if (units) {
-                const char* file = hdl::LineFile::GetFileNameFromId(m->loc.fileId);
+                const char* file = hdl::LineFile::GetFileNameFromId(m->Linefile().fileId);
                 std::printf("unit\t%s\t%s\t%.*s\t%s\t%u\n", library->GetName().c_str(), unitKind(*m),
-                            int(m->Name().size()), m->Name().data(), file ? file : "", m->loc.leftLine);
+                            int(m->Name().size()), m->Name().data(), file ? file : "", m->Linefile().leftLine);
             }
             if (tree) hdl::VeriPrettyPrinter::print(*m, std::cout);
         }

@@ -1,4 +1,5 @@
-// Feeds arbitrary bytes through preprocessing, parsing, name resolution and printing.
+// Feeds arbitrary bytes through preprocessing, parsing, name resolution, copying and
+// printing. A copy that differs from its original traps.
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
@@ -19,8 +20,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string text(reinterpret_cast<const char*>(data), size);
     hdl::veri_file::AnalyzeText(text, "fuzz.sv");
     std::ostringstream sink;
+    hdl::Arena copies;
     for (hdl::VeriLibrary* lib : hdl::veri_file::AllLibraries()) {
-        for (hdl::VeriModule* m : lib->AllModules()) hdl::VeriPrettyPrinter::print(*m, sink);
+        for (hdl::VeriModule* m : lib->AllModules()) {
+            hdl::VeriPrettyPrinter::print(*m, sink);
+            if (!m->Copy(copies)->IsEqual(m)) __builtin_trap();
+        }
     }
     return 0;
 }

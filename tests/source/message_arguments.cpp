@@ -4,9 +4,9 @@
 
 void tell(const char* path) {
 #if defined(FITS)
-    hdl::Message::Tell<hdl::veri_msg::IncludeLimits>(nullptr, path, sizeof path, sizeof path);
+    hdl::Message::Tell<hdl::veri_msg::IncludeLimits>(nullptr, path, unsigned(sizeof path), unsigned(sizeof path));
 #elif defined(MISFITS)
-    // One size too few for "'%s' is not read: ... (%zu deep, %zu in all)".
-    hdl::Message::Tell<hdl::veri_msg::IncludeLimits>(nullptr, path, sizeof path);
+    // One size too few for "'%s' is not read: ... (%u deep, %u in all)".
+    hdl::Message::Tell<hdl::veri_msg::IncludeLimits>(nullptr, path, unsigned(sizeof path));
 #endif
 }

@@ -13,10 +13,16 @@
 //   - a plain value (numbers, flags, names), compared with ==;
 //   - a field type with a CustomField specialisation, which says itself what to do.
 //
-// A tree supplies its traits: the node base, the visitor, and how the visitor enters a
-// child:
+// A tree supplies its traits: the node base, the visitor, how the visitor enters a child,
+// and what to do with what the tree keeps of a node outside its fields (its extras: for
+// the Verilog tree, the rare attributes, qualifiers and labels), which every operation
+// takes first:
 //   struct Traits { using Node = ...; using Visitor = ...;
-//                   static void Traverse(Visitor&, Node*); };
+//                   static void Traverse(Visitor&, Node*);
+//                   static void WalkExtras(Visitor&, const Node&);
+//                   static bool EqualExtras(const Node&, const Node&);
+//                   static void CloneExtras(TreeCopier&, const Node& original, Node& copy);
+//                   static void RemapExtras(TreeCopier&, Node&); };
 // and its node base declares, as pure virtual functions, the operations that
 // HDL_TREE_FIELDS defines: VisitChildren, EqualFields, CloneNode, RemapLinks.
 #pragma once
@@ -25,7 +31,6 @@
 #include <tuple>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 #include "hdl/base/ArenaArray.h"
 #include "hdl/base/TreeCopier.h"
@@ -150,12 +155,19 @@ void RemapAll(TreeCopier& c, Tuple fields) {
     std::apply([&](auto&... f) { (Remap<Tr>(c, f), ...); }, fields);
 }
 
+// Whether a node class has a field list of its own (see HDL_TREE_FIELDS).
+template <class T, class = void>
+struct OwnsFieldList : std::false_type {};
+template <class T>
+struct OwnsFieldList<T, std::void_t<typename T::FieldListOwner>> : std::is_same<typename T::FieldListOwner, T> {};
+
 // The first pass of a copy for one node: a shallow copy whose children are cloned.
 template <class Tr, class Self>
 typename Tr::Node* CloneOne(TreeCopier& c, const Self& original) {
     Self* copy = c.arena().template make<Self>(original);
     c.Record(&original, copy);
-    std::apply([&](auto&... f) { (Clone<Tr>(c, f), ...); }, copy->Fields());
+    Tr::CloneExtras(c, original, *copy);
+    std::apply([&](auto&&... f) { (Clone<Tr>(c, f), ...); }, copy->Fields());
     return copy;
 }
 
@@ -173,16 +185,26 @@ Node* CopyTree(TreeCopier& c, const Node* root) {
 #define HDL_LINK(field) ::hdl::tree::MakeLink(field)
 
 // Inside a node class that names itself `SelfType`: its field list and the operations
-// that follow it, for the tree whose traits are `Traits`.
+// that follow it, for the tree whose traits are `Traits`. A derived class that inherited
+// its base's list would copy itself as its base: `FieldListOwner` lets a tree check, for
+// each of its classes, that the class has its own list.
 #define HDL_TREE_FIELDS(Traits, ...)                                                               \
+    using FieldListOwner = SelfType;                                                               \
     auto Fields() { return ::hdl::tree::Tie(__VA_ARGS__); }                                        \
-    void VisitChildren(Traits::Visitor& v) override { ::hdl::tree::WalkAll<Traits>(v, Fields()); } \
+    void VisitChildren(Traits::Visitor& v) override {                                              \
+        Traits::WalkExtras(v, *this);                                                              \
+        ::hdl::tree::WalkAll<Traits>(v, Fields());                                                 \
+    }                                                                                              \
     bool EqualFields(const Traits::Node& o) const override {                                       \
-        return ::hdl::tree::EqualAll<Traits>(                                                      \
-            const_cast<SelfType*>(this)->Fields(),                                                 \
-            const_cast<SelfType&>(static_cast<const SelfType&>(o)).Fields());                      \
+        return Traits::EqualExtras(*this, o) &&                                                    \
+               ::hdl::tree::EqualAll<Traits>(                                                      \
+                   const_cast<SelfType*>(this)->Fields(),                                          \
+                   const_cast<SelfType&>(static_cast<const SelfType&>(o)).Fields());               \
     }                                                                                              \
     Traits::Node* CloneNode(::hdl::TreeCopier& c) const override {                                 \
         return ::hdl::tree::CloneOne<Traits>(c, *this);                                            \
     }                                                                                              \
-    void RemapLinks(::hdl::TreeCopier& c) override { ::hdl::tree::RemapAll<Traits>(c, Fields()); }
+    void RemapLinks(::hdl::TreeCopier& c) override {                                               \
+        Traits::RemapExtras(c, *this);                                                             \
+        ::hdl::tree::RemapAll<Traits>(c, Fields());                                                \
+    }

@@ -84,7 +84,8 @@ bool analyze(const std::vector<Source>& sources, unsigned mode, const char* libr
         VeriModule* previous = library->AddModule(unit);
         if (!previous || unit->IsRootModule()) return;
         std::string name(unit->Name());
-        Message::Tell<veri_msg::UnitReplacesEarlier>(&unit->loc, name.c_str(), library->GetName().c_str());
+        ColLineFile where = unit->Linefile();
+        Message::Tell<veri_msg::UnitReplacesEarlier>(&where, name.c_str(), library->GetName().c_str());
         if (state().replaceCallBack) state().replaceCallBack(previous, unit);
     };
     hooks.findPackage = [library](std::string_view name) -> VeriModule* {
@@ -178,6 +179,7 @@ void veri_file::Reset() {
     State& s = state();
     s.libraries.clear();
     s.owned.clear();
+    VeriTreeNode::ForgetAllTrees();
     s.includeDirs.clear();
     s.defines.clear();
     s.lOptions.clear();

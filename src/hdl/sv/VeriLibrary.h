@@ -80,7 +80,8 @@ public:
     static VeriLibrary* GetLibrary(const char* name, bool create = false);
     // Libraries in order of creation.
     static const std::vector<VeriLibrary*>& AllLibraries();
-    // Forgets every library and setting; for tests.
+    // Forgets every library and setting, and what trees keep outside their nodes; for
+    // tests.
     static void Reset();
 };
 

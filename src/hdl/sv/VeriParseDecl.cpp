@@ -130,7 +130,7 @@ VeriDataType* VeriParser::Impl::parseDataType(bool allowImplicit) {
             take();
             t->typeName = makeRef(n);
         }
-        if (at(VT_HASH)) parseParamValues(t->paramValues);
+        if (at(VT_HASH)) t->paramValues = parseParamValues();
         if (at(VT_DOT) && isIdent(1)) {
             take();
             auto* sel = make<VeriSelectedName>(n);
@@ -162,6 +162,7 @@ VeriDataType* VeriParser::Impl::parseDataType(bool allowImplicit) {
         auto* t = make<VeriTypeRef>(start);
         take();
         VeriExpression* n = makeRef(start);
+        List<VeriExpression> params(*this);
         for (;;) {
             if (at(VT_SCOPE) && isIdent(1)) {
                 take();
@@ -177,7 +178,7 @@ VeriDataType* VeriParser::Impl::parseDataType(bool allowImplicit) {
                 finish(sc);
                 n = sc;
             } else if (at(VT_HASH) && kind(1) == VT_LPAREN) {
-                parseParamValues(t->paramValues);
+                for (VeriExpression* value : parseParamValues()) params.push(value);
             } else if (at(VT_DOT) && isIdent(1) && isIdent(2)) {
                 take();
                 auto* sel = make<VeriSelectedName>(start);
@@ -190,6 +191,7 @@ VeriDataType* VeriParser::Impl::parseDataType(bool allowImplicit) {
             }
         }
         t->typeName = n;
+        t->paramValues = params.freeze();
         t->dimensions = parseDimensions();
         finish(t);
         return t;
@@ -211,9 +213,10 @@ VeriDataType* VeriParser::Impl::parseStructUnion() {
     if (accept(VT_TAGGED)) s->tagged = true;
     if (accept(VT_PACKED)) s->packed = true;
     if (at(VT_SIGNED) || at(VT_UNSIGNED)) s->signing = take().kind;
-    VeriScope* upper = pushScope(s);
+    ScopeMark upper = pushScope(s);
     s->scope = scope;
     if (expect(VT_LBRACE)) {
+        List<VeriDataDecl> members(*this);
         while (!at(VT_RBRACE) && !atEof()) {
             VeriToken mstart = peek();
             std::vector<VeriAttribute> attrs;
@@ -221,12 +224,14 @@ VeriDataType* VeriParser::Impl::parseStructUnion() {
             std::vector<unsigned> quals;
             while (at(VT_RAND) || at(VT_RANDC)) quals.push_back(take().kind);
             VeriDataDecl* member = parseDataDecl(mstart, 0, 0, false, quals);
+            attach(member, attrs);
             if (!member) {
                 recoverItem();
                 continue;
             }
-            s->members.push_back(member);
+            members.push(member);
         }
+        s->members = members.freeze();
         expect(VT_RBRACE);
     }
     popScope(upper);
@@ -250,6 +255,7 @@ VeriDataType* VeriParser::Impl::parseEnum() {
         e->baseType = parseDataType(true);
     }
     if (expect(VT_LBRACE)) {
+        List<VeriParamId> literals(*this);
         while (!at(VT_RBRACE) && !atEof()) {
             VeriToken n = peek();
             auto* lit = make<VeriParamId>(n);
@@ -261,9 +267,10 @@ VeriDataType* VeriParser::Impl::parseEnum() {
             if (accept(VT_EQ)) lit->initialValue = parseExpression();
             finish(lit);
             declare(lit);
-            e->literals.push_back(lit);
+            literals.push(lit);
             if (!accept(VT_COMMA)) break;
         }
+        e->literals = literals.freeze();
         expect(VT_RBRACE);
     }
     e->dimensions = parseDimensions();
@@ -272,11 +279,13 @@ VeriDataType* VeriParser::Impl::parseEnum() {
 }
 
 void VeriParser::Impl::parseDeclarators(VeriDataDecl* decl) {
+    List<VeriIdDef> ids(*this);
     for (;;) {
         VeriToken n = peek();
         if (!isIdent()) {
             syntaxError(n, "an identifier");
             recoverItem();
+            decl->ids = ids.freeze();
             return;
         }
         take();
@@ -289,15 +298,16 @@ void VeriParser::Impl::parseDeclarators(VeriDataDecl* decl) {
         if (accept(VT_EQ)) var->initialValue = parseExpression();
         finish(var);
         declare(var);
-        decl->ids.push_back(var);
+        ids.push(var);
         if (!accept(VT_COMMA)) break;
     }
+    decl->ids = ids.freeze();
     expect(VT_SEMI);
     finish(decl);
 }
 
 VeriDataDecl* VeriParser::Impl::parseDataDecl(const VeriToken& start, unsigned dir, unsigned declKind, bool netDecl,
-                                              std::vector<unsigned> qualifiers) {
+                                              const std::vector<unsigned>& qualifiers) {
     VeriDataDecl* decl;
     if (netDecl) {
         auto* net = make<VeriNetDecl>(start);
@@ -306,19 +316,17 @@ VeriDataDecl* VeriParser::Impl::parseDataDecl(const VeriToken& start, unsigned d
         if (at(VT_VECTORED) || at(VT_SCALARED)) net->vectoring = take().kind;
         net->dir = dir;
         net->dataType = parseDataType(true);
-        if (at(VT_HASH)) {
-            VeriDelayOrEventControl* d = parseDelay();
-            net->delays = d->delays;
-        }
+        if (accept(VT_HASH)) net->delays = parseDelayValues();
         decl = net;
     } else {
+        VeriDataType* type = parseDataType(true);
+        if (!type && !dir && !declKind) return nullptr;
         decl = make<VeriDataDecl>(start);
         decl->kind = declKind;
         decl->dir = dir;
-        decl->dataType = parseDataType(true);
-        if (!decl->dataType && !dir && !declKind) return nullptr;
+        decl->dataType = type;
     }
-    decl->qualifiers = std::move(qualifiers);
+    decl->SetQualifiers(freeze(qualifiers));
     parseDeclarators(decl);
     return decl;
 }
@@ -353,10 +361,10 @@ VeriModuleItem* VeriParser::Impl::parseTypedef(const VeriToken& start) {
     id->name = takeName();
     id->dataType = decl->dataType;
     id->declaration = decl;
-    if (at(VT_LBRACKET)) parseDimensions();
+    id->dimensions = parseDimensions();
     finish(id);
     declare(id);
-    decl->ids.push_back(id);
+    decl->ids = single<VeriIdDef>(id);
     expect(VT_SEMI);
     finish(decl);
     return decl;
@@ -367,6 +375,7 @@ VeriDataDecl* VeriParser::Impl::parseParamDecl(const VeriToken& start, unsigned 
     decl->kind = declKind;
     bool isType = accept(VT_TYPE);
     if (!isType) decl->dataType = parseDataType(true);
+    List<VeriIdDef> ids(*this);
     for (;;) {
         VeriToken n = peek();
         if (!isIdent()) {
@@ -386,7 +395,7 @@ VeriDataDecl* VeriParser::Impl::parseParamDecl(const VeriToken& start, unsigned 
         else if (!isType && prev.kind == VT_EQ) p->initialValue = parseMinTypMax();
         finish(p);
         declare(p);
-        decl->ids.push_back(p);
+        ids.push(p);
         if (!at(VT_COMMA)) break;
         // In a #(...) list only a bare name after the comma continues this declaration.
         if (inPortList && !(isIdent(1) && (kind(2) == VT_EQ || kind(2) == VT_COMMA || kind(2) == VT_RPAREN ||
@@ -394,6 +403,7 @@ VeriDataDecl* VeriParser::Impl::parseParamDecl(const VeriToken& start, unsigned 
             break;
         take();
     }
+    decl->ids = ids.freeze();
     if (!inPortList) expect(VT_SEMI);
     finish(decl);
     return decl;
@@ -408,7 +418,7 @@ void VeriParser::Impl::parseAttributes(std::vector<VeriAttribute>& out) {
                 syntaxError(peek(), "an attribute name");
                 break;
             }
-            a.name = copy(take().text);
+            a.name = Symbol::Intern(take().text);
             if (accept(VT_EQ)) a.value = parseExpression();
             out.push_back(a);
             if (!accept(VT_COMMA)) break;
@@ -451,6 +461,7 @@ VeriModuleItem* VeriParser::Impl::parseDeclarationItem() {
         take();
         auto* decl = make<VeriDataDecl>(start);
         decl->kind = VT_GENVAR;
+        List<VeriIdDef> ids(*this);
         for (;;) {
             VeriToken n = peek();
             auto* g = make<VeriGenVarId>(n);
@@ -458,9 +469,10 @@ VeriModuleItem* VeriParser::Impl::parseDeclarationItem() {
             g->declaration = decl;
             finish(g);
             declare(g);
-            decl->ids.push_back(g);
+            ids.push(g);
             if (!accept(VT_COMMA)) break;
         }
+        decl->ids = ids.freeze();
         expect(VT_SEMI);
         finish(decl);
         return decl;
@@ -491,7 +503,7 @@ VeriModuleItem* VeriParser::Impl::parseDeclarationItem() {
         // `var x;` `const x = 1;`
         d = make<VeriDataDecl>(start);
         d->kind = declKind;
-        d->qualifiers = quals;
+        d->SetQualifiers(freeze(quals));
         parseDeclarators(d);
     }
     return d;
@@ -500,6 +512,8 @@ VeriModuleItem* VeriParser::Impl::parseDeclarationItem() {
 void VeriParser::Impl::parseSubprogramPorts(VeriFunctionDecl* f) {
     // after '('
     VeriAnsiPortDecl* last = nullptr;
+    List<VeriTreeNode> ports(*this);
+    List<VeriIdDef> ids(*this); // of `last`
     unsigned dir = VT_INPUT;
     while (!at(VT_RPAREN) && !atEof()) {
         VeriToken start = peek();
@@ -515,15 +529,18 @@ void VeriParser::Impl::parseSubprogramPorts(VeriFunctionDecl* f) {
         VeriDataType* type = nullptr;
         if (!(isIdent() && !declarationAhead(0))) type = parseDataType(true);
         if (type) fresh = true;
-        if (fresh || !last) {
+        bool created = fresh || !last;
+        if (created) {
+            if (last) last->ids = ids.freeze();
+            ids.clear();
             last = make<VeriAnsiPortDecl>(start);
             last->dir = dir;
             last->dataType = type;
-            last->attributes = std::move(attrs);
-            f->ports.push_back(last);
+            ports.push(last);
         }
         VeriToken n = peek();
         auto* var = make<VeriVariable>(n);
+        attach(created ? static_cast<VeriTreeNode*>(last) : var, attrs);
         var->name = takeName();
         var->dir = last->dir;
         var->dataType = last->dataType;
@@ -532,10 +549,12 @@ void VeriParser::Impl::parseSubprogramPorts(VeriFunctionDecl* f) {
         if (accept(VT_EQ)) var->initialValue = parseExpression();
         finish(var);
         declare(var);
-        last->ids.push_back(var);
+        ids.push(var);
         finish(last);
         if (!accept(VT_COMMA)) break;
     }
+    if (last) last->ids = ids.freeze();
+    f->ports = ports.freeze();
     expect(VT_RPAREN);
 }
 
@@ -559,13 +578,13 @@ VeriFunctionDecl* VeriParser::Impl::parseSubprogram(const VeriToken& start, bool
         n = peek();
     }
     VeriIdDef* id = isTask ? static_cast<VeriIdDef*>(make<VeriTaskId>(n)) : make<VeriFunctionId>(n);
-    if (at(VT_NEW)) id->name = copy(take().text);
+    if (at(VT_NEW)) id->name = Symbol::Intern(take().text);
     else id->name = takeName();
     id->declaration = f;
     finish(id);
     f->id = id;
     if (!f->prefix) declare(id);
-    VeriScope* upper = pushScope(f);
+    ScopeMark upper = pushScope(f);
     f->scope = scope;
     id->scope = scope;
     if (accept(VT_LPAREN)) parseSubprogramPorts(f);
@@ -576,24 +595,29 @@ VeriFunctionDecl* VeriParser::Impl::parseSubprogram(const VeriToken& start, bool
         return f;
     }
     unsigned endKind = isTask ? VT_ENDTASK : VT_ENDFUNCTION;
+    List<VeriModuleItem> decls(*this);
+    List<VeriStatement> stmts(*this);
     while (!at(endKind) && !atEof()) {
         if (atUnitEnd()) break;
         std::vector<VeriAttribute> attrs;
         parseAttributes(attrs);
         if (VeriModuleItem* d = parseDeclarationItem()) {
-            d->attributes = std::move(attrs);
-            f->decls.push_back(d);
+            attach(d, attrs);
+            decls.push(d);
             continue;
         }
         if (at(VT_IMPORT)) {
-            f->decls.push_back(parseImportExport(take(), false));
+            VeriModuleItem* imp = parseImportExport(take(), false);
+            attach(imp, attrs);
+            decls.push(imp);
             continue;
         }
-        if (VeriStatement* s = parseStatement()) {
-            s->attributes = std::move(attrs);
-            f->stmts.push_back(s);
-        }
+        VeriStatement* s = parseStatement();
+        attach(s, attrs);
+        if (s) stmts.push(s);
     }
+    f->decls = decls.freeze();
+    f->stmts = stmts.freeze();
     expect(endKind);
     skipEndLabel();
     popScope(upper);

@@ -95,15 +95,17 @@ VeriExpression* VeriParser::Impl::parseBinary(int minPrec) {
             // inside { items } / dist { item := w, ... }
             auto* set = make<VeriConcat>(peek());
             if (expect(VT_LBRACE)) {
+                List<VeriExpression> items(*this);
                 while (!at(VT_RBRACE) && !atEof()) {
                     VeriExpression* item = parseRangeOrExpression();
                     if (op == VT_DIST && (at(VT_COLON_EQ) || at(VT_COLON_SLASH))) {
                         take();
-                        parseExpression(); // the weight
+                        dropped(parseExpression()); // the weight
                     }
-                    if (item) set->exprs.push_back(item);
+                    if (item) items.push(item);
                     if (!accept(VT_COMMA)) break;
                 }
+                set->exprs = items.freeze();
                 expect(VT_RBRACE);
             }
             finish(set);
@@ -139,7 +141,9 @@ VeriExpression* VeriParser::Impl::parseUnary() {
         auto* u = make<VeriUnaryOperator>(start);
         u->oper = start.kind;
         // Attributes may follow a unary operator.
-        if (at(VT_ATTR_OPEN)) parseAttributes(u->attributes);
+        std::vector<VeriAttribute> attrs;
+        parseAttributes(attrs);
+        attach(u, attrs);
         u->arg = parseUnary();
         finish(u);
         return u;
@@ -160,7 +164,7 @@ VeriExpression* VeriParser::Impl::parseNumber() {
             auto* c = make<VeriConstVal>(t);
             std::string joined(t.text);
             joined.append(based.text);
-            c->text = copy(joined);
+            c->text = Symbol::Intern(joined);
             c->size = uint32_t(std::strtoul(std::string(t.text).c_str(), nullptr, 10));
             finish(c);
             return c;
@@ -175,7 +179,7 @@ VeriExpression* VeriParser::Impl::parseNumber() {
     }
     case VT_BASED_NUMBER: {
         auto* c = make<VeriConstVal>(t);
-        c->text = copy(t.text);
+        c->text = Symbol::Intern(t.text);
         size_t tick = t.text.find('\'');
         if (tick != std::string_view::npos && tick > 0)
             c->size = uint32_t(std::strtoul(std::string(t.text.substr(0, tick)).c_str(), nullptr, 10));
@@ -186,7 +190,7 @@ VeriExpression* VeriParser::Impl::parseNumber() {
     }
     case VT_UNBASED_UNSIZED: {
         auto* c = make<VeriConstVal>(t);
-        c->text = copy(t.text);
+        c->text = Symbol::Intern(t.text);
         c->isUnbased = true;
         finish(c);
         return c;
@@ -202,13 +206,13 @@ VeriExpression* VeriParser::Impl::parseNumber() {
     }
     case VT_TIME_LITERAL: {
         auto* c = make<VeriTimeLiteral>(t);
-        c->text = copy(t.text);
+        c->text = Symbol::Intern(t.text);
         finish(c);
         return c;
     }
     default: {
         auto* c = make<VeriConstVal>(t);
-        c->text = copy(t.text);
+        c->text = Symbol::Intern(t.text);
         c->isString = true;
         finish(c);
         return c;
@@ -228,8 +232,8 @@ VeriExpression* VeriParser::Impl::parsePrimary() {
     case VT_SYSTEM_IDENTIFIER: {
         take();
         auto* call = make<VeriSystemFunctionCall>(start);
-        call->name = copy(start.text);
-        if (accept(VT_LPAREN)) parseCallArgs(call->args);
+        call->name = Symbol::Intern(start.text);
+        if (accept(VT_LPAREN)) call->args = parseCallArgs();
         finish(call);
         return call;
     }
@@ -259,8 +263,11 @@ VeriExpression* VeriParser::Impl::parsePrimary() {
             n->size = parseExpression();
             expect(VT_RBRACKET);
         }
-        if (accept(VT_LPAREN)) parseCallArgs(n->args);
-        else if (startsExpression(kind()) && !at(VT_LPAREN)) n->args.push_back(parseExpression()); // new obj (copy)
+        if (accept(VT_LPAREN)) {
+            n->args = parseCallArgs();
+        } else if (startsExpression(kind()) && !at(VT_LPAREN)) { // new obj (copy)
+            n->args = single(parseExpression());
+        }
         finish(n);
         return n;
     }
@@ -315,7 +322,9 @@ VeriExpression* VeriParser::Impl::parsePrimary() {
     case VT_ATTR_OPEN: {
         std::vector<VeriAttribute> attrs;
         parseAttributes(attrs);
-        return parsePrimary();
+        VeriExpression* e = parsePrimary();
+        attach(e, attrs);
+        return e;
     }
     default:
         break;
@@ -339,24 +348,24 @@ VeriExpression* VeriParser::Impl::parsePostfix(VeriExpression* e, const VeriToke
     for (;;) {
         unsigned k = kind();
         if (k == VT_LBRACKET) {
-            take();
-            VeriRange* sel = parseSelect();
-            if (auto* idx = dynamic_cast<VeriIndexedId*>(e)) {
-                auto* mem = make<VeriIndexedMemoryId>(start);
-                mem->prefix = idx->prefix;
-                mem->indexes.push_back(idx->index);
-                mem->indexes.push_back(sel);
-                finish(mem);
-                e = mem;
-            } else if (auto* mem = dynamic_cast<VeriIndexedMemoryId*>(e)) {
-                mem->indexes.push_back(sel);
-                finish(mem);
-            } else {
+            // a[i] is an indexed name, a[i][j]... one with several indexes
+            List<VeriExpression> indexes(*this);
+            while (at(VT_LBRACKET)) {
+                take();
+                indexes.push(parseSelect());
+            }
+            if (indexes.size() == 1) {
                 auto* idx = make<VeriIndexedId>(start);
                 idx->prefix = e;
-                idx->index = sel;
+                idx->index = indexes[0];
                 finish(idx);
                 e = idx;
+            } else {
+                auto* mem = make<VeriIndexedMemoryId>(start);
+                mem->prefix = e;
+                mem->indexes = indexes.freeze();
+                finish(mem);
+                e = mem;
             }
         } else if (k == VT_DOT && (isIdent(1) || kind(1) == VT_NEW || kind(1) == VT_SUPER || kind(1) == VT_THIS ||
                                    kind(1) == VT_AND || kind(1) == VT_OR || kind(1) == VT_XOR || kind(1) == VT_UNIQUE)) {
@@ -383,20 +392,19 @@ VeriExpression* VeriParser::Impl::parsePostfix(VeriExpression* e, const VeriToke
             e = sc;
         } else if (k == VT_HASH && kind(1) == VT_LPAREN && (dynamic_cast<VeriIdRef*>(e) || dynamic_cast<VeriScopeName*>(e))) {
             // class#(params)::name
-            std::vector<VeriExpression*> params;
-            parseParamValues(params);
+            ArenaArray<VeriExpression*> params = parseParamValues();
             if (at(VT_SCOPE) && (isIdent(1) || kind(1) == VT_NEW)) {
                 take();
                 auto* sc = make<VeriScopeName>(start);
                 sc->prefix = e;
-                sc->paramValues = std::move(params);
+                sc->paramValues = params;
                 sc->name = name(take());
                 finish(sc);
                 e = sc;
             } else {
                 auto* t = make<VeriTypeRef>(start);
                 t->typeName = e;
-                t->paramValues = std::move(params);
+                t->paramValues = params;
                 finish(t);
                 return t;
             }
@@ -404,7 +412,7 @@ VeriExpression* VeriParser::Impl::parsePostfix(VeriExpression* e, const VeriToke
             take();
             auto* call = make<VeriFunctionCall>(start);
             call->func = e;
-            parseCallArgs(call->args);
+            call->args = parseCallArgs();
             finish(call);
             e = call;
         } else if (k == VT_APOSTROPHE && kind(1) == VT_LPAREN) {
@@ -492,15 +500,17 @@ VeriExpression* VeriParser::Impl::parseBraces() {
         s->oper = take().kind;
         if (!at(VT_LBRACE)) s->sliceSize = parseTypeOrExpression();
         if (expect(VT_LBRACE)) {
+            List<VeriExpression> exprs(*this);
             while (!at(VT_RBRACE) && !atEof()) {
                 VeriExpression* e = parseExpression();
                 if (at(VT_WITH)) {
                     take();
                     skipBalanced();
                 }
-                if (e) s->exprs.push_back(e);
+                if (e) exprs.push(e);
                 if (!accept(VT_COMMA)) break;
             }
+            s->exprs = exprs.freeze();
             expect(VT_RBRACE);
         }
         expect(VT_RBRACE);
@@ -518,20 +528,24 @@ VeriExpression* VeriParser::Impl::parseBraces() {
         auto* m = make<VeriMultiConcat>(start);
         m->repeat = first;
         take();
+        List<VeriExpression> exprs(*this);
         while (!at(VT_RBRACE) && !atEof()) {
-            if (VeriExpression* e = parseExpression()) m->exprs.push_back(e);
+            if (VeriExpression* e = parseExpression()) exprs.push(e);
             if (!accept(VT_COMMA)) break;
         }
+        m->exprs = exprs.freeze();
         expect(VT_RBRACE);
         expect(VT_RBRACE);
         finish(m);
         return m;
     }
     auto* c = make<VeriConcat>(start);
-    if (first) c->exprs.push_back(first);
+    List<VeriExpression> exprs(*this);
+    if (first) exprs.push(first);
     while (accept(VT_COMMA)) {
-        if (VeriExpression* e = parseExpression()) c->exprs.push_back(e);
+        if (VeriExpression* e = parseExpression()) exprs.push(e);
     }
+    c->exprs = exprs.freeze();
     expect(VT_RBRACE);
     finish(c);
     return c;
@@ -546,10 +560,12 @@ VeriExpression* VeriParser::Impl::parsePattern(VeriExpression* type, const VeriT
         m->type = type;
         m->repeat = first;
         take();
+        List<VeriExpression> exprs(*this);
         while (!at(VT_RBRACE) && !atEof()) {
-            if (VeriExpression* e = parseExpression()) m->exprs.push_back(e);
+            if (VeriExpression* e = parseExpression()) exprs.push(e);
             if (!accept(VT_COMMA)) break;
         }
+        m->exprs = exprs.freeze();
         expect(VT_RBRACE);
         expect(VT_RBRACE);
         finish(m);
@@ -558,6 +574,7 @@ VeriExpression* VeriParser::Impl::parsePattern(VeriExpression* type, const VeriT
     auto* p = make<VeriAssignmentPattern>(start);
     p->type = type;
     VeriExpression* item = first;
+    List<VeriExpression> exprs(*this);
     for (;;) {
         if (item && at(VT_COLON)) {
             VeriToken colon = take();
@@ -568,10 +585,11 @@ VeriExpression* VeriParser::Impl::parsePattern(VeriExpression* type, const VeriT
             finish(keyed);
             item = keyed;
         }
-        if (item) p->exprs.push_back(item);
+        if (item) exprs.push(item);
         if (!accept(VT_COMMA)) break;
         item = parseExpression();
     }
+    p->exprs = exprs.freeze();
     expect(VT_RBRACE);
     finish(p);
     return p;
@@ -599,13 +617,19 @@ VeriExpression* VeriParser::Impl::parseTypeOrExpression() {
     return parseExpression();
 }
 
-void VeriParser::Impl::parseCallArgs(std::vector<VeriExpression*>& args) {
+ArenaArray<VeriExpression*> VeriParser::Impl::parseCallArgs() {
+    List<VeriExpression> args(*this);
+    parseCallArgs(args);
+    return args.freeze();
+}
+
+void VeriParser::Impl::parseCallArgs(List<VeriExpression>& args) {
     // after '(' : ordered, empty or .name(expr) arguments
     if (accept(VT_RPAREN)) return;
     for (;;) {
         if (at(VT_COMMA) || at(VT_RPAREN)) {
             auto* open = make<VeriPortOpen>(peek());
-            args.push_back(open);
+            args.push(open);
         } else if (at(VT_DOT) && isIdent(1)) {
             VeriToken start = take();
             auto* pc = make<VeriPortConnect>(start);
@@ -615,9 +639,9 @@ void VeriParser::Impl::parseCallArgs(std::vector<VeriExpression*>& args) {
                 expect(VT_RPAREN);
             }
             finish(pc);
-            args.push_back(pc);
+            args.push(pc);
         } else {
-            args.push_back(parseTypeOrExpression());
+            args.push(parseTypeOrExpression());
         }
         if (accept(VT_COMMA)) continue;
         expect(VT_RPAREN);
@@ -629,28 +653,33 @@ VeriDelayOrEventControl* VeriParser::Impl::parseDelay() {
     VeriToken start = take(); // # or ##
     auto* d = make<VeriDelayOrEventControl>(start);
     d->cycleDelay = start.kind == VT_CYCLE_DELAY;
+    if (at(VT_LBRACKET) && d->cycleDelay) skipBalanced();
+    else d->delays = parseDelayValues();
+    finish(d);
+    return d;
+}
+
+ArenaArray<VeriExpression*> VeriParser::Impl::parseDelayValues() {
+    List<VeriExpression> delays(*this);
     if (accept(VT_LPAREN)) {
         while (!at(VT_RPAREN) && !atEof()) {
-            d->delays.push_back(parseMinTypMax());
+            delays.push(parseMinTypMax());
             if (!accept(VT_COMMA)) break;
         }
         expect(VT_RPAREN);
-    } else if (at(VT_LBRACKET) && d->cycleDelay) {
-        skipBalanced();
-    } else {
-        VeriToken t = peek();
-        if (t.kind == VT_IDENTIFIER || t.kind == VT_ESCAPED_IDENTIFIER) {
-            take();
-            d->delays.push_back(makeRef(t));
-        } else if (t.kind == VT_DECIMAL_NUMBER || t.kind == VT_REAL_NUMBER || t.kind == VT_TIME_LITERAL ||
-                   t.kind == VT_BASED_NUMBER) {
-            d->delays.push_back(parseNumber());
-        } else {
-            d->delays.push_back(parsePrimary());
-        }
+        return delays.freeze();
     }
-    finish(d);
-    return d;
+    VeriToken t = peek();
+    if (t.kind == VT_IDENTIFIER || t.kind == VT_ESCAPED_IDENTIFIER) {
+        take();
+        delays.push(makeRef(t));
+    } else if (t.kind == VT_DECIMAL_NUMBER || t.kind == VT_REAL_NUMBER || t.kind == VT_TIME_LITERAL ||
+               t.kind == VT_BASED_NUMBER) {
+        delays.push(parseNumber());
+    } else {
+        delays.push(parsePrimary());
+    }
+    return delays.freeze();
 }
 
 VeriExpression* VeriParser::Impl::parseEventExpression() {
@@ -674,10 +703,12 @@ VeriDelayOrEventControl* VeriParser::Impl::parseEventControl() {
             take();
             d->implicitEvent = true;
         } else {
+            List<VeriExpression> events(*this);
             while (!atEof()) {
-                d->events.push_back(parseEventExpression());
+                events.push(parseEventExpression());
                 if (!accept(VT_OR) && !accept(VT_COMMA)) break;
             }
+            d->events = events.freeze();
         }
         expect(VT_RPAREN);
     } else {
@@ -685,7 +716,7 @@ VeriDelayOrEventControl* VeriParser::Impl::parseEventControl() {
         VeriToken t = peek();
         if (isIdent()) {
             take();
-            d->events.push_back(parsePostfix(makeRef(t), t));
+            d->events = single(parsePostfix(makeRef(t), t));
         } else {
             syntaxError(t, "an event");
         }
@@ -694,13 +725,10 @@ VeriDelayOrEventControl* VeriParser::Impl::parseEventControl() {
     return d;
 }
 
-void VeriParser::Impl::parseParamValues(std::vector<VeriExpression*>& values) {
+ArenaArray<VeriExpression*> VeriParser::Impl::parseParamValues() {
     take(); // #
-    if (accept(VT_LPAREN)) {
-        parseCallArgs(values);
-        return;
-    }
-    values.push_back(parsePrimary());
+    if (accept(VT_LPAREN)) return parseCallArgs();
+    return single(parsePrimary());
 }
 
 VeriExpression* VeriParser::Impl::parseLValue() {

@@ -39,6 +39,7 @@ bool VeriParser::Impl::isGate(unsigned k) {
 }
 
 void VeriParser::Impl::parseSourceText() {
+    List<VeriModuleItem> unitItems(*this);
     while (!atEof()) {
         VeriToken start = peek();
         std::vector<VeriAttribute> attrs;
@@ -68,14 +69,15 @@ void VeriParser::Impl::parseSourceText() {
             take();
             continue;
         }
-        if (VeriModuleItem* item = parseItem(VT_EOF)) {
-            item->attributes = std::move(attrs);
-            unitScopeOwner->items.push_back(item);
-        }
+        VeriModuleItem* item = parseItem(VT_EOF);
+        attach(item, attrs);
+        if (item) unitItems.push(item);
         bailing = false;
     }
+    unitScopeOwner->items = unitItems.freeze();
     resolvePending();
-    if (!unitScopeOwner->items.empty() && hooks.onUnit) hooks.onUnit(unitScopeOwner);
+    if (!unitScopeOwner->items.Empty() && hooks.onUnit) hooks.onUnit(unitScopeOwner);
+    else dropped(unitScopeOwner);
 }
 
 VeriModule* VeriParser::Impl::parseUnit(const VeriToken& start, std::vector<VeriAttribute> attrs) {
@@ -91,24 +93,26 @@ VeriModule* VeriParser::Impl::parseUnit(const VeriToken& start, std::vector<Veri
     case VT_CHECKER: m = make<VeriChecker>(start); id = make<VeriCheckerId>(n); break;
     default: m = make<VeriModule>(start); id = make<VeriModuleId>(n); break;
     }
-    m->attributes = std::move(attrs);
+    attach(m, attrs);
     if (kw.kind == VT_MACROMODULE) m->flags |= VERI_UNIT_MACROMODULE;
     if (pp.cellDefine()) m->flags |= VERI_UNIT_CELLDEFINE;
     m->defaultNettype = copy(pp.defaultNettype());
     if (pp.timescale().set) m->timeUnit = copy(pp.timescale().unit);
     if (at(VT_AUTOMATIC) || at(VT_STATIC)) m->lifetime = take().kind;
     n = peek();
-    id->loc = ColLineFile(n.fileId, n.line, n.col);
+    id->SetLinefile(ColLineFile(n.fileId, n.line, n.col));
     id->name = takeName();
     id->declaration = m;
     finish(id);
     m->id = id;
-    VeriScope* upper = pushScope(m);
+    ScopeMark upper = pushScope(m);
     m->scope = scope;
     id->scope = scope;
     unsigned endKind = unitEndKind(kw.kind);
-    parseUnitHeader(m);
-    parseItems(m->items, endKind);
+    List<VeriModuleItem> items(*this);
+    parseUnitHeader(m, items);
+    parseItems(items, endKind);
+    m->items = items.freeze();
     if (!expect(endKind)) {
         // Resynchronise on the next end of unit.
         while (!atEof() && !at(endKind) && !at(VT_MODULE) && !at(VT_INTERFACE) && !at(VT_PACKAGE)) take();
@@ -120,14 +124,22 @@ VeriModule* VeriParser::Impl::parseUnit(const VeriToken& start, std::vector<Veri
     return m;
 }
 
-void VeriParser::Impl::parseUnitHeader(VeriModule* m) {
-    while (at(VT_IMPORT)) m->items.push_back(parseImportExport(take(), false));
-    if (at(VT_HASH)) parseParameterPortList(m);
-    if (at(VT_LPAREN)) parsePortList(m);
+void VeriParser::Impl::parseUnitHeader(VeriModule* m, List<VeriModuleItem>& items) {
+    while (at(VT_IMPORT)) items.push(parseImportExport(take(), false));
+    if (at(VT_HASH)) {
+        List<VeriTreeNode> parameters(*this);
+        parseParameterPortList(parameters);
+        m->parameters = parameters.freeze();
+    }
+    if (at(VT_LPAREN)) {
+        List<VeriTreeNode> ports(*this);
+        parsePortList(m, ports);
+        m->ports = ports.freeze();
+    }
     expect(VT_SEMI);
 }
 
-void VeriParser::Impl::parseParameterPortList(VeriModule* m) {
+void VeriParser::Impl::parseParameterPortList(List<VeriTreeNode>& parameters) {
     take(); // #
     if (!expect(VT_LPAREN)) return;
     unsigned declKind = VT_PARAMETER;
@@ -137,14 +149,14 @@ void VeriParser::Impl::parseParameterPortList(VeriModule* m) {
         parseAttributes(attrs);
         if (at(VT_PARAMETER) || at(VT_LOCALPARAM)) declKind = take().kind;
         VeriDataDecl* d = parseParamDecl(start, declKind, true);
-        d->attributes = std::move(attrs);
-        m->parameters.push_back(d);
+        attach(d, attrs);
+        parameters.push(d);
         if (!accept(VT_COMMA)) break;
     }
     expect(VT_RPAREN);
 }
 
-void VeriParser::Impl::parsePortList(VeriModule* m) {
+void VeriParser::Impl::parsePortList(VeriModule* m, List<VeriTreeNode>& ports) {
     take(); // (
     if (accept(VT_RPAREN)) {
         m->ansiHeader = true;
@@ -164,7 +176,7 @@ void VeriParser::Impl::parsePortList(VeriModule* m) {
         for (;;) {
             VeriToken start = peek();
             if (at(VT_COMMA) || at(VT_RPAREN)) {
-                m->ports.push_back(make<VeriPortOpen>(start));
+                ports.push(make<VeriPortOpen>(start));
             } else if (at(VT_DOT) && isIdent(1)) {
                 take();
                 auto* pc = make<VeriPortConnect>(start);
@@ -174,9 +186,9 @@ void VeriParser::Impl::parsePortList(VeriModule* m) {
                     expect(VT_RPAREN);
                 }
                 finish(pc);
-                m->ports.push_back(pc);
+                ports.push(pc);
             } else {
-                m->ports.push_back(parseExpression());
+                ports.push(parseExpression());
             }
             if (!accept(VT_COMMA)) break;
         }
@@ -184,6 +196,7 @@ void VeriParser::Impl::parsePortList(VeriModule* m) {
         return;
     }
     VeriAnsiPortDecl* last = nullptr;
+    List<VeriIdDef> ids(*this); // of `last`
     while (!atEof()) {
         VeriToken start = peek();
         std::vector<VeriAttribute> attrs;
@@ -202,7 +215,7 @@ void VeriParser::Impl::parsePortList(VeriModule* m) {
         }
         VeriDataType* type = nullptr;
         bool interfacePort = false;
-        std::string_view modport;
+        Symbol modport;
         if (at(VT_INTERFACE)) {
             take();
             interfacePort = true;
@@ -235,28 +248,35 @@ void VeriParser::Impl::parsePortList(VeriModule* m) {
                 expect(VT_RPAREN);
             }
             finish(pc);
-            m->ports.push_back(pc);
+            attach(pc, attrs);
+            ports.push(pc);
             if (!accept(VT_COMMA)) break;
             continue;
         }
-        if (fresh || !last) {
+        bool created = fresh || !last;
+        if (created) {
+            if (last) last->ids = ids.freeze();
+            ids.clear();
             last = make<VeriAnsiPortDecl>(start);
             last->dir = interfacePort ? 0 : dir;
             last->kind = portKind;
             last->dataType = type;
             last->interfacePort = interfacePort;
             last->modport = modport;
-            last->attributes = std::move(attrs);
-            m->ports.push_back(last);
+            attach(last, attrs);
+            ports.push(last);
         }
         VeriToken n = peek();
         if (!isIdent()) {
+            attach(nullptr, attrs);
             syntaxError(n, "a port name");
             recoverItem();
+            last->ids = ids.freeze();
             return;
         }
         take();
         auto* var = make<VeriVariable>(n);
+        attach(var, attrs);
         var->name = name(n);
         var->dir = last->dir;
         var->dataType = last->dataType;
@@ -266,14 +286,15 @@ void VeriParser::Impl::parsePortList(VeriModule* m) {
         if (accept(VT_EQ)) var->initialValue = parseExpression();
         finish(var);
         declare(var);
-        last->ids.push_back(var);
+        ids.push(var);
         finish(last);
         if (!accept(VT_COMMA)) break;
     }
+    if (last) last->ids = ids.freeze();
     expect(VT_RPAREN);
 }
 
-void VeriParser::Impl::parseItems(std::vector<VeriModuleItem*>& items, unsigned endKind) {
+void VeriParser::Impl::parseItems(List<VeriModuleItem>& items, unsigned endKind) {
     while (!at(endKind) && !atEof()) {
         unsigned k = kind();
         if (k != endKind && (k == VT_ENDMODULE || k == VT_ENDINTERFACE || k == VT_ENDPROGRAM ||
@@ -283,10 +304,9 @@ void VeriParser::Impl::parseItems(std::vector<VeriModuleItem*>& items, unsigned 
         }
         std::vector<VeriAttribute> attrs;
         parseAttributes(attrs);
-        if (VeriModuleItem* item = parseItem(endKind)) {
-            if (!attrs.empty()) item->attributes = std::move(attrs);
-            items.push_back(item);
-        }
+        VeriModuleItem* item = parseItem(endKind);
+        attach(item, attrs);
+        if (item) items.push(item);
         if (bailing) {
             while (!atEof() && !at(endKind)) take();
             bailing = false;
@@ -327,7 +347,9 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
     case VT_GENERATE: {
         take();
         auto* g = make<VeriGenerateConstruct>(start);
-        parseItems(g->items, VT_ENDGENERATE);
+        List<VeriModuleItem> items(*this);
+        parseItems(items, VT_ENDGENERATE);
+        g->items = items.freeze();
         expect(VT_ENDGENERATE);
         finish(g);
         return g;
@@ -427,15 +449,17 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
     case VT_DEFPARAM: {
         take();
         auto* d = make<VeriDefParam>(start);
+        List<VeriDefParamAssign> assigns(*this);
         for (;;) {
             auto* a = make<VeriDefParamAssign>(peek());
             a->lval = parseLValue();
             expect(VT_EQ);
             a->rval = parseMinTypMax();
             finish(a);
-            d->assigns.push_back(a);
+            assigns.push(a);
             if (!accept(VT_COMMA)) break;
         }
+        d->assigns = assigns.freeze();
         expect(VT_SEMI);
         finish(d);
         return d;
@@ -445,10 +469,12 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
     case VT_ALIAS: {
         take();
         auto* a = make<VeriNetAlias>(start);
+        List<VeriExpression> members(*this);
         for (;;) {
-            a->members.push_back(parseLValue());
+            members.push(parseLValue());
             if (!accept(VT_EQ)) break;
         }
+        a->members = members.freeze();
         expect(VT_SEMI);
         finish(a);
         return a;
@@ -484,7 +510,11 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
             label->declaration = s;
             finish(label);
             declare(label);
-            s->label = label;
+            s->SetLabel(label);
+            ColLineFile where = s->Linefile();
+            where.leftLine = label->Linefile().leftLine;
+            where.leftCol = label->Linefile().leftCol;
+            s->SetLinefile(where);
         }
         return item;
     }
@@ -499,15 +529,17 @@ VeriModuleItem* VeriParser::Impl::parseContinuousAssign(const VeriToken& start) 
     auto* a = make<VeriContinuousAssign>(start);
     if (at(VT_LPAREN) && isStrengthKeyword(kind(1))) a->strength = parseStrength();
     if (at(VT_HASH)) a->delay = parseDelay();
+    List<VeriNetRegAssign> assigns(*this);
     for (;;) {
         auto* nra = make<VeriNetRegAssign>(peek());
         nra->lval = parseLValue();
         expect(VT_EQ);
         nra->rval = parseExpression();
         finish(nra);
-        a->assigns.push_back(nra);
+        assigns.push(nra);
         if (!accept(VT_COMMA)) break;
     }
+    a->assigns = assigns.freeze();
     expect(VT_SEMI);
     finish(a);
     return a;
@@ -532,7 +564,8 @@ VeriModuleItem* VeriParser::Impl::parseInstantiation(const VeriToken& start) {
     inst->moduleName = ref;
     // A UDP takes a drive strength and a delay here, a module its parameter values.
     if (at(VT_LPAREN) && isStrengthKeyword(kind(1))) inst->strength = parseStrength();
-    if (at(VT_HASH)) parseParamValues(inst->paramValues);
+    if (at(VT_HASH)) inst->paramValues = parseParamValues();
+    List<VeriInstId> instances(*this);
     for (;;) {
         VeriToken in = peek();
         auto* id = make<VeriInstId>(in);
@@ -544,13 +577,15 @@ VeriModuleItem* VeriParser::Impl::parseInstantiation(const VeriToken& start) {
             id->dimensions = parseDimensions();
         }
         if (expect(VT_LPAREN)) {
+            List<VeriExpression> connects(*this);
             while (!at(VT_RPAREN) && !atEof()) {
                 VeriToken ps = peek();
                 std::vector<VeriAttribute> attrs;
                 parseAttributes(attrs);
+                VeriExpression* connect;
                 if (at(VT_DOT_STAR)) {
                     take();
-                    id->portConnects.push_back(make<VeriDotStar>(ps));
+                    connect = make<VeriDotStar>(ps);
                 } else if (at(VT_DOT) && (isIdent(1) || isKeywordKind(kind(1)))) {
                     take();
                     auto* pc = make<VeriPortConnect>(ps);
@@ -564,22 +599,26 @@ VeriModuleItem* VeriParser::Impl::parseInstantiation(const VeriToken& start) {
                         pc->connection = makeRef(pn);
                     }
                     finish(pc);
-                    id->portConnects.push_back(pc);
+                    connect = pc;
                 } else if (at(VT_COMMA)) {
-                    id->portConnects.push_back(make<VeriPortOpen>(ps));
+                    connect = make<VeriPortOpen>(ps);
                 } else {
-                    id->portConnects.push_back(parseExpression());
+                    connect = parseExpression();
                 }
+                attach(connect, attrs);
+                connects.push(connect);
                 if (!accept(VT_COMMA)) break;
-                if (at(VT_RPAREN)) id->portConnects.push_back(make<VeriPortOpen>(peek()));
+                if (at(VT_RPAREN)) connects.push(make<VeriPortOpen>(peek()));
             }
+            id->portConnects = connects.freeze();
             expect(VT_RPAREN);
         }
         finish(id);
         declare(id);
-        inst->instances.push_back(id);
+        instances.push(id);
         if (!accept(VT_COMMA)) break;
     }
+    inst->instances = instances.freeze();
     expect(VT_SEMI);
     finish(inst);
     return inst;
@@ -589,7 +628,8 @@ VeriModuleItem* VeriParser::Impl::parseGateInstantiation(const VeriToken& start)
     auto* g = make<VeriGateInstantiation>(start);
     g->gate = start.kind;
     if (at(VT_LPAREN) && isStrengthKeyword(kind(1))) g->strength = parseStrength();
-    if (at(VT_HASH)) g->delays = parseDelay()->delays;
+    if (accept(VT_HASH)) g->delays = parseDelayValues();
+    List<VeriInstId> instances(*this);
     for (;;) {
         VeriToken in = peek();
         auto* id = make<VeriInstId>(in);
@@ -599,17 +639,20 @@ VeriModuleItem* VeriParser::Impl::parseGateInstantiation(const VeriToken& start)
             id->dimensions = parseDimensions();
         }
         if (expect(VT_LPAREN)) {
+            List<VeriExpression> connects(*this);
             while (!at(VT_RPAREN) && !atEof()) {
-                id->portConnects.push_back(parseExpression());
+                connects.push(parseExpression());
                 if (!accept(VT_COMMA)) break;
             }
+            id->portConnects = connects.freeze();
             expect(VT_RPAREN);
         }
         finish(id);
         declare(id);
-        g->instances.push_back(id);
+        instances.push(id);
         if (!accept(VT_COMMA)) break;
     }
+    g->instances = instances.freeze();
     expect(VT_SEMI);
     finish(g);
     return g;
@@ -637,7 +680,7 @@ VeriModuleItem* VeriParser::Impl::parseGenerateItemBody() {
 
 VeriModuleItem* VeriParser::Impl::parseGenerateFor(const VeriToken& start) {
     auto* f = make<VeriGenerateFor>(start);
-    VeriScope* upper = pushScope(f);
+    ScopeMark upper = pushScope(f);
     f->scope = scope;
     expect(VT_LPAREN);
     VeriToken is = peek();
@@ -650,7 +693,7 @@ VeriModuleItem* VeriParser::Impl::parseGenerateFor(const VeriToken& start) {
         g->declaration = decl;
         finish(g);
         declare(g);
-        decl->ids.push_back(g);
+        decl->ids = single<VeriIdDef>(g);
         finish(decl);
         f->genvarDecl = decl;
         // The assignment names the genvar again.
@@ -699,27 +742,32 @@ VeriModuleItem* VeriParser::Impl::parseGenerateCase(const VeriToken& start) {
     expect(VT_LPAREN);
     g->cond = parseExpression();
     expect(VT_RPAREN);
+    List<VeriGenerateCaseItem> items(*this);
     while (!at(VT_ENDCASE) && !atEof() && !atUnitEnd()) {
         auto* item = make<VeriGenerateCaseItem>(peek());
         if (accept(VT_DEFAULT)) {
             accept(VT_COLON);
         } else {
+            List<VeriExpression> conditions(*this);
             for (;;) {
                 VeriExpression* e = parseExpression();
                 if (!e) break;
-                item->conditions.push_back(e);
+                conditions.push(e);
                 if (!accept(VT_COMMA)) break;
             }
+            item->conditions = conditions.freeze();
             if (!expect(VT_COLON)) {
                 recoverItem();
+                dropped(item);
                 continue;
             }
         }
         item->item = parseGenerateItemBody();
         finish(item);
-        g->items.push_back(item);
+        items.push(item);
         if (bailing) break;
     }
+    g->items = items.freeze();
     expect(VT_ENDCASE);
     finish(g);
     return g;
@@ -736,10 +784,12 @@ VeriModuleItem* VeriParser::Impl::parseGenerateBlock(const VeriToken& start) {
         finish(b->blockId);
         declare(b->blockId);
     }
-    VeriScope* upper = pushScope(b);
+    ScopeMark upper = pushScope(b);
     b->scope = scope;
     if (b->blockId) b->blockId->scope = scope;
-    parseItems(b->items, VT_END);
+    List<VeriModuleItem> items(*this);
+    parseItems(items, VT_END);
+    b->items = items.freeze();
     expect(VT_END);
     skipEndLabel();
     popScope(upper);
@@ -749,6 +799,7 @@ VeriModuleItem* VeriParser::Impl::parseGenerateBlock(const VeriToken& start) {
 
 VeriModuleItem* VeriParser::Impl::parseModport(const VeriToken& start) {
     auto* mp = make<VeriModport>(start);
+    List<VeriModportDecl> decls(*this);
     for (;;) {
         VeriToken n = peek();
         auto* decl = make<VeriModportDecl>(n);
@@ -758,11 +809,12 @@ VeriModuleItem* VeriParser::Impl::parseModport(const VeriToken& start) {
         finish(id);
         declare(id);
         decl->id = id;
-        VeriScope* upper = pushScope(decl);
+        ScopeMark upper = pushScope(decl);
         decl->scope = scope;
         id->scope = scope;
         unsigned dir = 0;
         if (expect(VT_LPAREN)) {
+            List<VeriPrototypeId> ports(*this);
             while (!at(VT_RPAREN) && !atEof()) {
                 std::vector<VeriAttribute> attrs;
                 parseAttributes(attrs);
@@ -772,11 +824,13 @@ VeriModuleItem* VeriParser::Impl::parseModport(const VeriToken& start) {
                     VeriToken ps = take();
                     VeriFunctionDecl* proto = parseSubprogramPrototype(ps);
                     auto* port = make<VeriPrototypeId>(ps);
-                    port->name = proto && proto->id ? proto->id->name : std::string_view();
+                    port->name = proto && proto->id ? proto->id->name : Symbol();
                     port->dir = dir;
                     port->declaration = decl;
                     finish(port);
-                    decl->ports.push_back(port);
+                    attach(port, attrs);
+                    dropped(proto); // the port keeps the name; the signature is not kept
+                    ports.push(port);
                 } else {
                     VeriToken ps = peek();
                     auto* port = make<VeriPrototypeId>(ps);
@@ -791,18 +845,21 @@ VeriModuleItem* VeriParser::Impl::parseModport(const VeriToken& start) {
                         port->name = takeName();
                     }
                     finish(port);
+                    attach(port, attrs);
                     declare(port);
-                    decl->ports.push_back(port);
+                    ports.push(port);
                 }
                 if (!accept(VT_COMMA)) break;
             }
+            decl->ports = ports.freeze();
             expect(VT_RPAREN);
         }
         popScope(upper);
         finish(decl);
-        mp->decls.push_back(decl);
+        decls.push(decl);
         if (!accept(VT_COMMA)) break;
     }
+    mp->decls = decls.freeze();
     expect(VT_SEMI);
     finish(mp);
     return mp;
@@ -820,7 +877,7 @@ VeriFunctionDecl* VeriParser::Impl::parseSubprogramPrototype(const VeriToken& st
     id->declaration = f;
     finish(id);
     f->id = id;
-    VeriScope* upper = pushScope(f);
+    ScopeMark upper = pushScope(f);
     f->scope = scope;
     if (accept(VT_LPAREN)) parseSubprogramPorts(f);
     popScope(upper);
@@ -831,6 +888,7 @@ VeriFunctionDecl* VeriParser::Impl::parseSubprogramPrototype(const VeriToken& st
 VeriModuleItem* VeriParser::Impl::parseImportExport(const VeriToken& start, bool isExport) {
     VeriImportDecl* imp = isExport ? nullptr : make<VeriImportDecl>(start);
     VeriExportDecl* exp = isExport ? make<VeriExportDecl>(start) : nullptr;
+    List<VeriScopeName> items(*this);
     for (;;) {
         VeriToken ps = peek();
         if (isExport && at(VT_STAR)) { // export *::*;
@@ -840,7 +898,7 @@ VeriModuleItem* VeriParser::Impl::parseImportExport(const VeriToken& start, bool
         } else {
             auto* item = make<VeriScopeName>(ps);
             VeriToken pn = peek();
-            std::string_view pkg = takeName();
+            Symbol pkg = takeName();
             auto* ref = make<VeriIdRef>(pn);
             ref->name = pkg;
             finish(ref);
@@ -848,15 +906,13 @@ VeriModuleItem* VeriParser::Impl::parseImportExport(const VeriToken& start, bool
             expect(VT_SCOPE);
             if (!accept(VT_STAR)) item->name = takeName();
             finish(item);
-            if (isExport) {
-                exp->items.push_back(item);
-            } else {
-                importPackage(item);
-                imp->items.push_back(item);
-            }
+            if (!isExport) importPackage(item);
+            items.push(item);
         }
         if (!accept(VT_COMMA)) break;
     }
+    if (isExport) exp->items = items.freeze();
+    else imp->items = items.freeze();
     expect(VT_SEMI);
     VeriModuleItem* result = isExport ? static_cast<VeriModuleItem*>(exp) : imp;
     finish(result);
@@ -891,14 +947,15 @@ VeriModuleItem* VeriParser::Impl::parseClass(const VeriToken& start) {
     finish(id);
     declare(id);
     c->id = id;
-    VeriScope* upper = pushScope(c);
+    ScopeMark upper = pushScope(c);
     c->scope = scope;
     id->scope = scope;
+    List<VeriModuleItem> items(*this);
     if (at(VT_HASH)) {
         // parameters of the class, kept as declarations of its scope
-        auto* holder = make<VeriModule>(peek());
-        parseParameterPortList(holder);
-        for (VeriTreeNode* p : holder->parameters) c->items.push_back(static_cast<VeriModuleItem*>(p));
+        List<VeriTreeNode> parameters(*this);
+        parseParameterPortList(parameters);
+        for (size_t i = 0; i < parameters.size(); ++i) items.push(static_cast<VeriModuleItem*>(parameters[i]));
     }
     // extends base[#(..)][(args)], interface classes extend several; implements a, b
     while (!at(VT_SEMI) && !atEof() && !atUnitEnd()) {
@@ -945,13 +1002,18 @@ VeriModuleItem* VeriParser::Impl::parseClass(const VeriToken& start) {
             syntaxError(peek(), "a class item");
             recoverItem();
         }
+        attach(item, attrs);
         if (item) {
-            item->qualifiers.insert(item->qualifiers.begin(), quals.begin(), quals.end());
-            item->attributes = std::move(attrs);
-            c->items.push_back(item);
+            if (!quals.empty()) {
+                ArenaArray<unsigned> own = item->GetQualifiers();
+                quals.insert(quals.end(), own.begin(), own.end());
+                item->SetQualifiers(freeze(quals));
+            }
+            items.push(item);
         }
         if (bailing) break;
     }
+    c->items = items.freeze();
     expect(VT_ENDCLASS);
     skipEndLabel();
     popScope(upper);
@@ -970,6 +1032,7 @@ VeriModuleItem* VeriParser::Impl::parseConfig(const VeriToken& start) {
     expect(VT_SEMI);
     while (at(VT_LOCALPARAM)) skipToSemi();
     if (accept(VT_DESIGN)) {
+        List<VeriExpression> cells(*this);
         while (isIdent()) {
             VeriToken cn = take();
             auto* ref = make<VeriIdRef>(cn);
@@ -980,11 +1043,12 @@ VeriModuleItem* VeriParser::Impl::parseConfig(const VeriToken& start) {
                 sc->prefix = ref;
                 sc->name = takeName();
                 finish(sc);
-                c->designCells.push_back(sc);
+                cells.push(sc);
             } else {
-                c->designCells.push_back(ref);
+                cells.push(ref);
             }
         }
+        c->designCells = cells.freeze();
         expect(VT_SEMI);
     }
     while (!at(VT_ENDCONFIG) && !atEof()) take();
@@ -998,10 +1062,12 @@ VeriModuleItem* VeriParser::Impl::parseBind(const VeriToken& start) {
     auto* b = make<VeriBindDirective>(start);
     b->target = parseLValue();
     if (accept(VT_COLON)) {
+        List<VeriExpression> targets(*this);
         for (;;) {
-            b->targetInstances.push_back(parseLValue());
+            targets.push(parseLValue());
             if (!accept(VT_COMMA)) break;
         }
+        b->targetInstances = targets.freeze();
     }
     if (isIdent() && instantiationAhead()) b->instantiation = parseInstantiation(peek());
     else {

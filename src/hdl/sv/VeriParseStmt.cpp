@@ -201,17 +201,20 @@ VeriStatement* VeriParser::Impl::parseStatement() {
             break;
         }
         take();
-        auto* st = make<VeriSystemTaskEnable>(t);
-        st->name = copy(t.text);
-        if (accept(VT_LPAREN)) parseCallArgs(st->args);
+        ArenaArray<VeriExpression*> args;
+        if (accept(VT_LPAREN)) args = parseCallArgs();
         if (at(VT_SEMI)) {
             expect(VT_SEMI);
+            auto* st = make<VeriSystemTaskEnable>(t);
+            st->name = Symbol::Intern(t.text);
+            st->args = args;
             s = st;
         } else {
             // $cast(a, b) == 0 style use; treat the whole as an expression statement
             auto* call = make<VeriSystemFunctionCall>(t);
-            call->name = st->name;
-            call->args = st->args;
+            call->name = Symbol::Intern(t.text);
+            call->args = args;
+            finish(call);
             s = parseAssignmentRest(parsePostfix(call, t), t, true);
         }
         break;
@@ -231,12 +234,18 @@ VeriStatement* VeriParser::Impl::parseStatement() {
         s = parseSimpleStatement(t);
         break;
     }
-    if (!s) return nullptr;
-    s->label = label;
+    if (!s) {
+        attach(nullptr, attrs);
+        dropped(label);
+        return nullptr;
+    }
+    s->SetLabel(label);
     if (label) label->declaration = s;
-    s->attributes = std::move(attrs);
-    s->loc.leftLine = start.line;
-    s->loc.leftCol = start.col;
+    attach(s, attrs);
+    ColLineFile where = s->Linefile();
+    where.leftLine = start.line & 0x7fffffffu;
+    where.leftCol = start.col & 0x7fffffffu;
+    s->SetLinefile(where);
     finish(s);
     return s;
 }
@@ -309,9 +318,12 @@ VeriStatement* VeriParser::Impl::parseAssignmentRest(VeriExpression* lval, const
         a->rval = parseExpression();
         s = a;
     } else if (auto* u = dynamic_cast<VeriUnaryOperator*>(lval); u && (u->oper == VT_INC || u->oper == VT_DEC)) {
+        // x++ as a statement: an assignment whose operator says what it does
         auto* a = make<VeriBlockingAssign>(start);
         a->lval = u->arg;
         a->oper = u->oper;
+        a->SetAttributes(u->GetAttributes());
+        droppedNode(u);
         s = a;
     } else if (k == VT_SEMI || !needSemi) {
         auto* te = make<VeriTaskEnable>(start);
@@ -320,6 +332,7 @@ VeriStatement* VeriParser::Impl::parseAssignmentRest(VeriExpression* lval, const
     } else {
         syntaxError(peek(), "'=', '<=' or ';'");
         recoverStatement();
+        dropped(lval);
         return nullptr;
     }
     if (needSemi) expect(VT_SEMI);
@@ -339,31 +352,35 @@ VeriStatement* VeriParser::Impl::parseBlock(bool par) {
         finish(b->blockId);
         declare(b->blockId);
     }
-    VeriScope* upper = pushScope(b);
-    b->scope = scope;
-    if (b->blockId) b->blockId->scope = scope;
+    ScopeMark upper = b->blockId ? pushScope(b) : enterBlock(b);
+    if (b->blockId) {
+        b->scope = scope;
+        b->blockId->scope = scope;
+    }
+    List<VeriModuleItem> decls(*this);
+    List<VeriStatement> stmts(*this);
     for (;;) {
         unsigned k = kind();
         if (par ? (k == VT_JOIN || k == VT_JOIN_ANY || k == VT_JOIN_NONE) : k == VT_END) break;
         if (atUnitEnd() || k == VT_ENDFUNCTION || k == VT_ENDTASK) break;
         if (k == VT_IMPORT) {
-            b->decls.push_back(parseImportExport(take(), false));
+            decls.push(parseImportExport(take(), false));
             continue;
         }
         std::vector<VeriAttribute> attrs;
         parseAttributes(attrs);
         if (VeriModuleItem* d = parseDeclarationItem()) {
-            d->attributes = std::move(attrs);
-            b->decls.push_back(d);
+            attach(d, attrs);
+            decls.push(d);
             continue;
         }
-        if (VeriStatement* s = parseStatement()) {
-            s->attributes = std::move(attrs);
-            b->stmts.push_back(s);
-        } else if (bailing) {
-            break;
-        }
+        VeriStatement* s = parseStatement();
+        attach(s, attrs);
+        if (s) stmts.push(s);
+        else if (bailing) break;
     }
+    b->decls = decls.freeze();
+    b->stmts = stmts.freeze();
     if (par) {
         if (at(VT_JOIN) || at(VT_JOIN_ANY) || at(VT_JOIN_NONE)) static_cast<VeriParBlock*>(b)->joinKind = take().kind;
         else syntaxError(peek(), "join");
@@ -404,32 +421,37 @@ VeriStatement* VeriParser::Impl::parseCase(unsigned qualifier, const VeriToken& 
         if (accept(VT_INSIDE)) c->inside = true;
         else if (accept(VT_MATCHES)) c->matches = true;
     }
+    List<VeriCaseItem> items(*this);
     while (!at(VT_ENDCASE) && !atEof() && !atUnitEnd()) {
         VeriToken itemStart = peek();
         auto* item = make<VeriCaseItem>(itemStart);
         if (accept(VT_DEFAULT)) {
             accept(VT_COLON);
         } else {
+            List<VeriExpression> conditions(*this);
             for (;;) {
                 VeriExpression* e = c->inside ? parseRangeOrExpression() : parseExpression();
                 if (c->matches && at(VT_TRIPLE_AND)) {
                     take();
-                    parseExpression();
+                    dropped(parseExpression()); // the guard of a pattern is not kept
                 }
                 if (!e) break;
-                item->conditions.push_back(e);
+                conditions.push(e);
                 if (!accept(VT_COMMA)) break;
             }
+            item->conditions = conditions.freeze();
             if (!expect(VT_COLON)) {
                 recoverStatement();
+                dropped(item);
                 continue;
             }
         }
         item->stmt = parseStatement();
         finish(item);
-        c->items.push_back(item);
+        items.push(item);
         if (bailing) break;
     }
+    c->items = items.freeze();
     expect(VT_ENDCASE);
     finish(c);
     return c;
@@ -437,9 +459,10 @@ VeriStatement* VeriParser::Impl::parseCase(unsigned qualifier, const VeriToken& 
 
 VeriStatement* VeriParser::Impl::parseFor(const VeriToken& start) {
     auto* f = make<VeriFor>(start);
-    VeriScope* upper = pushScope(f);
+    ScopeMark upper = pushScope(f);
     f->scope = scope;
     expect(VT_LPAREN);
+    List<VeriModuleItem> inits(*this);
     while (!at(VT_SEMI) && !atEof()) {
         VeriToken s = peek();
         bool typed = isBuiltinType(kind()) || at(VT_VAR) || (isIdent() && declarationAhead(0));
@@ -455,19 +478,21 @@ VeriStatement* VeriParser::Impl::parseFor(const VeriToken& start) {
             if (accept(VT_EQ)) var->initialValue = parseExpression();
             finish(var);
             declare(var);
-            decl->ids.push_back(var);
+            decl->ids = single<VeriIdDef>(var);
             finish(decl);
-            f->inits.push_back(decl);
+            inits.push(decl);
         } else {
             VeriExpression* lval = parseLValue();
             if (!lval) break;
-            if (VeriStatement* a = parseAssignmentRest(lval, s, false)) f->inits.push_back(a);
+            if (VeriStatement* a = parseAssignmentRest(lval, s, false)) inits.push(a);
         }
         if (!accept(VT_COMMA)) break;
     }
+    f->inits = inits.freeze();
     expect(VT_SEMI);
     if (!at(VT_SEMI)) f->cond = parseExpression();
     expect(VT_SEMI);
+    List<VeriStatement> reps(*this);
     while (!at(VT_RPAREN) && !atEof()) {
         VeriToken s = peek();
         VeriExpression* lval;
@@ -482,9 +507,10 @@ VeriStatement* VeriParser::Impl::parseFor(const VeriToken& start) {
             lval = parseLValue();
         }
         if (!lval) break;
-        if (VeriStatement* a = parseAssignmentRest(lval, s, false)) f->reps.push_back(a);
+        if (VeriStatement* a = parseAssignmentRest(lval, s, false)) reps.push(a);
         if (!accept(VT_COMMA)) break;
     }
+    f->reps = reps.freeze();
     expect(VT_RPAREN);
     f->stmt = parseStatement();
     popScope(upper);
@@ -494,8 +520,6 @@ VeriStatement* VeriParser::Impl::parseFor(const VeriToken& start) {
 
 VeriStatement* VeriParser::Impl::parseForeach(const VeriToken& start) {
     auto* f = make<VeriForeach>(start);
-    VeriScope* upper = pushScope(f);
-    f->scope = scope;
     expect(VT_LPAREN);
     // array[i, j]: the brackets hold loop variables, not indexes
     VeriToken n = peek();
@@ -521,10 +545,10 @@ VeriStatement* VeriParser::Impl::parseForeach(const VeriToken& start) {
         f->array = arr;
     }
     // Loop variables are declared in the loop scope, but the array is named outside it.
-    popScope(upper);
-    upper = pushScope(f);
+    ScopeMark upper = pushScope(f);
     f->scope = scope;
     if (expect(VT_LBRACKET)) {
+        List<VeriIdDef> vars(*this);
         for (;;) {
             if (isIdent()) {
                 VeriToken v = take();
@@ -533,9 +557,9 @@ VeriStatement* VeriParser::Impl::parseForeach(const VeriToken& start) {
                 var->declaration = f;
                 finish(var);
                 declare(var);
-                f->loopVars.push_back(var);
+                vars.push(var);
             } else {
-                f->loopVars.push_back(nullptr);
+                vars.push(nullptr);
             }
             if (accept(VT_RBRACKET)) {
                 if (at(VT_LBRACKET)) { // foreach (a[i][j])
@@ -546,6 +570,7 @@ VeriStatement* VeriParser::Impl::parseForeach(const VeriToken& start) {
             }
             if (!expect(VT_COMMA)) break;
         }
+        f->loopVars = vars.freeze();
     }
     expect(VT_RPAREN);
     f->stmt = parseStatement();

@@ -2,6 +2,7 @@
 #include <string>
 
 #include "hdl/sv/VeriParserImpl.h"
+#include "hdl/sv/VeriVisitor.h"
 
 namespace hdl {
 
@@ -12,14 +13,43 @@ constexpr unsigned kMaxDepth = 400;
 
 VeriParser::Impl::Impl(VeriPreprocessor& p, Arena& a, VeriParserHooks h)
     : pp(p), arena(a), hooks(std::move(h)), ring(64) {
-    unitScopeOwner = arena.make<VeriPackage>();
-    auto* id = arena.make<VeriModuleId>();
-    id->name = "$unit";
+    unitScopeOwner = make<VeriPackage>();
+    auto* id = make<VeriModuleId>();
+    id->name = Symbol::Intern("$unit");
     id->declaration = unitScopeOwner;
     unitScopeOwner->id = id;
     unitScopeOwner->scope = arena.make<VeriScope>(nullptr, unitScopeOwner);
     id->scope = unitScopeOwner->scope;
     scope = unitScopeOwner->scope;
+}
+
+VeriParser::NodeCounts& VeriParser::Impl::nodesMade() {
+    static NodeCounts counts{};
+    return counts;
+}
+
+void VeriParser::Impl::dropped(VeriTreeNode* subtree) {
+    // Attribute values are children that the default walk leaves out.
+    struct Uncount : VeriVisitor {
+        void PreVisit(VeriTreeNode& node) override {
+            --nodesMade()[node.GetClassId() + kVeriClassIdOffset];
+            for (const VeriAttribute& a : node.GetAttributes()) TraverseNode(a.value);
+        }
+    } uncount;
+    uncount.TraverseNode(subtree);
+}
+
+void VeriParser::Impl::attach(VeriTreeNode* node, std::vector<VeriAttribute>& attrs) {
+    if (attrs.empty()) return;
+    if (node) {
+        // Attributes written further out come first.
+        ArenaArray<VeriAttribute> own = node->GetAttributes();
+        attrs.insert(attrs.end(), own.begin(), own.end());
+        node->SetAttributes(ArenaArray<VeriAttribute>(arena, attrs));
+    } else {
+        for (const VeriAttribute& a : attrs) dropped(a.value);
+    }
+    attrs.clear();
 }
 
 VeriParser::Impl::DepthGuard::DepthGuard(Impl& parser) : p(parser) {
@@ -80,16 +110,12 @@ bool VeriParser::Impl::expect(unsigned k) {
     return false;
 }
 
-std::string_view VeriParser::Impl::name(const VeriToken& t) {
-    if (t.kind == VT_ESCAPED_IDENTIFIER) {
-        // `\a+b ` names a+b; a plain-looking escaped name is the same as the plain one.
-        std::string_view body = t.text.substr(1);
-        return copy(body);
-    }
-    return copy(t.text);
+Symbol VeriParser::Impl::name(const VeriToken& t) {
+    // `\a+b ` names a+b; a plain-looking escaped name is the same as the plain one.
+    return Symbol::Intern(t.kind == VT_ESCAPED_IDENTIFIER ? t.text.substr(1) : t.text);
 }
 
-std::string_view VeriParser::Impl::takeName() {
+Symbol VeriParser::Impl::takeName() {
     if (!isIdent()) {
         syntaxError(peek(), "an identifier");
         return {};
@@ -116,8 +142,7 @@ void VeriParser::Impl::syntaxError(const VeriToken& t, const char* expected) {
 
 void VeriParser::Impl::finish(VeriTreeNode* node) {
     if (!node) return;
-    node->loc.rightLine = prev.line & 0x7fffffffu;
-    node->loc.rightCol = (prev.col + uint32_t(prev.text.size())) & 0x7fffffffu;
+    node->loc.SetEnd(prev.line & 0x7fffffffu, (prev.col + uint32_t(prev.text.size())) & 0x7fffffffu);
 }
 
 namespace {
@@ -220,15 +245,32 @@ bool VeriParser::Impl::atUnitEnd() {
     }
 }
 
-VeriScope* VeriParser::Impl::pushScope(VeriTreeNode* owner) {
-    VeriScope* upper = scope;
-    scope = arena.make<VeriScope>(upper, owner);
-    return upper;
+VeriParser::Impl::ScopeMark VeriParser::Impl::pushScope(VeriTreeNode* owner) {
+    ScopeMark mark{scope, unscopedBlock};
+    scope = arena.make<VeriScope>(scope, owner);
+    unscopedBlock = nullptr;
+    return mark;
+}
+
+VeriParser::Impl::ScopeMark VeriParser::Impl::enterBlock(VeriSeqBlock* block) {
+    ScopeMark mark{scope, unscopedBlock};
+    unscopedBlock = block;
+    return mark;
+}
+
+VeriScope* VeriParser::Impl::declarationScope() {
+    if (unscopedBlock) {
+        scope = arena.make<VeriScope>(scope, unscopedBlock);
+        unscopedBlock->scope = scope;
+        unscopedBlock = nullptr;
+    }
+    return scope;
 }
 
 void VeriParser::Impl::declare(VeriIdDef* id) {
     if (!id || id->name.empty()) return;
-    VeriIdDef* old = scope->findLocal(id->name);
+    VeriScope* target = declarationScope();
+    VeriIdDef* old = target->findLocal(id->name);
     // A non-ANSI port declared again as net or variable completes the first declaration.
     if (auto* port = dynamic_cast<VeriVariable*>(old)) {
         if (auto* var = dynamic_cast<VeriVariable*>(id)) {
@@ -238,7 +280,7 @@ void VeriParser::Impl::declare(VeriIdDef* id) {
             return;
         }
     }
-    scope->declare(id->name, id);
+    target->declare(arena, id);
 }
 
 VeriIdRef* VeriParser::Impl::makeRef(const VeriToken& t) {
@@ -249,17 +291,17 @@ VeriIdRef* VeriParser::Impl::makeRef(const VeriToken& t) {
     return ref;
 }
 
-VeriIdDef* VeriParser::Impl::lookupInPackage(VeriModule* package, std::string_view n) {
+VeriIdDef* VeriParser::Impl::lookupInPackage(VeriModule* package, Symbol n) {
     if (!package || !package->scope) return nullptr;
     return package->scope->findLocal(n);
 }
 
-VeriIdDef* VeriParser::Impl::lookup(VeriScope* from, std::string_view n) {
+VeriIdDef* VeriParser::Impl::lookup(VeriScope* from, Symbol n) {
     for (VeriScope* s = from; s; s = s->Upper()) {
         if (VeriIdDef* id = s->findLocal(n)) return id;
-        for (const VeriScope::Import& imp : s->imports()) {
-            if (!imp.item.empty() && imp.item != n) continue;
-            if (VeriIdDef* id = lookupInPackage(imp.package, n)) return id;
+        for (const VeriScope::Import* imp = s->imports(); imp; imp = imp->next) {
+            if (!imp->item.empty() && imp->item != n) continue;
+            if (VeriIdDef* id = lookupInPackage(imp->package, n)) return id;
         }
     }
     return nullptr;
@@ -279,12 +321,13 @@ void VeriParser::Impl::importPackage(VeriScopeName* item) {
     if (!package) {
         ++errors;
         std::string n(pkgName);
-        Message::Tell<veri_msg::PackageNotKnown>(&item->loc, n.c_str());
+        ColLineFile where = item->Linefile();
+        Message::Tell<veri_msg::PackageNotKnown>(&where, n.c_str());
         return;
     }
     if (auto* ref = dynamic_cast<VeriIdRef*>(item->prefix)) ref->id = package->id;
     if (!item->name.empty()) item->id = lookupInPackage(package, item->name);
-    scope->addImport(package, item->name);
+    declarationScope()->addImport(arena, package, item->name);
 }
 
 VeriParser::VeriParser(VeriPreprocessor& pp, Arena& arena, VeriParserHooks hooks)
@@ -298,5 +341,9 @@ unsigned VeriParser::parse() {
 }
 
 VeriPackage* VeriParser::compilationUnit() const { return impl_->unitScopeOwner; }
+
+const VeriParser::NodeCounts& VeriParser::NodesMade() { return Impl::nodesMade(); }
+
+void VeriParser::ResetNodesMade() { Impl::nodesMade().fill(0); }
 
 } // namespace hdl

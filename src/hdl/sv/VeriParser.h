@@ -3,6 +3,8 @@
 // to the sink as soon as the unit is complete, and resolves names within each unit.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <functional>
 #include <string_view>
 
@@ -31,6 +33,14 @@ public:
     // The compilation-unit scope: a package named "$unit" that holds the declarations
     // outside design units. Empty items when there were none.
     VeriPackage* compilationUnit() const;
+
+    // Nodes of each class that parsers made since the last reset (index: class code +
+    // kVeriClassIdOffset), less those of subtrees a parse dropped. Every other node
+    // hangs in the tree of a unit the parse handed over: a node that walks from the
+    // units do not reach is a child missing from its class's field list.
+    using NodeCounts = std::array<uint64_t, kVeriClassCount>;
+    static const NodeCounts& NodesMade();
+    static void ResetNodesMade();
 
 private:
     struct Impl;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "hdl/base/ArenaArray.h"
 #include "hdl/base/ErrorRecovery.h"
 #include "hdl/base/Message.h"
 #include "hdl/sv/VeriParser.h"
@@ -36,6 +37,7 @@ struct VeriParser::Impl {
     bool bailing = false; // after too deep nesting: unwind without further messages
     VeriPackage* unitScopeOwner = nullptr;
     VeriScope* scope = nullptr;
+    VeriSeqBlock* unscopedBlock = nullptr; // entered, but no scope of its own yet
     // References made in the unit being parsed, with the scope they stand in.
     struct Pending {
         VeriIdRef* ref;
@@ -62,8 +64,8 @@ struct VeriParser::Impl {
         unsigned t = kind(k);
         return t == VT_IDENTIFIER || t == VT_ESCAPED_IDENTIFIER;
     }
-    std::string_view name(const VeriToken& t);
-    std::string_view takeName();
+    Symbol name(const VeriToken& t);
+    Symbol takeName();
     void syntaxError(const VeriToken& at, const char* expected = nullptr);
     // Skips a balanced group that starts at the current token ((, [, {, begin...).
     void skipBalanced();
@@ -78,12 +80,63 @@ struct VeriParser::Impl {
     // At a word that ends a design unit or class (a missing end of an inner construct).
     bool atUnitEnd();
 
+    // Lists are gathered in buffers that the parser reuses and are frozen into the arena
+    // once complete, one block per list.
+    std::vector<std::vector<void*>> spareBuffers;
+    template <typename T>
+    class List {
+    public:
+        explicit List(Impl& parser) : parser_(parser) {
+            if (parser.spareBuffers.empty()) return;
+            items_.swap(parser.spareBuffers.back());
+            parser.spareBuffers.pop_back();
+        }
+        ~List() {
+            items_.clear();
+            parser_.spareBuffers.push_back(std::move(items_));
+        }
+        List(const List&) = delete;
+        List& operator=(const List&) = delete;
+        void push(T* item) { items_.push_back(item); }
+        void clear() { items_.clear(); }
+        size_t size() const { return items_.size(); }
+        bool empty() const { return items_.empty(); }
+        T* operator[](size_t i) const { return static_cast<T*>(items_[i]); }
+        ArenaArray<T*> freeze() const {
+            static_assert(sizeof(T*) == sizeof(void*));
+            return ArenaArray<T*>(parser_.arena, reinterpret_cast<T* const*>(items_.data()), items_.size());
+        }
+
+    private:
+        Impl& parser_;
+        std::vector<void*> items_;
+    };
+    ArenaArray<unsigned> freeze(const std::vector<unsigned>& items) { return ArenaArray<unsigned>(arena, items); }
+    template <typename T>
+    ArenaArray<T*> single(T* item) {
+        return ArenaArray<T*>(arena, &item, 1);
+    }
+
+    template <typename T>
+    T* make() {
+        ++nodesMade()[T::kClassId + kVeriClassIdOffset];
+        return arena.make<T>();
+    }
     template <typename T>
     T* make(const VeriToken& start) {
-        T* node = arena.make<T>();
-        node->loc = ColLineFile(start.fileId, start.line, start.col);
+        T* node = make<T>();
+        node->SetLinefile(ColLineFile(start.fileId, start.line, start.col));
         return node;
     }
+    static NodeCounts& nodesMade();
+    // Takes the nodes of a subtree the parse leaves out of the tree off the count.
+    void dropped(VeriTreeNode* subtree);
+    // The same for one node whose children live on elsewhere in the tree.
+    void droppedNode(VeriTreeNode* node) {
+        if (node) --nodesMade()[node->GetClassId() + kVeriClassIdOffset];
+    }
+    // Attributes go to the node they stand in front of, or are dropped with it.
+    void attach(VeriTreeNode* node, std::vector<VeriAttribute>& attrs);
     void finish(VeriTreeNode* node);
     std::string_view copy(std::string_view text) { return arena.copy(text); }
 
@@ -95,13 +148,26 @@ struct VeriParser::Impl {
     };
 
     // ---- scopes and names
-    VeriScope* pushScope(VeriTreeNode* owner);
-    void popScope(VeriScope* upper) { scope = upper; }
+    // Where the parse stands in scopes, to go back to.
+    struct ScopeMark {
+        VeriScope* scope;
+        VeriSeqBlock* unscopedBlock;
+    };
+    ScopeMark pushScope(VeriTreeNode* owner);
+    // Most blocks declare nothing: an unnamed block gets its scope with its first
+    // declaration or import.
+    ScopeMark enterBlock(VeriSeqBlock* block);
+    void popScope(const ScopeMark& mark) {
+        scope = mark.scope;
+        unscopedBlock = mark.unscopedBlock;
+    }
+    // The scope declarations go to; makes the scope of the block it is in.
+    VeriScope* declarationScope();
     void declare(VeriIdDef* id);
     VeriIdRef* makeRef(const VeriToken& t);
     void resolvePending();
-    VeriIdDef* lookup(VeriScope* from, std::string_view name);
-    VeriIdDef* lookupInPackage(VeriModule* package, std::string_view name);
+    VeriIdDef* lookup(VeriScope* from, Symbol name);
+    VeriIdDef* lookupInPackage(VeriModule* package, Symbol name);
     void importPackage(VeriScopeName* item);
 
     // ---- expressions (VeriParseExpr.cpp)
@@ -118,11 +184,13 @@ struct VeriParser::Impl {
     VeriExpression* parseRangeOrExpression(); // [a:b] items of inside / dist
     VeriRange* parseSelect();                  // after '[': index or part select, and ']'
     VeriRange* parseDimensions();              // zero or more [..] dimensions
-    void parseCallArgs(std::vector<VeriExpression*>& args); // after '(' up to ')'
+    void parseCallArgs(List<VeriExpression>& args); // after '(' up to ')'
+    ArenaArray<VeriExpression*> parseCallArgs();    // the same, frozen
     VeriDelayOrEventControl* parseDelay();     // at '#'
+    ArenaArray<VeriExpression*> parseDelayValues(); // after '#'
     VeriDelayOrEventControl* parseEventControl(); // at '@'
     VeriExpression* parseEventExpression();
-    void parseParamValues(std::vector<VeriExpression*>& values); // at '#'
+    ArenaArray<VeriExpression*> parseParamValues(); // at '#'
     VeriExpression* parseLValue();
     bool startsExpression(unsigned k);
 
@@ -138,7 +206,7 @@ struct VeriParser::Impl {
     VeriDataType* parseStructUnion();
     VeriDataType* parseEnum();
     VeriDataDecl* parseDataDecl(const VeriToken& start, unsigned dir, unsigned kind, bool netDecl,
-                                std::vector<unsigned> qualifiers);
+                                const std::vector<unsigned>& qualifiers);
     void parseDeclarators(VeriDataDecl* decl);
     VeriModuleItem* parseTypedef(const VeriToken& start);
     VeriDataDecl* parseParamDecl(const VeriToken& start, unsigned kind, bool inPortList);
@@ -163,11 +231,11 @@ struct VeriParser::Impl {
     // ---- items and units (VeriParseItem.cpp)
     void parseSourceText();
     VeriModule* parseUnit(const VeriToken& start, std::vector<VeriAttribute> attrs);
-    void parseUnitHeader(VeriModule* m);
-    void parseParameterPortList(VeriModule* m);
-    void parsePortList(VeriModule* m);
+    void parseUnitHeader(VeriModule* m, List<VeriModuleItem>& items);
+    void parseParameterPortList(List<VeriTreeNode>& parameters);
+    void parsePortList(VeriModule* m, List<VeriTreeNode>& ports);
     VeriModuleItem* parseItem(unsigned endKind);
-    void parseItems(std::vector<VeriModuleItem*>& items, unsigned endKind);
+    void parseItems(List<VeriModuleItem>& items, unsigned endKind);
     VeriModuleItem* parseInstantiation(const VeriToken& start);
     VeriModuleItem* parseGateInstantiation(const VeriToken& start);
     VeriModuleItem* parseGenerateItemBody(); // the item of a generate if/for/case

@@ -36,7 +36,7 @@ public:
         if (n) n->Accept(*this);
     }
     template <typename T>
-    void list(const std::vector<T*>& nodes, const char* sep = ", ") {
+    void list(const ArenaArray<T*>& nodes, const char* sep = ", ") {
         bool first = true;
         for (T* n : nodes) {
             if (!first) out << sep;
@@ -57,7 +57,7 @@ public:
             out << ']';
         }
     }
-    void items(const std::vector<VeriModuleItem*>& list) {
+    void items(const ArenaArray<VeriModuleItem*>& list) {
         for (VeriModuleItem* item : list) {
             line();
             node(item);
@@ -107,7 +107,7 @@ public:
     }
     void Visit(VeriScopeName& n) override {
         node(n.prefix);
-        if (!n.paramValues.empty()) {
+        if (!n.paramValues.Empty()) {
             out << " #(";
             list(n.paramValues);
             out << ')';
@@ -205,7 +205,7 @@ public:
     }
     void Visit(VeriSystemFunctionCall& n) override {
         out << n.name;
-        if (!n.args.empty()) {
+        if (!n.args.Empty()) {
             out << '(';
             list(n.args);
             out << ')';
@@ -301,7 +301,7 @@ public:
     void Visit(VeriTypeRef& n) override {
         if (n.virtualInterface) out << "virtual ";
         node(n.typeName);
-        if (!n.paramValues.empty()) {
+        if (!n.paramValues.Empty()) {
             out << " #(";
             list(n.paramValues);
             out << ')';
@@ -359,7 +359,7 @@ public:
         out << ") ";
     }
     void Visit(VeriDelayOrEventControl& n) override {
-        if (!n.delays.empty() || (n.events.empty() && !n.implicitEvent)) {
+        if (!n.delays.Empty() || (n.events.Empty() && !n.implicitEvent)) {
             out << (n.cycleDelay ? "##(" : "#(");
             list(n.delays);
             out << ") ";
@@ -397,6 +397,10 @@ public:
         }
     }
     void Visit(VeriIdDef& n) override { name(n.name); }
+    void Visit(VeriTypeId& n) override {
+        name(n.name);
+        dims(n.dimensions);
+    }
     void Visit(VeriInstId& n) override {
         // Gate and UDP instances may be unnamed.
         if (!n.name.empty()) {
@@ -454,7 +458,7 @@ public:
         node(n.rval);
     }
     void qualifiers(const VeriModuleItem& n) {
-        for (unsigned q : n.qualifiers) {
+        for (unsigned q : n.GetQualifiers()) {
             if (q == VT_VAR || q == VT_CONST) continue; // printed as the kind
             tok(q);
             out << ' ';
@@ -478,7 +482,7 @@ public:
             tok(n.kind);
             out << ' ';
         }
-        bool isType = !n.ids.empty() && n.ids[0]->IsType();
+        bool isType = !n.ids.Empty() && n.ids[0]->IsType();
         if (isType) out << "type ";
         node(n.dataType);
         if (!n.dataType && n.kind == VT_REG) out << "reg ";
@@ -498,7 +502,7 @@ public:
             out << ' ';
         }
         node(n.dataType);
-        if (!n.delays.empty()) {
+        if (!n.delays.Empty()) {
             out << "#(";
             list(n.delays);
             out << ") ";
@@ -510,7 +514,7 @@ public:
         node(n.moduleName);
         out << ' ';
         node(n.strength);
-        if (!n.paramValues.empty()) {
+        if (!n.paramValues.Empty()) {
             out << "#(";
             list(n.paramValues);
             out << ") ";
@@ -522,7 +526,7 @@ public:
         tok(n.gate);
         out << ' ';
         node(n.strength);
-        if (!n.delays.empty()) {
+        if (!n.delays.Empty()) {
             out << "#(";
             list(n.delays);
             out << ") ";
@@ -585,7 +589,7 @@ public:
         }
     }
     void Visit(VeriGenerateCaseItem& n) override {
-        if (n.conditions.empty()) out << "default";
+        if (n.conditions.Empty()) out << "default";
         else list(n.conditions);
         out << ':';
         generateItem(n.item);
@@ -667,7 +671,7 @@ public:
     }
     void Visit(VeriExportDecl& n) override {
         out << "export ";
-        if (n.items.empty()) out << "*::*";
+        if (n.items.Empty()) out << "*::*";
         list(n.items);
         out << ';';
     }
@@ -708,7 +712,7 @@ public:
     void Visit(VeriBindDirective& n) override {
         out << "bind ";
         node(n.target);
-        if (!n.targetInstances.empty()) {
+        if (!n.targetInstances.Empty()) {
             out << " : ";
             list(n.targetInstances);
         }
@@ -745,14 +749,14 @@ public:
         }
         out << kw << ' ';
         name(n.Name());
-        if (!n.parameters.empty()) {
+        if (!n.parameters.Empty()) {
             out << " #(";
             inHeader = true;
             list(n.parameters);
             inHeader = false;
             out << ')';
         }
-        if (!n.ports.empty() || n.ansiHeader) {
+        if (!n.ports.Empty() || n.ansiHeader) {
             out << " (";
             list(n.ports);
             out << ')';
@@ -769,7 +773,7 @@ public:
         out << "config ";
         name(n.Name());
         out << ";";
-        if (!n.designCells.empty()) {
+        if (!n.designCells.Empty()) {
             out << " design ";
             for (VeriExpression* e : n.designCells) {
                 if (auto* sc = dynamic_cast<VeriScopeName*>(e)) {
@@ -789,8 +793,8 @@ public:
 
     // ---- statements
     void label(VeriStatement& s) {
-        if (s.label) {
-            name(s.label->name);
+        if (VeriLabelId* label = s.GetLabel()) {
+            name(label->name);
             out << ": ";
         }
     }
@@ -852,7 +856,7 @@ public:
         }
     }
     void Visit(VeriCaseItem& n) override {
-        if (n.conditions.empty()) out << "default";
+        if (n.conditions.Empty()) out << "default";
         else list(n.conditions);
         out << ':';
         stmtBody(n.stmt);
@@ -963,7 +967,7 @@ public:
     void Visit(VeriSystemTaskEnable& n) override {
         label(n);
         out << n.name;
-        if (!n.args.empty()) {
+        if (!n.args.Empty()) {
             out << '(';
             list(n.args);
             out << ')';

@@ -1,29 +1,12 @@
 #include "hdl/sv/VeriTree.h"
 
+#include <type_traits>
+#include <unordered_map>
+
 #include "hdl/sv/VeriTokens.h"
 #include "hdl/sv/VeriVisitor.h"
 
 namespace hdl {
-
-bool VeriScope::declare(std::string_view name, VeriIdDef* id) {
-    if (name.empty() || !id) return false;
-    auto inserted = ids_.emplace(name, id);
-    if (!inserted.second) return false;
-    order_.push_back(id);
-    return true;
-}
-
-VeriIdDef* VeriScope::findLocal(std::string_view name) const {
-    auto it = ids_.find(name);
-    return it == ids_.end() ? nullptr : it->second;
-}
-
-VeriModule* VeriScope::GetContainingModule() const {
-    for (const VeriScope* s = this; s; s = s->upper_) {
-        if (auto* m = dynamic_cast<VeriModule*>(s->owner_)) return m;
-    }
-    return nullptr;
-}
 
 void VeriTreeNode::Accept(VeriVisitor& v) { v.Visit(*this); }
 
@@ -154,198 +137,112 @@ void VeriForce::Accept(VeriVisitor& v) { v.Visit(*this); }
 void VeriRelease::Accept(VeriVisitor& v) { v.Visit(*this); }
 void VeriAssertion::Accept(VeriVisitor& v) { v.Visit(*this); }
 
-// Children in source order.
-void VeriIndexedId::WalkChildren(VeriVisitor& v) { v.TraverseNode(prefix); v.TraverseNode(index); }
-void VeriIndexedMemoryId::WalkChildren(VeriVisitor& v) { v.TraverseNode(prefix); v.TraverseArray(indexes); }
-void VeriSelectedName::WalkChildren(VeriVisitor& v) { v.TraverseNode(prefix); }
-void VeriScopeName::WalkChildren(VeriVisitor& v) { v.TraverseNode(prefix); v.TraverseArray(paramValues); }
-void VeriUnaryOperator::WalkChildren(VeriVisitor& v) { v.TraverseNode(arg); }
-void VeriBinaryOperator::WalkChildren(VeriVisitor& v) { v.TraverseNode(left); v.TraverseNode(right); }
-void VeriQuestionColon::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(cond);
-    v.TraverseNode(thenExpr);
-    v.TraverseNode(elseExpr);
+void VeriTreeTraits::Traverse(VeriVisitor& v, VeriTreeNode* node) { v.TraverseNode(node); }
+
+VeriTreeNode* VeriTreeNode::Copy(Arena& arena) const {
+    TreeCopier copier(arena);
+    return Copy(copier);
 }
-void VeriConcat::WalkChildren(VeriVisitor& v) { v.TraverseArray(exprs); }
-void VeriMultiConcat::WalkChildren(VeriVisitor& v) { v.TraverseNode(repeat); v.TraverseArray(exprs); }
-void VeriStreamingConcat::WalkChildren(VeriVisitor& v) { v.TraverseNode(sliceSize); v.TraverseArray(exprs); }
-void VeriFunctionCall::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(func);
-    v.TraverseArray(args);
-    v.TraverseNode(with);
+
+namespace {
+// Extras by node. An entry outlives its node when an arena goes, but only a marked node
+// is looked up, and marking a node writes its entry anew.
+std::unordered_map<const VeriTreeNode*, VeriNodeExtras>& extrasTable() {
+    static std::unordered_map<const VeriTreeNode*, VeriNodeExtras> table;
+    return table;
 }
-void VeriSystemFunctionCall::WalkChildren(VeriVisitor& v) { v.TraverseArray(args); }
-void VeriMinTypMaxExpr::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(minExpr);
-    v.TraverseNode(typExpr);
-    v.TraverseNode(maxExpr);
+} // namespace
+
+void VeriTreeNode::ForgetAllTrees() {
+    extrasTable().clear();
+    PackedLineFile::ForgetAllOnTheSide();
+    Symbol::ForgetAll();
 }
-void VeriAssignmentPattern::WalkChildren(VeriVisitor& v) { v.TraverseNode(type); v.TraverseArray(exprs); }
-void VeriMultiAssignmentPattern::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(type);
-    v.TraverseNode(repeat);
-    v.TraverseArray(exprs);
+
+const VeriNodeExtras* VeriTreeNode::Extras() const { return loc.Marked() ? &extrasTable()[this] : nullptr; }
+
+VeriNodeExtras& VeriTreeNode::MutableExtras() {
+    if (!loc.Marked()) {
+        loc.SetMark(true);
+        extrasTable()[this] = VeriNodeExtras();
+    }
+    return extrasTable()[this];
 }
-void VeriCast::WalkChildren(VeriVisitor& v) { v.TraverseNode(target); v.TraverseNode(expr); }
-void VeriNew::WalkChildren(VeriVisitor& v) { v.TraverseNode(size); v.TraverseArray(args); }
-void VeriPortConnect::WalkChildren(VeriVisitor& v) { v.TraverseNode(connection); }
-void VeriEventExpression::WalkChildren(VeriVisitor& v) { v.TraverseNode(expr); v.TraverseNode(iffCond); }
-void VeriRange::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(left);
-    v.TraverseNode(right);
-    v.TraverseNode(next);
+
+ArenaArray<VeriAttribute> VeriTreeNode::GetAttributes() const {
+    const VeriNodeExtras* e = Extras();
+    return e ? e->attributes : ArenaArray<VeriAttribute>();
 }
-void VeriTypeOperator::WalkChildren(VeriVisitor& v) { v.TraverseNode(arg); }
-void VeriTaggedUnion::WalkChildren(VeriVisitor& v) { v.TraverseNode(expr); }
-void VeriDataType::WalkChildren(VeriVisitor& v) { v.TraverseNode(dimensions); }
-void VeriTypeRef::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(typeName);
-    v.TraverseArray(paramValues);
-    v.TraverseNode(dimensions);
+
+void VeriTreeNode::SetAttributes(ArenaArray<VeriAttribute> attributes) {
+    if (!attributes.Empty() || loc.Marked()) MutableExtras().attributes = attributes;
 }
-void VeriStructUnion::WalkChildren(VeriVisitor& v) { v.TraverseArray(members); v.TraverseNode(dimensions); }
-void VeriEnum::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(baseType);
-    v.TraverseArray(literals);
-    v.TraverseNode(dimensions);
+
+ArenaArray<unsigned> VeriModuleItem::GetQualifiers() const {
+    const VeriNodeExtras* e = Extras();
+    return e ? e->qualifiers : ArenaArray<unsigned>();
 }
-void VeriNetDataType::WalkChildren(VeriVisitor& v) { v.TraverseNode(dataType); }
-void VeriDelayOrEventControl::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(repeat);
-    v.TraverseArray(delays);
-    v.TraverseArray(events);
+
+void VeriModuleItem::SetQualifiers(ArenaArray<unsigned> qualifiers) {
+    if (!qualifiers.Empty() || loc.Marked()) MutableExtras().qualifiers = qualifiers;
 }
-void VeriVariable::WalkChildren(VeriVisitor& v) { v.TraverseNode(dimensions); v.TraverseNode(initialValue); }
-void VeriParamId::WalkChildren(VeriVisitor& v) { v.TraverseNode(dimensions); v.TraverseNode(initialValue); }
-void VeriInstId::WalkChildren(VeriVisitor& v) { v.TraverseNode(dimensions); v.TraverseArray(portConnects); }
-void VeriPrototypeId::WalkChildren(VeriVisitor& v) { v.TraverseNode(expr); }
-void VeriAnsiPortDecl::WalkChildren(VeriVisitor& v) { v.TraverseNode(dataType); v.TraverseArray(ids); }
-void VeriNetRegAssign::WalkChildren(VeriVisitor& v) { v.TraverseNode(lval); v.TraverseNode(rval); }
-void VeriDefParamAssign::WalkChildren(VeriVisitor& v) { v.TraverseNode(lval); v.TraverseNode(rval); }
-void VeriDataDecl::WalkChildren(VeriVisitor& v) { v.TraverseNode(dataType); v.TraverseArray(ids); }
-void VeriNetDecl::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(strength);
-    v.TraverseNode(dataType);
-    v.TraverseArray(delays);
-    v.TraverseArray(ids);
+
+VeriLabelId* VeriStatement::GetLabel() const {
+    const VeriNodeExtras* e = Extras();
+    return e ? e->label : nullptr;
 }
-void VeriModuleInstantiation::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(moduleName);
-    v.TraverseNode(strength);
-    v.TraverseArray(paramValues);
-    v.TraverseArray(instances);
+
+void VeriStatement::SetLabel(VeriLabelId* label) {
+    if (label || loc.Marked()) MutableExtras().label = label;
 }
-void VeriGateInstantiation::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(strength);
-    v.TraverseArray(delays);
-    v.TraverseArray(instances);
+
+void VeriTreeTraits::WalkExtras(VeriVisitor& v, const VeriTreeNode& node) {
+    if (const VeriNodeExtras* e = node.Extras()) v.TraverseNode(e->label);
 }
-void VeriContinuousAssign::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(strength);
-    v.TraverseNode(delay);
-    v.TraverseArray(assigns);
+
+bool VeriTreeTraits::EqualExtras(const VeriTreeNode& a, const VeriTreeNode& b) {
+    if (!a.loc.Marked() && !b.loc.Marked()) return true;
+    static const VeriNodeExtras none;
+    const VeriNodeExtras& x = a.loc.Marked() ? *a.Extras() : none;
+    const VeriNodeExtras& y = b.loc.Marked() ? *b.Extras() : none;
+    if (x.attributes.Size() != y.attributes.Size() || x.qualifiers.Size() != y.qualifiers.Size()) return false;
+    for (uint32_t i = 0; i < x.attributes.Size(); ++i) {
+        if (x.attributes[i].name != y.attributes[i].name) return false;
+        if (!tree::NodesEqual<VeriTreeNode>(x.attributes[i].value, y.attributes[i].value)) return false;
+    }
+    for (uint32_t i = 0; i < x.qualifiers.Size(); ++i)
+        if (x.qualifiers[i] != y.qualifiers[i]) return false;
+    return tree::NodesEqual<VeriTreeNode>(x.label, y.label);
 }
-void VeriAlwaysConstruct::WalkChildren(VeriVisitor& v) { v.TraverseNode(stmt); }
-void VeriInitialConstruct::WalkChildren(VeriVisitor& v) { v.TraverseNode(stmt); }
-void VeriGenerateConstruct::WalkChildren(VeriVisitor& v) { v.TraverseArray(items); }
-void VeriGenerateFor::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(genvarDecl);
-    v.TraverseNode(init);
-    v.TraverseNode(cond);
-    v.TraverseNode(rep);
-    v.TraverseNode(item);
+
+void VeriTreeTraits::CloneExtras(TreeCopier& c, const VeriTreeNode& original, VeriTreeNode& copy) {
+    if (!original.loc.Marked()) return;
+    // The entry of the copy is written once its label and values are cloned.
+    VeriNodeExtras e = *original.Extras();
+    e.attributes = ArenaArray<VeriAttribute>(c.arena(), e.attributes.begin(), e.attributes.Size());
+    for (VeriAttribute& a : e.attributes)
+        if (a.value) a.value = static_cast<VeriExpression*>(a.value->CloneNode(c));
+    e.qualifiers = ArenaArray<unsigned>(c.arena(), e.qualifiers.begin(), e.qualifiers.Size());
+    if (e.label) e.label = static_cast<VeriLabelId*>(e.label->CloneNode(c));
+    extrasTable()[&copy] = e;
 }
-void VeriGenerateConditional::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(cond);
-    v.TraverseNode(thenItem);
-    v.TraverseNode(elseItem);
+
+void VeriTreeTraits::RemapExtras(TreeCopier& c, VeriTreeNode& node) {
+    if (!node.loc.Marked()) return;
+    VeriNodeExtras e = *node.Extras();
+    for (const VeriAttribute& a : e.attributes)
+        if (a.value) a.value->RemapLinks(c);
+    if (e.label) e.label->RemapLinks(c);
 }
-void VeriGenerateCaseItem::WalkChildren(VeriVisitor& v) { v.TraverseArray(conditions); v.TraverseNode(item); }
-void VeriGenerateCase::WalkChildren(VeriVisitor& v) { v.TraverseNode(cond); v.TraverseArray(items); }
-void VeriGenerateBlock::WalkChildren(VeriVisitor& v) { v.TraverseNode(blockId); v.TraverseArray(items); }
-void VeriFunctionDecl::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(returnType);
-    v.TraverseNode(prefix);
-    v.TraverseNode(id);
-    v.TraverseArray(ports);
-    v.TraverseArray(decls);
-    v.TraverseArray(stmts);
-}
-void VeriDefParam::WalkChildren(VeriVisitor& v) { v.TraverseArray(assigns); }
-void VeriModportDecl::WalkChildren(VeriVisitor& v) { v.TraverseNode(id); v.TraverseArray(ports); }
-void VeriModport::WalkChildren(VeriVisitor& v) { v.TraverseArray(decls); }
-void VeriImportDecl::WalkChildren(VeriVisitor& v) { v.TraverseArray(items); }
-void VeriExportDecl::WalkChildren(VeriVisitor& v) { v.TraverseArray(items); }
-void VeriSkippedItem::WalkChildren(VeriVisitor& v) { v.TraverseNode(id); v.TraverseArray(items); }
-void VeriBindDirective::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(target);
-    v.TraverseArray(targetInstances);
-    v.TraverseNode(instantiation);
-}
-void VeriNetAlias::WalkChildren(VeriVisitor& v) { v.TraverseArray(members); }
-void VeriModule::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(id);
-    v.TraverseArray(parameters);
-    v.TraverseArray(ports);
-    v.TraverseArray(items);
-}
-void VeriConfiguration::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(id);
-    v.TraverseArray(designCells);
-    v.TraverseArray(items);
-}
-void VeriSeqBlock::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(blockId);
-    v.TraverseArray(decls);
-    v.TraverseArray(stmts);
-}
-void VeriBlockingAssign::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(lval);
-    v.TraverseNode(control);
-    v.TraverseNode(rval);
-}
-void VeriNonBlockingAssign::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(lval);
-    v.TraverseNode(control);
-    v.TraverseNode(rval);
-}
-void VeriConditionalStatement::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(cond);
-    v.TraverseNode(thenStmt);
-    v.TraverseNode(elseStmt);
-}
-void VeriCaseItem::WalkChildren(VeriVisitor& v) { v.TraverseArray(conditions); v.TraverseNode(stmt); }
-void VeriCaseStatement::WalkChildren(VeriVisitor& v) { v.TraverseNode(cond); v.TraverseArray(items); }
-void VeriFor::WalkChildren(VeriVisitor& v) {
-    v.TraverseArray(inits);
-    v.TraverseNode(cond);
-    v.TraverseArray(reps);
-    v.TraverseNode(stmt);
-}
-void VeriWhile::WalkChildren(VeriVisitor& v) { v.TraverseNode(cond); v.TraverseNode(stmt); }
-void VeriDoWhile::WalkChildren(VeriVisitor& v) { v.TraverseNode(stmt); v.TraverseNode(cond); }
-void VeriRepeat::WalkChildren(VeriVisitor& v) { v.TraverseNode(count); v.TraverseNode(stmt); }
-void VeriForever::WalkChildren(VeriVisitor& v) { v.TraverseNode(stmt); }
-void VeriForeach::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(array);
-    v.TraverseArray(loopVars);
-    v.TraverseNode(stmt);
-}
-void VeriEventControlStatement::WalkChildren(VeriVisitor& v) { v.TraverseNode(control); v.TraverseNode(stmt); }
-void VeriDelayControlStatement::WalkChildren(VeriVisitor& v) { v.TraverseNode(control); v.TraverseNode(stmt); }
-void VeriTaskEnable::WalkChildren(VeriVisitor& v) { v.TraverseNode(call); }
-void VeriSystemTaskEnable::WalkChildren(VeriVisitor& v) { v.TraverseArray(args); }
-void VeriJumpStatement::WalkChildren(VeriVisitor& v) { v.TraverseNode(expr); }
-void VeriWait::WalkChildren(VeriVisitor& v) { v.TraverseNode(cond); v.TraverseNode(stmt); }
-void VeriDisable::WalkChildren(VeriVisitor& v) { v.TraverseNode(target); }
-void VeriEventTrigger::WalkChildren(VeriVisitor& v) { v.TraverseNode(control); v.TraverseNode(event); }
-void VeriAssign::WalkChildren(VeriVisitor& v) { v.TraverseNode(assign); }
-void VeriDeAssign::WalkChildren(VeriVisitor& v) { v.TraverseNode(lval); }
-void VeriAssertion::WalkChildren(VeriVisitor& v) {
-    v.TraverseNode(expr);
-    v.TraverseNode(thenStmt);
-    v.TraverseNode(elseStmt);
-}
+
+// Every concrete class has its own field list, and no class needs its destructor run.
+#define HDL_VERI_CLASS_CHECKS(cls, base)                                                        \
+    static_assert(std::is_abstract_v<cls> || tree::OwnsFieldList<cls>::value,                     \
+                  #cls " lists its own fields");                                                 \
+    static_assert(std::is_trivially_destructible_v<cls>, #cls " is trivially destructible");
+HDL_VERI_NODE_CLASSES(HDL_VERI_CLASS_CHECKS)
+#undef HDL_VERI_CLASS_CHECKS
+static_assert(std::is_trivially_destructible_v<VeriScope>);
 
 bool VeriDataDecl::IsTypedef() const { return kind == VT_TYPEDEF; }
 

@@ -1,21 +1,27 @@
-// Parse-tree nodes of Verilog/SystemVerilog. Every node knows its class code, its
-// source range and how to walk its children in source order. Nodes live in the arena
-// of the library that holds their design unit; child lists are plain vectors of
-// pointers so that elaboration can copy a unit or unroll a generate by cloning nodes.
+// Parse-tree nodes of Verilog/SystemVerilog. Every node knows its class code and its
+// source range, and every concrete class lists its fields once (VERI_FIELDS): children
+// in source order, back-links and values. The list drives the visitor's default walk,
+// structural equality and deep copies, with which elaboration copies a unit or unrolls
+// a generate (see hdl/base/TreeFields.h). Nodes live in the arena of the library that
+// holds their design unit, child lists too, and need no destructor.
 #pragma once
 
 #include <cstdint>
 #include <string_view>
-#include <unordered_map>
-#include <vector>
 
+#include "hdl/base/Arena.h"
+#include "hdl/base/ArenaArray.h"
 #include "hdl/base/LineFile.h"
+#include "hdl/base/PackedLineFile.h"
+#include "hdl/base/Symbol.h"
+#include "hdl/base/TreeFields.h"
 #include "hdl/sv/VeriClassIds.h"
 
 namespace hdl {
 
 class VeriVisitor;
 class VeriIdDef;
+class VeriLabelId;
 class VeriModule;
 class VeriLibrary;
 class VeriTreeNode;
@@ -89,56 +95,135 @@ class VeriStatement;
 
 // Declarations visible in one region (unit, generate block, subprogram, named block).
 // Lookup goes outward through `upper`, then through wildcard imports of each region.
+// A scope lives in the arena with its tree: its declarations in an array that doubles
+// as it fills, and, past a few, a hash index of them; a small scope is scanned.
 class VeriScope {
 public:
     VeriScope(VeriScope* upper, VeriTreeNode* owner) : upper_(upper), owner_(owner) {}
     // False when the name was already declared here (the first declaration stays).
-    bool declare(std::string_view name, VeriIdDef* id);
-    VeriIdDef* findLocal(std::string_view name) const;
+    bool declare(Arena& arena, VeriIdDef* id);
+    VeriIdDef* findLocal(Symbol name) const;
+    VeriIdDef* findLocal(std::string_view name) const { return findLocal(Symbol::Find(name)); }
     VeriScope* Upper() const { return upper_; }
     VeriTreeNode* Owner() const { return owner_; }
-    void addImport(VeriModule* package, std::string_view item) { imports_.push_back({package, item}); }
     struct Import {
         VeriModule* package;
-        std::string_view item; // empty for `pkg::*`
+        Symbol item; // empty for `pkg::*`
+        Import* next;
     };
-    const std::vector<Import>& imports() const { return imports_; }
+    void addImport(Arena& arena, VeriModule* package, Symbol item);
+    // The imports in order, as a list linked through `next`.
+    const Import* imports() const { return imports_; }
     // Declarations in order of declaration.
-    const std::vector<VeriIdDef*>& declarations() const { return order_; }
+    uint32_t DeclarationCount() const { return count_; }
+    VeriIdDef* Declaration(uint32_t i) const { return i < count_ ? ids_[i] : nullptr; }
     VeriModule* GetContainingModule() const;
 
 private:
+    friend struct tree::CustomField<VeriScope*>;
+    static uint32_t capacity(uint32_t count);
+    void index(uint32_t at, uint32_t mask);
+
     VeriScope* upper_;
     VeriTreeNode* owner_;
-    std::unordered_map<std::string_view, VeriIdDef*> ids_;
-    std::vector<VeriIdDef*> order_;
-    std::vector<Import> imports_;
+    VeriIdDef** ids_ = nullptr;
+    uint32_t* index_ = nullptr; // open addressing over ids_, positions + 1; null while scanned
+    Import* imports_ = nullptr;
+    uint32_t count_ = 0;
 };
 
 // (* name = value *) attached to a node.
 struct VeriAttribute {
-    std::string_view name;
+    Symbol name;
     class VeriExpression* value = nullptr;
 };
 
+// What few nodes have, kept apart so that the others do not pay for it.
+struct VeriNodeExtras {
+    ArenaArray<VeriAttribute> attributes;
+    ArenaArray<unsigned> qualifiers; // written in front of an item: static, virtual, local, rand...
+    VeriLabelId* label = nullptr;    // `name:` in front of a statement; a child
+};
+
+// A node marks in its position that it has extras; they are kept in a table by node
+// that lasts as long as the process (as the trees do). A copy gets extras of its own.
+// The label is a child and walked first; an attribute's value is a child that is
+// compared and copied but not walked: attributes describe the node rather than being
+// part of the design.
+struct VeriTreeTraits {
+    using Node = VeriTreeNode;
+    using Visitor = VeriVisitor;
+    static void Traverse(VeriVisitor& v, VeriTreeNode* node);
+    static void WalkExtras(VeriVisitor& v, const VeriTreeNode& node);
+    static bool EqualExtras(const VeriTreeNode& a, const VeriTreeNode& b);
+    static void CloneExtras(TreeCopier& c, const VeriTreeNode& original, VeriTreeNode& copy);
+    static void RemapExtras(TreeCopier& c, VeriTreeNode& node);
+};
+
+// Nodes live in an arena and have no destructor to run: every field is a plain value, a
+// pointer or an arena list.
 class VeriTreeNode {
 public:
-    virtual ~VeriTreeNode() = default;
     virtual uint32_t GetClassId() const { return ID_VERITREENODE; }
     virtual void Accept(VeriVisitor& v);
     // Visits the children in source order.
-    virtual void WalkChildren(VeriVisitor&) {}
-    const ColLineFile& Linefile() const { return loc; }
-    const std::vector<VeriAttribute>* GetAttributes() const { return attributes.empty() ? nullptr : &attributes; }
+    virtual void VisitChildren(VeriVisitor& v) = 0;
+    // The class is checked by the caller; compares the fields, positions aside.
+    virtual bool EqualFields(const VeriTreeNode& other) const = 0;
+    // The two passes of a copy (hdl/base/TreeCopier.h).
+    virtual VeriTreeNode* CloneNode(TreeCopier& copier) const = 0;
+    virtual void RemapLinks(TreeCopier& copier) = 0;
 
-    ColLineFile loc;
-    std::vector<VeriAttribute> attributes;
+    ColLineFile Linefile() const { return loc.Unpack(); }
+    void SetLinefile(const ColLineFile& where) { loc.Set(where); }
+    ArenaArray<VeriAttribute> GetAttributes() const;
+    void SetAttributes(ArenaArray<VeriAttribute> attributes);
+    // Same structure: same classes, fields and children, positions aside; back-links
+    // count only as set or not set.
+    bool IsEqual(const VeriTreeNode* other) const { return tree::NodesEqual(this, other); }
+    // A deep copy into `arena` that shares nothing with this subtree: back-links into the
+    // subtree point into the copy, back-links out of it stay. With a copier, the caller
+    // keeps the map from originals to copies (and may copy several roots with one map).
+    VeriTreeNode* Copy(Arena& arena) const;
+    VeriTreeNode* Copy(TreeCopier& copier) const { return tree::CopyTree(copier, this); }
+
+    PackedLineFile loc; // marked when the node has extras
+
+    // Forgets what the trees keep outside their nodes (extras, wide positions, names),
+    // once no tree is left.
+    static void ForgetAllTrees();
+
+protected:
+    friend struct VeriTreeTraits;
+    const VeriNodeExtras* Extras() const;
+    VeriNodeExtras& MutableExtras();
 };
 
+namespace tree {
+// A scope is rebuilt for a copy: declarations, imports and the scope above point at
+// their copies where those were copied too. Scopes are derived data: not walked, not
+// compared.
+template <>
+struct CustomField<VeriScope*> : std::true_type {
+    static void Walk(VeriVisitor&, VeriScope*) {}
+    static bool Equal(const VeriScope*, const VeriScope*) { return true; }
+    static void Clone(TreeCopier& c, VeriScope*& scope);
+    static void Remap(TreeCopier& c, VeriScope*& scope);
+};
+
+} // namespace tree
+
+// Inside a concrete node class: its class code, and its fields (children, back-links
+// and values, children in source order) for walking, comparing and copying. Members
+// are declared small ones first: the first 4 bytes of a class go into the room that
+// the base leaves before the next 8-byte boundary.
 #define HDL_VERI_NODE(cls, code)                                          \
-    uint32_t GetClassId() const override { return ID_VERI##code; }       \
+public:                                                                   \
+    using SelfType = cls;                                                 \
+    static constexpr uint32_t kClassId = ID_VERI##code;                   \
+    uint32_t GetClassId() const override { return kClassId; }            \
     void Accept(VeriVisitor& v) override
-#define HDL_VERI_WALK void WalkChildren(VeriVisitor& v) override
+#define VERI_FIELDS(...) HDL_TREE_FIELDS(VeriTreeTraits, __VA_ARGS__)
 
 // ---------------------------------------------------------------- expressions
 
@@ -154,9 +239,10 @@ class VeriName : public VeriExpression {};
 class VeriIdRef : public VeriName {
 public:
     HDL_VERI_NODE(VeriIdRef, IDREF);
+    VERI_FIELDS(name, HDL_LINK(id))
     VeriIdDef* GetId() const override { return id; }
     std::string_view GetName() const override { return name; }
-    std::string_view name;
+    Symbol name;
     VeriIdDef* id = nullptr;
 };
 
@@ -164,7 +250,7 @@ public:
 class VeriIndexedId : public VeriName {
 public:
     HDL_VERI_NODE(VeriIndexedId, INDEXEDID);
-    HDL_VERI_WALK;
+    VERI_FIELDS(prefix, index)
     VeriIdDef* GetId() const override { return prefix ? prefix->GetId() : nullptr; }
     std::string_view GetName() const override { return prefix ? prefix->GetName() : std::string_view(); }
     VeriExpression* GetPrefix() const { return prefix; }
@@ -177,11 +263,11 @@ public:
 class VeriIndexedMemoryId : public VeriName {
 public:
     HDL_VERI_NODE(VeriIndexedMemoryId, INDEXEDMEMORYID);
-    HDL_VERI_WALK;
+    VERI_FIELDS(prefix, indexes)
     VeriIdDef* GetId() const override { return prefix ? prefix->GetId() : nullptr; }
     std::string_view GetName() const override { return prefix ? prefix->GetName() : std::string_view(); }
     VeriExpression* prefix = nullptr;
-    std::vector<VeriExpression*> indexes;
+    ArenaArray<VeriExpression*> indexes;
 };
 
 // prefix.suffix: hierarchical reference, struct member or interface item. The prefix is
@@ -189,13 +275,13 @@ public:
 class VeriSelectedName : public VeriName {
 public:
     HDL_VERI_NODE(VeriSelectedName, SELECTEDNAME);
-    HDL_VERI_WALK;
+    VERI_FIELDS(prefix, suffix, HDL_LINK(id))
     VeriIdDef* GetId() const override { return id; }
     std::string_view GetName() const override { return suffix; }
     VeriExpression* GetPrefix() const { return prefix; }
     std::string_view GetSuffix() const { return suffix; }
+    Symbol suffix;
     VeriExpression* prefix = nullptr;
-    std::string_view suffix;
     VeriIdDef* id = nullptr; // the suffix's declaration when the prefix is a package
 };
 
@@ -203,12 +289,12 @@ public:
 class VeriScopeName : public VeriName {
 public:
     HDL_VERI_NODE(VeriScopeName, SCOPENAME);
-    HDL_VERI_WALK;
+    VERI_FIELDS(prefix, paramValues, name, HDL_LINK(id))
     VeriIdDef* GetId() const override { return id; }
     std::string_view GetName() const override { return name; }
+    Symbol name;
     VeriExpression* prefix = nullptr; // the scope (a VeriIdRef, maybe with parameters)
-    std::vector<VeriExpression*> paramValues; // C#(...)::name
-    std::string_view name;
+    ArenaArray<VeriExpression*> paramValues; // C#(...)::name
     VeriIdDef* id = nullptr;
 };
 
@@ -217,12 +303,14 @@ class VeriConst : public VeriExpression {};
 class VeriIntVal : public VeriConst {
 public:
     HDL_VERI_NODE(VeriIntVal, INTVAL);
+    VERI_FIELDS(value)
     int64_t value = 0;
 };
 
 class VeriRealVal : public VeriConst {
 public:
     HDL_VERI_NODE(VeriRealVal, REALVAL);
+    VERI_FIELDS(value)
     double value = 0;
 };
 
@@ -230,8 +318,9 @@ public:
 class VeriConstVal : public VeriConst {
 public:
     HDL_VERI_NODE(VeriConstVal, CONSTVAL);
+    VERI_FIELDS(text, size, isSigned, isString, isUnbased)
     bool IsString() const { return isString; }
-    std::string_view text;
+    Symbol text;
     uint32_t size = 0; // 0 when unsized
     bool isSigned = false;
     bool isString = false;
@@ -241,30 +330,34 @@ public:
 class VeriTimeLiteral : public VeriConst {
 public:
     HDL_VERI_NODE(VeriTimeLiteral, TIMELITERAL);
-    std::string_view text;
+    VERI_FIELDS(text)
+    Symbol text;
 };
 
 class VeriDollar : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriDollar, DOLLAR);
+    VERI_FIELDS()
 };
 
 class VeriNull : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriNull, NULL);
+    VERI_FIELDS()
 };
 
 // A keyword used as an expression: this, super, default, `type` keywords in patterns.
 class VeriKeyword : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriKeyword, KEYWORD);
+    VERI_FIELDS(token)
     unsigned token = 0;
 };
 
 class VeriUnaryOperator : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriUnaryOperator, UNARYOPERATOR);
-    HDL_VERI_WALK;
+    VERI_FIELDS(oper, postfix, arg)
     unsigned oper = 0;
     bool postfix = false; // x++ / x--
     VeriExpression* arg = nullptr;
@@ -273,7 +366,7 @@ public:
 class VeriBinaryOperator : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriBinaryOperator, BINARYOPERATOR);
-    HDL_VERI_WALK;
+    VERI_FIELDS(oper, left, right)
     unsigned oper = 0;
     VeriExpression* left = nullptr;
     VeriExpression* right = nullptr; // for `inside` and `dist` a VeriConcat of the items
@@ -282,7 +375,7 @@ public:
 class VeriQuestionColon : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriQuestionColon, QUESTIONCOLON);
-    HDL_VERI_WALK;
+    VERI_FIELDS(cond, thenExpr, elseExpr)
     VeriExpression* cond = nullptr;
     VeriExpression* thenExpr = nullptr;
     VeriExpression* elseExpr = nullptr;
@@ -291,52 +384,52 @@ public:
 class VeriConcat : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriConcat, CONCAT);
-    HDL_VERI_WALK;
-    std::vector<VeriExpression*> exprs;
+    VERI_FIELDS(exprs)
+    ArenaArray<VeriExpression*> exprs;
 };
 
 class VeriMultiConcat : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriMultiConcat, MULTICONCAT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(repeat, exprs)
     VeriExpression* repeat = nullptr;
-    std::vector<VeriExpression*> exprs;
+    ArenaArray<VeriExpression*> exprs;
 };
 
 // {<< size {exprs}} / {>> {exprs}}
 class VeriStreamingConcat : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriStreamingConcat, STREAMINGCONCAT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(oper, sliceSize, exprs)
     unsigned oper = 0; // <<, >>
     VeriExpression* sliceSize = nullptr;
-    std::vector<VeriExpression*> exprs;
+    ArenaArray<VeriExpression*> exprs;
 };
 
 class VeriFunctionCall : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriFunctionCall, FUNCTIONCALL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(func, args, with)
     VeriIdDef* GetId() const override { return func ? func->GetId() : nullptr; }
     std::string_view GetName() const override { return func ? func->GetName() : std::string_view(); }
     VeriExpression* func = nullptr;
-    std::vector<VeriExpression*> args;
+    ArenaArray<VeriExpression*> args;
     VeriExpression* with = nullptr; // array method `with (expr)` or randomize `with {...}`
 };
 
 class VeriSystemFunctionCall : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriSystemFunctionCall, SYSTEMFUNCTIONCALL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(name, args)
     std::string_view GetName() const override { return name; }
-    std::string_view name; // with the '$'
-    std::vector<VeriExpression*> args;
+    Symbol name; // with the '$'
+    ArenaArray<VeriExpression*> args;
 };
 
 class VeriMinTypMaxExpr : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriMinTypMaxExpr, MINTYPMAXEXPR);
-    HDL_VERI_WALK;
+    VERI_FIELDS(minExpr, typExpr, maxExpr)
     VeriExpression* minExpr = nullptr;
     VeriExpression* typExpr = nullptr;
     VeriExpression* maxExpr = nullptr;
@@ -346,26 +439,26 @@ public:
 class VeriAssignmentPattern : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriAssignmentPattern, ASSIGNMENTPATTERN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(type, exprs)
     VeriExpression* type = nullptr;
-    std::vector<VeriExpression*> exprs; // keyed items are VeriPortConnect-free pairs: key: value as VeriBinaryOperator(COLON)
+    ArenaArray<VeriExpression*> exprs; // keyed items are VeriPortConnect-free pairs: key: value as VeriBinaryOperator(COLON)
 };
 
 // '{n{a, b}}
 class VeriMultiAssignmentPattern : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriMultiAssignmentPattern, MULTIASSIGNMENTPATTERN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(type, repeat, exprs)
     VeriExpression* type = nullptr;
     VeriExpression* repeat = nullptr;
-    std::vector<VeriExpression*> exprs;
+    ArenaArray<VeriExpression*> exprs;
 };
 
 // type'(expr), size'(expr), signed'(expr)
 class VeriCast : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriCast, CAST);
-    HDL_VERI_WALK;
+    VERI_FIELDS(target, expr)
     VeriExpression* target = nullptr;
     VeriExpression* expr = nullptr;
 };
@@ -373,20 +466,20 @@ public:
 class VeriNew : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriNew, NEW);
-    HDL_VERI_WALK;
+    VERI_FIELDS(size, args)
     VeriExpression* size = nullptr; // new [size]
-    std::vector<VeriExpression*> args;
+    ArenaArray<VeriExpression*> args;
 };
 
 // .name(expr) in port and parameter lists, and key: value items.
 class VeriPortConnect : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriPortConnect, PORTCONNECT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(portName, connection, implicit)
     std::string_view GetName() const override { return portName; }
     std::string_view GetNamedFormal() const { return portName; }
     VeriExpression* GetConnection() const { return connection; }
-    std::string_view portName;
+    Symbol portName;
     VeriExpression* connection = nullptr; // null for `.name()`; a VeriIdRef of the name for `.name`
     bool implicit = false;                // `.name` without parentheses
 };
@@ -394,18 +487,20 @@ public:
 class VeriPortOpen : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriPortOpen, PORTOPEN);
+    VERI_FIELDS()
 };
 
 class VeriDotStar : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriDotStar, DOTSTAR);
+    VERI_FIELDS()
 };
 
 // [posedge|negedge|edge] expr [iff cond]
 class VeriEventExpression : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriEventExpression, EVENTEXPRESSION);
-    HDL_VERI_WALK;
+    VERI_FIELDS(edge, expr, iffCond)
     unsigned edge = 0;
     VeriExpression* expr = nullptr;
     VeriExpression* iffCond = nullptr;
@@ -415,15 +510,15 @@ public:
 class VeriRange : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriRange, RANGE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(left, right, partSelect, unsizedDim, next)
     VeriExpression* GetLeft() const { return left; }
     VeriExpression* GetRight() const { return right; }
     unsigned GetPartSelectToken() const { return partSelect; }
     VeriRange* GetNext() const { return next; }
+    uint16_t partSelect = 0;         // 0, VT_COLON, VT_PLUS_COLON, VT_MINUS_COLON
+    bool unsizedDim = false;         // [] or [*]
     VeriExpression* left = nullptr;
     VeriExpression* right = nullptr; // null for a single size or index
-    unsigned partSelect = 0;         // 0, VT_COLON, VT_PLUS_COLON, VT_MINUS_COLON
-    bool unsizedDim = false;         // [] or [*]
     VeriRange* next = nullptr;       // the next dimension
 };
 
@@ -431,7 +526,7 @@ public:
 class VeriTypeOperator : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriTypeOperator, TYPEOPERATOR);
-    HDL_VERI_WALK;
+    VERI_FIELDS(arg)
     VeriExpression* arg = nullptr;
 };
 
@@ -439,8 +534,8 @@ public:
 class VeriTaggedUnion : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriTaggedUnion, TAGGEDUNION);
-    HDL_VERI_WALK;
-    std::string_view member;
+    VERI_FIELDS(member, expr)
+    Symbol member;
     VeriExpression* expr = nullptr;
 };
 
@@ -448,12 +543,12 @@ public:
 class VeriDataType : public VeriExpression {
 public:
     HDL_VERI_NODE(VeriDataType, DATATYPE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(type, signing, dimensions)
     unsigned GetType() const { return type; }
     unsigned GetSigning() const { return signing; }
     VeriRange* GetDimensions() const { return dimensions; }
-    unsigned type = 0;
-    unsigned signing = 0;
+    uint16_t type = 0;
+    uint16_t signing = 0;
     VeriRange* dimensions = nullptr;
 };
 
@@ -461,44 +556,45 @@ public:
 class VeriTypeRef : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriTypeRef, TYPEREF);
-    HDL_VERI_WALK;
+    VERI_FIELDS(type, signing, typeName, paramValues, virtualInterface, dimensions)
     VeriIdDef* GetId() const override { return typeName ? typeName->GetId() : nullptr; }
     std::string_view GetName() const override { return typeName ? typeName->GetName() : std::string_view(); }
     VeriExpression* typeName = nullptr;
-    std::vector<VeriExpression*> paramValues; // class#(...)
+    ArenaArray<VeriExpression*> paramValues; // class#(...)
     bool virtualInterface = false;            // virtual [interface] name
 };
 
 class VeriStructUnion : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriStructUnion, STRUCTUNION);
-    HDL_VERI_WALK;
+    VERI_FIELDS(type, signing, packed, tagged, members, dimensions, scope)
     // type is VT_STRUCT or VT_UNION
     bool packed = false;
     bool tagged = false;
-    std::vector<class VeriDataDecl*> members;
+    ArenaArray<class VeriDataDecl*> members;
     VeriScope* scope = nullptr;
 };
 
 class VeriEnum : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriEnum, ENUM);
-    HDL_VERI_WALK;
+    VERI_FIELDS(type, signing, baseType, literals, dimensions)
     VeriDataType* baseType = nullptr;
-    std::vector<class VeriParamId*> literals;
+    ArenaArray<class VeriParamId*> literals;
 };
 
 // A net type with a data type: `wire logic [3:0]`.
 class VeriNetDataType : public VeriDataType {
 public:
     HDL_VERI_NODE(VeriNetDataType, NETDATATYPE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(type, signing, dataType, dimensions)
     VeriDataType* dataType = nullptr;
 };
 
 class VeriStrength : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriStrength, STRENGTH);
+    VERI_FIELDS(lval, rval)
     unsigned lval = 0;
     unsigned rval = 0;
 };
@@ -507,12 +603,12 @@ public:
 class VeriDelayOrEventControl : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriDelayOrEventControl, DELAYOREVENTCONTROL);
-    HDL_VERI_WALK;
-    std::vector<VeriExpression*> delays;
-    std::vector<VeriExpression*> events;
+    VERI_FIELDS(repeat, delays, events, implicitEvent, cycleDelay)
     bool implicitEvent = false; // @* / @(*)
-    VeriExpression* repeat = nullptr;
     bool cycleDelay = false;
+    ArenaArray<VeriExpression*> delays;
+    ArenaArray<VeriExpression*> events;
+    VeriExpression* repeat = nullptr;
 };
 
 // ---------------------------------------------------------------- identifiers
@@ -533,8 +629,8 @@ public:
     // The scope this identifier opens (units, blocks, subprograms), if any.
     VeriScope* LocalScope() const { return scope; }
     // The node that declares this identifier (unit, block, declaration, instantiation).
+    Symbol name;
     VeriTreeNode* declaration = nullptr;
-    std::string_view name;
     VeriScope* scope = nullptr;
     bool generateElabCreated = false;
 };
@@ -543,7 +639,7 @@ public:
 class VeriVariable : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriVariable, VARIABLE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(name, dir, HDL_LINK(dataType), dimensions, initialValue, interfacePort, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     bool IsPort() const override { return dir != 0; }
     unsigned GetDir() const override { return dir; }
     VeriDataType* GetDataType() const override { return dataType; }
@@ -561,7 +657,7 @@ public:
 class VeriParamId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriParamId, PARAMID);
-    HDL_VERI_WALK;
+    VERI_FIELDS(name, HDL_LINK(dataType), dimensions, initialValue, paramType, isType, enumLiteral, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     bool IsParam() const override { return true; }
     bool IsType() const override { return isType; }
     VeriDataType* GetDataType() const override { return dataType; }
@@ -580,6 +676,7 @@ public:
     class cls : public VeriIdDef {       \
     public:                              \
         HDL_VERI_NODE(cls, code);        \
+        VERI_FIELDS(name, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated) \
     };
 HDL_VERI_SIMPLE_ID(VeriGenVarId, GENVARID)
 HDL_VERI_SIMPLE_ID(VeriModuleId, MODULEID)
@@ -600,27 +697,31 @@ HDL_VERI_SIMPLE_ID(VeriClockingId, CLOCKINGID)
 class VeriInstId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriInstId, INSTID);
-    HDL_VERI_WALK;
+    VERI_FIELDS(name, dimensions, portConnects, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     VeriRange* GetDimensions() const override { return dimensions; }
-    const std::vector<VeriExpression*>& GetPortConnects() const { return portConnects; }
+    const ArenaArray<VeriExpression*>& GetPortConnects() const { return portConnects; }
     VeriRange* dimensions = nullptr;
-    std::vector<VeriExpression*> portConnects;
+    ArenaArray<VeriExpression*> portConnects;
 };
 
 // A typedef name (forward typedefs too).
 class VeriTypeId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriTypeId, TYPEID);
+    VERI_FIELDS(name, HDL_LINK(dataType), dimensions, HDL_LINK(declaration), HDL_LINK(scope),
+                generateElabCreated)
     bool IsType() const override { return true; }
     VeriDataType* GetDataType() const override { return dataType; }
+    VeriRange* GetDimensions() const override { return dimensions; }
     VeriDataType* dataType = nullptr; // shared with the declaration; not a child
+    VeriRange* dimensions = nullptr;  // unpacked dimensions: typedef t name [N];
 };
 
 // A port of a modport: direction and name, or an expression port .name(expr).
 class VeriPrototypeId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriPrototypeId, PROTOTYPEID);
-    HDL_VERI_WALK;
+    VERI_FIELDS(dir, name, expr, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     bool IsPort() const override { return true; }
     unsigned GetDir() const override { return dir; }
     unsigned dir = 0; // direction, or VT_IMPORT/VT_EXPORT for subprogram ports, VT_CLOCKING
@@ -633,23 +734,23 @@ public:
 class VeriAnsiPortDecl : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriAnsiPortDecl, ANSIPORTDECL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(dir, kind, dataType, ids, interfacePort, modport)
     unsigned GetDir() const { return dir; }
     unsigned GetKind() const { return kind; }
     VeriDataType* GetDataType() const { return dataType; }
-    const std::vector<VeriIdDef*>& GetIds() const { return ids; }
+    const ArenaArray<VeriIdDef*>& GetIds() const { return ids; }
     unsigned dir = 0;
     unsigned kind = 0; // net type or VT_VAR/VT_REG, 0 when not written
     VeriDataType* dataType = nullptr;
-    std::vector<VeriIdDef*> ids;
+    ArenaArray<VeriIdDef*> ids;
     bool interfacePort = false; // interface port (generic when dataType names `interface`)
-    std::string_view modport;   // intf.modport
+    Symbol modport;   // intf.modport
 };
 
 class VeriNetRegAssign : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriNetRegAssign, NETREGASSIGN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(lval, rval)
     VeriExpression* GetLValExpr() const { return lval; }
     VeriExpression* GetRValExpr() const { return rval; }
     VeriExpression* lval = nullptr;
@@ -659,7 +760,7 @@ public:
 class VeriDefParamAssign : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriDefParamAssign, DEFPARAMASSIGN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(lval, rval)
     VeriExpression* lval = nullptr;
     VeriExpression* rval = nullptr;
 };
@@ -667,80 +768,81 @@ public:
 class VeriModuleItem : public VeriTreeNode {
 public:
     // Qualifiers written in front (static, virtual, local, rand, ...).
-    std::vector<unsigned> qualifiers;
+    ArenaArray<unsigned> GetQualifiers() const;
+    void SetQualifiers(ArenaArray<unsigned> qualifiers);
 };
 
 // Variables, parameters, genvars, typedefs, non-ANSI port declarations.
 class VeriDataDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriDataDecl, DATADECL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(dir, kind, dataType, ids)
     unsigned GetDir() const { return dir; }
     unsigned GetDeclType() const { return kind; }
     VeriDataType* GetDataType() const { return dataType; }
-    const std::vector<VeriIdDef*>& GetIds() const { return ids; }
+    const ArenaArray<VeriIdDef*>& GetIds() const { return ids; }
     bool IsTypedef() const;
     unsigned dir = 0;
     // VT_REG, VT_VAR, VT_PARAMETER, VT_LOCALPARAM, VT_SPECPARAM, VT_GENVAR, VT_TYPEDEF,
     // VT_CONST, VT_EVENT, a net type for port declarations with one; 0 otherwise
     unsigned kind = 0;
     VeriDataType* dataType = nullptr;
-    std::vector<VeriIdDef*> ids;
+    ArenaArray<VeriIdDef*> ids;
 };
 
 class VeriNetDecl : public VeriDataDecl {
 public:
     HDL_VERI_NODE(VeriNetDecl, NETDECL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(dir, kind, strength, dataType, delays, ids, vectoring)
     unsigned GetNetType() const { return kind; }
     VeriStrength* GetStrength() const { return strength; }
     VeriStrength* strength = nullptr;
-    std::vector<VeriExpression*> delays;
+    ArenaArray<VeriExpression*> delays;
     unsigned vectoring = 0; // VT_VECTORED / VT_SCALARED
 };
 
 class VeriModuleInstantiation : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModuleInstantiation, MODULEINSTANTIATION);
-    HDL_VERI_WALK;
+    VERI_FIELDS(moduleName, strength, paramValues, instances, HDL_LINK(module))
     std::string_view GetModuleName() const { return moduleName ? moduleName->GetName() : std::string_view(); }
     VeriExpression* GetModuleNameRef() const { return moduleName; }
-    const std::vector<VeriExpression*>& GetParamValues() const { return paramValues; }
-    const std::vector<VeriInstId*>& GetInstances() const { return instances; }
+    const ArenaArray<VeriExpression*>& GetParamValues() const { return paramValues; }
+    const ArenaArray<VeriInstId*>& GetInstances() const { return instances; }
     // Resolved unit, set when the instantiated unit was known at analysis.
     VeriModule* GetInstantiatedModule() const { return module; }
     VeriExpression* moduleName = nullptr; // VeriIdRef, or VeriScopeName for lib.cell
     VeriStrength* strength = nullptr;
-    std::vector<VeriExpression*> paramValues;
-    std::vector<VeriInstId*> instances;
+    ArenaArray<VeriExpression*> paramValues;
+    ArenaArray<VeriInstId*> instances;
     VeriModule* module = nullptr;
 };
 
 class VeriGateInstantiation : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGateInstantiation, GATEINSTANTIATION);
-    HDL_VERI_WALK;
+    VERI_FIELDS(gate, strength, delays, instances)
     unsigned GetInstType() const { return gate; }
     unsigned gate = 0;
     VeriStrength* strength = nullptr;
-    std::vector<VeriExpression*> delays;
-    std::vector<VeriInstId*> instances;
+    ArenaArray<VeriExpression*> delays;
+    ArenaArray<VeriInstId*> instances;
 };
 
 class VeriContinuousAssign : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriContinuousAssign, CONTINUOUSASSIGN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(strength, delay, assigns)
     VeriStrength* strength = nullptr;
     VeriDelayOrEventControl* delay = nullptr;
-    std::vector<VeriNetRegAssign*> assigns;
+    ArenaArray<VeriNetRegAssign*> assigns;
 };
 
 // always, always_comb, always_ff, always_latch
 class VeriAlwaysConstruct : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriAlwaysConstruct, ALWAYSCONSTRUCT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(kind, stmt)
     unsigned kind = 0;
     VeriStatement* stmt = nullptr;
 };
@@ -749,7 +851,7 @@ public:
 class VeriInitialConstruct : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriInitialConstruct, INITIALCONSTRUCT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(isFinal, stmt)
     bool isFinal = false;
     VeriStatement* stmt = nullptr;
 };
@@ -758,16 +860,16 @@ public:
 class VeriGenerateConstruct : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateConstruct, GENERATECONSTRUCT);
-    HDL_VERI_WALK;
-    const std::vector<VeriModuleItem*>& GetItems() const { return items; }
-    std::vector<VeriModuleItem*> items;
+    VERI_FIELDS(items)
+    const ArenaArray<VeriModuleItem*>& GetItems() const { return items; }
+    ArenaArray<VeriModuleItem*> items;
 };
 
 // for (init; cond; rep) item. The item is usually a VeriGenerateBlock.
 class VeriGenerateFor : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateFor, GENERATEFOR);
-    HDL_VERI_WALK;
+    VERI_FIELDS(genvarDecl, init, cond, rep, item, scope)
     VeriDataDecl* genvarDecl = nullptr;   // for (genvar i = ...)
     VeriStatement* init = nullptr;        // the initial assignment
     VeriExpression* cond = nullptr;
@@ -780,7 +882,7 @@ public:
 class VeriGenerateConditional : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateConditional, GENERATECONDITIONAL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(cond, thenItem, elseItem)
     VeriExpression* GetIfExpr() const { return cond; }
     VeriModuleItem* GetThenItem() const { return thenItem; }
     VeriModuleItem* GetElseItem() const { return elseItem; }
@@ -794,28 +896,28 @@ public:
 class VeriGenerateCaseItem : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriGenerateCaseItem, GENERATECASEITEM);
-    HDL_VERI_WALK;
-    std::vector<VeriExpression*> conditions; // empty for default
+    VERI_FIELDS(conditions, item)
+    ArenaArray<VeriExpression*> conditions; // empty for default
     VeriModuleItem* item = nullptr;
 };
 
 class VeriGenerateCase : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateCase, GENERATECASE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(cond, items)
     VeriExpression* cond = nullptr;
-    std::vector<VeriGenerateCaseItem*> items;
+    ArenaArray<VeriGenerateCaseItem*> items;
 };
 
 // begin [: name] items end, in a generate region (named or not).
 class VeriGenerateBlock : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateBlock, GENERATEBLOCK);
-    HDL_VERI_WALK;
+    VERI_FIELDS(blockId, items, scope)
     VeriBlockId* GetBlockId() const { return blockId; }
-    const std::vector<VeriModuleItem*>& GetItems() const { return items; }
+    const ArenaArray<VeriModuleItem*>& GetItems() const { return items; }
     VeriBlockId* blockId = nullptr; // null for an unnamed block
-    std::vector<VeriModuleItem*> items;
+    ArenaArray<VeriModuleItem*> items;
     VeriScope* scope = nullptr;
 };
 
@@ -823,14 +925,14 @@ public:
 class VeriFunctionDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriFunctionDecl, FUNCTIONDECL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(returnType, prefix, id, ports, decls, stmts, lifetime, dpi, prototype, scope)
     VeriIdDef* GetId() const { return id; }
     VeriExpression* prefix = nullptr; // class scope of an out-of-block definition
     VeriIdDef* id = nullptr;
     VeriDataType* returnType = nullptr;
-    std::vector<VeriTreeNode*> ports; // VeriAnsiPortDecl, or empty with port decls in `decls`
-    std::vector<VeriModuleItem*> decls;
-    std::vector<VeriStatement*> stmts;
+    ArenaArray<VeriTreeNode*> ports; // VeriAnsiPortDecl, or empty with port decls in `decls`
+    ArenaArray<VeriModuleItem*> decls;
+    ArenaArray<VeriStatement*> stmts;
     unsigned lifetime = 0;
     unsigned dpi = 0; // VT_IMPORT / VT_EXPORT for DPI declarations (no body)
     bool prototype = false; // extern/pure virtual/DPI: no body
@@ -840,44 +942,45 @@ public:
 class VeriTaskDecl : public VeriFunctionDecl {
 public:
     HDL_VERI_NODE(VeriTaskDecl, TASKDECL);
+    VERI_FIELDS(returnType, prefix, id, ports, decls, stmts, lifetime, dpi, prototype, scope)
 };
 
 class VeriDefParam : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriDefParam, DEFPARAM);
-    HDL_VERI_WALK;
-    std::vector<VeriDefParamAssign*> assigns;
+    VERI_FIELDS(assigns)
+    ArenaArray<VeriDefParamAssign*> assigns;
 };
 
 class VeriModportDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModportDecl, MODPORTDECL);
-    HDL_VERI_WALK;
+    VERI_FIELDS(id, ports, scope)
     VeriModportId* id = nullptr;
-    std::vector<VeriPrototypeId*> ports;
+    ArenaArray<VeriPrototypeId*> ports;
     VeriScope* scope = nullptr;
 };
 
 class VeriModport : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModport, MODPORT);
-    HDL_VERI_WALK;
-    std::vector<VeriModportDecl*> decls;
+    VERI_FIELDS(decls)
+    ArenaArray<VeriModportDecl*> decls;
 };
 
 // import pkg::item, pkg::*; (items are VeriScopeName with an empty name for '*')
 class VeriImportDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriImportDecl, IMPORTDECL);
-    HDL_VERI_WALK;
-    std::vector<VeriScopeName*> items;
+    VERI_FIELDS(items)
+    ArenaArray<VeriScopeName*> items;
 };
 
 class VeriExportDecl : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriExportDecl, EXPORTDECL);
-    HDL_VERI_WALK;
-    std::vector<VeriScopeName*> items; // empty for *::*
+    VERI_FIELDS(items)
+    ArenaArray<VeriScopeName*> items; // empty for *::*
 };
 
 // Constructs read with their names recorded and their bodies passed over token by
@@ -885,16 +988,16 @@ public:
 // specify blocks. `id` is null for anonymous ones.
 class VeriSkippedItem : public VeriModuleItem {
 public:
-    HDL_VERI_WALK;
     VeriIdDef* GetId() const { return id; }
     VeriIdDef* id = nullptr;
-    std::vector<VeriModuleItem*> items; // items parsed inside (class members so far as read)
+    ArenaArray<VeriModuleItem*> items; // items parsed inside (class members so far as read)
 };
 
 #define HDL_VERI_SKIPPED(cls, code)             \
     class cls : public VeriSkippedItem {        \
     public:                                     \
         HDL_VERI_NODE(cls, code);               \
+        VERI_FIELDS(id, items) \
     };
 HDL_VERI_SKIPPED(VeriCovergroup, COVERGROUP)
 HDL_VERI_SKIPPED(VeriPropertyDecl, PROPERTYDECL)
@@ -909,6 +1012,7 @@ HDL_VERI_SKIPPED(VeriTable, TABLE)
 class VeriClass : public VeriSkippedItem {
 public:
     HDL_VERI_NODE(VeriClass, CLASS);
+    VERI_FIELDS(id, items, scope)
     VeriScope* scope = nullptr;
 };
 
@@ -916,23 +1020,24 @@ public:
 class VeriBindDirective : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriBindDirective, BINDDIRECTIVE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(target, targetInstances, instantiation)
     VeriExpression* target = nullptr;
-    std::vector<VeriExpression*> targetInstances;
+    ArenaArray<VeriExpression*> targetInstances;
     VeriModuleItem* instantiation = nullptr;
 };
 
 class VeriNetAlias : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriNetAlias, NETALIAS);
-    HDL_VERI_WALK;
-    std::vector<VeriExpression*> members;
+    VERI_FIELDS(members)
+    ArenaArray<VeriExpression*> members;
 };
 
 // timeunit / timeprecision
 class VeriTimeUnit : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriTimeUnit, TIMEUNIT);
+    VERI_FIELDS(kind, literal)
     unsigned kind = 0;
     std::string_view literal;
 };
@@ -949,14 +1054,14 @@ enum VeriUnitFlags : uint32_t {
 class VeriModule : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModule, MODULE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     std::string_view Name() const { return id ? id->name : std::string_view(); }
     VeriIdDef* GetId() const { return id; }
     VeriScope* GetScope() const { return scope; }
     VeriLibrary* GetLibrary() const { return library; }
-    const std::vector<VeriTreeNode*>& GetParameters() const { return parameters; }
-    const std::vector<VeriTreeNode*>& GetPorts() const { return ports; }
-    const std::vector<VeriModuleItem*>& GetItems() const { return items; }
+    const ArenaArray<VeriTreeNode*>& GetParameters() const { return parameters; }
+    const ArenaArray<VeriTreeNode*>& GetPorts() const { return ports; }
+    const ArenaArray<VeriModuleItem*>& GetItems() const { return items; }
     bool IsCellDefine() const { return flags & VERI_UNIT_CELLDEFINE; }
     virtual bool IsInterface() const { return false; }
     virtual bool IsProgram() const { return false; }
@@ -974,9 +1079,9 @@ public:
     bool IsElaborated() const { return elaborated; }
 
     VeriIdDef* id = nullptr;
-    std::vector<VeriTreeNode*> parameters; // VeriDataDecl of the #(...) list
-    std::vector<VeriTreeNode*> ports;      // VeriAnsiPortDecl, or expressions for non-ANSI ports
-    std::vector<VeriModuleItem*> items;
+    ArenaArray<VeriTreeNode*> parameters; // VeriDataDecl of the #(...) list
+    ArenaArray<VeriTreeNode*> ports;      // VeriAnsiPortDecl, or expressions for non-ANSI ports
+    ArenaArray<VeriModuleItem*> items;
     VeriScope* scope = nullptr;
     VeriLibrary* library = nullptr;
     uint32_t flags = 0;
@@ -994,30 +1099,35 @@ private:
 class VeriInterface : public VeriModule {
 public:
     HDL_VERI_NODE(VeriInterface, INTERFACE);
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsInterface() const override { return true; }
 };
 
 class VeriProgram : public VeriModule {
 public:
     HDL_VERI_NODE(VeriProgram, PROGRAM);
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsProgram() const override { return true; }
 };
 
 class VeriPackage : public VeriModule {
 public:
     HDL_VERI_NODE(VeriPackage, PACKAGE);
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsPackage() const override { return true; }
 };
 
 class VeriPrimitive : public VeriModule {
 public:
     HDL_VERI_NODE(VeriPrimitive, PRIMITIVE);
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsPrimitive() const override { return true; }
 };
 
 class VeriChecker : public VeriModule {
 public:
     HDL_VERI_NODE(VeriChecker, CHECKER);
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsChecker() const override { return true; }
 };
 
@@ -1025,28 +1135,30 @@ public:
 class VeriConfiguration : public VeriModule {
 public:
     HDL_VERI_NODE(VeriConfiguration, CONFIGURATION);
-    HDL_VERI_WALK;
+    VERI_FIELDS(id, parameters, ports, designCells, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
     bool IsConfiguration() const override { return true; }
     // The top cells of the design statement, in order (VeriIdRef or lib.cell VeriScopeName).
-    const std::vector<VeriExpression*>& GetTopModuleNames() const { return designCells; }
-    std::vector<VeriExpression*> designCells;
+    const ArenaArray<VeriExpression*>& GetTopModuleNames() const { return designCells; }
+    ArenaArray<VeriExpression*> designCells;
 };
 
 // ---------------------------------------------------------------- statements
 
 class VeriStatement : public VeriModuleItem {
 public:
-    VeriLabelId* label = nullptr; // `name:` in front of the statement
+    // `name:` in front of the statement.
+    VeriLabelId* GetLabel() const;
+    void SetLabel(VeriLabelId* label);
 };
 
 // begin [: name] decls stmts end
 class VeriSeqBlock : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriSeqBlock, SEQBLOCK);
-    HDL_VERI_WALK;
+    VERI_FIELDS(blockId, decls, stmts, scope)
     VeriBlockId* blockId = nullptr;
-    std::vector<VeriModuleItem*> decls;
-    std::vector<VeriStatement*> stmts;
+    ArenaArray<VeriModuleItem*> decls;
+    ArenaArray<VeriStatement*> stmts;
     VeriScope* scope = nullptr;
 };
 
@@ -1054,6 +1166,7 @@ public:
 class VeriParBlock : public VeriSeqBlock {
 public:
     HDL_VERI_NODE(VeriParBlock, PARBLOCK);
+    VERI_FIELDS(blockId, decls, stmts, joinKind, scope)
     unsigned joinKind = 0;
 };
 
@@ -1061,7 +1174,7 @@ public:
 class VeriBlockingAssign : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriBlockingAssign, BLOCKINGASSIGN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(lval, control, rval, oper)
     VeriExpression* lval = nullptr;
     VeriDelayOrEventControl* control = nullptr;
     VeriExpression* rval = nullptr;
@@ -1071,7 +1184,7 @@ public:
 class VeriNonBlockingAssign : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriNonBlockingAssign, NONBLOCKINGASSIGN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(lval, control, rval)
     VeriExpression* lval = nullptr;
     VeriDelayOrEventControl* control = nullptr;
     VeriExpression* rval = nullptr;
@@ -1080,7 +1193,7 @@ public:
 class VeriConditionalStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriConditionalStatement, CONDITIONALSTATEMENT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(qualifier, cond, thenStmt, elseStmt)
     unsigned qualifier = 0; // unique, unique0, priority
     VeriExpression* cond = nullptr;
     VeriStatement* thenStmt = nullptr;
@@ -1090,30 +1203,30 @@ public:
 class VeriCaseItem : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriCaseItem, CASEITEM);
-    HDL_VERI_WALK;
-    std::vector<VeriExpression*> conditions; // empty for default
+    VERI_FIELDS(conditions, stmt)
+    ArenaArray<VeriExpression*> conditions; // empty for default
     VeriStatement* stmt = nullptr;
 };
 
 class VeriCaseStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriCaseStatement, CASESTATEMENT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(qualifier, caseType, matches, inside, cond, items)
     unsigned qualifier = 0;
     unsigned caseType = 0; // case, casex, casez, randcase
     bool matches = false;  // case ... matches / inside
     bool inside = false;
     VeriExpression* cond = nullptr;
-    std::vector<VeriCaseItem*> items;
+    ArenaArray<VeriCaseItem*> items;
 };
 
 class VeriFor : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriFor, FOR);
-    HDL_VERI_WALK;
-    std::vector<VeriModuleItem*> inits; // declarations or assignments
+    VERI_FIELDS(inits, cond, reps, stmt, scope)
+    ArenaArray<VeriModuleItem*> inits; // declarations or assignments
     VeriExpression* cond = nullptr;
-    std::vector<VeriStatement*> reps;
+    ArenaArray<VeriStatement*> reps;
     VeriStatement* stmt = nullptr;
     VeriScope* scope = nullptr;
 };
@@ -1121,7 +1234,7 @@ public:
 class VeriWhile : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriWhile, WHILE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(cond, stmt)
     VeriExpression* cond = nullptr;
     VeriStatement* stmt = nullptr;
 };
@@ -1129,13 +1242,13 @@ public:
 class VeriDoWhile : public VeriWhile {
 public:
     HDL_VERI_NODE(VeriDoWhile, DOWHILE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(stmt, cond)
 };
 
 class VeriRepeat : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriRepeat, REPEAT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(count, stmt)
     VeriExpression* count = nullptr;
     VeriStatement* stmt = nullptr;
 };
@@ -1143,16 +1256,16 @@ public:
 class VeriForever : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriForever, FOREVER);
-    HDL_VERI_WALK;
+    VERI_FIELDS(stmt)
     VeriStatement* stmt = nullptr;
 };
 
 class VeriForeach : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriForeach, FOREACH);
-    HDL_VERI_WALK;
+    VERI_FIELDS(array, loopVars, stmt, scope)
     VeriExpression* array = nullptr;
-    std::vector<VeriIdDef*> loopVars; // null entries for skipped positions
+    ArenaArray<VeriIdDef*> loopVars; // null entries for skipped positions
     VeriStatement* stmt = nullptr;
     VeriScope* scope = nullptr;
 };
@@ -1160,7 +1273,7 @@ public:
 class VeriEventControlStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriEventControlStatement, EVENTCONTROLSTATEMENT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(control, stmt)
     VeriDelayOrEventControl* control = nullptr;
     VeriStatement* stmt = nullptr;
 };
@@ -1168,7 +1281,7 @@ public:
 class VeriDelayControlStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriDelayControlStatement, DELAYCONTROLSTATEMENT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(control, stmt)
     VeriDelayOrEventControl* control = nullptr;
     VeriStatement* stmt = nullptr;
 };
@@ -1177,23 +1290,23 @@ public:
 class VeriTaskEnable : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriTaskEnable, TASKENABLE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(call)
     VeriExpression* call = nullptr; // name or VeriFunctionCall
 };
 
 class VeriSystemTaskEnable : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriSystemTaskEnable, SYSTEMTASKENABLE);
-    HDL_VERI_WALK;
-    std::string_view name;
-    std::vector<VeriExpression*> args;
+    VERI_FIELDS(name, args)
+    Symbol name;
+    ArenaArray<VeriExpression*> args;
 };
 
 // return [expr], break, continue
 class VeriJumpStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriJumpStatement, JUMPSTATEMENT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(kind, expr)
     unsigned kind = 0;
     VeriExpression* expr = nullptr;
 };
@@ -1201,13 +1314,14 @@ public:
 class VeriNullStatement : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriNullStatement, NULLSTATEMENT);
+    VERI_FIELDS()
 };
 
 // wait (cond) stmt, wait fork
 class VeriWait : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriWait, WAIT);
-    HDL_VERI_WALK;
+    VERI_FIELDS(cond, stmt, fork)
     VeriExpression* cond = nullptr;
     VeriStatement* stmt = nullptr;
     bool fork = false;
@@ -1216,7 +1330,7 @@ public:
 class VeriDisable : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriDisable, DISABLE);
-    HDL_VERI_WALK;
+    VERI_FIELDS(target)
     VeriExpression* target = nullptr; // null for `disable fork`
 };
 
@@ -1224,7 +1338,7 @@ public:
 class VeriEventTrigger : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriEventTrigger, EVENTTRIGGER);
-    HDL_VERI_WALK;
+    VERI_FIELDS(control, event)
     VeriExpression* event = nullptr;
     VeriDelayOrEventControl* control = nullptr;
 };
@@ -1233,25 +1347,27 @@ public:
 class VeriAssign : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriAssign, ASSIGN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(assign)
     VeriNetRegAssign* assign = nullptr;
 };
 
 class VeriDeAssign : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriDeAssign, DEASSIGN);
-    HDL_VERI_WALK;
+    VERI_FIELDS(lval)
     VeriExpression* lval = nullptr;
 };
 
 class VeriForce : public VeriAssign {
 public:
     HDL_VERI_NODE(VeriForce, FORCE);
+    VERI_FIELDS(assign)
 };
 
 class VeriRelease : public VeriDeAssign {
 public:
     HDL_VERI_NODE(VeriRelease, RELEASE);
+    VERI_FIELDS(lval)
 };
 
 // assert/assume/cover/restrict/expect, immediate or concurrent; the property text is
@@ -1259,7 +1375,7 @@ public:
 class VeriAssertion : public VeriStatement {
 public:
     HDL_VERI_NODE(VeriAssertion, ASSERTION);
-    HDL_VERI_WALK;
+    VERI_FIELDS(kind, concurrent, expr, thenStmt, elseStmt)
     unsigned kind = 0;
     bool concurrent = false;
     VeriExpression* expr = nullptr; // immediate assertions only
@@ -1268,6 +1384,6 @@ public:
 };
 
 #undef HDL_VERI_NODE
-#undef HDL_VERI_WALK
+#undef VERI_FIELDS
 
 } // namespace hdl

@@ -2,7 +2,7 @@
 
 namespace hdl {
 
-void VeriVisitor::Visit(VeriTreeNode& node) { node.WalkChildren(*this); }
+void VeriVisitor::Visit(VeriTreeNode& node) { node.VisitChildren(*this); }
 
 #define HDL_VERI_VISIT_DEF(cls, base) \
     void VeriVisitor::Visit(cls& node) { Visit(static_cast<base&>(node)); }

@@ -1,11 +1,9 @@
 // Walks Verilog parse trees. Each node class has one `Visit`; by default a visit passes
 // the node on to the visit of its base class, and the visit of VeriTreeNode walks the
-// children in source order. A visitor that overrides the visit of a base class thus
+// children in source order, as the class's field list names them. A visitor that overrides the visit of a base class thus
 // sees every node derived from it. `PreVisit`/`PostVisit` run around every node that
 // `TraverseNode` reaches.
 #pragma once
-
-#include <vector>
 
 #include "hdl/sv/VeriTree.h"
 
@@ -28,10 +26,6 @@ public:
         PreVisit(*node);
         node->Accept(*this);
         PostVisit(*node);
-    }
-    template <typename T>
-    void TraverseArray(const std::vector<T*>& nodes) {
-        for (T* node : nodes) TraverseNode(node);
     }
 };
 

@@ -59,10 +59,15 @@ private:
 
 void VhdlTraverse(VhdlVisitor& v, VhdlTreeNode* node);
 
+// A VHDL node keeps nothing outside its fields.
 struct VhdlTreeTraits {
     using Node = VhdlTreeNode;
     using Visitor = VhdlVisitor;
     static void Traverse(VhdlVisitor& v, VhdlTreeNode* node) { VhdlTraverse(v, node); }
+    static void WalkExtras(VhdlVisitor&, const VhdlTreeNode&) {}
+    static bool EqualExtras(const VhdlTreeNode&, const VhdlTreeNode&) { return true; }
+    static void CloneExtras(TreeCopier&, const VhdlTreeNode&, VhdlTreeNode&) {}
+    static void RemapExtras(TreeCopier&, VhdlTreeNode&) {}
 };
 
 // Declares the class code and visitor hook of a node class; VHDL_FIELDS then lists

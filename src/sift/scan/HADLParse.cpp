@@ -85,7 +85,7 @@ void HADLParse::updateDuplicate(unsigned index) {
 
     if (!hdl::IsVhdlLanguage(s.fileAttrs.at(record.fileId).lang)) {
         hdl::VeriModule* module = hdl::veri_file::GetModule(primary.c_str(), library.c_str());
-        if (module) record.startLine = hdl::LineFile::GetLineNo(&module->Linefile());
+        if (module) record.startLine = module->Linefile().leftLine;
         return;
     }
     // The record keeps the spelling of the last match when no match lies in its file.

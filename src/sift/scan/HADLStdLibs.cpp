@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "hdl/base/Language.h"
+#include "hdl/store/VhdlStore.h" // defines vhdl_file's saving and library paths
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "sift/base/HADLDataDir.h"

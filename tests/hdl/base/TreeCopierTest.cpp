@@ -14,16 +14,25 @@ using hdl::TreeCopier;
 TEST(ArenaArrayTest, KeepsItemsAndCountInOnePointer) {
     static_assert(sizeof(ArenaArray<void*>) == sizeof(void*));
     Arena arena(256);
-    arena.allocate(1, 1); // leave the arena misaligned
-    std::vector<double> values = {1.5, 2.5, 3.5};
-    ArenaArray<double> list(arena, values);
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(list.begin()) % alignof(double), 0u);
-    ASSERT_EQ(list.Size(), 3u);
-    EXPECT_EQ(std::vector<double>(list.begin(), list.end()), values);
-    EXPECT_EQ(list.At(3), 0.0); // past the end
-    EXPECT_EQ(list.Back(), 3.5);
+    // Short lists keep their count in the pointer, long ones in front of the items; the
+    // lengths around the change and lists of 4-byte items on an odd arena are the cases.
+    for (size_t n : {1u, 2u, 7u, 8u, 9u, 300u}) {
+        arena.allocate(1, 1); // leave the arena misaligned
+        std::vector<double> values;
+        for (size_t i = 0; i < n; ++i) values.push_back(double(i) + 0.5);
+        ArenaArray<double> list(arena, values);
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(list.begin()) % alignof(double), 0u);
+        ASSERT_EQ(list.Size(), n);
+        EXPECT_EQ(std::vector<double>(list.begin(), list.end()), values);
+        EXPECT_EQ(list.At(uint32_t(n)), 0.0); // past the end
+        EXPECT_EQ(list.Back(), values.back());
+        std::vector<unsigned> small(n, 7u);
+        ArenaArray<unsigned> narrow(arena, small);
+        EXPECT_EQ(std::vector<unsigned>(narrow.begin(), narrow.end()), small);
+    }
     ArenaArray<double> empty(arena, nullptr, 0);
     EXPECT_TRUE(empty.Empty());
+    EXPECT_EQ(empty.Size(), 0u);
     EXPECT_EQ(empty.begin(), empty.end());
 }
 

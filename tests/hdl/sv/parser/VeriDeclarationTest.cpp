@@ -12,7 +12,7 @@ namespace {
 template <typename T>
 T* item(const char* unitName, size_t i) {
     VeriModule* m = veritest::unit(unitName);
-    return m && i < m->GetItems().size() ? dynamic_cast<T*>(m->GetItems()[i]) : nullptr;
+    return m && i < m->GetItems().Size() ? dynamic_cast<T*>(m->GetItems()[i]) : nullptr;
 }
 
 TEST(VeriDeclarations, NetsWithStrengthDelayAndInitialValue) {
@@ -24,8 +24,8 @@ TEST(VeriDeclarations, NetsWithStrengthDelayAndInitialValue) {
     ASSERT_NE(net->GetStrength(), nullptr);
     EXPECT_EQ(net->GetStrength()->lval, unsigned(VT_STRONG0));
     EXPECT_EQ(net->GetStrength()->rval, unsigned(VT_WEAK1));
-    EXPECT_EQ(net->delays.size(), 2u);
-    ASSERT_EQ(net->GetIds().size(), 2u);
+    EXPECT_EQ(net->delays.Size(), 2u);
+    ASSERT_EQ(net->GetIds().Size(), 2u);
     EXPECT_NE(net->GetIds()[0]->GetInitialValue(), nullptr);
     EXPECT_NE(net->GetIds()[1]->GetDimensions(), nullptr); // unpacked [0:3]
     EXPECT_NE(net->GetDataType()->GetDimensions(), nullptr); // packed [7:0]
@@ -62,14 +62,14 @@ TEST(VeriDeclarations, TypedefsOfStructsUnionsAndEnums) {
     auto* su = dynamic_cast<VeriStructUnion*>(s->GetDataType());
     ASSERT_NE(su, nullptr);
     EXPECT_TRUE(su->packed);
-    EXPECT_EQ(su->members.size(), 2u);
+    EXPECT_EQ(su->members.Size(), 2u);
     EXPECT_EQ(s->GetIds()[0]->GetClassId(), ID_VERITYPEID);
     auto* u = dynamic_cast<VeriStructUnion*>(item<VeriDataDecl>("p", 1)->GetDataType());
     ASSERT_NE(u, nullptr);
     EXPECT_EQ(u->GetType(), unsigned(VT_UNION));
     auto* e = dynamic_cast<VeriEnum*>(item<VeriDataDecl>("p", 2)->GetDataType());
     ASSERT_NE(e, nullptr);
-    ASSERT_EQ(e->literals.size(), 3u);
+    ASSERT_EQ(e->literals.Size(), 3u);
     EXPECT_NE(e->literals[0]->GetInitialValue(), nullptr);
     EXPECT_NE(e->literals[2]->GetDimensions(), nullptr);
     EXPECT_EQ(e->baseType->GetType(), unsigned(VT_LOGIC));
@@ -89,10 +89,10 @@ TEST(VeriDeclarations, InterfacesWithModports) {
     ASSERT_TRUE(bus && bus->IsInterface());
     auto* mp = item<VeriModport>("bus", 2);
     ASSERT_NE(mp, nullptr);
-    ASSERT_EQ(mp->decls.size(), 2u);
+    ASSERT_EQ(mp->decls.Size(), 2u);
     VeriModportDecl* master = mp->decls[0];
     EXPECT_EQ(master->id->Name(), "master");
-    ASSERT_EQ(master->ports.size(), 4u);
+    ASSERT_EQ(master->ports.Size(), 4u);
     EXPECT_EQ(master->ports[1]->GetDir(), unsigned(VT_OUTPUT)); // valid inherits output
     EXPECT_EQ(master->ports[2]->GetDir(), unsigned(VT_INPUT));
     EXPECT_EQ(master->ports[3]->GetDir(), unsigned(VT_IMPORT));
@@ -112,16 +112,16 @@ TEST(VeriDeclarations, SubprogramsAndDpi) {
     auto* dpi = item<VeriFunctionDecl>("m", 0);
     ASSERT_NE(dpi, nullptr);
     EXPECT_EQ(dpi->dpi, unsigned(VT_IMPORT));
-    ASSERT_EQ(dpi->ports.size(), 2u); // each port names its direction, so each starts a declaration
-    EXPECT_EQ(dynamic_cast<VeriAnsiPortDecl*>(dpi->ports[1])->GetIds().at(0)->Name(), "b");
+    ASSERT_EQ(dpi->ports.Size(), 2u); // each port names its direction, so each starts a declaration
+    EXPECT_EQ(dynamic_cast<VeriAnsiPortDecl*>(dpi->ports[1])->GetIds().At(0)->Name(), "b");
     auto* inc = item<VeriFunctionDecl>("m", 1);
     ASSERT_NE(inc, nullptr);
     EXPECT_EQ(inc->lifetime, unsigned(VT_AUTOMATIC));
     EXPECT_EQ(inc->returnType->GetType(), unsigned(VT_LOGIC));
-    EXPECT_EQ(inc->stmts.size(), 1u);
+    EXPECT_EQ(inc->stmts.Size(), 1u);
     auto* t = item<VeriTaskDecl>("m", 2);
     ASSERT_NE(t, nullptr);
-    EXPECT_EQ(t->decls.size(), 2u); // old-style port declarations
+    EXPECT_EQ(t->decls.Size(), 2u); // old-style port declarations
     EXPECT_EQ(t->GetId()->GetClassId(), ID_VERITASKID);
 }
 
@@ -141,8 +141,8 @@ TEST(VeriDeclarations, ConstructsReadOverByName) {
     auto* assertion = item<VeriAssertion>("m", 3);
     ASSERT_NE(assertion, nullptr);
     EXPECT_TRUE(assertion->concurrent);
-    ASSERT_NE(assertion->label, nullptr);
-    EXPECT_EQ(assertion->label->Name(), "a_ab");
+    ASSERT_NE(assertion->GetLabel(), nullptr);
+    EXPECT_EQ(assertion->GetLabel()->Name(), "a_ab");
     EXPECT_NE(assertion->elseStmt, nullptr);
     EXPECT_NE(item<VeriSpecifyBlock>("m", 4), nullptr);
     VeriModule* mux = veritest::unit("mux");

@@ -14,8 +14,8 @@ namespace {
 // Parses `expr` as the right-hand side of a continuous assignment.
 VeriExpression* rhs(const std::string& expr) {
     if (!veritest::analyze("module m; assign x = " + expr + "; endmodule\n")) return nullptr;
-    auto* assign = dynamic_cast<VeriContinuousAssign*>(veritest::unit("m")->GetItems().at(0));
-    return assign ? assign->assigns.at(0)->GetRValExpr() : nullptr;
+    auto* assign = dynamic_cast<VeriContinuousAssign*>(veritest::unit("m")->GetItems().At(0));
+    return assign ? assign->assigns.At(0)->GetRValExpr() : nullptr;
 }
 
 // The fully parenthesised print of an expression shows how it was grouped.
@@ -46,7 +46,7 @@ TEST(VeriExpressions, InsideAndSets) {
     EXPECT_EQ(b->oper, unsigned(VT_INSIDE));
     auto* set = dynamic_cast<VeriConcat*>(b->right);
     ASSERT_NE(set, nullptr);
-    ASSERT_EQ(set->exprs.size(), 3u);
+    ASSERT_EQ(set->exprs.Size(), 3u);
     EXPECT_EQ(set->exprs[1]->GetClassId(), ID_VERIRANGE);
 }
 
@@ -80,14 +80,14 @@ TEST(VeriExpressions, SizeFromAMacroJoinsItsBase) {
 TEST(VeriExpressions, ConcatenationsAndStreams) {
     auto* rep = dynamic_cast<VeriMultiConcat*>(rhs("{4{a, b}}"));
     ASSERT_NE(rep, nullptr);
-    EXPECT_EQ(rep->exprs.size(), 2u);
+    EXPECT_EQ(rep->exprs.Size(), 2u);
     auto* stream = dynamic_cast<VeriStreamingConcat*>(rhs("{<< 8 {a, b}}"));
     ASSERT_NE(stream, nullptr);
     EXPECT_EQ(stream->oper, unsigned(VT_SHL));
     EXPECT_NE(stream->sliceSize, nullptr);
     auto* pattern = dynamic_cast<VeriAssignmentPattern*>(rhs("'{a: 1, default: 0}"));
     ASSERT_NE(pattern, nullptr);
-    ASSERT_EQ(pattern->exprs.size(), 2u);
+    ASSERT_EQ(pattern->exprs.Size(), 2u);
     EXPECT_EQ(pattern->exprs[1]->GetClassId(), ID_VERIBINARYOPERATOR);
     EXPECT_EQ(rhs("'{2{1'b0}}")->GetClassId(), ID_VERIMULTIASSIGNMENTPATTERN);
 }
@@ -103,14 +103,14 @@ TEST(VeriExpressions, NamesSelectsAndCalls) {
     EXPECT_EQ(static_cast<VeriRange*>(indexed->GetIndexExpr())->GetPartSelectToken(), unsigned(VT_PLUS_COLON));
     auto* mem = dynamic_cast<VeriIndexedMemoryId*>(rhs("mem[1][2][3]"));
     ASSERT_NE(mem, nullptr);
-    EXPECT_EQ(mem->indexes.size(), 3u);
+    EXPECT_EQ(mem->indexes.Size(), 3u);
     auto* sel = dynamic_cast<VeriSelectedName*>(rhs("top.sub.sig"));
     ASSERT_NE(sel, nullptr);
     EXPECT_EQ(sel->GetSuffix(), "sig");
     EXPECT_EQ(sel->GetPrefix()->GetClassId(), ID_VERISELECTEDNAME);
     auto* call = dynamic_cast<VeriFunctionCall*>(rhs("f(a, , .b(c))"));
     ASSERT_NE(call, nullptr);
-    ASSERT_EQ(call->args.size(), 3u);
+    ASSERT_EQ(call->args.Size(), 3u);
     EXPECT_EQ(call->args[1]->GetClassId(), ID_VERIPORTOPEN);
     EXPECT_EQ(call->args[2]->GetClassId(), ID_VERIPORTCONNECT);
     auto* sys = dynamic_cast<VeriSystemFunctionCall*>(rhs("$clog2(W)"));

@@ -32,7 +32,7 @@ TEST(VeriLibrary, UnitsKeepTheirOrderAndLibrary) {
     EXPECT_TRUE(veri_file::GetModule("u")->IsPrimitive());
     auto* cfg = dynamic_cast<VeriConfiguration*>(veri_file::GetModule("cfg"));
     ASSERT_NE(cfg, nullptr);
-    ASSERT_EQ(cfg->GetTopModuleNames().size(), 1u);
+    ASSERT_EQ(cfg->GetTopModuleNames().Size(), 1u);
     EXPECT_EQ(cfg->GetTopModuleNames()[0]->GetName(), "b");
     EXPECT_EQ(veri_file::GetModule("b", "other"), nullptr);
     EXPECT_EQ(veri_file::GetModule("a")->GetLibrary(), lib);
@@ -48,8 +48,8 @@ TEST(VeriLibrary, SecondAnalysisReplacesAndTells) {
     VeriLibrary* lib = veri_file::GetLibrary("work");
     ASSERT_EQ(lib->AllModules().size(), 2u);
     EXPECT_EQ(lib->AllModules()[0]->Name(), "x"); // the replacement takes the old place
-    auto* decl = dynamic_cast<VeriDataDecl*>(lib->AllModules()[0]->GetItems().at(0));
-    EXPECT_EQ(decl->GetIds().at(0)->Name(), "b");
+    auto* decl = dynamic_cast<VeriDataDecl*>(lib->AllModules()[0]->GetItems().At(0));
+    EXPECT_EQ(decl->GetIds().At(0)->Name(), "b");
     bool warned = false;
     for (const auto& d : veritest::diagnostics()) warned |= d.id == "VERI-1502";
     EXPECT_TRUE(warned);
@@ -60,7 +60,7 @@ TEST(VeriLibrary, DeclarationsOutsideUnitsGoToUnitScope) {
     VeriModule* root = veri_file::GetModule("$unit");
     ASSERT_NE(root, nullptr);
     EXPECT_TRUE(root->IsRootModule());
-    auto* decl = dynamic_cast<VeriDataDecl*>(veri_file::GetModule("m")->GetItems().at(0));
+    auto* decl = dynamic_cast<VeriDataDecl*>(veri_file::GetModule("m")->GetItems().At(0));
     auto* ref = dynamic_cast<VeriTypeRef*>(decl->GetDataType());
     ASSERT_NE(ref, nullptr);
     ASSERT_NE(ref->GetId(), nullptr);

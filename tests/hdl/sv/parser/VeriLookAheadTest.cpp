@@ -25,13 +25,13 @@ TEST(VeriLookAhead, LongParameterListsStillMakeAnInstance) {
         std::string text = "module m; wire x; wire [3:0] y;\n" + longInstance(params) + "  assign y = {4{x}};\nendmodule\n";
         ASSERT_TRUE(veritest::analyze(text)) << params;
         const auto& items = veritest::unit("m")->GetItems();
-        ASSERT_EQ(items.size(), 4u) << params;
+        ASSERT_EQ(items.Size(), 4u) << params;
         auto* inst = dynamic_cast<VeriModuleInstantiation*>(items[2]);
         ASSERT_NE(inst, nullptr) << params;
-        EXPECT_EQ(inst->loc.leftLine, 2u);
+        EXPECT_EQ(inst->Linefile().leftLine, 2u);
         auto* assign = dynamic_cast<VeriContinuousAssign*>(items[3]);
         ASSERT_NE(assign, nullptr) << params;
-        EXPECT_EQ(assign->loc.leftLine, 3u); // nothing was lost or repeated on the way
+        EXPECT_EQ(assign->Linefile().leftLine, 3u); // nothing was lost or repeated on the way
     }
 }
 
@@ -69,8 +69,8 @@ TEST(VeriParserRecovery, BrokenStatementThenGoodOnesInTheSameBlock) {
     for (VeriModuleItem* item : m->GetItems())
         if (auto* a = dynamic_cast<VeriContinuousAssign*>(item)) assign = a;
     ASSERT_NE(assign, nullptr);
-    EXPECT_EQ(assign->loc.leftLine, 6u);
-    EXPECT_EQ(assign->loc.leftCol, 3u);
+    EXPECT_EQ(assign->Linefile().leftLine, 6u);
+    EXPECT_EQ(assign->Linefile().leftCol, 3u);
 }
 
 } // namespace

@@ -18,7 +18,7 @@ namespace {
 
 template <typename T>
 T* itemAs(VeriModule* m, size_t i) {
-    return m && i < m->GetItems().size() ? dynamic_cast<T*>(m->GetItems()[i]) : nullptr;
+    return m && i < m->GetItems().Size() ? dynamic_cast<T*>(m->GetItems()[i]) : nullptr;
 }
 
 TEST(VeriParserUnits, HeadersWithParametersAndPorts) {
@@ -30,18 +30,18 @@ TEST(VeriParserUnits, HeadersWithParametersAndPorts) {
     EXPECT_TRUE(m->HasAnsiPorts());
     EXPECT_TRUE(m->HasTypeParameters());
     EXPECT_TRUE(m->HasGenericInterfacePorts());
-    ASSERT_EQ(m->GetParameters().size(), 3u);
+    ASSERT_EQ(m->GetParameters().Size(), 3u);
     auto* w = dynamic_cast<VeriDataDecl*>(m->GetParameters()[0]);
     ASSERT_NE(w, nullptr);
     EXPECT_EQ(w->GetDeclType(), unsigned(VT_PARAMETER));
     EXPECT_EQ(w->GetDataType()->GetType(), unsigned(VT_INT));
     auto* l = dynamic_cast<VeriDataDecl*>(m->GetParameters()[2]);
     EXPECT_EQ(l->GetDeclType(), unsigned(VT_LOCALPARAM));
-    ASSERT_EQ(m->GetPorts().size(), 4u);
+    ASSERT_EQ(m->GetPorts().Size(), 4u);
     auto* ab = dynamic_cast<VeriAnsiPortDecl*>(m->GetPorts()[0]);
     ASSERT_NE(ab, nullptr);
     EXPECT_EQ(ab->GetDir(), unsigned(VT_INPUT));
-    ASSERT_EQ(ab->GetIds().size(), 2u); // b shares a's declaration
+    ASSERT_EQ(ab->GetIds().Size(), 2u); // b shares a's declaration
     EXPECT_EQ(ab->GetIds()[1]->GetDir(), unsigned(VT_INPUT));
     auto* mst = dynamic_cast<VeriAnsiPortDecl*>(m->GetPorts()[3]);
     EXPECT_TRUE(mst->interfacePort);
@@ -55,7 +55,7 @@ TEST(VeriParserUnits, NonAnsiPortsTakeTheirDeclarations) {
                                   "endmodule\n"));
     VeriModule* m = veritest::unit("m");
     EXPECT_FALSE(m->HasAnsiPorts());
-    ASSERT_EQ(m->GetPorts().size(), 3u);
+    ASSERT_EQ(m->GetPorts().Size(), 3u);
     auto* a = dynamic_cast<VeriIdRef*>(m->GetPorts()[0]);
     ASSERT_NE(a, nullptr);
     ASSERT_NE(a->GetId(), nullptr);
@@ -75,21 +75,21 @@ TEST(VeriParserItems, InstantiationsInAllForms) {
     auto* i0 = itemAs<VeriModuleInstantiation>(top, 0);
     ASSERT_NE(i0, nullptr);
     EXPECT_EQ(i0->GetModuleName(), "sub");
-    ASSERT_EQ(i0->GetParamValues().size(), 2u);
-    ASSERT_EQ(i0->GetInstances().size(), 1u);
+    ASSERT_EQ(i0->GetParamValues().Size(), 2u);
+    ASSERT_EQ(i0->GetInstances().Size(), 1u);
     const auto& conns = i0->GetInstances()[0]->GetPortConnects();
-    ASSERT_EQ(conns.size(), 3u);
+    ASSERT_EQ(conns.Size(), 3u);
     EXPECT_EQ(conns[0]->GetClassId(), ID_VERIPORTCONNECT);
     EXPECT_TRUE(static_cast<VeriPortConnect*>(conns[1])->implicit);
     EXPECT_EQ(conns[2]->GetClassId(), ID_VERIDOTSTAR);
     auto* i1 = itemAs<VeriModuleInstantiation>(top, 1);
-    ASSERT_EQ(i1->GetInstances().size(), 2u);
+    ASSERT_EQ(i1->GetInstances().Size(), 2u);
     EXPECT_EQ(i1->GetInstances()[0]->GetPortConnects()[1]->GetClassId(), ID_VERIPORTOPEN);
     EXPECT_NE(i1->GetInstances()[1]->GetDimensions(), nullptr);
     auto* g = itemAs<VeriGateInstantiation>(top, 2);
     ASSERT_NE(g, nullptr);
     EXPECT_EQ(g->GetInstType(), unsigned(VT_AND));
-    EXPECT_EQ(g->delays.size(), 1u);
+    EXPECT_EQ(g->delays.Size(), 1u);
     auto* g2 = itemAs<VeriGateInstantiation>(top, 3);
     ASSERT_NE(g2, nullptr);
     EXPECT_TRUE(g2->instances[0]->Name().empty());
@@ -109,22 +109,22 @@ TEST(VeriParserItems, UnnamedUdpInstancesWithStrengthAndDelay) {
                                   "endmodule\n"))
         << veritest::errorCount();
     VeriModule* top = veritest::unit("top");
-    ASSERT_EQ(top->GetItems().size(), 5u);
+    ASSERT_EQ(top->GetItems().Size(), 5u);
     auto* i0 = itemAs<VeriModuleInstantiation>(top, 0);
     ASSERT_NE(i0, nullptr);
     EXPECT_EQ(i0->GetModuleName(), "inv");
-    ASSERT_EQ(i0->GetInstances().size(), 1u);
+    ASSERT_EQ(i0->GetInstances().Size(), 1u);
     EXPECT_TRUE(i0->GetInstances()[0]->Name().empty());
-    EXPECT_EQ(i0->GetInstances()[0]->GetPortConnects().size(), 2u);
+    EXPECT_EQ(i0->GetInstances()[0]->GetPortConnects().Size(), 2u);
     auto* i1 = itemAs<VeriModuleInstantiation>(top, 1);
-    ASSERT_EQ(i1->GetInstances().size(), 3u);
-    EXPECT_EQ(i1->GetParamValues().size(), 1u);
+    ASSERT_EQ(i1->GetInstances().Size(), 3u);
+    EXPECT_EQ(i1->GetParamValues().Size(), 1u);
     EXPECT_TRUE(i1->GetInstances()[1]->Name().empty());
     EXPECT_EQ(i1->GetInstances()[2]->Name(), "named");
     auto* i2 = itemAs<VeriModuleInstantiation>(top, 2);
     ASSERT_NE(i2->strength, nullptr);
     EXPECT_EQ(i2->strength->lval, unsigned(VT_STRONG0));
-    EXPECT_EQ(i2->GetParamValues().size(), 2u);
+    EXPECT_EQ(i2->GetParamValues().Size(), 2u);
     EXPECT_NE(itemAs<VeriGateInstantiation>(top, 3), nullptr);
     // The printed form reads back the same.
     std::string first = VeriPrettyPrinter::toString(*top);
@@ -172,14 +172,14 @@ TEST(VeriParserItems, GenerateConstructs) {
     EXPECT_EQ(f->GetBlockId()->Name(), "g");
     auto* region = itemAs<VeriGenerateConstruct>(m, 2);
     ASSERT_NE(region, nullptr);
-    auto* cond = dynamic_cast<VeriGenerateConditional*>(region->GetItems().at(0));
+    auto* cond = dynamic_cast<VeriGenerateConditional*>(region->GetItems().At(0));
     ASSERT_NE(cond, nullptr);
     EXPECT_EQ(cond->GetElseItem()->GetClassId(), ID_VERIGENERATECONDITIONAL);
     auto* c = itemAs<VeriGenerateCase>(m, 3);
     ASSERT_NE(c, nullptr);
-    ASSERT_EQ(c->items.size(), 2u);
-    EXPECT_EQ(c->items[0]->conditions.size(), 2u);
-    EXPECT_TRUE(c->items[1]->conditions.empty());
+    ASSERT_EQ(c->items.Size(), 2u);
+    EXPECT_EQ(c->items[0]->conditions.Size(), 2u);
+    EXPECT_TRUE(c->items[1]->conditions.Empty());
 }
 
 TEST(VeriParserStatements, ProceduralCode) {
@@ -196,20 +196,20 @@ TEST(VeriParserStatements, ProceduralCode) {
     EXPECT_EQ(ff->kind, unsigned(VT_ALWAYS_FF));
     auto* ev = dynamic_cast<VeriEventControlStatement*>(ff->stmt);
     ASSERT_NE(ev, nullptr);
-    EXPECT_EQ(ev->control->events.size(), 2u);
+    EXPECT_EQ(ev->control->events.Size(), 2u);
     auto* iff = dynamic_cast<VeriConditionalStatement*>(ev->stmt);
     ASSERT_NE(iff, nullptr);
     EXPECT_EQ(iff->thenStmt->GetClassId(), ID_VERINONBLOCKINGASSIGN);
     auto* comb = itemAs<VeriAlwaysConstruct>(m, 3);
     auto* blk = dynamic_cast<VeriSeqBlock*>(comb->stmt);
     ASSERT_NE(blk, nullptr);
-    auto* cs = dynamic_cast<VeriCaseStatement*>(blk->stmts.at(0));
+    auto* cs = dynamic_cast<VeriCaseStatement*>(blk->stmts.At(0));
     ASSERT_NE(cs, nullptr);
     EXPECT_TRUE(cs->inside);
     EXPECT_EQ(cs->qualifier, unsigned(VT_UNIQUE));
     auto* init = itemAs<VeriInitialConstruct>(m, 4);
     auto* body = dynamic_cast<VeriSeqBlock*>(init->stmt);
-    ASSERT_EQ(body->stmts.size(), 5u);
+    ASSERT_EQ(body->stmts.Size(), 5u);
     EXPECT_EQ(body->stmts[0]->GetClassId(), ID_VERIFOR);
     EXPECT_EQ(body->stmts[1]->GetClassId(), ID_VERIFOREACH);
     EXPECT_EQ(body->stmts[2]->GetClassId(), ID_VERIDELAYCONTROLSTATEMENT);
@@ -343,11 +343,12 @@ TEST(VeriParserClasses, MembersAreReadAndNamed) {
                                   "  endclass\n"
                                   "endpackage\n"));
     VeriModule* p = veritest::unit("p");
-    auto* cls = dynamic_cast<VeriClass*>(p->GetItems().at(0));
+    auto* cls = dynamic_cast<VeriClass*>(p->GetItems().At(0));
     ASSERT_NE(cls, nullptr);
     EXPECT_EQ(cls->GetId()->Name(), "base");
-    ASSERT_EQ(cls->items.size(), 7u); // parameter, two members, constraint, prototype, new, typedef
-    EXPECT_EQ(cls->items[1]->qualifiers, std::vector<unsigned>{VT_RAND});
+    ASSERT_EQ(cls->items.Size(), 7u); // parameter, two members, constraint, prototype, new, typedef
+    EXPECT_EQ(std::vector<unsigned>(cls->items[1]->GetQualifiers().begin(), cls->items[1]->GetQualifiers().end()),
+              std::vector<unsigned>{VT_RAND});
     auto* proto = dynamic_cast<VeriTaskDecl*>(cls->items[4]);
     ASSERT_NE(proto, nullptr);
     EXPECT_TRUE(proto->prototype);

@@ -58,7 +58,7 @@ TEST(VeriModuleQueries, TypeParametersInHeaderOrBody) {
     EXPECT_TRUE(veritest::unit("t")->HasTypeParameters());
     EXPECT_FALSE(veritest::unit("v")->HasTypeParameters());
     EXPECT_FALSE(veritest::unit("none")->HasTypeParameters());
-    EXPECT_EQ(veritest::unit("t")->GetParameters().size(), 2u);
+    EXPECT_EQ(veritest::unit("t")->GetParameters().Size(), 2u);
 }
 
 TEST(VeriModuleQueries, CellDefineCoversOnlyTheUnitsInside) {
@@ -79,24 +79,24 @@ TEST(VeriTreePositions, ItemsOfSeveralKindsSpanTheirText) {
                                   "  end\n"
                                   "  sub u1 (.p(a));\n"
                                   "endmodule\n"));
-    const std::vector<VeriModuleItem*>& items = veritest::unit("m")->GetItems();
-    ASSERT_EQ(items.size(), 3u);
+    const ArenaArray<VeriModuleItem*>& items = veritest::unit("m")->GetItems();
+    ASSERT_EQ(items.Size(), 3u);
     auto* assign = dynamic_cast<VeriContinuousAssign*>(items[0]);
     ASSERT_NE(assign, nullptr);
-    EXPECT_EQ(assign->loc.leftLine, 2u);
-    EXPECT_EQ(assign->loc.leftCol, 3u);
-    EXPECT_EQ(assign->loc.rightLine, 2u);
-    EXPECT_EQ(assign->loc.rightCol, 16u); // just after ';'
+    EXPECT_EQ(assign->Linefile().leftLine, 2u);
+    EXPECT_EQ(assign->Linefile().leftCol, 3u);
+    EXPECT_EQ(assign->Linefile().rightLine, 2u);
+    EXPECT_EQ(assign->Linefile().rightCol, 16u); // just after ';'
     auto* always = dynamic_cast<VeriAlwaysConstruct*>(items[1]);
     ASSERT_NE(always, nullptr);
-    EXPECT_EQ(always->loc.leftLine, 3u);
-    EXPECT_EQ(always->loc.rightLine, 4u); // a multi-line item ends on its last line
-    EXPECT_EQ(always->loc.rightCol, 6u);
+    EXPECT_EQ(always->Linefile().leftLine, 3u);
+    EXPECT_EQ(always->Linefile().rightLine, 4u); // a multi-line item ends on its last line
+    EXPECT_EQ(always->Linefile().rightCol, 6u);
     auto* inst = dynamic_cast<VeriModuleInstantiation*>(items[2]);
     ASSERT_NE(inst, nullptr);
-    EXPECT_EQ(inst->loc.leftLine, 5u);
-    EXPECT_EQ(inst->loc.leftCol, 3u);
-    EXPECT_EQ(inst->loc.rightCol, 18u);
+    EXPECT_EQ(inst->Linefile().leftLine, 5u);
+    EXPECT_EQ(inst->Linefile().leftCol, 3u);
+    EXPECT_EQ(inst->Linefile().rightCol, 18u);
 }
 
 TEST(VeriParserRecovery, GoodItemsAfterABrokenOneKeepTheirPlaces) {
@@ -119,17 +119,17 @@ TEST(VeriParserRecovery, GoodItemsAfterABrokenOneKeepTheirPlaces) {
     for (VeriModuleItem* item : m->GetItems()) {
         if (auto* a = dynamic_cast<VeriContinuousAssign*>(item)) assign = a;
         auto* d = dynamic_cast<VeriDataDecl*>(item);
-        if (d && !d->GetIds().empty() && d->GetIds()[0]->GetName() == "ok") ok = d;
+        if (d && !d->GetIds().Empty() && d->GetIds()[0]->GetName() == "ok") ok = d;
     }
     ASSERT_NE(ok, nullptr);
     ASSERT_NE(assign, nullptr);
-    EXPECT_EQ(ok->loc.leftLine, 3u);
-    EXPECT_EQ(ok->loc.leftCol, 3u);
-    EXPECT_EQ(assign->loc.leftLine, 4u);
-    EXPECT_EQ(m->loc.rightLine, 5u);
+    EXPECT_EQ(ok->Linefile().leftLine, 3u);
+    EXPECT_EQ(ok->Linefile().leftCol, 3u);
+    EXPECT_EQ(assign->Linefile().leftLine, 4u);
+    EXPECT_EQ(m->Linefile().rightLine, 5u);
     VeriModule* last = veritest::unit("last");
     ASSERT_NE(last, nullptr);
-    EXPECT_EQ(last->loc.leftLine, 6u);
+    EXPECT_EQ(last->Linefile().leftLine, 6u);
 }
 
 // Each reference by name, in walk order, with what it resolved to.

@@ -97,3 +97,38 @@ TEST(VeriResolve, HierarchicalPrefixStaysForLater) {
 }
 
 } // namespace
+
+namespace {
+
+// A block gets a scope of its own when it declares something or is named; names in the
+// others resolve through the scope around them alike.
+TEST(VeriResolve, BlocksThatDeclareNothingHaveNoScopeOfTheirOwn) {
+    ASSERT_TRUE(veritest::analyze("package p; int z; endpackage\n"
+                                  "module m; int x;\n"
+                                  "  initial begin x = 1; end\n"
+                                  "  initial begin int y; y = x; end\n"
+                                  "  initial begin : named x = 2; end\n"
+                                  "  initial begin import p::*; x = z; end\n"
+                                  "endmodule\n"));
+    VeriModule* m = veritest::unit("m");
+    auto blockOf = [&](uint32_t item) {
+        return static_cast<VeriSeqBlock*>(static_cast<VeriInitialConstruct*>(m->items[item])->stmt);
+    };
+    EXPECT_EQ(blockOf(1)->scope, nullptr);
+    ASSERT_NE(blockOf(2)->scope, nullptr);
+    EXPECT_NE(blockOf(2)->scope->findLocal("y"), nullptr);
+    EXPECT_EQ(blockOf(2)->scope->Upper(), m->GetScope());
+    ASSERT_NE(blockOf(3)->scope, nullptr); // named: its name opens it
+    EXPECT_EQ(blockOf(3)->blockId->LocalScope(), blockOf(3)->scope);
+    RefCollector refs = collect("m");
+    VeriIdDef* x = m->GetScope()->findLocal("x");
+    auto range = refs.refs.equal_range("x");
+    ASSERT_EQ(std::distance(range.first, range.second), 4);
+    for (auto it = range.first; it != range.second; ++it) EXPECT_EQ(it->second, x);
+    EXPECT_EQ(refs.first("y"), blockOf(2)->scope->findLocal("y"));
+    // The import made the block's scope, and the package item is found through it.
+    ASSERT_NE(blockOf(4)->scope, nullptr);
+    EXPECT_EQ(refs.first("z"), veritest::unit("p")->GetScope()->findLocal("z"));
+}
+
+} // namespace

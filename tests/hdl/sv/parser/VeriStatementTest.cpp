@@ -14,9 +14,9 @@ namespace {
 // The statements of `initial begin ... end` in module m.
 std::vector<VeriStatement*> statements(const std::string& body) {
     if (!veritest::analyze("module m; int a, b; event ev; initial begin\n" + body + "\nend endmodule\n")) return {};
-    auto* init = dynamic_cast<VeriInitialConstruct*>(veritest::unit("m")->GetItems().back());
+    auto* init = dynamic_cast<VeriInitialConstruct*>(veritest::unit("m")->GetItems().Back());
     auto* block = init ? dynamic_cast<VeriSeqBlock*>(init->stmt) : nullptr;
-    return block ? block->stmts : std::vector<VeriStatement*>{};
+    return block ? std::vector<VeriStatement*>(block->stmts.begin(), block->stmts.end()) : std::vector<VeriStatement*>{};
 }
 
 TEST(VeriStatements, BlocksAndJoins) {
@@ -46,8 +46,8 @@ TEST(VeriStatements, Loops) {
     EXPECT_EQ(s[3]->GetClassId(), ID_VERIFOREVER);
     auto* f = dynamic_cast<VeriFor*>(s[4]);
     ASSERT_NE(f, nullptr);
-    EXPECT_EQ(f->inits.size(), 2u);
-    EXPECT_EQ(f->reps.size(), 2u);
+    EXPECT_EQ(f->inits.Size(), 2u);
+    EXPECT_EQ(f->reps.Size(), 2u);
     EXPECT_EQ(static_cast<VeriBlockingAssign*>(f->reps[1])->oper, unsigned(VT_PLUS_EQ));
 }
 
@@ -57,7 +57,7 @@ TEST(VeriStatements, TimingAndEvents) {
     ASSERT_EQ(s.size(), 9u);
     auto* ec = dynamic_cast<VeriEventControlStatement*>(s[0]);
     ASSERT_NE(ec, nullptr);
-    auto* ev = dynamic_cast<VeriEventExpression*>(ec->control->events.at(0));
+    auto* ev = dynamic_cast<VeriEventExpression*>(ec->control->events.At(0));
     ASSERT_NE(ev, nullptr);
     EXPECT_EQ(ev->edge, unsigned(VT_POSEDGE));
     EXPECT_NE(ev->iffCond, nullptr);
@@ -88,10 +88,10 @@ TEST(VeriStatements, ProceduralContinuousAndJumps) {
     auto* sys = dynamic_cast<VeriSystemTaskEnable*>(s[6]);
     ASSERT_NE(sys, nullptr);
     EXPECT_EQ(sys->name, "$display");
-    EXPECT_EQ(sys->args.size(), 2u);
+    EXPECT_EQ(sys->args.Size(), 2u);
     EXPECT_EQ(s[7]->GetClassId(), ID_VERITASKENABLE);
-    ASSERT_NE(s[8]->label, nullptr);
-    EXPECT_EQ(s[8]->label->Name(), "lbl");
+    ASSERT_NE(s[8]->GetLabel(), nullptr);
+    EXPECT_EQ(s[8]->GetLabel()->Name(), "lbl");
 }
 
 TEST(VeriStatements, CaseForms) {
@@ -102,9 +102,9 @@ TEST(VeriStatements, CaseForms) {
     auto* cz = dynamic_cast<VeriCaseStatement*>(s[0]);
     ASSERT_NE(cz, nullptr);
     EXPECT_EQ(cz->caseType, unsigned(VT_CASEZ));
-    ASSERT_EQ(cz->items.size(), 3u);
-    EXPECT_EQ(cz->items[1]->conditions.size(), 2u);
-    EXPECT_TRUE(cz->items[2]->conditions.empty());
+    ASSERT_EQ(cz->items.Size(), 3u);
+    EXPECT_EQ(cz->items[1]->conditions.Size(), 2u);
+    EXPECT_TRUE(cz->items[2]->conditions.Empty());
     auto* rc = dynamic_cast<VeriCaseStatement*>(s[1]);
     ASSERT_NE(rc, nullptr);
     EXPECT_EQ(rc->caseType, unsigned(VT_RANDCASE));
@@ -120,8 +120,9 @@ TEST(VeriStatements, DeclarationsInBlocksAreScoped) {
     ASSERT_EQ(s.size(), 1u);
     auto* blk = dynamic_cast<VeriSeqBlock*>(s[0]);
     ASSERT_NE(blk, nullptr);
-    ASSERT_EQ(blk->decls.size(), 2u);
-    EXPECT_EQ(blk->decls[0]->qualifiers, std::vector<unsigned>{VT_AUTOMATIC});
+    ASSERT_EQ(blk->decls.Size(), 2u);
+    EXPECT_EQ(std::vector<unsigned>(blk->decls[0]->GetQualifiers().begin(), blk->decls[0]->GetQualifiers().end()),
+              std::vector<unsigned>{VT_AUTOMATIC});
     EXPECT_NE(blk->scope->findLocal("k"), nullptr);
     EXPECT_EQ(veritest::unit("m")->GetScope()->findLocal("k"), nullptr);
 }
@@ -132,7 +133,7 @@ TEST(VeriStatements, BrokenStatementsAreReportedAndSkipped) {
     EXPECT_GE(veritest::errorCount(), 2u);
     VeriModule* m = veritest::unit("m");
     ASSERT_NE(m, nullptr);
-    ASSERT_EQ(m->GetItems().size(), 2u); // the always after the broken block survives
+    ASSERT_EQ(m->GetItems().Size(), 2u); // the always after the broken block survives
     EXPECT_EQ(m->GetItems()[1]->GetClassId(), ID_VERIALWAYSCONSTRUCT);
     for (const auto& d : veritest::diagnostics())
         if (d.type == MSG_ERROR) {

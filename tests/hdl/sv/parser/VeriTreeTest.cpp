@@ -35,7 +35,7 @@ TEST(VeriClassIds, NodesReportTheirOwnKind) {
     EXPECT_EQ(veritest::unit("bus")->GetClassId(), ID_VERIINTERFACE);
     EXPECT_EQ(veritest::unit("p")->GetClassId(), ID_VERIPACKAGE);
     VeriModule* top = veritest::unit("top");
-    ASSERT_EQ(top->GetItems().size(), 2u);
+    ASSERT_EQ(top->GetItems().Size(), 2u);
     EXPECT_EQ(top->GetItems()[0]->GetClassId(), ID_VERIMODULEINSTANTIATION);
     EXPECT_EQ(top->GetItems()[1]->GetClassId(), ID_VERICONTINUOUSASSIGN);
 }
@@ -74,18 +74,18 @@ TEST(VeriTreePositions, NodesSpanTheirText) {
                                   "  wire [3:0] bus;\n"
                                   "endmodule\n"));
     VeriModule* m = veritest::unit("m");
-    EXPECT_EQ(m->loc.leftLine, 1u);
-    EXPECT_EQ(m->loc.leftCol, 1u);
-    EXPECT_EQ(m->loc.rightLine, 3u);
-    EXPECT_EQ(m->loc.rightCol, 10u); // just after "endmodule"
-    auto* net = dynamic_cast<VeriNetDecl*>(m->GetItems().at(0));
+    EXPECT_EQ(m->Linefile().leftLine, 1u);
+    EXPECT_EQ(m->Linefile().leftCol, 1u);
+    EXPECT_EQ(m->Linefile().rightLine, 3u);
+    EXPECT_EQ(m->Linefile().rightCol, 10u); // just after "endmodule"
+    auto* net = dynamic_cast<VeriNetDecl*>(m->GetItems().At(0));
     ASSERT_NE(net, nullptr);
-    EXPECT_EQ(net->loc.leftLine, 2u);
-    EXPECT_EQ(net->loc.leftCol, 3u);
-    EXPECT_EQ(net->loc.rightCol, 18u);
-    VeriIdDef* bus = net->GetIds().at(0);
-    EXPECT_EQ(bus->loc.leftCol, 14u);
-    EXPECT_STREQ(LineFile::GetFileNameFromId(bus->loc.fileId), "test.sv");
+    EXPECT_EQ(net->Linefile().leftLine, 2u);
+    EXPECT_EQ(net->Linefile().leftCol, 3u);
+    EXPECT_EQ(net->Linefile().rightCol, 18u);
+    VeriIdDef* bus = net->GetIds().At(0);
+    EXPECT_EQ(bus->Linefile().leftCol, 14u);
+    EXPECT_STREQ(LineFile::GetFileNameFromId(bus->Linefile().fileId), "test.sv");
 }
 
 } // namespace

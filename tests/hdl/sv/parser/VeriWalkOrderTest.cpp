@@ -17,8 +17,8 @@ namespace {
 class StartRecorder : public VeriVisitor {
 public:
     void PreVisit(VeriTreeNode& node) override {
-        if (node.loc.leftLine == 0) return; // made by the parser, not read from the text
-        starts.push_back({{node.loc.leftLine, node.loc.leftCol}, veriClassName(node.GetClassId())});
+        if (node.Linefile().leftLine == 0) return; // made by the parser, not read from the text
+        starts.push_back({{node.Linefile().leftLine, node.Linefile().leftCol}, veriClassName(node.GetClassId())});
     }
     std::vector<std::pair<std::pair<uint32_t, uint32_t>, std::string>> starts;
 };
@@ -89,20 +89,20 @@ TEST(VeriTreePositions, StatementsAndExpressionsSpanTheirText) {
     } finder;
     finder.TraverseNode(veritest::unit("m"));
     ASSERT_EQ(finder.found.size(), 4u);
-    const ColLineFile& block = finder.found[0]->loc;
+    const ColLineFile block = finder.found[0]->Linefile();
     EXPECT_EQ(block.leftLine, 2u);
     EXPECT_EQ(block.leftCol, 11u);
     EXPECT_EQ(block.rightLine, 6u);
     EXPECT_EQ(block.rightCol, 6u);
-    const ColLineFile& ifStmt = finder.found[1]->loc;
+    const ColLineFile ifStmt = finder.found[1]->Linefile();
     EXPECT_EQ(ifStmt.leftLine, 3u);
     EXPECT_EQ(ifStmt.leftCol, 5u);
     EXPECT_EQ(ifStmt.rightLine, 4u); // the statement under the if belongs to it
-    const ColLineFile& sum = finder.found[2]->loc;
+    const ColLineFile sum = finder.found[2]->Linefile();
     EXPECT_EQ(sum.leftLine, 4u);
     EXPECT_EQ(sum.leftCol, 11u);
     EXPECT_EQ(sum.rightCol, 16u);
-    const ColLineFile& caseStmt = finder.found[3]->loc;
+    const ColLineFile caseStmt = finder.found[3]->Linefile();
     EXPECT_EQ(caseStmt.leftLine, 5u);
     EXPECT_EQ(caseStmt.leftCol, 5u);
     EXPECT_EQ(caseStmt.rightLine, 5u);
