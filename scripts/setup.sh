@@ -15,7 +15,7 @@ packages=(
 # Optional extras: pass "--extras" for the tools the benchmarks compare against and
 # for regenerating the primitive data from the cell models.
 if [[ "${1:-}" == "--extras" ]]; then
-  packages+=(clang libclang-rt-14-dev ghdl ghdl-mcode verilator iverilog yosys)
+  packages+=(clang clang-format libclang-rt-14-dev ghdl ghdl-mcode verilator iverilog yosys)
 fi
 
 missing=()

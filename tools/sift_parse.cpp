@@ -10,9 +10,9 @@
 // MODULE, COPY and, for VHDL, ARCH, separated by tabs; the messages then go to standard
 // error. Exit status: 0, 1 when an error was reported, 2 when it could not run.
 #include <cctype>
-#include <cstdlib>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <string>
@@ -45,8 +45,7 @@ unsigned errorsReported = 0;
 
 void dropMessage(hdl::msg_type_t, const char*, const hdl::ColLineFile*, const char*, va_list) {}
 
-void printMessage(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* loc, const char* format,
-                  va_list args) {
+void printMessage(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* loc, const char* format, va_list args) {
     if (type == hdl::MSG_ERROR) ++errorsReported;
     // With --hier, the announcement of each analysed file would bury what matters.
     if (messageStream == stderr && type == hdl::MSG_INFO && id &&
@@ -85,8 +84,7 @@ void analyzeStandardLibraries(const std::vector<unsigned>& langs) {
     for (unsigned lang : langs) with2019 |= lang == hdl::LANG_VHDL19;
     const unsigned level = HADLStdLibs::vhdlStdLevel(langs, with2019);
     std::vector<HADLStdLibFile> files = HADLStdLibs::vhdlSources(level);
-    if (level && files.empty())
-        std::fprintf(stderr, "sift-parse: no VHDL standard libraries in the data directory\n");
+    if (level && files.empty()) std::fprintf(stderr, "sift-parse: no VHDL standard libraries in the data directory\n");
     if (HADLStdLibs::hasSystemVerilog(langs)) {
         std::string includeDir;
         std::vector<HADLStdLibFile> sv = HADLStdLibs::svSources(includeDir);

@@ -20,16 +20,14 @@ constexpr unsigned kFiles = 200000;
 constexpr unsigned kObjNames = 1000000;
 constexpr unsigned kUnits = 100000;
 
-void fill(HADLDatabase& db)
-{
+void fill(HADLDatabase& db) {
     db.setDefaultLibrary("work");
     db.reserveFileTables(kFiles + 1);
     for (unsigned i = 0; i < kFiles; ++i) {
         std::string path = "/proj/src/block" + std::to_string(i / 100) + "/file" + std::to_string(i) + ".sv";
         db.insertFileName(path, i % 3 == 0 ? 11 : 5, "lib" + std::to_string(i % 20));
     }
-    for (unsigned i = 0; db.objNames.size() <= kObjNames; ++i)
-        db.objNames.insert(("sig_" + std::to_string(i)).c_str());
+    for (unsigned i = 0; db.objNames.size() <= kObjNames; ++i) db.objNames.insert(("sig_" + std::to_string(i)).c_str());
     for (unsigned i = 1; i <= kFiles; ++i) {
         HADLDatabase::FileProp& prop = db.fileProps.at(i);
         prop.includedFiles = {1 + i % kFiles, 1 + (i * 7) % kFiles};
@@ -51,9 +49,9 @@ void fill(HADLDatabase& db)
         unit.startLine = u % 1000;
         unit.endLine = unit.startLine + 200;
         for (unsigned k = 0; k < 5; ++k)
-            unit.insts.push_back({1 + (u + k * 13) % kUnits, 1 + (u * 5 + k) % kObjNames, unit.fileId, 10 + k, k == 0, false, false});
-        for (unsigned k = 0; k < 6; ++k)
-            unit.ports.push_back({1 + (u + k) % kObjNames, 2, 3, 4, 5, 0, 6, 0, 0, {}});
+            unit.insts.push_back(
+                {1 + (u + k * 13) % kUnits, 1 + (u * 5 + k) % kObjNames, unit.fileId, 10 + k, k == 0, false, false});
+        for (unsigned k = 0; k < 6; ++k) unit.ports.push_back({1 + (u + k) % kObjNames, 2, 3, 4, 5, 0, 6, 0, 0, {}});
         for (unsigned k = 0; k < 3; ++k)
             unit.parameters.push_back({1 + (u * 3 + k) % kObjNames, 7, 0, 0, 0, 8, 0, 0, 0, true, k == 2});
         unit.attributes.push_back({9, 10});
@@ -79,8 +77,7 @@ void fill(HADLDatabase& db)
     db.tops = {1};
 }
 
-long peakMb()
-{
+long peakMb() {
     struct rusage usage;
     getrusage(RUSAGE_SELF, &usage);
     return usage.ru_maxrss / 1024;
@@ -88,12 +85,10 @@ long peakMb()
 
 // User plus system time of the process; on a shared machine wall time alone overstates
 // what the code costs.
-double cpuSeconds()
-{
+double cpuSeconds() {
     struct rusage usage;
     getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_utime.tv_sec + usage.ru_stime.tv_sec
-        + (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+    return usage.ru_utime.tv_sec + usage.ru_stime.tv_sec + (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
 }
 
 struct Timing {
@@ -102,27 +97,23 @@ struct Timing {
     long peakGrowthMb; // how far the operation raised the peak resident size
 };
 
-Timing measure(const std::function<int()>& work, int& result)
-{
+Timing measure(const std::function<int()>& work, int& result) {
     const double cpuStart = cpuSeconds();
     const long peakStart = peakMb();
     auto start = std::chrono::steady_clock::now();
     result = work();
-    return {std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(),
-            cpuSeconds() - cpuStart, peakMb() - peakStart};
+    return {std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(), cpuSeconds() - cpuStart,
+            peakMb() - peakStart};
 }
 
-void report(const char* what, Timing t, std::size_t bytes, int result)
-{
-    std::printf("%-12s wall %7.3f s %7.1f MB/s  cpu %7.3f s %7.1f MB/s  result %d  peak RSS %ld MB (+%ld)\n",
-                what, t.wall, bytes / 1e6 / t.wall, t.cpu, bytes / 1e6 / t.cpu, result, peakMb(),
-                t.peakGrowthMb);
+void report(const char* what, Timing t, std::size_t bytes, int result) {
+    std::printf("%-12s wall %7.3f s %7.1f MB/s  cpu %7.3f s %7.1f MB/s  result %d  peak RSS %ld MB (+%ld)\n", what,
+                t.wall, bytes / 1e6 / t.wall, t.cpu, bytes / 1e6 / t.cpu, result, peakMb(), t.peakGrowthMb);
 }
 
 } // namespace
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     const std::string file = argc > 1 ? argv[1] : "/tmp/sift_bench_database.bin";
     // Rounds after the first run on memory that the process has used and freed before;
     // the first touches fresh pages, which costs more on some machines than the work.
@@ -139,8 +130,7 @@ int main(int argc, char** argv)
     HADLDatabase fromShm;
     std::size_t bytes = 0;
     for (int round = 1; round <= rounds; ++round) {
-        if (rounds > 1)
-            std::printf("round %d\n", round);
+        if (rounds > 1) std::printf("round %d\n", round);
         int result = 0;
         Timing t = measure([&] { return HADLDatabaseConstAPI(db).save(file); }, result);
         if (round == 1) {
@@ -165,8 +155,7 @@ int main(int argc, char** argv)
     }
 
     std::remove(file.c_str());
-    const bool same = loaded.sameSetup(db) && fromShm.sameSetup(db)
-        && loaded.unitAttrs.size() == db.unitAttrs.size();
+    const bool same = loaded.sameSetup(db) && fromShm.sameSetup(db) && loaded.unitAttrs.size() == db.unitAttrs.size();
     std::printf("loaded copies match: %s\n", same ? "yes" : "no");
     return same ? 0 : 1;
 }

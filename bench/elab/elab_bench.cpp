@@ -64,8 +64,7 @@ Project ReadList(const std::string& list) {
         std::getline(cols, kind, '\t');
         std::getline(cols, a, '\t');
         std::getline(cols, b, '\t');
-        if (kind == "top")
-            p.top = a;
+        if (kind == "top") p.top = a;
         else if (hdl::IsVhdlLanguage(hdl::LanguageByName(kind.c_str()))) {
             unsigned mode = hdl::LanguageByName(kind.c_str());
             p.files.push_back({p.dir + "/" + b, a, mode, mode >= hdl::VHDL_2008 ? "08" : "93c"});
@@ -152,14 +151,10 @@ int main(int argc, char** argv) {
     std::vector<std::string> lists;
     for (int i = 1; i < argc; ++i) {
         std::string a = argv[i];
-        if (a == "-runs" && i + 1 < argc)
-            runs = std::max(1, std::atoi(argv[++i]));
-        else if (a == "-ghdl")
-            ghdl = true;
-        else if (a == "-top" && i + 1 < argc)
-            topOption = argv[++i];
-        else
-            lists.push_back(a);
+        if (a == "-runs" && i + 1 < argc) runs = std::max(1, std::atoi(argv[++i]));
+        else if (a == "-ghdl") ghdl = true;
+        else if (a == "-top" && i + 1 < argc) topOption = argv[++i];
+        else lists.push_back(a);
     }
     if (lists.empty()) {
         std::fprintf(stderr, "usage: elab_bench [-runs N] [-ghdl] [-top NAME] FILELIST.tsv...\n");

@@ -8,9 +8,9 @@
 
 #include <chrono>
 #include <cstdarg>
-#include <ctime>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -109,8 +109,7 @@ double preprocessOnly(const Project& p, int repeat, size_t& tokens) {
             opts.language = f.second;
             hdl::VeriPreprocessor pp(opts);
             pp.pushFile(f.first);
-            for (hdl::VeriToken t = pp.next(); t.kind != hdl::VT_EOF; t = pp.next())
-                ++tokens;
+            for (hdl::VeriToken t = pp.next(); t.kind != hdl::VT_EOF; t = pp.next()) ++tokens;
         }
     }
     return double(std::clock() - start) / CLOCKS_PER_SEC / repeat;
@@ -184,8 +183,7 @@ int main(int argc, char** argv) {
             if (s > 0)
                 std::printf("  %-10s -E %s: %8.3f s  %8.2f MB/s  (%.1fx our analysis time; CPU %.3f s, %.1fx ours)\n",
                             tool, p.list.c_str(), s, p.bytes / 1e6 / s, s / ours[i], cpu, cpu / oursCpu[i]);
-            else
-                std::printf("  %-10s -E %s: failed\n", tool, p.list.c_str());
+            else std::printf("  %-10s -E %s: failed\n", tool, p.list.c_str());
         }
     }
     return 0;

@@ -103,15 +103,16 @@ int main(int argc, char** argv) {
     }
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
-    std::printf("files %zu, bytes %zu, units %zu, errors %u, %.3f s, %.2f MB/s, cpu %.3f s, %.2f MB/cpu-s, peak RSS %ld KB\n",
-                jobs.size(), bytes, units, g_errors, secs, secs > 0 ? bytes / secs / 1e6 : 0.0, cpu,
-                cpu > 0 ? bytes / cpu / 1e6 : 0.0, usage.ru_maxrss);
+    std::printf(
+        "files %zu, bytes %zu, units %zu, errors %u, %.3f s, %.2f MB/s, cpu %.3f s, %.2f MB/cpu-s, peak RSS %ld KB\n",
+        jobs.size(), bytes, units, g_errors, secs, secs > 0 ? bytes / secs / 1e6 : 0.0, cpu,
+        cpu > 0 ? bytes / cpu / 1e6 : 0.0, usage.ru_maxrss);
     if (ghdl && std::system("command -v ghdl > /dev/null 2>&1") == 0) {
         auto g0 = std::chrono::steady_clock::now();
         for (const Job& job : jobs) {
             std::string std = job.mode >= hdl::VHDL_2008 ? "08" : job.mode == hdl::VHDL_87 ? "87" : "93c";
-            std::string cmd = "ghdl -s --std=" + std + " -frelaxed --work=" + job.library + " '" + job.path +
-                              "' > /dev/null 2>&1";
+            std::string cmd =
+                "ghdl -s --std=" + std + " -frelaxed --work=" + job.library + " '" + job.path + "' > /dev/null 2>&1";
             if (std::system(cmd.c_str()) == -1) break;
         }
         double gs = std::chrono::duration<double>(std::chrono::steady_clock::now() - g0).count();

@@ -14,8 +14,8 @@
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <ctime>
 #include <cstdio>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -61,14 +61,12 @@ double skimOnce(const std::vector<Entry>& files, const std::vector<std::string>&
     hdl::hdl_file_sort::RegisterFlexStreamCallBack(openSourceStream);
     HADLSifter& db = HADLSifter::instance();
     static_cast<HADLDatabase&>(db) = HADLDatabase();
-    for (const Entry& e : files)
-        db.insertFileName(e.path, e.lang, e.library);
+    for (const Entry& e : files) db.insertFileName(e.path, e.lang, e.library);
     // As the run's set-up does before the first phase: every file undecided.
     NeedDecryptionCache::clear();
     fillNeedDecryptionCache(db);
     double start = cpuSeconds();
-    for (const std::string& inc : incdirs)
-        db.dirNames.insert(inc.c_str());
+    for (const std::string& inc : incdirs) db.dirNames.insert(inc.c_str());
     HADLStringMatchTable noPrimitives;
     hadlDoSkim(db, noPrimitives);
     rawUnits = db.rUnitNames.size() - 1;
@@ -79,16 +77,14 @@ double skimOnce(const std::vector<Entry>& files, const std::vector<std::string>&
 struct Digest {
     uint64_t h = 1469598103934665603ull;
     void add(const void* data, size_t size) {
-        for (size_t i = 0; i < size; ++i)
-            h = (h ^ static_cast<const unsigned char*>(data)[i]) * 1099511628211ull;
+        for (size_t i = 0; i < size; ++i) h = (h ^ static_cast<const unsigned char*>(data)[i]) * 1099511628211ull;
     }
     void add(const std::string& s) { add(s.c_str(), s.size() + 1); }
     void add(unsigned v) { add(&v, sizeof v); }
     template <typename List>
     void addAll(const List& list) {
         add(unsigned(list.size()));
-        for (unsigned v : list)
-            add(v);
+        for (unsigned v : list) add(v);
     }
     void add(const hdl::SortReference& r) {
         add(r.libraryName);
@@ -106,14 +102,11 @@ uint64_t skimDigest() {
         d.add(e->fileName);
         d.add(e->libraryName);
         d.add(e->language);
-        for (const std::string& n : e->declaredNames)
-            d.add(n);
-        for (const hdl::SortReference& r : e->references)
-            d.add(r);
+        for (const std::string& n : e->declaredNames) d.add(n);
+        for (const hdl::SortReference& r : e->references) d.add(r);
         for (const hdl::SortUnit& u : e->units) {
             d.add(u.name);
-            for (const hdl::SortReference& r : u.instances)
-                d.add(r);
+            for (const hdl::SortReference& r : u.instances) d.add(r);
         }
     }
     for (unsigned id = 1; id < db.fileNames.size(); ++id) {
@@ -145,16 +138,13 @@ double parseOnce(const std::vector<std::string>& incdirs) {
     hdl::veri_file::RegisterFlexStreamCallBack(openSourceStream);
     hdl::vhdl_file::RegisterFlexStreamCallBack(openSourceStream);
     double start = cpuSeconds();
-    for (const std::string& inc : incdirs)
-        hdl::veri_file::AddIncludeDir(inc.c_str());
+    for (const std::string& inc : incdirs) hdl::veri_file::AddIncludeDir(inc.c_str());
     for (unsigned id : db.parseOrder) {
         const HADLDatabase::FileAttr& attr = db.fileAttrs.at(id);
         const char* name = db.fileNames.getString(id);
         const char* lib = db.objNames.getString(attr.libId);
-        if (hdl::IsVhdlLanguage(attr.lang))
-            hdl::vhdl_file::Analyze(name, lib, attr.lang);
-        else if (hdl::IsVerilogLanguage(attr.lang))
-            hdl::veri_file::Analyze(name, attr.lang, lib);
+        if (hdl::IsVhdlLanguage(attr.lang)) hdl::vhdl_file::Analyze(name, lib, attr.lang);
+        else if (hdl::IsVerilogLanguage(attr.lang)) hdl::veri_file::Analyze(name, attr.lang, lib);
     }
     return cpuSeconds() - start;
 }
@@ -192,14 +182,11 @@ int main(int argc, char** argv) {
         std::ifstream in(list);
         uint64_t bytes = 0;
         for (std::string line; std::getline(in, line);) {
-            if (line.empty() || line[0] == '#')
-                continue;
+            if (line.empty() || line[0] == '#') continue;
             std::vector<std::string> cols;
             std::stringstream ss(line);
-            for (std::string c; std::getline(ss, c, '\t');)
-                cols.push_back(c);
-            if (cols.size() == 2 && cols[0] == "incdir")
-                incdirs.push_back((dir / cols[1]).string());
+            for (std::string c; std::getline(ss, c, '\t');) cols.push_back(c);
+            if (cols.size() == 2 && cols[0] == "incdir") incdirs.push_back((dir / cols[1]).string());
             else if (cols.size() == 3) {
                 files.push_back(Entry{langCode(cols[0]), cols[1], (dir / cols[2]).string()});
                 std::error_code ec;

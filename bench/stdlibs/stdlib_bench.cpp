@@ -114,7 +114,8 @@ ProcessTimes processRun(const std::string& sift, const std::string& script) {
         std::string command = sift + " " + script + " > /dev/null";
         if (std::system(command.c_str()) != 0) return {-1, -1};
         best.cpu = std::min(best.cpu, childrenCpu() - cpu);
-        best.wall = std::min(best.wall, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+        best.wall =
+            std::min(best.wall, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
     }
     return best;
 }
@@ -159,7 +160,8 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "in process (CPU, fastest round): sources %.2f ms, precompiled %.2f ms: %.1fx faster\n",
                  sources * 1e3, precompiled * 1e3, sources / precompiled);
     std::fprintf(stderr, "whole program (fastest of 10), wall: sources %.1f ms, precompiled %.1f ms: %.1fx faster\n",
-                 processSources.wall * 1e3, processPrecompiled.wall * 1e3, processSources.wall / processPrecompiled.wall);
+                 processSources.wall * 1e3, processPrecompiled.wall * 1e3,
+                 processSources.wall / processPrecompiled.wall);
     std::fprintf(stderr, "whole program (fastest of 10), CPU: sources %.1f ms, precompiled %.1f ms: %.1fx faster\n",
                  processSources.cpu * 1e3, processPrecompiled.cpu * 1e3, processSources.cpu / processPrecompiled.cpu);
     std::fprintf(stderr, "peak memory of this process %ld MB\n", usage.ru_maxrss / 1024);

@@ -3,13 +3,13 @@
 // beforehand. Tight bounds keep each input short; any crash, hang or leak is a finding.
 // The first byte picks the language mode. Seeds: the corpus's VHDL files and
 // tests/hdl/elab/designs.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <algorithm>
 #include <functional>
 #include <ostream>
-#include <vector>
 #include <string>
+#include <vector>
 
 #include "hdl/base/Message.h"
 #include "hdl/elab/ElabHierPrinter.h"

@@ -28,15 +28,13 @@ void quiet(hdl::msg_type_t, const char*, const hdl::ColLineFile*, const char*, v
 
 void check(const std::vector<hdl::SortReference>& records) {
     for (const hdl::SortReference& r : records)
-        if (r.flags & hdl::SORT_REF_CANDIDATE)
-            std::abort();
+        if (r.flags & hdl::SORT_REF_CANDIDATE) std::abort();
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    if (size < 1)
-        return 0;
+    if (size < 1) return 0;
     const unsigned choice = data[0];
     std::string text(reinterpret_cast<const char*>(data + 1), size - 1);
     size_t split = text.find(std::string("\0\0", 2));
@@ -52,8 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const hdl::FileElement* e = nullptr;
     for (unsigned i = 0; hdl::hdl_file_sort::FileAt(i, &e); ++i) {
         check(e->references);
-        for (const hdl::SortUnit& u : e->units)
-            check(u.instances);
+        for (const hdl::SortUnit& u : e->units) check(u.instances);
     }
     hdl::Message::RegisterCallBackMsg(nullptr);
     return 0;

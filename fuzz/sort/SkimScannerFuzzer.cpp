@@ -36,8 +36,7 @@ const std::string& workDir() {
 void verilog(std::string text, bool sv, bool ignoreTranslateOff) {
     size_t split = text.find(std::string("\0\0", 2));
     std::string include = split == std::string::npos ? std::string() : text.substr(split + 2);
-    if (split != std::string::npos)
-        text.resize(split);
+    if (split != std::string::npos) text.resize(split);
     std::ofstream(workDir() + "/inc.svh", std::ios::binary) << include;
     std::string name = workDir() + "/fuzz.sv";
 
@@ -58,32 +57,25 @@ void verilog(std::string text, bool sv, bool ignoreTranslateOff) {
     std::deque<std::string> texts;
     messages = 0;
     bool scanned = hdl::veriSkimScan(text, options, fast, texts);
-    if (messages)
-        __builtin_trap();
-    if (!scanned)
-        return;
+    if (messages) __builtin_trap();
+    if (!scanned) return;
     pp.pushText(text, name);
     size_t i = 0;
     for (hdl::VeriToken t = pp.next(); t.kind != hdl::VT_EOF; t = pp.next(), ++i)
-        if (i >= fast.size() || fast[i].kind != t.kind || fast[i].text() != t.text)
-            __builtin_trap();
-    if (i != fast.size() || messages)
-        __builtin_trap();
+        if (i >= fast.size() || fast[i].kind != t.kind || fast[i].text() != t.text) __builtin_trap();
+    if (i != fast.size() || messages) __builtin_trap();
 }
 
 void vhdl(const std::string& text, unsigned mode, bool ignorePragmas) {
     std::vector<hdl::VhdlSkimToken> fast;
     messages = 0;
     bool scanned = hdl::vhdlSkimScan(text, mode, ignorePragmas, fast);
-    if (messages)
-        __builtin_trap();
-    if (!scanned)
-        return;
+    if (messages) __builtin_trap();
+    if (!scanned) return;
     hdl::VhdlLexer lexer(text, 0, mode);
     lexer.SetIgnorePragmas(ignorePragmas);
     std::vector<hdl::VhdlTok> full = lexer.Tokenize();
-    if (full.size() != fast.size() || messages)
-        __builtin_trap();
+    if (full.size() != fast.size() || messages) __builtin_trap();
     for (size_t i = 0; i < full.size(); ++i)
         if (full[i].kind != fast[i].kind || full[i].begin != fast[i].begin || full[i].end != fast[i].end)
             __builtin_trap();
@@ -92,8 +84,7 @@ void vhdl(const std::string& text, unsigned mode, bool ignorePragmas) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    if (size == 0)
-        return 0;
+    if (size == 0) return 0;
     hdl::Message::RegisterCallBackMsg(countMessage);
     std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
     bool flag = (data[0] & 0x80) != 0;

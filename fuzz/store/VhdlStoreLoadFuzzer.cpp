@@ -81,8 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 hdl::VhdlResolveUnit(s, lib);
             }
             break;
-        } catch (const hdl::StoreError&) {
-        }
+        } catch (const hdl::StoreError&) {}
     }
     return 0;
 }

@@ -19,8 +19,7 @@ size_t includesServed = 0;
 // sized for real projects (many thousands of includes) and would make a single
 // branching input take seconds here.
 hdl::SourceStream* serveInclude(const char*) {
-    if (++includesServed > 256)
-        return nullptr;
+    if (++includesServed > 256) return nullptr;
     return new hdl::SourceStream(new std::istringstream(includeText));
 }
 
@@ -29,15 +28,13 @@ void dropMessage(hdl::msg_type_t, const char*, const hdl::ColLineFile*, const ch
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    if (size == 0)
-        return 0;
+    if (size == 0) return 0;
     hdl::Message::RegisterCallBackMsg(dropMessage);
     std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
     size_t split = text.find(std::string("\0\0", 2));
     includesServed = 0;
     includeText = split == std::string::npos ? std::string() : text.substr(split + 2);
-    if (split != std::string::npos)
-        text.resize(split);
+    if (split != std::string::npos) text.resize(split);
     hdl::VeriPreprocessorOptions opts;
     static const unsigned languages[] = {1, 2, 3, 4, 5, 14};
     opts.language = languages[data[0] % 6];
@@ -48,8 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     pp.pushText(std::move(text), "fuzz.sv");
     // A loop that stops advancing shows up as a libFuzzer timeout.
     for (hdl::VeriToken t = pp.next(); t.kind != hdl::VT_EOF; t = pp.next()) {
-        if (t.text.data() == nullptr && !t.text.empty())
-            __builtin_trap();
+        if (t.text.data() == nullptr && !t.text.empty()) __builtin_trap();
     }
     return 0;
 }

@@ -30,7 +30,8 @@ EVP_PKEY* readPrivateKey(const std::string& path) {
     if (!f) return nullptr;
     // No pass phrase: a key that needs one is passed over rather than asked for on the
     // terminal of a batch run.
-    EVP_PKEY* key = PEM_read_PrivateKey(f, nullptr, [](char*, int, int, void*) { return 0; }, nullptr);
+    EVP_PKEY* key = PEM_read_PrivateKey(
+        f, nullptr, [](char*, int, int, void*) { return 0; }, nullptr);
     std::fclose(f);
     return key;
 }
@@ -80,8 +81,7 @@ size_t sessionKeyLength(const std::string& dataMethod) {
     return cipher ? static_cast<size_t>(EVP_CIPHER_get_key_length(cipher)) : 0;
 }
 
-bool decipherData(const std::string& dataMethod, const std::string& key, const std::string& block,
-                  std::string& plain) {
+bool decipherData(const std::string& dataMethod, const std::string& key, const std::string& block, std::string& plain) {
     const EVP_CIPHER* cipher = cipherOf(dataMethod);
     const size_t ivLength = 16;
     if (!cipher || key.size() != sessionKeyLength(dataMethod) || block.size() < 2 * ivLength ||

@@ -37,7 +37,6 @@ size_t sessionKeyLength(const std::string& dataMethod);
 // Deciphers a data block: the first 16 bytes are the initialisation vector, the rest
 // the ciphertext with PKCS #7 padding. False when the padding is wrong, which is what a
 // wrong key or damaged data gives.
-bool decipherData(const std::string& dataMethod, const std::string& key, const std::string& block,
-                  std::string& plain);
+bool decipherData(const std::string& dataMethod, const std::string& key, const std::string& block, std::string& plain);
 
 } // namespace ieee1735

@@ -83,7 +83,7 @@ bool directiveBody(std::string_view line, std::string_view& body) {
 
 // keyword [= value] where value is a string, a word or a parenthesised list.
 struct Item {
-    std::string key;  // lower case
+    std::string key; // lower case
     std::string value;
     std::vector<Item> list;
 };

@@ -14,23 +14,23 @@ namespace ieee1735 {
 
 // encoding = (enctype = "base64", line_length = 76, bytes = 256)
 struct Encoding {
-    std::string type;  // lower case; empty when no encoding directive came before the block
-    long bytes = -1;   // the decoded size the envelope announces; -1 when not given
+    std::string type; // lower case; empty when no encoding directive came before the block
+    long bytes = -1; // the decoded size the envelope announces; -1 when not given
 };
 
 // control name = expression: a right granted to the tool, evaluated by RightsEval.
 struct Control {
-    std::string name;  // lower case
+    std::string name; // lower case
     std::string expression;
 };
 
 struct KeyBlock {
-    std::string owner;   // key_keyowner
-    std::string name;    // key_keyname
-    std::string method;  // key_method, lower case
+    std::string owner; // key_keyowner
+    std::string name; // key_keyname
+    std::string method; // key_method, lower case
     Encoding encoding;
-    std::string text;    // the encoded block as it stands
-    std::vector<Control> controls;  // rights given for this key's tool
+    std::string text; // the encoded block as it stands
+    std::vector<Control> controls; // rights given for this key's tool
     unsigned line = 0;
 };
 
@@ -41,10 +41,10 @@ struct Envelope {
     unsigned endLine = 0;
     size_t beginOffset = 0;
     size_t endOffset = 0;
-    long version = -1;  // -1 when the envelope gives none
-    std::vector<Control> controls;  // common rights, before any key block
+    long version = -1; // -1 when the envelope gives none
+    std::vector<Control> controls; // common rights, before any key block
     std::vector<KeyBlock> keys;
-    std::string dataMethod;  // lower case
+    std::string dataMethod; // lower case
     Encoding dataEncoding;
     std::string dataText;
     bool hasData = false;

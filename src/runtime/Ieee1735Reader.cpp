@@ -119,9 +119,9 @@ Opened open(const Envelope& env, const std::string& ringDirectory, RightsEval::E
 PlainView readProtected(std::string_view text, const std::string& ringDirectory, RightsEval::EvalContextEnum context) {
     PlainView view;
     std::vector<Envelope> envelopes = findEnvelopes(text);
-    size_t copied = 0;        // text taken up to here
-    unsigned viewLine = 1;    // the view line at `copied`
-    unsigned sourceLine = 1;  // the file line at `copied`
+    size_t copied = 0; // text taken up to here
+    unsigned viewLine = 1; // the view line at `copied`
+    unsigned sourceLine = 1; // the file line at `copied`
     for (const Envelope& env : envelopes) {
         Opened opened = open(env, ringDirectory, context);
         if (!opened.ok) {

@@ -30,12 +30,12 @@ struct EnvelopeProblem {
 
 struct EnvelopeDenial {
     unsigned line = 0;
-    int code = 0;  // RightsEval::DenialCode
+    int code = 0; // RightsEval::DenialCode
 };
 
 struct PlainView {
     std::string text;
-    std::vector<LinePiece> pieces;  // empty when no envelope was opened
+    std::vector<LinePiece> pieces; // empty when no envelope was opened
     std::vector<EnvelopeProblem> problems;
     std::vector<EnvelopeDenial> denials;
 };

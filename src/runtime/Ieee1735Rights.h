@@ -26,8 +26,7 @@ struct RightsEval {
     // 0 when the data block may be read in `context`, else a DenialCode. The key
     // block's own `decryption` control decides, else the common one; without either,
     // reading is granted.
-    static int decryption(const std::vector<Control>& common, const std::vector<Control>& own,
-                          EvalContextEnum context);
+    static int decryption(const std::vector<Control>& common, const std::vector<Control>& own, EvalContextEnum context);
 };
 
 } // namespace ieee1735

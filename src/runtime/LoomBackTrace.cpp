@@ -17,8 +17,8 @@ std::string demangleFrame(const char* frame) {
     if (open == std::string::npos || plus == std::string::npos || plus <= open + 1) return line;
     std::string mangled = line.substr(open + 1, plus - open - 1);
     int status = 0;
-    std::unique_ptr<char, void (*)(void*)> name(
-        abi::__cxa_demangle(mangled.c_str(), nullptr, nullptr, &status), std::free);
+    std::unique_ptr<char, void (*)(void*)> name(abi::__cxa_demangle(mangled.c_str(), nullptr, nullptr, &status),
+                                                std::free);
     if (status != 0 || !name) return line;
     return line.substr(0, open + 1) + name.get() + line.substr(plus);
 }
@@ -31,8 +31,7 @@ void LoomBackTrace::printTrace(std::ostream& out, int maxFrames) {
     std::unique_ptr<char*, void (*)(void*)> symbols(::backtrace_symbols(frames.get(), n), std::free);
     // Frame 0 is printTrace itself.
     for (int i = 1; i < n; ++i) {
-        out << "#" << (i - 1) << " " << (symbols ? demangleFrame(symbols.get()[i]) : std::string("?"))
-            << "\n";
+        out << "#" << (i - 1) << " " << (symbols ? demangleFrame(symbols.get()[i]) : std::string("?")) << "\n";
     }
     out.flush();
 }

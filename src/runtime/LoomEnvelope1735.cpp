@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
-#include <unordered_map>
 #include <unistd.h>
+#include <unordered_map>
 
 namespace {
 
@@ -38,14 +38,12 @@ public:
     TextBuffer(int fd, std::string path, size_t size, ReadPolicy policy, std::istream* owner)
         : pending_(true), fd_(fd), path_(std::move(path)), size_(size), policy_(std::move(policy)), owner_(owner) {}
     ~TextBuffer() override {
-        if (fd_ >= 0)
-            ::close(fd_);
+        if (fd_ >= 0) ::close(fd_);
     }
 
 protected:
     std::streamsize showmanyc() override {
-        if (pending_ && size_ > 0)
-            return static_cast<std::streamsize>(size_);
+        if (pending_ && size_ > 0) return static_cast<std::streamsize>(size_);
         load();
         return egptr() > gptr() ? egptr() - gptr() : -1;
     }
@@ -55,12 +53,10 @@ protected:
     }
     pos_type seekoff(off_type off, std::ios::seekdir dir, std::ios::openmode which) override {
         load();
-        if (!(which & std::ios::in))
-            return pos_type(off_type(-1));
+        if (!(which & std::ios::in)) return pos_type(off_type(-1));
         off_type base = dir == std::ios::beg ? 0 : dir == std::ios::cur ? gptr() - eback() : egptr() - eback();
         off_type at = base + off;
-        if (at < 0 || at > egptr() - eback())
-            return pos_type(off_type(-1));
+        if (at < 0 || at > egptr() - eback()) return pos_type(off_type(-1));
         setg(eback(), eback() + at, egptr());
         return pos_type(at);
     }
@@ -119,8 +115,7 @@ std::string readWhole(int fd, const std::string& path, size_t size) {
         size_t had = text.size();
         text.resize(had + want);
         ssize_t got;
-        do
-            got = ::read(fd, text.data() + had, want);
+        do got = ::read(fd, text.data() + had, want);
         while (got < 0 && errno == EINTR);
         if (got < 0) {
             int error = errno;
@@ -128,8 +123,7 @@ std::string readWhole(int fd, const std::string& path, size_t size) {
             throw LoomEnvelope1735::EnvelopeDiag(path, "cannot read " + path + ": " + std::strerror(error));
         }
         text.resize(had + size_t(got));
-        if (got == 0 || size_t(got) < want)
-            break;
+        if (got == 0 || size_t(got) < want) break;
         want = size_t(1) << 16;
     }
     ::close(fd);
@@ -137,20 +131,17 @@ std::string readWhole(int fd, const std::string& path, size_t size) {
 }
 
 void TextBuffer::load() {
-    if (!pending_)
-        return;
+    if (!pending_) return;
     pending_ = false;
     int fd = fd_ >= 0 ? fd_ : openNonBlocking(path_);
     fd_ = -1;
     std::string text;
     try {
-        if (fd < 0)
-            throw LoomEnvelope1735::EnvelopeDiag(path_, "cannot open " + path_);
+        if (fd < 0) throw LoomEnvelope1735::EnvelopeDiag(path_, "cannot open " + path_);
         text = readWhole(fd, path_, size_);
     } catch (const LoomEnvelope1735::EnvelopeDiag& diag) {
         owner_->setstate(std::ios::badbit);
-        if (gLateDiag)
-            gLateDiag(diag);
+        if (gLateDiag) gLateDiag(diag);
     }
     LoomEnvelope1735::eNeedDecrypt& state = *policy_.state;
     if (state == LoomEnvelope1735::NeedDecrypt_Maybe)
@@ -168,8 +159,7 @@ std::string TextBuffer::plainView(std::string text) {
                                                          std::to_string(problem.line) + " of " + path_ + ": " +
                                                          problem.text));
     for (const ieee1735::EnvelopeDenial& denial : view.denials)
-        if (policy_.denied)
-            policy_.denied(path_, denial.code);
+        if (policy_.denied) policy_.denied(path_, denial.code);
     LoomEnvelopeMap1735::setView(path_, std::move(view.pieces));
     return std::move(view.text);
 }
@@ -179,16 +169,13 @@ std::string TextBuffer::plainView(std::string text) {
 // here, so only the backquotes are visited.
 long findTickProtect(std::string_view text) {
     auto wordAt = [&](size_t at, std::string_view word) {
-        if (text.size() - at < word.size())
-            return false;
+        if (text.size() - at < word.size()) return false;
         for (size_t i = 0; i < word.size(); ++i)
-            if ((text[at + i] | 0x20) != word[i])
-                return false;
+            if ((text[at + i] | 0x20) != word[i]) return false;
         return true;
     };
     for (size_t b = text.find('`'); b != std::string_view::npos; b = text.find('`', b + 1))
-        if (wordAt(b + 1, "protect") || text.compare(b + 1, 14, "pragma protect") == 0)
-            return static_cast<long>(b);
+        if (wordAt(b + 1, "protect") || text.compare(b + 1, 14, "pragma protect") == 0) return static_cast<long>(b);
     return -1;
 }
 
@@ -201,14 +188,10 @@ bool isMissing(const std::string& path) {
 // read; a directory fails, and a pipe or another device could block or never end.
 std::istream* plainStream(int fd, const std::string& path, const struct stat& st, ReadPolicy policy) {
     LoomEnvelope1735::eNeedDecrypt& state = *policy.state;
-    if (S_ISREG(st.st_mode))
-        return new TextStream(fd, path, size_t(st.st_size), std::move(policy));
-    if (fd >= 0)
-        ::close(fd);
-    if (!isNullDevice(st))
-        throw LoomEnvelope1735::EnvelopeDiag(path, "cannot read " + path + ": not a regular file");
-    if (state == LoomEnvelope1735::NeedDecrypt_Maybe)
-        state = LoomEnvelope1735::NeedDecrypt_No;
+    if (S_ISREG(st.st_mode)) return new TextStream(fd, path, size_t(st.st_size), std::move(policy));
+    if (fd >= 0) ::close(fd);
+    if (!isNullDevice(st)) throw LoomEnvelope1735::EnvelopeDiag(path, "cannot read " + path + ": not a regular file");
+    if (state == LoomEnvelope1735::NeedDecrypt_Maybe) state = LoomEnvelope1735::NeedDecrypt_No;
     return new TextStream(std::string());
 }
 
@@ -220,8 +203,7 @@ std::istream* LoomEnvelope1735::getPlnStream(const std::string& path, eNeedDecry
     // Whether the file is missing is asked only on failure, so that an existing file
     // costs one path look-up.
     int fd = openNonBlocking(path);
-    if (fd < 0)
-        throw EnvelopeDiag(path, "cannot open " + path, isMissing(path));
+    if (fd < 0) throw EnvelopeDiag(path, "cannot open " + path, isMissing(path));
     struct stat st;
     if (::fstat(fd, &st) != 0) {
         EnvelopeDiag diag(path, "cannot read " + path + ": " + std::strerror(errno));
@@ -235,8 +217,7 @@ std::istream* LoomEnvelope1735::getPlnStreamOnDemand(const std::string& path, eN
                                                      ieee1735::RightsEval::EvalContextEnum context,
                                                      const std::function<void(const std::string&, int)>& denied) {
     struct stat st;
-    if (::stat(path.c_str(), &st) != 0)
-        throw EnvelopeDiag(path, "cannot open " + path, true);
+    if (::stat(path.c_str(), &st) != 0) throw EnvelopeDiag(path, "cannot open " + path, true);
     return plainStream(-1, path, st, ReadPolicy{&state, context, denied});
 }
 
@@ -261,8 +242,7 @@ std::unordered_map<std::string, std::vector<ieee1735::LinePiece>>& views() {
 
 const std::vector<ieee1735::LinePiece>* viewOf(const char* file) {
     auto& map = views();
-    if (map.empty() || !file)
-        return nullptr;
+    if (map.empty() || !file) return nullptr;
     auto it = map.find(file);
     return it == map.end() ? nullptr : &it->second;
 }
@@ -277,14 +257,11 @@ unsigned LoomEnvelopeMap1735::getOriginalLineNo(const char* file, unsigned line)
 bool LoomEnvelopeMap1735::isWithinEnvelope(const char* file, unsigned line, unsigned) {
     const auto* pieces = viewOf(file);
     bool within = false;
-    if (pieces)
-        ieee1735::sourceLineOf(*pieces, line, &within);
+    if (pieces) ieee1735::sourceLineOf(*pieces, line, &within);
     return within;
 }
 
 void LoomEnvelopeMap1735::setView(const std::string& file, std::vector<ieee1735::LinePiece> pieces) {
-    if (pieces.empty())
-        views().erase(file);
-    else
-        views()[file] = std::move(pieces);
+    if (pieces.empty()) views().erase(file);
+    else views()[file] = std::move(pieces);
 }

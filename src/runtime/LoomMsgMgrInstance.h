@@ -16,8 +16,7 @@ public:
 
     LoomMsgMgrInstance(unsigned type, std::string body) : type_(type), body_(std::move(body)) {}
 
-    static LoomMsgMgrInstance create(unsigned mask, const char* format, ...)
-        __attribute__((format(printf, 2, 3)));
+    static LoomMsgMgrInstance create(unsigned mask, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
     unsigned getType() const { return type_; }
     const std::string& getMessageBody() const { return body_; }

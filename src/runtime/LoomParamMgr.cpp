@@ -1,7 +1,7 @@
 #include "runtime/LoomParamMgr.h"
 
 LoomParamMgr& LoomParamMgr::getParamMgr() {
-    static LoomParamMgr* mgr = new LoomParamMgr;  // lives for the process
+    static LoomParamMgr* mgr = new LoomParamMgr; // lives for the process
     return *mgr;
 }
 
@@ -11,9 +11,7 @@ void LoomParamMgr::registerStringParam(const std::string& name, const std::strin
     params_.emplace(name, Param{description, defaultValue, defaultValue});
 }
 
-void LoomParamMgr::setStringValue(const std::string& name, const std::string& value) {
-    params_[name].value = value;
-}
+void LoomParamMgr::setStringValue(const std::string& name, const std::string& value) { params_[name].value = value; }
 
 std::string LoomParamMgr::getValueAsString(const std::string& name) const {
     auto it = params_.find(name);

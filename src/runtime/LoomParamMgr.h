@@ -9,8 +9,7 @@ class LoomParamMgr {
 public:
     static LoomParamMgr& getParamMgr();
 
-    void registerStringParam(const std::string& name, const std::string& description,
-                             const std::string& defaultValue);
+    void registerStringParam(const std::string& name, const std::string& description, const std::string& defaultValue);
     // Sets the value, registering the parameter (without description) if it is new.
     void setStringValue(const std::string& name, const std::string& value);
     // The current value; empty for an unknown parameter.

@@ -14,8 +14,7 @@ LoomScopeTimer::LoomScopeTimer(std::string label)
     : label_(std::move(label)), start_(std::chrono::steady_clock::now()) {}
 
 LoomScopeTimer::~LoomScopeTimer() {
-    if (reporting())
-        std::fprintf(stderr, "%s: %.3f s\n", label_.c_str(), elapsedSeconds());
+    if (reporting()) std::fprintf(stderr, "%s: %.3f s\n", label_.c_str(), elapsedSeconds());
 }
 
 void LoomScopeTimer::setReporting(bool on) { reportSetting() = on ? 1 : 0; }

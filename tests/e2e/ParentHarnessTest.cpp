@@ -27,12 +27,11 @@ class ParentHarnessTest : public ::testing::Test {
 protected:
     void SetUp() override {
         dir = makeTempDir();
-        writeFile(dir + "/top.v",
-                  "module top;\n"
-                  "`ifdef DEBUG\n  dbg u_dbg();\n`endif\n"
-                  "`ifdef WIDTH_GIVEN\n  wide u_wide();\n`endif\n"
-                  "  ext_core u_ext();\nendmodule\n"
-                  "`ifdef DEBUG\nmodule dbg; endmodule\n`endif\n");
+        writeFile(dir + "/top.v", "module top;\n"
+                                  "`ifdef DEBUG\n  dbg u_dbg();\n`endif\n"
+                                  "`ifdef WIDTH_GIVEN\n  wide u_wide();\n`endif\n"
+                                  "  ext_core u_ext();\nendmodule\n"
+                                  "`ifdef DEBUG\nmodule dbg; endmodule\n`endif\n");
         // The parent edited orig.v in a buffer it saved as a temporary copy.
         writeFile(dir + "/orig.v", "module stale_on_disk; endmodule\n");
         writeFile(dir + "/copy_of_orig.v", "module edited_in_buffer; endmodule\n");
@@ -77,8 +76,7 @@ TEST_F(ParentHarnessTest, ParentFilledDatabaseDrivesTheSkimAndComesBack) {
     ASSERT_EQ(out.macroNames.find("DEBUG"), 1u);
     EXPECT_STREQ(out.macroValues.getString(out.macroDefs.at(1).valueId), "1");
     EXPECT_FALSE(out.macroDefs.at(out.macroNames.find("WIDTH_GIVEN")).hasValue);
-    EXPECT_STREQ(out.genericValues.getString(out.genericDefs.at(out.genericNames.find("DEPTH")).valueId),
-                 "16");
+    EXPECT_STREQ(out.genericValues.getString(out.genericDefs.at(out.genericNames.find("DEPTH")).valueId), "16");
     EXPECT_NE(out.nonHdlModuleNames.find("ext_core"), 0u);
 
     // ... and steered the skim: both macros are defined, the alias is read in place of
@@ -99,8 +97,8 @@ TEST_F(ParentHarnessTest, ParentFilledDatabaseDrivesTheSkimAndComesBack) {
 TEST_F(ParentHarnessTest, MissingHandOverKeepsTheScriptGoing) {
     const std::string outShm = "/" + uniqueName("sift_out");
     const std::string name = uniqueName("sift_script3");
-    ShmScript named(name, "sf -deserialize /no_such_object_for_sift\nsf -add_v2k " + dir +
-                              "/top.v\nsf -serialize " + outShm + "\n");
+    ShmScript named(name, "sf -deserialize /no_such_object_for_sift\nsf -add_v2k " + dir + "/top.v\nsf -serialize " +
+                              outShm + "\n");
     SiftResult r = runSift(("/" + name).c_str());
     ASSERT_EQ(r.status, 0) << r.out;
     HADLDatabase out;

@@ -25,8 +25,8 @@ TEST(PhaseFailureTest, CheckedAccessInPhaseIsSwallowedAndRecorded) {
     const std::string dir = makeTempDir();
     const std::string db = writeBrokenDatabase(dir);
     const std::string out = dir + "/out.db";
-    writeFile(dir + "/run.tcl", "sf -load " + db + "\nsf -skim\nputs after\nsf -skim\nputs again\n" +
-                                    "sf -save " + out + "\n");
+    writeFile(dir + "/run.tcl",
+              "sf -load " + db + "\nsf -skim\nputs after\nsf -skim\nputs again\n" + "sf -save " + out + "\n");
     SiftResult r = runSift((dir + "/run.tcl").c_str());
     EXPECT_EQ(r.status, 0);
     const std::string caught = "sifter: Caught unrecognized exception executing TCL command\n";
@@ -45,16 +45,17 @@ TEST(PhaseFailureTest, CheckedAccessInPhaseIsSwallowedAndRecorded) {
     ASSERT_NE(noFile, 0u);
     const auto& msgs = back.fileMsgs.at(noFile);
     ASSERT_EQ(msgs.size(), 2u);
-    EXPECT_STREQ(back.fmtStrs.getString(msgs[0].fmtId),
-                 "sift: Caught unrecognized exception executing TCL command\n");
+    EXPECT_STREQ(back.fmtStrs.getString(msgs[0].fmtId), "sift: Caught unrecognized exception executing TCL command\n");
     EXPECT_EQ(msgs[0].type, 4u);
 }
 
 TEST(PhaseFailureTest, SerializedDatabaseReachesParentThroughSharedMemory) {
     const std::string dir = makeTempDir();
     const std::string shm = "/" + uniqueName("sift_result");
-    writeFile(dir + "/run.tcl", "sf -add_sv " + dir + "/x.sv -incdir {" + dir + "/inc}\nsf -skim\n"
-                                "sf -serialize " + shm + "\n");
+    writeFile(dir + "/run.tcl", "sf -add_sv " + dir + "/x.sv -incdir {" + dir +
+                                    "/inc}\nsf -skim\n"
+                                    "sf -serialize " +
+                                    shm + "\n");
     SiftResult r = runSift((dir + "/run.tcl").c_str());
     EXPECT_EQ(r.status, 0) << r.out;
     HADLDatabase back;

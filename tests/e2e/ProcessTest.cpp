@@ -8,9 +8,7 @@
 namespace {
 
 const std::string kStart = "sift starts\n";
-std::string exitLine(int value) {
-    return "sift exits with return value " + std::to_string(value) + "\n";
-}
+std::string exitLine(int value) { return "sift exits with return value " + std::to_string(value) + "\n"; }
 
 class ProcessTest : public ::testing::Test {
 protected:
@@ -108,20 +106,16 @@ TEST_F(ProcessTest, PathOnDiskHidesSharedMemoryOfSameName) {
 TEST_F(ProcessTest, OptionErrorPrintsMessageAndUsageAndStops) {
     SiftResult r = runSift(script("opt.tcl", "sf -prin out.txt\nputs after\n").c_str());
     EXPECT_EQ(r.status, 1);
-    EXPECT_NE(r.out.find("sf: ambiguous option -prin (possible options :  print_hier print)"),
-              std::string::npos)
+    EXPECT_NE(r.out.find("sf: ambiguous option -prin (possible options :  print_hier print)"), std::string::npos)
         << r.out;
     EXPECT_NE(r.out.find("\"sf\" : \n"), std::string::npos) << r.out;
-    EXPECT_NE(r.out.find("    [-set_project_defaultlibrary <arg>] : <lib-name>\n"),
-              std::string::npos)
-        << r.out;
+    EXPECT_NE(r.out.find("    [-set_project_defaultlibrary <arg>] : <lib-name>\n"), std::string::npos) << r.out;
     EXPECT_EQ(r.out.find("after"), std::string::npos);
     EXPECT_EQ(r.out.substr(r.out.size() - exitLine(1).size()), exitLine(1));
 }
 
 TEST_F(ProcessTest, CaughtOptionErrorLetsScriptGoOn) {
-    SiftResult r = runSift(
-        script("catch.tcl", "set rc [catch {sf -verbosity 3x}]\nputs rc=$rc\nsf -skim\n").c_str());
+    SiftResult r = runSift(script("catch.tcl", "set rc [catch {sf -verbosity 3x}]\nputs rc=$rc\nsf -skim\n").c_str());
     EXPECT_EQ(r.status, 0);
     EXPECT_NE(r.out.find("sf: option -verbosity expected an integer (near '3x')"), std::string::npos);
     EXPECT_NE(r.out.find("rc=1\n"), std::string::npos);
@@ -134,11 +128,9 @@ TEST_F(ProcessTest, HelpPrintsUsageAndSucceeds) {
     for (char c : r.out) lines += c == '\n';
     // start line, title, 41 listed arguments (-help has no text), exit line
     EXPECT_EQ(lines, 44u) << r.out;
-    EXPECT_NE(r.out.find("    [-incdir <args>]                    : { <path1> <path2> ... }\n"),
-              std::string::npos)
+    EXPECT_NE(r.out.find("    [-incdir <args>]                    : { <path1> <path2> ... }\n"), std::string::npos)
         << r.out;
-    EXPECT_NE(r.out.find("    [- <args>]                          : <arg1> <arg2> ...\n"),
-              std::string::npos);
+    EXPECT_NE(r.out.find("    [- <args>]                          : <arg1> <arg2> ...\n"), std::string::npos);
     EXPECT_NE(r.out.find("    [-skim]                             : \n"), std::string::npos);
 }
 

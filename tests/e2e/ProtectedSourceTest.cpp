@@ -20,7 +20,7 @@ namespace {
 struct ScanRun {
     SiftResult result;
     HADLDatabase db;
-    std::string dump;  // sf -print
+    std::string dump; // sf -print
     // Message texts of a file, with their lines and types: "line type text".
     std::vector<std::string> messages(const std::string& path) const {
         std::vector<std::string> out;
@@ -135,8 +135,9 @@ TEST_F(ProtectedSource, CompileDumpLeavesProtectedUnitsOut) {
 }
 
 TEST_F(ProtectedSource, RightsThatDenyAnalysisKeepTheEnvelopeClosed) {
-    const std::string v = maker->protect("b.v", kVerilogHead + kVerilogBody, {"acme"},
-                                         "--keep-head 3 --control 'decryption=(activity==analysis) ? \"false\" : \"true\"'");
+    const std::string v =
+        maker->protect("b.v", kVerilogHead + kVerilogBody, {"acme"},
+                       "--keep-head 3 --control 'decryption=(activity==analysis) ? \"false\" : \"true\"'");
     ScanRun r = run({{"-add_svlib", v}}, true);
     EXPECT_TRUE(r.hasUnit(".work.top"));
     EXPECT_FALSE(r.hasUnit(".work.secret_core"));

@@ -6,8 +6,8 @@
 
 struct SiftResult {
     std::string out;
-    int status = -1;       // exit status, or -1 when the process died by a signal
-    int signal = 0;        // the signal that ended it, 0 otherwise
+    int status = -1; // exit status, or -1 when the process died by a signal
+    int signal = 0; // the signal that ended it, 0 otherwise
 };
 
 // `arg` null runs sift without an argument.

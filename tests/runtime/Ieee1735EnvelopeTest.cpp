@@ -8,29 +8,28 @@ using ieee1735::findEnvelopes;
 namespace {
 
 // The shape vendors ship, with two key blocks and a common right.
-const char* kVerilog =
-    "module outside; endmodule\n"
-    "`pragma protect begin_protected\n"
-    "`pragma protect version = 2\n"
-    "`pragma protect encrypt_agent = \"Vendor\", encrypt_agent_info = \"Tool 1.0\"\n"
-    "`pragma protect control decryption = (activity==simulation) ? \"false\" : \"true\"\n"
-    "`pragma protect key_keyowner = \"Acme\", key_keyname = \"acme_2024\", key_method = \"RSA\"\n"
-    "`pragma protect control decryption = \"true\"\n"
-    "`pragma protect encoding = (enctype = \"BASE64\", line_length = 76, bytes = 3)\n"
-    "`pragma protect key_block\n"
-    "QUJD\n"
-    "\n"
-    "`pragma protect key_keyowner = \"Other\", key_keyname = \"other\", key_method = \"rsa\"\n"
-    "`pragma protect encoding = (enctype = \"base64\", line_length = 76, bytes = 2)\n"
-    "`pragma protect key_block\n"
-    "REU=\n"
-    "`pragma protect data_method = \"AES128-CBC\"\n"
-    "`pragma protect encoding = (enctype = \"base64\", line_length = 76, bytes = 4)\n"
-    "`pragma protect data_block\n"
-    "Rk\n"
-    "dISQ==\n"
-    "`pragma protect end_protected\n"
-    "module after; endmodule\n";
+const char* kVerilog = "module outside; endmodule\n"
+                       "`pragma protect begin_protected\n"
+                       "`pragma protect version = 2\n"
+                       "`pragma protect encrypt_agent = \"Vendor\", encrypt_agent_info = \"Tool 1.0\"\n"
+                       "`pragma protect control decryption = (activity==simulation) ? \"false\" : \"true\"\n"
+                       "`pragma protect key_keyowner = \"Acme\", key_keyname = \"acme_2024\", key_method = \"RSA\"\n"
+                       "`pragma protect control decryption = \"true\"\n"
+                       "`pragma protect encoding = (enctype = \"BASE64\", line_length = 76, bytes = 3)\n"
+                       "`pragma protect key_block\n"
+                       "QUJD\n"
+                       "\n"
+                       "`pragma protect key_keyowner = \"Other\", key_keyname = \"other\", key_method = \"rsa\"\n"
+                       "`pragma protect encoding = (enctype = \"base64\", line_length = 76, bytes = 2)\n"
+                       "`pragma protect key_block\n"
+                       "REU=\n"
+                       "`pragma protect data_method = \"AES128-CBC\"\n"
+                       "`pragma protect encoding = (enctype = \"base64\", line_length = 76, bytes = 4)\n"
+                       "`pragma protect data_block\n"
+                       "Rk\n"
+                       "dISQ==\n"
+                       "`pragma protect end_protected\n"
+                       "module after; endmodule\n";
 
 } // namespace
 
@@ -67,21 +66,20 @@ TEST(Ieee1735Envelope, ReadsKeyBlocksDataBlockAndRights) {
 }
 
 TEST(Ieee1735Envelope, VhdlDirectivesInAnyCaseAndSeveralEnvelopes) {
-    const char* text =
-        "entity e is end;\n"
-        "  `PROTECT BEGIN_PROTECTED\n"
-        "`protect key_keyowner = \"Acme\"\n"
-        "`protect key_block\n"
-        "QQ==\n"
-        "`protect data_method = \"aes256-cbc\"\n"
-        "`protect data_block\n"
-        "QQ==\n"
-        "`protect end_protected\n"
-        "-- between\n"
-        "`protect begin_protected\n"
-        "`protect data_block\n"
-        "QQ==\n"
-        "`protect end_protected";
+    const char* text = "entity e is end;\n"
+                       "  `PROTECT BEGIN_PROTECTED\n"
+                       "`protect key_keyowner = \"Acme\"\n"
+                       "`protect key_block\n"
+                       "QQ==\n"
+                       "`protect data_method = \"aes256-cbc\"\n"
+                       "`protect data_block\n"
+                       "QQ==\n"
+                       "`protect end_protected\n"
+                       "-- between\n"
+                       "`protect begin_protected\n"
+                       "`protect data_block\n"
+                       "QQ==\n"
+                       "`protect end_protected";
     std::vector<Envelope> all = findEnvelopes(text);
     ASSERT_EQ(all.size(), 2u);
     EXPECT_EQ(all[0].problem, "");
@@ -127,13 +125,12 @@ TEST(Ieee1735Envelope, BrokenMarkupIsNamedNotGuessed) {
 TEST(Ieee1735Envelope, OtherDirectivesAreNotEnvelopes) {
     // The input form of encryption tools, another pragma, and a word that only starts
     // like the directive.
-    const char* text =
-        "`pragma protect\n"
-        "module m; endmodule\n"
-        "`pragma protect end\n"
-        "`pragma translate_off\n"
-        "`protected_region begin_protected\n"
-        "`pragmaprotect begin_protected\n";
+    const char* text = "`pragma protect\n"
+                       "module m; endmodule\n"
+                       "`pragma protect end\n"
+                       "`pragma translate_off\n"
+                       "`protected_region begin_protected\n"
+                       "`pragmaprotect begin_protected\n";
     EXPECT_TRUE(findEnvelopes(text).empty());
     EXPECT_TRUE(findEnvelopes("").empty());
 }
@@ -147,7 +144,7 @@ TEST(Ieee1735Envelope, Base64) {
     EXPECT_TRUE(ieee1735::decodeBase64("+/+/", out));
     EXPECT_EQ(out, "\xfb\xff\xbf");
     EXPECT_FALSE(ieee1735::decodeBase64("TW*u", out));
-    EXPECT_FALSE(ieee1735::decodeBase64("TQ==TQ==", out));  // text after padding
-    EXPECT_FALSE(ieee1735::decodeBase64("TR==", out));      // bits left over
-    EXPECT_FALSE(ieee1735::decodeBase64("T", out));         // a lone character
+    EXPECT_FALSE(ieee1735::decodeBase64("TQ==TQ==", out)); // text after padding
+    EXPECT_FALSE(ieee1735::decodeBase64("TR==", out)); // bits left over
+    EXPECT_FALSE(ieee1735::decodeBase64("T", out)); // a lone character
 }

@@ -101,8 +101,7 @@ TEST_F(Ieee1735Reader, WithoutAKeyTheEnvelopeStaysAndIsNamed) {
     PlainView noKey = readProtected(text, maker->ring(), RightsEval::Analysis);
     EXPECT_EQ(noKey.text, text);
     ASSERT_EQ(noKey.problems.size(), 1u);
-    EXPECT_EQ(noKey.problems[0].text,
-              "no key of the key ring '" + maker->ring() + "' opens a key block (Acme/vendor)");
+    EXPECT_EQ(noKey.problems[0].text, "no key of the key ring '" + maker->ring() + "' opens a key block (Acme/vendor)");
     PlainView missingRing = readProtected(text, maker->dir + "/absent", RightsEval::Analysis);
     EXPECT_EQ(missingRing.problems.size(), 1u);
 }
@@ -139,8 +138,7 @@ TEST_F(Ieee1735Reader, DamagedOrUnsupportedEnvelopesAreNamed) {
                                       std::to_string(dataBytes + 1) + " it announces");
     EXPECT_EQ(problem(replaced("enctype = \"base64\"", "enctype = \"uuencode\"", text.find("data_method"))),
               "encoding 'uuencode' is not supported");
-    EXPECT_EQ(problem(replaced("`pragma protect end_protected\n", "")),
-              "malformed envelope (no end_protected)");
+    EXPECT_EQ(problem(replaced("`pragma protect end_protected\n", "")), "malformed envelope (no end_protected)");
 }
 
 TEST_F(Ieee1735Reader, RightsDecideForTheActivity) {
@@ -155,8 +153,7 @@ TEST_F(Ieee1735Reader, RightsDecideForTheActivity) {
     EXPECT_TRUE(simulation.denials.empty());
     EXPECT_EQ(simulation.text, kHead + "\n" + kBody + kTail);
     // The key block's own right overrides the common one.
-    std::string own = protect("f.v", {"acme"},
-                              "--control 'decryption=\"false\"' --key-control 'decryption=\"true\"'");
+    std::string own = protect("f.v", {"acme"}, "--control 'decryption=\"false\"' --key-control 'decryption=\"true\"'");
     EXPECT_TRUE(readProtected(own, maker->ring(), RightsEval::Analysis).denials.empty());
 }
 

@@ -99,7 +99,8 @@ TEST(LoomEnvelope1735, FilesThatCannotBeReadAreTold) {
     }
     // The null device reads as an empty file.
     state = LoomEnvelope1735::NeedDecrypt_Maybe;
-    std::unique_ptr<std::istream> null(LoomEnvelope1735::getPlnStream("/dev/null", state, RightsEval::Analysis, nullptr));
+    std::unique_ptr<std::istream> null(
+        LoomEnvelope1735::getPlnStream("/dev/null", state, RightsEval::Analysis, nullptr));
     EXPECT_EQ(null->peek(), std::char_traits<char>::eof());
     EXPECT_EQ(state, LoomEnvelope1735::NeedDecrypt_No);
 }
@@ -108,7 +109,8 @@ TEST(LoomEnvelope1735, AFileGoneBeforeItsLateReadIsToldThen) {
     ScratchDir d;
     const std::string path = d.write("gone.v", "module m; endmodule\n");
     auto state = LoomEnvelope1735::NeedDecrypt_Maybe;
-    std::unique_ptr<std::istream> in(LoomEnvelope1735::getPlnStreamOnDemand(path, state, RightsEval::Analysis, nullptr));
+    std::unique_ptr<std::istream> in(
+        LoomEnvelope1735::getPlnStreamOnDemand(path, state, RightsEval::Analysis, nullptr));
     ASSERT_EQ(::unlink(path.c_str()), 0);
     lateDiags.clear();
     LoomEnvelope1735::setLateDiagHandler(collectLate);

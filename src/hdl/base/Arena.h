@@ -5,8 +5,8 @@
 
 #include <cstddef>
 #include <new>
-#include <type_traits>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 

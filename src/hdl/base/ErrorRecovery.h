@@ -23,9 +23,9 @@ public:
     static constexpr unsigned kMaxErrorsPerFile = 50;
 
     enum Verdict {
-        Tell,     // tell the error
+        Tell, // tell the error
         TellLast, // tell the error and the closing message: the file reached the cap
-        Quiet,    // an echo, or the file's cap is reached
+        Quiet, // an echo, or the file's cap is reached
     };
 
     // An error in file `fileId` found when the parser had read `goodTokens` tokens of

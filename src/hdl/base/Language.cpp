@@ -3,9 +3,8 @@
 namespace hdl {
 
 namespace {
-constexpr const char* kNames[] = {"(undef)", "v95",    "v2k",    "sv05",   "sv09",    "sv",
-                                  "vAMS",    "vPSL",   "vhdl87", "vhdl93", "vhdl2k",  "vhdl08",
-                                  "vhdl19",  "vhdlPSL", "include"};
+constexpr const char* kNames[] = {"(undef)", "v95",    "v2k",    "sv05",   "sv09",   "sv",      "vAMS",   "vPSL",
+                                  "vhdl87",  "vhdl93", "vhdl2k", "vhdl08", "vhdl19", "vhdlPSL", "include"};
 constexpr unsigned kCount = sizeof kNames / sizeof kNames[0];
 static_assert(kCount == LANG_INCLUDE + 1, "one name per code");
 } // namespace

@@ -7,11 +7,11 @@ namespace hdl {
 
 namespace {
 struct FileTable {
-    std::deque<std::string> names{std::string()};  // deque keeps c_str() stable
+    std::deque<std::string> names{std::string()}; // deque keeps c_str() stable
     std::unordered_map<std::string, uint32_t> ids;
 };
 FileTable& table() {
-    static FileTable* t = new FileTable;  // lives for the process
+    static FileTable* t = new FileTable; // lives for the process
     return *t;
 }
 } // namespace
@@ -38,9 +38,7 @@ const char* LineFile::GetFileNameFromId(uint32_t id) {
     return t.names[id].c_str();
 }
 
-const char* LineFile::GetFileName(const ColLineFile* loc) {
-    return loc ? GetFileNameFromId(loc->fileId) : nullptr;
-}
+const char* LineFile::GetFileName(const ColLineFile* loc) { return loc ? GetFileNameFromId(loc->fileId) : nullptr; }
 
 uint32_t LineFile::GetLineNo(const ColLineFile* loc) { return loc ? loc->leftLine : 0; }
 

@@ -18,11 +18,11 @@ struct ColLineFile {
 
     ColLineFile() = default;
     ColLineFile(uint32_t file, uint32_t line, uint32_t col)
-        : fileId(file), leftLine(line & 0x7fffffffu), leftCol(col & 0x7fffffffu),
-          rightLine(line & 0x7fffffffu), rightCol(col & 0x7fffffffu) {}
+        : fileId(file), leftLine(line & 0x7fffffffu), leftCol(col & 0x7fffffffu), rightLine(line & 0x7fffffffu),
+          rightCol(col & 0x7fffffffu) {}
     ColLineFile(uint32_t file, uint32_t lline, uint32_t lcol, uint32_t rline, uint32_t rcol)
-        : fileId(file), leftLine(lline & 0x7fffffffu), leftCol(lcol & 0x7fffffffu),
-          rightLine(rline & 0x7fffffffu), rightCol(rcol & 0x7fffffffu) {}
+        : fileId(file), leftLine(lline & 0x7fffffffu), leftCol(lcol & 0x7fffffffu), rightLine(rline & 0x7fffffffu),
+          rightCol(rcol & 0x7fffffffu) {}
 };
 
 // The process-wide table of file names that positions refer to. Id 0 is "no file".

@@ -9,8 +9,7 @@ namespace hdl {
 namespace {
 struct SinkState {
     std::unordered_map<std::string, msg_type_t> idTypes;
-    msg_type_t typeMap[7] = {MSG_NONE, MSG_ERROR, MSG_WARNING, MSG_IGNORE,
-                             MSG_INFO, MSG_COMMENT, MSG_PROGRAM_ERROR};
+    msg_type_t typeMap[7] = {MSG_NONE, MSG_ERROR, MSG_WARNING, MSG_IGNORE, MSG_INFO, MSG_COMMENT, MSG_PROGRAM_ERROR};
     MsgCallBack callback = nullptr;
     SourceLineMap lineMap = nullptr;
     uint32_t errorCount = 0;
@@ -18,12 +17,11 @@ struct SinkState {
     bool hideErrorCount = false;
 };
 SinkState& state() {
-    static SinkState* s = new SinkState;  // lives for the process
+    static SinkState* s = new SinkState; // lives for the process
     return *s;
 }
 
-void printMessage(msg_type_t type, const char* id, const ColLineFile* loc, const char* format,
-                  va_list args) {
+void printMessage(msg_type_t type, const char* id, const ColLineFile* loc, const char* format, va_list args) {
     const char* file = LineFile::GetFileName(loc);
     uint32_t line = LineFile::GetLineNo(loc);
     bool within = false;
@@ -61,8 +59,7 @@ msg_type_t Message::EffectiveType(msg_type_t type, const char* id) {
     return type <= MSG_PROGRAM_ERROR ? s.typeMap[type] : type;
 }
 
-void Message::MsgVaList(msg_type_t type, const char* id, const ColLineFile* loc, const char* format,
-                        va_list args) {
+void Message::MsgVaList(msg_type_t type, const char* id, const ColLineFile* loc, const char* format, va_list args) {
     SinkState& s = state();
     msg_type_t t = EffectiveType(type, id);
     if (t == MSG_IGNORE) return;
@@ -78,11 +75,13 @@ void Message::MsgVaList(msg_type_t type, const char* id, const ColLineFile* loc,
     }
 }
 
+// clang-format off
 #define HDL_FORWARD(TYPE)            \
     va_list args;                    \
     va_start(args, format);          \
     MsgVaList(TYPE, id, loc, format, args); \
     va_end(args)
+// clang-format on
 
 void Message::Msg(msg_type_t type, const char* id, const ColLineFile* loc, const char* format, ...) {
     HDL_FORWARD(type);
@@ -90,18 +89,10 @@ void Message::Msg(msg_type_t type, const char* id, const ColLineFile* loc, const
 void Message::Send(msg_type_t type, const char* id, const ColLineFile* loc, const char* format, ...) {
     HDL_FORWARD(type);
 }
-void Message::Error(const char* id, const ColLineFile* loc, const char* format, ...) {
-    HDL_FORWARD(MSG_ERROR);
-}
-void Message::Warning(const char* id, const ColLineFile* loc, const char* format, ...) {
-    HDL_FORWARD(MSG_WARNING);
-}
-void Message::Info(const char* id, const ColLineFile* loc, const char* format, ...) {
-    HDL_FORWARD(MSG_INFO);
-}
-void Message::Comment(const char* id, const ColLineFile* loc, const char* format, ...) {
-    HDL_FORWARD(MSG_COMMENT);
-}
+void Message::Error(const char* id, const ColLineFile* loc, const char* format, ...) { HDL_FORWARD(MSG_ERROR); }
+void Message::Warning(const char* id, const ColLineFile* loc, const char* format, ...) { HDL_FORWARD(MSG_WARNING); }
+void Message::Info(const char* id, const ColLineFile* loc, const char* format, ...) { HDL_FORWARD(MSG_INFO); }
+void Message::Comment(const char* id, const ColLineFile* loc, const char* format, ...) { HDL_FORWARD(MSG_COMMENT); }
 #undef HDL_FORWARD
 
 void Message::SetMessageType(const char* id, msg_type_t type) {

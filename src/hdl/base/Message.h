@@ -32,8 +32,7 @@ using SourceLineMap = bool (*)(const char* file, uint32_t line, uint32_t* source
 
 // Receives a message after type overrides were applied. The va_list is only valid
 // for the duration of the call.
-using MsgCallBack = void (*)(msg_type_t type, const char* id, const ColLineFile* loc,
-                             const char* format, va_list args);
+using MsgCallBack = void (*)(msg_type_t type, const char* id, const ColLineFile* loc, const char* format, va_list args);
 
 // A message id of a catalogue with the type its messages are told with.
 struct MessageId {
@@ -71,8 +70,7 @@ public:
 
     static void Msg(msg_type_t type, const char* id, const ColLineFile* loc, const char* format, ...)
         __attribute__((format(printf, 4, 5)));
-    static void MsgVaList(msg_type_t type, const char* id, const ColLineFile* loc,
-                          const char* format, va_list args);
+    static void MsgVaList(msg_type_t type, const char* id, const ColLineFile* loc, const char* format, va_list args);
     static void Error(const char* id, const ColLineFile* loc, const char* format, ...)
         __attribute__((format(printf, 3, 4)));
     static void Warning(const char* id, const ColLineFile* loc, const char* format, ...)

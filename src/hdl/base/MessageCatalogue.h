@@ -37,9 +37,11 @@ struct MessageCatalogue {
 
 #define HDL_MESSAGE_CONSTANTS(LIST) LIST(HDL_MESSAGE_ID_CONSTANT, HDL_MESSAGE_TEXT_CONSTANT)
 
+// clang-format off
 #define HDL_MESSAGE_CATALOGUE(function, title, LIST)                                                         \
     inline const ::hdl::MessageCatalogue& function() {                                                     \
         static const ::hdl::MessageCatalogue catalogue{title, {LIST(HDL_MESSAGE_ID_ROW, HDL_MESSAGE_NO_ROW)}, \
                                                        {LIST(HDL_MESSAGE_NO_ROW, HDL_MESSAGE_TEXT_ROW)}};     \
         return catalogue;                                                                                  \
     }
+// clang-format on

@@ -90,23 +90,24 @@ constexpr Conversion ReadConversion(const char* p) {
         modified = true;
     }
     switch (*p) {
-    case 'd': case 'i': case 'u': case 'x': case 'X': case 'o':
-        c.kind = integer;
-        break;
-    case 'c':
-        c.kind = modified ? kUnfit : kInt;
-        break;
-    case 's':
-        c.kind = modified ? kUnfit : kString;
-        break;
-    case 'p':
-        c.kind = modified ? kUnfit : kPointer;
-        break;
-    case 'f': case 'F': case 'e': case 'E': case 'g': case 'G': case 'a': case 'A':
-        c.kind = modified && integer != kLong ? kUnfit : kDouble;
-        break;
-    default:
-        return c;
+    case 'd':
+    case 'i':
+    case 'u':
+    case 'x':
+    case 'X':
+    case 'o': c.kind = integer; break;
+    case 'c': c.kind = modified ? kUnfit : kInt; break;
+    case 's': c.kind = modified ? kUnfit : kString; break;
+    case 'p': c.kind = modified ? kUnfit : kPointer; break;
+    case 'f':
+    case 'F':
+    case 'e':
+    case 'E':
+    case 'g':
+    case 'G':
+    case 'a':
+    case 'A': c.kind = modified && integer != kLong ? kUnfit : kDouble; break;
+    default: return c;
     }
     c.next = p + 1;
     return c;

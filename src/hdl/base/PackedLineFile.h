@@ -51,7 +51,7 @@ public:
 
 private:
     static constexpr uint32_t kOnTheSide = 0x80000000u; // in file_: file ids stay below it
-    static constexpr uint32_t kMark = 0x80000000u;      // in line_: lines are 31 bits
+    static constexpr uint32_t kMark = 0x80000000u; // in line_: lines are 31 bits
     static constexpr uint32_t kColumnBits = 12;
     static constexpr uint32_t kColumns = 1u << kColumnBits;
     static constexpr uint32_t kSpans = 1u << 8;

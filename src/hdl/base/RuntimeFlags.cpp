@@ -7,7 +7,7 @@ namespace hdl {
 
 namespace {
 std::unordered_map<std::string, uint32_t>& flags() {
-    static auto* table = new std::unordered_map<std::string, uint32_t>;  // lives for the process
+    static auto* table = new std::unordered_map<std::string, uint32_t>; // lives for the process
     return *table;
 }
 } // namespace

@@ -30,8 +30,7 @@ bool SourceStream::ReadAll(std::string& out) {
         out.resize(had + size_t(buf->sgetn(out.data() + had, avail)));
     }
     char block[1 << 16];
-    for (std::streamsize n; (n = buf->sgetn(block, sizeof block)) > 0;)
-        out.append(block, size_t(n));
+    for (std::streamsize n; (n = buf->sgetn(block, sizeof block)) > 0;) out.append(block, size_t(n));
     return !in_->bad();
 }
 

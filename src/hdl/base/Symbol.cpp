@@ -76,5 +76,4 @@ Symbol Symbol::Find(std::string_view text) {
     return Symbol(t.slots[t.slotOf(text)]);
 }
 
-
 } // namespace hdl

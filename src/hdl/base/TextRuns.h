@@ -48,11 +48,9 @@ template <char A, char B, char C, char D>
 inline size_t findAnyOf(const char* data, size_t p, size_t n) {
 #if defined(__SSE2__)
     for (; p + 16 <= n; p += 16)
-        if (unsigned hit = detail::anyOf16<A, B, C, D>(data + p))
-            return p + unsigned(__builtin_ctz(hit));
+        if (unsigned hit = detail::anyOf16<A, B, C, D>(data + p)) return p + unsigned(__builtin_ctz(hit));
 #endif
-    while (p < n && data[p] != A && data[p] != B && data[p] != C && data[p] != D)
-        ++p;
+    while (p < n && data[p] != A && data[p] != B && data[p] != C && data[p] != D) ++p;
     return p;
 }
 
@@ -68,8 +66,7 @@ inline size_t nameEnd(const char* data, size_t p, size_t n) {
         if (unsigned outside = ~detail::nameMask16<Dollar>(data + p) & 0xffffu)
             return p + unsigned(__builtin_ctz(outside));
 #endif
-    while (p < n && isName(data[p]))
-        ++p;
+    while (p < n && isName(data[p])) ++p;
     return p;
 }
 

@@ -38,9 +38,7 @@ private:
     };
     void* find(const void* original) const;
     void grow();
-    static size_t hash(const void* p) {
-        return size_t((reinterpret_cast<uintptr_t>(p) >> 3) * 0x9E3779B97F4A7C15ull);
-    }
+    static size_t hash(const void* p) { return size_t((reinterpret_cast<uintptr_t>(p) >> 3) * 0x9E3779B97F4A7C15ull); }
 
     Arena& arena_;
     std::vector<Slot> slots_; // open addressing; size a power of two

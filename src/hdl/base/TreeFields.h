@@ -58,7 +58,8 @@ std::tuple<A...> Tie(A&&... fields) {
 }
 
 template <class Tr, class F>
-constexpr bool IsNode = std::is_pointer_v<F> && std::is_base_of_v<typename Tr::Node, std::remove_cv_t<std::remove_pointer_t<F>>>;
+constexpr bool IsNode =
+    std::is_pointer_v<F>&& std::is_base_of_v<typename Tr::Node, std::remove_cv_t<std::remove_pointer_t<F>>>;
 
 template <class F>
 struct IsLink : std::false_type {};
@@ -188,6 +189,7 @@ Node* CopyTree(TreeCopier& c, const Node* root) {
 // that follow it, for the tree whose traits are `Traits`. A derived class that inherited
 // its base's list would copy itself as its base: `FieldListOwner` lets a tree check, for
 // each of its classes, that the class has its own list.
+// clang-format off
 #define HDL_TREE_FIELDS(Traits, ...)                                                               \
     using FieldListOwner = SelfType;                                                               \
     auto Fields() { return ::hdl::tree::Tie(__VA_ARGS__); }                                        \
@@ -208,3 +210,4 @@ Node* CopyTree(TreeCopier& c, const Node* root) {
         Traits::RemapExtras(c, *this);                                                             \
         ::hdl::tree::RemapAll<Traits>(c, Fields());                                                \
     }
+// clang-format on

@@ -8,8 +8,8 @@
 namespace hdl {
 
 struct ElabTopRequest {
-    std::string name;         // a unit (VHDL: an entity or a configuration)
-    std::string library;      // empty: any library, in library order
+    std::string name; // a unit (VHDL: an entity or a configuration)
+    std::string library; // empty: any library, in library order
     std::string architecture; // VHDL; empty: the most recently analysed one
 };
 

@@ -28,8 +28,8 @@ struct ElabParam {
 };
 
 struct ElabUnitRequest {
-    std::string library;      // as written at the instance, may be empty
-    std::string name;         // as instantiated
+    std::string library; // as written at the instance, may be empty
+    std::string name; // as instantiated
     std::string architecture; // VHDL only, may be empty
     std::vector<ElabParam> params;
 };

@@ -14,7 +14,8 @@ std::unique_ptr<Arena>& Store() {
     return arena;
 }
 
-template <class Id> Id* NewId(std::string_view spelling, VhdlTreeNode* declaration) {
+template <class Id>
+Id* NewId(std::string_view spelling, VhdlTreeNode* declaration) {
     auto* id = VhdlElabStore::Nodes().make<Id>();
     id->origName = VhdlElabStore::Text(spelling);
     std::string lower(spelling);

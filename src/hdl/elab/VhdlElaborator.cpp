@@ -124,10 +124,8 @@ public:
     }
     ~QuietParse() {
         for (size_t i = 0; i < sizeof kIds / sizeof kIds[0]; ++i) {
-            if (saved_[i] == MSG_NONE)
-                Message::ClearMessageType(kIds[i]);
-            else
-                Message::SetMessageType(kIds[i], saved_[i]);
+            if (saved_[i] == MSG_NONE) Message::ClearMessageType(kIds[i]);
+            else Message::SetMessageType(kIds[i], saved_[i]);
         }
     }
 
@@ -556,10 +554,8 @@ struct VhdlElaborator::Impl {
                 auto* alt = dynamic_cast<VhdlGenerateStatement*>(a);
                 if (!alt) continue;
                 const VhdlExpression* condition = nullptr;
-                if (auto* i = dynamic_cast<VhdlIfScheme*>(alt->scheme))
-                    condition = i->condition;
-                else if (auto* e = dynamic_cast<VhdlElsifElseScheme*>(alt->scheme))
-                    condition = e->condition;
+                if (auto* i = dynamic_cast<VhdlIfScheme*>(alt->scheme)) condition = i->condition;
+                else if (auto* e = dynamic_cast<VhdlElsifElseScheme*>(alt->scheme)) condition = e->condition;
                 if (condition && !ev.EvaluateCondition(condition)) continue;
                 VhdlFrameScope scope(ev, alt);
                 ElaborateBody(*stmt, alt->declarations, alt->statements, stmt->label, NestedConfig(r, *stmt, alt),
@@ -635,10 +631,8 @@ struct VhdlElaborator::Impl {
                     VhdlSlot* slot = compScope.Frame()->slots.count(cg) ? &compScope.Frame()->slots[cg] : nullptr;
                     if (!eg || !slot) continue;
                     Actual a;
-                    if (slot->value.IsNone())
-                        a.type = slot->type;
-                    else
-                        a.value = slot->value;
+                    if (slot->value.IsNone()) a.type = slot->type;
+                    else a.value = slot->value;
                     actuals[eg] = a;
                 }
             }

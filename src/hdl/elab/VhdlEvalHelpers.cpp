@@ -135,12 +135,9 @@ Bits ToBits(const VhdlValue& v) {
     b.bits.reserve(v.Elements().size());
     for (const VhdlValue& e : v.Elements()) {
         char c = LiteralChar(e);
-        if (c == '1' || c == 'H')
-            b.bits.push_back(1);
-        else if (c == '0' || c == 'L')
-            b.bits.push_back(0);
-        else if (e.kind == VhdlValue::Enum && e.type && IsBoolean(e.type))
-            b.bits.push_back(uint8_t(e.i));
+        if (c == '1' || c == 'H') b.bits.push_back(1);
+        else if (c == '0' || c == 'L') b.bits.push_back(0);
+        else if (e.kind == VhdlValue::Enum && e.type && IsBoolean(e.type)) b.bits.push_back(uint8_t(e.i));
         else {
             b.bits.push_back(0);
             b.unknown = true;
@@ -154,10 +151,8 @@ VhdlValue FromBits(VhdlEvaluator& ev, const Bits& b, const VhdlType* type, bool 
     std::vector<VhdlValue> out;
     out.reserve(b.bits.size());
     for (uint8_t bit : b.bits) {
-        if (b.unknown && element && IsStdUlogic(element))
-            out.push_back(EnumOfChar(ev, element, 'X', nullptr));
-        else
-            out.push_back(EnumOfChar(ev, element, bit ? '1' : '0', nullptr));
+        if (b.unknown && element && IsStdUlogic(element)) out.push_back(EnumOfChar(ev, element, 'X', nullptr));
+        else out.push_back(EnumOfChar(ev, element, bit ? '1' : '0', nullptr));
     }
     int64_t n = int64_t(b.bits.size());
     VhdlBounds r = descending ? VhdlBounds::Discrete(n - 1, 0, false) : VhdlBounds::Discrete(0, n - 1, true);

@@ -3,9 +3,9 @@
 #pragma once
 
 #include <map>
-#include <tuple>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <unordered_map>
 #include <vector>
 

@@ -49,10 +49,8 @@ const VhdlType* VhdlEvaluator::StandardType(const char* name) {
     if (standard) {
         for (VhdlTreeNode* d : standard->declarations) {
             const VhdlIdDef* id = nullptr;
-            if (auto* t = dynamic_cast<VhdlFullTypeDecl*>(d))
-                id = t->id;
-            else if (auto* s = dynamic_cast<VhdlSubtypeDecl*>(d))
-                id = s->id;
+            if (auto* t = dynamic_cast<VhdlFullTypeDecl*>(d)) id = t->id;
+            else if (auto* s = dynamic_cast<VhdlSubtypeDecl*>(d)) id = s->id;
             if (id && SameName(id->Name(), name)) {
                 type = TypeOfId(id, d);
                 break;
@@ -378,14 +376,10 @@ const VhdlType* VhdlEvaluator::PhysicalTypeOfUnit(const VhdlIdDef* unit, const V
     // Find the physical type that declares the unit, in the unit's design unit.
     const VhdlDesignUnit* owner = unit->owningUnit;
     const VhdlNodeList* decls = nullptr;
-    if (auto* p = dynamic_cast<const VhdlPackageDecl*>(owner))
-        decls = &p->declarations;
-    else if (auto* a = dynamic_cast<const VhdlArchitectureBody*>(owner))
-        decls = &a->declarations;
-    else if (auto* e = dynamic_cast<const VhdlEntityDecl*>(owner))
-        decls = &e->declarations;
-    else if (auto* b = dynamic_cast<const VhdlPackageBody*>(owner))
-        decls = &b->declarations;
+    if (auto* p = dynamic_cast<const VhdlPackageDecl*>(owner)) decls = &p->declarations;
+    else if (auto* a = dynamic_cast<const VhdlArchitectureBody*>(owner)) decls = &a->declarations;
+    else if (auto* e = dynamic_cast<const VhdlEntityDecl*>(owner)) decls = &e->declarations;
+    else if (auto* b = dynamic_cast<const VhdlPackageBody*>(owner)) decls = &b->declarations;
     if (decls) {
         for (VhdlTreeNode* d : *decls) {
             auto* t = dynamic_cast<const VhdlFullTypeDecl*>(d);

@@ -413,16 +413,11 @@ VhdlFrame* VhdlEvaluator::InstanceOfSelection(const VhdlPackageInstantiationDecl
     if (!inst.library) {
         for (VhdlFrame* f = current_; f && !context; f = f->parent) {
             const VhdlNodeList* decls = nullptr;
-            if (auto* a = dynamic_cast<const VhdlArchitectureBody*>(f->region))
-                decls = &a->declarations;
-            else if (auto* b = dynamic_cast<const VhdlBlockStatement*>(f->region))
-                decls = &b->declarations;
-            else if (auto* g = dynamic_cast<const VhdlGenerateStatement*>(f->region))
-                decls = &g->declarations;
-            else if (auto* sb = dynamic_cast<const VhdlSubprogramBody*>(f->region))
-                decls = &sb->declarations;
-            else if (auto* e = dynamic_cast<const VhdlEntityDecl*>(f->region))
-                decls = &e->declarations;
+            if (auto* a = dynamic_cast<const VhdlArchitectureBody*>(f->region)) decls = &a->declarations;
+            else if (auto* b = dynamic_cast<const VhdlBlockStatement*>(f->region)) decls = &b->declarations;
+            else if (auto* g = dynamic_cast<const VhdlGenerateStatement*>(f->region)) decls = &g->declarations;
+            else if (auto* sb = dynamic_cast<const VhdlSubprogramBody*>(f->region)) decls = &sb->declarations;
+            else if (auto* e = dynamic_cast<const VhdlEntityDecl*>(f->region)) decls = &e->declarations;
             if (!decls) continue;
             for (VhdlTreeNode* d : *decls)
                 if (d == &inst) context = f;

@@ -400,8 +400,7 @@ private:
             // The element's subtype: from the array or record that holds it.
             std::vector<Step> up(path.begin(), path.end() - 1);
             VhdlValue holder = Current(*slot, up);
-            if (holder.kind == VhdlValue::Array && holder.type)
-                type = holder.type->element;
+            if (holder.kind == VhdlValue::Array && holder.type) type = holder.type->element;
             else if (holder.kind == VhdlValue::Record && holder.type)
                 type = holder.type->base->fields[size_t(path.back().offset)].type;
         }

@@ -284,10 +284,8 @@ VhdlValue IntegerOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlValu
         if (y == 0)
             ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
         if (x == INT64_MIN && y == -1) Checked(ev, true, where);
-        if (op == VHDL_SLASH)
-            r = x / y;
-        else if (op == VHDL_REM)
-            r = x % y;
+        if (op == VHDL_SLASH) r = x / y;
+        else if (op == VHDL_REM) r = x % y;
         else {
             r = x % y;
             if (r != 0 && ((r < 0) != (y < 0))) r += y;
@@ -454,14 +452,10 @@ VhdlValue Shift(VhdlEvaluator& ev, Op op, const VhdlValue& a, int64_t n, const V
         case VHDL_ROL: from = (int64_t(i) + n) % int64_t(len); break;
         default: from = ((int64_t(i) - n) % int64_t(len) + int64_t(len)) % int64_t(len); break;
         }
-        if (from >= 0 && from < int64_t(len))
-            r[i] = e[size_t(from)];
-        else if (op == VHDL_SLA)
-            r[i] = e[len - 1];
-        else if (op == VHDL_SRA)
-            r[i] = e[0];
-        else
-            r[i] = zero;
+        if (from >= 0 && from < int64_t(len)) r[i] = e[size_t(from)];
+        else if (op == VHDL_SLA) r[i] = e[len - 1];
+        else if (op == VHDL_SRA) r[i] = e[0];
+        else r[i] = zero;
     }
     return VhdlValue::MakeArray(a.type, a.Bounds(), std::move(r));
 }
@@ -576,10 +570,8 @@ VhdlValue ApplyOperator(VhdlEvaluator& ev, unsigned op, const VhdlValue* left, c
                 ev.Fail(vhdl_msg::kElabIndex, where, "operands of different lengths");
             for (size_t i = 0; i < a.Elements().size(); ++i) {
                 char m = match(LiteralChar(a.Elements()[i]), LiteralChar(b.Elements()[i]));
-                if (m == '0')
-                    r = '0';
-                else if (m != '1' && r == '1')
-                    r = m;
+                if (m == '0') r = '0';
+                else if (m != '1' && r == '1') r = m;
             }
         } else {
             r = match(LiteralChar(a), LiteralChar(b));
@@ -654,16 +646,13 @@ VhdlValue VhdlEvaluator::EvaluateOperator(const VhdlOperator& n, const VhdlType*
     }
     const VhdlType* rightHint = nullptr;
     bool leftTyped = left.type && left.type != UniversalInteger() && left.type != UniversalReal();
-    if (shift || op == VHDL_POW)
-        rightHint = nullptr;
-    else if (op == VHDL_AMP)
-        rightHint = leftTyped && left.kind == VhdlValue::Array ? left.type : leftHint;
+    if (shift || op == VHDL_POW) rightHint = nullptr;
+    else if (op == VHDL_AMP) rightHint = leftTyped && left.kind == VhdlValue::Array ? left.type : leftHint;
     else if (leftTyped && (left.kind != VhdlValue::Array || relational || op == VHDL_AND || op == VHDL_OR ||
                            op == VHDL_XOR || op == VHDL_NAND || op == VHDL_NOR || op == VHDL_XNOR))
         // An array operand of another length is no mistake here ("abc" = "ab").
         rightHint = left.kind == VhdlValue::Array ? left.type->base : left.type;
-    else if (!relational)
-        rightHint = expected;
+    else if (!relational) rightHint = expected;
     VhdlValue right = Evaluate(n.right, rightHint);
     if (op == VHDL_AMP && !leftTyped && right.type && right.kind == VhdlValue::Array && left.kind != VhdlValue::Int)
         left =

@@ -155,12 +155,9 @@ struct Collector {
         if (!seen.insert(&decls).second && only.empty()) return;
         for (VhdlTreeNode* d : decls) {
             const VhdlSubprogramSpec* spec = nullptr;
-            if (auto* sd = dynamic_cast<const VhdlSubprogramDecl*>(d))
-                spec = sd->spec;
-            else if (auto* sb = dynamic_cast<const VhdlSubprogramBody*>(d))
-                spec = sb->spec;
-            else if (auto* use = dynamic_cast<const VhdlUseClause*>(d))
-                Uses(*use);
+            if (auto* sd = dynamic_cast<const VhdlSubprogramDecl*>(d)) spec = sd->spec;
+            else if (auto* sb = dynamic_cast<const VhdlSubprogramBody*>(d)) spec = sb->spec;
+            else if (auto* use = dynamic_cast<const VhdlUseClause*>(d)) Uses(*use);
             if (spec && spec->id && SameName(spec->id->Name(), name) && (only.empty() || SameName(only, name)))
                 Add(spec->id);
         }
@@ -174,10 +171,8 @@ struct Collector {
             const VhdlIdDef* pkg = IdOf(sel->prefix);
             auto* decl = pkg ? dynamic_cast<const VhdlPackageDecl*>(pkg->declaration) : nullptr;
             if (!decl) continue;
-            if (sel->suffix && sel->suffix->GetClassId() == VhdlAll::kClassId)
-                Declarations(decl->declarations);
-            else if (SameName(SimpleName(sel->suffix), name))
-                Declarations(decl->declarations, name);
+            if (sel->suffix && sel->suffix->GetClassId() == VhdlAll::kClassId) Declarations(decl->declarations);
+            else if (SameName(SimpleName(sel->suffix), name)) Declarations(decl->declarations, name);
         }
     }
 

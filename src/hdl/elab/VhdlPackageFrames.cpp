@@ -141,10 +141,8 @@ VhdlFrame* VhdlEvaluator::InstanceFrame(const VhdlPackageInstantiationDecl& inst
                 const VhdlType* type = EvaluateSubtype(d->subtype);
                 auto it = actuals.find(id);
                 VhdlValue v;
-                if (it != actuals.end())
-                    v = EvaluateIn(context, it->second, type);
-                else if (d->init)
-                    v = Evaluate(d->init, type);
+                if (it != actuals.end()) v = EvaluateIn(context, it->second, type);
+                else if (d->init) v = Evaluate(d->init, type);
                 else
                     Fail(vhdl_msg::kElabNoValue, &inst, "generic '%s' of '%s' has no value",
                          std::string(id->OrigName()).c_str(), std::string(generic->Name()).c_str());

@@ -136,18 +136,12 @@ VhdlValue ShiftFunction(Context& c, unsigned op) {
     VhdlValue zero = EnumOfChar(c.ev, type ? type->element : nullptr, '0', c.where);
     for (size_t i = 0; i < len; ++i) {
         int64_t from;
-        if (op == VHDL_SLL)
-            from = int64_t(i) + n;
-        else if (op == VHDL_SRL)
-            from = int64_t(i) - n;
-        else if (op == VHDL_ROL)
-            from = (int64_t(i) + n) % int64_t(len);
-        else
-            from = ((int64_t(i) - n) % int64_t(len) + int64_t(len)) % int64_t(len);
-        if (from >= 0 && from < int64_t(len))
-            r[i] = e[size_t(from)];
-        else
-            r[i] = op == VHDL_SRL && isSigned ? e[0] : zero;
+        if (op == VHDL_SLL) from = int64_t(i) + n;
+        else if (op == VHDL_SRL) from = int64_t(i) - n;
+        else if (op == VHDL_ROL) from = (int64_t(i) + n) % int64_t(len);
+        else from = ((int64_t(i) - n) % int64_t(len) + int64_t(len)) % int64_t(len);
+        if (from >= 0 && from < int64_t(len)) r[i] = e[size_t(from)];
+        else r[i] = op == VHDL_SRL && isSigned ? e[0] : zero;
     }
     return VhdlValue::MakeArray(type, v.Bounds(), std::move(r));
 }
@@ -209,10 +203,8 @@ std::string HexString(const VhdlValue& v, unsigned bitsPerDigit) {
 
 std::string RealToString(double r, int64_t digits) {
     char buf[64];
-    if (digits > 0)
-        std::snprintf(buf, sizeof buf, "%.*f", int(std::min<int64_t>(digits, 30)), r);
-    else
-        std::snprintf(buf, sizeof buf, "%.6e", r);
+    if (digits > 0) std::snprintf(buf, sizeof buf, "%.*f", int(std::min<int64_t>(digits, 30)), r);
+    else std::snprintf(buf, sizeof buf, "%.6e", r);
     return buf;
 }
 

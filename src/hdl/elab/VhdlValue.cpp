@@ -128,10 +128,8 @@ const std::vector<VhdlBounds>& NoBounds() {
 const std::vector<VhdlValue>& VhdlValue::Elements() const { return data_ ? data_->elements : NoElements(); }
 
 std::vector<VhdlValue>& VhdlValue::MutableElements() {
-    if (!data_)
-        data_ = std::make_shared<VhdlComposite>();
-    else if (data_.use_count() > 1)
-        data_ = std::make_shared<VhdlComposite>(*data_);
+    if (!data_) data_ = std::make_shared<VhdlComposite>();
+    else if (data_.use_count() > 1) data_ = std::make_shared<VhdlComposite>(*data_);
     return data_->elements;
 }
 
@@ -140,10 +138,8 @@ const std::vector<VhdlBounds>& VhdlValue::Bounds() const {
 }
 
 std::vector<VhdlBounds>& VhdlValue::MutableBounds() {
-    if (!data_)
-        data_ = std::make_shared<VhdlComposite>();
-    else if (data_.use_count() > 1)
-        data_ = std::make_shared<VhdlComposite>(*data_);
+    if (!data_) data_ = std::make_shared<VhdlComposite>();
+    else if (data_.use_count() > 1) data_ = std::make_shared<VhdlComposite>(*data_);
     return data_->bounds;
 }
 

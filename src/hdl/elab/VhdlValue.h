@@ -27,7 +27,7 @@ class VhdlValue {
 public:
     enum Kind : uint8_t {
         None, // no value (yet)
-        Int,  // integer types, universal integer
+        Int, // integer types, universal integer
         Real, // floating types, universal real
         Phys, // physical types, in primary units
         Enum, // enumeration types: the position
@@ -49,8 +49,8 @@ public:
 
     Kind kind = None;
     const VhdlType* type = nullptr; // null while untyped
-    int64_t i = 0;                  // Int, Phys, Enum, Char
-    double r = 0;                   // Real
+    int64_t i = 0; // Int, Phys, Enum, Char
+    double r = 0; // Real
 
     bool IsNone() const { return kind == None; }
     bool IsComposite() const { return kind == Array || kind == Record; }

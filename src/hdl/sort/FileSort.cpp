@@ -38,7 +38,7 @@ struct SortState {
     std::vector<std::unique_ptr<FileElement>> elements;
     // "library\nfile" -> element index, so that a file registered again is read afresh.
     std::unordered_map<std::string, size_t> byName;
-    std::vector<size_t> pending;       // elements registered to be read at the first FileAt
+    std::vector<size_t> pending; // elements registered to be read at the first FileAt
     bool librariesResolved = true;
     // The preprocessor shared by files of one compilation unit, when they share one.
     std::unique_ptr<VeriPreprocessor> sharedUnit;
@@ -64,8 +64,7 @@ SortState& state() {
 char lowerChar(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 std::string lower(std::string s) {
-    for (char& c : s)
-        c = lowerChar(c);
+    for (char& c : s) c = lowerChar(c);
     return s;
 }
 
@@ -173,16 +172,14 @@ bool readVerilog(FileElement& element) {
         tokens.clear();
         VeriPreprocessor* pp;
         if (hdl_file_sort::_default_compilation_unit_mode) {
-            if (!s.sharedUnit)
-                s.sharedUnit = newPreprocessor(element.language, s.callback);
+            if (!s.sharedUnit) s.sharedUnit = newPreprocessor(element.language, s.callback);
             pp = s.sharedUnit.get();
         } else {
             own = newPreprocessor(element.language, s.failedOpens.empty() ? s.callback : openUnlessFailed);
             pp = own.get();
         }
         pp->pushText(std::move(text), element.fileName);
-        for (VeriToken t = pp->next(); t.kind != VT_EOF; t = pp->next())
-            tokens.emplace_back(t.kind, t.text);
+        for (VeriToken t = pp->next(); t.kind != VT_EOF; t = pp->next()) tokens.emplace_back(t.kind, t.text);
     }
     tokens.emplace_back(VT_EOF, std::string_view());
     veriSkimTokens(tokens, element);
@@ -213,8 +210,7 @@ bool readVhdl(FileElement& element) {
         tokens.clear();
         VhdlLexer lexer(text, LineFile::GetFileId(element.fileName), element.language);
         lexer.SetIgnorePragmas(s.ignoreTranslateOff);
-        for (const VhdlTok& t : lexer.Tokenize())
-            tokens.push_back(VhdlSkimToken{t.begin, t.end, t.kind});
+        for (const VhdlTok& t : lexer.Tokenize()) tokens.push_back(VhdlSkimToken{t.begin, t.end, t.kind});
     }
     vhdlSkimTokens(text, tokens, element);
     return true;
@@ -246,8 +242,7 @@ void resolveLibraries() {
     std::string name;
     auto lowered = [&name](const std::string& text) -> const std::string& {
         name.resize(text.size());
-        for (size_t i = 0; i < text.size(); ++i)
-            name[i] = lowerChar(text[i]);
+        for (size_t i = 0; i < text.size(); ++i) name[i] = lowerChar(text[i]);
         return name;
     };
     const std::string* runName = nullptr;
@@ -257,8 +252,7 @@ void resolveLibraries() {
         // Files come in runs of one library: its number is looked up once a run.
         if (!runName || *runName != e.libraryName) {
             auto at = libraryAt.emplace(lower(e.libraryName), static_cast<uint32_t>(libraries.size()));
-            if (at.second)
-                libraries.push_back(at.first->first);
+            if (at.second) libraries.push_back(at.first->first);
             runName = &e.libraryName;
             runLibrary = at.first->second;
         }
@@ -273,11 +267,9 @@ void resolveLibraries() {
     for (size_t i = 0; i < s.elements.size(); ++i) {
         for (const std::string& declared : s.elements[i]->declaredNames) {
             uint32_t unit = units.intern(lowered(declared));
-            if (unit == firstLink.size())
-                firstLink.push_back(SortNameTable::kNone);
+            if (unit == firstLink.size()) firstLink.push_back(SortNameTable::kNone);
             uint32_t* link = &firstLink[unit];
-            while (*link != SortNameTable::kNone && links[*link].library != ownLibrary[i])
-                link = &links[*link].next;
+            while (*link != SortNameTable::kNone && links[*link].library != ownLibrary[i]) link = &links[*link].next;
             if (*link == SortNameTable::kNone) {
                 *link = static_cast<uint32_t>(links.size());
                 links.push_back(Link{ownLibrary[i], SortNameTable::kNone});
@@ -289,13 +281,11 @@ void resolveLibraries() {
             (!verilog && !(r.flags & SORT_REF_WEAK)))
             return;
         uint32_t unit = units.find(lowered(r.unitName));
-        if (unit == SortNameTable::kNone)
-            return;
+        if (unit == SortNameTable::kNone) return;
         // The first library in registration order, unless the file's own has the unit.
         uint32_t first = SortNameTable::kNone;
         for (uint32_t link = firstLink[unit]; link != SortNameTable::kNone; link = links[link].next) {
-            if (links[link].library == ownLib)
-                return;
+            if (links[link].library == ownLib) return;
             first = std::min(first, links[link].library);
         }
         r.libraryName = libraries[first];
@@ -303,11 +293,9 @@ void resolveLibraries() {
     for (size_t i = 0; i < s.elements.size(); ++i) {
         FileElement& e = *s.elements[i];
         bool verilog = !IsVhdlLanguage(e.language);
-        for (SortReference& r : e.references)
-            retarget(r, ownLibrary[i], verilog);
+        for (SortReference& r : e.references) retarget(r, ownLibrary[i], verilog);
         for (SortUnit& u : e.units)
-            for (SortReference& r : u.instances)
-                retarget(r, ownLibrary[i], verilog);
+            for (SortReference& r : u.instances) retarget(r, ownLibrary[i], verilog);
     }
     s.librariesResolved = true;
 }
@@ -315,8 +303,7 @@ void resolveLibraries() {
 } // namespace
 
 void hdl_file_sort::AddIncludeDir(const char* dir) {
-    if (!dir || !*dir)
-        return;
+    if (!dir || !*dir) return;
     // Where includes were found and what headers did depend on the folders, and a caller
     // names its folders again at each skim: includes are searched and read afresh.
     SortState& s = state();
@@ -327,11 +314,9 @@ void hdl_file_sort::AddIncludeDir(const char* dir) {
 }
 
 void hdl_file_sort::DefineCmdLineMacro(const char* name, const char* value) {
-    if (!name || !*name)
-        return;
+    if (!name || !*name) return;
     std::string def = name;
-    if (value)
-        def += std::string("=") + value;
+    if (value) def += std::string("=") + value;
     state().defines.push_back(std::move(def));
     state().predefinedBuilt = false;
 }
@@ -344,10 +329,8 @@ bool hdl_file_sort::RegisterFile(const char* file, const char* library, unsigned
     element->language = LanguageOf(mode);
     auto known = s.byName.emplace(element->libraryName + "\n" + element->fileName, s.elements.size());
     size_t index = known.first->second;
-    if (known.second)
-        s.elements.push_back(std::move(element));
-    else
-        s.elements[index] = std::move(element);
+    if (known.second) s.elements.push_back(std::move(element));
+    else s.elements[index] = std::move(element);
     if (when != 2) {
         s.pending.push_back(index);
         return true;
@@ -357,16 +340,14 @@ bool hdl_file_sort::RegisterFile(const char* file, const char* library, unsigned
 
 bool hdl_file_sort::FileAt(unsigned index, const FileElement** element) {
     SortState& s = state();
-    for (size_t k : s.pending)
-        readElement(*s.elements[k]);
+    for (size_t k : s.pending) readElement(*s.elements[k]);
     s.pending.clear();
     if (!s.librariesResolved) {
         decideVhdlCandidates(s.elements);
         decideVeriCandidates(s.elements);
         resolveLibraries();
     }
-    if (index >= s.elements.size())
-        return false;
+    if (index >= s.elements.size()) return false;
     *element = s.elements[index].get();
     return true;
 }
@@ -380,8 +361,7 @@ StreamCallBack hdl_file_sort::GetFlexStreamCallBack() { return state().callback;
 void hdl_file_sort::SetIgnoreTranslateOff(bool ignore) {
     SortState& s = state();
     // Which definitions a header makes depends on whether translate_off text is read.
-    if (s.ignoreTranslateOff != ignore)
-        s.includeCache.clear();
+    if (s.ignoreTranslateOff != ignore) s.includeCache.clear();
     s.ignoreTranslateOff = ignore;
 }
 

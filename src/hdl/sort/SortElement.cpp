@@ -16,12 +16,10 @@ void settle(std::vector<SortReference>& records, const std::vector<bool>& keep) 
     for (size_t k = 0; k < records.size(); ++k) {
         SortReference& r = records[k];
         if (r.flags & SORT_REF_CANDIDATE) {
-            if (next >= keep.size() || !keep[next++])
-                continue;
+            if (next >= keep.size() || !keep[next++]) continue;
             r.flags &= ~uint32_t(SORT_REF_CANDIDATE);
         }
-        if (out != k)
-            records[out] = std::move(r);
+        if (out != k) records[out] = std::move(r);
         ++out;
     }
     records.resize(out);
@@ -36,8 +34,7 @@ void FileElement::settleCandidates(const std::vector<bool>& keep) {
     for (SortUnit& u : units) {
         unitKeep.clear();
         for (const SortReference& r : u.instances)
-            if (r.flags & SORT_REF_CANDIDATE)
-                unitKeep.push_back(next < keep.size() && keep[next++]);
+            if (r.flags & SORT_REF_CANDIDATE) unitKeep.push_back(next < keep.size() && keep[next++]);
         settle(u.instances, unitKeep);
     }
     settle(references, keep);

@@ -36,8 +36,8 @@ enum SortReferenceFlags : uint32_t {
 };
 
 struct SortReference {
-    std::string libraryName;  // "work" for the file's own library
-    std::string unitName;     // empty for a whole library (VHDL `library` clause)
+    std::string libraryName; // "work" for the file's own library
+    std::string unitName; // empty for a whole library (VHDL `library` clause)
     std::string instanceName; // empty when the reference is no instantiation
     uint32_t flags = 0;
 };

@@ -18,8 +18,7 @@ public:
 
     // The number of `name`, entered first when it is new.
     uint32_t intern(std::string_view name) {
-        if (2 * (count() + 1) > slots_.size())
-            grow();
+        if (2 * (count() + 1) > slots_.size()) grow();
         uint32_t code = hash(name);
         size_t at = slotOf(name, code);
         if (slots_[at].number == kNone) {
@@ -32,8 +31,7 @@ public:
 
     // The number of `name`, kNone when it was never entered.
     uint32_t find(std::string_view name) const {
-        if (slots_.empty())
-            return kNone;
+        if (slots_.empty()) return kNone;
         return slots_[slotOf(name, hash(name))].number;
     }
 
@@ -53,8 +51,7 @@ private:
     // FNV-1a.
     static uint32_t hash(std::string_view name) {
         uint32_t h = 2166136261u;
-        for (unsigned char c : name)
-            h = (h ^ c) * 16777619u;
+        for (unsigned char c : name) h = (h ^ c) * 16777619u;
         return h;
     }
 
@@ -63,8 +60,7 @@ private:
         const size_t mask = slots_.size() - 1;
         for (size_t at = code & mask;; at = (at + 1) & mask) {
             const Slot& slot = slots_[at];
-            if (slot.number == kNone || (slot.code == code && text(slot.number) == name))
-                return at;
+            if (slot.number == kNone || (slot.code == code && text(slot.number) == name)) return at;
         }
     }
 
@@ -73,17 +69,15 @@ private:
         old.swap(slots_);
         const size_t mask = slots_.size() - 1;
         for (const Slot& slot : old) {
-            if (slot.number == kNone)
-                continue;
+            if (slot.number == kNone) continue;
             size_t at = slot.code & mask;
-            while (slots_[at].number != kNone)
-                at = (at + 1) & mask;
+            while (slots_[at].number != kNone) at = (at + 1) & mask;
             slots_[at] = slot;
         }
     }
 
-    std::vector<Slot> slots_;       // a power of two, at most half in use
-    std::vector<uint32_t> starts_;  // where each text begins in texts_
+    std::vector<Slot> slots_; // a power of two, at most half in use
+    std::vector<uint32_t> starts_; // where each text begins in texts_
     std::string texts_;
 };
 

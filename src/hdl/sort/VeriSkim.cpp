@@ -14,10 +14,8 @@ bool isName(const VeriSkimToken& t) { return t.kind == VT_IDENTIFIER || t.kind =
 // An escaped identifier names the same object as its plain spelling.
 std::string_view nameView(const VeriSkimToken& t) {
     std::string_view s = t.text();
-    if (t.kind == VT_ESCAPED_IDENTIFIER && !s.empty() && s[0] == '\\')
-        s.remove_prefix(1);
-    while (!s.empty() && (s.back() == ' ' || s.back() == '\t'))
-        s.remove_suffix(1);
+    if (t.kind == VT_ESCAPED_IDENTIFIER && !s.empty() && s[0] == '\\') s.remove_prefix(1);
+    while (!s.empty() && (s.back() == ' ' || s.back() == '\t')) s.remove_suffix(1);
     return s;
 }
 
@@ -52,26 +50,24 @@ struct InsideKinds {
     uint8_t of[VT_KIND_COUNT] = {};
     bool acts[512] = {};
     constexpr InsideKinds() {
-        for (uint16_t k : {VT_MODULE, VT_MACROMODULE, VT_INTERFACE, VT_PROGRAM, VT_PACKAGE, VT_PRIMITIVE, VT_CONFIG,
-                           VT_CLASS, VT_CHECKER, VT_ENDMODULE, VT_ENDINTERFACE, VT_ENDPROGRAM, VT_ENDPACKAGE,
-                           VT_ENDPRIMITIVE, VT_ENDCONFIG, VT_ENDCLASS, VT_ENDCHECKER, VT_BIND, VT_DESIGN, VT_USE,
-                           VT_EOF})
+        for (uint16_t k : {VT_MODULE,     VT_MACROMODULE,  VT_INTERFACE, VT_PROGRAM,   VT_PACKAGE,      VT_PRIMITIVE,
+                           VT_CONFIG,     VT_CLASS,        VT_CHECKER,   VT_ENDMODULE, VT_ENDINTERFACE, VT_ENDPROGRAM,
+                           VT_ENDPACKAGE, VT_ENDPRIMITIVE, VT_ENDCONFIG, VT_ENDCLASS,  VT_ENDCHECKER,   VT_BIND,
+                           VT_DESIGN,     VT_USE,          VT_EOF})
             of[k] = ACT;
         // Tokens after which a module item may start.
         for (uint16_t k : {VT_SEMI, VT_BEGIN, VT_END, VT_GENERATE, VT_ENDGENERATE, VT_ELSE, VT_RPAREN, VT_COLON,
                            VT_ATTR_CLOSE, VT_ENDCASE, VT_ENDFUNCTION, VT_ENDTASK})
             of[k] = BEFORE_ITEM;
-        for (uint16_t k : {VT_IDENTIFIER, VT_ESCAPED_IDENTIFIER})
-            of[k] = NAME;
-        for (uint16_t k : {VT_SCOPE, VT_HASH})
-            of[k] = STARTS_NAME;
+        for (uint16_t k : {VT_IDENTIFIER, VT_ESCAPED_IDENTIFIER}) of[k] = NAME;
+        for (uint16_t k : {VT_SCOPE, VT_HASH}) of[k] = STARTS_NAME;
         of[VT_LPAREN] = PAREN;
         for (unsigned prev = 0; prev < 8; ++prev)
             for (unsigned next = 0; next < 8; ++next) {
                 acts[window(prev, ACT, next)] = true;
                 // A name before a name is the label of a block.
-                acts[window(prev, NAME, next)] = next == NAME || next == STARTS_NAME ||
-                                                 (next == PAREN && (prev == BEFORE_ITEM || prev == NAME));
+                acts[window(prev, NAME, next)] =
+                    next == NAME || next == STARTS_NAME || (next == PAREN && (prev == BEFORE_ITEM || prev == NAME));
             }
     }
     static constexpr unsigned window(unsigned prev, unsigned current, unsigned next) {
@@ -91,10 +87,8 @@ public:
 
     void run() {
         while (i_ < t_.size() && t_[i_].kind != VT_EOF) {
-            if (ends_.empty())
-                topLevel();
-            else
-                insideUnit();
+            if (ends_.empty()) topLevel();
+            else insideUnit();
         }
     }
 
@@ -111,11 +105,9 @@ private:
         int depth = 0;
         for (; k < t_.size() && t_[k].kind != VT_EOF; ++k) {
             uint16_t kind = t_[k].kind;
-            if (kind == VT_LPAREN || kind == VT_LBRACKET || kind == VT_LBRACE || kind == VT_APOSTROPHE_LBRACE)
-                ++depth;
+            if (kind == VT_LPAREN || kind == VT_LBRACKET || kind == VT_LBRACE || kind == VT_APOSTROPHE_LBRACE) ++depth;
             else if (kind == VT_RPAREN || kind == VT_RBRACKET || kind == VT_RBRACE) {
-                if (--depth <= 0)
-                    return k + 1;
+                if (--depth <= 0) return k + 1;
             }
         }
         return k;
@@ -126,10 +118,8 @@ private:
         if (t.kind == VT_EXTERN && endKindOf(kindAt(i_ + 1)) && kindAt(i_ + 1) != VT_CLASS) {
             // A prototype names the unit for instances that precede its body.
             size_t k = i_ + 2;
-            while (kindAt(k) == VT_STATIC || kindAt(k) == VT_AUTOMATIC)
-                ++k;
-            if (isName(at(k)))
-                e_.units.push_back(SortUnit{"extern module " + nameText(at(k)), {}});
+            while (kindAt(k) == VT_STATIC || kindAt(k) == VT_AUTOMATIC) ++k;
+            if (isName(at(k))) e_.units.push_back(SortUnit{"extern module " + nameText(at(k)), {}});
             skipPast(VT_SEMI);
             return;
         }
@@ -151,23 +141,19 @@ private:
         unsigned w = InsideKinds::window(0, prev, kInsideKinds.at(t_[i].kind));
         for (; i + 1 < t_.size(); ++i) {
             w = (w << 3 | kInsideKinds.at(t_[i + 1].kind)) & 511;
-            if (kInsideKinds.acts[w])
-                break;
+            if (kInsideKinds.acts[w]) break;
         }
         i_ = i;
         const VeriSkimToken& t = t_[i_];
-        if (t.kind == VT_EOF)
-            return;
+        if (t.kind == VT_EOF) return;
         if (isName(t)) {
-            if (!noteReference() && (startsItem(prevKind()) || afterBlockName()))
-                instancesHere();
+            if (!noteReference() && (startsItem(prevKind()) || afterBlockName())) instancesHere();
             ++i_;
             return;
         }
         if (t.kind == ends_.back()) {
             ends_.pop_back();
-            if (ends_.empty())
-                unit_ = -1;
+            if (ends_.empty()) unit_ = -1;
             ++i_;
             return;
         }
@@ -192,8 +178,7 @@ private:
     bool afterBlockName() const { return i_ >= 2 && isName(t_[i_ - 1]) && t_[i_ - 2].kind == VT_COLON; }
 
     void skipPast(uint16_t kind) {
-        while (i_ < t_.size() && t_[i_].kind != VT_EOF && t_[i_].kind != kind)
-            ++i_;
+        while (i_ < t_.size() && t_[i_].kind != VT_EOF && t_[i_].kind != kind) ++i_;
         ++i_;
     }
 
@@ -206,15 +191,12 @@ private:
             kind = VT_CLASS;
             ++i_;
         }
-        while (kindAt(i_) == VT_STATIC || kindAt(i_) == VT_AUTOMATIC)
-            ++i_;
+        while (kindAt(i_) == VT_STATIC || kindAt(i_) == VT_AUTOMATIC) ++i_;
         ends_.push_back(end);
-        if (!topLevel || !isName(at(i_)))
-            return;
+        if (!topLevel || !isName(at(i_))) return;
         std::string name = nameText(t_[i_]);
         e_.declare(name);
-        if (kind == VT_PRIMITIVE)
-            e_.primitives.push_back(name);
+        if (kind == VT_PRIMITIVE) e_.primitives.push_back(name);
         // Classes and checkers are no design units of the hierarchy.
         if (kind != VT_CLASS && kind != VT_CHECKER) {
             unit_ = static_cast<int>(e_.units.size());
@@ -226,18 +208,15 @@ private:
     // `p::` names a package; `std::` is the language's own. Asked at every name, so the
     // test that rules most of them out comes first and stays small enough to inline.
     bool noteReference() {
-        if (kindAt(i_ + 1) != VT_SCOPE || !isName(t_[i_]) || prevKind() == VT_SCOPE)
-            return false;
+        if (kindAt(i_ + 1) != VT_SCOPE || !isName(t_[i_]) || prevKind() == VT_SCOPE) return false;
         return notePackage(nameView(t_[i_]));
     }
 
     bool notePackage(std::string_view name) {
         // A file names few packages, mostly again and again: a list beats a hash set
         // built per file, and a name met before is known to be a package.
-        if (std::find(packagesSeen_.begin(), packagesSeen_.end(), name) != packagesSeen_.end())
-            return true;
-        if (name == "$unit" || name == "local" || name == "super" || name == "this")
-            return false;
+        if (std::find(packagesSeen_.begin(), packagesSeen_.end(), name) != packagesSeen_.end()) return true;
+        if (name == "$unit" || name == "local" || name == "super" || name == "this") return false;
         packagesSeen_.push_back(name);
         e_.references.push_back(
             SortReference{"work", std::string(name), "", name == "std" ? uint32_t(SORT_REF_IMPLICIT) : 0u});
@@ -248,21 +227,18 @@ private:
     // An instance without a name is a gate's or a UDP's; the same text in a procedure
     // calls a task, so it stays a candidate, and the tokens of its parentheses are read.
     bool instancesHere() {
-        if (unit_ < 0 || (ends_.back() != VT_ENDMODULE && ends_.back() != VT_ENDINTERFACE &&
-                          ends_.back() != VT_ENDPROGRAM))
+        if (unit_ < 0 ||
+            (ends_.back() != VT_ENDMODULE && ends_.back() != VT_ENDINTERFACE && ends_.back() != VT_ENDPROGRAM))
             return false;
         // The label of a block (`begin : name`, `end : name`) names no unit.
         if (i_ >= 2 && t_[i_ - 1].kind == VT_COLON && (t_[i_ - 2].kind == VT_BEGIN || t_[i_ - 2].kind == VT_END))
             return false;
         size_t k = i_ + 1;
-        if (kindAt(k) == VT_LPAREN && isStrength(kindAt(k + 1)))
-            k = skipGroup(k);
+        if (kindAt(k) == VT_LPAREN && isStrength(kindAt(k + 1))) k = skipGroup(k);
         if (kindAt(k) == VT_HASH) {
             ++k;
-            if (kindAt(k) == VT_LPAREN)
-                k = skipGroup(k);
-            else
-                ++k;
+            if (kindAt(k) == VT_LPAREN) k = skipGroup(k);
+            else ++k;
         }
         std::string_view module = nameView(t_[i_]);
         named_.clear();
@@ -270,35 +246,36 @@ private:
             size_t nameAt = k;
             if (isName(at(k))) {
                 ++k;
-                while (kindAt(k) == VT_LBRACKET)
-                    k = skipGroup(k);
+                while (kindAt(k) == VT_LBRACKET) k = skipGroup(k);
             }
-            if (kindAt(k) != VT_LPAREN)
-                break;
+            if (kindAt(k) != VT_LPAREN) break;
             k = skipGroup(k);
             named_.push_back(isName(at(nameAt)) ? nameText(t_[nameAt]) : std::string());
-            if (kindAt(k) != VT_COMMA)
-                break;
+            if (kindAt(k) != VT_COMMA) break;
             ++k;
         }
         bool unnamed = std::any_of(named_.begin(), named_.end(), [](const std::string& n) { return n.empty(); });
-        if (named_.empty() || (unnamed && kindAt(k) != VT_SEMI))
-            return false;
+        if (named_.empty() || (unnamed && kindAt(k) != VT_SEMI)) return false;
         for (const std::string& inst : named_)
             addInstance(std::string(module), inst, inst.empty() ? uint32_t(SORT_REF_CANDIDATE) : 0u);
-        if (unnamed)
-            return false;
+        if (unnamed) return false;
         i_ = k - 1;
         return true;
     }
 
     static bool isStrength(uint16_t kind) {
         switch (kind) {
-        case VT_SUPPLY0: case VT_SUPPLY1: case VT_STRONG0: case VT_STRONG1: case VT_PULL0: case VT_PULL1:
-        case VT_WEAK0: case VT_WEAK1: case VT_HIGHZ0: case VT_HIGHZ1:
-            return true;
-        default:
-            return false;
+        case VT_SUPPLY0:
+        case VT_SUPPLY1:
+        case VT_STRONG0:
+        case VT_STRONG1:
+        case VT_PULL0:
+        case VT_PULL1:
+        case VT_WEAK0:
+        case VT_WEAK1:
+        case VT_HIGHZ0:
+        case VT_HIGHZ1: return true;
+        default: return false;
         }
     }
 
@@ -319,8 +296,7 @@ private:
                     cell = nameText(t_[i_ + 2]);
                     i_ += 2;
                 }
-                if (unit_ >= 0)
-                    e_.units[unit_].instances.push_back(SortReference{lib, cell, "", 0});
+                if (unit_ >= 0) e_.units[unit_].instances.push_back(SortReference{lib, cell, "", 0});
                 e_.references.push_back(SortReference{lib, cell, "", 0});
             }
             ++i_;
@@ -332,7 +308,7 @@ private:
     FileElement& e_;
     size_t i_ = 0;
     std::vector<uint16_t> ends_; // end keywords of the open units, innermost last
-    int unit_ = -1;              // index of the unit table entry being read
+    int unit_ = -1; // index of the unit table entry being read
     std::vector<std::string_view> packagesSeen_;
     std::vector<std::string> named_; // instance names of the instantiation being read
 };
@@ -345,18 +321,14 @@ void veriSkimTokens(const std::vector<VeriSkimToken>& tokens, FileElement& eleme
 
 void decideVeriCandidates(const std::vector<std::unique_ptr<FileElement>>& elements) {
     std::unordered_set<std::string> udps;
-    for (const auto& e : elements)
-        udps.insert(e->primitives.begin(), e->primitives.end());
+    for (const auto& e : elements) udps.insert(e->primitives.begin(), e->primitives.end());
     std::vector<bool> keep;
     for (const auto& e : elements) {
-        if (!IsVerilogLanguage(e->language))
-            continue;
+        if (!IsVerilogLanguage(e->language)) continue;
         keep.clear();
         for (const SortReference& r : e->references)
-            if (r.flags & SORT_REF_CANDIDATE)
-                keep.push_back(udps.count(r.unitName) != 0);
-        if (!keep.empty())
-            e->settleCandidates(keep);
+            if (r.flags & SORT_REF_CANDIDATE) keep.push_back(udps.count(r.unitName) != 0);
+        if (!keep.empty()) e->settleCandidates(keep);
     }
 }
 

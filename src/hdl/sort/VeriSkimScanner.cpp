@@ -19,7 +19,7 @@ using namespace verilex;
 // Where the second character continues no longer spelling, an operator is its first
 // character alone: most operators end without a look at the spelling lists.
 struct ShortOperators {
-    uint16_t single[256] = {};     // kind of the one-character operator, 0 for none
+    uint16_t single[256] = {}; // kind of the one-character operator, 0 for none
     // [first][second / 64] bit second % 64: some longer spelling goes on so. Bits, so
     // that the rows of the operator characters stay in the first-level cache.
     uint64_t continues[256][4] = {};
@@ -28,8 +28,7 @@ struct ShortOperators {
         const std::vector<OperatorSpelling>* byChar = operatorsByFirstChar();
         for (int c = 0; c < 256; ++c) {
             for (const OperatorSpelling& sp : byChar[c]) {
-                if (sp.text.size() == 1 && sp.set == VERI_KW_1995)
-                    single[c] = sp.kind;
+                if (sp.text.size() == 1 && sp.set == VERI_KW_1995) single[c] = sp.kind;
                 else if (sp.text.size() > 1)
                     continues[c][static_cast<unsigned char>(sp.text[1]) >> 6] |=
                         uint64_t(1) << (static_cast<unsigned char>(sp.text[1]) & 63);
@@ -73,18 +72,15 @@ public:
 
     // Innermost first, so that a tracing stream callback sees leaves in nesting order.
     ~Scanner() {
-        while (!frames_.empty())
-            frames_.pop_back();
+        while (!frames_.empty()) frames_.pop_back();
     }
 
     bool run() {
         while (ok_) {
-            if (!conds_.empty() && !conds_.back().active)
-                skipInactive();
+            if (!conds_.empty() && !conds_.back().active) skipInactive();
             plainTokens();
             if (pos_ >= s_.size()) {
-                if (frames_.size() == 1)
-                    return ok_ && conds_.empty();
+                if (frames_.size() == 1) return ok_ && conds_.empty();
                 popFrame();
                 continue;
             }
@@ -115,23 +111,15 @@ public:
                         break;
                     }
                     char ch = s_[pos_++];
-                    if (ch == '"')
-                        break;
+                    if (ch == '"') break;
                     ok_ = ok_ && ch != VeriMacroExpander::kPlaceMarker;
-                    if (ch == '\\' && pos_ < s_.size())
-                        ++pos_;
+                    if (ch == '\\' && pos_ < s_.size()) ++pos_;
                 }
                 emit(VT_STRING_LITERAL, start);
                 break;
-            case '`':
-                ok_ = o_.preprocess && directive(start);
-                break;
-            case '\'':
-                emit(apostrophe(), start);
-                break;
-            default:
-                emit(op(start), start);
-                break;
+            case '`': ok_ = o_.preprocess && directive(start); break;
+            case '\'': emit(apostrophe(), start); break;
+            default: emit(op(start), start); break;
             }
         }
         return false;
@@ -167,10 +155,8 @@ private:
             if (p + 1 < n && data[p] == ' ' && !isSpace(data[p + 1])) {
                 ++p;
             } else {
-                while (p < n && isSpace(data[p]))
-                    ++p;
-                if (p >= n)
-                    break;
+                while (p < n && isSpace(data[p])) ++p;
+                if (p >= n) break;
             }
             char c = data[p];
             size_t start = p;
@@ -187,15 +173,13 @@ private:
                     p = end;
                 } else {
                     LiteralEnd literal = numberAt(s_, p);
-                    if (literal.kind == VT_ERROR)
-                        break;
+                    if (literal.kind == VT_ERROR) break;
                     kind = literal.kind;
                     p = literal.end;
                 }
             } else if (c == '/' && p + 1 < n && (data[p + 1] == '/' || data[p + 1] == '*')) {
                 size_t end = commentEnd(p);
-                if (end == std::string_view::npos || turnsReadingOff(commentBody(p, end)))
-                    break;
+                if (end == std::string_view::npos || turnsReadingOff(commentBody(p, end))) break;
                 p = end;
                 continue;
             } else if (c == '$') {
@@ -207,8 +191,7 @@ private:
                 unsigned char u = static_cast<unsigned char>(c);
                 unsigned char d = p + 1 < n ? static_cast<unsigned char>(data[p + 1]) : 0;
                 kind = shorts_.single[u];
-                if (!kind || ((shorts_.continues[u][d >> 6] >> (d & 63)) & 1))
-                    break;
+                if (!kind || ((shorts_.continues[u][d >> 6] >> (d & 63)) & 1)) break;
                 ++p;
             }
             *w++ = VeriSkimToken(kind, std::string_view(data + start, p - start));
@@ -224,30 +207,39 @@ private:
     // goes on with. `at` itself when that is not so.
     static size_t plainNumberEnd(const char* data, size_t at, size_t n) {
         size_t p = at + 1;
-        while (p < n && isDigit(data[p]))
-            ++p;
-        if (p >= n)
-            return at;
+        while (p < n && isDigit(data[p])) ++p;
+        if (p >= n) return at;
         switch (data[p]) {
-        case ']': case ':': case ')': case ';': case ',': case '}': case '+': case '-': case '*':
-        case '=': case '<': case '>': case '\n':
-            return p;
-        default:
-            return at;
+        case ']':
+        case ':':
+        case ')':
+        case ';':
+        case ',':
+        case '}':
+        case '+':
+        case '-':
+        case '*':
+        case '=':
+        case '<':
+        case '>':
+        case '\n': return p;
+        default: return at;
         }
     }
 
     // Open module, primitive, program and package bodies, where `resetall is wrong.
     void countDesignDepth(uint16_t kind) {
         switch (kind) {
-        case VT_MODULE: case VT_MACROMODULE: case VT_PRIMITIVE: case VT_PROGRAM: case VT_PACKAGE:
-            ++designDepth_;
-            break;
-        case VT_ENDMODULE: case VT_ENDPRIMITIVE: case VT_ENDPROGRAM: case VT_ENDPACKAGE:
-            designDepth_ -= designDepth_ > 0 ? 1 : 0;
-            break;
-        default:
-            break;
+        case VT_MODULE:
+        case VT_MACROMODULE:
+        case VT_PRIMITIVE:
+        case VT_PROGRAM:
+        case VT_PACKAGE: ++designDepth_; break;
+        case VT_ENDMODULE:
+        case VT_ENDPRIMITIVE:
+        case VT_ENDPROGRAM:
+        case VT_ENDPACKAGE: designDepth_ -= designDepth_ > 0 ? 1 : 0; break;
+        default: break;
         }
     }
 
@@ -265,12 +257,9 @@ private:
     bool skipBlanksToLineEnd() {
         for (;;) {
             char c = peek();
-            if (isBlank(c))
-                ++pos_;
-            else if (c == '/' && (peek(1) == '/' || peek(1) == '*'))
-                comment();
-            else
-                return c == '\n' || pos_ >= s_.size();
+            if (isBlank(c)) ++pos_;
+            else if (c == '/' && (peek(1) == '/' || peek(1) == '*')) comment();
+            else return c == '\n' || pos_ >= s_.size();
         }
     }
 
@@ -289,9 +278,7 @@ private:
         return s_.substr(at + 2, end - at - (s_[at + 1] == '*' ? 4 : 2));
     }
 
-    bool turnsReadingOff(std::string_view body) const {
-        return !o_.ignoreTranslateOff && pragmaDirection(body) > 0;
-    }
+    bool turnsReadingOff(std::string_view body) const { return !o_.ignoreTranslateOff && pragmaDirection(body) > 0; }
 
     void comment() {
         size_t end = commentEnd(pos_);
@@ -302,8 +289,7 @@ private:
         }
         std::string_view body = commentBody(pos_, end);
         pos_ = end;
-        if (turnsReadingOff(body))
-            skipTranslateOff();
+        if (turnsReadingOff(body)) skipTranslateOff();
     }
 
     void skipTranslateOff() {
@@ -318,8 +304,7 @@ private:
 
     size_t systemNameEnd(size_t at) const {
         size_t p = at + 1;
-        while (p < s_.size() && isIdentChar(s_[p]))
-            ++p;
+        while (p < s_.size() && isIdentChar(s_[p])) ++p;
         return p;
     }
 
@@ -327,9 +312,7 @@ private:
 
     // Out of line: literals are rare enough that the main loop is better kept small.
     [[gnu::noinline]] uint16_t number() { return literal(numberAt(s_, pos_)); }
-    [[gnu::noinline]] uint16_t apostrophe() {
-        return literal(apostropheAt(s_, pos_, o_.keywordSet >= VERI_KW_SV2005));
-    }
+    [[gnu::noinline]] uint16_t apostrophe() { return literal(apostropheAt(s_, pos_, o_.keywordSet >= VERI_KW_SV2005)); }
 
     uint16_t literal(LiteralEnd literal) {
         pos_ = literal.end;
@@ -347,33 +330,25 @@ private:
         const size_t left = s_.size() - pos_;
         for (const OperatorSpelling& sp : byChar[static_cast<unsigned char>(peek())]) {
             size_t n = sp.text.size();
-            if (n > left || sp.set > o_.keywordSet || !sameTail(s_.data() + pos_, sp.text.data(), n))
-                continue;
+            if (n > left || sp.set > o_.keywordSet || !sameTail(s_.data() + pos_, sp.text.data(), n)) continue;
             if (sp.kind == VT_ATTR_OPEN) {
                 // "@(*)" is an event control on everything, not an attribute.
                 size_t q = pos_ + 2;
-                while (q < s_.size() && isSpace(s_[q]))
-                    ++q;
-                if (q < s_.size() && s_[q] == ')')
-                    continue;
+                while (q < s_.size() && isSpace(s_[q])) ++q;
+                if (q < s_.size() && s_[q] == ')') continue;
             }
-            if (sp.kind == VT_ATTR_CLOSE && lastKind_ == VT_LPAREN)
-                continue;
-            if (sp.kind == VT_COLON_SLASH && (peek(2) == '/' || peek(2) == '*'))
-                continue;
+            if (sp.kind == VT_ATTR_CLOSE && lastKind_ == VT_LPAREN) continue;
+            if (sp.kind == VT_COLON_SLASH && (peek(2) == '/' || peek(2) == '*')) continue;
             pos_ += n;
             return sp.kind;
         }
         while (pos_ < s_.size()) {
             char c = peek();
-            if (isSpace(c) || isIdentChar(c) || (std::strchr("()[]{};,.\"'`\\/", c) && c != '\0'))
-                break;
-            if (!byChar[static_cast<unsigned char>(c)].empty())
-                break;
+            if (isSpace(c) || isIdentChar(c) || (std::strchr("()[]{};,.\"'`\\/", c) && c != '\0')) break;
+            if (!byChar[static_cast<unsigned char>(c)].empty()) break;
             ++pos_;
         }
-        if (pos_ == start)
-            ++pos_;
+        if (pos_ == start) ++pos_;
         return VT_ERROR;
     }
 
@@ -401,10 +376,8 @@ private:
     // position inside a macro text, where only the preprocessor knows the origins.
     ColLineFile positionAt(size_t at) {
         Frame& f = frames_.back();
-        if (!f.isFile)
-            return ColLineFile();
-        if (f.fileId == 0)
-            f.fileId = LineFile::GetFileId(std::string(f.name));
+        if (!f.isFile) return ColLineFile();
+        if (f.fileId == 0) f.fileId = LineFile::GetFileId(std::string(f.name));
         if (at < f.trackPos) {
             f.trackPos = f.lineStart = 0;
             f.line = 1;
@@ -436,10 +409,8 @@ private:
 
     void popFrame() {
         // The preprocessor reports a conditional left open at the end of a file.
-        if (frames_.back().isFile && conds_.size() > frames_.back().condFloor)
-            ok_ = false;
-        if (recording_ && recording_->frame == frames_.size() - 1)
-            finishRecording();
+        if (frames_.back().isFile && conds_.size() > frames_.back().condFloor) ok_ = false;
+        if (recording_ && recording_->frame == frames_.size() - 1) finishRecording();
         else if (recording_ && frames_.back().isFile && recording_->frame < frames_.size() - 1)
             recording_->effect.opens.emplace_back();
         frames_.pop_back();
@@ -451,23 +422,20 @@ private:
 
     const Frame& innermostFile() const {
         for (auto it = frames_.rbegin(); it != frames_.rend(); ++it)
-            if (it->isFile)
-                return *it;
+            if (it->isFile) return *it;
         return frames_.front();
     }
 
     // --- macros: the predefined ones until the text changes any ----------------------
 
     const VeriMacro* findMacro(std::string_view name) const {
-        if (own_)
-            return table_.find(name);
+        if (own_) return table_.find(name);
         return o_.predefined ? o_.predefined->find(name) : nullptr;
     }
     bool isDefined(std::string_view name) const { return findMacro(name) != nullptr; }
     void ownDefinitions() {
         if (!own_ && o_.predefined)
-            for (const VeriMacro* m : o_.predefined->definedMacros())
-                table_.defineShared(*m);
+            for (const VeriMacro* m : o_.predefined->definedMacros()) table_.defineShared(*m);
         own_ = true;
     }
 
@@ -475,11 +443,9 @@ private:
         skipBlanksToLineEnd();
         size_t b = pos_;
         if (pos_ < s_.size() && s_[pos_] == '\\') {
-            while (pos_ < s_.size() && !isBlank(s_[pos_]) && s_[pos_] != '\n')
-                ++pos_;
+            while (pos_ < s_.size() && !isBlank(s_[pos_]) && s_[pos_] != '\n') ++pos_;
         } else if (pos_ < s_.size() && isIdentStart(s_[pos_])) {
-            while (pos_ < s_.size() && isIdentChar(s_[pos_]))
-                ++pos_;
+            while (pos_ < s_.size() && isIdentChar(s_[pos_])) ++pos_;
         }
         return s_.substr(b, pos_ - b);
     }
@@ -498,17 +464,14 @@ private:
         } else if (peek() == '\\' && peek(1) == '`' && peek(2) == '"') {
             pos_ += 3;
         } else {
-            while (isIdentChar(peek()))
-                ++pos_;
+            while (isIdentChar(peek())) ++pos_;
         }
         lastKind_ = VT_LEX_BACKTICK;
         std::string_view name = s_.substr(start + 1, pos_ - start - 1);
-        if (name.empty() || !isIdentStart(name[0]))
-            return false;
+        if (name.empty() || !isIdentStart(name[0])) return false;
         if (name == "ifdef" || name == "ifndef" || name == "elsif" || name == "else" || name == "endif")
             return conditional(name);
-        if (name == "define")
-            return define();
+        if (name == "define") return define();
         if (name == "undef") {
             std::string_view macro = readName();
             ownDefinitions();
@@ -527,21 +490,17 @@ private:
             impure();
             return true;
         }
-        if (name == "include")
-            return include();
-        if (name == "pragma")
-            return pragma();
-        if (name == "__FILE__" || name == "__LINE__")
-            return fileOrLine(name);
-        if (name == "celldefine" || name == "endcelldefine" || name == "nounconnected_drive")
-            return true;
+        if (name == "include") return include();
+        if (name == "pragma") return pragma();
+        if (name == "__FILE__" || name == "__LINE__") return fileOrLine(name);
+        if (name == "celldefine" || name == "endcelldefine" || name == "nounconnected_drive") return true;
         if (name == "resetall") {
             impure();
             return designDepth_ == 0;
         }
         if (name == "default_nettype") {
-            static const std::string_view netTypes[] = {"wire",   "tri",    "tri0",   "tri1",  "wand", "triand",
-                                                         "wor",    "trior",  "trireg", "uwire", "none"};
+            static const std::string_view netTypes[] = {"wire", "tri",   "tri0",   "tri1",  "wand", "triand",
+                                                        "wor",  "trior", "trireg", "uwire", "none"};
             std::string_view type = readName();
             return std::find(std::begin(netTypes), std::end(netTypes), type) != std::end(netTypes);
         }
@@ -549,14 +508,12 @@ private:
             std::string_view drive = readName();
             return drive == "pull0" || drive == "pull1";
         }
-        if (name == "timescale")
-            return timescale();
+        if (name == "timescale") return timescale();
         // The directives that change how the text after them is read.
         if (name == "line" || name == "begin_keywords" || name == "end_keywords" || name == "protect" ||
             name == "protected")
             return false;
-        if (!isVeriDirectiveName(name))
-            return macroUse(name);
+        if (!isVeriDirectiveName(name)) return macroUse(name);
         restOfLine();
         return true;
     }
@@ -567,16 +524,14 @@ private:
         restOfLine();
         std::string_view line = s_.substr(b, pos_ - b);
         line = trim(line.substr(0, line.find("//")));
-        if (line.empty() || !isIdentStart(line[0]))
-            return false;
+        if (line.empty() || !isIdentStart(line[0])) return false;
         return !(line.substr(0, 7) == "protect" && line.find("begin_protected") != std::string_view::npos);
     }
 
     // `__FILE__ and `__LINE__ of the file being read; inside an expansion the
     // preprocessor takes the position from where the macro text came from.
     bool fileOrLine(std::string_view name) {
-        if (!frames_.back().isFile)
-            return false;
+        if (!frames_.back().isFile) return false;
         ColLineFile at = positionAt(pos_ - name.size() - 1);
         return pushExpansion(name == "__FILE__" ? "\"" + std::string(frames_.back().name) + "\""
                                                 : std::to_string(at.leftLine));
@@ -585,8 +540,7 @@ private:
     bool pushExpansion(std::string text) {
         impure();
         expansionBytes_ += text.size();
-        if (frames_.size() >= kMaxFrames || expansionBytes_ > kMaxExpansionBytes)
-            return false;
+        if (frames_.size() >= kMaxFrames || expansionBytes_ > kMaxExpansionBytes) return false;
         const std::string& kept = texts_.emplace_back(std::move(text));
         pushFrame(Frame{}, kept);
         return true;
@@ -598,8 +552,7 @@ private:
     bool macroUse(std::string_view name) {
         ownDefinitions();
         const VeriMacro* m = table_.find(name);
-        if (!m || frames_.size() >= kMaxFrames)
-            return false;
+        if (!m || frames_.size() >= kMaxFrames) return false;
         ColLineFile callSite = positionAt(pos_ - name.size() - 1);
         // The argument texts are kept from use to use with their capacity: a file may
         // hold hundreds of uses.
@@ -608,8 +561,7 @@ private:
         if (m->functionLike) {
             size_t p = pos_;
             useSpans_.clear();
-            if (scanMacroArgs(s_, p, useSpans_) != VeriArgScan::Ok)
-                return false;
+            if (scanMacroArgs(s_, p, useSpans_) != VeriArgScan::Ok) return false;
             useArgs_.resize(useSpans_.size());
             for (size_t k = 0; k < useSpans_.size(); ++k) {
                 const VeriArgSpan& span = useSpans_[k];
@@ -624,8 +576,7 @@ private:
         VeriMappedText& out = useOut_;
         out.text.clear();
         out.origins.clear();
-        if (!expander_.expand(*m, *args, callSite, out) || expander_.doubtful())
-            return false;
+        if (!expander_.expand(*m, *args, callSite, out) || expander_.doubtful()) return false;
         return pushExpansion(std::move(out.text));
     }
 
@@ -634,20 +585,16 @@ private:
     bool include() {
         skipBlanksToLineEnd();
         char open = peek();
-        if (open != '"' && open != '<')
-            return false;
+        if (open != '"' && open != '<') return false;
         char close = open == '"' ? '"' : '>';
         size_t e = pos_ + 1;
-        while (e < s_.size() && s_[e] != close && s_[e] != '\n')
-            ++e;
-        if (e >= s_.size() || s_[e] != close)
-            return false;
+        while (e < s_.size() && s_[e] != close && s_[e] != '\n') ++e;
+        if (e >= s_.size() || s_[e] != close) return false;
         std::string name(s_.substr(pos_ + 1, e - pos_ - 1));
         pos_ = e + 1;
         std::string path;
         // A file the callback cannot read is reported by the preprocessor; it alone opens it.
-        if (!resolveInclude(name, path))
-            return false;
+        if (!resolveInclude(name, path)) return false;
         size_t fileDepth = 0;
         size_t selfNesting = 0;
         for (const Frame& f : frames_) {
@@ -660,28 +607,23 @@ private:
         frame.isFile = true;
         frame.condFloor = conds_.size();
         frame.stream = openInclude(path);
-        if (!frame.stream->is_open())
-            return false;
+        if (!frame.stream->is_open()) return false;
         // While a file is recorded, the files it includes are recorded with it.
         if (!recording_ && replay(path, *frame.stream, fileDepth))
             return true; // the stream closes here, as after reading the file
         std::string text;
         if (!frame.stream->ReadAll(text)) {
-            if (o_.failedOpens)
-                o_.failedOpens->push_back(path);
+            if (o_.failedOpens) o_.failedOpens->push_back(path);
             return false;
         }
         bool nested = recording_ != nullptr;
-        if (nested)
-            recording_->effect.opens.push_back(path);
-        else if (o_.includeCache)
-            recording_ = std::make_unique<Recording>(frames_.size(), out_.size(), path);
+        if (nested) recording_->effect.opens.push_back(path);
+        else if (o_.includeCache) recording_ = std::make_unique<Recording>(frames_.size(), out_.size(), path);
         frame.name = texts_.emplace_back(std::move(path));
         const std::string& kept = texts_.emplace_back(std::move(text));
         pushFrame(std::move(frame), kept);
         if (recording_) {
-            if (!nested)
-                recording_->fileDepth = fileDepth + 1;
+            if (!nested) recording_->fileDepth = fileDepth + 1;
             recording_->sources.push_back(kept);
             recording_->effect.depth = std::max(recording_->effect.depth, fileDepth + 1 - recording_->fileDepth);
         }
@@ -694,8 +636,7 @@ private:
         if (failed && std::find(failed->begin(), failed->end(), path) != failed->end())
             return std::make_unique<SourceStream>(nullptr);
         std::unique_ptr<SourceStream> stream = OpenSourceStream(o_.streamCallBack, path.c_str());
-        if (failed && !stream->is_open())
-            failed->push_back(path);
+        if (failed && !stream->is_open()) failed->push_back(path);
         return stream;
     }
 
@@ -718,8 +659,7 @@ private:
         bool found = FileSystem::IsSourceFile(path = FileSystem::Join(dir, name));
         for (size_t k = 0; !found && o_.includeDirs && k < o_.includeDirs->size(); ++k)
             found = FileSystem::IsSourceFile(path = FileSystem::Join((*o_.includeDirs)[k], name));
-        if (found && o_.includeCache)
-            o_.includeCache->found.emplace(std::move(key), path);
+        if (found && o_.includeCache) o_.includeCache->found.emplace(std::move(key), path);
         return found;
     }
 
@@ -728,8 +668,9 @@ private:
     // An include being read for the cache: its effect so far, the texts it covers, and
     // the names it has defined or removed (later tests of those depend on it alone).
     struct Recording {
-        Recording(size_t frame, size_t tokens, std::string path) : frame(frame), tokens(tokens), path(std::move(path)) {}
-        size_t frame;  // index of the include's frame
+        Recording(size_t frame, size_t tokens, std::string path)
+            : frame(frame), tokens(tokens), path(std::move(path)) {}
+        size_t frame; // index of the include's frame
         size_t tokens; // tokens before it
         std::string path;
         size_t fileDepth = 0; // files open with the include's own
@@ -742,14 +683,12 @@ private:
     // Anything but definitions and tests (a token, a macro use, a nested include, a
     // directive whose effect depends on what came before) keeps the include uncached.
     void impure() {
-        if (recording_)
-            recording_->pure = false;
+        if (recording_) recording_->pure = false;
     }
 
     bool tested(std::string_view name) {
         bool defined = isDefined(name);
-        if (recording_ && !recording_->touched.count(name))
-            recording_->effect.tests.emplace_back(name, defined);
+        if (recording_ && !recording_->touched.count(name)) recording_->effect.tests.emplace_back(name, defined);
         return defined;
     }
 
@@ -757,26 +696,19 @@ private:
     // changed since: the stream tells the size without a read. A replayed file and the
     // files it includes are still opened (and closed), so that the tracer sees them.
     bool replay(const std::string& path, SourceStream& stream, size_t fileDepth) {
-        if (!o_.includeCache)
-            return false;
+        if (!o_.includeCache) return false;
         auto it = o_.includeCache->byPath.find(path);
-        if (it == o_.includeCache->byPath.end())
-            return false;
+        if (it == o_.includeCache->byPath.end()) return false;
         size_t size = stream.Remaining();
         for (const auto& effect : it->second) {
-            if (size == 0 || effect->texts[0].size() != size || !replayable(*effect, path, fileDepth))
-                continue;
+            if (size == 0 || effect->texts[0].size() != size || !replayable(*effect, path, fileDepth)) continue;
             bool holds = true;
-            for (const auto& [name, defined] : effect->tests)
-                holds = holds && isDefined(name) == defined;
-            if (!holds || !reopen(*effect))
-                continue;
+            for (const auto& [name, defined] : effect->tests) holds = holds && isDefined(name) == defined;
+            if (!holds || !reopen(*effect)) continue;
             ownDefinitions();
             for (const auto& [macro, removal] : effect->changes) {
-                if (removal)
-                    table_.undefine(macro.name);
-                else
-                    table_.defineShared(macro);
+                if (removal) table_.undefine(macro.name);
+                else table_.defineShared(macro);
             }
             return true;
         }
@@ -809,8 +741,7 @@ private:
             size_t size = open.back()->Remaining();
             same = same && size != 0 && size == effect.texts[next++].size();
         }
-        while (!open.empty())
-            open.pop_back();
+        while (!open.empty()) open.pop_back();
         includes_ += effect.texts.size() - 1;
         return same;
     }
@@ -820,11 +751,9 @@ private:
     void finishRecording() {
         std::unique_ptr<Recording> rec = std::move(recording_);
         auto& effects = o_.includeCache->byPath[rec->path];
-        if (!ok_ || !rec->pure || out_.size() != rec->tokens || effects.size() >= kMaxEffectsPerInclude)
-            return;
+        if (!ok_ || !rec->pure || out_.size() != rec->tokens || effects.size() >= kMaxEffectsPerInclude) return;
         auto effect = std::make_unique<VeriSkimIncludeEffect>(std::move(rec->effect));
-        for (std::string_view source : rec->sources)
-            effect->texts.emplace_back(source);
+        for (std::string_view source : rec->sources) effect->texts.emplace_back(source);
         auto move = [&](std::string_view& v) {
             for (size_t k = 0; k < rec->sources.size() && !v.empty(); ++k) {
                 std::string_view from = rec->sources[k];
@@ -834,8 +763,7 @@ private:
                 }
             }
         };
-        for (auto& test : effect->tests)
-            move(test.first);
+        for (auto& test : effect->tests) move(test.first);
         for (auto& change : effect->changes) {
             move(change.first.name);
             move(change.first.body);
@@ -872,15 +800,13 @@ private:
             conds_.push_back(c);
             return !name.empty();
         }
-        if (conds_.size() <= innermostFile().condFloor)
-            return false;
+        if (conds_.size() <= innermostFile().condFloor) return false;
         Cond& c = conds_.back();
         if (dir == "endif") {
             conds_.pop_back();
             return true;
         }
-        if (c.sawElse)
-            return false;
+        if (c.sawElse) return false;
         if (dir == "else") {
             c.sawElse = true;
             c.active = c.parentActive && !c.taken;
@@ -898,16 +824,13 @@ private:
     // with a different body is reported, so it is left to the preprocessor.
     bool define() {
         std::string_view name = readName();
-        if (name.empty() || isVeriDirectiveName(name) || name == "__FILE__" || name == "__LINE__")
-            return false;
+        if (name.empty() || isVeriDirectiveName(name) || name == "__FILE__" || name == "__LINE__") return false;
         VeriMacro m;
         m.name = name;
-        if (!readMacroDefinition(s_, pos_, m))
-            return false;
+        if (!readMacroDefinition(s_, pos_, m)) return false;
         m.bodyPos = positionAt(size_t(m.body.data() - s_.data()));
         const VeriMacro* old = findMacro(name);
-        if (old && old->body != m.body)
-            return false;
+        if (old && old->body != m.body) return false;
         ownDefinitions();
         table_.define(m);
         if (recording_) {
@@ -923,9 +846,7 @@ private:
     }
 
     // Skips text of a branch not taken, up to the next conditional directive.
-    void skipInactive() {
-        pos_ = nextConditionalDirective(s_, pos_);
-    }
+    void skipInactive() { pos_ = nextConditionalDirective(s_, pos_); }
 
     std::string_view s_;
     const VeriSkimScanOptions& o_;

@@ -45,7 +45,7 @@ struct VeriSkimIncludeEffect {
     std::vector<std::string> opens;
     size_t depth = 0; // deepest nesting of includes below the file
     std::vector<std::pair<std::string_view, bool>> tests; // a name and whether it was defined
-    std::vector<std::pair<VeriMacro, bool>> changes;       // a definition, or (true) a removal
+    std::vector<std::pair<VeriMacro, bool>> changes; // a definition, or (true) a removal
 };
 
 // What one skim learns about includes: effects by include path (a few per path, for

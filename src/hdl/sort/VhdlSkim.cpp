@@ -28,10 +28,8 @@ public:
 
     void run() {
         for (;;) {
-            while (i_ < t_.size() && t_[i_].kind < VHDL_TOKEN_COUNT && !kActedKinds.of[t_[i_].kind])
-                ++i_;
-            if (i_ >= t_.size() || t_[i_].kind == VHDL_EOF)
-                return;
+            while (i_ < t_.size() && t_[i_].kind < VHDL_TOKEN_COUNT && !kActedKinds.of[t_[i_].kind]) ++i_;
+            if (i_ >= t_.size() || t_[i_].kind == VHDL_EOF) return;
             switch (t_[i_].kind) {
             case VHDL_LIBRARY: libraryClause(); break;
             case VHDL_USE: useClause(); break;
@@ -57,16 +55,14 @@ private:
     uint16_t kindAt(size_t k) const { return k < t_.size() ? t_[k].kind : uint16_t(VHDL_EOF); }
     // The name of the identifier at k, by the front-end's rule (VhdlNames.h).
     std::string textAt(size_t k) const {
-        if (k >= t_.size())
-            return std::string();
+        if (k >= t_.size()) return std::string();
         return VhdlIdName(text_.substr(t_[k].begin, t_[k].end - t_[k].begin), preserveIdCase_);
     }
     uint32_t at() const { return static_cast<uint32_t>(i_); }
 
     void addReference(const std::string& lib, const std::string& unit, uint32_t flags = 0) {
         for (const SortReference& r : e_.references)
-            if (r.libraryName == lib && r.unitName == unit && r.instanceName.empty() && r.flags == flags)
-                return;
+            if (r.libraryName == lib && r.unitName == unit && r.instanceName.empty() && r.flags == flags) return;
         e_.references.push_back(SortReference{lib, unit, "", flags});
     }
 
@@ -89,8 +85,7 @@ private:
     void libraryClause() {
         ++i_;
         while (isName(kindAt(i_)) || kindAt(i_) == VHDL_COMMA) {
-            if (isName(kindAt(i_)))
-                addReference(textAt(i_), "");
+            if (isName(kindAt(i_))) addReference(textAt(i_), "");
             ++i_;
         }
     }
@@ -112,8 +107,7 @@ private:
     // Comma-separated selected names; each with a prefix names library and unit.
     void selectedNames(Names names) {
         for (;;) {
-            if (!isName(kindAt(i_)))
-                return;
+            if (!isName(kindAt(i_))) return;
             uint32_t start = at();
             std::string lib = textAt(i_);
             ++i_;
@@ -123,15 +117,14 @@ private:
                 i_ += 2;
                 bool item = kindAt(i_) == VHDL_DOT && (isName(kindAt(i_ + 1)) || kindAt(i_ + 1) == VHDL_ALL);
                 if (names == Names::Context || (names == Names::Use && item))
-                    e_.vhdl.uses.push_back(VhdlVisibility::Use{
-                        start, lib, unit, item && isName(kindAt(i_ + 1)) ? textAt(i_ + 1) : "all",
-                        names == Names::Context});
+                    e_.vhdl.uses.push_back(VhdlVisibility::Use{start, lib, unit,
+                                                               item && isName(kindAt(i_ + 1)) ? textAt(i_ + 1) : "all",
+                                                               names == Names::Context});
             }
             while (kindAt(i_) == VHDL_DOT &&
                    (isName(kindAt(i_ + 1)) || kindAt(i_ + 1) == VHDL_ALL || kindAt(i_ + 1) == VHDL_STRING))
                 i_ += 2;
-            if (kindAt(i_) != VHDL_COMMA)
-                return;
+            if (kindAt(i_) != VHDL_COMMA) return;
             ++i_;
         }
     }
@@ -141,8 +134,7 @@ private:
     bool boundUnit(std::string& lib, std::string& unit, std::string& arch) {
         bool isEntity = kindAt(i_) == VHDL_ENTITY;
         ++i_;
-        if (!isName(kindAt(i_)))
-            return false;
+        if (!isName(kindAt(i_))) return false;
         lib = "work";
         unit = textAt(i_++);
         if (kindAt(i_) == VHDL_DOT && isName(kindAt(i_ + 1))) {
@@ -162,8 +154,7 @@ private:
     // the target text of an instance of it.
     std::string referToBound(const std::string& lib, const std::string& unit, const std::string& arch) {
         addReference(lib, unit);
-        if (arch.empty())
-            return unit;
+        if (arch.empty()) return unit;
         std::string target = unit + " " + arch;
         addReference(lib, target);
         return target;
@@ -171,8 +162,7 @@ private:
 
     void binding() {
         std::string lib, unit, arch;
-        if (!boundUnit(lib, unit, arch))
-            return;
+        if (!boundUnit(lib, unit, arch)) return;
         std::string target = referToBound(lib, unit, arch);
         // Inside an architecture a binding only refines an instance listed already.
         if (unit_ >= 0 && inConfiguration_)
@@ -281,21 +271,17 @@ private:
         uint16_t k = kindAt(i_);
         if (k == VHDL_ENTITY || k == VHDL_CONFIGURATION) {
             std::string lib, unit, arch;
-            if (!boundUnit(lib, unit, arch))
-                return;
+            if (!boundUnit(lib, unit, arch)) return;
             std::string target = referToBound(lib, unit, arch);
-            if (unit_ >= 0)
-                e_.units[unit_].instances.push_back(SortReference{lib, target, textAt(label), 0});
+            if (unit_ >= 0) e_.units[unit_].instances.push_back(SortReference{lib, target, textAt(label), 0});
             return;
         }
         bool keyword = k == VHDL_COMPONENT;
         size_t n = keyword ? i_ + 1 : i_;
-        if (!isName(kindAt(n)))
-            return;
+        if (!isName(kindAt(n))) return;
         // A selected component name keeps its last part.
         size_t first = n;
-        while (kindAt(n + 1) == VHDL_DOT && isName(kindAt(n + 2)))
-            n += 2;
+        while (kindAt(n + 1) == VHDL_DOT && isName(kindAt(n + 2))) n += 2;
         uint16_t after = kindAt(n + 1);
         bool mapFollows = (after == VHDL_PORT || after == VHDL_GENERIC) && kindAt(n + 2) == VHDL_MAP;
         uint32_t flags = 0;
@@ -305,17 +291,14 @@ private:
             if (keyword || after != VHDL_SEMI || unit_ < 0 || entity_.empty() || inRecord_ || !startsStatement(label))
                 return;
             VhdlVisibility::Candidate c{at(), static_cast<uint32_t>(unit_), textAt(n), "", "", entity_};
-            if (n >= first + 2)
-                c.package = textAt(n - 2);
-            if (n >= first + 4)
-                c.library = textAt(n - 4);
+            if (n >= first + 2) c.package = textAt(n - 2);
+            if (n >= first + 4) c.library = textAt(n - 4);
             e_.vhdl.candidates.push_back(std::move(c));
             flags = SORT_REF_CANDIDATE;
         }
         std::string comp = textAt(n);
         std::string inst = textAt(label);
-        if (unit_ >= 0)
-            e_.units[unit_].instances.push_back(SortReference{"work", comp, inst, flags});
+        if (unit_ >= 0) e_.units[unit_].instances.push_back(SortReference{"work", comp, inst, flags});
         e_.references.push_back(SortReference{"work", comp, inst, SORT_REF_WEAK | flags});
         i_ = n + 1;
     }
@@ -323,8 +306,7 @@ private:
     // Whether the token at k can start a concurrent statement: it follows the end of
     // one, a `begin`, a `generate` or the choices of a case generate alternative.
     bool startsStatement(size_t k) const {
-        if (k == 0)
-            return false;
+        if (k == 0) return false;
         uint16_t before = kindAt(k - 1);
         return before == VHDL_SEMI || before == VHDL_BEGIN || before == VHDL_GENERATE || before == VHDL_ARROW;
     }
@@ -334,8 +316,8 @@ private:
     void component() {
         uint16_t before = i_ > 0 ? kindAt(i_ - 1) : uint16_t(VHDL_EOF);
         if (before != VHDL_END && before != VHDL_COLON && isName(kindAt(i_ + 1)) && unit_ >= 0)
-            e_.vhdl.components.push_back(VhdlVisibility::Component{at(), static_cast<uint32_t>(unit_),
-                                                                   textAt(i_ + 1), unitKind_ == VHDL_PACKAGE});
+            e_.vhdl.components.push_back(VhdlVisibility::Component{at(), static_cast<uint32_t>(unit_), textAt(i_ + 1),
+                                                                   unitKind_ == VHDL_PACKAGE});
         ++i_;
     }
 
@@ -347,9 +329,9 @@ private:
     bool inConfiguration_ = false;
     std::string configEntity_; // entity of a configuration until its top block is read
     std::string pendingLabel_; // first label of the configuration specification being read
-    std::string entity_;       // entity of the architecture being read
-    uint16_t unitKind_ = 0;    // keyword that started units[unit_]
-    bool inRecord_ = false;    // between `record` and `end record`
+    std::string entity_; // entity of the architecture being read
+    uint16_t unitKind_ = 0; // keyword that started units[unit_]
+    bool inRecord_ = false; // between `record` and `end record`
     const bool preserveIdCase_;
 };
 

@@ -20,14 +20,10 @@ struct CharClasses {
             bool digit = c >= '0' && c <= '9';
             bool alnum = digit || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
             uint8_t bits = 0;
-            if (letter)
-                bits |= CC_LETTER | CC_NAME;
-            if (digit)
-                bits |= CC_DIGIT | CC_NAME;
-            if (c == '_')
-                bits |= CC_NAME;
-            if (alnum)
-                bits |= CC_EXTDIGIT;
+            if (letter) bits |= CC_LETTER | CC_NAME;
+            if (digit) bits |= CC_DIGIT | CC_NAME;
+            if (c == '_') bits |= CC_NAME;
+            if (alnum) bits |= CC_EXTDIGIT;
             if (c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v' || c == 0xa0)
                 bits |= CC_BLANK;
             of[c] = bits;
@@ -58,8 +54,7 @@ struct KeywordTable {
 #undef VHDL_KW_ROW
         };
         for (const Entry& e : all)
-            if (e.text.size() <= kMaxLen)
-                buckets[e.text.size() * 26 + size_t(e.text[0] - 'a')].push_back(e);
+            if (e.text.size() <= kMaxLen) buckets[e.text.size() * 26 + size_t(e.text[0] - 'a')].push_back(e);
     }
 
     // wordIs for a name against a reserved word of the same length. A reserved word
@@ -67,21 +62,17 @@ struct KeywordTable {
     // sides a letter meets only itself in either case, and `_` only `_`.
     static bool nameIs(std::string_view name, std::string_view reserved) {
         for (size_t k = 0; k < name.size(); ++k)
-            if ((name[k] | 0x20) != (reserved[k] | 0x20))
-                return false;
+            if ((name[k] | 0x20) != (reserved[k] | 0x20)) return false;
         return true;
     }
 
     VhdlToken find(std::string_view word, unsigned mode) const {
         size_t len = word.size();
         char first = static_cast<char>(word[0] | 0x20);
-        if (len > kMaxLen || first < 'a' || first > 'z')
-            return VHDL_ID;
+        if (len > kMaxLen || first < 'a' || first > 'z') return VHDL_ID;
         for (const Entry& e : buckets[len * 26 + size_t(first - 'a')]) {
-            if (!nameIs(word, e.text))
-                continue;
-            if (e.edition == VHDL_PSL)
-                return mode == VHDL_PSL ? e.token : VHDL_ID;
+            if (!nameIs(word, e.text)) continue;
+            if (e.edition == VHDL_PSL) return mode == VHDL_PSL ? e.token : VHDL_ID;
             unsigned effective = mode == VHDL_PSL ? unsigned(VHDL_2008) : mode;
             return e.edition <= effective ? e.token : VHDL_ID;
         }
@@ -102,8 +93,7 @@ public:
     bool run() {
         while (ok_) {
             skipBlanksAndComments();
-            if (!ok_)
-                return false;
+            if (!ok_) return false;
             // Filled in place: a token put together on the stack and copied stalls the load.
             VhdlSkimToken& t = out_.emplace_back();
             t.begin = static_cast<uint32_t>(pos_);
@@ -142,8 +132,7 @@ private:
             if (hasClass(c, CC_BLANK)) {
                 // A local index: the member would be stored at every blank.
                 size_t p = pos_ + 1;
-                while (p < s_.size() && hasClass(s_[p], CC_BLANK))
-                    ++p;
+                while (p < s_.size() && hasClass(s_[p], CC_BLANK)) ++p;
                 pos_ = p;
             } else if (c == '-' && peek(1) == '-') {
                 lineComment();
@@ -169,14 +158,12 @@ private:
         std::string_view body = s_.substr(start + 2, pos_ - start - 2);
         size_t first = 0;
         std::string_view word = nextWord(body, first);
-        if (word.size() > 13)
-            return;
+        if (word.size() > 13) return;
         if (wordIs(word, "psl")) {
             ok_ = false; // the lexer says that it ignores PSL
             return;
         }
-        if (!ignorePragmas_ && pragmaKind(body) == 1)
-            skipToPragmaOn();
+        if (!ignorePragmas_ && pragmaKind(body) == 1) skipToPragmaOn();
     }
 
     void skipToPragmaOn() {
@@ -185,8 +172,7 @@ private:
                 size_t start = pos_;
                 const void* nl = std::memchr(s_.data() + pos_, '\n', s_.size() - pos_);
                 pos_ = nl ? size_t(static_cast<const char*>(nl) - s_.data()) : s_.size();
-                if (pragmaKind(s_.substr(start + 2, pos_ - start - 2)) == 2)
-                    return;
+                if (pragmaKind(s_.substr(start + 2, pos_ - start - 2)) == 2) return;
             } else {
                 ++pos_;
             }
@@ -254,18 +240,17 @@ private:
         } else if (isLetter(c)) {
             // A length in front of a bit string literal: 12UX"F".
             size_t k = 0;
-            while (isLetter(peek(k)) && k < 3)
-                ++k;
+            while (isLetter(peek(k)) && k < 3) ++k;
             if (peek(k) == '"' && isBaseSpecifier(s_.substr(pos_, k))) {
                 pos_ += k;
                 bitStringTail(t);
                 return;
             }
         }
-        if ((peek() == 'e' || peek() == 'E') && (isDigit(peek(1)) || ((peek(1) == '+' || peek(1) == '-') && isDigit(peek(2))))) {
+        if ((peek() == 'e' || peek() == 'E') &&
+            (isDigit(peek(1)) || ((peek(1) == '+' || peek(1) == '-') && isDigit(peek(2))))) {
             ++pos_;
-            if (peek() == '+' || peek() == '-')
-                ++pos_;
+            if (peek() == '+' || peek() == '-') ++pos_;
             digits(false);
         }
     }
@@ -313,19 +298,14 @@ private:
         case ':': return n == '=' ? take(t, 2, VHDL_VARASSIGN) : take(t, 1, VHDL_COLON);
         case ';': return take(t, 1, VHDL_SEMI);
         case '<':
-            if (n == '=')
-                return take(t, 2, VHDL_LE);
-            if (n == '>')
-                return take(t, 2, VHDL_BOX);
-            if (n == '<')
-                return take(t, 2, VHDL_LTLT);
+            if (n == '=') return take(t, 2, VHDL_LE);
+            if (n == '>') return take(t, 2, VHDL_BOX);
+            if (n == '<') return take(t, 2, VHDL_LTLT);
             return take(t, 1, VHDL_LT);
         case '=': return n == '>' ? take(t, 2, VHDL_ARROW) : take(t, 1, VHDL_EQ);
         case '>':
-            if (n == '=')
-                return take(t, 2, VHDL_GE);
-            if (n == '>')
-                return take(t, 2, VHDL_GTGT);
+            if (n == '=') return take(t, 2, VHDL_GE);
+            if (n == '>') return take(t, 2, VHDL_GTGT);
             return take(t, 1, VHDL_GT);
         case '|': return take(t, 1, VHDL_BAR);
         case '!': return take(t, 1, VHDL_BAR);
@@ -336,16 +316,11 @@ private:
         case '}': return take(t, 1, VHDL_RBRACE);
         case '^': return take(t, 1, VHDL_CARET);
         case '?':
-            if (n == '?')
-                return take(t, 2, VHDL_COND);
-            if (n == '=')
-                return take(t, 2, VHDL_MEQ);
-            if (n == '/' && peek(2) == '=')
-                return take(t, 3, VHDL_MNEQ);
-            if (n == '<')
-                return peek(2) == '=' ? take(t, 3, VHDL_MLE) : take(t, 2, VHDL_MLT);
-            if (n == '>')
-                return peek(2) == '=' ? take(t, 3, VHDL_MGE) : take(t, 2, VHDL_MGT);
+            if (n == '?') return take(t, 2, VHDL_COND);
+            if (n == '=') return take(t, 2, VHDL_MEQ);
+            if (n == '/' && peek(2) == '=') return take(t, 3, VHDL_MNEQ);
+            if (n == '<') return peek(2) == '=' ? take(t, 3, VHDL_MLE) : take(t, 2, VHDL_MLT);
+            if (n == '>') return peek(2) == '=' ? take(t, 3, VHDL_MGE) : take(t, 2, VHDL_MGT);
             return take(t, 1, VHDL_QUESTION);
         default:
             ok_ = false; // a character the lexer reports

@@ -18,8 +18,7 @@ char lowerChar(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A'
 
 std::string lower(std::string_view s) {
     std::string out(s);
-    for (char& c : out)
-        c = lowerChar(c);
+    for (char& c : out) c = lowerChar(c);
     return out;
 }
 
@@ -38,8 +37,7 @@ public:
     explicit Deciding(const std::vector<std::unique_ptr<FileElement>>& elements) {
         for (const auto& owned : elements) {
             const FileElement& e = *owned;
-            if (!IsVhdlLanguage(e.language))
-                continue;
+            if (!IsVhdlLanguage(e.language)) continue;
             std::string lib = lower(e.libraryName);
             for (const VhdlVisibility::Component& c : e.vhdl.components)
                 if (c.inPackage && c.unit < e.units.size())
@@ -63,11 +61,9 @@ public:
             return declares(key(from, c.package), name, "all");
         }
         for (const VhdlVisibility::Component& d : e.vhdl.components)
-            if (d.unit == c.unit && d.at < c.at && idKey(d.name) == name)
-                return true;
+            if (d.unit == c.unit && d.at < c.at && idKey(d.name) == name) return true;
         seenContexts_.clear();
-        if (visibleIn(Region{&e, 0, c.at}, name))
-            return true;
+        if (visibleIn(Region{&e, 0, c.at}, name)) return true;
         auto entity = entities_.find(key(lib, c.entity));
         return entity != entities_.end() && visibleIn(entity->second, name);
     }
@@ -84,15 +80,12 @@ private:
     bool visibleIn(const Region& region, const std::string& name) {
         std::string own = lower(region.element->libraryName);
         for (const VhdlVisibility::Use& u : region.element->vhdl.uses) {
-            if (u.at < region.from || u.at >= region.to)
-                continue;
+            if (u.at < region.from || u.at >= region.to) continue;
             std::string lib = lower(u.library);
-            if (lib == "work")
-                lib = own;
+            if (lib == "work") lib = own;
             std::string unit = key(lib, u.unit);
             if (!u.context) {
-                if (declares(unit, name, u.item))
-                    return true;
+                if (declares(unit, name, u.item)) return true;
                 continue;
             }
             auto context = contexts_.find(unit);
@@ -114,23 +107,19 @@ private:
 
 void decideVhdlCandidates(const std::vector<std::unique_ptr<FileElement>>& elements) {
     bool any = false;
-    for (const auto& e : elements)
-        any = any || !e->vhdl.candidates.empty();
+    for (const auto& e : elements) any = any || !e->vhdl.candidates.empty();
     if (any) {
         Deciding deciding(elements);
         for (const auto& owned : elements) {
             FileElement& e = *owned;
-            if (e.vhdl.candidates.empty())
-                continue;
+            if (e.vhdl.candidates.empty()) continue;
             std::vector<bool> keep;
-            for (const VhdlVisibility::Candidate& c : e.vhdl.candidates)
-                keep.push_back(deciding.isInstance(e, c));
+            for (const VhdlVisibility::Candidate& c : e.vhdl.candidates) keep.push_back(deciding.isInstance(e, c));
             e.settleCandidates(keep);
         }
     }
     // What is visible stays, for files registered after this.
-    for (const auto& e : elements)
-        e->vhdl.candidates.clear();
+    for (const auto& e : elements) e->vhdl.candidates.clear();
 }
 
 } // namespace hdl

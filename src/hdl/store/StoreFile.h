@@ -81,9 +81,9 @@ private:
 };
 
 struct StoreKind {
-    const char* magic;  // 8 bytes
-    uint32_t version;   // of the format
-    uint64_t layout;    // of the node classes
+    const char* magic; // 8 bytes
+    uint32_t version; // of the format
+    uint64_t layout; // of the node classes
 };
 
 // The file's bytes: header, then the payload, enciphered when `cipher` is given.
@@ -104,7 +104,7 @@ inline uint64_t StoreHash(std::string_view s, uint64_t h = 0xcbf29ce484222325ull
         std::memcpy(&word, s.data() + i, 8);
         h = StoreHash(word, h);
     }
-    uint64_t tail = s.size() - i;  // the length in the top byte keeps short tails apart
+    uint64_t tail = s.size() - i; // the length in the top byte keeps short tails apart
     for (size_t k = 0; i < s.size(); ++i, ++k) tail |= uint64_t(static_cast<unsigned char>(s[i])) << (8 * (k + 1));
     return StoreHash(tail, h);
 }

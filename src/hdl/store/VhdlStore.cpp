@@ -62,10 +62,10 @@ struct ClassCodec {
     uint32_t id = 0;
     VhdlTreeNode* (*make)(Arena&) = nullptr;
     void (*children)(VhdlTreeNode&, std::vector<VhdlTreeNode*>&) = nullptr;
-    uint64_t (*print)(VhdlTreeNode&, uint64_t) = nullptr;  // fields into a fingerprint
+    uint64_t (*print)(VhdlTreeNode&, uint64_t) = nullptr; // fields into a fingerprint
     void (*save)(Saver&, VhdlTreeNode&) = nullptr;
     void (*load)(Loader&, VhdlTreeNode&) = nullptr;
-    uint64_t (*shape)(uint64_t) = nullptr;  // member kinds into the layout
+    uint64_t (*shape)(uint64_t) = nullptr; // member kinds into the layout
 };
 
 template <class F>
@@ -102,7 +102,7 @@ const ClassCodec& CodecOf(uint32_t id);
 struct Walk {
     std::vector<VhdlTreeNode*> order;
     uint64_t fingerprint = 0;
-    std::unordered_map<VhdlTreeNode*, uint32_t> places;  // filled on demand
+    std::unordered_map<VhdlTreeNode*, uint32_t> places; // filled on demand
 
     uint32_t placeOf(VhdlTreeNode* node) {
         if (places.empty())
@@ -143,7 +143,7 @@ std::string KeyOf(std::string_view name) {
 struct UnitPlace {
     std::string library;
     std::string primary;
-    std::string secondary;  // empty for a primary unit
+    std::string secondary; // empty for a primary unit
 };
 
 // Throws when the unit is not (or no longer) in its library.
@@ -172,8 +172,8 @@ public:
     std::string run() {
         // A copy shares its subtrees with its original; elaboration makes it again.
         if (!unit_.GetOriginalUnitName().empty())
-            throw StoreError("it is a copy that elaboration made of unit '" +
-                             std::string(unit_.GetOriginalUnitName()) + "'; copies are not saved");
+            throw StoreError("it is a copy that elaboration made of unit '" + std::string(unit_.GetOriginalUnitName()) +
+                             "'; copies are not saved");
         std::vector<VhdlDesignUnit*> units{&unit_};
         for (VhdlSecondaryUnit* s : unit_.GetSecondaryUnits()) units.push_back(s);
         std::vector<uint32_t> roots;
@@ -347,7 +347,7 @@ private:
     StoreWriter records_;
     std::vector<std::string_view> strings_;
     std::unordered_map<std::string_view, uint32_t> stringIds_;
-    std::deque<std::string> owned_;  // stable: the string table views them
+    std::deque<std::string> owned_; // stable: the string table views them
     std::vector<uint32_t> files_;
     std::unordered_map<uint32_t, uint32_t> fileIds_;
     std::vector<Dep> deps_;
@@ -422,8 +422,7 @@ public:
         } pop{session_};
         resolveExterns();
         for (const Fixup& f : fixups_)
-            if (!f.assign(f.slot, externs_[f.ext]))
-                throw StoreError("a link leads to a node of the wrong kind");
+            if (!f.assign(f.slot, externs_[f.ext])) throw StoreError("a link leads to a node of the wrong kind");
         VhdlSecondaryUnit* lastArchitecture = primary_->lastArchitecture;
         library_.AddPrimUnit(primary_);
         for (size_t u = 1; u < units_.size(); ++u) {
@@ -530,7 +529,7 @@ private:
             for (size_t i = roots[u]; i < nodes_.size(); ++i) unitOf_[i] = static_cast<uint32_t>(u);
         }
         primary_ = static_cast<VhdlPrimaryUnit*>(units_[0]);
-        for (size_t u = 0; u < roots.size(); ++u) in_.u64();  // the units' own fingerprints
+        for (size_t u = 0; u < roots.size(); ++u) in_.u64(); // the units' own fingerprints
         depth_.assign(nodes_.size(), 0);
         for (uint32_t r : roots) depth_[r] = 1;
     }
@@ -603,8 +602,8 @@ private:
     }
 
     VhdlDesignUnit* findDep(const DepEntry& d) {
-        const std::string name = d.place.library + "." + d.place.primary +
-                                 (d.place.secondary.empty() ? "" : "(" + d.place.secondary + ")");
+        const std::string name =
+            d.place.library + "." + d.place.primary + (d.place.secondary.empty() ? "" : "(" + d.place.secondary + ")");
         VhdlPrimaryUnit* primary = nullptr;
         for (const Session::Loading& l : session_.loading)
             if (l.library == KeyOf(d.place.library) && l.key == KeyOf(d.place.primary)) primary = l.unit;
@@ -731,7 +730,7 @@ const ClassCodec& CodecOf(uint32_t id) {
 class StoreSource : public VhdlUnitSource {
 public:
     static StoreSource& instance() {
-        static StoreSource* source = new StoreSource;  // lives for the process
+        static StoreSource* source = new StoreSource; // lives for the process
         return *source;
     }
     void install() { vhdl_file::SetUnitSource(this); }
@@ -853,8 +852,7 @@ bool vhdl_file::Save(const char* library, const char* unit) {
         if (dir.empty()) throw StoreError("the library has no directory (SetDefaultLibraryPath, AddLibraryPath)");
         std::error_code ec;
         std::filesystem::create_directories(dir, ec);
-        StoreWriteFile(dir + "/" + VhdlStore::FileName(KeyOf(primary->Name())),
-                       VhdlStore::Encode(*primary, _protect));
+        StoreWriteFile(dir + "/" + VhdlStore::FileName(KeyOf(primary->Name())), VhdlStore::Encode(*primary, _protect));
         return true;
     } catch (const StoreError& e) {
         Message::Error(vhdl_msg::kStoreUnwritable, nullptr, "cannot save unit '%s' of library '%s': %s",

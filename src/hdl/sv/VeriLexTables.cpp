@@ -12,8 +12,7 @@ KeywordTable::KeywordTable() {
     constexpr size_t kBuckets = size_t(1) << kHashBits;
     std::vector<std::pair<size_t, Entry>> made;
     for (int k = 0; k < VT_KIND_COUNT; ++k) {
-        if (!isKeywordKind(k))
-            continue;
+        if (!isKeywordKind(k)) continue;
         const char* text = tokenText(k);
         size_t len = std::strlen(text);
         Entry e{};
@@ -32,14 +31,11 @@ KeywordTable::KeywordTable() {
         std::memcpy(e.mask, mask, 16);
         made.emplace_back(hash(text, len), e);
     }
-    for (const auto& m : made)
-        ++first[m.first + 1];
-    for (size_t h = 0; h < kBuckets; ++h)
-        first[h + 1] = uint16_t(first[h + 1] + first[h]);
+    for (const auto& m : made) ++first[m.first + 1];
+    for (size_t h = 0; h < kBuckets; ++h) first[h + 1] = uint16_t(first[h + 1] + first[h]);
     entries.resize(made.size());
     std::vector<uint16_t> next(first, first + kBuckets);
-    for (const auto& m : made)
-        entries[next[m.first]++] = m.second;
+    for (const auto& m : made) entries[next[m.first]++] = m.second;
 }
 
 const KeywordTable& keywordTable() {
@@ -54,8 +50,7 @@ const std::vector<OperatorSpelling>* operatorsByFirstChar() {
             t[static_cast<unsigned char>(text[0])].push_back(OperatorSpelling{text, kind, tokenKeywordSet(kind)});
         };
         for (int k = 0; k < VT_KIND_COUNT; ++k)
-            if (!isKeywordKind(k) && tokenText(k)[0] != '\0')
-                add(tokenText(k), uint16_t(k));
+            if (!isKeywordKind(k) && tokenText(k)[0] != '\0') add(tokenText(k), uint16_t(k));
         add("^~", VT_XNOR_OP); // the other spelling of ~^
         for (auto& list : t)
             std::stable_sort(list.begin(), list.end(), [](const OperatorSpelling& a, const OperatorSpelling& b) {
@@ -71,11 +66,9 @@ namespace {
 // The words of a comment, for pragma detection.
 std::string_view nextWord(std::string_view& s) {
     size_t b = 0;
-    while (b < s.size() && isSpace(s[b]))
-        ++b;
+    while (b < s.size() && isSpace(s[b])) ++b;
     size_t e = b;
-    while (e < s.size() && !isSpace(s[e]))
-        ++e;
+    while (e < s.size() && !isSpace(s[e])) ++e;
     std::string_view w = s.substr(b, e - b);
     s.remove_prefix(e);
     return w;
@@ -87,10 +80,8 @@ int pragmaDirection(std::string_view body) {
     // Most comments are prose: the first word is matched against the prefixes in place,
     // by its first letter, before anything is split.
     size_t b = 0;
-    while (b < body.size() && isSpace(body[b]))
-        ++b;
-    if (b == body.size())
-        return 0;
+    while (b < body.size() && isSpace(body[b])) ++b;
+    if (b == body.size()) return 0;
     auto startsWith = [&](std::string_view prefix) {
         return body.size() - b >= prefix.size() && body.compare(b, prefix.size(), prefix) == 0 &&
                (body.size() - b == prefix.size() || isSpace(body[b + prefix.size()]));
@@ -105,15 +96,12 @@ int pragmaDirection(std::string_view body) {
     case 'a': known = startsWith("altera") || startsWith("ambit"); break;
     default: break;
     }
-    if (!known)
-        return 0;
+    if (!known) return 0;
     body.remove_prefix(b);
     nextWord(body);
     std::string_view second = nextWord(body);
-    if (second == "translate_off" || second == "synthesis_off")
-        return 1;
-    if (second == "translate_on" || second == "synthesis_on")
-        return -1;
+    if (second == "translate_off" || second == "synthesis_off") return 1;
+    if (second == "translate_on" || second == "synthesis_on") return -1;
     return 0;
 }
 
@@ -128,16 +116,13 @@ size_t nextConditionalDirective(std::string_view s, size_t p) {
             p = e == std::string_view::npos ? s.size() : e + 2;
         } else if (c == '"') {
             for (++p; p < s.size() && s[p] != '"' && s[p] != '\n'; ++p)
-                if (s[p] == '\\')
-                    ++p;
+                if (s[p] == '\\') ++p;
             ++p;
         } else if (c == '`') {
             size_t q = p + 1;
-            while (q < s.size() && isIdentChar(s[q]))
-                ++q;
+            while (q < s.size() && isIdentChar(s[q])) ++q;
             std::string_view name = s.substr(p + 1, q - p - 1);
-            if (name == "ifdef" || name == "ifndef" || name == "elsif" || name == "else" || name == "endif")
-                return p;
+            if (name == "ifdef" || name == "ifndef" || name == "elsif" || name == "else" || name == "endif") return p;
             p = q;
         } else {
             ++p;
@@ -152,18 +137,15 @@ size_t translateOnEnd(std::string_view text, size_t p) {
         if (c == '/' && p + 1 < text.size() && (text[p + 1] == '/' || text[p + 1] == '*')) {
             bool line = text[p + 1] == '/';
             size_t end = line ? text.find('\n', p) : text.find("*/", p + 2);
-            if (end == std::string_view::npos)
-                end = text.size();
+            if (end == std::string_view::npos) end = text.size();
             std::string_view body = text.substr(p + 2, end - p - 2);
             p = line ? end : std::min(end + 2, text.size());
-            if (pragmaDirection(body) < 0)
-                return p;
+            if (pragmaDirection(body) < 0) return p;
             continue;
         }
         if (c == '"') {
             ++p;
-            while (p < text.size() && text[p] != '"' && text[p] != '\n')
-                p += text[p] == '\\' ? 2 : 1;
+            while (p < text.size() && text[p] != '"' && text[p] != '\n') p += text[p] == '\\' ? 2 : 1;
         }
         ++p;
     }
@@ -171,19 +153,16 @@ size_t translateOnEnd(std::string_view text, size_t p) {
 }
 
 std::string_view trim(std::string_view s) {
-    while (!s.empty() && (isBlank(s.front()) || s.front() == '\n'))
-        s.remove_prefix(1);
-    while (!s.empty() && (isBlank(s.back()) || s.back() == '\n'))
-        s.remove_suffix(1);
+    while (!s.empty() && (isBlank(s.front()) || s.front() == '\n')) s.remove_prefix(1);
+    while (!s.empty() && (isBlank(s.back()) || s.back() == '\n')) s.remove_suffix(1);
     return s;
 }
 
 bool timeValueExponent(std::string_view text, int& exponent) {
-    static const std::pair<std::string_view, int> units[] = {
-        {"s", 0}, {"ms", -3}, {"us", -6}, {"ns", -9}, {"ps", -12}, {"fs", -15}};
+    static const std::pair<std::string_view, int> units[] = {{"s", 0},   {"ms", -3},  {"us", -6},
+                                                             {"ns", -9}, {"ps", -12}, {"fs", -15}};
     size_t digits = 0;
-    while (digits < text.size() && text[digits] >= '0' && text[digits] <= '9')
-        ++digits;
+    while (digits < text.size() && text[digits] >= '0' && text[digits] <= '9') ++digits;
     std::string_view magnitude = text.substr(0, digits);
     int scale = magnitude == "1" ? 0 : magnitude == "10" ? 1 : magnitude == "100" ? 2 : -1;
     std::string_view unit = trim(text.substr(digits));

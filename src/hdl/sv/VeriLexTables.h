@@ -21,16 +21,11 @@ struct CharClasses {
             bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
             bool digit = c >= '0' && c <= '9';
             uint8_t bits = 0;
-            if (letter)
-                bits |= CC_IDSTART | CC_IDCHAR;
-            if (digit)
-                bits |= CC_DIGIT | CC_IDCHAR;
-            if (c == '$')
-                bits |= CC_IDCHAR;
-            if (c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v')
-                bits |= CC_BLANK;
-            if (c == '\n')
-                bits |= CC_NEWLINE;
+            if (letter) bits |= CC_IDSTART | CC_IDCHAR;
+            if (digit) bits |= CC_DIGIT | CC_IDCHAR;
+            if (c == '$') bits |= CC_IDCHAR;
+            if (c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v') bits |= CC_BLANK;
+            if (c == '\n') bits |= CC_NEWLINE;
             of[c] = bits;
         }
     }
@@ -50,10 +45,8 @@ enum : uint8_t { kBodyText = 0, kBodyBlank = 1, kBodySpecial = 2 };
 struct DefineBodyClasses {
     uint8_t of[256] = {};
     inline constexpr DefineBodyClasses() {
-        for (char c : {' ', '\t', '\r', '\f', '\v'})
-            of[static_cast<unsigned char>(c)] = kBodyBlank;
-        for (char c : {'\n', '\\', '"', '/'})
-            of[static_cast<unsigned char>(c)] = kBodySpecial;
+        for (char c : {' ', '\t', '\r', '\f', '\v'}) of[static_cast<unsigned char>(c)] = kBodyBlank;
+        for (char c : {'\n', '\\', '"', '/'}) of[static_cast<unsigned char>(c)] = kBodySpecial;
     }
 };
 inline constexpr DefineBodyClasses kDefineBodyClass;
@@ -62,8 +55,7 @@ inline constexpr DefineBodyClasses kDefineBodyClass;
 // underscore, x, z and ? that any base takes.
 inline bool isBasedDigit(char base, char c) {
     char lc = char(c | 0x20);
-    if (c == '_' || c == '?' || lc == 'x' || lc == 'z')
-        return true;
+    if (c == '_' || c == '?' || lc == 'x' || lc == 'z') return true;
     switch (base) {
     case 'b': return c == '0' || c == '1';
     case 'o': return c >= '0' && c <= '7';
@@ -86,7 +78,14 @@ inline char charAt(std::string_view text, size_t i) { return i < text.size() ? t
 
 inline bool isBaseLetter(char c) {
     switch (c) {
-    case 'b': case 'B': case 'o': case 'O': case 'd': case 'D': case 'h': case 'H': return true;
+    case 'b':
+    case 'B':
+    case 'o':
+    case 'O':
+    case 'd':
+    case 'D':
+    case 'h':
+    case 'H': return true;
     default: return false;
     }
 }
@@ -94,21 +93,17 @@ inline bool isBaseLetter(char c) {
 // From the apostrophe of a based literal: the optional sign mark, the base, blanks, the digits.
 inline LiteralEnd basedTail(std::string_view text, size_t tick) {
     size_t p = tick + 1;
-    if (charAt(text, p) == 's' || charAt(text, p) == 'S')
-        ++p;
+    if (charAt(text, p) == 's' || charAt(text, p) == 'S') ++p;
     char base = char(charAt(text, p) | 0x20);
     ++p;
-    while (isBlank(charAt(text, p)))
-        ++p;
+    while (isBlank(charAt(text, p))) ++p;
     size_t digits = p;
-    while (isBasedDigit(base, charAt(text, p)))
-        ++p;
+    while (isBasedDigit(base, charAt(text, p))) ++p;
     return LiteralEnd{p, p == digits ? uint16_t(VT_ERROR) : uint16_t(VT_BASED_NUMBER)};
 }
 
 inline size_t digitsEnd(std::string_view text, size_t p) {
-    while (isDigit(charAt(text, p)) || charAt(text, p) == '_')
-        ++p;
+    while (isDigit(charAt(text, p)) || charAt(text, p) == '_') ++p;
     return p;
 }
 
@@ -120,13 +115,17 @@ inline size_t timeUnitLength(std::string_view text, size_t at) {
     using namespace detail;
     static constexpr std::string_view units[] = {"step", "ms", "us", "ns", "ps", "fs", "s"};
     switch (charAt(text, at)) {
-    case 's': case 'm': case 'u': case 'n': case 'p': case 'f': break;
+    case 's':
+    case 'm':
+    case 'u':
+    case 'n':
+    case 'p':
+    case 'f': break;
     default: return 0;
     }
     for (std::string_view u : units) {
         size_t n = u.size();
-        if (text.compare(at, n, u) == 0 && !isIdentChar(charAt(text, at + n)))
-            return n;
+        if (text.compare(at, n, u) == 0 && !isIdentChar(charAt(text, at + n))) return n;
     }
     return 0;
 }
@@ -146,20 +145,15 @@ inline LiteralEnd numberAt(std::string_view text, size_t at) {
         real = true;
         p = digitsEnd(text, p + (isDigit(sign) ? 1 : 2));
     }
-    if (size_t unit = timeUnitLength(text, p))
-        return LiteralEnd{p + unit, VT_TIME_LITERAL};
-    if (real)
-        return LiteralEnd{p, VT_REAL_NUMBER};
+    if (size_t unit = timeUnitLength(text, p)) return LiteralEnd{p + unit, VT_TIME_LITERAL};
+    if (real) return LiteralEnd{p, VT_REAL_NUMBER};
     // A size, then possibly blanks, then the base: one literal.
     size_t tick = p;
-    while (isBlank(charAt(text, tick)))
-        ++tick;
+    while (isBlank(charAt(text, tick))) ++tick;
     if (charAt(text, tick) == '\'') {
         size_t q = tick + 1;
-        if (charAt(text, q) == 's' || charAt(text, q) == 'S')
-            ++q;
-        if (isBaseLetter(charAt(text, q)))
-            return basedTail(text, tick);
+        if (charAt(text, q) == 's' || charAt(text, q) == 'S') ++q;
+        if (isBaseLetter(charAt(text, q))) return basedTail(text, tick);
     }
     return LiteralEnd{p, VT_DECIMAL_NUMBER};
 }
@@ -171,24 +165,19 @@ inline LiteralEnd apostropheAt(std::string_view text, size_t at, bool svOperator
     char n = charAt(text, at + 1);
     char ln = char(n | 0x20);
     size_t q = at + 1;
-    if (n == 's' || n == 'S')
-        ++q;
-    if (isBaseLetter(charAt(text, q)))
-        return basedTail(text, at);
+    if (n == 's' || n == 'S') ++q;
+    if (isBaseLetter(charAt(text, q))) return basedTail(text, at);
     if ((n == '0' || n == '1' || ln == 'x' || ln == 'z') && !isIdentChar(charAt(text, at + 2)))
         return LiteralEnd{at + 2, VT_UNBASED_UNSIZED};
-    if (n == '{' && svOperators)
-        return LiteralEnd{at + 2, VT_APOSTROPHE_LBRACE};
+    if (n == '{' && svOperators) return LiteralEnd{at + 2, VT_APOSTROPHE_LBRACE};
     return LiteralEnd{at + 1, VT_APOSTROPHE};
 }
-
 
 // The n - 1 characters after the first of two spellings agree. Keywords and
 // operators are short: an inline loop beats a call to memcmp.
 inline bool sameTail(const char* a, const char* b, size_t n) {
     for (size_t i = 1; i < n; ++i)
-        if (a[i] != b[i])
-            return false;
+        if (a[i] != b[i]) return false;
     return true;
 }
 
@@ -222,13 +211,11 @@ struct KeywordTable {
 
     // `readable`: how many bytes from `word` on may be read; 0 when only the word's own.
     uint16_t find(const char* word, size_t len, VeriKeywordSet set, size_t readable = 0) const {
-        if (len < 2 || len > kMaxLen || word[0] < 'a' || word[0] > 'z')
-            return VT_IDENTIFIER;
+        if (len < 2 || len > kMaxLen || word[0] < 'a' || word[0] > 'z') return VT_IDENTIFIER;
         size_t h = hash(word, len);
         for (size_t i = first[h]; i < first[h + 1]; ++i) {
             const Entry& e = entries[i];
-            if (e.len != len)
-                continue;
+            if (e.len != len) continue;
             bool same;
             if (readable >= 16 && len <= 16) {
                 uint64_t w[2];
@@ -237,8 +224,7 @@ struct KeywordTable {
             } else {
                 same = sameTail(e.text, word, len) && e.text[0] == word[0];
             }
-            if (same)
-                return e.set > set ? uint16_t(VT_IDENTIFIER) : e.kind;
+            if (same) return e.set > set ? uint16_t(VT_IDENTIFIER) : e.kind;
         }
         return VT_IDENTIFIER;
     }

@@ -19,21 +19,19 @@ uint16_t veriKeywordKind(std::string_view word, VeriKeywordSet set) {
 
 int veriKeywordSetOf(std::string_view version) {
     static const std::pair<const char*, VeriKeywordSet> table[] = {
-        {"1364-1995", VERI_KW_1995},     {"1364-2001-noconfig", VERI_KW_2001_NOCONFIG},
-        {"1364-2001", VERI_KW_2001},     {"1364-2005", VERI_KW_2005},
-        {"1800-2005", VERI_KW_SV2005},   {"1800-2009", VERI_KW_SV2009},
-        {"1800-2012", VERI_KW_SV2012},   {"1800-2017", VERI_KW_SV2012},
+        {"1364-1995", VERI_KW_1995},   {"1364-2001-noconfig", VERI_KW_2001_NOCONFIG},
+        {"1364-2001", VERI_KW_2001},   {"1364-2005", VERI_KW_2005},
+        {"1800-2005", VERI_KW_SV2005}, {"1800-2009", VERI_KW_SV2009},
+        {"1800-2012", VERI_KW_SV2012}, {"1800-2017", VERI_KW_SV2012},
         {"1800-2023", VERI_KW_SV2012}};
     for (const auto& row : table)
-        if (version == row.first)
-            return row.second;
+        if (version == row.first) return row.second;
     return -1;
 }
 
 VeriLexer::VeriLexer(std::string_view text, std::vector<VeriTextOrigin> origins)
     : text_(text), origins_(std::move(origins)) {
-    if (origins_.empty())
-        origins_.push_back(VeriTextOrigin{});
+    if (origins_.empty()) origins_.push_back(VeriTextOrigin{});
     fileId_ = origins_[0].fileId;
     line_ = origins_[0].line;
     col_ = origins_[0].col;
@@ -94,12 +92,10 @@ void VeriLexer::advance(uint32_t newlines, size_t lineStart, size_t limit) {
 }
 
 ColLineFile VeriLexer::positionAt(size_t offset) {
-    if (offset > text_.size())
-        offset = text_.size();
+    if (offset > text_.size()) offset = text_.size();
     // Past the last origin (a plain file from its start) only line ends count.
     if (nextOrigin_ >= origins_.size()) {
-        if (offset > trackPos_)
-            trackTo(offset);
+        if (offset > trackPos_) trackTo(offset);
         return ColLineFile(fileId_, line_, col_);
     }
     for (;;) {
@@ -109,11 +105,9 @@ ColLineFile VeriLexer::positionAt(size_t offset) {
             line_ = o.line;
             col_ = o.col;
         }
-        if (trackPos_ >= offset)
-            break;
+        if (trackPos_ >= offset) break;
         size_t limit = offset;
-        if (nextOrigin_ < origins_.size() && origins_[nextOrigin_].offset < limit)
-            limit = origins_[nextOrigin_].offset;
+        if (nextOrigin_ < origins_.size() && origins_[nextOrigin_].offset < limit) limit = origins_[nextOrigin_].offset;
         trackTo(limit);
     }
     return ColLineFile(fileId_, line_, col_);
@@ -152,8 +146,7 @@ void VeriLexer::skipBlockComment() {
 }
 
 void VeriLexer::checkPragma(std::string_view body) {
-    if (!ignoreTranslateOff_ && pragmaDirection(body) > 0)
-        skipTranslateOff(pos_);
+    if (!ignoreTranslateOff_ && pragmaDirection(body) > 0) skipTranslateOff(pos_);
 }
 
 void VeriLexer::skipTranslateOff(size_t startPos) {
@@ -239,10 +232,8 @@ VeriToken VeriLexer::make(uint16_t kind, size_t start) {
         trackPos_ = pos_;
     }
     t.text = text_.substr(start, pos_ - start);
-    if (lineStart_)
-        t.flags |= VTF_FIRST_ON_LINE;
-    if (spaceBefore_)
-        t.flags |= VTF_SPACE_BEFORE;
+    if (lineStart_) t.flags |= VTF_FIRST_ON_LINE;
+    if (spaceBefore_) t.flags |= VTF_SPACE_BEFORE;
     lineStart_ = false;
     spaceBefore_ = false;
     lastKind_ = kind;
@@ -252,8 +243,7 @@ VeriToken VeriLexer::make(uint16_t kind, size_t start) {
 
 VeriToken VeriLexer::lexLiteral(size_t start, LiteralEnd literal) {
     pos_ = literal.end;
-    if (literal.kind == VT_ERROR)
-        error<veri_msg::BasedNumberWithoutDigits>(start);
+    if (literal.kind == VT_ERROR) error<veri_msg::BasedNumberWithoutDigits>(start);
     return make(literal.kind, start);
 }
 
@@ -263,35 +253,27 @@ VeriToken VeriLexer::lexOperator(size_t start) {
     for (const OperatorSpelling& op : byChar[static_cast<unsigned char>(peek())]) {
         size_t n = op.text.size();
         // The first character selected the list; compare the rest.
-        if (n > left || op.set > keywordSet_ || !sameTail(text_.data() + pos_, op.text.data(), n))
-            continue;
+        if (n > left || op.set > keywordSet_ || !sameTail(text_.data() + pos_, op.text.data(), n)) continue;
         uint16_t kind = op.kind;
         if (kind == VT_ATTR_OPEN) {
             // "@(*)" is an event control on everything, not an attribute.
             size_t q = pos_ + 2;
-            while (q < text_.size() && isSpace(text_[q]))
-                ++q;
-            if (q < text_.size() && text_[q] == ')')
-                continue;
+            while (q < text_.size() && isSpace(text_[q])) ++q;
+            if (q < text_.size() && text_[q] == ')') continue;
         }
-        if (kind == VT_ATTR_CLOSE && lastKind_ == VT_LPAREN)
-            continue;
-        if (kind == VT_COLON_SLASH && (peek(2) == '/' || peek(2) == '*'))
-            continue; // ": //comment" or ": /*comment*/"
+        if (kind == VT_ATTR_CLOSE && lastKind_ == VT_LPAREN) continue;
+        if (kind == VT_COLON_SLASH && (peek(2) == '/' || peek(2) == '*')) continue; // ": //comment" or ": /*comment*/"
         pos_ += op.text.size();
         return make(kind, start);
     }
     // A run of characters that start no token: one message, one error token.
     while (!atEnd()) {
         char c = peek();
-        if (isSpace(c) || isIdentChar(c) || (std::strchr("()[]{};,.\"'`\\/", c) && c != '\0'))
-            break;
-        if (!byChar[static_cast<unsigned char>(c)].empty())
-            break;
+        if (isSpace(c) || isIdentChar(c) || (std::strchr("()[]{};,.\"'`\\/", c) && c != '\0')) break;
+        if (!byChar[static_cast<unsigned char>(c)].empty()) break;
         ++pos_;
     }
-    if (pos_ == start)
-        ++pos_;
+    if (pos_ == start) ++pos_;
     char shown[8];
     std::snprintf(shown, sizeof shown, "0x%02x", unsigned(static_cast<unsigned char>(text_[start])));
     error<veri_msg::UnexpectedCharacter>(start, shown);
@@ -301,27 +283,22 @@ VeriToken VeriLexer::lexOperator(size_t start) {
 VeriToken VeriLexer::lex() {
     skipTrivia();
     size_t start = pos_;
-    if (atEnd())
-        return make(VT_EOF, start);
+    if (atEnd()) return make(VT_EOF, start);
     char c = peek();
     if (isIdentStart(c)) {
         pos_ = textruns::nameEnd<true>(text_.data(), pos_ + 1, text_.size());
         return make(veriKeywordKind(text_.substr(start, pos_ - start), keywordSet_), start);
     }
-    if (isDigit(c))
-        return lexLiteral(start, numberAt(text_, pos_));
+    if (isDigit(c)) return lexLiteral(start, numberAt(text_, pos_));
     switch (c) {
     case '$':
         ++pos_;
-        if (!isIdentChar(peek()))
-            return make(VT_DOLLAR, start);
-        while (isIdentChar(peek()))
-            ++pos_;
+        if (!isIdentChar(peek())) return make(VT_DOLLAR, start);
+        while (isIdentChar(peek())) ++pos_;
         return make(VT_SYSTEM_IDENTIFIER, start);
     case '\\':
         ++pos_;
-        while (!atEnd() && !isSpace(peek()))
-            ++pos_;
+        while (!atEnd() && !isSpace(peek())) ++pos_;
         if (pos_ == start + 1) {
             error<veri_msg::EscapedIdentifierEmpty>(start);
             return make(VT_ERROR, start);
@@ -336,10 +313,8 @@ VeriToken VeriLexer::lex() {
                 break;
             }
             ++pos_;
-            if (s == '"')
-                break;
-            if (s == '\\' && !atEnd())
-                ++pos_; // escaped character, a backslash-newline included
+            if (s == '"') break;
+            if (s == '\\' && !atEnd()) ++pos_; // escaped character, a backslash-newline included
         }
         return make(VT_STRING_LITERAL, start);
     case '`':
@@ -349,14 +324,11 @@ VeriToken VeriLexer::lex() {
         } else if (peek() == '\\' && peek(1) == '`' && peek(2) == '"') {
             pos_ += 3;
         } else {
-            while (isIdentChar(peek()))
-                ++pos_;
+            while (isIdentChar(peek())) ++pos_;
         }
         return make(VT_LEX_BACKTICK, start);
-    case '\'':
-        return lexLiteral(start, apostropheAt(text_, pos_, svOperators()));
-    default:
-        return lexOperator(start);
+    case '\'': return lexLiteral(start, apostropheAt(text_, pos_, svOperators()));
+    default: return lexOperator(start);
     }
 }
 

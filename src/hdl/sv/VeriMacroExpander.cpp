@@ -29,9 +29,7 @@ constexpr NameChars kNameChars;
 
 inline bool isIdentStart(char c) { return (kNameChars.of[static_cast<unsigned char>(c)] & 1) != 0; }
 inline bool isIdentChar(char c) { return (kNameChars.of[static_cast<unsigned char>(c)] & 2) != 0; }
-bool isSpace(char c) {
-    return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v';
-}
+bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v'; }
 
 // Characters that may begin a string, comment, escaped name or macro use, and name
 // characters (the substitution looks for formals): text between them is copied as it
@@ -43,8 +41,7 @@ struct TextStops {
         of[static_cast<unsigned char>('/')] = true;
         of[static_cast<unsigned char>('\\')] = true;
         of[static_cast<unsigned char>('`')] = true;
-        for (int c = 0; c < 256; ++c)
-            of[c] = of[c] || (kNameChars.of[c] & 2) != 0;
+        for (int c = 0; c < 256; ++c) of[c] = of[c] || (kNameChars.of[c] & 2) != 0;
     }
 };
 constexpr TextStops kSubstituteStops;
@@ -56,10 +53,8 @@ constexpr std::string_view kFixedTexts[] = {"\n", " ", "\"", "\\\""};
 // Index just past a string literal that starts at `i` (or the end of the text).
 size_t skipString(std::string_view s, size_t i) {
     for (++i; i < s.size(); ++i) {
-        if (s[i] == '\\')
-            ++i;
-        else if (s[i] == '"' || s[i] == '\n')
-            return i + 1;
+        if (s[i] == '\\') ++i;
+        else if (s[i] == '"' || s[i] == '\n') return i + 1;
     }
     return s.size();
 }
@@ -76,19 +71,16 @@ size_t skipToLineEnd(std::string_view s, size_t i) {
 
 size_t skipEscapedIdent(std::string_view s, size_t i) {
     ++i;
-    while (i < s.size() && !isSpace(s[i]))
-        ++i;
+    while (i < s.size() && !isSpace(s[i])) ++i;
     return i;
 }
 
 } // namespace
 
 void VeriMappedText::append(std::string_view s, const ColLineFile& from) {
-    if (s.empty())
-        return;
+    if (s.empty()) return;
     uint32_t off = uint32_t(text.size());
-    if (!origins.empty() && origins.back().offset == off)
-        origins.pop_back();
+    if (!origins.empty() && origins.back().offset == off) origins.pop_back();
     origins.push_back(VeriTextOrigin{off, from.fileId, from.leftLine, from.leftCol});
     text.append(s);
 }
@@ -96,8 +88,7 @@ void VeriMappedText::append(std::string_view s, const ColLineFile& from) {
 ColLineFile VeriMappedText::positionAt(size_t offset) const {
     auto it = std::upper_bound(origins.begin(), origins.end(), offset,
                                [](size_t o, const VeriTextOrigin& r) { return o < r.offset; });
-    if (it == origins.begin())
-        return ColLineFile();
+    if (it == origins.begin()) return ColLineFile();
     const VeriTextOrigin& o = *(it - 1);
     uint32_t line = o.line;
     uint32_t col = o.col;
@@ -116,8 +107,7 @@ ColLineFile VeriMappedText::positionAt(size_t offset) const {
 }
 
 void VeriMappedText::appendFrom(const VeriMappedText& src, size_t a, size_t b) {
-    if (a >= b)
-        return;
+    if (a >= b) return;
     size_t base = text.size();
     append(std::string_view(src.text).substr(a, b - a), src.positionAt(a));
     // Only the origins inside the piece are visited: a rescan copies a long text out
@@ -133,19 +123,15 @@ void VeriMappedText::appendFrom(const VeriMappedText& src, size_t a, size_t b) {
 
 VeriArgScan scanMacroArgs(std::string_view text, size_t& p, std::vector<VeriArgSpan>& args) {
     size_t q = p;
-    while (q < text.size() && isSpace(text[q]))
-        ++q;
-    if (q >= text.size() || text[q] != '(')
-        return VeriArgScan::NoList;
+    while (q < text.size() && isSpace(text[q])) ++q;
+    if (q >= text.size() || text[q] != '(') return VeriArgScan::NoList;
     ++q;
     size_t argStart = q;
     size_t depth = 0;
     auto push = [&](size_t end) {
         size_t b = argStart;
-        while (b < end && isSpace(text[b]))
-            ++b;
-        while (end > b && isSpace(text[end - 1]))
-            --end;
+        while (b < end && isSpace(text[b])) ++b;
+        while (end > b && isSpace(text[end - 1])) --end;
         args.push_back(VeriArgSpan{b, end});
     };
     while (q < text.size()) {
@@ -174,8 +160,7 @@ VeriArgScan scanMacroArgs(std::string_view text, size_t& p, std::vector<VeriArgS
                 p = q + 1;
                 return VeriArgScan::Ok;
             }
-            if (depth > 0)
-                --depth;
+            if (depth > 0) --depth;
         } else if (c == ',' && depth == 0) {
             push(q);
             argStart = q + 1;
@@ -187,26 +172,59 @@ VeriArgScan scanMacroArgs(std::string_view text, size_t& p, std::vector<VeriArgS
 }
 
 bool isVeriDirectiveName(std::string_view name) {
-    static constexpr std::string_view names[] = {
-        "define", "undef", "undefineall", "ifdef", "ifndef", "elsif", "else", "endif",
-        "include", "line", "timescale", "resetall", "celldefine", "endcelldefine",
-        "default_nettype", "unconnected_drive", "nounconnected_drive", "pragma",
-        "begin_keywords", "end_keywords", "protect", "endprotect", "protected",
-        "endprotected", "default_decay_time", "default_trireg_strength",
-        "delay_mode_distributed", "delay_mode_path", "delay_mode_unit", "delay_mode_zero",
-        "accelerate", "noaccelerate", "autoexpand_vectors", "expand_vectors",
-        "noexpand_vectors", "remove_gatenames", "noremove_gatenames", "remove_netnames",
-        "noremove_netnames", "suppress_faults", "nosuppress_faults", "enable_portfaults",
-        "disable_portfaults", "portcoerce", "noportcoerce", "uselib"};
+    static constexpr std::string_view names[] = {"define",
+                                                 "undef",
+                                                 "undefineall",
+                                                 "ifdef",
+                                                 "ifndef",
+                                                 "elsif",
+                                                 "else",
+                                                 "endif",
+                                                 "include",
+                                                 "line",
+                                                 "timescale",
+                                                 "resetall",
+                                                 "celldefine",
+                                                 "endcelldefine",
+                                                 "default_nettype",
+                                                 "unconnected_drive",
+                                                 "nounconnected_drive",
+                                                 "pragma",
+                                                 "begin_keywords",
+                                                 "end_keywords",
+                                                 "protect",
+                                                 "endprotect",
+                                                 "protected",
+                                                 "endprotected",
+                                                 "default_decay_time",
+                                                 "default_trireg_strength",
+                                                 "delay_mode_distributed",
+                                                 "delay_mode_path",
+                                                 "delay_mode_unit",
+                                                 "delay_mode_zero",
+                                                 "accelerate",
+                                                 "noaccelerate",
+                                                 "autoexpand_vectors",
+                                                 "expand_vectors",
+                                                 "noexpand_vectors",
+                                                 "remove_gatenames",
+                                                 "noremove_gatenames",
+                                                 "remove_netnames",
+                                                 "noremove_netnames",
+                                                 "suppress_faults",
+                                                 "nosuppress_faults",
+                                                 "enable_portfaults",
+                                                 "disable_portfaults",
+                                                 "portcoerce",
+                                                 "noportcoerce",
+                                                 "uselib"};
     for (std::string_view n : names)
-        if (name == n)
-            return true;
+        if (name == n) return true;
     return false;
 }
 
 VeriMacroExpander::Level& VeriMacroExpander::levelAt(size_t depth) {
-    while (levels_.size() <= depth)
-        levels_.push_back(std::make_unique<Level>());
+    while (levels_.size() <= depth) levels_.push_back(std::make_unique<Level>());
     return *levels_[depth];
 }
 
@@ -219,13 +237,11 @@ void VeriMacroExpander::resetTexts(std::vector<VeriMappedText>& texts, size_t co
 }
 
 bool VeriMacroExpander::overBudget(const ColLineFile& at) {
-    if (cut_)
-        return true;
-    if (depth_ < kMaxDepth && expansions_ < kMaxExpansions && produced_ < kMaxBytes)
-        return false;
+    if (cut_) return true;
+    if (depth_ < kMaxDepth && expansions_ < kMaxExpansions && produced_ < kMaxBytes) return false;
     if (!hush())
         Message::Tell<veri_msg::ExpansionCutShort>(&at, unsigned(kMaxDepth), unsigned(kMaxExpansions),
-                                                    unsigned(kMaxBytes));
+                                                   unsigned(kMaxBytes));
     cut_ = true;
     return true;
 }
@@ -243,8 +259,7 @@ bool VeriMacroExpander::expand(const VeriMacro& macro, const std::vector<VeriMap
 
 bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<VeriMappedText>& args,
                                   const ColLineFile& callSite, VeriMappedText& out) {
-    if (overBudget(callSite))
-        return false;
+    if (overBudget(callSite)) return false;
     ++expansions_;
     // Nesting counts uses inside arguments too, which expand before the macro is active.
     ++depth_;
@@ -256,12 +271,10 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
     actuals.clear();
     if (macro.functionLike) {
         size_t given = args.size();
-        if (macro.params.empty() && given == 1 && args[0].text.empty())
-            given = 0;
+        if (macro.params.empty() && given == 1 && args[0].text.empty()) given = 0;
         if (given > macro.params.size() && !hush())
-            Message::Tell<veri_msg::MacroTooManyArguments>(&callSite, unsigned(given),
-                                                         std::string(macro.name).c_str(),
-                                                         unsigned(macro.params.size()));
+            Message::Tell<veri_msg::MacroTooManyArguments>(&callSite, unsigned(given), std::string(macro.name).c_str(),
+                                                           unsigned(macro.params.size()));
         resetTexts(made, 2 * macro.params.size());
         for (size_t k = 0; k < macro.params.size(); ++k) {
             const VeriMacroParam& param = macro.params[k];
@@ -272,7 +285,7 @@ bool VeriMacroExpander::expandUse(const VeriMacro& macro, const std::vector<Veri
                 made[2 * k].append(param.defaultText, macro.bodyPos);
             } else if (k >= given && !hush()) {
                 Message::Tell<veri_msg::MacroMissingArgument>(&callSite, std::string(param.name).c_str(),
-                                                             std::string(macro.name).c_str());
+                                                              std::string(macro.name).c_str());
             }
             if (raw->text.find('`') == std::string::npos) {
                 actuals.push_back(raw);
@@ -325,8 +338,7 @@ std::vector<VeriBodyPiece> cutMacroBody(const VeriMacro& macro) {
     };
     size_t run = 0;
     auto flush = [&](size_t upto) {
-        if (upto > run)
-            add(VeriBodyPiece::Text, run, upto, run);
+        if (upto > run) add(VeriBodyPiece::Text, run, upto, run);
     };
     size_t i = 0;
     const size_t n = body.size();
@@ -338,8 +350,7 @@ std::vector<VeriBodyPiece> cutMacroBody(const VeriMacro& macro) {
             // Blanks that pad a line out to its continuation (aligned backslashes, often
             // half of a body) hold nothing: the next line's pieces carry their own places.
             size_t end = i;
-            while (!quoted && end > run && (body[end - 1] == ' ' || body[end - 1] == '\t'))
-                --end;
+            while (!quoted && end > run && (body[end - 1] == ' ' || body[end - 1] == '\t')) --end;
             flush(end);
             add(VeriBodyPiece::Fixed, kFixedNewline, 0, i);
             i += d == '\n' ? 2 : 3;
@@ -350,8 +361,7 @@ std::vector<VeriBodyPiece> cutMacroBody(const VeriMacro& macro) {
             i = skipString(body, i);
         } else if (c == '/' && d == '/') {
             flush(i);
-            while (i < n && body[i] != '\n' && !(body[i] == '\\' && i + 1 < n && body[i + 1] == '\n'))
-                ++i;
+            while (i < n && body[i] != '\n' && !(body[i] == '\\' && i + 1 < n && body[i + 1] == '\n')) ++i;
             run = i;
         } else if (c == '/' && d == '*') {
             flush(i);
@@ -377,12 +387,10 @@ std::vector<VeriBodyPiece> cutMacroBody(const VeriMacro& macro) {
         } else if (isIdentChar(c)) {
             // Whole runs, so that "$name" or the digits of "4'b10" never match a formal.
             size_t j = i;
-            while (j < n && isIdentChar(body[j]))
-                ++j;
+            while (j < n && isIdentChar(body[j])) ++j;
             std::string_view word = body.substr(i, j - i);
             size_t k = isIdentStart(c) ? 0 : macro.params.size();
-            while (k < macro.params.size() && macro.params[k].name != word)
-                ++k;
+            while (k < macro.params.size() && macro.params[k].name != word) ++k;
             if (k < macro.params.size()) {
                 flush(i);
                 pieces.push_back(VeriBodyPiece{VeriBodyPiece::Formal, uint32_t(k), 0, 0, 0});
@@ -391,8 +399,7 @@ std::vector<VeriBodyPiece> cutMacroBody(const VeriMacro& macro) {
             i = j;
         } else {
             ++i;
-            while (i < n && !kSubstituteStops.of[static_cast<unsigned char>(body[i])])
-                ++i;
+            while (i < n && !kSubstituteStops.of[static_cast<unsigned char>(body[i])]) ++i;
         }
     }
     flush(n);
@@ -422,8 +429,7 @@ void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<con
     for (const VeriBodyPiece& piece : *pieces) {
         if (piece.kind == VeriBodyPiece::Formal) {
             // A function-like use has an actual for each formal.
-            if (piece.a < actuals.size())
-                out.appendFrom(*actuals[piece.a], 0, actuals[piece.a]->text.size());
+            if (piece.a < actuals.size()) out.appendFrom(*actuals[piece.a], 0, actuals[piece.a]->text.size());
             continue;
         }
         std::string_view text =
@@ -433,8 +439,7 @@ void VeriMacroExpander::substitute(const VeriMacro& macro, const std::vector<con
     }
 }
 
-void VeriMacroExpander::rescan(const VeriMappedText& in, const ColLineFile& callSite,
-                               VeriMappedText& out) {
+void VeriMacroExpander::rescan(const VeriMappedText& in, const ColLineFile& callSite, VeriMappedText& out) {
     std::string_view s = in.text;
     const size_t n = s.size();
     size_t run = 0;
@@ -465,8 +470,7 @@ void VeriMacroExpander::rescan(const VeriMappedText& in, const ColLineFile& call
             continue;
         }
         size_t j = i + 1;
-        while (j < n && isIdentChar(s[j]))
-            ++j;
+        while (j < n && isIdentChar(s[j])) ++j;
         std::string_view name = s.substr(i + 1, j - i - 1);
         ColLineFile here = in.positionAt(i);
         if (name == "__LINE__" || name == "__FILE__") {
@@ -495,34 +499,29 @@ void VeriMacroExpander::rescan(const VeriMappedText& in, const ColLineFile& call
         out.appendFrom(in, run, i);
         if (std::find(active_.begin(), active_.end(), m) != active_.end()) {
             std::string nm(name);
-            if (!hush())
-                Message::Tell<veri_msg::MacroUsesItself>(&here, nm.c_str());
+            if (!hush()) Message::Tell<veri_msg::MacroUsesItself>(&here, nm.c_str());
             i = run = scan == VeriArgScan::NoList ? j : after;
             continue;
         }
         if (scan == VeriArgScan::NoList) {
             std::string nm(name);
-            if (!hush())
-                Message::Tell<veri_msg::MacroNeedsArguments>(&here, nm.c_str());
+            if (!hush()) Message::Tell<veri_msg::MacroNeedsArguments>(&here, nm.c_str());
             i = run = j;
             continue;
         }
         if (scan == VeriArgScan::Unclosed) {
             std::string nm(name);
-            if (!hush())
-                Message::Tell<veri_msg::MacroArgumentsNotClosed>(&here, nm.c_str());
+            if (!hush()) Message::Tell<veri_msg::MacroArgumentsNotClosed>(&here, nm.c_str());
             i = run = n;
             break;
         }
         std::vector<VeriMappedText>& args = level.args;
         resetTexts(args, spans.size());
-        for (size_t k = 0; k < spans.size(); ++k)
-            args[k].appendFrom(in, spans[k].begin, spans[k].end);
+        for (size_t k = 0; k < spans.size(); ++k) args[k].appendFrom(in, spans[k].begin, spans[k].end);
         expandUse(*m, args, here, out);
         i = run = after;
     }
-    if (!cut_)
-        out.appendFrom(in, run, n);
+    if (!cut_) out.appendFrom(in, run, n);
 }
 
 } // namespace hdl

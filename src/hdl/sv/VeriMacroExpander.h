@@ -47,8 +47,8 @@ public:
 
     // Expands `macro` used at `callSite` with the given arguments into `out`. Reports
     // problems itself; false when the expansion had to be cut short.
-    bool expand(const VeriMacro& macro, const std::vector<VeriMappedText>& args,
-                const ColLineFile& callSite, VeriMappedText& out);
+    bool expand(const VeriMacro& macro, const std::vector<VeriMappedText>& args, const ColLineFile& callSite,
+                VeriMappedText& out);
 
     // Quiet mode, for a reader that leaves any doubtful text to the preprocessor: the
     // expander reports nothing, and a use it would report only marks the last expansion
@@ -60,10 +60,9 @@ public:
     static constexpr char kPlaceMarker = '\x01';
 
 private:
-    bool expandUse(const VeriMacro& macro, const std::vector<VeriMappedText>& args,
-                   const ColLineFile& callSite, VeriMappedText& out);
-    void substitute(const VeriMacro& macro, const std::vector<const VeriMappedText*>& actuals,
-                    VeriMappedText& out);
+    bool expandUse(const VeriMacro& macro, const std::vector<VeriMappedText>& args, const ColLineFile& callSite,
+                   VeriMappedText& out);
+    void substitute(const VeriMacro& macro, const std::vector<const VeriMappedText*>& actuals, VeriMappedText& out);
     void rescan(const VeriMappedText& in, const ColLineFile& callSite, VeriMappedText& out);
     bool overBudget(const ColLineFile& at);
     // True (and the expansion doubtful) in quiet mode: the caller then says nothing.

@@ -15,12 +15,10 @@ bool readMacroDefinition(std::string_view s, size_t& p, VeriMacro& m) {
     if (p < s.size() && s[p] == '(') {
         m.functionLike = true;
         std::vector<VeriArgSpan> spans;
-        if (scanMacroArgs(s, p, spans) != VeriArgScan::Ok)
-            return false;
+        if (scanMacroArgs(s, p, spans) != VeriArgScan::Ok) return false;
         for (const VeriArgSpan& sp : spans) {
             std::string_view formal = s.substr(sp.begin, sp.end - sp.begin);
-            if (formal.empty() && spans.size() == 1)
-                break;
+            if (formal.empty() && spans.size() == 1) break;
             VeriMacroParam param;
             size_t eq = formal.find('=');
             param.name = trim(formal.substr(0, eq));
@@ -31,8 +29,7 @@ bool readMacroDefinition(std::string_view s, size_t& p, VeriMacro& m) {
             m.params.push_back(param);
         }
     }
-    while (p < s.size() && isBlank(s[p]))
-        ++p;
+    while (p < s.size() && isBlank(s[p])) ++p;
     size_t b = p;
     size_t e = p; // end of the last text that belongs to the body
     while (p < s.size()) {
@@ -46,8 +43,7 @@ bool readMacroDefinition(std::string_view s, size_t& p, VeriMacro& m) {
             ++p;
             continue;
         }
-        if (c == '\n')
-            break;
+        if (c == '\n') break;
         if (c == '\\' && p + 1 < s.size() && (s[p + 1] == '\n' || s[p + 1] == '\r')) {
             p += s[p + 1] == '\r' && p + 2 < s.size() && s[p + 2] == '\n' ? 3 : 2;
             e = p;
@@ -55,8 +51,7 @@ bool readMacroDefinition(std::string_view s, size_t& p, VeriMacro& m) {
         }
         if (c == '"') {
             for (++p; p < s.size() && s[p] != '"' && s[p] != '\n'; ++p)
-                if (s[p] == '\\')
-                    ++p;
+                if (s[p] == '\\') ++p;
             e = ++p;
             continue;
         }
@@ -65,8 +60,7 @@ bool readMacroDefinition(std::string_view s, size_t& p, VeriMacro& m) {
             size_t nl = s.find('\n', p);
             size_t end = nl == std::string_view::npos ? s.size() : nl;
             size_t last = end;
-            while (last > p && (s[last - 1] == '\r' || isBlank(s[last - 1])))
-                --last;
+            while (last > p && (s[last - 1] == '\r' || isBlank(s[last - 1]))) --last;
             if (last > p && s[last - 1] == '\\' && end < s.size()) {
                 p = end + 1;
                 e = p;
@@ -82,8 +76,7 @@ bool readMacroDefinition(std::string_view s, size_t& p, VeriMacro& m) {
             continue;
         }
         ++p;
-        if (!isBlank(c) && c != '\r')
-            e = p;
+        if (!isBlank(c) && c != '\r') e = p;
     }
     // A string or comment that runs past the end leaves p beyond it.
     p = std::min(p, s.size());
@@ -95,11 +88,10 @@ bool readMacroDefinition(std::string_view s, size_t& p, VeriMacro& m) {
 void predefineMacros(VeriMacroTable& table, unsigned language, const std::vector<std::string>& defines) {
     // SystemVerilog predefines the coverage control constants (IEEE 1800-2017 40.3.1).
     static constexpr std::pair<const char*, const char*> coverage[] = {
-        {"SV_COV_START", "0"},      {"SV_COV_STOP", "1"},       {"SV_COV_RESET", "2"},
-        {"SV_COV_CHECK", "3"},      {"SV_COV_MODULE", "10"},    {"SV_COV_HIER", "11"},
-        {"SV_COV_ASSERTION", "20"}, {"SV_COV_FSM_STATE", "21"}, {"SV_COV_STATEMENT", "22"},
-        {"SV_COV_TOGGLE", "23"},    {"SV_COV_OVERFLOW", "-2"},  {"SV_COV_ERROR", "-1"},
-        {"SV_COV_NOCOV", "0"},      {"SV_COV_OK", "1"},         {"SV_COV_PARTIAL", "2"}};
+        {"SV_COV_START", "0"},      {"SV_COV_STOP", "1"},    {"SV_COV_RESET", "2"},      {"SV_COV_CHECK", "3"},
+        {"SV_COV_MODULE", "10"},    {"SV_COV_HIER", "11"},   {"SV_COV_ASSERTION", "20"}, {"SV_COV_FSM_STATE", "21"},
+        {"SV_COV_STATEMENT", "22"}, {"SV_COV_TOGGLE", "23"}, {"SV_COV_OVERFLOW", "-2"},  {"SV_COV_ERROR", "-1"},
+        {"SV_COV_NOCOV", "0"},      {"SV_COV_OK", "1"},      {"SV_COV_PARTIAL", "2"}};
     if (IsSystemVerilogLanguage(language)) {
         for (const auto& [name, value] : coverage) {
             VeriMacro m;
@@ -112,8 +104,7 @@ void predefineMacros(VeriMacroTable& table, unsigned language, const std::vector
         size_t eq = def.find('=');
         VeriMacro m;
         m.name = table.own(std::string_view(def).substr(0, eq));
-        if (eq != std::string::npos)
-            m.body = table.own(std::string_view(def).substr(eq + 1));
+        if (eq != std::string::npos) m.body = table.own(std::string_view(def).substr(eq + 1));
         m.fromCommandLine = true;
         table.define(m);
     }
@@ -153,14 +144,12 @@ size_t VeriMacroTable::probe(std::string_view name) const {
     size_t firstGone = index_.size();
     for (size_t b = hashName(name) & mask;; b = (b + 1) & mask) {
         uint32_t e = index_[b];
-        if (e == 0)
-            return firstGone < index_.size() ? firstGone : b;
+        if (e == 0) return firstGone < index_.size() ? firstGone : b;
         if (e == kGone) {
             firstGone = std::min(firstGone, b);
             continue;
         }
-        if (slots_[e - 1].macro->name == name)
-            return b;
+        if (slots_[e - 1].macro->name == name) return b;
     }
 }
 
@@ -168,12 +157,10 @@ void VeriMacroTable::rehash(size_t buckets) {
     index_.assign(buckets, 0);
     used_ = 0;
     for (size_t k = 0; k < slots_.size(); ++k) {
-        if (!slots_[k].live)
-            continue;
+        if (!slots_[k].live) continue;
         size_t mask = buckets - 1;
         size_t b = hashName(slots_[k].macro->name) & mask;
-        while (index_[b] != 0)
-            b = (b + 1) & mask;
+        while (index_[b] != 0) b = (b + 1) & mask;
         index_[b] = uint32_t(k + 1);
         ++used_;
     }
@@ -214,12 +201,10 @@ std::string_view VeriMacroTable::own(std::string_view text) {
 }
 
 bool VeriMacroTable::undefine(std::string_view name) {
-    if (index_.empty())
-        return false;
+    if (index_.empty()) return false;
     size_t b = probe(name);
     uint32_t e = index_[b];
-    if (e == 0 || e == kGone)
-        return false;
+    if (e == 0 || e == kGone) return false;
     slots_[e - 1].live = false;
     index_[b] = kGone;
     --live_;
@@ -232,8 +217,7 @@ void VeriMacroTable::undefineAll() {
             slot.live = false;
             --live_;
         }
-    if (!index_.empty())
-        rehash(index_.size());
+    if (!index_.empty()) rehash(index_.size());
 }
 
 void VeriMacroTable::clear() {
@@ -248,8 +232,7 @@ void VeriMacroTable::clear() {
 }
 
 const VeriMacro* VeriMacroTable::find(std::string_view name) const {
-    if (index_.empty())
-        return nullptr;
+    if (index_.empty()) return nullptr;
     uint32_t e = index_[probe(name)];
     return e == 0 || e == kGone ? nullptr : slots_[e - 1].macro;
 }
@@ -257,8 +240,7 @@ const VeriMacro* VeriMacroTable::find(std::string_view name) const {
 std::vector<const VeriMacro*> VeriMacroTable::definedMacros() const {
     std::vector<const VeriMacro*> out;
     for (const Slot& slot : slots_)
-        if (slot.live)
-            out.push_back(slot.macro);
+        if (slot.live) out.push_back(slot.macro);
     return out;
 }
 

@@ -35,11 +35,11 @@ struct VeriBodyPiece {
 
 struct VeriMacro {
     std::string_view name;
-    std::string_view body;       // as written: backslash-newlines kept, comments kept
+    std::string_view body; // as written: backslash-newlines kept, comments kept
     std::vector<VeriMacroParam> params;
-    bool functionLike = false;   // declared with a parameter list, even an empty one
+    bool functionLike = false; // declared with a parameter list, even an empty one
     bool fromCommandLine = false;
-    ColLineFile bodyPos;         // where the body text starts
+    ColLineFile bodyPos; // where the body text starts
     // The body cut up (see above); shared by the copies of the definition. Null for a
     // macro built otherwise (command line, predefined), whose body is cut at each use.
     std::shared_ptr<const std::vector<VeriBodyPiece>> pieces;

@@ -4,6 +4,7 @@
 
 #include "hdl/base/MessageCatalogue.h"
 
+// clang-format off
 #define HDL_VERI_LEX_MESSAGES(ID, TEXT)                                                                      \
     ID(kOpenFailed, "VERI-1000", MSG_ERROR)                                                                  \
     TEXT(CannotOpenFile, kOpenFailed, "cannot open file '%s'")                                               \
@@ -81,6 +82,7 @@
     TEXT(EscapedIdentifierEmpty, kEmptyEscapedId, "escaped identifier is empty")                             \
     ID(kBadBacktick, "VERI-2005", MSG_ERROR)                                                                 \
     TEXT(BacktickOutsideMacro, kBadBacktick, "'%s' outside a macro body")
+// clang-format on
 
 namespace hdl {
 namespace veri_msg {

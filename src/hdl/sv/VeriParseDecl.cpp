@@ -10,22 +10,42 @@ constexpr size_t kMaxScan = 512;
 
 bool VeriParser::Impl::isNetType(unsigned k) {
     switch (k) {
-    case VT_WIRE: case VT_TRI: case VT_TRI0: case VT_TRI1: case VT_TRIAND: case VT_TRIOR: case VT_TRIREG:
-    case VT_WAND: case VT_WOR: case VT_SUPPLY0: case VT_SUPPLY1: case VT_UWIRE: case VT_INTERCONNECT:
-        return true;
-    default:
-        return false;
+    case VT_WIRE:
+    case VT_TRI:
+    case VT_TRI0:
+    case VT_TRI1:
+    case VT_TRIAND:
+    case VT_TRIOR:
+    case VT_TRIREG:
+    case VT_WAND:
+    case VT_WOR:
+    case VT_SUPPLY0:
+    case VT_SUPPLY1:
+    case VT_UWIRE:
+    case VT_INTERCONNECT: return true;
+    default: return false;
     }
 }
 
 bool VeriParser::Impl::isBuiltinType(unsigned k) {
     switch (k) {
-    case VT_BIT: case VT_LOGIC: case VT_REG: case VT_BYTE: case VT_SHORTINT: case VT_INT: case VT_LONGINT:
-    case VT_INTEGER: case VT_TIME: case VT_SHORTREAL: case VT_REAL: case VT_REALTIME: case VT_STRING:
-    case VT_CHANDLE: case VT_EVENT: case VT_VOID:
-        return true;
-    default:
-        return false;
+    case VT_BIT:
+    case VT_LOGIC:
+    case VT_REG:
+    case VT_BYTE:
+    case VT_SHORTINT:
+    case VT_INT:
+    case VT_LONGINT:
+    case VT_INTEGER:
+    case VT_TIME:
+    case VT_SHORTREAL:
+    case VT_REAL:
+    case VT_REALTIME:
+    case VT_STRING:
+    case VT_CHANDLE:
+    case VT_EVENT:
+    case VT_VOID: return true;
+    default: return false;
     }
 }
 
@@ -335,7 +355,8 @@ VeriModuleItem* VeriParser::Impl::parseTypedef(const VeriToken& start) {
     auto* decl = make<VeriDataDecl>(start);
     decl->kind = VT_TYPEDEF;
     unsigned k = kind();
-    bool forward = (k == VT_ENUM || k == VT_STRUCT || k == VT_UNION || k == VT_CLASS) && isIdent(1) && kind(2) == VT_SEMI;
+    bool forward =
+        (k == VT_ENUM || k == VT_STRUCT || k == VT_UNION || k == VT_CLASS) && isIdent(1) && kind(2) == VT_SEMI;
     if (k == VT_INTERFACE && kind(1) == VT_CLASS) forward = true;
     if (forward) {
         while (!isIdent()) take();
@@ -565,8 +586,7 @@ VeriFunctionDecl* VeriParser::Impl::parseSubprogram(const VeriToken& start, bool
     if (!isTask) {
         // The return type, unless the name follows at once.
         bool nameNext = (isIdent() || at(VT_NEW)) && (kind(1) == VT_LPAREN || kind(1) == VT_SEMI ||
-                                                      (kind(1) == VT_SCOPE && kind(3) != VT_SCOPE &&
-                                                       !isIdent(3)));
+                                                      (kind(1) == VT_SCOPE && kind(3) != VT_SCOPE && !isIdent(3)));
         if (!nameNext) f->returnType = parseDataType(true);
     }
     VeriToken n = peek();

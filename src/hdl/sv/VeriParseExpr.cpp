@@ -10,18 +10,39 @@ namespace {
 // Binding power of a binary operator; 0 for tokens that are none.
 int binaryPrecedence(unsigned k) {
     switch (k) {
-    case VT_ARROW: case VT_EQUIV: return 1;
+    case VT_ARROW:
+    case VT_EQUIV: return 1;
     case VT_QUESTION: return 2;
     case VT_LOGOR: return 3;
     case VT_LOGAND: return 4;
-    case VT_BAR: case VT_NOR_OP: return 5;
-    case VT_CARET: case VT_XNOR_OP: return 6;
-    case VT_AMP: case VT_NAND_OP: return 7;
-    case VT_LOGEQ: case VT_LOGNEQ: case VT_CASE_EQ: case VT_CASE_NEQ: case VT_WILD_EQ: case VT_WILD_NEQ: return 8;
-    case VT_LT: case VT_LE: case VT_GT: case VT_GE: case VT_INSIDE: case VT_DIST: case VT_MATCHES: return 9;
-    case VT_SHL: case VT_SHR: case VT_ASHL: case VT_ASHR: return 10;
-    case VT_PLUS: case VT_MINUS: return 11;
-    case VT_STAR: case VT_SLASH: case VT_MOD: return 12;
+    case VT_BAR:
+    case VT_NOR_OP: return 5;
+    case VT_CARET:
+    case VT_XNOR_OP: return 6;
+    case VT_AMP:
+    case VT_NAND_OP: return 7;
+    case VT_LOGEQ:
+    case VT_LOGNEQ:
+    case VT_CASE_EQ:
+    case VT_CASE_NEQ:
+    case VT_WILD_EQ:
+    case VT_WILD_NEQ: return 8;
+    case VT_LT:
+    case VT_LE:
+    case VT_GT:
+    case VT_GE:
+    case VT_INSIDE:
+    case VT_DIST:
+    case VT_MATCHES: return 9;
+    case VT_SHL:
+    case VT_SHR:
+    case VT_ASHL:
+    case VT_ASHR: return 10;
+    case VT_PLUS:
+    case VT_MINUS: return 11;
+    case VT_STAR:
+    case VT_SLASH:
+    case VT_MOD: return 12;
     case VT_POWER: return 13;
     default: return 0;
     }
@@ -29,21 +50,37 @@ int binaryPrecedence(unsigned k) {
 
 bool isUnaryOperator(unsigned k) {
     switch (k) {
-    case VT_PLUS: case VT_MINUS: case VT_LOGNOT: case VT_TILDE: case VT_AMP: case VT_BAR:
-    case VT_CARET: case VT_NAND_OP: case VT_NOR_OP: case VT_XNOR_OP: case VT_INC: case VT_DEC:
-        return true;
-    default:
-        return false;
+    case VT_PLUS:
+    case VT_MINUS:
+    case VT_LOGNOT:
+    case VT_TILDE:
+    case VT_AMP:
+    case VT_BAR:
+    case VT_CARET:
+    case VT_NAND_OP:
+    case VT_NOR_OP:
+    case VT_XNOR_OP:
+    case VT_INC:
+    case VT_DEC: return true;
+    default: return false;
     }
 }
 
 bool isAssignOperator(unsigned k) {
     switch (k) {
-    case VT_PLUS_EQ: case VT_MINUS_EQ: case VT_STAR_EQ: case VT_SLASH_EQ: case VT_MOD_EQ: case VT_AND_EQ:
-    case VT_OR_EQ: case VT_XOR_EQ: case VT_SHL_EQ: case VT_SHR_EQ: case VT_ASHL_EQ: case VT_ASHR_EQ:
-        return true;
-    default:
-        return false;
+    case VT_PLUS_EQ:
+    case VT_MINUS_EQ:
+    case VT_STAR_EQ:
+    case VT_SLASH_EQ:
+    case VT_MOD_EQ:
+    case VT_AND_EQ:
+    case VT_OR_EQ:
+    case VT_XOR_EQ:
+    case VT_SHL_EQ:
+    case VT_SHR_EQ:
+    case VT_ASHL_EQ:
+    case VT_ASHR_EQ: return true;
+    default: return false;
     }
 }
 
@@ -51,13 +88,26 @@ bool isAssignOperator(unsigned k) {
 
 bool VeriParser::Impl::startsExpression(unsigned k) {
     switch (k) {
-    case VT_IDENTIFIER: case VT_ESCAPED_IDENTIFIER: case VT_SYSTEM_IDENTIFIER: case VT_DECIMAL_NUMBER:
-    case VT_BASED_NUMBER: case VT_REAL_NUMBER: case VT_TIME_LITERAL: case VT_UNBASED_UNSIZED:
-    case VT_STRING_LITERAL: case VT_LPAREN: case VT_LBRACE: case VT_APOSTROPHE_LBRACE: case VT_DOLLAR:
-    case VT_NULL: case VT_THIS: case VT_SUPER: case VT_NEW: case VT_TYPE: case VT_TAGGED:
-        return true;
-    default:
-        return isUnaryOperator(k) || isBuiltinType(k) || k == VT_SIGNED || k == VT_UNSIGNED || k == VT_CONST;
+    case VT_IDENTIFIER:
+    case VT_ESCAPED_IDENTIFIER:
+    case VT_SYSTEM_IDENTIFIER:
+    case VT_DECIMAL_NUMBER:
+    case VT_BASED_NUMBER:
+    case VT_REAL_NUMBER:
+    case VT_TIME_LITERAL:
+    case VT_UNBASED_UNSIZED:
+    case VT_STRING_LITERAL:
+    case VT_LPAREN:
+    case VT_LBRACE:
+    case VT_APOSTROPHE_LBRACE:
+    case VT_DOLLAR:
+    case VT_NULL:
+    case VT_THIS:
+    case VT_SUPER:
+    case VT_NEW:
+    case VT_TYPE:
+    case VT_TAGGED: return true;
+    default: return isUnaryOperator(k) || isBuiltinType(k) || k == VT_SIGNED || k == VT_UNSIGNED || k == VT_CONST;
     }
 }
 
@@ -223,12 +273,14 @@ VeriExpression* VeriParser::Impl::parseNumber() {
 VeriExpression* VeriParser::Impl::parsePrimary() {
     VeriToken start = peek();
     switch (start.kind) {
-    case VT_DECIMAL_NUMBER: case VT_BASED_NUMBER: case VT_UNBASED_UNSIZED: case VT_REAL_NUMBER:
-    case VT_TIME_LITERAL: case VT_STRING_LITERAL:
-        return parseNumber();
-    case VT_IDENTIFIER: case VT_ESCAPED_IDENTIFIER:
-        take();
-        return makeRef(start);
+    case VT_DECIMAL_NUMBER:
+    case VT_BASED_NUMBER:
+    case VT_UNBASED_UNSIZED:
+    case VT_REAL_NUMBER:
+    case VT_TIME_LITERAL:
+    case VT_STRING_LITERAL: return parseNumber();
+    case VT_IDENTIFIER:
+    case VT_ESCAPED_IDENTIFIER: take(); return makeRef(start);
     case VT_SYSTEM_IDENTIFIER: {
         take();
         auto* call = make<VeriSystemFunctionCall>(start);
@@ -249,7 +301,10 @@ VeriExpression* VeriParser::Impl::parsePrimary() {
         finish(n);
         return n;
     }
-    case VT_THIS: case VT_SUPER: case VT_DEFAULT: case VT_LOCAL: {
+    case VT_THIS:
+    case VT_SUPER:
+    case VT_DEFAULT:
+    case VT_LOCAL: {
         take();
         auto* k = make<VeriKeyword>(start);
         k->token = start.kind;
@@ -287,7 +342,8 @@ VeriExpression* VeriParser::Impl::parsePrimary() {
         expect(VT_RPAREN);
         return e;
     }
-    case VT_DOT: case VT_DOT_STAR: {
+    case VT_DOT:
+    case VT_DOT_STAR: {
         // pattern identifiers and wildcards: .name, .*
         take();
         if (start.kind == VT_DOT_STAR) return make<VeriDotStar>(start);
@@ -297,10 +353,8 @@ VeriExpression* VeriParser::Impl::parsePrimary() {
         finish(pc);
         return pc;
     }
-    case VT_LBRACE:
-        return parseBraces();
-    case VT_APOSTROPHE_LBRACE:
-        return parsePattern(nullptr, start);
+    case VT_LBRACE: return parseBraces();
+    case VT_APOSTROPHE_LBRACE: return parsePattern(nullptr, start);
     case VT_TYPE: {
         take();
         auto* t = make<VeriTypeOperator>(start);
@@ -326,8 +380,7 @@ VeriExpression* VeriParser::Impl::parsePrimary() {
         attach(e, attrs);
         return e;
     }
-    default:
-        break;
+    default: break;
     }
     // A built-in type used as a cast target (int'(x), signed'(x)) or a type argument.
     if (isBuiltinType(start.kind) || start.kind == VT_SIGNED || start.kind == VT_UNSIGNED || start.kind == VT_CONST) {
@@ -367,8 +420,9 @@ VeriExpression* VeriParser::Impl::parsePostfix(VeriExpression* e, const VeriToke
                 finish(mem);
                 e = mem;
             }
-        } else if (k == VT_DOT && (isIdent(1) || kind(1) == VT_NEW || kind(1) == VT_SUPER || kind(1) == VT_THIS ||
-                                   kind(1) == VT_AND || kind(1) == VT_OR || kind(1) == VT_XOR || kind(1) == VT_UNIQUE)) {
+        } else if (k == VT_DOT &&
+                   (isIdent(1) || kind(1) == VT_NEW || kind(1) == VT_SUPER || kind(1) == VT_THIS || kind(1) == VT_AND ||
+                    kind(1) == VT_OR || kind(1) == VT_XOR || kind(1) == VT_UNIQUE)) {
             take();
             auto* sel = make<VeriSelectedName>(start);
             sel->prefix = e;
@@ -390,7 +444,8 @@ VeriExpression* VeriParser::Impl::parsePostfix(VeriExpression* e, const VeriToke
             }
             finish(sc);
             e = sc;
-        } else if (k == VT_HASH && kind(1) == VT_LPAREN && (dynamic_cast<VeriIdRef*>(e) || dynamic_cast<VeriScopeName*>(e))) {
+        } else if (k == VT_HASH && kind(1) == VT_LPAREN &&
+                   (dynamic_cast<VeriIdRef*>(e) || dynamic_cast<VeriScopeName*>(e))) {
             // class#(params)::name
             ArenaArray<VeriExpression*> params = parseParamValues();
             if (at(VT_SCOPE) && (isIdent(1) || kind(1) == VT_NEW)) {

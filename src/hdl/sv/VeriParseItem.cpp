@@ -18,23 +18,52 @@ unsigned unitEndKind(unsigned k) {
 
 bool VeriParser::Impl::isStrengthKeyword(unsigned k) {
     switch (k) {
-    case VT_SUPPLY0: case VT_SUPPLY1: case VT_STRONG0: case VT_STRONG1: case VT_PULL0: case VT_PULL1:
-    case VT_WEAK0: case VT_WEAK1: case VT_HIGHZ0: case VT_HIGHZ1: case VT_SMALL: case VT_MEDIUM: case VT_LARGE:
-        return true;
-    default:
-        return false;
+    case VT_SUPPLY0:
+    case VT_SUPPLY1:
+    case VT_STRONG0:
+    case VT_STRONG1:
+    case VT_PULL0:
+    case VT_PULL1:
+    case VT_WEAK0:
+    case VT_WEAK1:
+    case VT_HIGHZ0:
+    case VT_HIGHZ1:
+    case VT_SMALL:
+    case VT_MEDIUM:
+    case VT_LARGE: return true;
+    default: return false;
     }
 }
 
 bool VeriParser::Impl::isGate(unsigned k) {
     switch (k) {
-    case VT_AND: case VT_NAND: case VT_OR: case VT_NOR: case VT_XOR: case VT_XNOR: case VT_BUF: case VT_NOT:
-    case VT_BUFIF0: case VT_BUFIF1: case VT_NOTIF0: case VT_NOTIF1: case VT_NMOS: case VT_PMOS: case VT_RNMOS:
-    case VT_RPMOS: case VT_CMOS: case VT_RCMOS: case VT_TRAN: case VT_RTRAN: case VT_TRANIF0: case VT_TRANIF1:
-    case VT_RTRANIF0: case VT_RTRANIF1: case VT_PULLUP: case VT_PULLDOWN:
-        return true;
-    default:
-        return false;
+    case VT_AND:
+    case VT_NAND:
+    case VT_OR:
+    case VT_NOR:
+    case VT_XOR:
+    case VT_XNOR:
+    case VT_BUF:
+    case VT_NOT:
+    case VT_BUFIF0:
+    case VT_BUFIF1:
+    case VT_NOTIF0:
+    case VT_NOTIF1:
+    case VT_NMOS:
+    case VT_PMOS:
+    case VT_RNMOS:
+    case VT_RPMOS:
+    case VT_CMOS:
+    case VT_RCMOS:
+    case VT_TRAN:
+    case VT_RTRAN:
+    case VT_TRANIF0:
+    case VT_TRANIF1:
+    case VT_RTRANIF0:
+    case VT_RTRANIF1:
+    case VT_PULLUP:
+    case VT_PULLDOWN: return true;
+    default: return false;
     }
 }
 
@@ -63,8 +92,8 @@ void VeriParser::Impl::parseSourceText() {
             skipToSemi();
             continue;
         }
-        if (k == VT_ENDMODULE || k == VT_ENDINTERFACE || k == VT_ENDPROGRAM || k == VT_ENDPACKAGE ||
-            k == VT_END || k == VT_ENDCLASS || k == VT_ENDFUNCTION || k == VT_ENDTASK || k == VT_ENDPRIMITIVE) {
+        if (k == VT_ENDMODULE || k == VT_ENDINTERFACE || k == VT_ENDPROGRAM || k == VT_ENDPACKAGE || k == VT_END ||
+            k == VT_ENDCLASS || k == VT_ENDFUNCTION || k == VT_ENDTASK || k == VT_ENDPRIMITIVE) {
             syntaxError(peek());
             take();
             continue;
@@ -86,12 +115,30 @@ VeriModule* VeriParser::Impl::parseUnit(const VeriToken& start, std::vector<Veri
     VeriIdDef* id;
     VeriToken n = peek();
     switch (kw.kind) {
-    case VT_INTERFACE: m = make<VeriInterface>(start); id = make<VeriInterfaceId>(n); break;
-    case VT_PROGRAM: m = make<VeriProgram>(start); id = make<VeriProgramId>(n); break;
-    case VT_PACKAGE: m = make<VeriPackage>(start); id = make<VeriModuleId>(n); break;
-    case VT_PRIMITIVE: m = make<VeriPrimitive>(start); id = make<VeriUdpId>(n); break;
-    case VT_CHECKER: m = make<VeriChecker>(start); id = make<VeriCheckerId>(n); break;
-    default: m = make<VeriModule>(start); id = make<VeriModuleId>(n); break;
+    case VT_INTERFACE:
+        m = make<VeriInterface>(start);
+        id = make<VeriInterfaceId>(n);
+        break;
+    case VT_PROGRAM:
+        m = make<VeriProgram>(start);
+        id = make<VeriProgramId>(n);
+        break;
+    case VT_PACKAGE:
+        m = make<VeriPackage>(start);
+        id = make<VeriModuleId>(n);
+        break;
+    case VT_PRIMITIVE:
+        m = make<VeriPrimitive>(start);
+        id = make<VeriUdpId>(n);
+        break;
+    case VT_CHECKER:
+        m = make<VeriChecker>(start);
+        id = make<VeriCheckerId>(n);
+        break;
+    default:
+        m = make<VeriModule>(start);
+        id = make<VeriModuleId>(n);
+        break;
     }
     attach(m, attrs);
     if (kw.kind == VT_MACROMODULE) m->flags |= VERI_UNIT_MACROMODULE;
@@ -297,9 +344,9 @@ void VeriParser::Impl::parsePortList(VeriModule* m, List<VeriTreeNode>& ports) {
 void VeriParser::Impl::parseItems(List<VeriModuleItem>& items, unsigned endKind) {
     while (!at(endKind) && !atEof()) {
         unsigned k = kind();
-        if (k != endKind && (k == VT_ENDMODULE || k == VT_ENDINTERFACE || k == VT_ENDPROGRAM ||
-                             k == VT_ENDPACKAGE || k == VT_ENDPRIMITIVE || k == VT_ENDCHECKER ||
-                             k == VT_END || k == VT_ENDGENERATE || k == VT_ENDCASE)) {
+        if (k != endKind &&
+            (k == VT_ENDMODULE || k == VT_ENDINTERFACE || k == VT_ENDPROGRAM || k == VT_ENDPACKAGE ||
+             k == VT_ENDPRIMITIVE || k == VT_ENDCHECKER || k == VT_END || k == VT_ENDGENERATE || k == VT_ENDCASE)) {
             return; // the caller reports the missing end
         }
         std::vector<VeriAttribute> attrs;
@@ -323,12 +370,12 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
     VeriToken start = peek();
     unsigned k = start.kind;
     switch (k) {
-    case VT_SEMI:
-        take();
-        return nullptr;
-    case VT_ASSIGN:
-        return parseContinuousAssign(take());
-    case VT_ALWAYS: case VT_ALWAYS_COMB: case VT_ALWAYS_FF: case VT_ALWAYS_LATCH: {
+    case VT_SEMI: take(); return nullptr;
+    case VT_ASSIGN: return parseContinuousAssign(take());
+    case VT_ALWAYS:
+    case VT_ALWAYS_COMB:
+    case VT_ALWAYS_FF:
+    case VT_ALWAYS_LATCH: {
         take();
         auto* a = make<VeriAlwaysConstruct>(start);
         a->kind = k;
@@ -336,7 +383,8 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
         finish(a);
         return a;
     }
-    case VT_INITIAL: case VT_FINAL: {
+    case VT_INITIAL:
+    case VT_FINAL: {
         take();
         auto* a = make<VeriInitialConstruct>(start);
         a->isFinal = k == VT_FINAL;
@@ -354,18 +402,14 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
         finish(g);
         return g;
     }
-    case VT_FOR:
-        return parseGenerateFor(take());
-    case VT_IF:
-        return parseGenerateIf(take());
-    case VT_CASE:
-        return parseGenerateCase(take());
-    case VT_BEGIN:
-        return parseGenerateBlock(take());
-    case VT_FUNCTION: case VT_TASK:
-        take();
-        return parseSubprogram(start, k == VT_TASK, 0);
-    case VT_IMPORT: case VT_EXPORT: {
+    case VT_FOR: return parseGenerateFor(take());
+    case VT_IF: return parseGenerateIf(take());
+    case VT_CASE: return parseGenerateCase(take());
+    case VT_BEGIN: return parseGenerateBlock(take());
+    case VT_FUNCTION:
+    case VT_TASK: take(); return parseSubprogram(start, k == VT_TASK, 0);
+    case VT_IMPORT:
+    case VT_EXPORT: {
         take();
         if (at(VT_STRING_LITERAL)) {
             take();
@@ -383,32 +427,27 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
         }
         return parseImportExport(start, k == VT_EXPORT);
     }
-    case VT_MODPORT:
-        return parseModport(take());
-    case VT_CLASS: case VT_VIRTUAL:
+    case VT_MODPORT: return parseModport(take());
+    case VT_CLASS:
+    case VT_VIRTUAL:
         if (k == VT_VIRTUAL && kind(1) != VT_CLASS) break;
         return parseClass(start);
     case VT_INTERFACE:
         if (kind(1) == VT_CLASS) return parseClass(start);
         return parseUnit(start, {});
-    case VT_MODULE: case VT_MACROMODULE: case VT_PROGRAM: case VT_CHECKER: case VT_PACKAGE:
-        return parseUnit(start, {});
-    case VT_COVERGROUP:
-        take();
-        return parseSkipped(make<VeriCovergroup>(start), VT_COVERGROUP, VT_ENDGROUP, true);
-    case VT_PROPERTY:
-        take();
-        return parseSkipped(make<VeriPropertyDecl>(start), VT_PROPERTY, VT_ENDPROPERTY, true);
-    case VT_SEQUENCE:
-        take();
-        return parseSkipped(make<VeriSequenceDecl>(start), VT_SEQUENCE, VT_ENDSEQUENCE, true);
-    case VT_SPECIFY:
-        take();
-        return parseSkipped(make<VeriSpecifyBlock>(start), VT_SPECIFY, VT_ENDSPECIFY, false);
-    case VT_TABLE:
-        take();
-        return parseSkipped(make<VeriTable>(start), VT_TABLE, VT_ENDTABLE, false);
-    case VT_DEFAULT: case VT_GLOBAL: case VT_CLOCKING: {
+    case VT_MODULE:
+    case VT_MACROMODULE:
+    case VT_PROGRAM:
+    case VT_CHECKER:
+    case VT_PACKAGE: return parseUnit(start, {});
+    case VT_COVERGROUP: take(); return parseSkipped(make<VeriCovergroup>(start), VT_COVERGROUP, VT_ENDGROUP, true);
+    case VT_PROPERTY: take(); return parseSkipped(make<VeriPropertyDecl>(start), VT_PROPERTY, VT_ENDPROPERTY, true);
+    case VT_SEQUENCE: take(); return parseSkipped(make<VeriSequenceDecl>(start), VT_SEQUENCE, VT_ENDSEQUENCE, true);
+    case VT_SPECIFY: take(); return parseSkipped(make<VeriSpecifyBlock>(start), VT_SPECIFY, VT_ENDSPECIFY, false);
+    case VT_TABLE: take(); return parseSkipped(make<VeriTable>(start), VT_TABLE, VT_ENDTABLE, false);
+    case VT_DEFAULT:
+    case VT_GLOBAL:
+    case VT_CLOCKING: {
         if (k != VT_CLOCKING) take();
         if (at(VT_CLOCKING)) {
             take();
@@ -464,8 +503,7 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
         finish(d);
         return d;
     }
-    case VT_BIND:
-        return parseBind(take());
+    case VT_BIND: return parseBind(take());
     case VT_ALIAS: {
         take();
         auto* a = make<VeriNetAlias>(start);
@@ -479,7 +517,8 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
         finish(a);
         return a;
     }
-    case VT_TIMEUNIT: case VT_TIMEPRECISION: {
+    case VT_TIMEUNIT:
+    case VT_TIMEPRECISION: {
         take();
         auto* t = make<VeriTimeUnit>(start);
         t->kind = k;
@@ -488,15 +527,16 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
         finish(t);
         return t;
     }
-    case VT_ASSERT: case VT_ASSUME: case VT_COVER: case VT_RESTRICT: case VT_EXPECT:
-        return parseAssertion(start);
+    case VT_ASSERT:
+    case VT_ASSUME:
+    case VT_COVER:
+    case VT_RESTRICT:
+    case VT_EXPECT: return parseAssertion(start);
     case VT_SYSTEM_IDENTIFIER: // elaboration tasks: $error, $fatal, $info, $warning
         return parseStatement();
-    case VT_EXTERN: case VT_NETTYPE:
-        skipToSemi();
-        return nullptr;
-    default:
-        break;
+    case VT_EXTERN:
+    case VT_NETTYPE: skipToSemi(); return nullptr;
+    default: break;
     }
     if (isGate(k)) return parseGateInstantiation(take());
     if (isIdent() && kind(1) == VT_COLON) {
@@ -868,8 +908,8 @@ VeriModuleItem* VeriParser::Impl::parseModport(const VeriToken& start) {
 VeriFunctionDecl* VeriParser::Impl::parseSubprogramPrototype(const VeriToken& start) {
     auto* f = start.kind == VT_TASK ? make<VeriTaskDecl>(start) : make<VeriFunctionDecl>(start);
     f->prototype = true;
-    if (start.kind == VT_FUNCTION && !(isIdent() && (kind(1) == VT_LPAREN || kind(1) == VT_COMMA ||
-                                                   kind(1) == VT_RPAREN)))
+    if (start.kind == VT_FUNCTION &&
+        !(isIdent() && (kind(1) == VT_LPAREN || kind(1) == VT_COMMA || kind(1) == VT_RPAREN)))
         f->returnType = parseDataType(true);
     VeriToken n = peek();
     VeriIdDef* id = start.kind == VT_TASK ? static_cast<VeriIdDef*>(make<VeriTaskId>(n)) : make<VeriFunctionId>(n);
@@ -994,9 +1034,9 @@ VeriModuleItem* VeriParser::Impl::parseClass(const VeriToken& start) {
             skipToSemi();
         } else if (k == VT_SEMI) {
             take();
-        } else if (k == VT_CONSTRAINT || k == VT_COVERGROUP || k == VT_CLASS || k == VT_TYPEDEF ||
-                   k == VT_PARAMETER || k == VT_LOCALPARAM || k == VT_IMPORT ||
-                   (k == VT_INTERFACE && kind(1) == VT_CLASS) || (k == VT_VIRTUAL && kind(1) == VT_CLASS)) {
+        } else if (k == VT_CONSTRAINT || k == VT_COVERGROUP || k == VT_CLASS || k == VT_TYPEDEF || k == VT_PARAMETER ||
+                   k == VT_LOCALPARAM || k == VT_IMPORT || (k == VT_INTERFACE && kind(1) == VT_CLASS) ||
+                   (k == VT_VIRTUAL && kind(1) == VT_CLASS)) {
             item = parseItem(VT_ENDCLASS);
         } else if (!(item = parseDeclarationItem())) {
             syntaxError(peek(), "a class item");

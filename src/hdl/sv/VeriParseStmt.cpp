@@ -6,11 +6,19 @@ namespace hdl {
 namespace {
 bool isOpAssign(unsigned k) {
     switch (k) {
-    case VT_PLUS_EQ: case VT_MINUS_EQ: case VT_STAR_EQ: case VT_SLASH_EQ: case VT_MOD_EQ: case VT_AND_EQ:
-    case VT_OR_EQ: case VT_XOR_EQ: case VT_SHL_EQ: case VT_SHR_EQ: case VT_ASHL_EQ: case VT_ASHR_EQ:
-        return true;
-    default:
-        return false;
+    case VT_PLUS_EQ:
+    case VT_MINUS_EQ:
+    case VT_STAR_EQ:
+    case VT_SLASH_EQ:
+    case VT_MOD_EQ:
+    case VT_AND_EQ:
+    case VT_OR_EQ:
+    case VT_XOR_EQ:
+    case VT_SHL_EQ:
+    case VT_SHR_EQ:
+    case VT_ASHL_EQ:
+    case VT_ASHR_EQ: return true;
+    default: return false;
     }
 }
 } // namespace
@@ -40,25 +48,24 @@ VeriStatement* VeriParser::Impl::parseStatement() {
         take();
         s = make<VeriNullStatement>(t);
         break;
-    case VT_BEGIN:
-        s = parseBlock(false);
-        break;
-    case VT_FORK:
-        s = parseBlock(true);
-        break;
+    case VT_BEGIN: s = parseBlock(false); break;
+    case VT_FORK: s = parseBlock(true); break;
     case VT_IF:
         take();
         s = parseIf(0, t);
         break;
-    case VT_UNIQUE: case VT_UNIQUE0: case VT_PRIORITY: {
+    case VT_UNIQUE:
+    case VT_UNIQUE0:
+    case VT_PRIORITY: {
         take();
         if (accept(VT_IF)) s = parseIf(t.kind, t);
         else s = parseCase(t.kind, t);
         break;
     }
-    case VT_CASE: case VT_CASEX: case VT_CASEZ: case VT_RANDCASE:
-        s = parseCase(0, t);
-        break;
+    case VT_CASE:
+    case VT_CASEX:
+    case VT_CASEZ:
+    case VT_RANDCASE: s = parseCase(0, t); break;
     case VT_FOR:
         take();
         s = parseFor(t);
@@ -106,14 +113,16 @@ VeriStatement* VeriParser::Impl::parseStatement() {
         s = f;
         break;
     }
-    case VT_AT: case VT_AT_AT: {
+    case VT_AT:
+    case VT_AT_AT: {
         auto* e = make<VeriEventControlStatement>(t);
         e->control = parseEventControl();
         e->stmt = parseStatement();
         s = e;
         break;
     }
-    case VT_HASH: case VT_CYCLE_DELAY: {
+    case VT_HASH:
+    case VT_CYCLE_DELAY: {
         auto* d = make<VeriDelayControlStatement>(t);
         d->control = parseDelay();
         d->stmt = parseStatement();
@@ -148,7 +157,8 @@ VeriStatement* VeriParser::Impl::parseStatement() {
         s = d;
         break;
     }
-    case VT_ARROW: case VT_NB_TRIGGER: {
+    case VT_ARROW:
+    case VT_NB_TRIGGER: {
         take();
         auto* e = make<VeriEventTrigger>(t);
         if (at(VT_HASH) || at(VT_AT)) e->control = at(VT_HASH) ? parseDelay() : parseEventControl();
@@ -157,7 +167,8 @@ VeriStatement* VeriParser::Impl::parseStatement() {
         s = e;
         break;
     }
-    case VT_ASSIGN: case VT_FORCE: {
+    case VT_ASSIGN:
+    case VT_FORCE: {
         take();
         VeriAssign* a = t.kind == VT_ASSIGN ? make<VeriAssign>(t) : make<VeriForce>(t);
         auto* nra = make<VeriNetRegAssign>(peek());
@@ -170,7 +181,8 @@ VeriStatement* VeriParser::Impl::parseStatement() {
         s = a;
         break;
     }
-    case VT_DEASSIGN: case VT_RELEASE: {
+    case VT_DEASSIGN:
+    case VT_RELEASE: {
         take();
         VeriDeAssign* d = t.kind == VT_DEASSIGN ? make<VeriDeAssign>(t) : make<VeriRelease>(t);
         d->lval = parseLValue();
@@ -178,7 +190,9 @@ VeriStatement* VeriParser::Impl::parseStatement() {
         s = d;
         break;
     }
-    case VT_RETURN: case VT_BREAK: case VT_CONTINUE: {
+    case VT_RETURN:
+    case VT_BREAK:
+    case VT_CONTINUE: {
         take();
         auto* j = make<VeriJumpStatement>(t);
         j->kind = t.kind;
@@ -187,9 +201,11 @@ VeriStatement* VeriParser::Impl::parseStatement() {
         s = j;
         break;
     }
-    case VT_ASSERT: case VT_ASSUME: case VT_COVER: case VT_RESTRICT: case VT_EXPECT:
-        s = parseAssertion(t);
-        break;
+    case VT_ASSERT:
+    case VT_ASSUME:
+    case VT_COVER:
+    case VT_RESTRICT:
+    case VT_EXPECT: s = parseAssertion(t); break;
     case VT_RANDSEQUENCE:
         take();
         skipUntilEnd(VT_RANDSEQUENCE, VT_ENDSEQUENCE);
@@ -230,9 +246,7 @@ VeriStatement* VeriParser::Impl::parseStatement() {
         s = te;
         break;
     }
-    default:
-        s = parseSimpleStatement(t);
-        break;
+    default: s = parseSimpleStatement(t); break;
     }
     if (!s) {
         attach(nullptr, attrs);

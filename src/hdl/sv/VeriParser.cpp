@@ -205,16 +205,35 @@ namespace {
 // Words that begin a module item or end a region: recovery stops in front of them.
 bool isItemBoundary(unsigned k) {
     switch (k) {
-    case VT_ENDMODULE: case VT_ENDINTERFACE: case VT_ENDPROGRAM: case VT_ENDPACKAGE:
-    case VT_ENDPRIMITIVE: case VT_ENDGENERATE: case VT_ENDFUNCTION: case VT_ENDTASK:
-    case VT_ENDCLASS: case VT_ENDCHECKER: case VT_ENDCONFIG: case VT_END:
-    case VT_MODULE: case VT_MACROMODULE: case VT_INTERFACE: case VT_PROGRAM: case VT_PACKAGE:
-    case VT_ALWAYS: case VT_ALWAYS_FF: case VT_ALWAYS_COMB: case VT_ALWAYS_LATCH:
-    case VT_INITIAL: case VT_FINAL: case VT_ASSIGN: case VT_FUNCTION: case VT_TASK:
-    case VT_GENERATE: case VT_ENDCASE:
-        return true;
-    default:
-        return false;
+    case VT_ENDMODULE:
+    case VT_ENDINTERFACE:
+    case VT_ENDPROGRAM:
+    case VT_ENDPACKAGE:
+    case VT_ENDPRIMITIVE:
+    case VT_ENDGENERATE:
+    case VT_ENDFUNCTION:
+    case VT_ENDTASK:
+    case VT_ENDCLASS:
+    case VT_ENDCHECKER:
+    case VT_ENDCONFIG:
+    case VT_END:
+    case VT_MODULE:
+    case VT_MACROMODULE:
+    case VT_INTERFACE:
+    case VT_PROGRAM:
+    case VT_PACKAGE:
+    case VT_ALWAYS:
+    case VT_ALWAYS_FF:
+    case VT_ALWAYS_COMB:
+    case VT_ALWAYS_LATCH:
+    case VT_INITIAL:
+    case VT_FINAL:
+    case VT_ASSIGN:
+    case VT_FUNCTION:
+    case VT_TASK:
+    case VT_GENERATE:
+    case VT_ENDCASE: return true;
+    default: return false;
     }
 }
 } // namespace
@@ -237,11 +256,17 @@ void VeriParser::Impl::recoverStatement() { recoverItem(); }
 
 bool VeriParser::Impl::atUnitEnd() {
     switch (kind()) {
-    case VT_ENDMODULE: case VT_ENDINTERFACE: case VT_ENDPROGRAM: case VT_ENDPACKAGE: case VT_ENDCLASS:
-    case VT_ENDCHECKER: case VT_ENDPRIMITIVE: case VT_MODULE: case VT_MACROMODULE: case VT_EOF:
-        return true;
-    default:
-        return false;
+    case VT_ENDMODULE:
+    case VT_ENDINTERFACE:
+    case VT_ENDPROGRAM:
+    case VT_ENDPACKAGE:
+    case VT_ENDCLASS:
+    case VT_ENDCHECKER:
+    case VT_ENDPRIMITIVE:
+    case VT_MODULE:
+    case VT_MACROMODULE:
+    case VT_EOF: return true;
+    default: return false;
     }
 }
 

@@ -24,7 +24,7 @@ struct VeriParser::Impl {
     // Tokens looked at but not yet taken: a ring whose size is a power of two, so the
     // scans ahead neither shift nor copy what is already buffered.
     std::vector<VeriToken> ring;
-    size_t head = 0;   // index of the current token in `ring`
+    size_t head = 0; // index of the current token in `ring`
     size_t buffered = 0;
     VeriToken prev; // the last token consumed
     unsigned errors = 0; // syntax errors found, told or not
@@ -182,11 +182,11 @@ struct VeriParser::Impl {
     VeriExpression* parseMinTypMax();
     VeriExpression* parseTypeOrExpression();
     VeriExpression* parseRangeOrExpression(); // [a:b] items of inside / dist
-    VeriRange* parseSelect();                  // after '[': index or part select, and ']'
-    VeriRange* parseDimensions();              // zero or more [..] dimensions
+    VeriRange* parseSelect(); // after '[': index or part select, and ']'
+    VeriRange* parseDimensions(); // zero or more [..] dimensions
     void parseCallArgs(List<VeriExpression>& args); // after '(' up to ')'
-    ArenaArray<VeriExpression*> parseCallArgs();    // the same, frozen
-    VeriDelayOrEventControl* parseDelay();     // at '#'
+    ArenaArray<VeriExpression*> parseCallArgs(); // the same, frozen
+    VeriDelayOrEventControl* parseDelay(); // at '#'
     ArenaArray<VeriExpression*> parseDelayValues(); // after '#'
     VeriDelayOrEventControl* parseEventControl(); // at '@'
     VeriExpression* parseEventExpression();

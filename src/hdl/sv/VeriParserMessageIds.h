@@ -7,6 +7,7 @@
 
 #include "hdl/sv/VeriMessageIds.h"
 
+// clang-format off
 #define HDL_VERI_PARSE_MESSAGES(ID, TEXT)                                                                   \
     /* The second argument is the file: message consumers attribute later messages by it. */              \
     ID(kAnalyzingFile, "VERI-1482", MSG_INFO)                                                              \
@@ -28,6 +29,7 @@
     ID(kEndLabelMismatch, "VERI-1505", MSG_ERROR)                                                          \
     ID(kLanguageUnavailable, "VERI-1506", MSG_ERROR)                                                       \
     TEXT(NotVerilogLanguage, kLanguageUnavailable, "language code %u is not a Verilog language")
+// clang-format on
 
 namespace hdl {
 namespace veri_msg {

@@ -52,18 +52,17 @@ struct VeriFrame {
     VeriLexer lexer;
     bool isFile = false;
     uint32_t fileId = 0;
-    std::string dir;             // folder of a file, for includes
+    std::string dir; // folder of a file, for includes
     size_t condDepthAtEntry = 0; // open conditionals when the file began
     uint32_t expansion = 0;
 
-    VeriFrame(const std::string* buf, std::vector<VeriTextOrigin> origins)
-        : lexer(*buf, std::move(origins)) {}
+    VeriFrame(const std::string* buf, std::vector<VeriTextOrigin> origins) : lexer(*buf, std::move(origins)) {}
 };
 
 struct VeriCond {
-    bool active = false;      // text of the current branch is read
+    bool active = false; // text of the current branch is read
     bool parentActive = false;
-    bool taken = false;       // some branch was (or can no longer be) chosen
+    bool taken = false; // some branch was (or can no longer be) chosen
     bool sawElse = false;
 };
 
@@ -87,18 +86,14 @@ struct VeriPreprocessor::Impl {
         case VT_MACROMODULE:
         case VT_PRIMITIVE:
         case VT_PROGRAM:
-        case VT_PACKAGE:
-            ++designDepth;
-            break;
+        case VT_PACKAGE: ++designDepth; break;
         case VT_ENDMODULE:
         case VT_ENDPRIMITIVE:
         case VT_ENDPROGRAM:
         case VT_ENDPACKAGE:
-            if (designDepth > 0)
-                --designDepth;
+            if (designDepth > 0) --designDepth;
             break;
-        default:
-            break;
+        default: break;
         }
     }
 
@@ -125,10 +120,8 @@ struct VeriPreprocessor::Impl {
             // Whether the file is there is asked only now, to say which went wrong.
             if (isInclude && FileSystem::IsSourceFile(path))
                 Message::Tell<veri_msg::IncludeUnreadable>(from, path.c_str());
-            else if (isInclude)
-                Message::Tell<veri_msg::IncludeMissing>(from, path.c_str());
-            else
-                Message::Tell<veri_msg::CannotOpenFile>(at, path.c_str());
+            else if (isInclude) Message::Tell<veri_msg::IncludeMissing>(from, path.c_str());
+            else Message::Tell<veri_msg::CannotOpenFile>(at, path.c_str());
             return false;
         }
         if (LooksBinary(text)) {
@@ -142,8 +135,7 @@ struct VeriPreprocessor::Impl {
     void pushFileFrame(std::string text, const std::string& name, std::unique_ptr<SourceStream> stream) {
         uint32_t id = LineFile::GetFileId(name);
         pp.filesRead_.push_back(name);
-        auto frame = std::make_unique<VeriFrame>(keep(std::move(text)),
-                                                 std::vector<VeriTextOrigin>{{0, id, 1, 1}});
+        auto frame = std::make_unique<VeriFrame>(keep(std::move(text)), std::vector<VeriTextOrigin>{{0, id, 1, 1}});
         frame->stream = std::move(stream);
         frame->isFile = true;
         frame->fileId = id;
@@ -154,8 +146,7 @@ struct VeriPreprocessor::Impl {
     }
 
     void pushExpansion(VeriMappedText text, uint32_t expansion, const VeriToken& use) {
-        if (text.origins.empty())
-            text.origins.push_back(VeriTextOrigin{});
+        if (text.origins.empty()) text.origins.push_back(VeriTextOrigin{});
         const std::string* buf = keep(std::move(text.text));
         auto frame = std::make_unique<VeriFrame>(buf, std::move(text.origins));
         frame->expansion = expansion;
@@ -176,8 +167,7 @@ struct VeriPreprocessor::Impl {
 
     size_t fileDepth() const {
         size_t n = 0;
-        for (const auto& f : frames)
-            n += f->isFile ? 1 : 0;
+        for (const auto& f : frames) n += f->isFile ? 1 : 0;
         return n;
     }
 
@@ -196,11 +186,9 @@ struct VeriPreprocessor::Impl {
         size_t p = f.lexer.pos();
         size_t b = p;
         if (p < s.size() && s[p] == '\\') {
-            while (p < s.size() && !isBlank(s[p]) && s[p] != '\n')
-                ++p;
+            while (p < s.size() && !isBlank(s[p]) && s[p] != '\n') ++p;
         } else if (p < s.size() && isIdentStart(s[p])) {
-            while (p < s.size() && isIdentChar(s[p]))
-                ++p;
+            while (p < s.size() && isIdentChar(s[p])) ++p;
         }
         f.lexer.setPos(p);
         return s.substr(b, p - b);
@@ -214,8 +202,7 @@ struct VeriPreprocessor::Impl {
         f.lexer.setPos(e);
         std::string_view line = s.substr(p, e - p);
         size_t cmt = line.find("//");
-        if (cmt != std::string_view::npos)
-            line = line.substr(0, cmt);
+        if (cmt != std::string_view::npos) line = line.substr(0, cmt);
         return trim(line);
     }
 
@@ -230,10 +217,8 @@ struct VeriPreprocessor::Impl {
     void doDefine(VeriFrame& f, const VeriToken& at) {
         std::string_view name = readName(f);
         if (name.empty() || isVeriDirectiveName(name) || name == "__FILE__" || name == "__LINE__") {
-            if (name.empty())
-                syntaxError<veri_msg::DefineNeedsName>(at);
-            else
-                syntaxError<veri_msg::DefineOfDirective>(at);
+            if (name.empty()) syntaxError<veri_msg::DefineNeedsName>(at);
+            else syntaxError<veri_msg::DefineOfDirective>(at);
             restOfLine(f);
             return;
         }
@@ -262,8 +247,7 @@ struct VeriPreprocessor::Impl {
         ColLineFile loc(at.fileId, at.line, at.col);
         if (dir == "ifdef" || dir == "ifndef") {
             std::string_view name = readName(f);
-            if (name.empty())
-                syntaxError<veri_msg::ConditionalNeedsName>(at);
+            if (name.empty()) syntaxError<veri_msg::ConditionalNeedsName>(at);
             VeriCond c;
             c.parentActive = emitting();
             bool cond = pp.macros_.isDefined(name) == (dir == "ifdef");
@@ -275,8 +259,7 @@ struct VeriPreprocessor::Impl {
         if (conds.size() <= (frames.empty() ? 0 : frameCondFloor())) {
             std::string d(dir);
             Message::Tell<veri_msg::ConditionalWithoutIfdef>(&loc, d.c_str());
-            if (dir == "elsif")
-                readName(f);
+            if (dir == "elsif") readName(f);
             return;
         }
         VeriCond& c = conds.back();
@@ -295,8 +278,7 @@ struct VeriPreprocessor::Impl {
             return;
         }
         std::string_view name = readName(f);
-        if (name.empty())
-            syntaxError<veri_msg::ElsifNeedsName>(at);
+        if (name.empty()) syntaxError<veri_msg::ElsifNeedsName>(at);
         bool cond = !c.taken && pp.macros_.isDefined(name);
         c.active = c.parentActive && cond;
         c.taken = c.taken || cond;
@@ -305,21 +287,17 @@ struct VeriPreprocessor::Impl {
     // Conditionals opened before the innermost file began belong to its includer.
     size_t frameCondFloor() const {
         for (auto it = frames.rbegin(); it != frames.rend(); ++it)
-            if ((*it)->isFile)
-                return (*it)->condDepthAtEntry;
+            if ((*it)->isFile) return (*it)->condDepthAtEntry;
         return 0;
     }
 
     std::string resolveInclude(const std::string& name, const std::string& dir) {
-        if (FileSystem::IsAbsolute(name))
-            return name;
+        if (FileSystem::IsAbsolute(name)) return name;
         std::string local = FileSystem::Join(dir, name);
-        if (FileSystem::IsSourceFile(local))
-            return local;
+        if (FileSystem::IsSourceFile(local)) return local;
         for (const std::string& inc : pp.options_.includeDirs) {
             std::string candidate = FileSystem::Join(inc, name);
-            if (FileSystem::IsSourceFile(candidate))
-                return candidate;
+            if (FileSystem::IsSourceFile(candidate)) return candidate;
         }
         return name; // the stream callback may still know it
     }
@@ -333,8 +311,7 @@ struct VeriPreprocessor::Impl {
         if (p < s.size() && (s[p] == '"' || s[p] == '<')) {
             char close = s[p] == '"' ? '"' : '>';
             size_t e = p + 1;
-            while (e < s.size() && s[e] != close && s[e] != '\n')
-                ++e;
+            while (e < s.size() && s[e] != close && s[e] != '\n') ++e;
             if (e >= s.size() || s[e] != close) {
                 syntaxError<veri_msg::IncludeNameOpen>(at);
                 f.lexer.setPos(e);
@@ -346,8 +323,7 @@ struct VeriPreprocessor::Impl {
             f.lexer.setPos(p + 1);
             std::string_view macroName = readName(f);
             VeriMappedText text;
-            if (const VeriMacro* m = pp.macros_.find(macroName))
-                expandAt(f, *m, loc, text);
+            if (const VeriMacro* m = pp.macros_.find(macroName)) expandAt(f, *m, loc, text);
             std::string_view body = trim(text.text);
             if (body.size() < 2 || (body.front() != '"' && body.front() != '<')) {
                 syntaxError<veri_msg::IncludeNeedsName>(at);
@@ -361,24 +337,20 @@ struct VeriPreprocessor::Impl {
         std::string path = resolveInclude(name, f.dir.empty() ? currentDir() : f.dir);
         uint32_t id = LineFile::FindFileId(path);
         size_t selfNesting = 0;
-        for (const auto& frame : frames)
-            selfNesting += frame->isFile && id != 0 && frame->fileId == id ? 1 : 0;
-        if (fileDepth() >= kMaxIncludeDepth || selfNesting >= kMaxSelfNesting ||
-            pp.includes_.size() >= kMaxIncludes) {
+        for (const auto& frame : frames) selfNesting += frame->isFile && id != 0 && frame->fileId == id ? 1 : 0;
+        if (fileDepth() >= kMaxIncludeDepth || selfNesting >= kMaxSelfNesting || pp.includes_.size() >= kMaxIncludes) {
             Message::Tell<veri_msg::IncludeLimits>(&loc, name.c_str(), unsigned(kMaxIncludeDepth),
                                                    unsigned(kMaxIncludes));
             return;
         }
         pp.includes_.push_back(IncludeRecord{at.fileId, path});
-        if (!openFile(path, &loc, true))
-            return;
+        if (!openFile(path, &loc, true)) return;
         frames.back()->lexer.setKeywordSet(keywordSet());
     }
 
     std::string currentDir() const {
         for (auto it = frames.rbegin(); it != frames.rend(); ++it)
-            if ((*it)->isFile)
-                return (*it)->dir;
+            if ((*it)->isFile) return (*it)->dir;
         return ".";
     }
 
@@ -447,10 +419,8 @@ struct VeriPreprocessor::Impl {
     void doKeywords(VeriFrame& f, const VeriToken& at, bool begin) {
         ColLineFile loc(at.fileId, at.line, at.col);
         if (!begin) {
-            if (keywordStack.empty())
-                Message::Tell<veri_msg::EndKeywordsWithoutBegin>(&loc);
-            else
-                keywordStack.pop_back();
+            if (keywordStack.empty()) Message::Tell<veri_msg::EndKeywordsWithoutBegin>(&loc);
+            else keywordStack.pop_back();
             return;
         }
         f.lexer.skipBlanksToLineEnd();
@@ -495,8 +465,7 @@ struct VeriPreprocessor::Impl {
             }
             for (const VeriArgSpan& sp : spans) {
                 args.emplace_back();
-                args.back().append(f.lexer.text().substr(sp.begin, sp.end - sp.begin),
-                                   f.lexer.positionAt(sp.begin));
+                args.back().append(f.lexer.text().substr(sp.begin, sp.end - sp.begin), f.lexer.positionAt(sp.begin));
             }
             f.lexer.setPos(p);
         }
@@ -522,13 +491,11 @@ struct VeriPreprocessor::Impl {
             expansions.push_back(VeriExpansion{m->name, loc});
         }
         VeriMappedText out;
-        if (!expandAt(f, *m, loc, out))
-            return;
+        if (!expandAt(f, *m, loc, out)) return;
         if (expansionBytes <= kMaxExpansionBytes && expansionBytes + out.text.size() > kMaxExpansionBytes)
             Message::Tell<veri_msg::ExpansionsTooLarge>(&loc, unsigned(kMaxExpansionBytes));
         expansionBytes += out.text.size();
-        if (expansionBytes <= kMaxExpansionBytes)
-            pushExpansion(std::move(out), expansion, at);
+        if (expansionBytes <= kMaxExpansionBytes) pushExpansion(std::move(out), expansion, at);
     }
 
     void doBacktick(VeriFrame& f, const VeriToken& t) {
@@ -541,35 +508,26 @@ struct VeriPreprocessor::Impl {
         }
         if (name == "ifdef" || name == "ifndef" || name == "elsif" || name == "else" || name == "endif")
             return doConditional(f, t, name);
-        if (name == "define")
-            return doDefine(f, t);
+        if (name == "define") return doDefine(f, t);
         if (name == "undef") {
             std::string_view macro = readName(f);
-            if (macro.empty())
-                syntaxError<veri_msg::UndefNeedsName>(t);
+            if (macro.empty()) syntaxError<veri_msg::UndefNeedsName>(t);
             pp.macros_.undefine(macro);
             return;
         }
-        if (name == "undefineall")
-            return pp.macros_.undefineAll();
-        if (name == "include")
-            return doInclude(f, t);
-        if (name == "line")
-            return doLine(f, t);
+        if (name == "undefineall") return pp.macros_.undefineAll();
+        if (name == "include") return doInclude(f, t);
+        if (name == "line") return doLine(f, t);
         if (name == "__LINE__" || name == "__FILE__") {
             VeriMappedText text;
             const char* file = LineFile::GetFileNameFromId(t.fileId);
-            text.append(name == "__LINE__" ? std::to_string(t.line)
-                                           : "\"" + std::string(file ? file : "") + "\"",
-                        loc);
+            text.append(name == "__LINE__" ? std::to_string(t.line) : "\"" + std::string(file ? file : "") + "\"", loc);
             pushExpansion(std::move(text), currentExpansion(), t);
             return;
         }
-        if (name == "timescale")
-            return doTimescale(f, t);
+        if (name == "timescale") return doTimescale(f, t);
         if (name == "resetall") {
-            if (designDepth > 0)
-                syntaxError<veri_msg::ResetallInsideElement>(t);
+            if (designDepth > 0) syntaxError<veri_msg::ResetallInsideElement>(t);
             pp.defaultNettype_ = "wire";
             pp.cellDefine_ = false;
             pp.unconnectedDrive_ = 0;
@@ -581,38 +539,29 @@ struct VeriPreprocessor::Impl {
             return;
         }
         if (name == "default_nettype") {
-            static const std::string_view netTypes[] = {"wire", "tri", "tri0", "tri1", "wand", "triand",
-                                                         "wor", "trior", "trireg", "uwire", "none"};
+            static const std::string_view netTypes[] = {"wire", "tri",   "tri0",   "tri1",  "wand", "triand",
+                                                        "wor",  "trior", "trireg", "uwire", "none"};
             std::string_view type = readName(f);
             bool known = false;
-            for (std::string_view n : netTypes)
-                known = known || type == n;
-            if (!known)
-                syntaxError<veri_msg::DefaultNettypeNeedsType>(t);
-            else
-                pp.defaultNettype_.assign(type);
+            for (std::string_view n : netTypes) known = known || type == n;
+            if (!known) syntaxError<veri_msg::DefaultNettypeNeedsType>(t);
+            else pp.defaultNettype_.assign(type);
             return;
         }
         if (name == "unconnected_drive") {
             std::string_view drive = readName(f);
-            if (drive != "pull0" && drive != "pull1")
-                syntaxError<veri_msg::UnconnectedDriveNeedsPull>(t);
-            else
-                pp.unconnectedDrive_ = drive == "pull0" ? 1 : 2;
+            if (drive != "pull0" && drive != "pull1") syntaxError<veri_msg::UnconnectedDriveNeedsPull>(t);
+            else pp.unconnectedDrive_ = drive == "pull0" ? 1 : 2;
             return;
         }
         if (name == "nounconnected_drive") {
             pp.unconnectedDrive_ = 0;
             return;
         }
-        if (name == "pragma")
-            return doPragma(f, t);
-        if (name == "begin_keywords" || name == "end_keywords")
-            return doKeywords(f, t, name == "begin_keywords");
-        if (name == "protect")
-            return skipProtected(f, t, "`endprotect");
-        if (name == "protected")
-            return skipProtected(f, t, "`endprotected");
+        if (name == "pragma") return doPragma(f, t);
+        if (name == "begin_keywords" || name == "end_keywords") return doKeywords(f, t, name == "begin_keywords");
+        if (name == "protect") return skipProtected(f, t, "`endprotect");
+        if (name == "protected") return skipProtected(f, t, "`endprotected");
         if (isVeriDirectiveName(name)) {
             restOfLine(f); // obsolete simulator directives: no effect on the design text
             return;
@@ -628,8 +577,7 @@ VeriPreprocessor::VeriPreprocessor(VeriPreprocessorOptions options)
 
 VeriPreprocessor::~VeriPreprocessor() {
     // Innermost first, so that a tracing stream callback sees leaves in nesting order.
-    while (!impl_->frames.empty())
-        impl_->frames.pop_back();
+    while (!impl_->frames.empty()) impl_->frames.pop_back();
 }
 
 void VeriPreprocessor::resetMacros() {
@@ -664,8 +612,7 @@ VeriToken VeriPreprocessor::next() {
             continue;
         }
         VeriFrame& f = *im.frames.back();
-        if (!im.emitting())
-            im.skipInactive(f);
+        if (!im.emitting()) im.skipInactive(f);
         f.lexer.setKeywordSet(im.keywordSet());
         VeriToken t = f.lexer.lex();
         if (t.kind == VT_EOF) {
@@ -689,8 +636,7 @@ VeriToken VeriPreprocessor::next() {
 VeriKeywordSet VeriPreprocessor::keywordSet() const { return impl_->keywordSet(); }
 
 const VeriExpansion* VeriPreprocessor::expansion(uint32_t id) const {
-    if (id == 0 || id >= impl_->expansions.size())
-        return nullptr;
+    if (id == 0 || id >= impl_->expansions.size()) return nullptr;
     return &impl_->expansions[id];
 }
 

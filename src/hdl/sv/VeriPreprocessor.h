@@ -20,18 +20,18 @@
 namespace hdl {
 
 struct VeriPreprocessorOptions {
-    std::vector<std::string> includeDirs;   // searched in order after the includer's folder
-    std::vector<std::string> defines;       // "NAME" or "NAME=value"
+    std::vector<std::string> includeDirs; // searched in order after the includer's folder
+    std::vector<std::string> defines; // "NAME" or "NAME=value"
     // 1 Verilog 1995, 2 Verilog 2001, 3 SystemVerilog 2005, 4 SystemVerilog 2009,
     // 5 SystemVerilog 2012/2017, 14 an include file (read as 5).
     unsigned language = LANG_SV;
-    bool ignoreTranslateOff = false;        // read text between translate_off/on
+    bool ignoreTranslateOff = false; // read text between translate_off/on
     StreamCallBack streamCallBack = nullptr;
 };
 
 struct VeriTimescale {
     bool set = false;
-    std::string unit;      // e.g. "1ns"
+    std::string unit; // e.g. "1ns"
     std::string precision; // e.g. "1ps"
 };
 

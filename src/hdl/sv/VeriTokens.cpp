@@ -10,18 +10,14 @@ struct KindInfo {
     bool keyword = false;
 };
 
-bool isWordText(const char* text) {
-    return (text[0] >= 'a' && text[0] <= 'z') || text[0] == '_';
-}
+bool isWordText(const char* text) { return (text[0] >= 'a' && text[0] <= 'z') || text[0] == '_'; }
 
 const KindInfo* kindTable() {
     static KindInfo table[VT_KIND_COUNT];
     static bool filled = false;
     if (!filled) {
-#define HDL_VERI_FIXED_INFO(name, num, txt, st) \
-    table[num] = KindInfo{txt, VeriKeywordSet(st), isWordText(txt)};
-#define HDL_VERI_MORE_INFO(name, txt, st) \
-    table[VT_##name] = KindInfo{txt, VeriKeywordSet(st), isWordText(txt)};
+#define HDL_VERI_FIXED_INFO(name, num, txt, st) table[num] = KindInfo{txt, VeriKeywordSet(st), isWordText(txt)};
+#define HDL_VERI_MORE_INFO(name, txt, st) table[VT_##name] = KindInfo{txt, VeriKeywordSet(st), isWordText(txt)};
         HDL_VERI_FIXED_TOKENS(HDL_VERI_FIXED_INFO)
         HDL_VERI_MORE_TOKENS(HDL_VERI_MORE_INFO)
 #undef HDL_VERI_FIXED_INFO
@@ -34,25 +30,20 @@ const KindInfo* kindTable() {
 } // namespace
 
 const char* tokenKeyword(int kind) {
-    if (kind < 259 || kind > 448)
-        return "";
+    if (kind < 259 || kind > 448) return "";
     return kindTable()[kind].text;
 }
 
 const char* tokenText(int kind) {
-    if (kind < 0 || kind >= VT_KIND_COUNT)
-        return "";
+    if (kind < 0 || kind >= VT_KIND_COUNT) return "";
     return kindTable()[kind].text;
 }
 
 VeriKeywordSet tokenKeywordSet(int kind) {
-    if (kind < 0 || kind >= VT_KIND_COUNT)
-        return VERI_KW_1995;
+    if (kind < 0 || kind >= VT_KIND_COUNT) return VERI_KW_1995;
     return kindTable()[kind].set;
 }
 
-bool isKeywordKind(int kind) {
-    return kind >= 0 && kind < VT_KIND_COUNT && kindTable()[kind].keyword;
-}
+bool isKeywordKind(int kind) { return kind >= 0 && kind < VT_KIND_COUNT && kindTable()[kind].keyword; }
 
 } // namespace hdl

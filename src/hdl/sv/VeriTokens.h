@@ -23,6 +23,7 @@ enum VeriKeywordSet : uint8_t {
 
 // X(NAME, number, text, first keyword set) for the fixed numbers; Y(NAME, text, set)
 // for the kinds numbered on from 449.
+// clang-format off
 #define HDL_VERI_FIXED_TOKENS(X)                                                     \
     X(LPAREN, 259, "(", 0) X(RPAREN, 260, ")", 0) X(MOD, 261, "%", 0)                \
     X(PLUS, 262, "+", 0) X(MINUS, 263, "-", 0) X(STAR, 264, "*", 0)                  \
@@ -93,7 +94,9 @@ enum VeriKeywordSet : uint8_t {
     X(PULSESTYLE_ONDETECT, 446, "pulsestyle_ondetect", 1)                            \
     X(SHOWCANCELLED, 447, "showcancelled", 1)                                        \
     X(NOSHOWCANCELLED, 448, "noshowcancelled", 1)
+// clang-format on
 
+// clang-format off
 #define HDL_VERI_MORE_TOKENS(Y)                                                      \
     Y(UWIRE, "uwire", 3)                                                             \
     Y(ALIAS, "alias", 4) Y(ALWAYS_COMB, "always_comb", 4)                            \
@@ -155,12 +158,12 @@ enum VeriKeywordSet : uint8_t {
     Y(NB_TRIGGER, "->>", 4) Y(COLON_EQ, ":=", 4) Y(COLON_SLASH, ":/", 4)             \
     Y(AT_AT, "@@", 4) Y(FOLLOWED_BY_OVERLAP, "#-#", 5)                               \
     Y(FOLLOWED_BY_NONOVERLAP, "#=#", 5) Y(DOLLAR, "$", 4)
+// clang-format on
 
 enum VeriTokenKind : uint16_t {
 #define HDL_VERI_FIXED_ENUM(name, num, text, set) VT_##name = num,
 #define HDL_VERI_MORE_ENUM(name, text, set) VT_##name,
-    HDL_VERI_FIXED_TOKENS(HDL_VERI_FIXED_ENUM)
-    HDL_VERI_MORE_TOKENS(HDL_VERI_MORE_ENUM)
+    HDL_VERI_FIXED_TOKENS(HDL_VERI_FIXED_ENUM) HDL_VERI_MORE_TOKENS(HDL_VERI_MORE_ENUM)
 #undef HDL_VERI_FIXED_ENUM
 #undef HDL_VERI_MORE_ENUM
     // Kinds with text of their own. An integer literal's text is the whole literal:
@@ -168,13 +171,13 @@ enum VeriTokenKind : uint16_t {
     // arrives as its own VT_DECIMAL_NUMBER token in front of a VT_BASED_NUMBER.
     VT_IDENTIFIER,
     VT_ESCAPED_IDENTIFIER, // text includes the leading backslash
-    VT_SYSTEM_IDENTIFIER,  // `$display`, text includes the '$'
-    VT_DECIMAL_NUMBER,     // unsized decimal: 42, 1_000
-    VT_BASED_NUMBER,       // sized or based: 4'b10xz, 'hF, 16'sd5
-    VT_REAL_NUMBER,        // 1.5, 2e-3
-    VT_TIME_LITERAL,       // 10ns, 1.5us
-    VT_UNBASED_UNSIZED,    // '0 '1 'x 'z
-    VT_STRING_LITERAL,     // text includes the double quotes, escapes left as written
+    VT_SYSTEM_IDENTIFIER, // `$display`, text includes the '$'
+    VT_DECIMAL_NUMBER, // unsized decimal: 42, 1_000
+    VT_BASED_NUMBER, // sized or based: 4'b10xz, 'hF, 16'sd5
+    VT_REAL_NUMBER, // 1.5, 2e-3
+    VT_TIME_LITERAL, // 10ns, 1.5us
+    VT_UNBASED_UNSIZED, // '0 '1 'x 'z
+    VT_STRING_LITERAL, // text includes the double quotes, escapes left as written
     VT_EOF,
     VT_ERROR, // a character or construct that forms no token; already reported
     VT_KIND_COUNT
@@ -191,9 +194,9 @@ VeriKeywordSet tokenKeywordSet(int kind);
 bool isKeywordKind(int kind);
 
 enum VeriTokenFlags : uint16_t {
-    VTF_FIRST_ON_LINE = 1,      // nothing but white space or comments before it on its line
-    VTF_SPACE_BEFORE = 2,       // white space or a comment right before it
-    VTF_FROM_MACRO = 4,         // produced by a macro expansion
+    VTF_FIRST_ON_LINE = 1, // nothing but white space or comments before it on its line
+    VTF_SPACE_BEFORE = 2, // white space or a comment right before it
+    VTF_FROM_MACRO = 4, // produced by a macro expansion
 };
 
 // One preprocessed token. `text` views either a source buffer or the text of a macro

@@ -236,9 +236,8 @@ void VeriTreeTraits::RemapExtras(TreeCopier& c, VeriTreeNode& node) {
 }
 
 // Every concrete class has its own field list, and no class needs its destructor run.
-#define HDL_VERI_CLASS_CHECKS(cls, base)                                                        \
-    static_assert(std::is_abstract_v<cls> || tree::OwnsFieldList<cls>::value,                     \
-                  #cls " lists its own fields");                                                 \
+#define HDL_VERI_CLASS_CHECKS(cls, base) \
+    static_assert(std::is_abstract_v<cls> || tree::OwnsFieldList<cls>::value, #cls " lists its own fields"); \
     static_assert(std::is_trivially_destructible_v<cls>, #cls " is trivially destructible");
 HDL_VERI_NODE_CLASSES(HDL_VERI_CLASS_CHECKS)
 #undef HDL_VERI_CLASS_CHECKS

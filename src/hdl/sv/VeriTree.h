@@ -28,6 +28,7 @@ class VeriTreeNode;
 class VeriStatement;
 
 // X(Class, Base): every concrete and abstract node class, bases before derived ones.
+// clang-format off
 #define HDL_VERI_NODE_CLASSES(X)                                                          \
     X(VeriExpression, VeriTreeNode) X(VeriName, VeriExpression)                          \
     X(VeriIdRef, VeriName) X(VeriIndexedId, VeriName) X(VeriIndexedMemoryId, VeriName)   \
@@ -92,6 +93,7 @@ class VeriStatement;
     X(VeriEventTrigger, VeriStatement) X(VeriAssign, VeriStatement)                      \
     X(VeriDeAssign, VeriStatement) X(VeriForce, VeriAssign)                           \
     X(VeriRelease, VeriDeAssign) X(VeriAssertion, VeriStatement)
+// clang-format on
 
 // Declarations visible in one region (unit, generate block, subprogram, named block).
 // Lookup goes outward through `upper`, then through wildcard imports of each region.
@@ -142,7 +144,7 @@ struct VeriAttribute {
 struct VeriNodeExtras {
     ArenaArray<VeriAttribute> attributes;
     ArenaArray<unsigned> qualifiers; // written in front of an item: static, virtual, local, rand...
-    VeriLabelId* label = nullptr;    // `name:` in front of a statement; a child
+    VeriLabelId* label = nullptr; // `name:` in front of a statement; a child
 };
 
 // A node marks in its position that it has extras; they are kept in a table by node
@@ -217,12 +219,14 @@ struct CustomField<VeriScope*> : std::true_type {
 // and values, children in source order) for walking, comparing and copying. Members
 // are declared small ones first: the first 4 bytes of a class go into the room that
 // the base leaves before the next 8-byte boundary.
+// clang-format off
 #define HDL_VERI_NODE(cls, code)                                          \
 public:                                                                   \
     using SelfType = cls;                                                 \
     static constexpr uint32_t kClassId = ID_VERI##code;                   \
     uint32_t GetClassId() const override { return kClassId; }            \
     void Accept(VeriVisitor& v) override
+// clang-format on
 #define VERI_FIELDS(...) HDL_TREE_FIELDS(VeriTreeTraits, __VA_ARGS__)
 
 // ---------------------------------------------------------------- expressions
@@ -441,7 +445,8 @@ public:
     HDL_VERI_NODE(VeriAssignmentPattern, ASSIGNMENTPATTERN);
     VERI_FIELDS(type, exprs)
     VeriExpression* type = nullptr;
-    ArenaArray<VeriExpression*> exprs; // keyed items are VeriPortConnect-free pairs: key: value as VeriBinaryOperator(COLON)
+    ArenaArray<VeriExpression*>
+        exprs; // keyed items are VeriPortConnect-free pairs: key: value as VeriBinaryOperator(COLON)
 };
 
 // '{n{a, b}}
@@ -481,7 +486,7 @@ public:
     VeriExpression* GetConnection() const { return connection; }
     Symbol portName;
     VeriExpression* connection = nullptr; // null for `.name()`; a VeriIdRef of the name for `.name`
-    bool implicit = false;                // `.name` without parentheses
+    bool implicit = false; // `.name` without parentheses
 };
 
 class VeriPortOpen : public VeriExpression {
@@ -515,11 +520,11 @@ public:
     VeriExpression* GetRight() const { return right; }
     unsigned GetPartSelectToken() const { return partSelect; }
     VeriRange* GetNext() const { return next; }
-    uint16_t partSelect = 0;         // 0, VT_COLON, VT_PLUS_COLON, VT_MINUS_COLON
-    bool unsizedDim = false;         // [] or [*]
+    uint16_t partSelect = 0; // 0, VT_COLON, VT_PLUS_COLON, VT_MINUS_COLON
+    bool unsizedDim = false; // [] or [*]
     VeriExpression* left = nullptr;
     VeriExpression* right = nullptr; // null for a single size or index
-    VeriRange* next = nullptr;       // the next dimension
+    VeriRange* next = nullptr; // the next dimension
 };
 
 // type(expr) or type(data_type)
@@ -561,7 +566,7 @@ public:
     std::string_view GetName() const override { return typeName ? typeName->GetName() : std::string_view(); }
     VeriExpression* typeName = nullptr;
     ArenaArray<VeriExpression*> paramValues; // class#(...)
-    bool virtualInterface = false;            // virtual [interface] name
+    bool virtualInterface = false; // virtual [interface] name
 };
 
 class VeriStructUnion : public VeriDataType {
@@ -639,7 +644,8 @@ public:
 class VeriVariable : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriVariable, VARIABLE);
-    VERI_FIELDS(name, dir, HDL_LINK(dataType), dimensions, initialValue, interfacePort, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
+    VERI_FIELDS(name, dir, HDL_LINK(dataType), dimensions, initialValue, interfacePort, HDL_LINK(declaration),
+                HDL_LINK(scope), generateElabCreated)
     bool IsPort() const override { return dir != 0; }
     unsigned GetDir() const override { return dir; }
     VeriDataType* GetDataType() const override { return dataType; }
@@ -648,7 +654,7 @@ public:
     bool IsInterfacePort() const { return interfacePort; }
     unsigned dir = 0; // VT_INPUT, VT_OUTPUT, VT_INOUT, VT_REF
     VeriDataType* dataType = nullptr; // shared with the declaration; not a child
-    VeriRange* dimensions = nullptr;   // unpacked dimensions
+    VeriRange* dimensions = nullptr; // unpacked dimensions
     VeriExpression* initialValue = nullptr;
     bool interfacePort = false;
 };
@@ -657,7 +663,8 @@ public:
 class VeriParamId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriParamId, PARAMID);
-    VERI_FIELDS(name, HDL_LINK(dataType), dimensions, initialValue, paramType, isType, enumLiteral, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
+    VERI_FIELDS(name, HDL_LINK(dataType), dimensions, initialValue, paramType, isType, enumLiteral,
+                HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     bool IsParam() const override { return true; }
     bool IsType() const override { return isType; }
     VeriDataType* GetDataType() const override { return dataType; }
@@ -667,17 +674,19 @@ public:
     VeriDataType* dataType = nullptr; // shared with the declaration; not a child
     VeriRange* dimensions = nullptr;
     VeriExpression* initialValue = nullptr; // for a type parameter the default type
-    unsigned paramType = 0;                 // VT_PARAMETER, VT_LOCALPARAM, VT_SPECPARAM
+    unsigned paramType = 0; // VT_PARAMETER, VT_LOCALPARAM, VT_SPECPARAM
     bool isType = false;
     bool enumLiteral = false;
 };
 
+// clang-format off
 #define HDL_VERI_SIMPLE_ID(cls, code)     \
     class cls : public VeriIdDef {       \
     public:                              \
         HDL_VERI_NODE(cls, code);        \
         VERI_FIELDS(name, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated) \
     };
+// clang-format on
 HDL_VERI_SIMPLE_ID(VeriGenVarId, GENVARID)
 HDL_VERI_SIMPLE_ID(VeriModuleId, MODULEID)
 HDL_VERI_SIMPLE_ID(VeriInterfaceId, INTERFACEID)
@@ -708,13 +717,12 @@ public:
 class VeriTypeId : public VeriIdDef {
 public:
     HDL_VERI_NODE(VeriTypeId, TYPEID);
-    VERI_FIELDS(name, HDL_LINK(dataType), dimensions, HDL_LINK(declaration), HDL_LINK(scope),
-                generateElabCreated)
+    VERI_FIELDS(name, HDL_LINK(dataType), dimensions, HDL_LINK(declaration), HDL_LINK(scope), generateElabCreated)
     bool IsType() const override { return true; }
     VeriDataType* GetDataType() const override { return dataType; }
     VeriRange* GetDimensions() const override { return dimensions; }
     VeriDataType* dataType = nullptr; // shared with the declaration; not a child
-    VeriRange* dimensions = nullptr;  // unpacked dimensions: typedef t name [N];
+    VeriRange* dimensions = nullptr; // unpacked dimensions: typedef t name [N];
 };
 
 // A port of a modport: direction and name, or an expression port .name(expr).
@@ -744,7 +752,7 @@ public:
     VeriDataType* dataType = nullptr;
     ArenaArray<VeriIdDef*> ids;
     bool interfacePort = false; // interface port (generic when dataType names `interface`)
-    Symbol modport;   // intf.modport
+    Symbol modport; // intf.modport
 };
 
 class VeriNetRegAssign : public VeriTreeNode {
@@ -870,8 +878,8 @@ class VeriGenerateFor : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriGenerateFor, GENERATEFOR);
     VERI_FIELDS(genvarDecl, init, cond, rep, item, scope)
-    VeriDataDecl* genvarDecl = nullptr;   // for (genvar i = ...)
-    VeriStatement* init = nullptr;        // the initial assignment
+    VeriDataDecl* genvarDecl = nullptr; // for (genvar i = ...)
+    VeriStatement* init = nullptr; // the initial assignment
     VeriExpression* cond = nullptr;
     VeriStatement* rep = nullptr;
     VeriModuleItem* item = nullptr;
@@ -993,12 +1001,14 @@ public:
     ArenaArray<VeriModuleItem*> items; // items parsed inside (class members so far as read)
 };
 
+// clang-format off
 #define HDL_VERI_SKIPPED(cls, code)             \
     class cls : public VeriSkippedItem {        \
     public:                                     \
         HDL_VERI_NODE(cls, code);               \
         VERI_FIELDS(id, items) \
     };
+// clang-format on
 HDL_VERI_SKIPPED(VeriCovergroup, COVERGROUP)
 HDL_VERI_SKIPPED(VeriPropertyDecl, PROPERTYDECL)
 HDL_VERI_SKIPPED(VeriSequenceDecl, SEQUENCEDECL)
@@ -1054,7 +1064,8 @@ enum VeriUnitFlags : uint32_t {
 class VeriModule : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModule, MODULE);
-    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated,
+                originalName, timeUnit, defaultNettype)
     std::string_view Name() const { return id ? id->name : std::string_view(); }
     VeriIdDef* GetId() const { return id; }
     VeriScope* GetScope() const { return scope; }
@@ -1080,7 +1091,7 @@ public:
 
     VeriIdDef* id = nullptr;
     ArenaArray<VeriTreeNode*> parameters; // VeriDataDecl of the #(...) list
-    ArenaArray<VeriTreeNode*> ports;      // VeriAnsiPortDecl, or expressions for non-ANSI ports
+    ArenaArray<VeriTreeNode*> ports; // VeriAnsiPortDecl, or expressions for non-ANSI ports
     ArenaArray<VeriModuleItem*> items;
     VeriScope* scope = nullptr;
     VeriLibrary* library = nullptr;
@@ -1089,7 +1100,7 @@ public:
     bool ansiHeader = false;
     bool elaborated = false;
     std::string_view originalName;
-    std::string_view timeUnit;      // `timescale in effect
+    std::string_view timeUnit; // `timescale in effect
     std::string_view defaultNettype; // `default_nettype in effect at the unit's start
 
 private:
@@ -1099,35 +1110,40 @@ private:
 class VeriInterface : public VeriModule {
 public:
     HDL_VERI_NODE(VeriInterface, INTERFACE);
-    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated,
+                originalName, timeUnit, defaultNettype)
     bool IsInterface() const override { return true; }
 };
 
 class VeriProgram : public VeriModule {
 public:
     HDL_VERI_NODE(VeriProgram, PROGRAM);
-    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated,
+                originalName, timeUnit, defaultNettype)
     bool IsProgram() const override { return true; }
 };
 
 class VeriPackage : public VeriModule {
 public:
     HDL_VERI_NODE(VeriPackage, PACKAGE);
-    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated,
+                originalName, timeUnit, defaultNettype)
     bool IsPackage() const override { return true; }
 };
 
 class VeriPrimitive : public VeriModule {
 public:
     HDL_VERI_NODE(VeriPrimitive, PRIMITIVE);
-    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated,
+                originalName, timeUnit, defaultNettype)
     bool IsPrimitive() const override { return true; }
 };
 
 class VeriChecker : public VeriModule {
 public:
     HDL_VERI_NODE(VeriChecker, CHECKER);
-    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(id, parameters, ports, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated,
+                originalName, timeUnit, defaultNettype)
     bool IsChecker() const override { return true; }
 };
 
@@ -1135,7 +1151,8 @@ public:
 class VeriConfiguration : public VeriModule {
 public:
     HDL_VERI_NODE(VeriConfiguration, CONFIGURATION);
-    VERI_FIELDS(id, parameters, ports, designCells, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader, elaborated, originalName, timeUnit, defaultNettype)
+    VERI_FIELDS(id, parameters, ports, designCells, items, scope, HDL_LINK(library), flags, lifetime, ansiHeader,
+                elaborated, originalName, timeUnit, defaultNettype)
     bool IsConfiguration() const override { return true; }
     // The top cells of the design statement, in order (VeriIdRef or lib.cell VeriScopeName).
     const ArenaArray<VeriExpression*>& GetTopModuleNames() const { return designCells; }
@@ -1214,7 +1231,7 @@ public:
     VERI_FIELDS(qualifier, caseType, matches, inside, cond, items)
     unsigned qualifier = 0;
     unsigned caseType = 0; // case, casex, casez, randcase
-    bool matches = false;  // case ... matches / inside
+    bool matches = false; // case ... matches / inside
     bool inside = false;
     VeriExpression* cond = nullptr;
     ArenaArray<VeriCaseItem*> items;

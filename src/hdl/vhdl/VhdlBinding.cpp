@@ -167,7 +167,8 @@ std::vector<VhdlBlockConfiguration*> VhdlBlockConfiguration::ConfigurationsOf(co
         }
         // An alternative of an if or case generate counts for its generate statement.
         const VhdlNodeList* inner = stmt.GetInnerStatements();
-        if (inner && stmt.GetClassId() != VhdlBlockStatement::kClassId && stmt.GetClassId() != VhdlGenerateStatement::kClassId) {
+        if (inner && stmt.GetClassId() != VhdlBlockStatement::kClassId &&
+            stmt.GetClassId() != VhdlGenerateStatement::kClassId) {
             for (VhdlTreeNode* alt : *inner)
                 if (bc->block == alt) out.push_back(bc);
         }

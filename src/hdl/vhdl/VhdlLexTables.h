@@ -12,24 +12,19 @@ inline bool isWordBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c
 // The next blank-separated word of a comment body from `i`; empty at the end. Views
 // into the text, since every comment of a file passes through here.
 inline std::string_view nextWord(std::string_view body, size_t& i) {
-    while (i < body.size() && isWordBlank(body[i]))
-        ++i;
+    while (i < body.size() && isWordBlank(body[i])) ++i;
     size_t b = i;
-    while (i < body.size() && !isWordBlank(body[i]))
-        ++i;
+    while (i < body.size() && !isWordBlank(body[i])) ++i;
     return body.substr(b, i - b);
 }
 
 // `word` equals the lower-case `lower` without regard to case.
 inline bool wordIs(std::string_view word, std::string_view lower) {
-    if (word.size() != lower.size())
-        return false;
+    if (word.size() != lower.size()) return false;
     for (size_t k = 0; k < word.size(); ++k) {
         char c = word[k];
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-        if (c != lower[k])
-            return false;
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+        if (c != lower[k]) return false;
     }
     return true;
 }
@@ -43,14 +38,11 @@ inline bool isPragmaPrefix(std::string_view w) {
 inline int pragmaKind(std::string_view body) {
     size_t i = 0;
     std::string_view w0 = nextWord(body, i);
-    if (!isPragmaPrefix(w0))
-        return 0;
+    if (!isPragmaPrefix(w0)) return 0;
     std::string_view w1 = nextWord(body, i);
     bool rtl = wordIs(w0, "rtl_synthesis");
-    if (wordIs(w1, "translate_off") || wordIs(w1, "synthesis_off") || (rtl && wordIs(w1, "off")))
-        return 1;
-    if (wordIs(w1, "translate_on") || wordIs(w1, "synthesis_on") || (rtl && wordIs(w1, "on")))
-        return 2;
+    if (wordIs(w1, "translate_off") || wordIs(w1, "synthesis_off") || (rtl && wordIs(w1, "off"))) return 1;
+    if (wordIs(w1, "translate_on") || wordIs(w1, "synthesis_on") || (rtl && wordIs(w1, "on"))) return 2;
     return 0;
 }
 
@@ -58,8 +50,7 @@ inline int pragmaKind(std::string_view body) {
 inline bool isBaseSpecifier(std::string_view s) {
     static constexpr std::string_view kBases[] = {"b", "o", "x", "ub", "uo", "ux", "sb", "so", "sx", "d"};
     for (std::string_view b : kBases)
-        if (wordIs(s, b))
-            return true;
+        if (wordIs(s, b)) return true;
     return false;
 }
 

@@ -571,8 +571,7 @@ void VhdlLexer::Delimiter(VhdlTok& t) {
         if (n == '<') return Peek(2) == '=' ? take(3, VHDL_MLE) : take(2, VHDL_MLT);
         if (n == '>') return Peek(2) == '=' ? take(3, VHDL_MGE) : take(2, VHDL_MGT);
         return take(1, VHDL_QUESTION);
-    default:
-        break;
+    default: break;
     }
     char buf[8];
     snprintf(buf, sizeof buf, "0x%02x", static_cast<unsigned char>(c));

@@ -221,7 +221,8 @@ bool vhdl_file::AnalyzeText(const std::string& text, const char* name, const cha
             if (VhdlPrimaryUnit* old = lib->AddPrimUnit(primary)) {
                 s.replaced.push_back({lib->Name(), std::string(UnitName(primary)), "", old, primary});
                 ColLineFile loc = primary->Linefile();
-                Message::Tell<vhdl_msg::ReanalyzingUnit>(&loc, std::string(UnitName(primary)).c_str(), lib->Name().c_str());
+                Message::Tell<vhdl_msg::ReanalyzingUnit>(&loc, std::string(UnitName(primary)).c_str(),
+                                                         lib->Name().c_str());
             }
             continue;
         }
@@ -236,8 +237,8 @@ bool vhdl_file::AnalyzeText(const std::string& text, const char* name, const cha
         }
         secondary->library = lib;
         if (VhdlSecondaryUnit* old = primary->AddSecondaryUnit(secondary)) {
-            s.replaced.push_back({lib->Name(), std::string(UnitName(primary)), std::string(UnitName(secondary)),
-                                  old, secondary});
+            s.replaced.push_back(
+                {lib->Name(), std::string(UnitName(primary)), std::string(UnitName(secondary)), old, secondary});
         }
     }
     for (VhdlDesignUnit* unit : units) {

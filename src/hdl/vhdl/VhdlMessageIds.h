@@ -13,6 +13,7 @@
 
 #include "hdl/base/MessageCatalogue.h"
 
+// clang-format off
 #define HDL_VHDL_MESSAGES(ID, TEXT)                                                                          \
     ID(kBadCharacter, "VHDL-1001", MSG_ERROR)                                                                \
     TEXT(CharacterNotAllowed, kBadCharacter, "character %s is not allowed here")                             \
@@ -112,6 +113,7 @@
     /* Saved libraries: a saved unit cannot be restored, a unit cannot be saved. */                         \
     ID(kStoreUnreadable, "VHDL-1700", MSG_ERROR)                                                             \
     ID(kStoreUnwritable, "VHDL-1701", MSG_ERROR)
+// clang-format on
 
 namespace hdl {
 namespace vhdl_msg {

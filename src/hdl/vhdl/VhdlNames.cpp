@@ -13,19 +13,15 @@ bool VhdlPreserveIdCase() { return RuntimeFlags::GetVar("vhdl_preserve_id_case")
 std::string VhdlIdName(std::string_view spelling, bool preserveCase) {
     std::string name(spelling);
     if (!preserveCase && !VhdlCaseCounts(spelling))
-        for (char& c : name)
-            c = lowerChar(c);
+        for (char& c : name) c = lowerChar(c);
     return name;
 }
 
 bool VhdlSameId(std::string_view a, std::string_view b) {
-    if (a.size() != b.size())
-        return false;
-    if (VhdlCaseCounts(a) || VhdlCaseCounts(b))
-        return a == b;
+    if (a.size() != b.size()) return false;
+    if (VhdlCaseCounts(a) || VhdlCaseCounts(b)) return a == b;
     for (size_t i = 0; i < a.size(); ++i)
-        if (lowerChar(a[i]) != lowerChar(b[i]))
-            return false;
+        if (lowerChar(a[i]) != lowerChar(b[i])) return false;
     return true;
 }
 

@@ -50,7 +50,8 @@ struct Arity {
 Arity ArityOf(const VhdlSubprogramSpec& spec) {
     Arity a;
     for (VhdlTreeNode* p : spec.params) {
-        auto* decl = p->GetClassId() == VhdlInterfaceDecl::kClassId ? static_cast<const VhdlInterfaceDecl*>(p) : nullptr;
+        auto* decl =
+            p->GetClassId() == VhdlInterfaceDecl::kClassId ? static_cast<const VhdlInterfaceDecl*>(p) : nullptr;
         uint32_t n = decl ? decl->ids.Size() : 1;
         a.total += n;
         if (!decl || !decl->init) a.required += n;
@@ -61,13 +62,14 @@ Arity ArityOf(const VhdlSubprogramSpec& spec) {
 // The alias declaration of an alias identifier.
 const VhdlAliasDecl* AliasOf(const VhdlIdDef* id) {
     return id && id->GetClassId() == VhdlAliasId::kClassId ? dynamic_cast<const VhdlAliasDecl*>(id->declaration)
-                                                         : nullptr;
+                                                           : nullptr;
 }
 
 // The specification that declares a subprogram identifier itself.
 const VhdlSubprogramSpec* DeclaredSpec(const VhdlIdDef* id) {
     const VhdlTreeNode* decl = id->declaration;
-    if (!decl || (decl->GetClassId() != VhdlProcedureSpec::kClassId && decl->GetClassId() != VhdlFunctionSpec::kClassId))
+    if (!decl ||
+        (decl->GetClassId() != VhdlProcedureSpec::kClassId && decl->GetClassId() != VhdlFunctionSpec::kClassId))
         return nullptr;
     return static_cast<const VhdlSubprogramSpec*>(decl);
 }
@@ -89,8 +91,7 @@ const VhdlSubprogramSpec* VhdlSpecOf(const VhdlIdDef* id) {
         if (!decl) return nullptr;
         switch (decl->GetClassId()) {
         case VhdlProcedureSpec::kClassId:
-        case VhdlFunctionSpec::kClassId:
-            return static_cast<const VhdlSubprogramSpec*>(decl);
+        case VhdlFunctionSpec::kClassId: return static_cast<const VhdlSubprogramSpec*>(decl);
         case VhdlInterfaceSubprogDecl::kClassId: return static_cast<const VhdlInterfaceSubprogDecl*>(decl)->spec;
         case VhdlSubprogInstantiationDecl::kClassId:
             id = IdOf(static_cast<const VhdlSubprogInstantiationDecl*>(decl)->uninstantiated);
@@ -152,7 +153,8 @@ bool VhdlHasNamedFormals(const VhdlIdDef* id, const VhdlCallShape& shape) {
     for (VhdlTreeNode* n : *shape.assocs) {
         if (n->GetClassId() != VhdlAssocElement::kClassId) continue;
         const VhdlExpression* named = static_cast<const VhdlAssocElement*>(n)->formal;
-        auto* formal = named && named->GetClassId() == VhdlIdRef::kClassId ? static_cast<const VhdlIdRef*>(named) : nullptr;
+        auto* formal =
+            named && named->GetClassId() == VhdlIdRef::kClassId ? static_cast<const VhdlIdRef*>(named) : nullptr;
         if (!formal) continue;
         if (!spec) return false;
         bool found = false;
@@ -176,7 +178,8 @@ uint64_t VhdlProfileKey(const VhdlIdDef* id) {
     };
     mix(MarkOf(spec->returnType));
     for (VhdlTreeNode* p : spec->params) {
-        auto* decl = p->GetClassId() == VhdlInterfaceDecl::kClassId ? static_cast<const VhdlInterfaceDecl*>(p) : nullptr;
+        auto* decl =
+            p->GetClassId() == VhdlInterfaceDecl::kClassId ? static_cast<const VhdlInterfaceDecl*>(p) : nullptr;
         std::string_view mark = decl ? MarkOf(decl->subtype) : std::string_view();
         for (uint32_t i = 0, n = decl ? decl->ids.Size() : 1; i < n; ++i) mix(mark);
     }
@@ -196,7 +199,8 @@ bool VhdlSameProfile(const VhdlIdDef* a, const VhdlIdDef* b) {
         auto next = [](const VhdlSubprogramSpec& spec, uint32_t& index, uint32_t& used) -> const VhdlInterfaceDecl* {
             while (index < spec.params.Size()) {
                 VhdlTreeNode* p = spec.params.At(index);
-                auto* decl = p->GetClassId() == VhdlInterfaceDecl::kClassId ? static_cast<const VhdlInterfaceDecl*>(p) : nullptr;
+                auto* decl =
+                    p->GetClassId() == VhdlInterfaceDecl::kClassId ? static_cast<const VhdlInterfaceDecl*>(p) : nullptr;
                 if (decl && used < decl->ids.Size()) {
                     ++used;
                     return decl;

@@ -25,9 +25,9 @@ struct VhdlCallShape {
 struct VhdlArity {
     uint16_t required = 0;
     uint16_t total = 0;
-    int8_t function = 1;      // 1 a function, 0 a procedure
+    int8_t function = 1; // 1 a function, 0 a procedure
     bool enumeration = false; // an enumeration literal: no parameters, a value
-    bool known = true;        // false: takes any use
+    bool known = true; // false: takes any use
 };
 VhdlArity VhdlArityOf(const VhdlIdDef* id);
 // Whether a declaration of that arity can take a use of that shape. One whose

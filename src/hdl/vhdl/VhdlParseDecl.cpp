@@ -20,18 +20,33 @@ bool IEqualsWord(std::string_view a, const char* b) {
 
 bool VhdlParser::StartsDeclaration() const {
     switch (Kind()) {
-    case VHDL_TYPE: case VHDL_SUBTYPE: case VHDL_CONSTANT: case VHDL_SIGNAL: case VHDL_VARIABLE:
-    case VHDL_SHARED: case VHDL_FILE: case VHDL_ALIAS: case VHDL_ATTRIBUTE: case VHDL_COMPONENT:
-    case VHDL_FUNCTION: case VHDL_PROCEDURE: case VHDL_PURE: case VHDL_IMPURE: case VHDL_PACKAGE:
-    case VHDL_FOR: case VHDL_DISCONNECT: case VHDL_USE: case VHDL_GROUP: case VHDL_DEFAULT:
-    case VHDL_VIEW: case VHDL_PRIVATE:
-        return true;
+    case VHDL_TYPE:
+    case VHDL_SUBTYPE:
+    case VHDL_CONSTANT:
+    case VHDL_SIGNAL:
+    case VHDL_VARIABLE:
+    case VHDL_SHARED:
+    case VHDL_FILE:
+    case VHDL_ALIAS:
+    case VHDL_ATTRIBUTE:
+    case VHDL_COMPONENT:
+    case VHDL_FUNCTION:
+    case VHDL_PROCEDURE:
+    case VHDL_PURE:
+    case VHDL_IMPURE:
+    case VHDL_PACKAGE:
+    case VHDL_FOR:
+    case VHDL_DISCONNECT:
+    case VHDL_USE:
+    case VHDL_GROUP:
+    case VHDL_DEFAULT:
+    case VHDL_VIEW:
+    case VHDL_PRIVATE: return true;
     case VHDL_ID:
         // PSL declarations of 2008 stand among the declarations.
         return mode_ >= VHDL_2008 && (IEqualsWord(Text(Tok()), "property") || IEqualsWord(Text(Tok()), "sequence")) &&
                IsIdentifier(1);
-    default:
-        return false;
+    default: return false;
     }
 }
 
@@ -51,12 +66,18 @@ VhdlTreeNode* VhdlParser::ParseDeclaration() {
     switch (Kind()) {
     case VHDL_TYPE: return ParseTypeDecl();
     case VHDL_SUBTYPE: return ParseSubtypeDecl();
-    case VHDL_CONSTANT: case VHDL_SIGNAL: case VHDL_VARIABLE: case VHDL_SHARED: case VHDL_FILE:
-        return ParseObjectDecl();
+    case VHDL_CONSTANT:
+    case VHDL_SIGNAL:
+    case VHDL_VARIABLE:
+    case VHDL_SHARED:
+    case VHDL_FILE: return ParseObjectDecl();
     case VHDL_ALIAS: return ParseAliasDecl();
     case VHDL_ATTRIBUTE: return ParseAttribute();
     case VHDL_COMPONENT: return ParseComponentDecl();
-    case VHDL_FUNCTION: case VHDL_PROCEDURE: case VHDL_PURE: case VHDL_IMPURE: return ParseSubprogram();
+    case VHDL_FUNCTION:
+    case VHDL_PROCEDURE:
+    case VHDL_PURE:
+    case VHDL_IMPURE: return ParseSubprogram();
     case VHDL_PACKAGE: return ParsePackage(start);
     case VHDL_FOR: return ParseConfigurationSpec();
     case VHDL_DISCONNECT: return ParseDisconnection();
@@ -273,9 +294,7 @@ VhdlTypeDef* VhdlParser::ParseTypeDefinition(VhdlIdDef* id) {
         Finish(def, start);
         return def;
     }
-    default:
-        SyntaxErrorUnexpected();
-        return nullptr;
+    default: SyntaxErrorUnexpected(); return nullptr;
     }
 }
 
@@ -375,14 +394,28 @@ VhdlTreeNode* VhdlParser::ParseAliasDecl() {
 
 bool VhdlParser::IsEntityClass(unsigned k) const {
     switch (k) {
-    case VHDL_ENTITY: case VHDL_ARCHITECTURE: case VHDL_CONFIGURATION: case VHDL_PROCEDURE:
-    case VHDL_FUNCTION: case VHDL_PACKAGE: case VHDL_TYPE: case VHDL_SUBTYPE: case VHDL_CONSTANT:
-    case VHDL_SIGNAL: case VHDL_VARIABLE: case VHDL_COMPONENT: case VHDL_LABEL: case VHDL_LITERAL:
-    case VHDL_UNITS: case VHDL_GROUP: case VHDL_FILE: case VHDL_PROPERTY: case VHDL_SEQUENCE:
-    case VHDL_VIEW: case VHDL_CONTEXT:
-        return true;
-    default:
-        return false;
+    case VHDL_ENTITY:
+    case VHDL_ARCHITECTURE:
+    case VHDL_CONFIGURATION:
+    case VHDL_PROCEDURE:
+    case VHDL_FUNCTION:
+    case VHDL_PACKAGE:
+    case VHDL_TYPE:
+    case VHDL_SUBTYPE:
+    case VHDL_CONSTANT:
+    case VHDL_SIGNAL:
+    case VHDL_VARIABLE:
+    case VHDL_COMPONENT:
+    case VHDL_LABEL:
+    case VHDL_LITERAL:
+    case VHDL_UNITS:
+    case VHDL_GROUP:
+    case VHDL_FILE:
+    case VHDL_PROPERTY:
+    case VHDL_SEQUENCE:
+    case VHDL_VIEW:
+    case VHDL_CONTEXT: return true;
+    default: return false;
     }
 }
 
@@ -800,9 +833,7 @@ void VhdlParser::ParseIncompleteTypeDefinition(VhdlInterfaceTypeDecl* decl) {
     decl->incomplete = Kind();
     switch (Kind()) {
     case VHDL_PRIVATE:
-    case VHDL_BOX:
-        ++pos_;
-        return;
+    case VHDL_BOX: ++pos_; return;
     case VHDL_LPAREN:
         ++pos_;
         Expect(VHDL_BOX);
@@ -844,9 +875,7 @@ void VhdlParser::ParseIncompleteTypeDefinition(VhdlInterfaceTypeDecl* decl) {
         Expect(VHDL_OF);
         decl->designated = Is(VHDL_TYPE) ? static_cast<VhdlTreeNode*>(ParseUnspecifiedType()) : ParseName();
         return;
-    default:
-        decl->incomplete = 0;
-        SyntaxErrorUnexpected();
+    default: decl->incomplete = 0; SyntaxErrorUnexpected();
     }
 }
 

@@ -20,11 +20,19 @@ struct DepthGuard {
 
 bool IsRelational(unsigned k) {
     switch (k) {
-    case VHDL_EQ: case VHDL_NEQ: case VHDL_LT: case VHDL_LE: case VHDL_GT: case VHDL_GE:
-    case VHDL_MEQ: case VHDL_MNEQ: case VHDL_MLT: case VHDL_MLE: case VHDL_MGT: case VHDL_MGE:
-        return true;
-    default:
-        return false;
+    case VHDL_EQ:
+    case VHDL_NEQ:
+    case VHDL_LT:
+    case VHDL_LE:
+    case VHDL_GT:
+    case VHDL_GE:
+    case VHDL_MEQ:
+    case VHDL_MNEQ:
+    case VHDL_MLT:
+    case VHDL_MLE:
+    case VHDL_MGT:
+    case VHDL_MGE: return true;
+    default: return false;
     }
 }
 
@@ -72,11 +80,8 @@ VhdlName* VhdlParser::ParseSimpleOrOperatorName() {
         Finish(c, start);
         return c;
     }
-    case VHDL_LTLT:
-        return ParseExternalName();
-    default:
-        SyntaxErrorUnexpected();
-        return nullptr;
+    case VHDL_LTLT: return ParseExternalName();
+    default: SyntaxErrorUnexpected(); return nullptr;
     }
 }
 
@@ -433,12 +438,9 @@ VhdlExpression* VhdlParser::ParsePrimary() {
         // A string followed by '(' is an operator symbol called as a function.
         if (Kind(1) == VHDL_LPAREN || Kind(1) == VHDL_DOT) return ParseName();
         return ParseSimpleOrOperatorName();
-    case VHDL_CHARACTER:
-        return ParseSimpleOrOperatorName();
-    case VHDL_NULL_:
-        return Make<VhdlNull>(pos_++);
-    case VHDL_OPEN:
-        return Make<VhdlOpen>(pos_++);
+    case VHDL_CHARACTER: return ParseSimpleOrOperatorName();
+    case VHDL_NULL_: return Make<VhdlNull>(pos_++);
+    case VHDL_OPEN: return Make<VhdlOpen>(pos_++);
     case VHDL_NEW: {
         ++pos_;
         auto* alloc = arena_.make<VhdlAllocator>();
@@ -464,8 +466,7 @@ VhdlExpression* VhdlParser::ParsePrimary() {
         Finish(alloc, start);
         return alloc;
     }
-    case VHDL_LPAREN:
-        return ParseParenthesized();
+    case VHDL_LPAREN: return ParseParenthesized();
     case VHDL_ID:
     case VHDL_EXTENDED_ID:
     case VHDL_LTLT: {
@@ -481,9 +482,7 @@ VhdlExpression* VhdlParser::ParsePrimary() {
         }
         return name;
     }
-    default:
-        SyntaxErrorUnexpected();
-        return nullptr;
+    default: SyntaxErrorUnexpected(); return nullptr;
     }
 }
 
@@ -547,8 +546,8 @@ VhdlExpression* VhdlParser::ParseRangeOrExpression() {
         Finish(si, start);
         return si;
     }
-    if (IsIdentifier() && left && (left->GetClassId() == VhdlIdRef::kClassId ||
-                                   left->GetClassId() == VhdlSelectedName::kClassId)) {
+    if (IsIdentifier() && left &&
+        (left->GetClassId() == VhdlIdRef::kClassId || left->GetClassId() == VhdlSelectedName::kClassId)) {
         // resolution_function type_mark, as in a discrete range `resolved t`.
         auto* si = arena_.make<VhdlExplicitSubtypeIndication>();
         si->resolution = left;

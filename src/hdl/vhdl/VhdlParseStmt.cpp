@@ -55,10 +55,12 @@ VhdlTreeNode* VhdlParser::ParseConcurrentStatement() {
     switch (Kind()) {
     case VHDL_PROCESS: stmt = ParseProcess(start, label, postponed); break;
     case VHDL_BLOCK: stmt = ParseBlock(start, label); break;
-    case VHDL_COMPONENT: case VHDL_ENTITY: case VHDL_CONFIGURATION:
-        stmt = ParseInstantiation(start, label);
-        break;
-    case VHDL_FOR: case VHDL_IF: case VHDL_CASE: stmt = ParseGenerate(start, label); break;
+    case VHDL_COMPONENT:
+    case VHDL_ENTITY:
+    case VHDL_CONFIGURATION: stmt = ParseInstantiation(start, label); break;
+    case VHDL_FOR:
+    case VHDL_IF:
+    case VHDL_CASE: stmt = ParseGenerate(start, label); break;
     case VHDL_ASSERT: {
         if (mode_ >= VHDL_2008 && IsIdentifier(1)) {
             // A PSL assertion (assert always ...) is recognised and dropped.
@@ -74,19 +76,26 @@ VhdlTreeNode* VhdlParser::ParseConcurrentStatement() {
         break;
     }
     case VHDL_WITH: stmt = ParseSelectedAssignment(start, label, postponed, false); break;
-    case VHDL_ID: case VHDL_EXTENDED_ID: case VHDL_LPAREN: case VHDL_LTLT: case VHDL_STRING:
-        if (mode_ >= VHDL_2008 && Is(VHDL_ID) && Kind(1) != VHDL_LE && Kind(1) != VHDL_DOT &&
-            Kind(1) != VHDL_LPAREN && Kind(1) != VHDL_SEMI) {
+    case VHDL_ID:
+    case VHDL_EXTENDED_ID:
+    case VHDL_LPAREN:
+    case VHDL_LTLT:
+    case VHDL_STRING:
+        if (mode_ >= VHDL_2008 && Is(VHDL_ID) && Kind(1) != VHDL_LE && Kind(1) != VHDL_DOT && Kind(1) != VHDL_LPAREN &&
+            Kind(1) != VHDL_SEMI) {
             // The PSL words are reserved from 2008 on: a verification directive stands
             // among the statements. A property or sequence declaration belongs in the
             // declarative part, but simulators take it here too, so it only warns.
             switch (VhdlKeyword(Text(Tok()), VHDL_PSL)) {
-            case VHDL_ASSUME: case VHDL_ASSUME_GUARANTEE: case VHDL_COVER: case VHDL_RESTRICT:
-            case VHDL_RESTRICT_GUARANTEE: case VHDL_FAIRNESS: case VHDL_STRONG:
-                SkipPslDeclaration();
-                return nullptr;
-            case VHDL_PROPERTY: case VHDL_SEQUENCE:
-            {
+            case VHDL_ASSUME:
+            case VHDL_ASSUME_GUARANTEE:
+            case VHDL_COVER:
+            case VHDL_RESTRICT:
+            case VHDL_RESTRICT_GUARANTEE:
+            case VHDL_FAIRNESS:
+            case VHDL_STRONG: SkipPslDeclaration(); return nullptr;
+            case VHDL_PROPERTY:
+            case VHDL_SEQUENCE: {
                 ColLineFile loc(fileId_, Tok().line, Tok().col);
                 Message::Tell<vhdl_msg::PslDeclarationAmongStatements>(&loc, std::string(Text(Tok())).c_str());
                 SkipPslDeclaration();
@@ -111,9 +120,7 @@ VhdlTreeNode* VhdlParser::ParseConcurrentStatement() {
         }
         stmt = ParseConcurrentAssignmentOrCall(start, label, postponed);
         break;
-    case VHDL_DEFAULT:
-        SkipPslDeclaration();
-        return nullptr;
+    case VHDL_DEFAULT: SkipPslDeclaration(); return nullptr;
     default:
         if (StartsDeclaration()) {
             SyntaxError<vhdl_msg::DeclarationAmongStatements>(std::string(Text(Tok())).c_str());
@@ -559,8 +566,11 @@ VhdlTreeNode* VhdlParser::ParseSequentialStatement() {
     }
     case VHDL_IF: stmt = ParseIf(start, label); break;
     case VHDL_CASE: stmt = ParseCase(start, label); break;
-    case VHDL_LOOP: case VHDL_WHILE: case VHDL_FOR: stmt = ParseLoop(start, label); break;
-    case VHDL_NEXT: case VHDL_EXIT: {
+    case VHDL_LOOP:
+    case VHDL_WHILE:
+    case VHDL_FOR: stmt = ParseLoop(start, label); break;
+    case VHDL_NEXT:
+    case VHDL_EXIT: {
         bool next = Is(VHDL_NEXT);
         ++pos_;
         VhdlName* loopLabel = nullptr;
@@ -605,9 +615,11 @@ VhdlTreeNode* VhdlParser::ParseSequentialStatement() {
         break;
     }
     case VHDL_WITH: stmt = ParseSelectedAssignment(start, label, false, true); break;
-    case VHDL_ID: case VHDL_EXTENDED_ID: case VHDL_LPAREN: case VHDL_LTLT: case VHDL_STRING:
-        stmt = ParseSequentialAssignmentOrCall(start, label);
-        break;
+    case VHDL_ID:
+    case VHDL_EXTENDED_ID:
+    case VHDL_LPAREN:
+    case VHDL_LTLT:
+    case VHDL_STRING: stmt = ParseSequentialAssignmentOrCall(start, label); break;
     default:
         SyntaxErrorUnexpected();
         SkipToItemEnd();

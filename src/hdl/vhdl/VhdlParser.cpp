@@ -9,8 +9,7 @@
 
 namespace hdl {
 
-VhdlParser::VhdlParser(Arena& arena, std::string_view text, std::vector<VhdlTok> tokens, uint32_t fileId,
-                       unsigned mode)
+VhdlParser::VhdlParser(Arena& arena, std::string_view text, std::vector<VhdlTok> tokens, uint32_t fileId, unsigned mode)
     : arena_(arena), text_(text), toks_(std::move(tokens)), fileId_(fileId), mode_(mode) {
     if (toks_.empty() || toks_.back().kind != VHDL_EOF) {
         VhdlTok eof;
@@ -90,7 +89,7 @@ void VhdlParser::ParseEndOfUnit(unsigned kw1, unsigned kw2, VhdlIdDef* id) {
         } else if (id) {
             ColLineFile loc(fileId_, Tok().line, Tok().col);
             Message::Tell<vhdl_msg::ClosingNameDiffers>(&loc, std::string(Text(Tok())).c_str(),
-                                                            std::string(id->OrigName()).c_str());
+                                                        std::string(id->OrigName()).c_str());
         }
         ++pos_;
     }

@@ -18,8 +18,7 @@ namespace hdl {
 
 class VhdlParser {
 public:
-    VhdlParser(Arena& arena, std::string_view text, std::vector<VhdlTok> tokens, uint32_t fileId,
-               unsigned mode);
+    VhdlParser(Arena& arena, std::string_view text, std::vector<VhdlTok> tokens, uint32_t fileId, unsigned mode);
 
     // All design units of the file, in source order.
     std::vector<VhdlDesignUnit*> ParseDesignFile();
@@ -56,7 +55,9 @@ private:
     template <class T>
     T* MakeId(size_t tokIndex);
     template <class T>
-    VhdlArray<T> List(const std::vector<T>& items) { return VhdlArray<T>(arena_, items); }
+    VhdlArray<T> List(const std::vector<T>& items) {
+        return VhdlArray<T>(arena_, items);
+    }
     bool IsIdentifier(size_t ahead = 0) const { return Kind(ahead) == VHDL_ID || Kind(ahead) == VHDL_EXTENDED_ID; }
     template <class T>
     T* ParseId();

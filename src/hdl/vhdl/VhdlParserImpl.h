@@ -43,7 +43,8 @@ T* VhdlParser::MakeId(size_t tokIndex) {
     } else {
         std::string_view copy = arena_.copy(id->origName);
         char* p = const_cast<char*>(copy.data());
-        for (size_t i = 0; i < copy.size(); ++i) p[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(p[i])));
+        for (size_t i = 0; i < copy.size(); ++i)
+            p[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(p[i])));
         id->name = copy;
     }
     return id;

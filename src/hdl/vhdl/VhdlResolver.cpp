@@ -154,14 +154,18 @@ void DeclaredIds(VhdlTreeNode* decl, std::vector<VhdlIdDef*>& out) {
     case VhdlComponentDecl::kClassId: out.push_back(static_cast<VhdlComponentDecl*>(decl)->id); break;
     case VhdlSubprogramDecl::kClassId: out.push_back(static_cast<VhdlSubprogramDecl*>(decl)->spec->id); break;
     case VhdlSubprogramBody::kClassId: out.push_back(static_cast<VhdlSubprogramBody*>(decl)->spec->id); break;
-    case VhdlSubprogInstantiationDecl::kClassId: out.push_back(static_cast<VhdlSubprogInstantiationDecl*>(decl)->id); break;
+    case VhdlSubprogInstantiationDecl::kClassId:
+        out.push_back(static_cast<VhdlSubprogInstantiationDecl*>(decl)->id);
+        break;
     case VhdlPackageDecl::kClassId:
     case VhdlPackageInstantiationDecl::kClassId: out.push_back(static_cast<VhdlDesignUnit*>(decl)->id); break;
     case VhdlGroupTemplateDecl::kClassId: out.push_back(static_cast<VhdlGroupTemplateDecl*>(decl)->id); break;
     case VhdlGroupDecl::kClassId: out.push_back(static_cast<VhdlGroupDecl*>(decl)->id); break;
     case VhdlInterfaceDecl::kClassId: ids(static_cast<VhdlInterfaceDecl*>(decl)->ids); break;
     case VhdlInterfaceTypeDecl::kClassId: out.push_back(static_cast<VhdlInterfaceTypeDecl*>(decl)->id); break;
-    case VhdlInterfaceSubprogDecl::kClassId: out.push_back(static_cast<VhdlInterfaceSubprogDecl*>(decl)->spec->id); break;
+    case VhdlInterfaceSubprogDecl::kClassId:
+        out.push_back(static_cast<VhdlInterfaceSubprogDecl*>(decl)->spec->id);
+        break;
     case VhdlInterfacePackageDecl::kClassId: out.push_back(static_cast<VhdlInterfacePackageDecl*>(decl)->id); break;
     case VhdlElementDecl::kClassId: ids(static_cast<VhdlElementDecl*>(decl)->ids); break;
     default: break;
@@ -752,7 +756,8 @@ private:
         case VhdlConstantDecl::kClassId:
         case VhdlSignalDecl::kClassId:
         case VhdlVariableDecl::kClassId: return TypeOfSubtype(static_cast<VhdlObjectDecl*>(decl)->subtype, depth + 1);
-        case VhdlInterfaceDecl::kClassId: return TypeOfSubtype(static_cast<VhdlInterfaceDecl*>(decl)->subtype, depth + 1);
+        case VhdlInterfaceDecl::kClassId:
+            return TypeOfSubtype(static_cast<VhdlInterfaceDecl*>(decl)->subtype, depth + 1);
         case VhdlElementDecl::kClassId: return TypeOfSubtype(static_cast<VhdlElementDecl*>(decl)->subtype, depth + 1);
         case VhdlAliasDecl::kClassId: {
             auto* alias = static_cast<VhdlAliasDecl*>(decl);
@@ -780,7 +785,8 @@ private:
         case VhdlIncompleteTypeDecl::kClassId: {
             // Completed later in the same region: the name now finds the full type.
             VhdlIdDef* full = Lookup(mark->OrigName(), VhdlCallShape{}, nullptr);
-            if (!full || full == mark || !full->declaration || full->declaration->GetClassId() != VhdlFullTypeDecl::kClassId)
+            if (!full || full == mark || !full->declaration ||
+                full->declaration->GetClassId() != VhdlFullTypeDecl::kClassId)
                 return nullptr;
             return static_cast<VhdlFullTypeDecl*>(full->declaration)->typeDef;
         }
@@ -817,7 +823,9 @@ private:
                     if (NameEq()(id->OrigName(), text)) return id;
                 continue;
             case VhdlInterfaceTypeDecl::kClassId: single = static_cast<VhdlInterfaceTypeDecl*>(d)->id; break;
-            case VhdlInterfaceSubprogDecl::kClassId: single = static_cast<VhdlInterfaceSubprogDecl*>(d)->spec->id; break;
+            case VhdlInterfaceSubprogDecl::kClassId:
+                single = static_cast<VhdlInterfaceSubprogDecl*>(d)->spec->id;
+                break;
             case VhdlInterfacePackageDecl::kClassId: single = static_cast<VhdlInterfacePackageDecl*>(d)->id; break;
             default: continue;
             }
@@ -835,9 +843,7 @@ private:
             if (!ref->resolved) ref->resolved = FindFormal(ref->text, formals);
             return;
         }
-        case VhdlSelectedName::kClassId:
-            ResolveFormal(static_cast<VhdlSelectedName*>(formal)->prefix, formals);
-            return;
+        case VhdlSelectedName::kClassId: ResolveFormal(static_cast<VhdlSelectedName*>(formal)->prefix, formals); return;
         case VhdlIndexedName::kClassId: {
             auto* idx = static_cast<VhdlIndexedName*>(formal);
             auto* ref = dynamic_cast<VhdlIdRef*>(idx->prefix);
@@ -849,7 +855,8 @@ private:
                 return;
             }
             if (ref) {
-                if (!ref->resolved) ref->resolved = Lookup(ref->text, {idx->assocList.Size(), nullptr}, &ref->ambiguous);
+                if (!ref->resolved)
+                    ref->resolved = Lookup(ref->text, {idx->assocList.Size(), nullptr}, &ref->ambiguous);
             } else if (idx->prefix) {
                 idx->prefix->Accept(*this);
             }
@@ -858,8 +865,7 @@ private:
             }
             return;
         }
-        default:
-            formal->Accept(*this);
+        default: formal->Accept(*this);
         }
     }
 
@@ -1125,7 +1131,8 @@ private:
         for (VhdlTreeNode* s : *stmts) {
             auto* stmt = dynamic_cast<VhdlStatement*>(s);
             if (!stmt || !stmt->label || !NameEq()(stmt->label->OrigName(), ref->text)) continue;
-            if (stmt->GetClassId() == VhdlBlockStatement::kClassId || stmt->GetClassId() == VhdlGenerateStatement::kClassId) {
+            if (stmt->GetClassId() == VhdlBlockStatement::kClassId ||
+                stmt->GetClassId() == VhdlGenerateStatement::kClassId) {
                 ref->resolved = stmt->label;
                 return stmt;
             }

@@ -20,6 +20,7 @@ enum VhdlMode : unsigned {
 
 // Reserved words: token name, spelling, first edition that reserves it. PSL words
 // (edition 13) are reserved only in PSL mode; elsewhere they are plain identifiers.
+// clang-format off
 #define VHDL_KEYWORDS(X) \
     X(ABS, "abs", 8) X(ACCESS, "access", 8) X(AFTER, "after", 8) X(ALIAS, "alias", 8) \
     X(ALL, "all", 8) X(AND, "and", 8) X(ARCHITECTURE, "architecture", 8) X(ARRAY, "array", 8) \
@@ -55,37 +56,63 @@ enum VhdlMode : unsigned {
     X(FAIRNESS, "fairness", 13) X(PROPERTY, "property", 13) X(RESTRICT, "restrict", 13) \
     X(RESTRICT_GUARANTEE, "restrict_guarantee", 13) X(SEQUENCE, "sequence", 13) \
     X(STRONG, "strong", 13) X(VMODE, "vmode", 13) X(VPROP, "vprop", 13) X(VUNIT, "vunit", 13)
+// clang-format on
 
 enum VhdlToken : uint16_t {
     VHDL_EOF = 0,
     VHDL_ERROR,
-    VHDL_ID,           // basic identifier
-    VHDL_EXTENDED_ID,  // \extended identifier\ (spelling keeps the backslashes)
-    VHDL_INTEGER,      // abstract literal without point
-    VHDL_REAL,         // abstract literal with point
-    VHDL_BIT_STRING,   // [length] base "..."
+    VHDL_ID, // basic identifier
+    VHDL_EXTENDED_ID, // \extended identifier\ (spelling keeps the backslashes)
+    VHDL_INTEGER, // abstract literal without point
+    VHDL_REAL, // abstract literal with point
+    VHDL_BIT_STRING, // [length] base "..."
     VHDL_STRING,
     VHDL_CHARACTER,
     // Delimiters.
-    VHDL_AMP, VHDL_TICK, VHDL_LPAREN, VHDL_RPAREN, VHDL_STAR, VHDL_PLUS, VHDL_COMMA,
-    VHDL_MINUS, VHDL_DOT, VHDL_SLASH, VHDL_COLON, VHDL_SEMI, VHDL_LT, VHDL_EQ, VHDL_GT,
-    VHDL_BAR, VHDL_LBRACKET, VHDL_RBRACKET, VHDL_QUESTION, VHDL_AT, VHDL_CARET,
-    VHDL_ARROW,        // =>
-    VHDL_POW,          // **
-    VHDL_VARASSIGN,    // :=
-    VHDL_NEQ,          // /=
-    VHDL_GE,           // >=
-    VHDL_LE,           // <=
-    VHDL_BOX,          // <>
-    VHDL_COND,         // ??
-    VHDL_MEQ, VHDL_MNEQ, VHDL_MLT, VHDL_MLE, VHDL_MGT, VHDL_MGE, // ?= ?/= ?< ?<= ?> ?>=
-    VHDL_LTLT, VHDL_GTGT, // << >> of external names
-    VHDL_LBRACE, VHDL_RBRACE, // { } of PSL sequences
+    VHDL_AMP,
+    VHDL_TICK,
+    VHDL_LPAREN,
+    VHDL_RPAREN,
+    VHDL_STAR,
+    VHDL_PLUS,
+    VHDL_COMMA,
+    VHDL_MINUS,
+    VHDL_DOT,
+    VHDL_SLASH,
+    VHDL_COLON,
+    VHDL_SEMI,
+    VHDL_LT,
+    VHDL_EQ,
+    VHDL_GT,
+    VHDL_BAR,
+    VHDL_LBRACKET,
+    VHDL_RBRACKET,
+    VHDL_QUESTION,
+    VHDL_AT,
+    VHDL_CARET,
+    VHDL_ARROW, // =>
+    VHDL_POW, // **
+    VHDL_VARASSIGN, // :=
+    VHDL_NEQ, // /=
+    VHDL_GE, // >=
+    VHDL_LE, // <=
+    VHDL_BOX, // <>
+    VHDL_COND, // ??
+    VHDL_MEQ,
+    VHDL_MNEQ,
+    VHDL_MLT,
+    VHDL_MLE,
+    VHDL_MGT,
+    VHDL_MGE, // ?= ?/= ?< ?<= ?> ?>=
+    VHDL_LTLT,
+    VHDL_GTGT, // << >> of external names
+    VHDL_LBRACE,
+    VHDL_RBRACE, // { } of PSL sequences
     VHDL_FIRST_KEYWORD,
 #define VHDL_KW_ENUM(name, text, ed) VHDL_##name,
     VHDL_KEYWORDS(VHDL_KW_ENUM)
 #undef VHDL_KW_ENUM
-    VHDL_TOKEN_COUNT
+        VHDL_TOKEN_COUNT
 };
 
 // Reserved word of `text` (any case) in `mode`, or VHDL_ID.

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdlib>
 #include <cerrno>
 #include <climits>
 #include <cmath>
+#include <cstdlib>
 #include <string>
 
 #include "hdl/vhdl/VhdlNames.h"
@@ -258,7 +258,8 @@ double VhdlReal::GetValue() const {
             scale = 1;
             continue;
         }
-        int d = std::isdigit(static_cast<unsigned char>(c)) ? c - '0' : std::tolower(static_cast<unsigned char>(c)) - 'a' + 10;
+        int d = std::isdigit(static_cast<unsigned char>(c)) ? c - '0'
+                                                            : std::tolower(static_cast<unsigned char>(c)) - 'a' + 10;
         value = value * base + d;
         if (scale != 0) scale *= base;
     }

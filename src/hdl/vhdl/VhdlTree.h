@@ -47,11 +47,13 @@ class VhdlIdDef : public VhdlTreeNode {
     VhdlDesignUnit* owningUnit = nullptr;
 };
 
+// clang-format off
 #define VHDL_ID_CLASS(Class, Kind)                         \
     class Class : public VhdlIdDef {                       \
         VHDL_NODE(Class, Kind)                             \
         VHDL_FIELDS(origName)                              \
     };
+// clang-format on
 VHDL_ID_CLASS(VhdlEntityId, ENTITYID)
 VHDL_ID_CLASS(VhdlArchitectureId, ARCHITECTUREID)
 VHDL_ID_CLASS(VhdlPackageId, PACKAGEID)
@@ -178,11 +180,13 @@ struct VhdlUnitNameParts {
 };
 VhdlUnitNameParts VhdlSplitUnitName(const VhdlName* name);
 
+// clang-format off
 #define VHDL_KEYWORD_NAME(Class, Kind)  \
     class Class : public VhdlName {     \
         VHDL_NODE(Class, Kind)          \
         VHDL_FIELDS()                   \
     };
+// clang-format on
 VHDL_KEYWORD_NAME(VhdlAll, ALL)
 VHDL_KEYWORD_NAME(VhdlOthers, OTHERS)
 VHDL_KEYWORD_NAME(VhdlOpen, OPEN)
@@ -550,8 +554,8 @@ class VhdlInterfaceTypeDecl : public VhdlDeclaration {
     VHDL_FIELDS(id, incomplete, indexes, designated)
     VhdlIdDef* id = nullptr;
     unsigned incomplete = 0;
-    VhdlNodeList indexes;                // of an array: ranges, `t range <>`, or anonymous types
-    VhdlTreeNode* designated = nullptr;  // element, designated or file type: a subtype or anonymous type
+    VhdlNodeList indexes; // of an array: ranges, `t range <>`, or anonymous types
+    VhdlTreeNode* designated = nullptr; // element, designated or file type: a subtype or anonymous type
 };
 
 // function/procedure specification. `generics` and `params` are interface lists.
@@ -982,7 +986,6 @@ class VhdlSelectedVariableAssignmentStatement : public VhdlStatement {
     VhdlNodeList values; // VhdlSelectedExpression
 };
 
-
 class VhdlForceAssignmentStatement : public VhdlStatement {
     VHDL_NODE(VhdlForceAssignmentStatement, FORCEASSIGNMENTSTATEMENT)
     VHDL_FIELDS(label, target, forceMode, value)
@@ -1276,6 +1279,7 @@ class VhdlPackageBody : public VhdlSecondaryUnit {
 };
 
 // Every node class with its direct base, bases first.
+// clang-format off
 #define VHDL_CLASSES(X) \
     X(VhdlIdDef, VhdlTreeNode) X(VhdlEntityId, VhdlIdDef) X(VhdlArchitectureId, VhdlIdDef) \
     X(VhdlPackageId, VhdlIdDef) X(VhdlPackageBodyId, VhdlIdDef) X(VhdlConfigurationId, VhdlIdDef) \
@@ -1359,5 +1363,6 @@ class VhdlPackageBody : public VhdlSecondaryUnit {
     X(VhdlPackageDecl, VhdlPrimaryUnit) X(VhdlPackageInstantiationDecl, VhdlPrimaryUnit) \
     X(VhdlConfigurationDecl, VhdlPrimaryUnit) X(VhdlContextDecl, VhdlPrimaryUnit) \
     X(VhdlArchitectureBody, VhdlSecondaryUnit) X(VhdlPackageBody, VhdlSecondaryUnit)
+// clang-format on
 
 } // namespace hdl

@@ -72,12 +72,14 @@ struct VhdlTreeTraits {
 
 // Declares the class code and visitor hook of a node class; VHDL_FIELDS then lists
 // its fields and defines the generic operations over them.
+// clang-format off
 #define VHDL_NODE(Class, Kind)                                       \
 public:                                                              \
     using SelfType = Class;                                          \
     static constexpr uint32_t kClassId = ID_VHDL_##Kind;             \
     uint32_t GetClassId() const override { return kClassId; }        \
     void Accept(VhdlVisitor& v) override;
+// clang-format on
 
 #define VHDL_FIELDS(...) HDL_TREE_FIELDS(VhdlTreeTraits, __VA_ARGS__)
 

@@ -15,8 +15,7 @@ std::string findDataDir(const std::string& relativePath) {
         std::string dir = list.substr(start, end - start) + "/";
         boost::system::error_code error;
         // Only existence counts: a probe that cannot be examined is simply absent.
-        if (boost::filesystem::exists(boost::filesystem::status(dir + relativePath, error)))
-            return dir;
+        if (boost::filesystem::exists(boost::filesystem::status(dir + relativePath, error))) return dir;
         start = end + 1;
     }
     return std::string();

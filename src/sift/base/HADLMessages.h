@@ -13,6 +13,7 @@
 
 #include "hdl/base/MessageCatalogue.h"
 
+// clang-format off
 #define HADL_MESSAGES(ID, TEXT)                                                                  \
     ID(kVeri1137, "VERI-1137", MSG_NONE)                                                         \
     ID(kVeri1138, "VERI-1138", MSG_NONE)                                                         \
@@ -47,6 +48,7 @@
     TEXT(ConfigurationTopsLeftOut, kConfigurationTops, "@56-434@%s%s")                           \
     ID(kConfigurationClash, "56-440", MSG_ERROR)                                                 \
     TEXT(ConfigurationNameClash, kConfigurationClash, "@56-440@%s")
+// clang-format on
 
 namespace hadl_msg {
 using hdl::MSG_ERROR;

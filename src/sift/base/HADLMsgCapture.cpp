@@ -19,14 +19,12 @@ char argumentBuffer[4096];
 
 void plainCallBack(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* loc, const char* format,
                    va_list args) {
-    if (inUse)
-        inUse->onMessage(type, id, loc, format, args, false);
+    if (inUse) inUse->onMessage(type, id, loc, format, args, false);
 }
 
 void elabErrorsCallBack(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* loc, const char* format,
                         va_list args) {
-    if (inUse)
-        inUse->onMessage(type, id, loc, format, args, true);
+    if (inUse) inUse->onMessage(type, id, loc, format, args, true);
 }
 
 // Copies `format` with "%s" in place of each conversion G, c, d, s, u and x, and collects
@@ -46,21 +44,11 @@ void rewriteFormat(const char* format, va_list args, std::vector<std::string>& o
         argumentBuffer[0] = '\0';
         const char c = p[1];
         switch (c) {
-        case 'G':
-            std::snprintf(argumentBuffer, sizeof argumentBuffer, "%G", va_arg(args, double));
-            break;
-        case 'c':
-            std::snprintf(argumentBuffer, sizeof argumentBuffer, "%c", va_arg(args, int));
-            break;
-        case 'd':
-            std::snprintf(argumentBuffer, sizeof argumentBuffer, "%d", va_arg(args, int));
-            break;
-        case 'u':
-            std::snprintf(argumentBuffer, sizeof argumentBuffer, "%u", va_arg(args, unsigned));
-            break;
-        case 'x':
-            std::snprintf(argumentBuffer, sizeof argumentBuffer, "%x", va_arg(args, unsigned));
-            break;
+        case 'G': std::snprintf(argumentBuffer, sizeof argumentBuffer, "%G", va_arg(args, double)); break;
+        case 'c': std::snprintf(argumentBuffer, sizeof argumentBuffer, "%c", va_arg(args, int)); break;
+        case 'd': std::snprintf(argumentBuffer, sizeof argumentBuffer, "%d", va_arg(args, int)); break;
+        case 'u': std::snprintf(argumentBuffer, sizeof argumentBuffer, "%u", va_arg(args, unsigned)); break;
+        case 'x': std::snprintf(argumentBuffer, sizeof argumentBuffer, "%x", va_arg(args, unsigned)); break;
         case 's': {
             const char* text = va_arg(args, const char*);
             std::snprintf(argumentBuffer, sizeof argumentBuffer, "%s", text ? text : "(null)");
@@ -68,12 +56,10 @@ void rewriteFormat(const char* format, va_list args, std::vector<std::string>& o
         }
         default:
             out.emplace_back();
-            if (c)
-                formatBuffer[n++] = *++p;
+            if (c) formatBuffer[n++] = *++p;
             continue;
         }
-        if (n + 2 > limit)
-            break;
+        if (n + 2 > limit) break;
         formatBuffer[n++] = '%';
         formatBuffer[n++] = 's';
         out.emplace_back(argumentBuffer);
@@ -121,24 +107,21 @@ void HADLMsgCapture::start(int verbosity, bool elabErrors) {
          {kVeri1137, kVeri1138, kVeri1154, kVeri1158, kVeri1261, kVeri1281, kVhdl1238, kVhdl1260, kVhdl1283, kVhdl1261})
         idTypes[id.id] = 1;
     idTypes[kVeri1206.id] = 2;
-    if (verbosity == 3)
-        idTypes[hdl::veri_msg::kAnalyzingFile.id] = idTypes[kVeri9003.id] = 4;
+    if (verbosity == 3) idTypes[hdl::veri_msg::kAnalyzingFile.id] = idTypes[kVeri9003.id] = 4;
     hdl::Message::RegisterCallBackMsg(elabErrors ? elabErrorsCallBack : plainCallBack);
 }
 
 void HADLMsgCapture::stop() { hdl::Message::RegisterCallBackMsg(nullptr); }
 
 void HADLMsgCapture::allow(const char* id) {
-    if (id && !allowList.find(id))
-        allowList.insert(id);
+    if (id && !allowList.find(id)) allowList.insert(id);
 }
 
 unsigned HADLMsgCapture::effectiveType(unsigned type, const char* id) const {
     unsigned t = type <= 6 ? typeMap[type] : type;
     if (id) {
         auto it = idTypes.find(id);
-        if (it != idTypes.end())
-            t = it->second;
+        if (it != idTypes.end()) t = it->second;
     }
     return t;
 }
@@ -147,24 +130,19 @@ void HADLMsgCapture::onMessage(hdl::msg_type_t type, const char* id, const hdl::
                                const char* format, va_list arguments, bool errorsOnly) {
     unsigned t = type;
     if (!errorsOnly) {
-        if (id && allowList.size() > 1 && !allowList.find(id))
-            return;
+        if (id && allowList.size() > 1 && !allowList.find(id)) return;
         t = effectiveType(type, id);
-        if (t == 3)
-            return;
+        if (t == 3) return;
     }
-    if (t != 1 && t != 2)
-        t = 4;
+    if (t != 1 && t != 2) t = 4;
     std::vector<std::string> args;
     va_list copy;
     va_copy(copy, arguments);
     rewriteFormat(format ? format : "", copy, args);
     va_end(copy);
-    if (id && hdl::veri_msg::kAnalyzingFile == std::string_view(id) && args.size() >= 2)
-        lastAnalyzedFile = args[1];
+    if (id && hdl::veri_msg::kAnalyzingFile == std::string_view(id) && args.size() >= 2) lastAnalyzedFile = args[1];
     const char* file = hdl::LineFile::GetFileName(location);
-    if (!file && lastAnalyzedFile.empty())
-        return;
+    if (!file && lastAnalyzedFile.empty()) return;
     unsigned line = hdl::LineFile::GetLineNo(location);
     std::string fmt = formatBuffer;
     std::string fileName;
@@ -177,8 +155,7 @@ void HADLMsgCapture::onMessage(hdl::msg_type_t type, const char* id, const hdl::
         const bool within = LoomEnvelopeMap1735::isWithinEnvelope(file, line, 0);
         line = LoomEnvelopeMap1735::getOriginalLineNo(file, line);
         if (within) {
-            if (type != hdl::MSG_ERROR)
-                return;
+            if (type != hdl::MSG_ERROR) return;
             fmt = "Invalid code in protected region at [%s:%s]";
             args = {fileName, std::to_string(line)};
         }
@@ -186,13 +163,11 @@ void HADLMsgCapture::onMessage(hdl::msg_type_t type, const char* id, const hdl::
     HADLDatabase::Msg msg;
     msg.line = line;
     msg.type = t;
-    for (const std::string& a : args)
-        msg.args.push_back(database.argStrs.insert(a.c_str()));
+    for (const std::string& a : args) msg.args.push_back(database.argStrs.insert(a.c_str()));
     msg.fmtId = database.fmtStrs.insert(fmt.c_str());
     unsigned fileId = fileIdFor(database, fileName.c_str());
     if (errorsOnly) {
-        if (t == 1)
-            database.status.isElabError = true;
+        if (t == 1) database.status.isElabError = true;
         return;
     }
     database.fileMsgs.at(fileId).push_back(std::move(msg));

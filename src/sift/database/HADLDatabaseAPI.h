@@ -42,10 +42,7 @@ protected:
 
 class HADLDatabaseAPI : public HADLDatabaseConstAPI {
 public:
-    explicit HADLDatabaseAPI(HADLDatabase& database)
-        : HADLDatabaseConstAPI(database), mutableDb(&database)
-    {
-    }
+    explicit HADLDatabaseAPI(HADLDatabase& database) : HADLDatabaseConstAPI(database), mutableDb(&database) {}
 
     // Both replace the whole database; on a damaged archive it is left partly filled.
     int load(const std::string& path);

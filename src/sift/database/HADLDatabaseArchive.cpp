@@ -58,10 +58,7 @@ namespace {
 
 using boost::archive::archive_exception;
 
-[[noreturn]] void damaged()
-{
-    throw archive_exception(archive_exception::input_stream_error);
-}
+[[noreturn]] void damaged() { throw archive_exception(archive_exception::input_stream_error); }
 
 // The writer's cursor in the window the sink gave it. Boost writes its header and
 // preambles through the streambuf interface into the same window: the cursor is lent to
@@ -71,14 +68,11 @@ public:
     explicit OutBuffer(HADLArchiveSink& sink) : sink_(sink) { open(sink_.next(0, 1)); }
 
     // Makes room for `length` bytes at the cursor; `length` is a few dozen at most.
-    void room(std::size_t length)
-    {
-        if (static_cast<std::size_t>(end - at) < length)
-            open(sink_.next(filled(), length));
+    void room(std::size_t length) {
+        if (static_cast<std::size_t>(end - at) < length) open(sink_.next(filled(), length));
     }
     // Any length, across as many windows as it takes.
-    void put(const char* bytes, std::size_t length)
-    {
+    void put(const char* bytes, std::size_t length) {
         while (static_cast<std::size_t>(end - at) < length) {
             const std::size_t part = static_cast<std::size_t>(end - at);
             std::memcpy(at, bytes, part);
@@ -93,8 +87,7 @@ public:
     void finish() { sink_.finish(filled()); }
 
     void lendToBoost() { setp(at, end); }
-    void takeFromBoost()
-    {
+    void takeFromBoost() {
         at = pptr();
         end = epptr();
     }
@@ -103,17 +96,14 @@ public:
     char* end = nullptr;
 
 protected:
-    int_type overflow(int_type c) override
-    {
+    int_type overflow(int_type c) override {
         takeFromBoost();
         room(1);
-        if (!traits_type::eq_int_type(c, traits_type::eof()))
-            *at++ = traits_type::to_char_type(c);
+        if (!traits_type::eq_int_type(c, traits_type::eof())) *at++ = traits_type::to_char_type(c);
         lendToBoost();
         return traits_type::not_eof(c);
     }
-    std::streamsize xsputn(const char* bytes, std::streamsize length) override
-    {
+    std::streamsize xsputn(const char* bytes, std::streamsize length) override {
         takeFromBoost();
         put(bytes, static_cast<std::size_t>(length));
         lendToBoost();
@@ -122,8 +112,7 @@ protected:
 
 private:
     std::size_t filled() const { return static_cast<std::size_t>(at - begin_); }
-    void open(HADLArchiveSink::Window window)
-    {
+    void open(HADLArchiveSink::Window window) {
         begin_ = at = window.begin;
         end = window.end;
     }
@@ -136,8 +125,7 @@ private:
 // hands it over before Boost reads a preamble.
 class InBuffer : public std::streambuf {
 public:
-    InBuffer(const char* data, std::size_t size)
-    {
+    InBuffer(const char* data, std::size_t size) {
         char* begin = const_cast<char*>(data);
         setg(begin, begin, begin + size);
     }
@@ -161,8 +149,7 @@ struct Writer {
 
     // A run of primitives in their native form, with one check for room.
     template <class... V>
-    void fixed(const V&... values)
-    {
+    void fixed(const V&... values) {
         buffer.room((sizeof(V) + ...));
         char* at = buffer.at;
         ((std::memcpy(at, &values, sizeof(V)), at += sizeof(V)), ...);
@@ -170,17 +157,14 @@ struct Writer {
     }
 
     template <class C>
-    bool firstOf()
-    {
-        if (introducedOut<C> == serial)
-            return false;
+    bool firstOf() {
+        if (introducedOut<C> == serial) return false;
         introducedOut<C> = serial;
         return true;
     }
     // Boost writes the preamble, then comes back for the fields through serialize below.
     template <class C>
-    void throughBoost(C& object)
-    {
+    void throughBoost(C& object) {
         buffer.lendToBoost();
         ar << static_cast<const C&>(object);
     }
@@ -199,43 +183,35 @@ struct Reader {
 
     // A run of primitives, with one check that the archive holds them.
     template <class... V>
-    void fixed(V&... values)
-    {
-        if (left() < (sizeof(V) + ...))
-            damaged();
+    void fixed(V&... values) {
+        if (left() < (sizeof(V) + ...)) damaged();
         const char* from = at;
         (load(values, from), ...);
         at = from;
     }
     template <class V>
-    static void load(V& value, const char*& from)
-    {
+    static void load(V& value, const char*& from) {
         std::memcpy(&value, from, sizeof value);
         from += sizeof value;
     }
     // As a byte, so that a damaged archive cannot plant a bool that is neither 0 nor 1.
     static void load(bool& value, const char*& from) { value = *from++ != 0; }
 
-    const char* take(std::size_t length)
-    {
-        if (length > left())
-            damaged();
+    const char* take(std::size_t length) {
+        if (length > left()) damaged();
         const char* bytes = at;
         at += length;
         return bytes;
     }
 
     template <class C>
-    bool firstOf()
-    {
-        if (introducedIn<C> == serial)
-            return false;
+    bool firstOf() {
+        if (introducedIn<C> == serial) return false;
         introducedIn<C> = serial;
         return true;
     }
     template <class C>
-    void throughBoost(C& object)
-    {
+    void throughBoost(C& object) {
         buffer.seek(at);
         preambleStart = at;
         ar >> object;
@@ -243,11 +219,9 @@ struct Reader {
     // Boost has read a preamble: a tracking byte and a 4-byte version. Our archives never
     // track, and with tracking on Boost would expect an object id before each object of
     // the class, which the fields read here do not.
-    void fromBoost()
-    {
+    void fromBoost() {
         at = buffer.next();
-        if (at - preambleStart != 5 || *preambleStart != 0)
-            damaged();
+        if (at - preambleStart != 5 || *preambleStart != 0) damaged();
     }
 };
 
@@ -258,38 +232,32 @@ template <class IO, class C>
 void object(IO& io, C& value);
 
 template <class IO>
-void fields(IO& io, HADLDatabase::Options& o)
-{
+void fields(IO& io, HADLDatabase::Options& o) {
     io.fixed(o.ignoreTranslateOff, o.defaultLibrary, o.strictVhdlLibSearchOrder, o.enableVHDL2019);
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::Status& s)
-{
+void fields(IO& io, HADLDatabase::Status& s) {
     io.fixed(s.err, s.isParseDone, s.isElabError);
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::MacroDef& d)
-{
+void fields(IO& io, HADLDatabase::MacroDef& d) {
     io.fixed(d.valueId, d.hasValue);
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::GenericDef& d)
-{
+void fields(IO& io, HADLDatabase::GenericDef& d) {
     io.fixed(d.valueId, d.hasValue);
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::FileAttr& f)
-{
+void fields(IO& io, HADLDatabase::FileAttr& f) {
     io.fixed(f.lang, f.libId, f.incDirListId, f.tempAliasId, f.isAliasOfId, f.isStdVhdl, f.isDisabled);
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::FileProp& p)
-{
+void fields(IO& io, HADLDatabase::FileProp& p) {
     object(io, p.includedFiles);
     object(io, p.parsReqFiles);
     object(io, p.parsOvrFiles);
@@ -297,52 +265,44 @@ void fields(IO& io, HADLDatabase::FileProp& p)
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::RInstAttr& i)
-{
+void fields(IO& io, HADLDatabase::RInstAttr& i) {
     io.fixed(i.instnameId, i.targetId);
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::RUnitAttr& u)
-{
+void fields(IO& io, HADLDatabase::RUnitAttr& u) {
     io.fixed(u.libId, u.primaryId, u.secondaryId);
     object(io, u.fileIds);
     object(io, u.insts);
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::InstAttr& i)
-{
+void fields(IO& io, HADLDatabase::InstAttr& i) {
     io.fixed(i.unitId, i.instId, i.fileId, i.line, i.hasParam, i.isInactive, i.instNameHasLib);
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::AttributeAttr& a)
-{
+void fields(IO& io, HADLDatabase::AttributeAttr& a) {
     io.fixed(a.name, a.value);
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::PortAttr& p)
-{
-    io.fixed(p.name, p.typeName, p.typeLeft, p.typeRight, p.typeDirection, p.defaultValue,
-             p.portDirection, p.masterDirection, p.slaveDirection);
+void fields(IO& io, HADLDatabase::PortAttr& p) {
+    io.fixed(p.name, p.typeName, p.typeLeft, p.typeRight, p.typeDirection, p.defaultValue, p.portDirection,
+             p.masterDirection, p.slaveDirection);
     object(io, p.attributes);
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::ParamAttr& p)
-{
-    io.fixed(p.name, p.typeName, p.typeLeft, p.typeRight, p.typeDirection, p.defaultValue,
-             p.rangeConstraintLeft, p.rangeConstraintSeparator, p.rangeConstraintRight,
-             p.isParamDecl, p.isLocalParam);
+void fields(IO& io, HADLDatabase::ParamAttr& p) {
+    io.fixed(p.name, p.typeName, p.typeLeft, p.typeRight, p.typeDirection, p.defaultValue, p.rangeConstraintLeft,
+             p.rangeConstraintSeparator, p.rangeConstraintRight, p.isParamDecl, p.isLocalParam);
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::UnitAttr& u)
-{
-    io.fixed(u.libId, u.primaryId, u.secondaryId, u.origUnitId, u.fileId, u.startLine, u.endLine,
-             u.leftCol, u.rightCol);
+void fields(IO& io, HADLDatabase::UnitAttr& u) {
+    io.fixed(u.libId, u.primaryId, u.secondaryId, u.origUnitId, u.fileId, u.startLine, u.endLine, u.leftCol,
+             u.rightCol);
     object(io, u.insts);
     object(io, u.inactiveUnits);
     io.fixed(u.isConfig, u.isInterface);
@@ -352,47 +312,40 @@ void fields(IO& io, HADLDatabase::UnitAttr& u)
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::Msg& m)
-{
+void fields(IO& io, HADLDatabase::Msg& m) {
     io.fixed(m.line, m.type, m.fmtId);
     object(io, m.args);
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::Range& r)
-{
+void fields(IO& io, HADLDatabase::Range& r) {
     io.fixed(r.startLine, r.endLine);
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::Var& v)
-{
+void fields(IO& io, HADLDatabase::Var& v) {
     io.fixed(v.nameId, v.isInput, v.isOutput, v.msb, v.lsb, v.fileId, v.line);
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::FileLoc& l)
-{
+void fields(IO& io, HADLDatabase::FileLoc& l) {
     io.fixed(l.fileId, l.line, l.startCol);
 }
 
 // The archive puts fileId before kind, unlike the record in memory.
 template <class IO>
-void fields(IO& io, HADLDatabase::Declaration& d)
-{
+void fields(IO& io, HADLDatabase::Declaration& d) {
     io.fixed(d.name, d.type, d.fileId, d.kind, d.line, d.startCol);
     object(io, d.references);
 }
 
 template <class IO>
-void fields(IO& io, HADLDatabase::UnitRange& r)
-{
+void fields(IO& io, HADLDatabase::UnitRange& r) {
     io.fixed(r.nameId, r.fileId, r.startLine, r.endLine, r.extra);
 }
 
 template <class T>
-void fields(Writer& out, HADLVectorLayer<T>& layer)
-{
+void fields(Writer& out, HADLVectorLayer<T>& layer) {
     const std::vector<T>& items = *layer.items;
     if constexpr (std::is_same_v<T, unsigned>) {
         out.fixed(std::uint64_t(items.size()));
@@ -400,21 +353,18 @@ void fields(Writer& out, HADLVectorLayer<T>& layer)
             out.buffer.put(reinterpret_cast<const char*>(items.data()), items.size() * sizeof(unsigned));
     } else {
         out.fixed(std::uint64_t(items.size()), std::uint32_t(0)); // count, item version
-        for (const T& item : items)
-            object(out, const_cast<T&>(item));
+        for (const T& item : items) object(out, const_cast<T&>(item));
     }
 }
 
 template <class T>
-void fields(Reader& in, HADLVectorLayer<T>& layer)
-{
+void fields(Reader& in, HADLVectorLayer<T>& layer) {
     std::vector<T>& items = *layer.items;
     std::uint64_t count = 0;
     items.clear();
     if constexpr (std::is_same_v<T, unsigned>) {
         in.fixed(count);
-        if (count > in.left() / sizeof(unsigned))
-            damaged();
+        if (count > in.left() / sizeof(unsigned)) damaged();
         items.resize(count);
         if (count != 0) // an empty vector's data() may be null, which memcpy must not get
             std::memcpy(items.data(), in.take(count * sizeof(unsigned)), count * sizeof(unsigned));
@@ -424,8 +374,7 @@ void fields(Reader& in, HADLVectorLayer<T>& layer)
         // Every element takes at least one byte. Reserve no more memory than the rest of
         // the archive holds and grow as elements arrive: the count alone proves nothing.
         const std::size_t left = in.left();
-        if (count > left)
-            damaged();
+        if (count > left) damaged();
         items.reserve(std::min<std::size_t>(count, std::max<std::size_t>(4096, left / sizeof(T))));
         for (std::size_t i = 0; i < count; ++i) {
             items.emplace_back();
@@ -435,23 +384,18 @@ void fields(Reader& in, HADLVectorLayer<T>& layer)
 }
 
 template <class IO, class T>
-void fields(IO& io, HADLVectorForTuple<T>& list)
-{
+void fields(IO& io, HADLVectorForTuple<T>& list) {
     HADLVectorLayer<T> layer{&list};
-    if constexpr (std::is_same_v<T, unsigned>)
-        fields(io, layer); // object_serializable: no preamble, ever
-    else
-        object(io, layer);
+    if constexpr (std::is_same_v<T, unsigned>) fields(io, layer); // object_serializable: no preamble, ever
+    else object(io, layer);
 }
 
 template <class IO, class T>
-void fields(IO& io, HADLVectorForIndexing<T>& table)
-{
+void fields(IO& io, HADLVectorForIndexing<T>& table) {
     object(io, static_cast<HADLVectorForTuple<T>&>(table));
 }
 
-void fields(Writer& out, HADLStringIndexTableSerialization& proxy)
-{
+void fields(Writer& out, HADLStringIndexTableSerialization& proxy) {
     const HADLStringIndexTable& table = *proxy.table;
     out.fixed(std::uint32_t(table.size() - 1));
     for (unsigned id = 1; id < table.size(); ++id) {
@@ -466,8 +410,7 @@ void fields(Writer& out, HADLStringIndexTableSerialization& proxy)
 // The entries are walked twice: first their lengths, which give the size of the one block
 // that takes all texts and find a damaged entry before anything is copied; then the texts.
 // Entries before a damaged one are appended all the same, and the index is not rebuilt.
-void fields(Reader& in, HADLStringIndexTableSerialization& proxy)
-{
+void fields(Reader& in, HADLStringIndexTableSerialization& proxy) {
     HADLStringIndexTable& table = *proxy.table;
     std::uint32_t count = 0;
     in.fixed(count);
@@ -476,11 +419,9 @@ void fields(Reader& in, HADLStringIndexTableSerialization& proxy)
     std::size_t bytes = 0;
     for (; whole < count; ++whole) {
         std::uint64_t length = 0;
-        if (in.left() < sizeof length)
-            break;
+        if (in.left() < sizeof length) break;
         std::memcpy(&length, in.at, sizeof length);
-        if (length > in.left() - sizeof length)
-            break;
+        if (length > in.left() - sizeof length) break;
         in.at += sizeof length + length;
         bytes += length + 1;
     }
@@ -499,28 +440,24 @@ void fields(Reader& in, HADLStringIndexTableSerialization& proxy)
             from += length;
         }
     }
-    if (whole != count)
-        damaged();
+    if (whole != count) damaged();
     table.rebuildIndex();
 }
 
 template <class IO>
-void fields(IO& io, HADLStringIndexTable& table)
-{
+void fields(IO& io, HADLStringIndexTable& table) {
     HADLStringIndexTableSerialization proxy{&table};
     object(io, proxy);
 }
 
 template <class IO>
-void fields(IO& io, HADLStringMatchTable& table)
-{
+void fields(IO& io, HADLStringMatchTable& table) {
     object(io, static_cast<HADLStringIndexTable&>(table));
 }
 
 using HADLPrimaryMap = LoomHashMap<unsigned, HADLVectorForTuple<unsigned>>;
 
-void fields(Writer& out, HADLPrimaryMap& map)
-{
+void fields(Writer& out, HADLPrimaryMap& map) {
     out.fixed(std::uint64_t(map.size()));
     for (auto& entry : map) {
         out.fixed(entry.first);
@@ -528,13 +465,11 @@ void fields(Writer& out, HADLPrimaryMap& map)
     }
 }
 
-void fields(Reader& in, HADLPrimaryMap& map)
-{
+void fields(Reader& in, HADLPrimaryMap& map) {
     std::uint64_t count = 0;
     in.fixed(count);
     // A key and a count at least per entry.
-    if (count > in.left() / 12)
-        damaged();
+    if (count > in.left() / 12) damaged();
     map.clear();
     map.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
@@ -548,8 +483,7 @@ void fields(Reader& in, HADLPrimaryMap& map)
 
 // Archive order: as declared, except that members added later stand at the end.
 template <class IO>
-void fields(IO& io, HADLDatabase& db)
-{
+void fields(IO& io, HADLDatabase& db) {
     object(io, db.fileNames);
     object(io, db.objNames);
     object(io, db.stdVhdlLibNames);
@@ -593,18 +527,14 @@ void fields(IO& io, HADLDatabase& db)
 // One object of a class with a preamble: Boost takes the first of its class, so that its
 // bookkeeping of classes is what it always is; the rest carry no header and go direct.
 template <class IO, class C>
-void object(IO& io, C& value)
-{
-    if (io.template firstOf<C>())
-        io.throughBoost(value);
-    else
-        fields(io, value);
+void object(IO& io, C& value) {
+    if (io.template firstOf<C>()) io.throughBoost(value);
+    else fields(io, value);
 }
 
 // Called by Boost after it has handled the preamble of a class's first object.
 template <class Archive, class C>
-void fromBoost(Archive&, C& value)
-{
+void fromBoost(Archive&, C& value) {
     if constexpr (Archive::is_saving::value) {
         activeWriter->fromBoost();
         fields(*activeWriter, value);
@@ -619,12 +549,14 @@ void fromBoost(Archive&, C& value)
 namespace boost {
 namespace serialization {
 
+// clang-format off
 #define HADL_ARCHIVED(...)                                                                     \
     template <class Archive>                                                                   \
     void serialize(Archive& ar, __VA_ARGS__& value, unsigned)                                  \
     {                                                                                          \
         fromBoost(ar, value);                                                                  \
     }
+// clang-format on
 
 HADL_ARCHIVED(HADLDatabase)
 HADL_ARCHIVED(HADLDatabase::Options)
@@ -654,20 +586,17 @@ HADL_ARCHIVED(HADLPrimaryMap)
 #undef HADL_ARCHIVED
 
 template <class Archive, class T>
-void serialize(Archive& ar, HADLVectorLayer<T>& layer, unsigned)
-{
+void serialize(Archive& ar, HADLVectorLayer<T>& layer, unsigned) {
     fromBoost(ar, layer);
 }
 
 template <class Archive, class T>
-void serialize(Archive& ar, HADLVectorForTuple<T>& list, unsigned)
-{
+void serialize(Archive& ar, HADLVectorForTuple<T>& list, unsigned) {
     fromBoost(ar, list);
 }
 
 template <class Archive, class T>
-void serialize(Archive& ar, HADLVectorForIndexing<T>& table, unsigned)
-{
+void serialize(Archive& ar, HADLVectorForIndexing<T>& table, unsigned) {
     fromBoost(ar, table);
 }
 
@@ -682,8 +611,7 @@ const char kSignature[kHadlSignatureBytes + 1] = "\x16\0\0\0\0\0\0\0serializatio
 // length, the archive library version in two bytes, the sizes of int, long, float and
 // double, and the int 1 for the byte order. The Boost of the build may be newer and
 // would write its own version.
-void writeHeader(OutBuffer& buffer)
-{
+void writeHeader(OutBuffer& buffer) {
     buffer.put(kSignature, kHadlSignatureBytes);
     const std::uint16_t version = kHadlArchiveLibraryVersion;
     const unsigned char sizes[4] = {sizeof(int), sizeof(long), sizeof(float), sizeof(double)};
@@ -695,13 +623,11 @@ void writeHeader(OutBuffer& buffer)
 
 } // namespace
 
-bool hadlHasArchiveSignature(const char* data, std::size_t size)
-{
+bool hadlHasArchiveSignature(const char* data, std::size_t size) {
     return size >= kHadlSignatureBytes && std::memcmp(data, kSignature, kHadlSignatureBytes) == 0;
 }
 
-void hadlWriteDatabase(const HADLDatabase& db, HADLArchiveSink& sink)
-{
+void hadlWriteDatabase(const HADLDatabase& db, HADLArchiveSink& sink) {
     OutBuffer buffer(sink);
     {
         writeHeader(buffer);
@@ -721,10 +647,8 @@ void hadlWriteDatabase(const HADLDatabase& db, HADLArchiveSink& sink)
     buffer.finish();
 }
 
-bool hadlReadDatabase(const char* data, std::size_t size, HADLDatabase& db)
-{
-    if (!hadlHasArchiveSignature(data, size))
-        return false;
+bool hadlReadDatabase(const char* data, std::size_t size, HADLDatabase& db) {
+    if (!hadlHasArchiveSignature(data, size)) return false;
     InBuffer buffer(data, size);
     std::unique_ptr<boost::archive::binary_iarchive> ar;
     try {

@@ -101,8 +101,7 @@ struct Printer {
 
     void rUnitAttr(unsigned id, unsigned level) {
         const DB::RUnitAttr& r = db.rUnitAttrs.at(id);
-        out << "{ libId=" << r.libId << ", primaryId=" << r.primaryId
-            << ", secondaryId=" << r.secondaryId;
+        out << "{ libId=" << r.libId << ", primaryId=" << r.primaryId << ", secondaryId=" << r.secondaryId;
         compactList("fileIds", r.fileIds, level);
         if (!r.insts.empty()) {
             out << "{\n";
@@ -119,8 +118,7 @@ struct Printer {
     void attributeList(const HADLVectorForTuple<DB::AttributeAttr>& attrs) {
         out << "[";
         for (size_t i = 0; i < attrs.size(); ++i)
-            out << (i ? ", " : "") << "{ name=" << attrs[i].name << ", value=" << attrs[i].value
-                << " }";
+            out << (i ? ", " : "") << "{ name=" << attrs[i].name << ", value=" << attrs[i].value << " }";
         out << "]";
     }
 
@@ -173,11 +171,9 @@ struct Printer {
     }
 
     void unitAttr(const DB::UnitAttr& u, unsigned level) {
-        out << "{ libId=" << u.libId << ", primaryId=" << u.primaryId
-            << ", secondaryId=" << u.secondaryId << ", origUnitId=" << u.origUnitId
-            << ", fileId=" << u.fileId << ", startLine=" << u.startLine
-            << ", endLine=" << u.endLine << ", leftCol=" << u.leftCol
-            << ", rightCol=" << u.rightCol;
+        out << "{ libId=" << u.libId << ", primaryId=" << u.primaryId << ", secondaryId=" << u.secondaryId
+            << ", origUnitId=" << u.origUnitId << ", fileId=" << u.fileId << ", startLine=" << u.startLine
+            << ", endLine=" << u.endLine << ", leftCol=" << u.leftCol << ", rightCol=" << u.rightCol;
         if (u.isConfig) out << ", isConfig";
         if (u.isInterface) out << ", isInterface";
         if (!u.insts.empty()) {
@@ -204,15 +200,14 @@ struct Printer {
 
     void declaration(unsigned id, unsigned level) {
         const DB::Declaration& d = db.variables.at(id);
-        out << "{ name=" << d.name << ", type=" << d.type << ", fileId=" << d.fileId
-            << ", kind=" << d.kind << ", line=" << d.line << ", startCol=" << d.startCol;
+        out << "{ name=" << d.name << ", type=" << d.type << ", fileId=" << d.fileId << ", kind=" << d.kind
+            << ", line=" << d.line << ", startCol=" << d.startCol;
         pad(level);
         out << "references : {\n";
         for (unsigned r = 1; r < d.references.size(); ++r) {
             const DB::FileLoc& loc = d.references[r];
             pad(level + 1);
-            out << r << " : (fileId=" << loc.fileId << ", line=" << loc.line
-                << ", startCol=" << loc.startCol << ")";
+            out << r << " : (fileId=" << loc.fileId << ", line=" << loc.line << ", startCol=" << loc.startCol << ")";
             pad(level + 1);
             out << "\n";
         }
@@ -227,8 +222,7 @@ struct Printer {
         out << "{\n";
         for (const DB::Msg& m : msgs) {
             pad(level + 1);
-            out << "line: " << m.line << ", type: " << m.type << ", fmtId: " << m.fmtId
-                << ", args: (";
+            out << "line: " << m.line << ", type: " << m.type << ", fmtId: " << m.fmtId << ", args: (";
             for (size_t i = 0; i < m.args.size(); ++i) out << (i ? ", " : "") << m.args[i];
             out << ")\n";
         }
@@ -272,8 +266,7 @@ struct Printer {
         expandedList("parseOrder", db.parseOrder, 0);
         block("options : {\n", {{"ignoreTranslateOff = ", db.options.ignoreTranslateOff},
                                 {"project.defaultLibrary = ", db.options.defaultLibrary},
-                                {"project.hsv.strictVhdlLibSearchOrder = ",
-                                 db.options.strictVhdlLibSearchOrder},
+                                {"project.hsv.strictVhdlLibSearchOrder = ", db.options.strictVhdlLibSearchOrder},
                                 {"project.enableVHDL2019 = ", db.options.enableVHDL2019}});
         table("optionStrValues", db.optionStrValues, 0);
         table("stdVhdlLibNames", db.stdVhdlLibNames, 0);
@@ -283,8 +276,7 @@ struct Printer {
         table("macroValues", db.macroValues, 0);
         table("objNames", db.objNames, 0);
         table("rUnitNames", db.rUnitNames, 0);
-        records("rUnitAttrs", db.rUnitNames.size(), 0,
-                [&](unsigned id, unsigned l) { rUnitAttr(id, l); });
+        records("rUnitAttrs", db.rUnitNames.size(), 0, [&](unsigned id, unsigned l) { rUnitAttr(id, l); });
         table("unitNames", db.unitNames, 0);
         records("unitAttrs", db.unitNames.size(), 0,
                 [&](unsigned id, unsigned l) { unitAttr(db.unitAttrs.at(id), l); });
@@ -402,10 +394,8 @@ int HADLDatabaseConstAPI::printHierTree(const std::string& fileName) const {
                 const HADLDatabase::UnitAttr& unit = db->unitAttrs.at(node.unitId);
                 unsigned named = unit.origUnitId ? unit.origUnitId : node.unitId;
                 out << db->objNames.getString(db->unitAttrs.at(named).primaryId);
-                if (node.instId)
-                    out << " \"" << db->objNames.getString(node.instId) << "\"";
-                else if (node.parentUnitId)
-                    out << " (INACTIVE)";
+                if (node.instId) out << " \"" << db->objNames.getString(node.instId) << "\"";
+                else if (node.parentUnitId) out << " (INACTIVE)";
                 out << " == " << db->unitNames.getString(node.unitId) << "\n";
                 return 0;
             });

@@ -17,10 +17,7 @@
 
 namespace {
 
-std::string shmPath(const std::string& name)
-{
-    return !name.empty() && name[0] == '/' ? name : "/" + name;
-}
+std::string shmPath(const std::string& name) { return !name.empty() && name[0] == '/' ? name : "/" + name; }
 
 // The archive through a buffer of its own, small enough to stay in the cache, handed on
 // whenever it is full.
@@ -28,16 +25,12 @@ class HADLBufferedSink : public HADLArchiveSink {
 public:
     HADLBufferedSink() : chunk_(new char[kChunk]) {}
 
-    Window next(std::size_t filled, std::size_t) override
-    {
-        if (filled != 0)
-            drain(chunk_.get(), filled);
+    Window next(std::size_t filled, std::size_t) override {
+        if (filled != 0) drain(chunk_.get(), filled);
         return {chunk_.get(), chunk_.get() + kChunk};
     }
-    void finish(std::size_t filled) override
-    {
-        if (filled != 0)
-            drain(chunk_.get(), filled);
+    void finish(std::size_t filled) override {
+        if (filled != 0) drain(chunk_.get(), filled);
     }
 
 protected:
@@ -55,10 +48,8 @@ public:
     explicit HADLFileSink(std::ofstream& out) : out_(out) {}
 
 private:
-    void drain(const char* bytes, std::size_t length) override
-    {
-        if (!out_.write(bytes, static_cast<std::streamsize>(length)))
-            throw std::runtime_error("write failed");
+    void drain(const char* bytes, std::size_t length) override {
+        if (!out_.write(bytes, static_cast<std::streamsize>(length))) throw std::runtime_error("write failed");
     }
 
     std::ofstream& out_;
@@ -70,27 +61,20 @@ private:
 // error of the write, not a fault at some later store.
 class HADLShmSink final : public HADLBufferedSink {
 public:
-    ~HADLShmSink()
-    {
-        if (fd_ >= 0)
-            close(fd_);
+    ~HADLShmSink() {
+        if (fd_ >= 0) close(fd_);
     }
-    void create(const std::string& path)
-    {
+    void create(const std::string& path) {
         fd_ = shm_open(path.c_str(), O_CREAT | O_EXCL | O_RDWR, 0644);
-        if (fd_ < 0 || fchmod(fd_, 0644) != 0)
-            throw std::runtime_error("cannot create shared memory");
+        if (fd_ < 0 || fchmod(fd_, 0644) != 0) throw std::runtime_error("cannot create shared memory");
     }
 
 private:
-    void drain(const char* bytes, std::size_t length) override
-    {
+    void drain(const char* bytes, std::size_t length) override {
         while (length != 0) {
             const ssize_t written = write(fd_, bytes, length);
-            if (written < 0 && errno == EINTR)
-                continue;
-            if (written <= 0)
-                throw std::runtime_error("cannot write shared memory");
+            if (written < 0 && errno == EINTR) continue;
+            if (written <= 0) throw std::runtime_error("cannot write shared memory");
             bytes += written;
             length -= static_cast<std::size_t>(written);
         }
@@ -102,23 +86,17 @@ private:
 // A shared-memory object mapped read-only as a whole.
 class HADLShmMapping {
 public:
-    ~HADLShmMapping()
-    {
-        if (data_ != MAP_FAILED)
-            munmap(data_, size_);
-        if (fd_ >= 0)
-            close(fd_);
+    ~HADLShmMapping() {
+        if (data_ != MAP_FAILED) munmap(data_, size_);
+        if (fd_ >= 0) close(fd_);
     }
-    void open(const std::string& path)
-    {
+    void open(const std::string& path) {
         fd_ = shm_open(path.c_str(), O_RDONLY, 0644);
         struct stat info;
-        if (fd_ < 0 || fstat(fd_, &info) != 0)
-            throw std::runtime_error("cannot open shared memory");
+        if (fd_ < 0 || fstat(fd_, &info) != 0) throw std::runtime_error("cannot open shared memory");
         size_ = static_cast<std::size_t>(info.st_size);
         data_ = mmap(nullptr, size_, PROT_READ, MAP_SHARED | MAP_POPULATE, fd_, 0);
-        if (data_ == MAP_FAILED)
-            throw std::runtime_error("cannot map shared memory");
+        if (data_ == MAP_FAILED) throw std::runtime_error("cannot map shared memory");
     }
     const char* data() const { return static_cast<const char*>(data_); }
     std::size_t size() const { return size_; }
@@ -133,23 +111,17 @@ private:
 // no archive.
 class HADLFileMapping {
 public:
-    ~HADLFileMapping()
-    {
-        if (data_ != MAP_FAILED)
-            munmap(data_, size_);
-        if (fd_ >= 0)
-            close(fd_);
+    ~HADLFileMapping() {
+        if (data_ != MAP_FAILED) munmap(data_, size_);
+        if (fd_ >= 0) close(fd_);
     }
-    bool open(const std::string& path)
-    {
+    bool open(const std::string& path) {
         fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
         struct stat info;
-        if (fd_ < 0 || fstat(fd_, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size == 0)
-            return false;
+        if (fd_ < 0 || fstat(fd_, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size == 0) return false;
         size_ = static_cast<std::size_t>(info.st_size);
         data_ = mmap(nullptr, size_, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd_, 0);
-        if (data_ == MAP_FAILED)
-            return false;
+        if (data_ == MAP_FAILED) return false;
         madvise(data_, size_, MADV_SEQUENTIAL);
         return true;
     }
@@ -164,24 +136,20 @@ private:
 
 } // namespace
 
-int HADLDatabaseConstAPI::save(const std::string& path) const
-{
+int HADLDatabaseConstAPI::save(const std::string& path) const {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    if (!out.good())
-        return -1;
+    if (!out.good()) return -1;
     try {
         HADLFileSink sink(out);
         hadlWriteDatabase(*db, sink);
         out.close();
-        if (out.fail())
-            throw std::runtime_error("write failed");
+        if (out.fail()) throw std::runtime_error("write failed");
         return 0;
     } catch (...) {
         // Closing flushes what is buffered, which fails again on a full device.
         try {
             out.close();
-        } catch (...) {
-        }
+        } catch (...) {}
     }
     // No partial file is left. When it cannot be removed, that error is the one thing
     // that leaves a persistence operation by an exception: the sf command's guard prints
@@ -190,20 +158,17 @@ int HADLDatabaseConstAPI::save(const std::string& path) const
     return -1;
 }
 
-int HADLDatabaseAPI::load(const std::string& path)
-{
+int HADLDatabaseAPI::load(const std::string& path) {
     try {
         HADLFileMapping file;
-        if (!file.open(path))
-            return -1;
+        if (!file.open(path)) return -1;
         return hadlReadDatabase(file.data(), file.size(), *mutableDb) ? 0 : -1;
     } catch (...) {
         return -1;
     }
 }
 
-int HADLDatabaseConstAPI::serialize(const std::string& shmName) const
-{
+int HADLDatabaseConstAPI::serialize(const std::string& shmName) const {
     const std::string path = shmPath(shmName);
     try {
         shm_unlink(path.c_str());
@@ -217,14 +182,12 @@ int HADLDatabaseConstAPI::serialize(const std::string& shmName) const
     }
 }
 
-int HADLDatabaseAPI::deserialize(const std::string& shmName)
-{
+int HADLDatabaseAPI::deserialize(const std::string& shmName) {
     const std::string path = shmPath(shmName);
     try {
         HADLShmMapping mapping;
         mapping.open(path);
-        if (!hadlReadDatabase(mapping.data(), mapping.size(), *mutableDb))
-            throw std::runtime_error("not an archive");
+        if (!hadlReadDatabase(mapping.data(), mapping.size(), *mutableDb)) throw std::runtime_error("not an archive");
         shm_unlink(path.c_str());
         return 0;
     } catch (...) {

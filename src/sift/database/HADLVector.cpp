@@ -4,8 +4,7 @@
 
 #include <iostream>
 
-void hadlReportOutOfRange(unsigned index, std::size_t size)
-{
+void hadlReportOutOfRange(unsigned index, std::size_t size) {
     // The upper bound is size - 1 in unsigned arithmetic, so an empty vector wraps.
     std::cout << "Out of range access at " << index << " (range 0.." << size - 1 << std::endl;
     LoomBackTrace::printTrace(std::cerr, 30);

@@ -12,16 +12,12 @@ class HADLVectorForTuple : public std::vector<T> {
 public:
     using std::vector<T>::vector;
 
-    T& at(unsigned index)
-    {
-        if (index >= this->size())
-            hadlReportOutOfRange(index, this->size());
+    T& at(unsigned index) {
+        if (index >= this->size()) hadlReportOutOfRange(index, this->size());
         return (*this)[index];
     }
-    const T& at(unsigned index) const
-    {
-        if (index >= this->size())
-            hadlReportOutOfRange(index, this->size());
+    const T& at(unsigned index) const {
+        if (index >= this->size()) hadlReportOutOfRange(index, this->size());
         return (*this)[index];
     }
 };
@@ -32,8 +28,7 @@ public:
     HADLVectorForIndexing() : HADLVectorForTuple<T>(1) {}
 
     // Every clear keeps the reserved slot 0.
-    void clear()
-    {
+    void clear() {
         std::vector<T>::clear();
         this->emplace_back();
     }

@@ -11,12 +11,12 @@
 
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "hdl/vhdl/VhdlVisitor.h"
-#include "sift/primitives/HADLPrimitiveTable.h"
 #include "sift/base/HADLDataDir.h"
+#include "sift/primitives/HADLPrimitiveTable.h"
 
 HADLPrimitiveNames& HADLPrimitiveNames::getPrimitiveNames() {
     static HADLPrimitiveNames* names = [] {
-        auto* table = new HADLPrimitiveNames;  // lives until the process ends
+        auto* table = new HADLPrimitiveNames; // lives until the process ends
         table->addNamesFromTable();
         table->addNamesFromVhdlPkgs();
         table->addNamesFromTessel();
@@ -67,8 +67,7 @@ void HADLPrimitiveNames::addNamesFromTessel() {
     fs::recursive_directory_iterator entry(dir, error), end;
     for (; !error && entry != end; entry.increment(error)) {
         const std::string path = entry->path().string();
-        if (path.size() >= 4 && path.compare(path.size() - 4, 4, ".xml") == 0)
-            descriptions.push_back(path);
+        if (path.size() >= 4 && path.compare(path.size() - 4, 4, ".xml") == 0) descriptions.push_back(path);
     }
     // Directory walk order differs between file systems; sorting keeps the ids stable.
     std::sort(descriptions.begin(), descriptions.end());
@@ -97,8 +96,6 @@ void HADLPrimitiveNames::addNamesFromXml(const std::string& path) {
         }
     }
     // A file that could not be opened or read to its end (a directory) stops short of eof.
-    if (!in.eof())
-        std::cout << "Macro library description " << path << " cannot be read" << std::endl;
-    else if (!named)
-        std::cout << "Macro library description " << path << " names no module" << std::endl;
+    if (!in.eof()) std::cout << "Macro library description " << path << " cannot be read" << std::endl;
+    else if (!named) std::cout << "Macro library description " << path << " names no module" << std::endl;
 }

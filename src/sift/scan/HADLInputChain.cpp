@@ -15,8 +15,7 @@ HADLTracingInputStream::HADLTracingInputStream(std::istream* in, std::string nam
     : hdl::SourceStream(in), fileName(std::move(name)) {}
 
 HADLTracingInputStream::~HADLTracingInputStream() {
-    if (HADLIncludeTracer* tracer = HADLSifter::instance().skimTracker)
-        tracer->leave(fileName);
+    if (HADLIncludeTracer* tracer = HADLSifter::instance().skimTracker) tracer->leave(fileName);
 }
 
 namespace {
@@ -29,8 +28,7 @@ void fileCatalogueMessage(const std::string& name, unsigned line, const LoomMsgM
     if (unsigned fileId = db.fileNames.find(name.c_str()); fileId && fileId < db.fileMsgs.size()) {
         unsigned fmtId = db.fmtStrs.find(message.getMessageBody().c_str());
         for (const HADLDatabase::Msg& m : db.fileMsgs.at(fileId))
-            if (fmtId && m.fmtId == fmtId && m.line == line)
-                return;
+            if (fmtId && m.fmtId == fmtId && m.line == line) return;
     }
     addManagerMessage(db, name, line, message);
 }
@@ -71,19 +69,17 @@ hdl::SourceStream* openSourceStream(const char* name) {
     try {
         stream->attach(entry ? LoomEnvelope1735::getPlnStream(path, entry->state, ieee1735::RightsEval::Analysis,
                                                               reportDecryptionDenied)
-                             : LoomEnvelope1735::getPlnStreamOnDemand(path, stream->scratchState,
-                                                                      ieee1735::RightsEval::Analysis,
-                                                                      reportDecryptionDenied));
+                             : LoomEnvelope1735::getPlnStreamOnDemand(
+                                   path, stream->scratchState, ieee1735::RightsEval::Analysis, reportDecryptionDenied));
     } catch (const LoomEnvelope1735::EnvelopeDiag& diag) {
-        if (!diag.missing)
-            reportEnvelopeDiag(diag);
+        if (!diag.missing) reportEnvelopeDiag(diag);
     } catch (...) {
         // The stream stays without input, as for a file that cannot be read.
-        fileCatalogueMessage(path, 1, managerMessage<hadl_msg::ProtectedSourceFailed>((path + ": ").c_str(),
-                                                                                      "unrecognized exception caught"));
+        fileCatalogueMessage(
+            path, 1,
+            managerMessage<hadl_msg::ProtectedSourceFailed>((path + ": ").c_str(), "unrecognized exception caught"));
     }
-    if (HADLIncludeTracer* tracer = HADLSifter::instance().skimTracker)
-        tracer->enter(path);
+    if (HADLIncludeTracer* tracer = HADLSifter::instance().skimTracker) tracer->enter(path);
     return stream;
 }
 

@@ -55,11 +55,10 @@ void NeedDecryptionCache::sniffEntries(size_t first, size_t stride) {
     auto& cache = store().entries;
     for (size_t i = first; i < cache.size(); i += stride ? stride : cache.size()) {
         NeedDecryptionEntry& e = cache[i];
-        if (e.state != LoomEnvelope1735::NeedDecrypt_Maybe)
-            continue;
+        if (e.state != LoomEnvelope1735::NeedDecrypt_Maybe) continue;
         std::ifstream in(e.path, std::ios::binary);
         e.state = LoomEnvelope1735::sniffOutTickProtect(in) < 0 ? LoomEnvelope1735::NeedDecrypt_No
-                                                               : LoomEnvelope1735::NeedDecrypt_Yes;
+                                                                : LoomEnvelope1735::NeedDecrypt_Yes;
     }
 }
 
@@ -75,25 +74,20 @@ const char* needDecryptName(unsigned state) {
 std::ostream& operator<<(std::ostream& out, const NeedDecryptionEntry& entry) {
     char key[sizeof entry.nameKey];
     std::memcpy(key, &entry.nameKey, sizeof key);
-    for (char c : key)
-        out << (c ? c : '*');
+    for (char c : key) out << (c ? c : '*');
     out << "  ";
-    if (const char* name = needDecryptName(entry.state))
-        out << name;
-    else
-        out << "NeedDecrypt_Bogus" << static_cast<unsigned>(entry.state);
+    if (const char* name = needDecryptName(entry.state)) out << name;
+    else out << "NeedDecrypt_Bogus" << static_cast<unsigned>(entry.state);
     return out << ' ' << entry.path;
 }
 
 void fillNeedDecryptionCache(const HADLDatabase& db) {
     for (unsigned id = 1; id < db.fileNames.size(); ++id) {
         const HADLDatabase::FileAttr& f = db.fileAttrs.at(id);
-        if (f.isAliasOfId)
-            continue;
+        if (f.isAliasOfId) continue;
         unsigned t = f.tempAliasId ? f.tempAliasId : id;
         const HADLDatabase::FileAttr& g = db.fileAttrs.at(t);
-        if (g.isStdVhdl || g.isDisabled)
-            continue;
+        if (g.isStdVhdl || g.isDisabled) continue;
         NeedDecryptionEntry e;
         e.path = db.fileNames.getString(t);
         e.isInclude = hdl::IsIncludeLanguage(g.lang);

@@ -10,8 +10,8 @@
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "runtime/LoomScopeTimer.h"
-#include "sift/scan/HADLSifter.h"
 #include "sift/base/HADLMsgCapture.h"
+#include "sift/scan/HADLSifter.h"
 
 void HADLParse::analyzeFile(const std::string& path, const std::string& library, unsigned lang) {
     const unsigned mode = hdl::LanguageOf(lang);

@@ -25,7 +25,7 @@
 #include "sift/scan/HADLStdLibs.h"
 
 HADLSifter& HADLSifter::instance() {
-    static HADLSifter* sifter = new HADLSifter;  // lives until the process ends
+    static HADLSifter* sifter = new HADLSifter; // lives until the process ends
     return *sifter;
 }
 
@@ -133,13 +133,12 @@ void HADLSifter::setUpStandardLibraries() {
 
 void HADLSifter::setRuntimeFlags() {
     for (const char* flag :
-         {"veri_elaborate_top_level_modules_having_interface_ports",
-          "veri_ignore_assertion_statements", "veri_ignore_elaboration_system_task",
-          "veri_include_ansi_file_search", "veri_create_name_for_unnamed_gen_block",
-          "veri_static_elaborate_unnamed_module_instances", "veri_copy_top_before_static_elab",
-          "vhdl_copy_top_before_static_elab", "veri_replace_initial_values_of_localparams",
-          "veri_expand_concatenated_macros_early", "veri_expand_macros_in_argument_early",
-          "vhdl_ignore_assertion_statements", "vhdl_ignore_psl_constructs",
+         {"veri_elaborate_top_level_modules_having_interface_ports", "veri_ignore_assertion_statements",
+          "veri_ignore_elaboration_system_task", "veri_include_ansi_file_search",
+          "veri_create_name_for_unnamed_gen_block", "veri_static_elaborate_unnamed_module_instances",
+          "veri_copy_top_before_static_elab", "vhdl_copy_top_before_static_elab",
+          "veri_replace_initial_values_of_localparams", "veri_expand_concatenated_macros_early",
+          "veri_expand_macros_in_argument_early", "vhdl_ignore_assertion_statements", "vhdl_ignore_psl_constructs",
           "allow_mixed_type_ports"}) {
         hdl::RuntimeFlags::SetVar(flag, 1);
     }

@@ -41,8 +41,7 @@ public:
     // Passes the sf command runs outside the phase order.
     virtual void sketch();
     virtual void compileDump(const std::string& outDir);
-    virtual void defRefWalk(bool blockRanges, bool portDecls, bool defsAndRefs,
-                            const std::string& unitName);
+    virtual void defRefWalk(bool blockRanges, bool portDecls, bool defsAndRefs, const std::string& unitName);
 
     // Writes the database with err 11 to crashShmName, if one was given.
     void serializeOnCrash();
@@ -51,7 +50,7 @@ public:
     // Owned; alive only inside doSkim.
     HADLIncludeTracer* skimTracker = nullptr;
     std::string crashShmName;
-    int32_t verbosity = -1;  // -1: not set
+    int32_t verbosity = -1; // -1: not set
     bool elabErrors = false;
     bool skipElabIfCrash = false;
     bool hierByPassFlow = false;

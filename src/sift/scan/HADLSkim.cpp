@@ -24,8 +24,7 @@ namespace {
 struct Hash65599 {
     size_t operator()(const std::string& s) const {
         uint32_t h = 0;
-        for (unsigned char c : s)
-            h = h * 65599u + c;
+        for (unsigned char c : s) h = h * 65599u + c;
         return h;
     }
 };
@@ -37,32 +36,27 @@ char lowerChar(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A'
 
 std::string lower(std::string_view s) {
     std::string out(s);
-    for (char& c : out)
-        c = lowerChar(c);
+    for (char& c : out) c = lowerChar(c);
     return out;
 }
 
 // `out` = lower-cased `in`, in a buffer that lives across calls.
 const std::string& lowerInto(std::string& out, std::string_view in) {
     out.resize(in.size());
-    for (size_t i = 0; i < in.size(); ++i)
-        out[i] = lowerChar(in[i]);
+    for (size_t i = 0; i < in.size(); ++i) out[i] = lowerChar(in[i]);
     return out;
 }
 
 bool equalNoCase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size())
-        return false;
+    if (a.size() != b.size()) return false;
     for (size_t i = 0; i < a.size(); ++i)
-        if (lowerChar(a[i]) != lowerChar(b[i]))
-            return false;
+        if (lowerChar(a[i]) != lowerChar(b[i])) return false;
     return true;
 }
 
 template <typename List>
 void appendUnique(List& list, unsigned id) {
-    if (std::find(list.begin(), list.end(), id) == list.end())
-        list.push_back(id);
+    if (std::find(list.begin(), list.end(), id) == list.end()) list.push_back(id);
 }
 
 // The lower-cased libraries of the files, numbered in registration order.
@@ -72,8 +66,7 @@ struct Libraries {
 
     unsigned add(std::string lowered) {
         auto at = index.emplace(std::move(lowered), unsigned(names.size()));
-        if (at.second)
-            names.push_back(at.first->first);
+        if (at.second) names.push_back(at.first->first);
         return at.first->second;
     }
     // The number of the library `lowered`, names.size() when no file has it.
@@ -100,8 +93,7 @@ std::vector<SkimFile> skimFiles(HADLDatabase& db, Libraries& libraries) {
     unsigned runLibrary = 0;
     const hdl::FileElement* e = nullptr;
     for (unsigned i = 0; hdl::hdl_file_sort::FileAt(i, &e); ++i) {
-        if (e->libraryName.empty())
-            continue;
+        if (e->libraryName.empty()) continue;
         unsigned id = fileIdOfElement(db, *e);
         if (!runName || *runName != e->libraryName) {
             runName = &e->libraryName;
@@ -135,8 +127,7 @@ struct SplitName {
 // VHDL unit texts are "primary secondary", split at the last blank. Views of `text`.
 SplitName splitName(unsigned lang, std::string_view text, bool stripEscapes) {
     SplitName s{text, {}};
-    if (!hdl::IsVhdlLanguage(lang))
-        return s;
+    if (!hdl::IsVhdlLanguage(lang)) return s;
     size_t blank = text.rfind(' ');
     if (blank != std::string_view::npos) {
         s.primary = text.substr(0, blank);
@@ -153,8 +144,7 @@ SplitName splitName(unsigned lang, std::string_view text, bool stripEscapes) {
 // The text without its leading and trailing backslashes.
 std::string_view stripBackslashes(std::string_view name) {
     size_t b = name.find_first_not_of('\\');
-    if (b == std::string_view::npos)
-        return {};
+    if (b == std::string_view::npos) return {};
     return name.substr(b, name.find_last_not_of('\\') - b + 1);
 }
 
@@ -165,8 +155,7 @@ std::string_view unitKey(std::string& key, unsigned library, std::string_view na
     if (vhdl) {
         size_t at = key.size();
         key.resize(at + name.size());
-        for (size_t i = 0; i < name.size(); ++i)
-            key[at + i] = lowerChar(name[i]);
+        for (size_t i = 0; i < name.size(); ++i) key[at + i] = lowerChar(name[i]);
     } else {
         key += name;
     }
@@ -200,25 +189,21 @@ void collectDeclaringFiles(SkimTables& t, unsigned fileIdCount) {
     std::vector<std::pair<uint32_t, unsigned>> declared;
     std::string key;
     for (const SkimFile& f : t.files) {
-        if (f.id < fileIdCount)
-            t.verilogFile[f.id] = hdl::IsVerilogLanguage(f.lang);
+        if (f.id < fileIdCount) t.verilogFile[f.id] = hdl::IsVerilogLanguage(f.lang);
         const bool vhdl = hdl::IsVhdlLanguage(f.lang);
         for (const std::string& name : f.element->declaredNames)
             declared.emplace_back(t.units.intern(unitKey(key, f.library, name, vhdl)), f.id);
     }
     // Room for each unit's declarers, counted; a file listed twice leaves the end short.
     t.firstDeclarer.assign(t.units.count() + 1, 0);
-    for (const auto& d : declared)
-        ++t.firstDeclarer[d.first + 1];
-    for (size_t n = 1; n < t.firstDeclarer.size(); ++n)
-        t.firstDeclarer[n] += t.firstDeclarer[n - 1];
+    for (const auto& d : declared) ++t.firstDeclarer[d.first + 1];
+    for (size_t n = 1; n < t.firstDeclarer.size(); ++n) t.firstDeclarer[n] += t.firstDeclarer[n - 1];
     t.endDeclarer.assign(t.firstDeclarer.begin(), t.firstDeclarer.end() - 1);
     t.declarerIds.resize(declared.size());
     for (const auto& d : declared) {
         auto begin = t.declarerIds.begin() + t.firstDeclarer[d.first];
         auto end = t.declarerIds.begin() + t.endDeclarer[d.first];
-        if (std::find(begin, end, d.second) == end)
-            t.declarerIds[t.endDeclarer[d.first]++] = d.second;
+        if (std::find(begin, end, d.second) == end) t.declarerIds[t.endDeclarer[d.first]++] = d.second;
     }
 }
 
@@ -227,13 +212,11 @@ void collectDeclaringFiles(SkimTables& t, unsigned fileIdCount) {
 // one map filled in file order.
 const UnitMap& unitMapOf(SkimTables& t, unsigned library) {
     auto known = t.unitMaps.find(library);
-    if (known != t.unitMaps.end())
-        return known->second;
+    if (known != t.unitMaps.end()) return known->second;
     UnitMap& units = t.unitMaps[library];
     std::string name;
     for (const SkimFile& f : t.files) {
-        if (f.library != library)
-            continue;
+        if (f.library != library) continue;
         bool vhdl = hdl::IsVhdlLanguage(f.lang);
         for (const std::string& declared : f.element->declaredNames)
             appendUnique(units[vhdl ? lowerInto(name, declared) : declared], f.id);
@@ -247,43 +230,35 @@ void collectReferences(HADLDatabase& db, SkimTables& t, const SkimFile& f) {
     HADLDatabase::FileProp* props = nullptr;
     std::string lowered, key;
     for (const hdl::SortReference& r : f.element->references) {
-        if (r.libraryName.empty() || (r.flags & (hdl::SORT_REF_IMPLICIT | hdl::SORT_REF_BIND_TARGET)))
-            continue;
+        if (r.libraryName.empty() || (r.flags & (hdl::SORT_REF_IMPLICIT | hdl::SORT_REF_BIND_TARGET))) continue;
         // Most references are to "work", the file's own library.
         bool isWork = equalNoCase(r.libraryName, "work");
         unsigned lib = isWork ? f.library : t.libraries.find(lowerInto(lowered, r.libraryName));
         bool libFound = lib != none;
         if (!libFound) {
             lib = f.library;
-            if (r.unitName.empty())
-                continue;
+            if (r.unitName.empty()) continue;
         }
-        if (!props)
-            props = &db.fileProps.at(f.id);
+        if (!props) props = &db.fileProps.at(f.id);
         if (libFound && r.unitName.empty()) {
-            if (lib == f.library)
-                continue;
+            if (lib == f.library) continue;
             for (const auto& unit : unitMapOf(t, lib))
-                for (unsigned id : unit.second)
-                    appendUnique(props->parsReqFiles, id);
+                for (unsigned id : unit.second) appendUnique(props->parsReqFiles, id);
             continue;
         }
         uint32_t unit = t.units.find(unitKey(key, lib, r.unitName, vhdl));
-        if (unit == hdl::SortNameTable::kNone)
-            continue;
+        if (unit == hdl::SortNameTable::kNone) continue;
         const unsigned* begin = t.declarerIds.data() + t.firstDeclarer[unit];
         const unsigned* end = t.declarerIds.data() + t.endDeclarer[unit];
         bool weak = (r.flags & hdl::SORT_REF_WEAK) != 0;
         if (std::find(begin, end, f.id) != end) {
             if (!weak)
                 for (const unsigned* id = begin; id != end; ++id)
-                    if (*id != f.id)
-                        appendUnique(props->parsOvrFiles, *id);
+                    if (*id != f.id) appendUnique(props->parsOvrFiles, *id);
             continue;
         }
         for (const unsigned* id = begin; id != end; ++id)
-            if (!weak || !t.verilogFile[*id])
-                appendUnique(props->parsReqFiles, *id);
+            if (!weak || !t.verilogFile[*id]) appendUnique(props->parsReqFiles, *id);
     }
 }
 
@@ -291,8 +266,7 @@ void collectReferences(HADLDatabase& db, SkimTables& t, const SkimFile& f) {
 unsigned libraryNameId(HADLDatabase& db, SkimTables& t, unsigned library) {
     t.libraryNameIds.resize(t.libraries.names.size(), 0);
     unsigned& id = t.libraryNameIds[library];
-    if (!id)
-        id = db.objNames.insert(t.libraries.names[library].c_str());
+    if (!id) id = db.objNames.insert(t.libraries.names[library].c_str());
     return id;
 }
 
@@ -321,8 +295,7 @@ void createRawUnits(HADLDatabase& db, SkimTables& t, const SkimFile& f, bool& re
         HADLDatabase::RUnitAttr& attr = db.rUnitAttrs.at(id);
         attr.libId = libraryNameId(db, t, f.library);
         attr.primaryId = db.objNames.insert(text.assign(n.primary).c_str());
-        if (!n.secondary.empty())
-            attr.secondaryId = db.objNames.insert(text.assign(n.secondary).c_str());
+        if (!n.secondary.empty()) attr.secondaryId = db.objNames.insert(text.assign(n.secondary).c_str());
         appendUnique(attr.fileIds, f.id);
         // The second pass splits without stripping escapes: the same key only when
         // there were none.
@@ -343,8 +316,7 @@ void createRawInstances(HADLDatabase& db, SkimTables& t, const HADLStringMatchTa
         const HADLStringMatchTable& stdLibs = vhdl ? db.stdVhdlLibNames : db.stdSVLibNames;
         for (const hdl::SortUnit& u : f.element->units) {
             unsigned p = t.unitIds[unitAt++];
-            if (u.instances.empty())
-                continue;
+            if (u.instances.empty()) continue;
             if (!p) {
                 SplitName pn = splitName(lang, u.name, false);
                 buildKey(key, lang, lib, lowerInto(primary, pn.primary), lowerInto(secondary, pn.secondary));
@@ -355,18 +327,15 @@ void createRawInstances(HADLDatabase& db, SkimTables& t, const HADLStringMatchTa
             bool lastIsStd = false;
             bool asked = false;
             for (const hdl::SortReference& r : u.instances) {
-                if (r.libraryName.empty() || r.unitName.empty() || (r.flags & hdl::SORT_REF_WEAK))
-                    continue;
+                if (r.libraryName.empty() || r.unitName.empty() || (r.flags & hdl::SORT_REF_WEAK)) continue;
                 lowerInto(rl, r.libraryName);
                 if (!asked || rl != lastLib) {
                     lastLib = rl;
                     lastIsStd = stdLibs.findNoCase(rl.c_str()) != 0;
                     asked = true;
                 }
-                if (lastIsStd)
-                    continue;
-                if (rl == "work")
-                    rl = lib;
+                if (lastIsStd) continue;
+                if (rl == "work") rl = lib;
                 SplitName tn = splitName(lang, r.unitName, false);
                 lowerInto(primary, tn.primary);
                 lowerInto(secondary, tn.secondary);
@@ -376,25 +345,19 @@ void createRawInstances(HADLDatabase& db, SkimTables& t, const HADLStringMatchTa
                     buildKey(key, keyLang, keyLib, primary, {});
                     return db.rUnitNames.find(key.c_str());
                 };
-                if (!target && rl != lib)
-                    target = find(lang, lib);
-                if (!target)
-                    target = find(other, rl);
-                if (!target)
-                    target = find(other, defaultLib);
-                if (target && db.rUnitAttrs.at(target).primaryId == db.rUnitAttrs.at(p).primaryId)
-                    continue;
+                if (!target && rl != lib) target = find(lang, lib);
+                if (!target) target = find(other, rl);
+                if (!target) target = find(other, defaultLib);
+                if (target && db.rUnitAttrs.at(target).primaryId == db.rUnitAttrs.at(p).primaryId) continue;
                 if (!target && !vhdl) {
                     buildKey(key, lang, rl, "extern module " + primary, secondary);
                     target = db.rUnitNames.find(key.c_str());
                 }
-                if (target == p)
-                    continue;
+                if (target == p) continue;
                 if (!target) {
                     bool primitive = vhdl ? primitives.findNoCase(r.unitName.c_str()) != 0
                                           : primitives.find(r.unitName.c_str()) != 0;
-                    if (primitive)
-                        continue;
+                    if (primitive) continue;
                     target = db.rUnitNames.insert(ownKey.c_str());
                     unitEntered(db, target, resized);
                     HADLDatabase::RUnitAttr& attr = db.rUnitAttrs.at(target);
@@ -427,8 +390,7 @@ void walkParseOrder(HADLDatabase& db) {
     };
     std::vector<Frame> stack;
     auto visit = [&](unsigned root) {
-        if (root >= seen.size() || seen[root])
-            return;
+        if (root >= seen.size() || seen[root]) return;
         seen[root] = true;
         stack.push_back(Frame{root, 0});
         while (!stack.empty()) {
@@ -450,10 +412,8 @@ void walkParseOrder(HADLDatabase& db) {
     };
     for (unsigned id = 1; id < db.fileNames.size(); ++id) {
         const HADLDatabase::FileAttr& attr = db.fileAttrs.at(id);
-        if (attr.isStdVhdl)
-            continue;
-        if (attr.tempAliasId)
-            visit(attr.tempAliasId);
+        if (attr.isStdVhdl) continue;
+        if (attr.tempAliasId) visit(attr.tempAliasId);
         visit(id);
     }
 }
@@ -469,8 +429,7 @@ std::string rUnitKey(unsigned lang, const std::string& library, const std::strin
 
 unsigned fileIdOfElement(HADLDatabase& db, const hdl::FileElement& element) {
     unsigned id = db.fileNames.find(element.fileName.c_str());
-    if (!id)
-        id = db.insertFileName(element.fileName, hdl::LanguageOf(element.language), element.libraryName);
+    if (!id) id = db.insertFileName(element.fileName, hdl::LanguageOf(element.language), element.libraryName);
     return id;
 }
 
@@ -505,12 +464,10 @@ void hadlDoSkim(HADLSifter& sifter, const HADLStringMatchTable& primitiveNames) 
     // Registration may add include files to the table: the count is read each round.
     for (unsigned id = 1; id < sifter.fileNames.size(); ++id) {
         const HADLDatabase::FileAttr& attr = sifter.fileAttrs.at(id);
-        if (attr.isAliasOfId)
-            continue;
+        if (attr.isAliasOfId) continue;
         unsigned use = attr.tempAliasId ? attr.tempAliasId : id;
         const HADLDatabase::FileAttr& used = sifter.fileAttrs.at(use);
-        if (used.isStdVhdl || used.isDisabled || hdl::IsIncludeLanguage(used.lang))
-            continue;
+        if (used.isStdVhdl || used.isDisabled || hdl::IsIncludeLanguage(used.lang)) continue;
         std::string name = sifter.fileNames.getString(use);
         std::string lib = sifter.objNames.getString(used.libId);
         hdl::hdl_file_sort::RegisterFile(name.c_str(), lib.c_str(), used.lang, 2);

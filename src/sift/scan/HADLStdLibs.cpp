@@ -83,7 +83,7 @@ const StdLibSource kComponentSources[] = {
 
 struct PrecompiledLib {
     const char* library;
-    const char* dirs[3];  // level 1, 2, 3
+    const char* dirs[3]; // level 1, 2, 3
 };
 
 const PrecompiledLib kPrecompiledVhdlLibs[] = {
@@ -100,7 +100,8 @@ const PrecompiledLib kPrecompiledVhdlLibs[] = {
 
 std::vector<unsigned> HADLStdLibs::fileLanguages() const {
     std::vector<unsigned> langs;
-    for (unsigned fileId = 1; fileId < sifter.fileAttrs.size(); ++fileId) langs.push_back(sifter.fileAttrs.at(fileId).lang);
+    for (unsigned fileId = 1; fileId < sifter.fileAttrs.size(); ++fileId)
+        langs.push_back(sifter.fileAttrs.at(fileId).lang);
     return langs;
 }
 

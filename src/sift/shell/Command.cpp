@@ -116,11 +116,13 @@ void Command::Usage() const {
     for (const auto& a : arguments) a->PrintUsage(width);
 }
 
+// clang-format off
 #define HDL_COMMAND_MESSAGE(TYPE)                                                   \
     va_list args;                                                                   \
     va_start(args, format);                                                         \
     Message::MsgVaList(TYPE, commandMessageId(format), location, format, args);     \
     va_end(args)
+// clang-format on
 
 void Command::Comment(const char* format, ...) const { HDL_COMMAND_MESSAGE(MSG_COMMENT); }
 void Command::Error(const char* format, ...) const { HDL_COMMAND_MESSAGE(MSG_ERROR); }
@@ -174,9 +176,7 @@ bool Commands::Add(std::unique_ptr<Command> command) {
 
 void Commands::Remove(const Command* command) {
     commands.erase(std::remove_if(commands.begin(), commands.end(),
-                                  [command](const std::unique_ptr<Command>& c) {
-                                      return c.get() == command;
-                                  }),
+                                  [command](const std::unique_ptr<Command>& c) { return c.get() == command; }),
                    commands.end());
 }
 

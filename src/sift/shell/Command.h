@@ -38,7 +38,7 @@ public:
     void Tell(A... args) const {
         Message::Tell<M>(location, args...);
     }
-// Takes ownership; false (and the argument dropped) when the name is taken.
+    // Takes ownership; false (and the argument dropped) when the name is taken.
     bool Add(std::unique_ptr<Argument> argument);
     // Exact name; the empty name is the positional argument.
     Argument* Find(const std::string& argName) const;

@@ -18,8 +18,7 @@ bool isBlankWord(const char* word) {
     return true;
 }
 
-Argument::Argument(const std::string& argName, const char* helpText, bool isOptional, int argGroup,
-                   bool isRepeatable)
+Argument::Argument(const std::string& argName, const char* helpText, bool isOptional, int argGroup, bool isRepeatable)
     : name(argName), hasHelp(helpText != nullptr), help(helpText ? helpText : ""), group(argGroup),
       optional(isOptional), repeatable(isRepeatable) {}
 
@@ -29,7 +28,7 @@ int Argument::Parse(int& index, int argc, const char* const* argv) {
 }
 
 bool Argument::stepToValue(int& index, int argc) const {
-    if (name.empty()) return true;  // the positional word is its own value
+    if (name.empty()) return true; // the positional word is its own value
     ++index;
     return index < argc;
 }
@@ -59,19 +58,15 @@ void Argument::PrintUsage(size_t width) const {
     left += "-" + name;
     if (TakesValue()) left += repeatable ? " <args>" : " <arg>";
     if (optional) left += "]";
-    Message::Msg(MSG_NONE, nullptr, nullptr, "    %-*s : %s", static_cast<int>(width),
-                 left.c_str(), help.c_str());
+    Message::Msg(MSG_NONE, nullptr, nullptr, "    %-*s : %s", static_cast<int>(width), left.c_str(), help.c_str());
 }
 
-BoolArg::BoolArg(const std::string& argName, const char* helpText, bool isOptional, int argGroup,
-                 bool defaultVal, bool trueFalse)
-    : Argument(argName, helpText, isOptional, argGroup, false), defaultValue(defaultVal),
-      acceptsTrueFalse(trueFalse) {}
+BoolArg::BoolArg(const std::string& argName, const char* helpText, bool isOptional, int argGroup, bool defaultVal,
+                 bool trueFalse)
+    : Argument(argName, helpText, isOptional, argGroup, false), defaultValue(defaultVal), acceptsTrueFalse(trueFalse) {}
 
 namespace {
-bool isTrueFalseWord(const char* word) {
-    return strcasecmp(word, "TRUE") == 0 || strcasecmp(word, "FALSE") == 0;
-}
+bool isTrueFalseWord(const char* word) { return strcasecmp(word, "TRUE") == 0 || strcasecmp(word, "FALSE") == 0; }
 } // namespace
 
 int BoolArg::Parse(int& index, int argc, const char* const* argv) {
@@ -92,8 +87,7 @@ int BoolArg::SetValue(const std::string& word) {
     return 1;
 }
 
-IntArg::IntArg(const std::string& argName, const char* helpText, bool isOptional, int argGroup,
-               int defaultVal)
+IntArg::IntArg(const std::string& argName, const char* helpText, bool isOptional, int argGroup, int defaultVal)
     : Argument(argName, helpText, isOptional, argGroup, false), defaultValue(defaultVal) {}
 
 int IntArg::SetValue(const std::string& word) {
@@ -108,8 +102,7 @@ int IntArg::SetValue(const std::string& word) {
     return 1;
 }
 
-DoubleArg::DoubleArg(const std::string& argName, const char* helpText, bool isOptional,
-                     int argGroup, double defaultVal)
+DoubleArg::DoubleArg(const std::string& argName, const char* helpText, bool isOptional, int argGroup, double defaultVal)
     : Argument(argName, helpText, isOptional, argGroup, false), defaultValue(defaultVal) {}
 
 int DoubleArg::SetValue(const std::string& word) {
@@ -124,8 +117,8 @@ int DoubleArg::SetValue(const std::string& word) {
     return 1;
 }
 
-StringArg::StringArg(const std::string& argName, const char* helpText, bool isOptional,
-                     int argGroup, const char* defaultVal)
+StringArg::StringArg(const std::string& argName, const char* helpText, bool isOptional, int argGroup,
+                     const char* defaultVal)
     : Argument(argName, helpText, isOptional, argGroup, false), hasDefault(defaultVal != nullptr),
       defaultValue(defaultVal ? defaultVal : "") {}
 

@@ -103,8 +103,8 @@ protected:
 
 class BoolArg : public Argument {
 public:
-    BoolArg(const std::string& name, const char* help, bool optional, int group,
-            bool defaultValue = false, bool acceptsTrueFalse = false);
+    BoolArg(const std::string& name, const char* help, bool optional, int group, bool defaultValue = false,
+            bool acceptsTrueFalse = false);
     std::unique_ptr<Argument> Clone() const override { return std::make_unique<BoolArg>(*this); }
     int Parse(int& index, int argc, const char* const* argv) override;
     ArgumentType TypeCode() const override { return BOOL_ARG; }
@@ -136,8 +136,7 @@ public:
 
 class DoubleArg : public Argument {
 public:
-    DoubleArg(const std::string& name, const char* help, bool optional, int group,
-              double defaultValue = 0.0);
+    DoubleArg(const std::string& name, const char* help, bool optional, int group, double defaultValue = 0.0);
     std::unique_ptr<Argument> Clone() const override { return std::make_unique<DoubleArg>(*this); }
     ArgumentType TypeCode() const override { return DOUBLE_ARG; }
     bool IsDouble() const override { return true; }
@@ -151,8 +150,7 @@ public:
 class StringArg : public Argument {
 public:
     // A null default makes StringValue null while the argument is not set.
-    StringArg(const std::string& name, const char* help, bool optional, int group,
-              const char* defaultValue = nullptr);
+    StringArg(const std::string& name, const char* help, bool optional, int group, const char* defaultValue = nullptr);
     std::unique_ptr<Argument> Clone() const override { return std::make_unique<StringArg>(*this); }
     ArgumentType TypeCode() const override { return STRING_ARG; }
     bool IsString() const override { return true; }

@@ -5,6 +5,7 @@
 
 #include "hdl/base/MessageCatalogue.h"
 
+// clang-format off
 #define HDL_COMMAND_MESSAGES(ID, TEXT)                                                                    \
     ID(kExpectedArgument, "CMD-1000", MSG_ERROR)                                                          \
     TEXT(ExpectedArgument, kExpectedArgument, "%s: expected an argument (near '%s')")                     \
@@ -38,6 +39,7 @@
     TEXT(Failed, kFailed, "%s: failed")                                                                   \
     ID(kFailedBecause, "CMD-1015", MSG_ERROR)                                                             \
     TEXT(FailedBecause, kFailedBecause, "%s: failed because %s")
+// clang-format on
 
 namespace hdl {
 namespace cmd_msg {

@@ -6,7 +6,7 @@ ArrayArg::ArrayArg(const std::string& argName, const char* helpText, bool isOpti
     : Argument(argName, helpText, isOptional, argGroup, true) {}
 
 int ArrayArg::SetValue(const std::string& text) {
-    if (!isSet) values.clear();  // values of an earlier call
+    if (!isSet) values.clear(); // values of an earlier call
     if (!markSet()) return 0;
     StringArray elements;
     if (!splitTclList(text, elements)) return 0;
@@ -14,8 +14,7 @@ int ArrayArg::SetValue(const std::string& text) {
     return 1;
 }
 
-ArrayOfArrayArg::ArrayOfArrayArg(const std::string& argName, const char* helpText,
-                                 bool isOptional, int argGroup)
+ArrayOfArrayArg::ArrayOfArrayArg(const std::string& argName, const char* helpText, bool isOptional, int argGroup)
     : Argument(argName, helpText, isOptional, argGroup, true) {}
 
 int ArrayOfArrayArg::SetValue(const std::string& text) {

@@ -21,9 +21,7 @@ public:
 class ArrayOfArrayArg : public Argument {
 public:
     ArrayOfArrayArg(const std::string& name, const char* help, bool optional, int group);
-    std::unique_ptr<Argument> Clone() const override {
-        return std::make_unique<ArrayOfArrayArg>(*this);
-    }
+    std::unique_ptr<Argument> Clone() const override { return std::make_unique<ArrayOfArrayArg>(*this); }
     ArgumentType TypeCode() const override { return ARRAY_OF_ARRAY_ARG; }
     bool IsArrayOfArray() const override { return true; }
     int SetValue(const std::string& text) override;
@@ -36,9 +34,7 @@ public:
 class ArrayArgWithOption : public ArrayArg {
 public:
     using ArrayArg::ArrayArg;
-    std::unique_ptr<Argument> Clone() const override {
-        return std::make_unique<ArrayArgWithOption>(*this);
-    }
+    std::unique_ptr<Argument> Clone() const override { return std::make_unique<ArrayArgWithOption>(*this); }
     ArgumentType TypeCode() const override { return ARRAY_WITH_OPTION_ARG; }
     bool IsArrayWithOption() const override { return true; }
     int SetOption(const std::string& name, const std::string& value) override;

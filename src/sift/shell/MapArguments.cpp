@@ -62,8 +62,8 @@ int PairArgument::setAlone(const std::string& word, const StringArray& elements)
 
 namespace {
 template <typename Value>
-bool insertOrReplace(std::vector<std::pair<std::string, Value>>& values, const std::string& key,
-                     const Value& value, Value& old) {
+bool insertOrReplace(std::vector<std::pair<std::string, Value>>& values, const std::string& key, const Value& value,
+                     Value& old) {
     for (auto& entry : values) {
         if (entry.first == key) {
             old = entry.second;
@@ -82,8 +82,7 @@ std::string joined(const StringArray& words) {
 }
 } // namespace
 
-MapArg::MapArg(const std::string& argName, const char* helpText, bool isOptional, int argGroup,
-               bool isRepeatable)
+MapArg::MapArg(const std::string& argName, const char* helpText, bool isOptional, int argGroup, bool isRepeatable)
     : PairArgument(argName, helpText, isOptional, argGroup, isRepeatable) {}
 
 int MapArg::SetValue(const std::string& key, const std::string& value) {
@@ -101,12 +100,10 @@ int MapArg::setElements(const StringArray& elements) {
     return SetValue(elements[0], elements[1]);
 }
 
-int MapArg::setWord(const std::string& key, const std::string& word, const StringArray&) {
-    return SetValue(key, word);
-}
+int MapArg::setWord(const std::string& key, const std::string& word, const StringArray&) { return SetValue(key, word); }
 
-MapOfArrayArg::MapOfArrayArg(const std::string& argName, const char* helpText, bool isOptional,
-                             int argGroup, bool isRepeatable)
+MapOfArrayArg::MapOfArrayArg(const std::string& argName, const char* helpText, bool isOptional, int argGroup,
+                             bool isRepeatable)
     : PairArgument(argName, helpText, isOptional, argGroup, isRepeatable) {}
 
 int MapOfArrayArg::SetValue(const std::string& key, const StringArray& value) {

@@ -16,8 +16,7 @@ protected:
     // Stores elements[0] as key and the rest as its value; -1 when they make no pair.
     virtual int setElements(const StringArray& elements) = 0;
     // Stores a key with a value given as one word (also split as a list).
-    virtual int setWord(const std::string& key, const std::string& word,
-                        const StringArray& split) = 0;
+    virtual int setWord(const std::string& key, const std::string& word, const StringArray& split) = 0;
 
 private:
     int setAlone(const std::string& word, const StringArray& elements);
@@ -42,11 +41,8 @@ protected:
 
 class MapOfArrayArg : public PairArgument {
 public:
-    MapOfArrayArg(const std::string& name, const char* help, bool optional, int group,
-                  bool repeatable);
-    std::unique_ptr<Argument> Clone() const override {
-        return std::make_unique<MapOfArrayArg>(*this);
-    }
+    MapOfArrayArg(const std::string& name, const char* help, bool optional, int group, bool repeatable);
+    std::unique_ptr<Argument> Clone() const override { return std::make_unique<MapOfArrayArg>(*this); }
     ArgumentType TypeCode() const override { return MAP_OF_ARRAY_ARG; }
     bool IsMapOfArray() const override { return true; }
     int SetValue(const std::string& key, const StringArray& value) override;

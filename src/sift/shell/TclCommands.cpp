@@ -25,8 +25,7 @@ hdl::Commands* registerCommands(Tcl_Interp* interp) {
 int sfCommandProc(ClientData clientData, Tcl_Interp* interp, int argc, const char* argv[]) {
     // Re-armed at every call: the elaboration wrapper may have reset it.
     std::signal(SIGSEGV, LoomBackTrace::handler);
-    LoomParamMgr::getParamMgr().registerStringParam("project.defaultLibrary", "blah",
-                                                    "corvid_defaultlib");
+    LoomParamMgr::getParamMgr().registerStringParam("project.defaultLibrary", "blah", "corvid_defaultlib");
     auto* commands = static_cast<hdl::Commands*>(clientData);
     hdl::Command* command = commands->Find(argv[0]);
     if (!command) {
@@ -35,7 +34,7 @@ int sfCommandProc(ClientData clientData, Tcl_Interp* interp, int argc, const cha
         command = commands->Find(word.substr(word.rfind(':') + 1));
     }
     if (!command) return TCL_ERROR;
-    command->location = nullptr;  // Tcl gives no source position
+    command->location = nullptr; // Tcl gives no source position
     if (!command->ParseArgs(argc, argv)) {
         command->Usage();
         return TCL_ERROR;

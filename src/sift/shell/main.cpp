@@ -38,8 +38,7 @@ int evalScriptFile(Tcl_Interp* interp, const char* path) {
     try {
         return Tcl_EvalFile(interp, path);
     } catch (const std::exception& e) {
-        std::cout << "sift: Caught exception in Tcl_EvalFile of <" << path << "> :" << e.what()
-                  << std::endl;
+        std::cout << "sift: Caught exception in Tcl_EvalFile of <" << path << "> :" << e.what() << std::endl;
     } catch (...) {
         std::cout << "sift: Caught exception in Tcl_EvalFile of <" << path << ">" << std::endl;
     }
@@ -58,15 +57,11 @@ int evalSharedMemoryScript(Tcl_Interp* interp, const char* arg) {
         try {
             return Tcl_Eval(interp, script.c_str());
         } catch (const std::exception& e) {
-            std::cout << "sift: Caught exception in eval'ing <" << script.c_str()
-                      << "> what:" << e.what() << std::endl;
-            HADLSifter::instance().addMessage("Caught exception in Tcl_EvalFile of <%s> : %s\n",
-                                              {arg, e.what()});
+            std::cout << "sift: Caught exception in eval'ing <" << script.c_str() << "> what:" << e.what() << std::endl;
+            HADLSifter::instance().addMessage("Caught exception in Tcl_EvalFile of <%s> : %s\n", {arg, e.what()});
         } catch (...) {
-            std::cout << "sift: Caught exception in eval'ing <" << script.c_str() << ">"
-                      << std::endl;
-            HADLSifter::instance().addMessage(
-                "sift: Caught unrecognized exception in Tcl_EvalFile of <%s>\n", {arg});
+            std::cout << "sift: Caught exception in eval'ing <" << script.c_str() << ">" << std::endl;
+            HADLSifter::instance().addMessage("sift: Caught unrecognized exception in Tcl_EvalFile of <%s>\n", {arg});
         }
     } catch (...) {
         std::cout << "sift: Caught exception in shared_memory linking" << std::endl;
@@ -91,11 +86,9 @@ int main(int argc, char** argv) {
         // A path of any type, directories included, is a script file; no path at all
         // names a shared-memory object.
         boost::filesystem::file_status status = boost::filesystem::status(argv[1]);
-        const bool noPath = status.type() == boost::filesystem::file_not_found ||
-                            status.type() == boost::filesystem::status_error;
-        int value = noPath
-                        ? evalSharedMemoryScript(interp, argv[1])
-                        : evalScriptFile(interp, argv[1]);
+        const bool noPath =
+            status.type() == boost::filesystem::file_not_found || status.type() == boost::filesystem::status_error;
+        int value = noPath ? evalSharedMemoryScript(interp, argv[1]) : evalScriptFile(interp, argv[1]);
         flushTclOutput();
         Tcl_DeleteInterp(interp);
         return finish(value);

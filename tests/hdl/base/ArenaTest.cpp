@@ -14,7 +14,7 @@ TEST(ArenaTest, AllocationsAreAlignedAndLargeOnesGetTheirOwnBlock) {
     EXPECT_EQ(reinterpret_cast<uintptr_t>(b) % 8, 0u);
     EXPECT_NE(a, b);
     char* big = static_cast<char*>(arena.allocate(1000, 16));
-    big[999] = 'x';  // must be writable to the end (ASan checks)
+    big[999] = 'x'; // must be writable to the end (ASan checks)
     EXPECT_GE(arena.bytesReserved(), 1000u);
 }
 

@@ -10,7 +10,7 @@ constexpr size_t kWindow = ErrorRecovery::kEchoTokens;
 
 TEST(ErrorRecovery, AnErrorWithinTheWindowIsAnEcho) {
     ErrorRecovery r;
-    EXPECT_EQ(r.OnError(1, 100), ErrorRecovery::Tell);  // the first error is always told
+    EXPECT_EQ(r.OnError(1, 100), ErrorRecovery::Tell); // the first error is always told
     EXPECT_EQ(r.OnError(1, 100), ErrorRecovery::Quiet); // the same place again
     EXPECT_EQ(r.OnError(1, 100 + kWindow - 1), ErrorRecovery::Quiet);
     // Each echo starts the window again: a run of errors one token apart stays one.

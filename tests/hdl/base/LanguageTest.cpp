@@ -9,9 +9,8 @@ using namespace hdl;
 // The codes travel in the scanner's database and the names in its dumps: both are a
 // contract with the parent, so the table is checked entry by entry.
 TEST(Language, CodesAndNamesAreTheDatabaseOnes) {
-    const char* const expected[] = {"(undef)", "v95",    "v2k",    "sv05",   "sv09",    "sv",
-                                    "vAMS",    "vPSL",   "vhdl87", "vhdl93", "vhdl2k",  "vhdl08",
-                                    "vhdl19",  "vhdlPSL", "include"};
+    const char* const expected[] = {"(undef)", "v95",    "v2k",    "sv05",   "sv09",   "sv",      "vAMS",   "vPSL",
+                                    "vhdl87",  "vhdl93", "vhdl2k", "vhdl08", "vhdl19", "vhdlPSL", "include"};
     for (unsigned code = 0; code <= LANG_INCLUDE; ++code) EXPECT_STREQ(LanguageName(code), expected[code]) << code;
     EXPECT_STREQ(LanguageName(15), "(undef)");
     EXPECT_STREQ(LanguageName(0xffffffffu), "(undef)");
@@ -27,7 +26,7 @@ TEST(Language, NamesReadBackToTheirCodes) {
     for (unsigned code = 1; code <= LANG_INCLUDE; ++code) EXPECT_EQ(LanguageByName(LanguageName(code)), code);
     EXPECT_EQ(LanguageByName("(undef)"), LANG_NONE);
     EXPECT_EQ(LanguageByName(""), LANG_NONE);
-    EXPECT_EQ(LanguageByName("SV"), LANG_NONE);  // names are exact
+    EXPECT_EQ(LanguageByName("SV"), LANG_NONE); // names are exact
     EXPECT_EQ(LanguageByName("vhdl"), LANG_NONE);
     EXPECT_EQ(LanguageByName(std::string("sv\0x", 4)), LANG_NONE);
 }
@@ -58,5 +57,5 @@ TEST(Language, SystemVerilogReadingAndTheFlagBit) {
     EXPECT_FALSE(IsSystemVerilogLanguage(LANG_NONE));
     EXPECT_EQ(LanguageOf(0x80000000u | LANG_VHDL08), unsigned(LANG_VHDL08));
     EXPECT_EQ(LanguageOf(LANG_SV), unsigned(LANG_SV));
-    EXPECT_FALSE(IsVhdlLanguage(0x80000000u | LANG_VHDL08));  // the flag must be stripped first
+    EXPECT_FALSE(IsVhdlLanguage(0x80000000u | LANG_VHDL08)); // the flag must be stripped first
 }

@@ -22,7 +22,7 @@ TEST(MessageFormat, ConversionsTakeArgumentsOfTheirKind) {
     static_assert(FormatFits<>("no conversions, 100%% sure"));
     static_assert(FormatFits<const char*, int>("'%s' is not permitted (%d)"));
     EXPECT_TRUE((FormatFits<char*, unsigned>("%s %u")));
-    EXPECT_TRUE((FormatFits<char, short, bool, Plain>("%c %d %d %x")));  // promoted to int
+    EXPECT_TRUE((FormatFits<char, short, bool, Plain>("%c %d %d %x"))); // promoted to int
     EXPECT_TRUE((FormatFits<size_t, size_t, long, long long, unsigned long long>("%zu %lu %ld %lld %llx")));
     EXPECT_TRUE((FormatFits<double, float>("%.3f %g")));
     EXPECT_TRUE((FormatFits<int, const char*>("%-*s")));
@@ -33,18 +33,18 @@ TEST(MessageFormat, ConversionsTakeArgumentsOfTheirKind) {
 
 TEST(MessageFormat, MisfitsAreRejected) {
     static_assert(!FormatFits<const char*>("%s %s"));
-    EXPECT_FALSE((FormatFits<const char*, const char*>("%s")));    // one too many
-    EXPECT_FALSE((FormatFits<const char*>("%s %s")));              // one too few
-    EXPECT_FALSE((FormatFits<int>("%s")));                         // an int for a string
-    EXPECT_FALSE((FormatFits<std::string>("%s")));                 // a string object
-    EXPECT_FALSE((FormatFits<const char*>("%d")));                 // a string for an int
-    EXPECT_FALSE((FormatFits<size_t>("%u")));                      // a size for an int
-    EXPECT_FALSE((FormatFits<int>("%zu")));                        // an int for a size
-    EXPECT_FALSE((FormatFits<long long>("%ld")));                  // the sizes name types
+    EXPECT_FALSE((FormatFits<const char*, const char*>("%s"))); // one too many
+    EXPECT_FALSE((FormatFits<const char*>("%s %s"))); // one too few
+    EXPECT_FALSE((FormatFits<int>("%s"))); // an int for a string
+    EXPECT_FALSE((FormatFits<std::string>("%s"))); // a string object
+    EXPECT_FALSE((FormatFits<const char*>("%d"))); // a string for an int
+    EXPECT_FALSE((FormatFits<size_t>("%u"))); // a size for an int
+    EXPECT_FALSE((FormatFits<int>("%zu"))); // an int for a size
+    EXPECT_FALSE((FormatFits<long long>("%ld"))); // the sizes name types
     EXPECT_FALSE((FormatFits<double>("%d")));
     EXPECT_FALSE((FormatFits<NotPrintable>("%d")));
-    EXPECT_FALSE((FormatFits<const char*>("%*s")));                // the width wants an int
-    EXPECT_FALSE((FormatFits<int*>("%n")));                        // not a conversion we allow
+    EXPECT_FALSE((FormatFits<const char*>("%*s"))); // the width wants an int
+    EXPECT_FALSE((FormatFits<int*>("%n"))); // not a conversion we allow
     EXPECT_FALSE((FormatFits<const char*>("%ls")));
     EXPECT_FALSE((FormatFits<long double>("%Lf")));
     EXPECT_FALSE((FormatFits<>("ends in %")));

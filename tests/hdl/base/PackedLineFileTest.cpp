@@ -27,12 +27,12 @@ void expectSame(const ColLineFile& a, const ColLineFile& b) {
 TEST(PackedLineFileTest, PositionsComeBackWholeInsideAndPastThePackedLimits) {
     static_assert(sizeof(PackedLineFile) == 12);
     const ColLineFile cases[] = {
-        ColLineFile(3, 10, 5, 10, 9),            // one token
-        ColLineFile(3, 10, 4095, 265, 4095),     // the widest that packs
-        ColLineFile(7, 10, 4096, 10, 4100),      // a column past 12 bits
-        ColLineFile(7, 10, 1, 266, 1),           // 256 lines
+        ColLineFile(3, 10, 5, 10, 9), // one token
+        ColLineFile(3, 10, 4095, 265, 4095), // the widest that packs
+        ColLineFile(7, 10, 4096, 10, 4100), // a column past 12 bits
+        ColLineFile(7, 10, 1, 266, 1), // 256 lines
         ColLineFile(9, 0x7fffffff, 1, 0x7fffffff, 70000), // the largest line, a very long one
-        ColLineFile(9, 20, 5, 19, 1),            // ends before it starts: kept as given
+        ColLineFile(9, 20, 5, 19, 1), // ends before it starts: kept as given
     };
     for (const ColLineFile& loc : cases) {
         PackedLineFile packed(loc);

@@ -16,15 +16,13 @@ size_t plainNameEnd(const char* data, size_t p, size_t n, bool dollar) {
         return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
                (dollar && c == '$');
     };
-    while (p < n && isName(static_cast<unsigned char>(data[p])))
-        ++p;
+    while (p < n && isName(static_cast<unsigned char>(data[p]))) ++p;
     return p;
 }
 
 // The first of `stops` or the NUL byte.
 size_t plainFind(const char* data, size_t p, size_t n, const char* stops) {
-    while (p < n && data[p] != '\0' && !std::strchr(stops, data[p]))
-        ++p;
+    while (p < n && data[p] != '\0' && !std::strchr(stops, data[p])) ++p;
     return p;
 }
 
@@ -33,8 +31,8 @@ size_t plainFind(const char* data, size_t p, size_t n, const char* stops) {
 // differ from a letter only in bit 5 or in the top bit, and Latin-1 letters, which
 // are name characters in VHDL only.
 TEST(TextRuns, AgreeWithByteLoopsAtEveryStart) {
-    const std::string alphabet = std::string("  \t\n\r\v\f\x08\x0e\x1f!aAzZ09_$@[`{/:\x7f") + "\x80\xa0\xc1\xe1\xff" +
-                                 std::string(1, '\0');
+    const std::string alphabet =
+        std::string("  \t\n\r\v\f\x08\x0e\x1f!aAzZ09_$@[`{/:\x7f") + "\x80\xa0\xc1\xe1\xff" + std::string(1, '\0');
     std::mt19937 rng(7);
     for (int round = 0; round < 3000; ++round) {
         size_t n = rng() % 70;
@@ -60,8 +58,7 @@ TEST(TextRuns, AgreeWithByteLoopsAtEveryStart) {
 // A run stops at the end given even where the bytes after it would continue it.
 TEST(TextRuns, StopAtTheGivenEnd) {
     const std::string names(40, 'x');
-    for (size_t n = 0; n <= 40; ++n)
-        EXPECT_EQ(nameEnd<true>(names.data(), 0, n), n);
+    for (size_t n = 0; n <= 40; ++n) EXPECT_EQ(nameEnd<true>(names.data(), 0, n), n);
     EXPECT_EQ(nameEnd<false>(names.data(), 41, 40), 41u); // a start past the end is left alone
 }
 

@@ -24,7 +24,8 @@ class CopyImageTest : public test::EvalFixture {
 protected:
     std::string Image(const std::string& decls) {
         std::string pkg = test::UniquePackageName();
-        std::string text = "library ieee; use ieee.std_logic_1164.all;\npackage " + pkg + " is\n" + decls + "\nend package;\n";
+        std::string text =
+            "library ieee; use ieee.std_logic_1164.all;\npackage " + pkg + " is\n" + decls + "\nend package;\n";
         if (!test::AnalyzeVhdl(text).empty()) return "analysis";
         auto* unit = dynamic_cast<VhdlPackageDecl*>(vhdl_file::GetLibrary("work")->GetPrimUnit(pkg.c_str()));
         for (VhdlTreeNode* d : unit->declarations) {
@@ -54,7 +55,8 @@ TEST_F(CopyImageTest, EveryKindOfValue) {
     EXPECT_EQ(Image("constant c : std_logic_vector(3 downto 0) := x\"A\";"), "\"1010\"");
     EXPECT_EQ(Image("constant c : string := \"Fast\";"), "\"Fast\"");
     EXPECT_EQ(Image("type iv is array (natural range <>) of integer; constant c : iv := (1, 2, 3);"), "(1,2,3)");
-    EXPECT_EQ(Image("type r is record a : integer; b : boolean; end record; constant c : r := (7, false);"), "(7,false)");
+    EXPECT_EQ(Image("type r is record a : integer; b : boolean; end record; constant c : r := (7, false);"),
+              "(7,false)");
 }
 
 } // namespace

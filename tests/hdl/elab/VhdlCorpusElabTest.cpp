@@ -41,10 +41,8 @@ protected:
             std::getline(cols, kind, '\t');
             std::getline(cols, a, '\t');
             std::getline(cols, b, '\t');
-            if (kind == "top")
-                top = a;
-            else if (kind.rfind("vhdl", 0) == 0)
-                files.push_back({kind, a, b});
+            if (kind == "top") top = a;
+            else if (kind.rfind("vhdl", 0) == 0) files.push_back({kind, a, b});
         }
         return files;
     }

@@ -79,8 +79,8 @@ extern module ext_m (input a);
         EXPECT_EQ(r.flags, 0u);
         got.push_back(r.unitName + ":" + r.instanceName);
     }
-    EXPECT_EQ(got, (std::vector<std::string>{"bus_if:bus", "sub:u_sub", "sub:u_sub2", "esc_mod:u_esc",
-                                             "other:u_other"}));
+    EXPECT_EQ(got,
+              (std::vector<std::string>{"bus_if:bus", "sub:u_sub", "sub:u_sub2", "esc_mod:u_esc", "other:u_other"}));
     EXPECT_TRUE(hasRef(e, "work", "cfg_pkg", 0));
     EXPECT_TRUE(hasRef(e, "work", "my_pkg", 0));
     EXPECT_TRUE(hasRef(e, "work", "sub", SORT_REF_WEAK));
@@ -166,8 +166,8 @@ TEST_F(FileSortTest, TranslateOffTextIsReadOnlyWhenAsked) {
         hdl_file_sort::SetIgnoreTranslateOff(ignore);
         hdl_file_sort::RegisterFile(v.c_str(), "work", 5, 2);
         hdl_file_sort::RegisterFile(h.c_str(), "work", 11, 2);
-        std::vector<std::string> want = ignore ? std::vector<std::string>{"hidden", "shown"}
-                                               : std::vector<std::string>{"shown"};
+        std::vector<std::string> want =
+            ignore ? std::vector<std::string>{"hidden", "shown"} : std::vector<std::string>{"shown"};
         EXPECT_EQ(element(0).declaredNames, want) << ignore;
         EXPECT_EQ(element(1).declaredNames, want) << ignore;
     }
@@ -200,8 +200,7 @@ SourceStream* unseekable(const char* name) {
 
 TEST_F(FileSortTest, StreamsWithoutASizeAreReadToTheirEnd) {
     std::string body;
-    for (int i = 0; i < 5000; ++i)
-        body += "module m" + std::to_string(i) + "; endmodule\n";
+    for (int i = 0; i < 5000; ++i) body += "module m" + std::to_string(i) + "; endmodule\n";
     std::string v = files.write("many.sv", body);
     std::string h = files.write("one.vhd", "entity one is end;\n");
     hdl_file_sort::RegisterFlexStreamCallBack(unseekable);
@@ -261,8 +260,8 @@ context ctx2 is library ieee; end context;
     std::vector<std::string> got;
     for (const SortReference& r : e.units[1].instances)
         got.push_back(r.libraryName + "." + r.unitName + ":" + r.instanceName);
-    EXPECT_EQ(got, (std::vector<std::string>{"work.comp:u1", "work.leaf beh:u2", "mylib.cfg:u3",
-                                             "work.comp2:u4", "work.comp:u5"}));
+    EXPECT_EQ(got, (std::vector<std::string>{"work.comp:u1", "work.leaf beh:u2", "mylib.cfg:u3", "work.comp2:u4",
+                                             "work.comp:u5"}));
     EXPECT_EQ(e.units[3].name, "conf");
     ASSERT_EQ(e.units[3].instances.size(), 2u);
     EXPECT_EQ(e.units[3].instances[0].unitName, "e rtl");
@@ -349,7 +348,8 @@ TEST_F(FileSortTest, WorkReferencesTakeTheFirstDeclaringLibraryUnlessTheirOwnDec
 TEST_F(FileSortTest, BadInputFinishesWithMessages) {
     std::string binary("module x;\0\0\x01\x02 endmodule", 24);
     std::string bin = files.write("bin.vhd", binary);
-    const char elf[] = "\x7f" "ELF\x02\x01\x01\0\0\0\0 #@\x90\x91";
+    const char elf[] = "\x7f"
+                       "ELF\x02\x01\x01\0\0\0\0 #@\x90\x91";
     std::string binV = files.write("bin.sv", std::string(elf, sizeof elf - 1));
     std::string unclosed = files.write("u.v", "module u; /* never closed\n endmodule\n");
     std::string ifdef = files.write("i.v", "`ifdef A\nmodule i; endmodule\n");

@@ -39,8 +39,7 @@ TEST(SortNameTable, TextsDifferByCaseLengthAndEmbeddedZeros) {
 
 TEST(SortNameTable, EveryNameSurvivesTheTableGrowing) {
     SortNameTable t;
-    for (int i = 0; i < 5000; ++i)
-        ASSERT_EQ(t.intern("name_" + std::to_string(i)), uint32_t(i));
+    for (int i = 0; i < 5000; ++i) ASSERT_EQ(t.intern("name_" + std::to_string(i)), uint32_t(i));
     for (int i = 0; i < 5000; ++i) {
         std::string name = "name_" + std::to_string(i);
         ASSERT_EQ(t.find(name), uint32_t(i));

@@ -4,13 +4,13 @@
 // and on every Verilog file of the corpus and the conformance tests.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <cstdio>
 #include <deque>
-#include <unistd.h>
+#include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 #include "SortTestFiles.h"
@@ -23,7 +23,6 @@ namespace fs = std::filesystem;
 using namespace hdl;
 
 namespace {
-
 
 // "" when both streams agree, else where they part.
 std::string firstDifference(const std::vector<VeriSkimToken>& a, const std::vector<VeriSkimToken>& b) {
@@ -45,13 +44,11 @@ std::vector<VeriSkimToken> reference(const std::string& text, const std::string&
         VeriLexer lexer(text, {VeriTextOrigin{}});
         lexer.setKeywordSet(lexerSet);
         for (VeriToken t = lexer.lex(); t.kind != VT_EOF; t = lexer.lex())
-            if (t.kind != VT_ERROR)
-                tokens.push_back(VeriSkimToken{t.kind, t.text});
+            if (t.kind != VT_ERROR) tokens.push_back(VeriSkimToken{t.kind, t.text});
         return tokens;
     }
     pp.pushText(text, name);
-    for (VeriToken t = pp.next(); t.kind != VT_EOF; t = pp.next())
-        tokens.push_back(VeriSkimToken{t.kind, t.text});
+    for (VeriToken t = pp.next(); t.kind != VT_EOF; t = pp.next()) tokens.push_back(VeriSkimToken{t.kind, t.text});
     return tokens;
 }
 
@@ -97,7 +94,7 @@ protected:
     VeriSkimIncludeCache* cache = nullptr;
 
     static VeriKeywordSet lexerSet(unsigned lang) {
-        return lang == 1 ? VERI_KW_1995
+        return lang == 1   ? VERI_KW_1995
                : lang == 2 ? VERI_KW_2001
                : lang == 3 ? VERI_KW_SV2005
                : lang == 4 ? VERI_KW_SV2009
@@ -118,8 +115,7 @@ TEST_F(VeriSkimScannerTest, LiteralsOperatorsAndCommentsTokeniseAsTheLexerDoes) 
         "e = 12'hab + 13 'd5 + 14\n'd6 + 1_000 + 15.5 + 16e2 + 17ns + 18s + 19_ + 20",
     };
     for (const char* text : cases)
-        for (unsigned lang : {1u, 2u, 5u})
-            EXPECT_TRUE(same(text, lang)) << text;
+        for (unsigned lang : {1u, 2u, 5u}) EXPECT_TRUE(same(text, lang)) << text;
 }
 
 TEST_F(VeriSkimScannerTest, ConditionalsAndDefinitionsFollowThePreprocessor) {
@@ -134,8 +130,7 @@ TEST_F(VeriSkimScannerTest, ConditionalsAndDefinitionsFollowThePreprocessor) {
         "`ifdef /* name follows */ A x `endif `unconnected_drive pull1 `nounconnected_drive",
     };
     for (const char* text : cases)
-        for (unsigned lang : {2u, 5u})
-            EXPECT_TRUE(same(text, lang, {"CMD=1"})) << text;
+        for (unsigned lang : {2u, 5u}) EXPECT_TRUE(same(text, lang, {"CMD=1"})) << text;
 }
 
 TEST_F(VeriSkimScannerTest, MacroUsesExpandAsThePreprocessorExpandsThem) {
@@ -155,8 +150,7 @@ TEST_F(VeriSkimScannerTest, MacroUsesExpandAsThePreprocessorExpandsThem) {
         "`define BODY(n) \\\n  always @(posedge clk) \\\n    n <= 1; // trailing\nmodule m; `BODY(q) endmodule",
     };
     for (const char* text : cases)
-        for (unsigned lang : {2u, 5u})
-            EXPECT_TRUE(same(text, lang, {"CMD=1"})) << text;
+        for (unsigned lang : {2u, 5u}) EXPECT_TRUE(same(text, lang, {"CMD=1"})) << text;
 }
 
 TEST_F(VeriSkimScannerTest, WhatOnlyThePreprocessorDoesOrReportsIsLeftToIt) {
@@ -167,14 +161,34 @@ TEST_F(VeriSkimScannerTest, WhatOnlyThePreprocessorDoesOrReportsIsLeftToIt) {
                              "`define MK `define P `L\n`MK\n`define L `__LINE__\nx `P"})
         EXPECT_FALSE(same(text)) << text;
     // Text the lexer or the preprocessor complains about: they are to say so.
-    for (const char* text : {"a \x01\x02 b", "x = 3'h;", "\\ y", "s = \"open\n;", "/* open", "a ` b",
-                             "// synopsys translate_off\n never on", "`else x", "`ifdef A `else `else `endif",
-                             "`ifdef A", "`define `define", "`define D 1\n`define D 2", "`timescale 1ns",
-                             "`timescale 1ps/1ns", "`default_nettype wiry", "`unconnected_drive pull2",
-                             "module m; `resetall endmodule", "`define F(a x", "`M", "`define F(a) a\n`F",
-                             "`define F(a) a\n`F(1, 2)", "`define F(a, b) a b\n`F(1)", "`define F(a) a\n`F(1",
-                             "`define R `R\n`R", "`define O(a) `O(a)\n`O(1)", "`include \"missing.svh\"",
-                             "`include missing", "`include \"open"}) {
+    for (const char* text : {"a \x01\x02 b",
+                             "x = 3'h;",
+                             "\\ y",
+                             "s = \"open\n;",
+                             "/* open",
+                             "a ` b",
+                             "// synopsys translate_off\n never on",
+                             "`else x",
+                             "`ifdef A `else `else `endif",
+                             "`ifdef A",
+                             "`define `define",
+                             "`define D 1\n`define D 2",
+                             "`timescale 1ns",
+                             "`timescale 1ps/1ns",
+                             "`default_nettype wiry",
+                             "`unconnected_drive pull2",
+                             "module m; `resetall endmodule",
+                             "`define F(a x",
+                             "`M",
+                             "`define F(a) a\n`F",
+                             "`define F(a) a\n`F(1, 2)",
+                             "`define F(a, b) a b\n`F(1)",
+                             "`define F(a) a\n`F(1",
+                             "`define R `R\n`R",
+                             "`define O(a) `O(a)\n`O(1)",
+                             "`include \"missing.svh\"",
+                             "`include missing",
+                             "`include \"open"}) {
         EXPECT_FALSE(same(text)) << text;
         EXPECT_TRUE(reported) << text;
     }
@@ -196,8 +210,7 @@ TEST_F(VeriSkimScannerTest, PlaceDependentUsesInsideOtherMacros) {
         "`define RPT(m) `ifdef UVM uvm(m, `__LINE__) `else $error(m, `__FILE__) `endif\n"
         "`define ASSERT(n, p) `ifdef CMD n: assert (p) else `RPT(\"n\") `endif\nmodule m; `ASSERT(a, b) endmodule",
     };
-    for (const char* text : read)
-        EXPECT_TRUE(same(text, 5, {"CMD=1"})) << text;
+    for (const char* text : read) EXPECT_TRUE(same(text, 5, {"CMD=1"})) << text;
 }
 
 namespace {
@@ -275,10 +288,9 @@ TEST_F(VeriSkimIncludeTest, IncludeEffectsReplayOnlyWhereTheyHold) {
     EXPECT_TRUE(sameIn(user));
     EXPECT_TRUE(sameIn("`define W 4\n" + user)) << "a definition repeated by the header";
     write("body.svh", "`define B 1\nmodule b; endmodule\n");
-    for (int twice = 0; twice < 2; ++twice)
-        EXPECT_TRUE(sameIn("`include \"body.svh\" `ifdef B b `endif"));
-    EXPECT_EQ(effects.byPath.count((dir / "body.svh").string()) ? effects.byPath[(dir / "body.svh").string()].size() : 0u,
-              0u)
+    for (int twice = 0; twice < 2; ++twice) EXPECT_TRUE(sameIn("`include \"body.svh\" `ifdef B b `endif"));
+    EXPECT_EQ(
+        effects.byPath.count((dir / "body.svh").string()) ? effects.byPath[(dir / "body.svh").string()].size() : 0u, 0u)
         << "a header with tokens is read each time";
 }
 
@@ -317,8 +329,8 @@ TEST_F(VeriSkimIncludeTest, IncludeStreamsNestAndCloseAlsoWhenTheScanGivesUp) {
     std::deque<std::string> texts;
     streamLog().clear();
     EXPECT_TRUE(veriSkimScan("`include \"defs.svh\" `include \"body.svh\"", options, tokens, texts));
-    EXPECT_EQ(streamLog(), (std::vector<std::string>{"+defs.svh", "+more.svh", "-more.svh", "-defs.svh",
-                                                     "+body.svh", "-body.svh"}));
+    EXPECT_EQ(streamLog(),
+              (std::vector<std::string>{"+defs.svh", "+more.svh", "-more.svh", "-defs.svh", "+body.svh", "-body.svh"}));
     // A replayed header opens what it includes as reading it does.
     VeriSkimIncludeCache effects;
     options.includeCache = &effects;
@@ -331,8 +343,8 @@ TEST_F(VeriSkimIncludeTest, IncludeStreamsNestAndCloseAlsoWhenTheScanGivesUp) {
     options.includeCache = nullptr;
     streamLog().clear();
     EXPECT_FALSE(veriSkimScan("`include \"defs.svh\"\n`include \"open.svh\"", options, tokens, texts));
-    EXPECT_EQ(streamLog(), (std::vector<std::string>{"+defs.svh", "+more.svh", "-more.svh", "-defs.svh",
-                                                     "+open.svh", "-open.svh"}));
+    EXPECT_EQ(streamLog(),
+              (std::vector<std::string>{"+defs.svh", "+more.svh", "-more.svh", "-defs.svh", "+open.svh", "-open.svh"}));
 }
 
 // Every Verilog file of the corpus and of the conformance tests, in the languages its
@@ -352,24 +364,20 @@ TEST_F(VeriSkimScannerTest, CorpusAndConformanceFilesTokeniseAlike) {
         for (std::string line; std::getline(in, line);) {
             std::vector<std::string> cols;
             std::stringstream ss(line);
-            for (std::string c; std::getline(ss, c, '\t');)
-                cols.push_back(c);
-            if (cols.size() == 2 && cols[0] == "incdir")
-                includeDirs.push_back((dir / cols[1]).string());
+            for (std::string c; std::getline(ss, c, '\t');) cols.push_back(c);
+            if (cols.size() == 2 && cols[0] == "incdir") includeDirs.push_back((dir / cols[1]).string());
             if (cols.size() == 3 && (cols[0] == "sv" || cols[0] == "v2k"))
                 files.push_back(File{(dir / cols[2]).string(), cols[0] == "sv" ? 5u : 2u, {}, true});
         }
         for (File& f : files)
-            if (f.path.rfind(dir.string(), 0) == 0)
-                f.includeDirs = includeDirs;
+            if (f.path.rfind(dir.string(), 0) == 0) f.includeDirs = includeDirs;
     }
     fs::path conformance = fs::path(kSharedDir) / "conformance" / "sv-tests";
     if (fs::exists(conformance))
         for (const auto& entry : fs::recursive_directory_iterator(conformance))
             if (entry.path().extension() == ".sv" || entry.path().extension() == ".v")
                 files.push_back(File{entry.path().string(), 5u, {}, false});
-    if (files.empty())
-        GTEST_SKIP() << "no corpus under " << kSharedDir;
+    if (files.empty()) GTEST_SKIP() << "no corpus under " << kSharedDir;
     size_t corpus = 0;
     size_t corpusRead = 0;
     size_t conformanceRead = 0;

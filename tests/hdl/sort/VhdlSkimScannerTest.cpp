@@ -19,7 +19,6 @@ using namespace hdl;
 
 namespace {
 
-
 class VhdlSkimScannerTest : public ::testing::Test {
 protected:
     void SetUp() override { Message::RegisterCallBackMsg(countSortTestMessage); }
@@ -33,8 +32,7 @@ protected:
         VhdlLexer lexer(text, 0, mode);
         std::vector<VhdlTok> full = lexer.Tokenize();
         reported = sortTestMessages() > before;
-        if (!scanned)
-            return false;
+        if (!scanned) return false;
         EXPECT_FALSE(reported) << "a message the scanner did not leave to the lexer";
         EXPECT_EQ(fast.size(), full.size());
         for (size_t i = 0; i < fast.size() && i < full.size(); ++i) {
@@ -67,8 +65,7 @@ TEST_F(VhdlSkimScannerTest, TokensMatchTheLexer) {
 
 TEST_F(VhdlSkimScannerTest, DirectivesAndWhatTheLexerReportsAreLeftToIt) {
     EXPECT_FALSE(same("`if TOOL_TYPE = \"SIMULATION\" then\n a `end"));
-    for (const char* text : {"-- psl assert always a;",
-                             "s := \"open\n;", "/* open", "x := 16#FF;", "a $ b",
+    for (const char* text : {"-- psl assert always a;", "s := \"open\n;", "/* open", "x := 16#FF;", "a $ b",
                              "-- pragma translate_off\n never on", "e := \\open\n"}) {
         EXPECT_FALSE(same(text)) << text;
         EXPECT_TRUE(reported) << text;
@@ -83,8 +80,7 @@ TEST_F(VhdlSkimScannerTest, CorpusAndConformanceFilesTokeniseAlike) {
         for (std::string line; std::getline(in, line);) {
             std::vector<std::string> cols;
             std::stringstream ss(line);
-            for (std::string c; std::getline(ss, c, '\t');)
-                cols.push_back(c);
+            for (std::string c; std::getline(ss, c, '\t');) cols.push_back(c);
             if (cols.size() == 3 && cols[0].rfind("vhdl", 0) == 0)
                 files.emplace_back((dir / cols[2]).string(), cols[0] == "vhdl93" ? VHDL_93 : VHDL_2008);
         }
@@ -94,8 +90,7 @@ TEST_F(VhdlSkimScannerTest, CorpusAndConformanceFilesTokeniseAlike) {
         for (const auto& entry : fs::recursive_directory_iterator(conformance))
             if (entry.path().extension() == ".vhd" || entry.path().extension() == ".vhdl")
                 files.emplace_back(entry.path().string(), VHDL_2008);
-    if (files.empty())
-        GTEST_SKIP() << "no corpus under " << kSharedDir;
+    if (files.empty()) GTEST_SKIP() << "no corpus under " << kSharedDir;
     size_t scanned = 0;
     for (const auto& [path, mode] : files) {
         std::ifstream in(path, std::ios::binary);

@@ -82,8 +82,7 @@ TEST_F(VhdlSkimTest, BasicNamesComeLowerCasedExtendedOnesAsWritten) {
     EXPECT_EQ(e.units[4].name, "cfg");
     EXPECT_EQ(instances(e.units[4]), (Texts{"work.mytop rtl:"}));
     std::vector<std::pair<std::string, std::string>> refs;
-    for (const SortReference& r : e.references)
-        refs.emplace_back(r.libraryName, r.unitName);
+    for (const SortReference& r : e.references) refs.emplace_back(r.libraryName, r.unitName);
     EXPECT_EQ(refs.front(), std::make_pair(std::string("ieee"), std::string()));
     EXPECT_EQ(refs[1], std::make_pair(std::string("ieee"), std::string("std_logic_1164")));
 }
@@ -153,17 +152,18 @@ context ctx is use work.ctx_pkg.all; end context;
     add("other.vhd", "use work.all_pkg.all;\n");
     // A use of the file before the architecture counts, and the entity's own.
     const FileElement& user = element(0);
-    EXPECT_EQ(instances(user.units[0]), (Texts{"work.c1:i2", "work.c2:i4", "work.c2:i5", "work.ctx_comp:i6",
-                                               "work.entity_comp:i7"}));
+    EXPECT_EQ(instances(user.units[0]),
+              (Texts{"work.c1:i2", "work.c2:i4", "work.c2:i5", "work.ctx_comp:i6", "work.entity_comp:i7"}));
     EXPECT_EQ(weakReferences(user).size(), 5u);
 }
 
 TEST_F(VhdlSkimTest, UsesOfAnotherLibraryAndWorkInTheirOwnLibrary) {
     add("pkg.vhd", "package comps is component leaf end component; end;\n", "cells");
-    add("top.vhd", "library cells;\nuse cells.comps.all;\nentity t is end;\n"
-                   "architecture a of t is begin u : leaf; end;\n", "design");
-    add("wrong.vhd", "use work.comps.all;\nentity w is end;\narchitecture a of w is begin u : leaf; end;\n",
+    add("top.vhd",
+        "library cells;\nuse cells.comps.all;\nentity t is end;\n"
+        "architecture a of t is begin u : leaf; end;\n",
         "design");
+    add("wrong.vhd", "use work.comps.all;\nentity w is end;\narchitecture a of w is begin u : leaf; end;\n", "design");
     EXPECT_EQ(instances(element(1).units[1]), (Texts{"work.leaf:u"}));
     // work is the file's own library, which has no package comps.
     EXPECT_TRUE(element(2).units[1].instances.empty());

@@ -35,11 +35,27 @@ std::vector<Source> Std2008() {
     std::vector<Source> s;
     for (const char* f : {"std_2008/standard.vhd", "std_2008/textio.vhd", "std_2008/env.vhd"})
         s.push_back({"std", kData + f});
-    for (const char* f : {"std_logic_1164", "std_logic_1164-body", "numeric_std", "numeric_std-body",
-                          "numeric_std_unsigned", "numeric_std_unsigned-body", "numeric_bit", "numeric_bit-body",
-                          "std_logic_textio", "math_real", "math_real-body", "math_complex", "math_complex-body",
-                          "fixed_float_types", "fixed_generic_pkg", "fixed_generic_pkg-body", "fixed_pkg",
-                          "float_generic_pkg", "float_generic_pkg-body", "float_pkg", "ieee_std_context"})
+    for (const char* f : {"std_logic_1164",
+                          "std_logic_1164-body",
+                          "numeric_std",
+                          "numeric_std-body",
+                          "numeric_std_unsigned",
+                          "numeric_std_unsigned-body",
+                          "numeric_bit",
+                          "numeric_bit-body",
+                          "std_logic_textio",
+                          "math_real",
+                          "math_real-body",
+                          "math_complex",
+                          "math_complex-body",
+                          "fixed_float_types",
+                          "fixed_generic_pkg",
+                          "fixed_generic_pkg-body",
+                          "fixed_pkg",
+                          "float_generic_pkg",
+                          "float_generic_pkg-body",
+                          "float_pkg",
+                          "ieee_std_context"})
         s.push_back({"ieee", kData + "ieee_2008/" + f + ".vhdl"});
     return s;
 }
@@ -115,7 +131,8 @@ struct Snapshot {
         std::map<VhdlTreeNode*, std::string> places;
         for (VhdlLibrary* lib : vhdl_file::AllLibraries()) {
             for (VhdlPrimaryUnit* p : lib->PrimaryUnits()) {
-                std::vector<std::pair<std::string, VhdlDesignUnit*>> units{{lib->Name() + "." + std::string(p->Name()), p}};
+                std::vector<std::pair<std::string, VhdlDesignUnit*>> units{
+                    {lib->Name() + "." + std::string(p->Name()), p}};
                 for (VhdlSecondaryUnit* u : p->GetSecondaryUnits())
                     units.push_back({units[0].first + "(" + std::string(u->Name()) + ")", u});
                 for (auto& [label, unit] : units) {
@@ -235,8 +252,8 @@ TEST_F(VhdlStoreTest, StandardLibrariesAndOsvvmComeBackWithTheirLinks) {
 TEST_F(VhdlStoreTest, Vhdl93ProjectComesBackWithItsLinks) {
     std::vector<Source> sources;
     for (const char* f : {"std/standard.vhd", "std/textio.vhd"}) sources.push_back({"std", kData + f});
-    for (const char* f : {"ieee/distributable/std_logic_1164.vhd", "ieee/distributable/numeric_std.vhd",
-                          "ieee/dummy/math_real.vhd"})
+    for (const char* f :
+         {"ieee/distributable/std_logic_1164.vhd", "ieee/distributable/numeric_std.vhd", "ieee/dummy/math_real.vhd"})
         sources.push_back({"ieee", kData + f});
     std::vector<Source> poc = Corpus("poc", "vhdl93");
     std::vector<Source> microwatt = Corpus("microwatt", "vhdl08");
@@ -324,7 +341,7 @@ protected:
     void SetUp() override {
         VhdlStoreTest::SetUp();
         std::vector<Source> sources = Std2008();
-        sources.resize(5);  // std, and std_logic_1164 with its body
+        sources.resize(5); // std, and std_logic_1164 with its body
         if (!Available(sources)) GTEST_SKIP() << "standard sources absent";
         Analyze(sources, VHDL_2008);
         names = SaveAndAttach(scratch.dir);
@@ -335,7 +352,8 @@ protected:
     // Restores std_logic_1164 after a fresh attach; null when it was refused.
     VhdlPrimaryUnit* restore() {
         vhdl_file::Reset();
-        for (const auto& [lib, units] : names) vhdl_file::AddLibraryPath(lib.c_str(), (scratch.dir + "/" + lib).c_str());
+        for (const auto& [lib, units] : names)
+            vhdl_file::AddLibraryPath(lib.c_str(), (scratch.dir + "/" + lib).c_str());
         gMessages.clear();
         return vhdl_file::GetLibrary("ieee")->GetPrimUnit("std_logic_1164");
     }
@@ -349,7 +367,8 @@ protected:
             for (const std::string& m : gMessages) all += "\n" + m;
             return "(" + std::to_string(gMessages.size()) + " messages)" + all;
         }
-        const std::string prefix = "VHDL-1700 cannot restore unit 'std_logic_1164' of library 'ieee' from '" + file + "': ";
+        const std::string prefix =
+            "VHDL-1700 cannot restore unit 'std_logic_1164' of library 'ieee' from '" + file + "': ";
         EXPECT_EQ(gMessages[0].substr(0, prefix.size()), prefix);
         return gMessages[0].substr(std::min(prefix.size(), gMessages[0].size()));
     }
@@ -428,7 +447,7 @@ TEST_F(BrokenFiles, EncipheredFilesNeedTheirCipher) {
     ASSERT_TRUE(vhdl_file::Save("ieee", "std_logic_1164"));
     vhdl_file::_protect = nullptr;
     const std::string sealed = ReadBytes(file);
-    EXPECT_EQ(sealed.find("std_logic_1164", 40), std::string::npos);  // no clear text
+    EXPECT_EQ(sealed.find("std_logic_1164", 40), std::string::npos); // no clear text
     EXPECT_EQ(refusal(), "the file is enciphered, and no cipher is enabled to read it");
     vhdl_file::Reset();
     for (const auto& [lib, units] : names) vhdl_file::AddLibraryPath(lib.c_str(), (scratch.dir + "/" + lib).c_str());
@@ -457,9 +476,8 @@ TEST_F(BrokenFiles, SavingNeedsAUnitAndADirectory) {
               "copies are not saved");
     EXPECT_EQ(gMessages[0], "VHDL-1701 cannot save unit 'std_logic_1164' of library 'ieee': there is no such unit");
     EXPECT_EQ(gMessages[1], "VHDL-1701 cannot save library 'nowhere': there is no such library");
-    EXPECT_EQ(gMessages[2],
-              "VHDL-1701 cannot save unit 'e' of library 'work': the library has no directory "
-              "(SetDefaultLibraryPath, AddLibraryPath)");
+    EXPECT_EQ(gMessages[2], "VHDL-1701 cannot save unit 'e' of library 'work': the library has no directory "
+                            "(SetDefaultLibraryPath, AddLibraryPath)");
 }
 
 TEST(VhdlStoreNames, FileNamesKeepOnlyPlainCharacters) {

@@ -25,7 +25,9 @@ protected:
         EXPECT_TRUE(vhdl_file::AnalyzeText(text, "configuration_test.vhd", lib, VHDL_2008)) << capture.Errors();
         EXPECT_EQ(capture.Count(MSG_WARNING), 0u);
     }
-    VhdlPrimaryUnit* Unit(const char* name, const char* lib = "work") { return vhdl_file::GetLibrary(lib)->GetPrimUnit(name); }
+    VhdlPrimaryUnit* Unit(const char* name, const char* lib = "work") {
+        return vhdl_file::GetLibrary(lib)->GetPrimUnit(name);
+    }
     std::map<std::string, VhdlComponentInstantiationStatement*> InstancesOf(VhdlTreeNode* node) {
         Instances inst;
         inst.TraverseNode(node);
@@ -117,7 +119,8 @@ end configuration;
     // The labels of the specification are the instances' labels.
     auto* u1Config = static_cast<VhdlComponentConfiguration*>(top->items.At(0));
     EXPECT_EQ(static_cast<VhdlIdRef*>(u1Config->GetComponentSpec()->labels.At(0))->GetId(), inst["u1"]->GetLabel());
-    EXPECT_EQ(static_cast<VhdlIdRef*>(u1Config->GetComponentSpec()->component)->GetId(), inst["u1"]->GetInstantiatedUnit());
+    EXPECT_EQ(static_cast<VhdlIdRef*>(u1Config->GetComponentSpec()->component)->GetId(),
+              inst["u1"]->GetInstantiatedUnit());
 
     // m1 binds to mid(m), and the nested block configuration reaches mid's own instance.
     VhdlBinding m1 = VhdlBindingOf(*inst["m1"], top);

@@ -182,11 +182,16 @@ TEST(VhdlGate, StandardPackageSourcesParse) {
         unsigned mode;
         const char* base; // the set whose packages this one uses, analysed first
     };
-    const Set sets[] = {{"std/v87", "std", VHDL_87, nullptr},       {"std/v93", "std", VHDL_93, nullptr},
-                        {"std/v08", "std", VHDL_2008, nullptr},     {"ieee/v87", "ieee", VHDL_87, nullptr},
-                        {"ieee/v93", "ieee", VHDL_93, nullptr},     {"ieee", "ieee", VHDL_93, nullptr},
-                        {"ieee2008", "ieee", VHDL_2008, nullptr},   {"synopsys", "ieee", VHDL_93, "ieee/v93"},
-                        {"synopsys/v08", "ieee", VHDL_2008, "ieee2008"}, {"vital2000", "ieee", VHDL_93, "ieee/v93"},
+    const Set sets[] = {{"std/v87", "std", VHDL_87, nullptr},
+                        {"std/v93", "std", VHDL_93, nullptr},
+                        {"std/v08", "std", VHDL_2008, nullptr},
+                        {"ieee/v87", "ieee", VHDL_87, nullptr},
+                        {"ieee/v93", "ieee", VHDL_93, nullptr},
+                        {"ieee", "ieee", VHDL_93, nullptr},
+                        {"ieee2008", "ieee", VHDL_2008, nullptr},
+                        {"synopsys", "ieee", VHDL_93, "ieee/v93"},
+                        {"synopsys/v08", "ieee", VHDL_2008, "ieee2008"},
+                        {"vital2000", "ieee", VHDL_93, "ieee/v93"},
                         {"upf", "ieee", VHDL_2008, "ieee2008"}};
     // Package declarations before bodies, as a compile script would order them.
     auto sources = [&](const char* dir) {

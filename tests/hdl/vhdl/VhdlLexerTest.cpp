@@ -88,8 +88,8 @@ TEST(VhdlLexer, BitStringLiteralsOfAllForms) {
 
 TEST(VhdlLexer, CharacterLiteralsAndTicks) {
     auto l = Lex("a'b'c x := 'y'; s'length t'('0') f(x)'high");
-    std::vector<std::string> expect = {"a", "'", "b", "'", "c", "x", ":=", "'y'", ";", "s", "'", "length",
-                                       "t", "'", "(", "'0'", ")", "f", "(", "x", ")", "'", "high"};
+    std::vector<std::string> expect = {"a", "'", "b", "'",   "c", "x", ":=", "'y'", ";", "s", "'",   "length",
+                                       "t", "'", "(", "'0'", ")", "f", "(",  "x",   ")", "'", "high"};
     EXPECT_EQ(l.spellings, expect);
     EXPECT_EQ(l.kinds[7], VHDL_CHARACTER);
     EXPECT_EQ(l.kinds[15], VHDL_CHARACTER);
@@ -111,7 +111,7 @@ TEST(VhdlLexer, CommentsOfBothKinds) {
 
 TEST(VhdlLexer, DelimitersOf2008) {
     auto l = Lex("?? ?= ?/= ?< ?<= ?> ?>= << >> <= => <> ** :=");
-    std::vector<unsigned> expect = {VHDL_COND, VHDL_MEQ,  VHDL_MNEQ, VHDL_MLT,   VHDL_MLE, VHDL_MGT,  VHDL_MGE,
+    std::vector<unsigned> expect = {VHDL_COND, VHDL_MEQ,  VHDL_MNEQ, VHDL_MLT,   VHDL_MLE, VHDL_MGT, VHDL_MGE,
                                     VHDL_LTLT, VHDL_GTGT, VHDL_LE,   VHDL_ARROW, VHDL_BOX, VHDL_POW, VHDL_VARASSIGN};
     EXPECT_EQ(l.kinds, expect);
 }
@@ -156,7 +156,7 @@ TEST(VhdlLexer, BadInputGivesErrorsAndStops) {
     auto l = Lex("a $ b c d \"open\ne");
     EXPECT_EQ(capture.Count(MSG_ERROR), 2u);
     EXPECT_EQ(l.spellings.back(), "e");
-    Lex("a $ b \"open\nc");  // the string's error is the echo of the '$'
+    Lex("a $ b \"open\nc"); // the string's error is the echo of the '$'
     EXPECT_EQ(capture.Count(MSG_ERROR), 3u);
     std::string garbage(10000, '\x01');
     auto g = Lex(garbage);

@@ -7,8 +7,8 @@
 #include "VhdlTestUtil.h"
 #include "hdl/base/RuntimeFlags.h"
 #include "hdl/vhdl/VhdlLibrary.h"
-#include "hdl/vhdl/VhdlVisitor.h"
 #include "hdl/vhdl/VhdlMessageIds.h"
+#include "hdl/vhdl/VhdlVisitor.h"
 
 namespace hdl {
 namespace {
@@ -108,7 +108,9 @@ TEST_F(VhdlLibraryTest, FailuresAreMessagesNotCrashes) {
     test::MessageCapture capture;
     EXPECT_FALSE(vhdl_file::Analyze("missing.vhd", "work", VHDL_93));
     EXPECT_EQ(capture.All().back().id, vhdl_msg::kCannotOpen);
-    Files()["bin.vhd"] = std::string("\x7f" "ELF\0\0\x01", 7);
+    Files()["bin.vhd"] = std::string("\x7f"
+                                     "ELF\0\0\x01",
+                                     7);
     EXPECT_FALSE(vhdl_file::Analyze("bin.vhd", "work", VHDL_93));
     EXPECT_EQ(capture.All().back().id, vhdl_msg::kBinaryInput);
     Files()["orphan.vhd"] = "architecture a of nowhere is begin end;";

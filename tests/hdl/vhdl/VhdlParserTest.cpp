@@ -300,11 +300,29 @@ end package body;
     EXPECT_NE(dynamic_cast<VhdlInterfacePackageDecl*>(pkg->GetGenericClause().At(2)), nullptr);
     KindCollector kinds;
     kinds.TraverseNode(pkg);
-    for (const char* k : {"ENUMERATIONTYPEDEF", "SCALARTYPEDEF", "PHYSICALTYPEDEF", "ARRAYTYPEDEF", "RECORDTYPEDEF",
-                          "ACCESSTYPEDEF", "INCOMPLETETYPEDECL", "FILETYPEDEF", "PROTECTEDTYPEDEF", "SUBTYPEDECL",
-                          "VARIABLEDECL", "FILEDECL", "ALIASDECL", "SIGNATUREDNAME", "ATTRIBUTEDECL",
-                          "ATTRIBUTESPEC", "GROUPTEMPLATEDECL", "GROUPDECL", "SUBPROGRAMDECL", "OPERATORID",
-                          "SUBPROGINSTANTIATIONDECL", "PACKAGEINSTANTIATIONDECL", "DISCONNECTIONSPEC"}) {
+    for (const char* k : {"ENUMERATIONTYPEDEF",
+                          "SCALARTYPEDEF",
+                          "PHYSICALTYPEDEF",
+                          "ARRAYTYPEDEF",
+                          "RECORDTYPEDEF",
+                          "ACCESSTYPEDEF",
+                          "INCOMPLETETYPEDECL",
+                          "FILETYPEDEF",
+                          "PROTECTEDTYPEDEF",
+                          "SUBTYPEDECL",
+                          "VARIABLEDECL",
+                          "FILEDECL",
+                          "ALIASDECL",
+                          "SIGNATUREDNAME",
+                          "ATTRIBUTEDECL",
+                          "ATTRIBUTESPEC",
+                          "GROUPTEMPLATEDECL",
+                          "GROUPDECL",
+                          "SUBPROGRAMDECL",
+                          "OPERATORID",
+                          "SUBPROGINSTANTIATIONDECL",
+                          "PACKAGEINSTANTIATIONDECL",
+                          "DISCONNECTIONSPEC"}) {
         EXPECT_NE(std::find(kinds.kinds.begin(), kinds.kinds.end(), k), kinds.kinds.end()) << k;
     }
 }
@@ -333,7 +351,9 @@ context ctx is library ieee; use ieee.std_logic_1164.all; end context;
     auto* cc = dynamic_cast<VhdlComponentConfiguration*>(block->items.At(0));
     ASSERT_NE(cc, nullptr);
     EXPECT_EQ(cc->binding->entityAspect->entityClass, VHDL_ENTITY);
-    EXPECT_NE(dynamic_cast<VhdlAll*>(static_cast<VhdlComponentConfiguration*>(block->items.At(1))->componentSpec->labels.At(0)), nullptr);
+    EXPECT_NE(dynamic_cast<VhdlAll*>(
+                  static_cast<VhdlComponentConfiguration*>(block->items.At(1))->componentSpec->labels.At(0)),
+              nullptr);
     auto* nested = dynamic_cast<VhdlBlockConfiguration*>(block->items.At(2));
     ASSERT_NE(nested, nullptr);
     EXPECT_EQ(nested->items.Size(), 1u);
@@ -364,8 +384,8 @@ entity b is end;
 
 TEST(VhdlParser, HostileNestingIsRefused) {
     test::MessageCapture capture;
-    std::string deep = "package p is constant c : integer := " + std::string(100000, '(') + "1" +
-                       std::string(100000, ')') + "; end;";
+    std::string deep =
+        "package p is constant c : integer := " + std::string(100000, '(') + "1" + std::string(100000, ')') + "; end;";
     auto p = Parse(deep);
     EXPECT_GE(p->errors, 1u);
     EXPECT_LE(capture.Count(MSG_ERROR), 60u);
@@ -400,8 +420,8 @@ TEST(VhdlParser, VisitorWalksInSourceOrderWithBaseFallback) {
     auto p = Parse("entity e is generic (g : natural := 1); port (p : in bit); end;");
     KindCollector kinds;
     kinds.TraverseNode(p->units[0]);
-    std::vector<std::string> expect = {"ENTITYDECL", "ENTITYID", "INTERFACEDECL", "INTERFACEID", "IDREF", "INTEGER",
-                                       "INTERFACEDECL", "INTERFACEID", "IDREF"};
+    std::vector<std::string> expect = {"ENTITYDECL", "ENTITYID",      "INTERFACEDECL", "INTERFACEID", "IDREF",
+                                       "INTEGER",    "INTERFACEDECL", "INTERFACEID",   "IDREF"};
     EXPECT_EQ(kinds.kinds, expect);
 
     // Overriding a base class catches all derived kinds not overridden themselves.
@@ -424,7 +444,8 @@ TEST(VhdlParser, CopiesAreEqualAndIndependent) {
     auto* copy = static_cast<VhdlArchitectureBody*>(p->units[0]->Copy(arena));
     EXPECT_NE(copy, p->units[0]);
     EXPECT_TRUE(copy->IsEqual(p->units[0]));
-    EXPECT_NE(copy->GetStatementPart().At(0), static_cast<VhdlArchitectureBody*>(p->units[0])->GetStatementPart().At(0));
+    EXPECT_NE(copy->GetStatementPart().At(0),
+              static_cast<VhdlArchitectureBody*>(p->units[0])->GetStatementPart().At(0));
     // Changing the copy leaves the original alone and breaks equality.
     static_cast<VhdlComponentInstantiationStatement*>(copy->statements[0])->portMap = VhdlNodeList();
     EXPECT_FALSE(copy->IsEqual(p->units[0]));
@@ -569,7 +590,8 @@ TEST(VhdlParser, ConditionalExpressionsOnlyIn2019) {
 
 TEST(VhdlParser, MismatchedClosingNamesWarn) {
     test::MessageCapture capture;
-    auto p = Parse("entity e is end entity f; architecture a of e is begin p : process begin wait; end process q; end b;");
+    auto p =
+        Parse("entity e is end entity f; architecture a of e is begin p : process begin wait; end process q; end b;");
     EXPECT_EQ(p->errors, 0u);
     EXPECT_EQ(capture.Count(MSG_WARNING), 3u);
 }
@@ -706,8 +728,7 @@ TEST(VhdlParser, AnonymousPortTypesOf2019) {
     EXPECT_EQ(b->GetMode(), static_cast<unsigned>(VHDL_IN));
     ASSERT_NE(b->GetSubtypeIndication(), nullptr);
     EXPECT_EQ(b->GetSubtypeIndication()->GetClassId(), VhdlInterfaceTypeDecl::kClassId);
-    EXPECT_EQ(static_cast<VhdlInterfaceDecl*>(ports.At(2))->GetSubtypeIndication()->GetClassId(),
-              VhdlIdRef::kClassId);
+    EXPECT_EQ(static_cast<VhdlInterfaceDecl*>(ports.At(2))->GetSubtypeIndication()->GetClassId(), VhdlIdRef::kClassId);
     // Before 2019 a port has no anonymous type.
     test::MessageCapture older;
     EXPECT_GT(Parse(src, VHDL_2008)->errors, 0u);
@@ -729,7 +750,7 @@ TEST(VhdlParser, GenericTypeDefinitionsOf2019) {
     ASSERT_EQ(p->errors, 0u) << capture.Errors();
     const VhdlNodeList& generics = static_cast<VhdlPackageDecl*>(p->units[0])->GetGenericClause();
     ASSERT_EQ(generics.Size(), 10u);
-    const unsigned kinds[] = {VHDL_PRIVATE, VHDL_LPAREN, VHDL_BOX, VHDL_RANGE, VHDL_DOT,
+    const unsigned kinds[] = {VHDL_PRIVATE, VHDL_LPAREN, VHDL_BOX,    VHDL_RANGE, VHDL_DOT,
                               VHDL_UNITS,   VHDL_ARRAY,  VHDL_ACCESS, VHDL_FILE};
     for (unsigned i = 0; i < 9; ++i) {
         auto* t = dynamic_cast<VhdlInterfaceTypeDecl*>(generics.At(i));
@@ -774,7 +795,8 @@ TEST(VhdlParser, CallsMapGenericsAndProtectedTypesAreInstantiatedIn2019) {
     EXPECT_EQ(VhdlPrettyText(inst->uninstantiated), "t");
     EXPECT_EQ(inst->genericMap.Size(), 1u);
 
-    auto* proc = static_cast<VhdlProcessStatement*>(static_cast<VhdlArchitectureBody*>(p->units[1])->GetStatementPart().At(0));
+    auto* proc =
+        static_cast<VhdlProcessStatement*>(static_cast<VhdlArchitectureBody*>(p->units[1])->GetStatementPart().At(0));
     auto* assign = dynamic_cast<VhdlSignalAssignmentStatement*>(proc->GetStatementPart().At(0));
     ASSERT_NE(assign, nullptr);
     auto* wave = static_cast<VhdlWaveformElement*>(assign->waveform.At(0));

@@ -491,7 +491,8 @@ std::string MarkText(const VhdlSubprogramSpec* spec) {
 }
 
 VhdlIdDef* FirstParam(const VhdlSubprogramSpec* spec) {
-    return spec && !spec->params.Empty() ? static_cast<VhdlInterfaceDecl*>(spec->params.At(0))->GetIds().At(0) : nullptr;
+    return spec && !spec->params.Empty() ? static_cast<VhdlInterfaceDecl*>(spec->params.At(0))->GetIds().At(0)
+                                         : nullptr;
 }
 
 size_t ParamCount(const VhdlSubprogramSpec* spec) {

@@ -46,7 +46,8 @@ private:
     static void Collect(msg_type_t type, const char* id, const ColLineFile* loc, const char* format, va_list args) {
         char buf[1024];
         vsnprintf(buf, sizeof buf, format, args);
-        std::string where = loc && LineFile::GetFileNameFromId(loc->fileId) ? LineFile::GetFileNameFromId(loc->fileId) : "";
+        std::string where =
+            loc && LineFile::GetFileNameFromId(loc->fileId) ? LineFile::GetFileNameFromId(loc->fileId) : "";
         Messages().push_back({type, id ? id : "", loc ? loc->leftLine : 0, where + ": " + buf});
     }
 };

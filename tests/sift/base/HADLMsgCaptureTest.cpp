@@ -5,9 +5,9 @@
 #include "hdl/base/LineFile.h"
 #include "hdl/base/Message.h"
 #include "runtime/LoomMsgMgrInstance.h"
-#include "sift/database/HADLDatabase.h"
 #include "sift/base/HADLMessages.h"
 #include "sift/base/HADLMsgCapture.h"
+#include "sift/database/HADLDatabase.h"
 
 using hdl::Message;
 
@@ -52,15 +52,13 @@ TEST_F(MsgCaptureTest, VerbositySelectsTypes) {
 TEST_F(MsgCaptureTest, FormatRewriteCollectsArguments) {
     HADLMsgCapture capture(db);
     capture.start(3, false);
-    Message::Error("VERI-5", &loc, "%d items in '%s' at %x, %u left, %c%G, 100%% sure", -42, "blk", 255u, 7u, 'q',
-                   2.5);
+    Message::Error("VERI-5", &loc, "%d items in '%s' at %x, %u left, %c%G, 100%% sure", -42, "blk", 255u, 7u, 'q', 2.5);
     capture.stop();
     ASSERT_EQ(msgs().size(), 1u);
     const HADLDatabase::Msg& m = msgs()[0];
     EXPECT_STREQ(db.fmtStrs.getString(m.fmtId), "%s items in '%s' at %s, %s left, %s%s, 100% sure");
     std::vector<std::string> args;
-    for (unsigned a : m.args)
-        args.push_back(db.argStrs.getString(a));
+    for (unsigned a : m.args) args.push_back(db.argStrs.getString(a));
     EXPECT_EQ(args, (std::vector<std::string>{"-42", "blk", "ff", "7", "q", "2.5", ""}));
     EXPECT_EQ(m.line, 7u);
     EXPECT_EQ(m.type, 1u);

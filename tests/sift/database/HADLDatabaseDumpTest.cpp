@@ -37,8 +37,7 @@ HADLDatabase::InstAttr inst(unsigned unit, unsigned name, unsigned file, unsigne
     return i;
 }
 
-unsigned addUnit(HADLDatabase& db, const char* key, const char* primary, unsigned file,
-                 unsigned line) {
+unsigned addUnit(HADLDatabase& db, const char* key, const char* primary, unsigned file, unsigned line) {
     unsigned id = db.unitNames.insert(key);
     db.resizeTables();
     db.unitAttrs.at(id).primaryId = db.objNames.insert(primary);
@@ -172,11 +171,10 @@ TEST(HADLDatabaseDumpTest, NewDatabasePrintsEmptySectionsAndZeroOptions) {
 TEST(HADLDatabaseDumpTest, HierTreeSortsInstancesWithoutCaseAndPutsInactiveLast) {
     HADLDatabase db;
     fill(db);
-    EXPECT_EQ(printed(db, true),
-              "top == .work.top\n"
-              "  leaf \"U_A\" == .work.leaf(W=8)\n"
-              "  leaf \"u_b\" == .work.leaf\n"
-              "  idle (INACTIVE) == .work.idle\n");
+    EXPECT_EQ(printed(db, true), "top == .work.top\n"
+                                 "  leaf \"U_A\" == .work.leaf(W=8)\n"
+                                 "  leaf \"u_b\" == .work.leaf\n"
+                                 "  idle (INACTIVE) == .work.idle\n");
 }
 
 TEST(HADLDatabaseDumpTest, WalkIsStableForEqualNamesAndStopsOnRequest) {
@@ -189,17 +187,19 @@ TEST(HADLDatabaseDumpTest, WalkIsStableForEqualNamesAndStopsOnRequest) {
     db.unitAttrs.at(root).insts = {inst(first, same, f, 10), inst(second, same, f, 11)};
     HADLDatabaseConstAPI api(db);
     std::vector<unsigned> order;
-    EXPECT_EQ(api.walkUnitTree(root, [&](const HADLDatabaseConstAPI::UnitVisitContext& c) {
-                  order.push_back(c.unitId);
-                  return 0;
-              }),
+    EXPECT_EQ(api.walkUnitTree(root,
+                               [&](const HADLDatabaseConstAPI::UnitVisitContext& c) {
+                                   order.push_back(c.unitId);
+                                   return 0;
+                               }),
               0);
     EXPECT_EQ(order, (std::vector<unsigned>{root, first, second}));
     int visits = 0;
-    EXPECT_EQ(api.walkUnitTree(root, [&](const HADLDatabaseConstAPI::UnitVisitContext& c) {
-                  ++visits;
-                  return c.depth == 1 ? 7 : 0;
-              }),
+    EXPECT_EQ(api.walkUnitTree(root,
+                               [&](const HADLDatabaseConstAPI::UnitVisitContext& c) {
+                                   ++visits;
+                                   return c.depth == 1 ? 7 : 0;
+                               }),
               7);
     EXPECT_EQ(visits, 2);
 }
@@ -215,7 +215,7 @@ TEST(HADLDatabaseDumpTest, NoTopsPrintsNothingAndBadFileFails) {
 TEST(HADLDatabaseDumpTest, ShortParallelTableFailsMidwayAndKeepsWhatWasWritten) {
     HADLDatabase db;
     db.insertFileName("a.v", 2, "work");
-    db.fileAttrs.resize(1);  // shorter than fileNames
+    db.fileAttrs.resize(1); // shorter than fileNames
     std::ostringstream sink;
     std::string path = tempPath("dump_short.txt");
     testing::internal::CaptureStdout();

@@ -6,8 +6,7 @@
 
 namespace {
 
-void expectParallelSizes(const HADLDatabase& db)
-{
+void expectParallelSizes(const HADLDatabase& db) {
     EXPECT_EQ(db.fileAttrs.size(), db.fileNames.size());
     EXPECT_EQ(db.fileProps.size(), db.fileNames.size());
     EXPECT_EQ(db.pkgIds.size(), db.fileNames.size());
@@ -23,8 +22,7 @@ void expectParallelSizes(const HADLDatabase& db)
 
 } // namespace
 
-TEST(HADLDatabase, NewDatabaseHasOnlyReservedSlots)
-{
+TEST(HADLDatabase, NewDatabaseHasOnlyReservedSlots) {
     HADLDatabase db;
     EXPECT_EQ(db.fileNames.size(), 1u);
     EXPECT_EQ(db.incDirLists.size(), 1u);
@@ -34,8 +32,7 @@ TEST(HADLDatabase, NewDatabaseHasOnlyReservedSlots)
     expectParallelSizes(db);
 }
 
-TEST(HADLDatabase, InsertFileNameEmptyPathChangesNothing)
-{
+TEST(HADLDatabase, InsertFileNameEmptyPathChangesNothing) {
     HADLDatabase db;
     EXPECT_EQ(db.insertFileName("", 5, "work"), 0u);
     EXPECT_EQ(db.fileNames.size(), 1u);
@@ -43,8 +40,7 @@ TEST(HADLDatabase, InsertFileNameEmptyPathChangesNothing)
     EXPECT_EQ(db.fileAttrs.size(), 1u);
 }
 
-TEST(HADLDatabase, InsertFileNameAgainKeepsIdAndOverwrites)
-{
+TEST(HADLDatabase, InsertFileNameAgainKeepsIdAndOverwrites) {
     HADLDatabase db;
     unsigned id = db.insertFileName("a.v", 2, "lib1");
     db.fileAttrs.at(id).isDisabled = true;
@@ -56,16 +52,14 @@ TEST(HADLDatabase, InsertFileNameAgainKeepsIdAndOverwrites)
     expectParallelSizes(db);
 }
 
-TEST(HADLDatabase, InsertFileNameEmptyLibraryTakesParameter)
-{
+TEST(HADLDatabase, InsertFileNameEmptyLibraryTakesParameter) {
     LoomParamMgr::getParamMgr().setStringValue("project.defaultLibrary", "mylib");
     HADLDatabase db;
     unsigned id = db.insertFileName("x.sv", 5, "");
     EXPECT_STREQ(db.objNames.getString(db.fileAttrs.at(id).libId), "mylib");
 }
 
-TEST(HADLDatabase, DefaultLibraryLivesInOptionStrings)
-{
+TEST(HADLDatabase, DefaultLibraryLivesInOptionStrings) {
     HADLDatabase db;
     EXPECT_EQ(db.getDefaultLibrary(), "");
     db.setDefaultLibrary("work");
@@ -74,8 +68,7 @@ TEST(HADLDatabase, DefaultLibraryLivesInOptionStrings)
     EXPECT_EQ(db.options.defaultLibrary, db.optionStrValues.find("xil"));
 }
 
-TEST(HADLDatabase, MacroWithoutValueKeepsEarlierValue)
-{
+TEST(HADLDatabase, MacroWithoutValueKeepsEarlierValue) {
     HADLDatabase db;
     EXPECT_EQ(db.addMacro("WIDTH", "8"), 0);
     EXPECT_EQ(db.addMacro("WIDTH", nullptr), 0);
@@ -89,8 +82,7 @@ TEST(HADLDatabase, MacroWithoutValueKeepsEarlierValue)
     expectParallelSizes(db);
 }
 
-TEST(HADLDatabase, GenericsBehaveLikeMacros)
-{
+TEST(HADLDatabase, GenericsBehaveLikeMacros) {
     HADLDatabase db;
     db.addGeneric("N", "4");
     db.addGeneric("N", nullptr);
@@ -102,8 +94,7 @@ TEST(HADLDatabase, GenericsBehaveLikeMacros)
     EXPECT_EQ(db.genericDefs.size(), 1u);
 }
 
-TEST(HADLDatabase, IncDirListsRejectBadInputAndDeduplicate)
-{
+TEST(HADLDatabase, IncDirListsRejectBadInputAndDeduplicate) {
     HADLDatabase db;
     unsigned list = db.newIncDirList();
     EXPECT_EQ(list, 1u);
@@ -119,8 +110,7 @@ TEST(HADLDatabase, IncDirListsRejectBadInputAndDeduplicate)
     EXPECT_EQ(db.dirNames.size(), 1u);
 }
 
-TEST(HADLDatabase, SetFileIncDirListChecksBothIndices)
-{
+TEST(HADLDatabase, SetFileIncDirListChecksBothIndices) {
     HADLDatabase db;
     unsigned file = db.insertFileName("a.v", 2, "work");
     unsigned list = db.newIncDirList();
@@ -130,8 +120,7 @@ TEST(HADLDatabase, SetFileIncDirListChecksBothIndices)
     EXPECT_EQ(db.fileAttrs.at(file).incDirListId, list);
 }
 
-TEST(HADLDatabase, DisableNonStdFilesSparesStandardFiles)
-{
+TEST(HADLDatabase, DisableNonStdFilesSparesStandardFiles) {
     HADLDatabase db;
     unsigned user = db.insertFileName("u.v", 2, "work");
     unsigned std = db.insertFileName("std.vhd", 9, "ieee");
@@ -145,8 +134,7 @@ TEST(HADLDatabase, DisableNonStdFilesSparesStandardFiles)
     EXPECT_EQ(db.fileAttrs.at(std).incDirListId, 1u);
 }
 
-TEST(HADLDatabase, NonHdlModulesIgnoreEmptyAndRepeats)
-{
+TEST(HADLDatabase, NonHdlModulesIgnoreEmptyAndRepeats) {
     HADLDatabase db;
     db.addNonHdlModule("");
     db.addNonHdlModule("ip");
@@ -156,8 +144,7 @@ TEST(HADLDatabase, NonHdlModulesIgnoreEmptyAndRepeats)
     EXPECT_EQ(db.nonHdlModuleNames.size(), 1u);
 }
 
-TEST(HADLDatabase, ClearMacrosRestoresReservedSlots)
-{
+TEST(HADLDatabase, ClearMacrosRestoresReservedSlots) {
     HADLDatabase db;
     db.addMacro("A", "1");
     db.clearMacros();
@@ -167,8 +154,7 @@ TEST(HADLDatabase, ClearMacrosRestoresReservedSlots)
     expectParallelSizes(db);
 }
 
-TEST(HADLDatabase, ResizeTablesFollowsKeyTables)
-{
+TEST(HADLDatabase, ResizeTablesFollowsKeyTables) {
     HADLDatabase db;
     db.unitNames.insert(".work.top");
     db.unitNames.insert(".work.sub");
@@ -184,8 +170,7 @@ TEST(HADLDatabase, ResizeTablesFollowsKeyTables)
     expectParallelSizes(db);
 }
 
-TEST(HADLDatabase, AddMessageGoesToNoFileWithInternedTexts)
-{
+TEST(HADLDatabase, AddMessageGoesToNoFileWithInternedTexts) {
     HADLDatabase db;
     db.insertFileName("a.v", 2, "work");
     db.addMessage("caught %s in %s", {"oops", "elab"});
@@ -205,8 +190,7 @@ TEST(HADLDatabase, AddMessageGoesToNoFileWithInternedTexts)
     EXPECT_EQ(db.argStrs.size(), 4u);
 }
 
-TEST(HADLDatabase, SameSetupAndCopySetup)
-{
+TEST(HADLDatabase, SameSetupAndCopySetup) {
     HADLDatabase a;
     a.insertFileName("a.v", 2, "work");
     a.addMacro("M", "1");
@@ -230,8 +214,7 @@ TEST(HADLDatabase, SameSetupAndCopySetup)
     EXPECT_FALSE(b.sameSetup(a));
 }
 
-TEST(HADLDatabase, FilesDifferOnlyWhenEnabledFileIsDisabledThere)
-{
+TEST(HADLDatabase, FilesDifferOnlyWhenEnabledFileIsDisabledThere) {
     HADLDatabase a;
     a.insertFileName("a.v", 2, "work");
     a.insertFileName("b.v", 2, "work");
@@ -245,8 +228,7 @@ TEST(HADLDatabase, FilesDifferOnlyWhenEnabledFileIsDisabledThere)
     EXPECT_TRUE(a.filesDiffer(b));
 }
 
-TEST(HADLDatabase, CopySkimTakesSkimResultsAndResizes)
-{
+TEST(HADLDatabase, CopySkimTakesSkimResultsAndResizes) {
     HADLDatabase a;
     a.insertFileName("a.v", 2, "work");
     a.parseOrder.push_back(1);
@@ -268,8 +250,7 @@ TEST(HADLDatabase, CopySkimTakesSkimResultsAndResizes)
     expectParallelSizes(b);
 }
 
-TEST(HADLDatabase, ReserveFileTablesKeepsContents)
-{
+TEST(HADLDatabase, ReserveFileTablesKeepsContents) {
     HADLDatabase db;
     db.insertFileName("a.v", 2, "work");
     db.reserveFileTables(1000);
@@ -279,8 +260,7 @@ TEST(HADLDatabase, ReserveFileTablesKeepsContents)
     EXPECT_EQ(db.insertFileName("b.v", 2, "work"), 2u);
 }
 
-TEST(HADLDatabase, CheckedAccessPastEndThrows)
-{
+TEST(HADLDatabase, CheckedAccessPastEndThrows) {
     HADLDatabase db;
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();

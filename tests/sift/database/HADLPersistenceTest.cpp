@@ -26,18 +26,15 @@ namespace {
 // Writes a database of `names` object names with `write` in a child process whose files
 // may not grow past 4 KB, so that the write fails part way as on a full device; true
 // when the write said it failed.
-bool failsWhenTheDeviceFills(int names, const std::function<int(const HADLDatabaseConstAPI&)>& write)
-{
+bool failsWhenTheDeviceFills(int names, const std::function<int(const HADLDatabaseConstAPI&)>& write) {
     pid_t child = fork();
-    if (child < 0)
-        return false;
+    if (child < 0) return false;
     if (child == 0) {
         signal(SIGXFSZ, SIG_IGN);
         struct rlimit limit = {4096, 4096};
         setrlimit(RLIMIT_FSIZE, &limit);
         HADLDatabase db;
-        for (int i = 0; i < names; ++i)
-            db.objNames.insert(("name_" + std::to_string(i)).c_str());
+        for (int i = 0; i < names; ++i) db.objNames.insert(("name_" + std::to_string(i)).c_str());
         _exit(write(HADLDatabaseConstAPI(db)) == -1 ? 0 : 1);
     }
     int status = 0;
@@ -46,15 +43,13 @@ bool failsWhenTheDeviceFills(int names, const std::function<int(const HADLDataba
 
 class HADLPersistenceTest : public testing::Test {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         char pattern[] = "/tmp/sift_db_test_XXXXXX";
         ASSERT_NE(mkdtemp(pattern), nullptr);
         dir_ = pattern;
         shmName_ = "sift_db_test_" + std::to_string(getpid());
     }
-    void TearDown() override
-    {
+    void TearDown() override {
         std::string rm = "rm -rf '" + dir_ + "'";
         ASSERT_EQ(std::system(rm.c_str()), 0);
         shm_unlink(("/" + shmName_).c_str());
@@ -62,31 +57,25 @@ protected:
 
     std::string path(const std::string& name) const { return dir_ + "/" + name; }
 
-    static std::string readBytes(const std::string& file)
-    {
+    static std::string readBytes(const std::string& file) {
         std::ifstream in(file, std::ios::binary);
         return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     }
-    static void writeBytes(const std::string& file, const std::string& bytes)
-    {
+    static void writeBytes(const std::string& file, const std::string& bytes) {
         std::ofstream(file, std::ios::binary | std::ios::trunc) << bytes;
     }
     // The archive of a database, as the identity used to compare databases.
-    std::string bytesOf(const HADLDatabase& db)
-    {
+    std::string bytesOf(const HADLDatabase& db) {
         std::string file = path("snapshot.bin");
         EXPECT_EQ(HADLDatabaseConstAPI(db).save(file), 0);
         return readBytes(file);
     }
-    static bool shmExists(const std::string& name)
-    {
+    static bool shmExists(const std::string& name) {
         int fd = shm_open(name.c_str(), O_RDONLY, 0);
-        if (fd >= 0)
-            close(fd);
+        if (fd >= 0) close(fd);
         return fd >= 0;
     }
-    void writeShm(const std::string& bytes)
-    {
+    void writeShm(const std::string& bytes) {
         int fd = shm_open(("/" + shmName_).c_str(), O_CREAT | O_RDWR | O_TRUNC, 0644);
         ASSERT_GE(fd, 0);
         ASSERT_EQ(write(fd, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
@@ -98,16 +87,14 @@ protected:
 };
 
 // A database that the tests can tell apart from any loaded one.
-void fillMarker(HADLDatabase& db)
-{
+void fillMarker(HADLDatabase& db) {
     db.insertFileName("marker.v", 2, "marker_lib");
     db.status.err = 99;
 }
 
 } // namespace
 
-TEST_F(HADLPersistenceTest, NewDatabaseRoundTrips)
-{
+TEST_F(HADLPersistenceTest, NewDatabaseRoundTrips) {
     HADLDatabase empty;
     std::string file = path("empty.bin");
     ASSERT_EQ(HADLDatabaseConstAPI(empty).save(file), 0);
@@ -120,8 +107,7 @@ TEST_F(HADLPersistenceTest, NewDatabaseRoundTrips)
     EXPECT_EQ(bytesOf(db), readBytes(file));
 }
 
-TEST_F(HADLPersistenceTest, LoadRestoresContentAndIndices)
-{
+TEST_F(HADLPersistenceTest, LoadRestoresContentAndIndices) {
     HADLDatabase original;
     fillSampleDatabase(original);
     std::string file = path("sample.bin");
@@ -148,8 +134,7 @@ TEST_F(HADLPersistenceTest, LoadRestoresContentAndIndices)
     EXPECT_EQ(db.derivedUnits.size(), db.unitNames.size());
 }
 
-TEST_F(HADLPersistenceTest, LoadThenSaveGivesSameBytes)
-{
+TEST_F(HADLPersistenceTest, LoadThenSaveGivesSameBytes) {
     HADLDatabase original;
     fillSampleDatabase(original);
     // One key, so that the map's iteration order cannot differ.
@@ -163,8 +148,7 @@ TEST_F(HADLPersistenceTest, LoadThenSaveGivesSameBytes)
 
 // Only the first object of a class carries a preamble; here the first instance and the
 // first port stand in the second unit, after a unit whose lists are empty.
-TEST_F(HADLPersistenceTest, ClassFirstSeenDeepInAListRoundTrips)
-{
+TEST_F(HADLPersistenceTest, ClassFirstSeenDeepInAListRoundTrips) {
     HADLDatabase original;
     original.unitNames.insert(".work.a");
     original.unitNames.insert(".work.b");
@@ -192,8 +176,7 @@ TEST_F(HADLPersistenceTest, ClassFirstSeenDeepInAListRoundTrips)
 
 // The writer fills a buffer of its own and hands texts longer than it over directly; the
 // order of the bytes must not suffer, and file and shared memory carry the same archive.
-TEST_F(HADLPersistenceTest, TextLongerThanTheWriteBufferKeepsItsPlace)
-{
+TEST_F(HADLPersistenceTest, TextLongerThanTheWriteBufferKeepsItsPlace) {
     HADLDatabase original;
     fillSampleDatabase(original);
     const std::string longText(3 << 20, 'x');
@@ -221,8 +204,7 @@ TEST_F(HADLPersistenceTest, TextLongerThanTheWriteBufferKeepsItsPlace)
 
 // The parent reads with Boost 1.72, which writes library version 17 and refuses any
 // newer archive; the Boost of this build (1.74 on Debian) would write 18.
-TEST_F(HADLPersistenceTest, HeaderIsBoost172s)
-{
+TEST_F(HADLPersistenceTest, HeaderIsBoost172s) {
     HADLDatabase sample;
     fillSampleDatabase(sample);
     const std::string bytes = bytesOf(sample);
@@ -239,8 +221,7 @@ TEST_F(HADLPersistenceTest, HeaderIsBoost172s)
 
 // Boost 1.72 reads the low byte of the version and passes over the high one; of 17 and
 // below (down to the 8 this reader knows) it reads everything, of 18 and above nothing.
-TEST_F(HADLPersistenceTest, NewerLibraryVersionFailsAndKeepsDatabase)
-{
+TEST_F(HADLPersistenceTest, NewerLibraryVersionFailsAndKeepsDatabase) {
     HADLDatabase sample;
     fillSampleDatabase(sample);
     const std::string good = bytesOf(sample);
@@ -279,8 +260,7 @@ TEST_F(HADLPersistenceTest, NewerLibraryVersionFailsAndKeepsDatabase)
 }
 
 // Archives of library versions before 8 encode versions and counts in other widths.
-TEST_F(HADLPersistenceTest, OlderLibraryVersionFailsAndKeepsDatabase)
-{
+TEST_F(HADLPersistenceTest, OlderLibraryVersionFailsAndKeepsDatabase) {
     HADLDatabase sample;
     fillSampleDatabase(sample);
     std::string older = bytesOf(sample);
@@ -294,8 +274,7 @@ TEST_F(HADLPersistenceTest, OlderLibraryVersionFailsAndKeepsDatabase)
     EXPECT_EQ(bytesOf(db), before);
 }
 
-TEST_F(HADLPersistenceTest, LoadKeepsEqualEntriesAndFindsTheLater)
-{
+TEST_F(HADLPersistenceTest, LoadKeepsEqualEntriesAndFindsTheLater) {
     HADLDatabase original;
     original.objNames.appendRaw("twin", 4);
     original.objNames.appendRaw("solo", 4);
@@ -312,8 +291,7 @@ TEST_F(HADLPersistenceTest, LoadKeepsEqualEntriesAndFindsTheLater)
     EXPECT_EQ(db.stdVhdlLibNames.findNoCase("ieee"), 2u);
 }
 
-TEST_F(HADLPersistenceTest, SaveIntoMissingDirectoryFailsAndCreatesNothing)
-{
+TEST_F(HADLPersistenceTest, SaveIntoMissingDirectoryFailsAndCreatesNothing) {
     HADLDatabase db;
     std::string file = path("no/such/dir/out.bin");
     EXPECT_EQ(HADLDatabaseConstAPI(db).save(file), -1);
@@ -321,8 +299,7 @@ TEST_F(HADLPersistenceTest, SaveIntoMissingDirectoryFailsAndCreatesNothing)
     EXPECT_NE(stat(path("no").c_str(), &info), 0);
 }
 
-TEST_F(HADLPersistenceTest, SaveReplacesOldFile)
-{
+TEST_F(HADLPersistenceTest, SaveReplacesOldFile) {
     HADLDatabase big;
     fillSampleDatabase(big);
     HADLDatabase small;
@@ -335,8 +312,7 @@ TEST_F(HADLPersistenceTest, SaveReplacesOldFile)
     EXPECT_EQ(db.fileNames.size(), 1u);
 }
 
-TEST_F(HADLPersistenceTest, FailedSaveRemovesPartialFile)
-{
+TEST_F(HADLPersistenceTest, FailedSaveRemovesPartialFile) {
     std::string file = path("partial.bin");
     EXPECT_TRUE(failsWhenTheDeviceFills(10000, [&](const HADLDatabaseConstAPI& api) { return api.save(file); }));
     struct stat info;
@@ -348,11 +324,9 @@ TEST_F(HADLPersistenceTest, FailedSaveRemovesPartialFile)
 // A file that takes no archive and cannot be removed: the kernel refuses the text of
 // /proc/self/clear_refs (it wants a number) and any unlink in /proc. The removal's error
 // leaves save by its exception, for the sf command's guard to report.
-TEST_F(HADLPersistenceTest, FailedSaveThatCannotRemoveItsFileThrows)
-{
+TEST_F(HADLPersistenceTest, FailedSaveThatCannotRemoveItsFileThrows) {
     const std::string procFile = "/proc/self/clear_refs";
-    if (access(procFile.c_str(), W_OK) != 0)
-        GTEST_SKIP() << procFile << " is not writable here";
+    if (access(procFile.c_str(), W_OK) != 0) GTEST_SKIP() << procFile << " is not writable here";
     HADLDatabase sample;
     fillSampleDatabase(sample);
     try {
@@ -364,16 +338,14 @@ TEST_F(HADLPersistenceTest, FailedSaveThatCannotRemoveItsFileThrows)
     }
 }
 
-TEST_F(HADLPersistenceTest, FailedSerializeRemovesPartialObject)
-{
+TEST_F(HADLPersistenceTest, FailedSerializeRemovesPartialObject) {
     writeShm("an older object of the same name");
     EXPECT_TRUE(
         failsWhenTheDeviceFills(100000, [&](const HADLDatabaseConstAPI& api) { return api.serialize(shmName_); }));
     EXPECT_FALSE(shmExists("/" + shmName_));
 }
 
-TEST_F(HADLPersistenceTest, LoadOfMissingFileFailsAndKeepsDatabase)
-{
+TEST_F(HADLPersistenceTest, LoadOfMissingFileFailsAndKeepsDatabase) {
     HADLDatabase db;
     fillMarker(db);
     std::string before = bytesOf(db);
@@ -382,8 +354,7 @@ TEST_F(HADLPersistenceTest, LoadOfMissingFileFailsAndKeepsDatabase)
     EXPECT_EQ(bytesOf(db), before);
 }
 
-TEST_F(HADLPersistenceTest, LoadOfFewBytesOrOtherWordSizeKeepsDatabase)
-{
+TEST_F(HADLPersistenceTest, LoadOfFewBytesOrOtherWordSizeKeepsDatabase) {
     HADLDatabase sample;
     fillSampleDatabase(sample);
     std::string good = bytesOf(sample);
@@ -417,8 +388,7 @@ TEST_F(HADLPersistenceTest, LoadOfFewBytesOrOtherWordSizeKeepsDatabase)
     EXPECT_EQ(bytesOf(db), before);
 }
 
-TEST_F(HADLPersistenceTest, TruncatedArchiveFailsWithTablesPartlyFilled)
-{
+TEST_F(HADLPersistenceTest, TruncatedArchiveFailsWithTablesPartlyFilled) {
     HADLDatabase sample;
     fillSampleDatabase(sample);
     std::string good = bytesOf(sample);
@@ -434,12 +404,10 @@ TEST_F(HADLPersistenceTest, TruncatedArchiveFailsWithTablesPartlyFilled)
 // A text length that claims more than the archive holds, in the middle of a table: the
 // texts before it are kept, in one block with the table, and the tables finished before
 // are indexed. Clearing the table afterwards keeps the old texts readable.
-TEST_F(HADLPersistenceTest, DamagedTextKeepsTheTextsBeforeIt)
-{
+TEST_F(HADLPersistenceTest, DamagedTextKeepsTheTextsBeforeIt) {
     HADLDatabase sample;
     sample.fileNames.insert("f.v");
-    for (int i = 0; i < 5; ++i)
-        sample.objNames.insert(("obj" + std::to_string(i)).c_str());
+    for (int i = 0; i < 5; ++i) sample.objNames.insert(("obj" + std::to_string(i)).c_str());
     std::string bytes = bytesOf(sample);
     const std::size_t third = bytes.find("obj2") - 8;
     ASSERT_EQ(bytes[third], 4);
@@ -457,8 +425,7 @@ TEST_F(HADLPersistenceTest, DamagedTextKeepsTheTextsBeforeIt)
     EXPECT_STREQ(kept, "obj1");
 }
 
-TEST_F(HADLPersistenceTest, EveryTruncationFails)
-{
+TEST_F(HADLPersistenceTest, EveryTruncationFails) {
     HADLDatabase sample;
     fillSampleDatabase(sample);
     std::string good = bytesOf(sample);
@@ -470,8 +437,7 @@ TEST_F(HADLPersistenceTest, EveryTruncationFails)
     }
 }
 
-TEST_F(HADLPersistenceTest, DamagedBytesNeverCrash)
-{
+TEST_F(HADLPersistenceTest, DamagedBytesNeverCrash) {
     HADLDatabase sample;
     fillSampleDatabase(sample);
     std::string good = bytesOf(sample);
@@ -495,21 +461,18 @@ TEST_F(HADLPersistenceTest, DamagedBytesNeverCrash)
     EXPECT_GT(loaded, 0);
 }
 
-TEST_F(HADLPersistenceTest, RandomBytesFail)
-{
+TEST_F(HADLPersistenceTest, RandomBytesFail) {
     std::mt19937 random(12345);
     for (int round = 0; round < 200; ++round) {
         std::string bytes(1 + random() % 4096, '\0');
-        for (char& c : bytes)
-            c = static_cast<char>(random());
+        for (char& c : bytes) c = static_cast<char>(random());
         writeBytes(path("random.bin"), bytes);
         HADLDatabase db;
         EXPECT_EQ(HADLDatabaseAPI(db).load(path("random.bin")), -1);
     }
 }
 
-TEST_F(HADLPersistenceTest, HugeClaimedLengthsFailWithoutAllocating)
-{
+TEST_F(HADLPersistenceTest, HugeClaimedLengthsFailWithoutAllocating) {
     HADLDatabase sample;
     sample.fileNames.insert("a");
     std::string good = bytesOf(sample);
@@ -524,8 +487,7 @@ TEST_F(HADLPersistenceTest, HugeClaimedLengthsFailWithoutAllocating)
     EXPECT_EQ(HADLDatabaseAPI(db).load(path("huge.bin")), -1);
 }
 
-TEST_F(HADLPersistenceTest, SerializeThenDeserializeConsumesObject)
-{
+TEST_F(HADLPersistenceTest, SerializeThenDeserializeConsumesObject) {
     HADLDatabase original;
     fillSampleDatabase(original);
     ASSERT_EQ(HADLDatabaseConstAPI(original).serialize(shmName_), 0);
@@ -547,8 +509,7 @@ TEST_F(HADLPersistenceTest, SerializeThenDeserializeConsumesObject)
     EXPECT_EQ(bytesOf(db).size(), bytesOf(original).size());
 }
 
-TEST_F(HADLPersistenceTest, SlashedAndPlainNamesMeanTheSameObject)
-{
+TEST_F(HADLPersistenceTest, SlashedAndPlainNamesMeanTheSameObject) {
     HADLDatabase original;
     original.addMacro("M", "1");
     ASSERT_EQ(HADLDatabaseConstAPI(original).serialize("/" + shmName_), 0);
@@ -558,8 +519,7 @@ TEST_F(HADLPersistenceTest, SlashedAndPlainNamesMeanTheSameObject)
     EXPECT_FALSE(shmExists("/" + shmName_));
 }
 
-TEST_F(HADLPersistenceTest, SerializeReplacesExistingObject)
-{
+TEST_F(HADLPersistenceTest, SerializeReplacesExistingObject) {
     writeShm(std::string(100000, 'x'));
     HADLDatabase original;
     original.addNonHdlModule("ip");
@@ -569,8 +529,7 @@ TEST_F(HADLPersistenceTest, SerializeReplacesExistingObject)
     EXPECT_EQ(db.nonHdlModuleNames.find("ip"), 1u);
 }
 
-TEST_F(HADLPersistenceTest, DeserializeOfMissingObjectFails)
-{
+TEST_F(HADLPersistenceTest, DeserializeOfMissingObjectFails) {
     HADLDatabase db;
     fillMarker(db);
     std::string before = bytesOf(db);
@@ -578,8 +537,7 @@ TEST_F(HADLPersistenceTest, DeserializeOfMissingObjectFails)
     EXPECT_EQ(bytesOf(db), before);
 }
 
-TEST_F(HADLPersistenceTest, FailedDeserializeConsumesObject)
-{
+TEST_F(HADLPersistenceTest, FailedDeserializeConsumesObject) {
     HADLDatabase db;
     fillMarker(db);
     std::string before = bytesOf(db);

@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-TEST(HADLStringIndexTable, NewTableHasOnlyReservedSlot)
-{
+TEST(HADLStringIndexTable, NewTableHasOnlyReservedSlot) {
     HADLStringIndexTable t;
     EXPECT_EQ(t.size(), 1u);
     EXPECT_EQ(t.find("a"), 0u);
@@ -16,8 +15,7 @@ TEST(HADLStringIndexTable, NewTableHasOnlyReservedSlot)
     EXPECT_STREQ(t.getString(0), "");
 }
 
-TEST(HADLStringIndexTable, InsertInternsAndKeepsFirstId)
-{
+TEST(HADLStringIndexTable, InsertInternsAndKeepsFirstId) {
     HADLStringIndexTable t;
     EXPECT_EQ(t.insert("a"), 1u);
     EXPECT_EQ(t.insert("b"), 2u);
@@ -28,8 +26,7 @@ TEST(HADLStringIndexTable, InsertInternsAndKeepsFirstId)
     EXPECT_TRUE(t.contains("a"));
 }
 
-TEST(HADLStringIndexTable, OwnsPrivateCopies)
-{
+TEST(HADLStringIndexTable, OwnsPrivateCopies) {
     HADLStringIndexTable t;
     char buffer[] = "name";
     unsigned id = t.insert(buffer);
@@ -39,16 +36,14 @@ TEST(HADLStringIndexTable, OwnsPrivateCopies)
     EXPECT_EQ(t.find("xame"), 0u);
 }
 
-TEST(HADLStringIndexTable, GetStringPastEndIsEmpty)
-{
+TEST(HADLStringIndexTable, GetStringPastEndIsEmpty) {
     HADLStringIndexTable t;
     t.insert("a");
     EXPECT_STREQ(t.getString(2), "");
     EXPECT_STREQ(t.getString(~0u), "");
 }
 
-TEST(HADLStringIndexTable, ClearRestartsIdsAndKeepsOldTextsReadable)
-{
+TEST(HADLStringIndexTable, ClearRestartsIdsAndKeepsOldTextsReadable) {
     HADLStringIndexTable t;
     t.insert("x");
     const char* old = t.getString(t.insert("y"));
@@ -59,8 +54,7 @@ TEST(HADLStringIndexTable, ClearRestartsIdsAndKeepsOldTextsReadable)
     EXPECT_STREQ(old, "y");
 }
 
-TEST(HADLStringIndexTable, RebuildIndexGivesLaterIdOfEqualTexts)
-{
+TEST(HADLStringIndexTable, RebuildIndexGivesLaterIdOfEqualTexts) {
     HADLStringIndexTable t;
     t.appendRaw("dup", 3);
     t.appendRaw("other", 5);
@@ -70,16 +64,14 @@ TEST(HADLStringIndexTable, RebuildIndexGivesLaterIdOfEqualTexts)
     EXPECT_EQ(t.find("other"), 2u);
 }
 
-TEST(HADLStringIndexTable, IndexUsesStringByteHash)
-{
+TEST(HADLStringIndexTable, IndexUsesStringByteHash) {
     HADLStringIndexTable t;
     t.insert("module_name");
     const char* key = t.getString(1);
     EXPECT_EQ(t.index.hash_function()(key), std::hash<std::string>()("module_name"));
 }
 
-TEST(HADLStringIndexTable, CopyIsDeepAndIndexed)
-{
+TEST(HADLStringIndexTable, CopyIsDeepAndIndexed) {
     HADLStringIndexTable a;
     a.insert("p");
     a.insert("q");
@@ -96,19 +88,15 @@ TEST(HADLStringIndexTable, CopyIsDeepAndIndexed)
     EXPECT_EQ(c.find("p"), 1u);
 }
 
-TEST(HADLStringIndexTable, ManyEntriesStayFindable)
-{
+TEST(HADLStringIndexTable, ManyEntriesStayFindable) {
     HADLStringIndexTable t;
-    for (int i = 0; i < 5000; ++i)
-        ASSERT_EQ(t.insert(("n" + std::to_string(i)).c_str()), unsigned(i + 1));
-    for (int i = 0; i < 5000; ++i)
-        ASSERT_EQ(t.find(("n" + std::to_string(i)).c_str()), unsigned(i + 1));
+    for (int i = 0; i < 5000; ++i) ASSERT_EQ(t.insert(("n" + std::to_string(i)).c_str()), unsigned(i + 1));
+    for (int i = 0; i < 5000; ++i) ASSERT_EQ(t.find(("n" + std::to_string(i)).c_str()), unsigned(i + 1));
 }
 
 // The index grows several times and the rebuild enters its texts in batches; equal texts
 // at ids far apart must still give the later id, whatever batch each falls in.
-TEST(HADLStringIndexTable, RebuildOverManyBatchesKeepsLaterOfEqualTexts)
-{
+TEST(HADLStringIndexTable, RebuildOverManyBatchesKeepsLaterOfEqualTexts) {
     HADLStringIndexTable t;
     const int distinct = 3000;
     for (int round = 0; round < 2; ++round)
@@ -118,8 +106,7 @@ TEST(HADLStringIndexTable, RebuildOverManyBatchesKeepsLaterOfEqualTexts)
         }
     t.rebuildIndex();
     EXPECT_EQ(t.index.size(), unsigned(distinct));
-    for (int i = 0; i < distinct; ++i)
-        ASSERT_EQ(t.find(("t" + std::to_string(i)).c_str()), unsigned(distinct + i + 1));
+    for (int i = 0; i < distinct; ++i) ASSERT_EQ(t.find(("t" + std::to_string(i)).c_str()), unsigned(distinct + i + 1));
     EXPECT_EQ(t.find("t"), 0u);
     EXPECT_EQ(t.find("t3000"), 0u);
     EXPECT_EQ(t.insert("t7"), unsigned(distinct + 8));
@@ -128,32 +115,26 @@ TEST(HADLStringIndexTable, RebuildOverManyBatchesKeepsLaterOfEqualTexts)
 
 // Texts that hash alike in their low bits share probe runs; each must stay findable, and
 // an absent text that lands in the same run must not be found.
-TEST(HADLStringIndexTable, TextsInOneProbeRunStayApart)
-{
+TEST(HADLStringIndexTable, TextsInOneProbeRunStayApart) {
     HADLStringIndexTable t;
     const HADLCStrHash hash;
     const std::size_t bits = hash("anchor") & 15;
     std::vector<std::string> sameRun;
     for (int i = 0; sameRun.size() < 6; ++i) {
         std::string text = "k" + std::to_string(i);
-        if ((hash(text.c_str()) & 15) == bits)
-            sameRun.push_back(text);
+        if ((hash(text.c_str()) & 15) == bits) sameRun.push_back(text);
     }
-    for (const std::string& text : sameRun)
-        t.insert(text.c_str());
-    for (std::size_t i = 0; i < sameRun.size(); ++i)
-        EXPECT_EQ(t.find(sameRun[i].c_str()), unsigned(i + 1));
+    for (const std::string& text : sameRun) t.insert(text.c_str());
+    for (std::size_t i = 0; i < sameRun.size(); ++i) EXPECT_EQ(t.find(sameRun[i].c_str()), unsigned(i + 1));
     EXPECT_EQ(t.find("anchor"), 0u);
 }
 
 // Enough entries that the index outgrows the heap and moves to memory of its own, through
 // several rehashes; a copy and a rebuild see the same ids.
-TEST(HADLStringIndexTable, LargeTableFindsEveryTextAfterGrowing)
-{
+TEST(HADLStringIndexTable, LargeTableFindsEveryTextAfterGrowing) {
     HADLStringIndexTable t;
     const unsigned count = 70000;
-    for (unsigned i = 0; i < count; ++i)
-        ASSERT_EQ(t.insert(("name_" + std::to_string(i)).c_str()), i + 1);
+    for (unsigned i = 0; i < count; ++i) ASSERT_EQ(t.insert(("name_" + std::to_string(i)).c_str()), i + 1);
     HADLStringIndexTable copy(t);
     t.rebuildIndex();
     for (unsigned i = 0; i < count; i += 7) {
@@ -165,8 +146,7 @@ TEST(HADLStringIndexTable, LargeTableFindsEveryTextAfterGrowing)
     EXPECT_EQ(t.index.size(), count);
 }
 
-TEST(HADLStringMatchTable, LatestSpellingWinsNoCaseLookup)
-{
+TEST(HADLStringMatchTable, LatestSpellingWinsNoCaseLookup) {
     HADLStringMatchTable t;
     EXPECT_EQ(t.insert("Foo"), 1u);
     EXPECT_EQ(t.insert("FOO"), 2u);
@@ -180,8 +160,7 @@ TEST(HADLStringMatchTable, LatestSpellingWinsNoCaseLookup)
     EXPECT_FALSE(t.containsNoCase("fooo"));
 }
 
-TEST(HADLStringMatchTable, NoCaseHashFoldsBytes)
-{
+TEST(HADLStringMatchTable, NoCaseHashFoldsBytes) {
     HADLStringMatchTable t;
     t.insert("IEEE");
     EXPECT_EQ(t.noCaseIndex.hash_function()("IEEE"), std::hash<std::string>()("ieee"));
@@ -189,8 +168,7 @@ TEST(HADLStringMatchTable, NoCaseHashFoldsBytes)
     EXPECT_FALSE(t.noCaseIndex.key_eq()("Std", "Std_"));
 }
 
-TEST(HADLStringMatchTable, RebuildIndexUsesIdOrder)
-{
+TEST(HADLStringMatchTable, RebuildIndexUsesIdOrder) {
     HADLStringMatchTable t;
     t.insert("Work");
     t.insert("WORK");
@@ -201,8 +179,7 @@ TEST(HADLStringMatchTable, RebuildIndexUsesIdOrder)
     EXPECT_EQ(t.find("Work"), 1u);
 }
 
-TEST(HADLStringMatchTable, ClearLeavesNoCaseIndexAlone)
-{
+TEST(HADLStringMatchTable, ClearLeavesNoCaseIndexAlone) {
     HADLStringMatchTable t;
     t.insert("Lib");
     t.clear();
@@ -210,8 +187,7 @@ TEST(HADLStringMatchTable, ClearLeavesNoCaseIndexAlone)
     EXPECT_EQ(t.findNoCase("lib"), 1u);
 }
 
-TEST(HADLStringMatchTable, CopyRebuildsBothIndices)
-{
+TEST(HADLStringMatchTable, CopyRebuildsBothIndices) {
     HADLStringMatchTable a;
     a.insert("Std");
     a.insert("IEEE");
@@ -223,8 +199,7 @@ TEST(HADLStringMatchTable, CopyRebuildsBothIndices)
     EXPECT_EQ(c.findNoCase("STD"), 1u);
 }
 
-TEST(HADLStringMatchTable, VirtualDispatchThroughBase)
-{
+TEST(HADLStringMatchTable, VirtualDispatchThroughBase) {
     HADLStringMatchTable t;
     HADLStringIndexTable& base = t;
     base.insert("Abc");

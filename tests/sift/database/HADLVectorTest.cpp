@@ -5,8 +5,7 @@
 #include <cstring>
 #include <string>
 
-TEST(HADLVectorForIndexing, StartsWithReservedSlotAndClearRestoresIt)
-{
+TEST(HADLVectorForIndexing, StartsWithReservedSlotAndClearRestoresIt) {
     HADLVectorForIndexing<int> v;
     ASSERT_EQ(v.size(), 1u);
     EXPECT_EQ(v.at(0), 0);
@@ -16,8 +15,7 @@ TEST(HADLVectorForIndexing, StartsWithReservedSlotAndClearRestoresIt)
     EXPECT_EQ(v[0], 0);
 }
 
-TEST(HADLVectorForTuple, IsPlainListFromIndexZero)
-{
+TEST(HADLVectorForTuple, IsPlainListFromIndexZero) {
     HADLVectorForTuple<unsigned> v;
     EXPECT_TRUE(v.empty());
     v.push_back(7);
@@ -26,8 +24,7 @@ TEST(HADLVectorForTuple, IsPlainListFromIndexZero)
     EXPECT_EQ(v[0], 9u);
 }
 
-TEST(HADLVectorForTuple, OutOfRangePrintsAndThrowsBareText)
-{
+TEST(HADLVectorForTuple, OutOfRangePrintsAndThrowsBareText) {
     HADLVectorForTuple<unsigned> v(3);
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
@@ -45,8 +42,7 @@ TEST(HADLVectorForTuple, OutOfRangePrintsAndThrowsBareText)
     EXPECT_FALSE(err.empty());
 }
 
-TEST(HADLVectorForTuple, OutOfRangeOnEmptyAndConst)
-{
+TEST(HADLVectorForTuple, OutOfRangeOnEmptyAndConst) {
     const HADLVectorForTuple<int> v;
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();

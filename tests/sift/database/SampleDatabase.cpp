@@ -1,7 +1,6 @@
 #include "SampleDatabase.h"
 
-void fillSampleDatabase(HADLDatabase& db)
-{
+void fillSampleDatabase(HADLDatabase& db) {
     db.setDefaultLibrary("work");
     db.options.ignoreTranslateOff = true;
     db.options.strictVhdlLibSearchOrder = true;

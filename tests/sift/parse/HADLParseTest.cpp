@@ -30,15 +30,14 @@ protected:
 
     // Writes the file and enters it in the project and, unless it is a standard
     // library source, in the parse order.
-    unsigned add(const std::string& name, const std::string& text, unsigned lang,
-                 const std::string& library = "work") {
+    unsigned add(const std::string& name, const std::string& text, unsigned lang, const std::string& library = "work") {
         dir.write(name, text);
         unsigned id = sifter.insertFileName(dir.path() + "/" + name, lang, library);
         sifter.parseOrder.push_back(id);
         return id;
     }
-    void addRawUnit(const std::string& library, const std::string& primary,
-                    const std::string& secondary, std::vector<unsigned> fileIds) {
+    void addRawUnit(const std::string& library, const std::string& primary, const std::string& secondary,
+                    std::vector<unsigned> fileIds) {
         HADLDatabase::RUnitAttr unit;
         unit.libId = sifter.objNames.insert(library.c_str());
         unit.primaryId = sifter.objNames.insert(primary.c_str());
@@ -95,7 +94,7 @@ TEST_F(ParseTest, StrictSearchOrderAnnouncesToVerilogOnly) {
 }
 
 TEST_F(ParseTest, LanguageCodeChoosesFrontEnd) {
-    HADLParse::analyzeFile("", "x", 0);  // code 0 counts as VHDL
+    HADLParse::analyzeFile("", "x", 0); // code 0 counts as VHDL
     dir.write("top_bit.v", "module top_bit; endmodule\n");
     HADLParse::analyzeFile(dir.path() + "/top_bit.v", "v", 0x80000002u);
     dir.write("e.vhd", "entity e is end entity;\n");
@@ -114,7 +113,7 @@ TEST_F(ParseTest, SkipsStandardDisabledAndIncludeFiles) {
     add("inc.vh", "module from_include; endmodule\n", 14);
     add("on.v", "module enabled_one; endmodule\n", 2);
     parse();
-    EXPECT_FALSE(hasModule("std", "in_std_list"));  // not in stdLibFileIds: never analysed
+    EXPECT_FALSE(hasModule("std", "in_std_list")); // not in stdLibFileIds: never analysed
     EXPECT_FALSE(hasModule("work", "disabled_one"));
     EXPECT_FALSE(hasModule("work", "from_include"));
     EXPECT_TRUE(hasModule("work", "enabled_one"));
@@ -123,9 +122,8 @@ TEST_F(ParseTest, SkipsStandardDisabledAndIncludeFiles) {
 
 TEST_F(ParseTest, StandardSourcesFirstWithoutProjectMacrosOrIncludes) {
     dir.write("inc/defs.vh", "`define FROM_INCLUDE\n");
-    dir.write("stdlib.sv",
-              "`ifdef PROJECT_MACRO\nmodule std_saw_macro; endmodule\n"
-              "`else\nmodule std_without_macro; endmodule\n`endif\n");
+    dir.write("stdlib.sv", "`ifdef PROJECT_MACRO\nmodule std_saw_macro; endmodule\n"
+                           "`else\nmodule std_without_macro; endmodule\n`endif\n");
     unsigned stdId = sifter.insertFileName(dir.path() + "/stdlib.sv", 5, "std");
     sifter.fileAttrs.at(stdId).isStdVhdl = true;
     sifter.stdLibFileIds.push_back(stdId);
@@ -152,7 +150,7 @@ TEST_F(ParseTest, ProjectMessagesCapturedStandardLibraryMessagesNot) {
     unsigned good = add("good.vhd", "entity good is end entity;\n", 9);
     unsigned bad = add("bad.vhd", "entity bad is\nport (a : in bit\nend entity;\n", 9);
     parse();
-    EXPECT_EQ(hdl::Message::GetCallBackMsg(), nullptr);  // the capture is gone again
+    EXPECT_EQ(hdl::Message::GetCallBackMsg(), nullptr); // the capture is gone again
     ASSERT_GT(sifter.fileMsgs.size(), bad);
     EXPECT_TRUE(sifter.fileMsgs.at(stdId).empty());
     bool badHasError = false;
@@ -193,7 +191,7 @@ TEST_F(ParseTest, DuplicateRecordsPerFileWithLines) {
     addRawUnit("work", "single", "", {f1});
     addRawUnit("work", "dup", "", {0, f1, off});
     parse();
-    ASSERT_EQ(sifter.duplicateAttrs.size(), 4u);  // slot 0 and three records
+    ASSERT_EQ(sifter.duplicateAttrs.size(), 4u); // slot 0 and three records
     const auto& r0 = sifter.duplicateAttrs.at(1);
     const auto& r1 = sifter.duplicateAttrs.at(2);
     const auto& r2 = sifter.duplicateAttrs.at(3);
@@ -263,7 +261,7 @@ TEST_F(ParseTest, BundledStandardLibrariesAnalyseWithoutErrors) {
         hdl::Message::ClearErrorCount();
         for (unsigned id : project.stdLibFileIds) {
             const std::string path = project.fileNames.getString(id);
-            if (path.find("uvm_1.2") != std::string::npos) continue;  // not bundled
+            if (path.find("uvm_1.2") != std::string::npos) continue; // not bundled
             const uint32_t before = hdl::Message::ErrorCount();
             HADLParse::analyzeFile(path, project.objNames.getString(project.fileAttrs.at(id).libId),
                                    project.fileAttrs.at(id).lang);
@@ -310,7 +308,7 @@ TEST_F(ParseTest, EveryIeeePackageOfTheEditionIsThere) {
     HADLParse(level1).doParse();
     testing::internal::GetCapturedStdout();
     for (const auto& msg : level1.fileMsgs.at(good93)) EXPECT_NE(msg.type, 1u);
-    ASSERT_EQ(level1.fileMsgs.at(bad93).size(), 2u);  // the announcement and the error
+    ASSERT_EQ(level1.fileMsgs.at(bad93).size(), 2u); // the announcement and the error
     EXPECT_EQ(level1.fileMsgs.at(bad93)[1].type, 1u);
     EXPECT_EQ(level1.fileMsgs.at(bad93)[1].line, 2u);
 }

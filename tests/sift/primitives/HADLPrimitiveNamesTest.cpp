@@ -21,8 +21,8 @@ TEST(PrimitiveTableTest, RowsAreUniqueUpperCaseCellNames) {
         EXPECT_TRUE(seen.insert(name).second) << "duplicate row " << name;
         ASSERT_FALSE(name.empty());
         for (char c : name) {
-            EXPECT_TRUE(std::isupper(static_cast<unsigned char>(c)) ||
-                        std::isdigit(static_cast<unsigned char>(c)) || c == '_')
+            EXPECT_TRUE(std::isupper(static_cast<unsigned char>(c)) || std::isdigit(static_cast<unsigned char>(c)) ||
+                        c == '_')
                 << name;
         }
     }
@@ -31,7 +31,7 @@ TEST(PrimitiveTableTest, RowsAreUniqueUpperCaseCellNames) {
 TEST(PrimitiveTableTest, FillsTableInRowOrder) {
     HADLPrimitiveNames names;
     names.addNamesFromTable();
-    ASSERT_EQ(names.size(), hadlPrimitiveTableSize + 1);  // slot 0 stays reserved
+    ASSERT_EQ(names.size(), hadlPrimitiveTableSize + 1); // slot 0 stays reserved
     EXPECT_EQ(names.find(hadlPrimitiveTable[0]), 1u);
     EXPECT_EQ(names.find(hadlPrimitiveTable[hadlPrimitiveTableSize - 1]), hadlPrimitiveTableSize);
     // Cells of several families of the target.
@@ -51,12 +51,11 @@ protected:
 };
 
 TEST_F(XmlNamesTest, TakesFirstModuleOfEachLineInFileCase) {
-    names.addNamesFromXml(describe(
-        "<tessel_ip>\n"
-        "  <module name=\"Ram_A\"/> <module name=\"ram_b\"/>\n"
-        "\n"
-        "  <module   name =  \"fifo_x\" source=\"f.sv\">\n"
-        "</tessel_ip>\n"));
+    names.addNamesFromXml(describe("<tessel_ip>\n"
+                                   "  <module name=\"Ram_A\"/> <module name=\"ram_b\"/>\n"
+                                   "\n"
+                                   "  <module   name =  \"fifo_x\" source=\"f.sv\">\n"
+                                   "</tessel_ip>\n"));
     EXPECT_EQ(names.size(), 3u);
     EXPECT_EQ(names.find("Ram_A"), 1u);
     EXPECT_EQ(names.find("fifo_x"), 2u);
@@ -71,32 +70,32 @@ TEST_F(XmlNamesTest, NameEndsAtFirstDot) {
 }
 
 TEST_F(XmlNamesTest, NeedsWordStartBlanksAndQuotes) {
-    const std::string path = describe(
-        "<submodule name=\"sub\"/>\n"
-        "<modulename=\"glued\"/>\n"
-        "<module name='single'/>\n"
-        "<module name=\"\"/>\n"
-        "<module name=\".hidden\"/>\n");
+    const std::string path = describe("<submodule name=\"sub\"/>\n"
+                                      "<modulename=\"glued\"/>\n"
+                                      "<module name='single'/>\n"
+                                      "<module name=\"\"/>\n"
+                                      "<module name=\".hidden\"/>\n");
     testing::internal::CaptureStdout();
     names.addNamesFromXml(path);
     const std::string said = testing::internal::GetCapturedStdout();
     EXPECT_EQ(names.size(), 1u);
     // Module elements the reader cannot name are reported by line.
     const std::string prefix = "Macro library description " + path;
-    EXPECT_EQ(said, prefix + ":3: module element without a name in double quotes\n" +
-                        prefix + ":4: module element without a name in double quotes\n" +
-                        prefix + ":5: module element without a name in double quotes\n" +
-                        prefix + " names no module\n");
+    EXPECT_EQ(said, prefix + ":3: module element without a name in double quotes\n" + prefix +
+                        ":4: module element without a name in double quotes\n" + prefix +
+                        ":5: module element without a name in double quotes\n" + prefix + " names no module\n");
 }
 
 TEST_F(XmlNamesTest, UnreadableFileAddsNothingAndSaysSo) {
     testing::internal::CaptureStdout();
     names.addNamesFromXml(data.path() + "/missing.xml");
-    names.addNamesFromXml(data.path());  // a directory
+    names.addNamesFromXml(data.path()); // a directory
     const std::string said = testing::internal::GetCapturedStdout();
     EXPECT_EQ(names.size(), 1u);
-    EXPECT_EQ(said, "Macro library description " + data.path() + "/missing.xml cannot be read\n"
-                    "Macro library description " + data.path() + " cannot be read\n");
+    EXPECT_EQ(said, "Macro library description " + data.path() +
+                        "/missing.xml cannot be read\n"
+                        "Macro library description " +
+                        data.path() + " cannot be read\n");
 }
 
 TEST_F(XmlNamesTest, WellFormedDescriptionIsQuiet) {
@@ -146,33 +145,29 @@ TEST(TesselNamesTest, BundledMacroLibraryNamesEveryModuleQuietly) {
     names.addNamesFromTessel();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_EQ(names.size(), 7u);
-    for (const char* module : {"tessel_ram_sp", "tessel_ram_sdp", "tessel_fifo_sync",
-                               "tessel_fifo_async", "tessel_cdc_sync", "tessel_cdc_pulse"})
+    for (const char* module : {"tessel_ram_sp", "tessel_ram_sdp", "tessel_fifo_sync", "tessel_fifo_async",
+                               "tessel_cdc_sync", "tessel_cdc_pulse"})
         EXPECT_TRUE(names.contains(module)) << module;
 }
 
-const char* const kComponentPackage =
-    "package vcomponents is\n"
-    "  component foo_cell\n"
-    "    port (a : in bit; y : out bit);\n"
-    "  end component;\n"
-    "  component Bar_Cell is\n"
-    "  end component;\n"
-    "end package vcomponents;\n";
+const char* const kComponentPackage = "package vcomponents is\n"
+                                      "  component foo_cell\n"
+                                      "    port (a : in bit; y : out bit);\n"
+                                      "  end component;\n"
+                                      "  component Bar_Cell is\n"
+                                      "  end component;\n"
+                                      "end package vcomponents;\n";
 
 TEST(VhdlPackageNamesTest, ComponentsOfPrimitiveLibrariesInUpperCase) {
     hdl::vhdl_file::Reset();
     hdl::vhdl_file::AnalyzeText(kComponentPackage, "lathe.vhd", "lathe", hdl::VHDL_93);
-    hdl::vhdl_file::AnalyzeText(
-        "package p is component mortise_cell end component; end package;\n",
-        "mortise.vhd", "mortise", hdl::VHDL_93);
+    hdl::vhdl_file::AnalyzeText("package p is component mortise_cell end component; end package;\n", "mortise.vhd",
+                                "mortise", hdl::VHDL_93);
     // Other libraries, also ones whose name only differs in case, contribute nothing.
-    hdl::vhdl_file::AnalyzeText(
-        "package q is component user_cell end component; end package;\n",
-        "user.vhd", "work", hdl::VHDL_93);
-    hdl::vhdl_file::AnalyzeText(
-        "package r is component lathe2_cell end component; end package;\n",
-        "lathe2.vhd", "lathe2", hdl::VHDL_93);
+    hdl::vhdl_file::AnalyzeText("package q is component user_cell end component; end package;\n", "user.vhd", "work",
+                                hdl::VHDL_93);
+    hdl::vhdl_file::AnalyzeText("package r is component lathe2_cell end component; end package;\n", "lathe2.vhd",
+                                "lathe2", hdl::VHDL_93);
 
     HADLPrimitiveNames names;
     names.addNamesFromVhdlPkgs();
@@ -215,14 +210,13 @@ TEST(PrimitiveNamesSingletonTest, FilledOnceAtFirstUse) {
 
     HADLPrimitiveNames& first = HADLPrimitiveNames::getPrimitiveNames();
     const unsigned size = first.size();
-    EXPECT_EQ(size, hadlPrimitiveTableSize + 1 + 3);  // table, two components, one macro
+    EXPECT_EQ(size, hadlPrimitiveTableSize + 1 + 3); // table, two components, one macro
     // Table rows first, then components, then the macro library.
     EXPECT_EQ(first.find("FOO_CELL"), hadlPrimitiveTableSize + 1);
     EXPECT_EQ(first.find("late_macro"), hadlPrimitiveTableSize + 3);
 
-    hdl::vhdl_file::AnalyzeText(
-        "package more is component new_cell end component; end package;\n",
-        "more.vhd", "mortise", hdl::VHDL_93);
+    hdl::vhdl_file::AnalyzeText("package more is component new_cell end component; end package;\n", "more.vhd",
+                                "mortise", hdl::VHDL_93);
     HADLPrimitiveNames& second = HADLPrimitiveNames::getPrimitiveNames();
     EXPECT_EQ(&first, &second);
     EXPECT_EQ(second.size(), size);

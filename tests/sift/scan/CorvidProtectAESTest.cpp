@@ -22,8 +22,8 @@ std::string hex(const unsigned char* bytes, size_t n) {
 
 // One block through `openssl enc -aes-256-cbc -nopad` with the object's key and vector.
 std::string opensslBlock(const CorvidProtectAES& aes, const std::string& block) {
-    std::string command = "printf '" + block + "' | openssl enc -aes-256-cbc -nopad -K " + hex(aes.key, 32) +
-                          " -iv " + hex(aes.iv, 16);
+    std::string command =
+        "printf '" + block + "' | openssl enc -aes-256-cbc -nopad -K " + hex(aes.key, 32) + " -iv " + hex(aes.iv, 16);
     FILE* p = popen(command.c_str(), "r");
     std::string out;
     char buf[64];
@@ -38,7 +38,7 @@ TEST(CorvidProtectAES, EachBlockStandsByItself) {
     CorvidProtectAES aes;
     EXPECT_EQ(aes.GetBlockSize(), 16u);
     const std::string a = "0123456789abcdef";
-    const std::string data = a + a + "tail0123";  // 40 bytes: two blocks and 8 more
+    const std::string data = a + a + "tail0123"; // 40 bytes: two blocks and 8 more
     char out[40];
     std::memset(out, '#', sizeof out);
     EXPECT_EQ(aes.encrypt(data.data(), out, 40), 40u);

@@ -197,8 +197,7 @@ TEST_F(ConfigureTest, AliasWithDanglingListIdThrows) {
     s.fileAttrs.at(v).incDirListId = 77;
     testing::internal::CaptureStdout();
     EXPECT_ANY_THROW(s.configure());
-    EXPECT_NE(testing::internal::GetCapturedStdout().find("Out of range access at "),
-              std::string::npos);
+    EXPECT_NE(testing::internal::GetCapturedStdout().find("Out of range access at "), std::string::npos);
 }
 
 TEST(CrashHookTest, SerializesWithErrElevenOnlyWhenNamed) {

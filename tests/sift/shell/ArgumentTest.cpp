@@ -71,7 +71,7 @@ TEST_F(ArgumentTest, FlagTakesNoValueUnlessBuiltForIt) {
     EXPECT_EQ(cmd.BoolValue("tf"), 1);
     EXPECT_EQ(cmd.Find("tf")->BoolText(), nullptr);
     ASSERT_EQ(parse({"tst"}), 1);
-    EXPECT_EQ(cmd.BoolValue("tf"), 1);  // the default
+    EXPECT_EQ(cmd.BoolValue("tf"), 1); // the default
     EXPECT_EQ(cmd.BoolValue("flag"), 0);
 }
 

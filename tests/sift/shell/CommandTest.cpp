@@ -86,8 +86,7 @@ TEST_F(CommandTest, WordWithoutPositionalArgumentIsRejected) {
 
 TEST_F(CommandTest, PositiveGroupAllowsOneMember) {
     EXPECT_EQ(parse(cmd, {"tst", "-print", "-parse"}), 0);
-    EXPECT_EQ(MessageRecorder::messages().back().text,
-              "tst: cannot set both options -parse and -print");
+    EXPECT_EQ(MessageRecorder::messages().back().text, "tst: cannot set both options -parse and -print");
     EXPECT_EQ(MessageRecorder::messages().back().id, "CMD-1007");
     EXPECT_EQ(parse(cmd, {"tst", "-parse", "-out", "d", "-incdir", "i"}), 1);
 }
@@ -165,15 +164,14 @@ TEST_F(CommandTest, NextCallClearsIsSetButKeepsValues) {
 
 TEST_F(CommandTest, UsageFormat) {
     cmd.Usage();
-    std::string expected =
-        "\"tst\" : a test command\n"
-        "    [-print_hier]    : <file>\n"
-        "    [-print]         : <file>\n"
-        "    [-parse]         : \n"
-        "    [-level <arg>]   : <n>\n"
-        "    [-out <arg>]     : <dir>\n"
-        "    [- <args>]       : <files>\n"
-        "    [-incdir <args>] : { <dirs> }\n";
+    std::string expected = "\"tst\" : a test command\n"
+                           "    [-print_hier]    : <file>\n"
+                           "    [-print]         : <file>\n"
+                           "    [-parse]         : \n"
+                           "    [-level <arg>]   : <n>\n"
+                           "    [-out <arg>]     : <dir>\n"
+                           "    [- <args>]       : <files>\n"
+                           "    [-incdir <args>] : { <dirs> }\n";
     EXPECT_EQ(MessageRecorder::all(), expected);
     for (const auto& m : MessageRecorder::messages()) EXPECT_EQ(m.type, MSG_NONE);
 }

@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
-#include <unistd.h>
 #include <stdexcept>
 #include <tcl.h>
+#include <unistd.h>
 
 #include "MessageRecorder.h"
 #include "runtime/LoomBackTrace.h"
@@ -23,12 +23,9 @@ protected:
     SfTest() : interp(Tcl_CreateInterp()) { registerCommands(interp); }
     ~SfTest() override { Tcl_DeleteInterp(interp); }
 
-    int sf(const std::string& args) {
-        return Tcl_Eval(interp, ("sf " + args).c_str());
-    }
+    int sf(const std::string& args) { return Tcl_Eval(interp, ("sf " + args).c_str()); }
     std::string lastError() const {
-        for (auto it = MessageRecorder::messages().rbegin(); it != MessageRecorder::messages().rend();
-             ++it) {
+        for (auto it = MessageRecorder::messages().rbegin(); it != MessageRecorder::messages().rend(); ++it) {
             if (it->type == hdl::MSG_ERROR) return it->text;
         }
         return "";
@@ -52,22 +49,54 @@ protected:
 
 TEST_F(SfTest, OptionTableOrderGroupsAndKinds) {
     HADLCmd cmd;
-    const char* expected[] = {
-        "help", "use_precompiled_std_libs", "skip_std_vhdl_libs", "ignore_translate_off", "load",
-        "save", "deserialize", "serialize", "add_v2k", "add_v2klib", "add_sv", "add_svlib",
-        "add_vhdl93", "add_vhdl08", "add_vhdl19", "skim", "sketch", "parse", "block_ranges",
-        "defref", "port_decls", "elab", "interface_info", "print_hier", "print", "dump_vrfcHier",
-        "verbosity", "elab_errors", "skipElabIfCrash", "hierByPassFlow", "elabSpecifiedTop",
-        "compile_dump", "outdir", "hierTree", "handleIPBDInactiveUnits", "enable_verilog_config",
-        "set_project_defaultlibrary", "strict_vhdl_lib_search_order", "enable_vhdl_2019",
-        "serialize_in_case_of_crash", "", "incdir"};
+    const char* expected[] = {"help",
+                              "use_precompiled_std_libs",
+                              "skip_std_vhdl_libs",
+                              "ignore_translate_off",
+                              "load",
+                              "save",
+                              "deserialize",
+                              "serialize",
+                              "add_v2k",
+                              "add_v2klib",
+                              "add_sv",
+                              "add_svlib",
+                              "add_vhdl93",
+                              "add_vhdl08",
+                              "add_vhdl19",
+                              "skim",
+                              "sketch",
+                              "parse",
+                              "block_ranges",
+                              "defref",
+                              "port_decls",
+                              "elab",
+                              "interface_info",
+                              "print_hier",
+                              "print",
+                              "dump_vrfcHier",
+                              "verbosity",
+                              "elab_errors",
+                              "skipElabIfCrash",
+                              "hierByPassFlow",
+                              "elabSpecifiedTop",
+                              "compile_dump",
+                              "outdir",
+                              "hierTree",
+                              "handleIPBDInactiveUnits",
+                              "enable_verilog_config",
+                              "set_project_defaultlibrary",
+                              "strict_vhdl_lib_search_order",
+                              "enable_vhdl_2019",
+                              "serialize_in_case_of_crash",
+                              "",
+                              "incdir"};
     ASSERT_EQ(cmd.Arguments().size(), sizeof expected / sizeof *expected);
     for (size_t i = 0; i < cmd.Arguments().size(); ++i) {
         const hdl::Argument& a = *cmd.Arguments()[i];
         EXPECT_EQ(a.name, expected[i]);
         EXPECT_TRUE(a.optional) << a.name;
-        const bool free = a.name == "help" || a.name == "outdir" || a.name == "incdir" ||
-                          a.name.empty();
+        const bool free = a.name == "help" || a.name == "outdir" || a.name == "incdir" || a.name.empty();
         EXPECT_EQ(a.group, free ? 0 : 1) << a.name;
     }
     EXPECT_EQ(cmd.Find("verbosity")->TypeCode(), hdl::INT_ARG);
@@ -85,8 +114,7 @@ TEST_F(SfTest, AbbreviationsOfTheRealTable) {
     EXPECT_TRUE(cmd.IsSet("sketch"));
     const char* ski[] = {"sf", "-ski"};
     EXPECT_EQ(cmd.ParseArgs(2, ski), 0);
-    EXPECT_EQ(lastError(),
-              "sf: ambiguous option -ski (possible options :  skip_std_vhdl_libs skim skipElabIfCrash)");
+    EXPECT_EQ(lastError(), "sf: ambiguous option -ski (possible options :  skip_std_vhdl_libs skim skipElabIfCrash)");
     const char* print[] = {"sf", "-print", "x"};
     ASSERT_EQ(cmd.ParseArgs(3, print), 1);
     EXPECT_TRUE(cmd.IsSet("print"));
@@ -272,8 +300,7 @@ protected:
 TEST_F(GuardTest, StandardExceptionIsPrintedWithoutTextAndRecordedWithIt) {
     testing::internal::CaptureStdout();
     HADLCmd::runGuarded(sifter, [](HADLSifter&) { throw std::runtime_error("disk on fire"); });
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "sifter: Caught exception executing TCL command: \n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "sifter: Caught exception executing TCL command: \n");
     auto [format, args] = lastRecord();
     EXPECT_EQ(format, "sifter: Caught exception executing TCL command: %s\n");
     EXPECT_EQ(args, std::vector<std::string>{"disk on fire"});
@@ -282,8 +309,7 @@ TEST_F(GuardTest, StandardExceptionIsPrintedWithoutTextAndRecordedWithIt) {
 TEST_F(GuardTest, OtherThrowsAreUnrecognized) {
     testing::internal::CaptureStdout();
     HADLCmd::runGuarded(sifter, [](HADLSifter&) { throw "out_of_range"; });
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "sifter: Caught unrecognized exception executing TCL command\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "sifter: Caught unrecognized exception executing TCL command\n");
     auto [format, args] = lastRecord();
     EXPECT_EQ(format, "sift: Caught unrecognized exception executing TCL command\n");
     EXPECT_TRUE(args.empty());
@@ -293,8 +319,7 @@ TEST_F(GuardTest, OtherThrowsAreUnrecognized) {
 // removed (see the persistence tests) reaches the guard, and the script goes on.
 TEST(SaveGuard, UnremovablePartialFileIsReportedByTheGuard) {
     const char* procFile = "/proc/self/clear_refs";
-    if (access(procFile, W_OK) != 0)
-        GTEST_SKIP() << procFile << " is not writable here";
+    if (access(procFile, W_OK) != 0) GTEST_SKIP() << procFile << " is not writable here";
     Tcl_Interp* interp = Tcl_CreateInterp();
     registerCommands(interp);
     HADLSifter& sifter = HADLSifter::instance();
@@ -308,8 +333,7 @@ TEST(SaveGuard, UnremovablePartialFileIsReportedByTheGuard) {
     ASSERT_NE(file, 0u);
     const auto& msgs = sifter.fileMsgs.at(file);
     ASSERT_EQ(msgs.size(), before + 1);
-    EXPECT_STREQ(sifter.fmtStrs.getString(msgs.back().fmtId),
-                 "sifter: Caught exception executing TCL command: %s\n");
+    EXPECT_STREQ(sifter.fmtStrs.getString(msgs.back().fmtId), "sifter: Caught exception executing TCL command: %s\n");
     ASSERT_EQ(msgs.back().args.size(), 1u);
     const std::string what = sifter.argStrs.getString(msgs.back().args[0]);
     EXPECT_NE(what.find("remove"), std::string::npos) << what;
@@ -321,8 +345,7 @@ TEST_F(GuardTest, FailedPhaseKeepsPhaseAndRunsAgain) {
     HADLCmd::runGuarded(sifter, [](HADLSifter& s) { s.runParse(); });
     std::string out = testing::internal::GetCapturedStdout();
     EXPECT_NE(out.find("Out of range access at "), std::string::npos) << out;
-    EXPECT_NE(out.find("sifter: Caught unrecognized exception executing TCL command\n"),
-              std::string::npos);
+    EXPECT_NE(out.find("sifter: Caught unrecognized exception executing TCL command\n"), std::string::npos);
     EXPECT_EQ(sifter.phase, 2u);
     EXPECT_FALSE(sifter.status.isParseDone);
     testing::internal::CaptureStdout();

@@ -21,7 +21,7 @@ namespace {
 
 struct Catalogued {
     const MessageCatalogue* catalogue;
-    const char* idPattern;  // how the ids of the catalogue are spelled
+    const char* idPattern; // how the ids of the catalogue are spelled
 };
 
 const std::vector<Catalogued>& allCatalogues() {

@@ -34,8 +34,8 @@ public:
     }
 
 private:
-    static void record(hdl::msg_type_t type, const char* id, const hdl::ColLineFile*,
-                       const char* format, va_list args) {
+    static void record(hdl::msg_type_t type, const char* id, const hdl::ColLineFile*, const char* format,
+                       va_list args) {
         char buffer[4096];
         std::vsnprintf(buffer, sizeof buffer, format, args);
         messages().push_back({type, id ? id : "", buffer});

@@ -6,11 +6,11 @@
 #include <fstream>
 #include <memory>
 #include <random>
-#include <string_view>
-#include <vector>
 #include <sstream>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 #include "SkimProject.h"
 #include "hdl/base/Message.h"
@@ -29,14 +29,14 @@ struct MessageCount {
     hdl::MsgCallBack previous = hdl::Message::GetCallBackMsg();
     MessageCount() {
         current = this;
-        hdl::Message::RegisterCallBackMsg([](hdl::msg_type_t, const char* id, const hdl::ColLineFile*,
-                                             const char* format, va_list args) {
-            ++current->seen;
-            current->ids.push_back(id ? id : "");
-            char text[512];
-            std::vsnprintf(text, sizeof text, format, args);
-            current->texts.push_back(text);
-        });
+        hdl::Message::RegisterCallBackMsg(
+            [](hdl::msg_type_t, const char* id, const hdl::ColLineFile*, const char* format, va_list args) {
+                ++current->seen;
+                current->ids.push_back(id ? id : "");
+                char text[512];
+                std::vsnprintf(text, sizeof text, format, args);
+                current->texts.push_back(text);
+            });
     }
     ~MessageCount() { hdl::Message::RegisterCallBackMsg(previous); }
     size_t of(const std::string& id) const { return size_t(std::count(ids.begin(), ids.end(), id)); }
@@ -141,8 +141,7 @@ TEST(InputChain, AnIncludeThatWillNotReadIsReportedOnce) {
     {
         std::ifstream probe(unreadable, std::ios::binary);
         char c;
-        if (!probe.is_open() || probe.read(&c, 1))
-            GTEST_SKIP() << unreadable << " reads here";
+        if (!probe.is_open() || probe.read(&c, 1)) GTEST_SKIP() << unreadable << " reads here";
     }
     SkimProject p;
     unsigned top = p.add("top.sv", 5, "w", std::string("`include \"") + unreadable + "\"\nmodule m; endmodule\n");
@@ -186,8 +185,7 @@ TEST(InputChain, ReadsOnlyRegularFilesAndTheNullDevice) {
 TEST(InputChain, StreamTextIsTheWholeFileAndSeekable) {
     SkimProject p;
     std::string big;
-    for (int i = 0; big.size() < 200000; ++i)
-        big += "module m" + std::to_string(i) + "; endmodule\n";
+    for (int i = 0; big.size() < 200000; ++i) big += "module m" + std::to_string(i) + "; endmodule\n";
     p.write("big.v", big);
     std::unique_ptr<hdl::SourceStream> s(openSourceStream(p.files.path("big.v").c_str()));
     std::streambuf* buf = s->stream()->rdbuf();
@@ -238,8 +236,7 @@ TEST(InputChain, TracerRecordsNestingThroughTheStreams) {
     p.db().skimTracker = &tracer;
     {
         std::unique_ptr<hdl::SourceStream> outer(openSourceStream(p.files.path("top.v").c_str()));
-        for (int twice = 0; twice < 2; ++twice)
-            delete openSourceStream(inc.c_str());
+        for (int twice = 0; twice < 2; ++twice) delete openSourceStream(inc.c_str());
         EXPECT_EQ(tracer.stack, (std::vector<unsigned>{top}));
     }
     p.db().skimTracker = nullptr;
@@ -279,25 +276,22 @@ TEST(NeedDecryptionCache, SniffFindsEachProtectForm) {
 // says what it must find. Random texts built from the pieces of the forms.
 long sniffByEveryWord(std::string_view text) {
     std::string lowered(text);
-    for (char& c : lowered)
-        c = char(std::tolower(static_cast<unsigned char>(c)));
+    for (char& c : lowered) c = char(std::tolower(static_cast<unsigned char>(c)));
     for (size_t at = lowered.find("protect"); at != std::string::npos; at = lowered.find("protect", at + 1)) {
-        if (at > 0 && text[at - 1] == '`')
-            return long(at - 1);
-        if (at >= 8 && text.substr(at - 8, 15) == "`pragma protect")
-            return long(at - 8);
+        if (at > 0 && text[at - 1] == '`') return long(at - 1);
+        if (at >= 8 && text.substr(at - 8, 15) == "`pragma protect") return long(at - 8);
     }
     return -1;
 }
 
 TEST(NeedDecryptionCache, SniffAgreesWithAWalkOverEveryWord) {
-    const char* pieces[] = {"protect", "PROTECT", "`", "`pragma ", "pragma", "`PRAGMA ", " begin_protected", " ", "\n", "x", "p"};
+    const char* pieces[] = {"protect",          "PROTECT", "`",  "`pragma ", "pragma", "`PRAGMA ",
+                            " begin_protected", " ",       "\n", "x",        "p"};
     std::mt19937 random(7);
     size_t found = 0;
     for (int round = 0; round < 20000; ++round) {
         std::string text;
-        for (int n = random() % 12; n > 0; --n)
-            text += pieces[random() % std::size(pieces)];
+        for (int n = random() % 12; n > 0; --n) text += pieces[random() % std::size(pieces)];
         std::istringstream in(text);
         long expected = sniffByEveryWord(text);
         found += expected >= 0;

@@ -7,8 +7,7 @@ namespace {
 
 std::vector<std::string> topNames(HADLDatabase& db) {
     std::vector<std::string> names;
-    for (unsigned t : db.tops)
-        names.push_back(db.unitNames.getString(t));
+    for (unsigned t : db.tops) names.push_back(db.unitNames.getString(t));
     return names;
 }
 
@@ -22,11 +21,13 @@ TEST(Sketch, EmptyDatabaseHasNoTops) {
 
 TEST(Sketch, SkimmedProjectGivesHierarchyAndOrderedTops) {
     SkimProject p;
-    p.add("e.vhd", 9, "w", "entity e is end;\narchitecture a1 of e is begin end;\n"
-                           "architecture a2 of e is begin u : entity work.leaf port map (x); end;\n"
-                           "entity leaf is end;\n");
-    p.add("m.v", 2, "w", "module Beta; e u1 (); missing u2 (); endmodule\nmodule alpha; e u1 (); endmodule\n"
-                         "module self; self s (); endmodule\ninterface bus; endinterface\n");
+    p.add("e.vhd", 9, "w",
+          "entity e is end;\narchitecture a1 of e is begin end;\n"
+          "architecture a2 of e is begin u : entity work.leaf port map (x); end;\n"
+          "entity leaf is end;\n");
+    p.add("m.v", 2, "w",
+          "module Beta; e u1 (); missing u2 (); endmodule\nmodule alpha; e u1 (); endmodule\n"
+          "module self; self s (); endmodule\ninterface bus; endinterface\n");
     p.skim();
     HADLSifter& db = p.db();
     db.unitAttrs.resize(1);

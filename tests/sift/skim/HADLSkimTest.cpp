@@ -64,8 +64,7 @@ TEST(SkimOrder, VerilogPackagesOrderAndInstancesDoNot) {
     p.add("defs.sv", 5, "w", "package defs; endpackage\n");
     p.skim();
     EXPECT_EQ(p.req("top.sv"), (Ids{p.id("defs.sv")}));
-    EXPECT_EQ(p.db().parseOrder,
-              (HADLVectorForTuple<unsigned>{p.id("defs.sv"), p.id("top.sv"), p.id("leaf.sv")}));
+    EXPECT_EQ(p.db().parseOrder, (HADLVectorForTuple<unsigned>{p.id("defs.sv"), p.id("top.sv"), p.id("leaf.sv")}));
 }
 
 TEST(SkimOrder, NamesMatchAcrossLanguagesAsEachLanguageSpellsThem) {
@@ -112,8 +111,9 @@ TEST(SkimOrder, AliasedAndDisabledFiles) {
 TEST(SkimUnits, RawUnitsInstancesPrimitivesAndMissingUnits) {
     SkimProject p;
     p.primitives.insert("FOOCELL");
-    p.add("top.v", 2, "Lib", "module top; FOOCELL c0 (); foocell c1 (); child u_c (); nowhere u_n ();"
-                             " top u_self (); endmodule\nmodule child; endmodule\n");
+    p.add("top.v", 2, "Lib",
+          "module top; FOOCELL c0 (); foocell c1 (); child u_c (); nowhere u_n ();"
+          " top u_self (); endmodule\nmodule child; endmodule\n");
     p.skim();
     HADLSifter& db = p.db();
     unsigned top = p.rUnit(".lib.top"), child = p.rUnit(".lib.child");
@@ -136,10 +136,11 @@ TEST(SkimUnits, RawUnitsInstancesPrimitivesAndMissingUnits) {
 TEST(SkimUnits, VhdlPrimitiveTestIgnoresCaseAndArchitecturesSplit) {
     SkimProject p;
     p.primitives.insert("FOOCELL");
-    p.add("e.vhd", 9, "w", "entity e is end;\narchitecture rtl of e is\n"
-                           "component foocell end component;\nbegin\n u0 : foocell port map (a);\n"
-                           " u1 : entity work.sub(beh) port map (a);\n u2 : entity ieee.x port map (a);\nend;\n"
-                           "entity \\Esc\\ is end;\narchitecture a of \\Esc\\ is begin\n u3 : sub port map (b);\nend;\n");
+    p.add("e.vhd", 9, "w",
+          "entity e is end;\narchitecture rtl of e is\n"
+          "component foocell end component;\nbegin\n u0 : foocell port map (a);\n"
+          " u1 : entity work.sub(beh) port map (a);\n u2 : entity ieee.x port map (a);\nend;\n"
+          "entity \\Esc\\ is end;\narchitecture a of \\Esc\\ is begin\n u3 : sub port map (b);\nend;\n");
     p.add("sub.vhd", 9, "w", "entity SUB is end;\narchitecture BEH of sub is begin end;\n");
     p.db().stdVhdlLibNames.insert("ieee");
     p.skim();
@@ -225,8 +226,9 @@ TEST(SkimIncludes, IncludesAreTracedOnceAndNeverRegistered) {
 
 TEST(SkimIncludes, CommandLineMacrosSelectText) {
     SkimProject p;
-    p.add("top.v", 2, "w", "module top;\n`ifdef FAST fast_core u (); `else slow_core u (); `endif\n"
-                           "`WHICH u2 ();\nendmodule\n");
+    p.add("top.v", 2, "w",
+          "module top;\n`ifdef FAST fast_core u (); `else slow_core u (); `endif\n"
+          "`WHICH u2 ();\nendmodule\n");
     p.db().addMacro("FAST", nullptr);
     p.db().addMacro("WHICH", "picked");
     p.skim();

@@ -32,8 +32,7 @@ protected:
     void SetUp() override {
         hdl::RuntimeFlags::Reset();
         hdl::vhdl_file::Reset();
-        if (GetParam())
-            hdl::RuntimeFlags::SetVar("vhdl_preserve_id_case", 1);
+        if (GetParam()) hdl::RuntimeFlags::SetVar("vhdl_preserve_id_case", 1);
     }
     void TearDown() override {
         hdl::RuntimeFlags::Reset();
@@ -58,8 +57,7 @@ TEST_P(MixedCaseDesign, SketchGivesOneTopWithBothInstances) {
     sketchUnits(db);
     computeTops(db);
     Texts tops;
-    for (unsigned t : db.tops)
-        tops.push_back(db.unitNames.getString(t));
+    for (unsigned t : db.tops) tops.push_back(db.unitNames.getString(t));
     EXPECT_EQ(tops, (Texts{"/work/mytop/rtl"}));
     Texts insts;
     for (const HADLDatabase::InstAttr& i : db.unitAttrs.at(db.tops.at(0)).insts)

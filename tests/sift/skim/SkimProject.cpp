@@ -19,8 +19,7 @@ SkimProject::~SkimProject() {
     static_cast<HADLDatabase&>(db()) = HADLDatabase();
 }
 
-unsigned SkimProject::add(const std::string& name, unsigned lang, const std::string& library,
-                          const std::string& text) {
+unsigned SkimProject::add(const std::string& name, unsigned lang, const std::string& library, const std::string& text) {
     return db().insertFileName(files.write(name, text), lang, library);
 }
 

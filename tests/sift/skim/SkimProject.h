@@ -33,5 +33,7 @@ public:
 
 private:
     template <typename L>
-    static std::vector<unsigned> list(const L& l) { return std::vector<unsigned>(l.begin(), l.end()); }
+    static std::vector<unsigned> list(const L& l) {
+        return std::vector<unsigned>(l.begin(), l.end());
+    }
 };

@@ -8,13 +8,13 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "TempDataDir.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "sift/base/HADLDataDir.h"
 #include "sift/scan/CorvidProtectAES.h"
 #include "sift/scan/HADLSifter.h"
 #include "sift/scan/HADLStdLibs.h"
-#include "TempDataDir.h"
 
 namespace {
 
@@ -37,7 +37,7 @@ TEST(FindDataDirTest, FirstEntryHoldingProbeWins) {
     ScopedDataDirEnv env(first.path() + ":" + second.path());
     EXPECT_EQ(findDataDir("vhdl/src/std/standard.vhd"), second.path() + "/");
     EXPECT_EQ(findDataDir("other/file.txt"), first.path() + "/");
-    EXPECT_EQ(findDataDir("vhdl/src"), second.path() + "/");  // directories count too
+    EXPECT_EQ(findDataDir("vhdl/src"), second.path() + "/"); // directories count too
     EXPECT_EQ(findDataDir("no/such/file"), "");
 }
 
@@ -105,9 +105,7 @@ struct Registered {
     std::string path;
     std::string library;
     unsigned lang;
-    bool operator==(const Registered& o) const {
-        return path == o.path && library == o.library && lang == o.lang;
-    }
+    bool operator==(const Registered& o) const { return path == o.path && library == o.library && lang == o.lang; }
 };
 
 void PrintTo(const Registered& r, std::ostream* os) {
@@ -291,9 +289,8 @@ TEST_F(PrecompiledTest, NothingToAttachWithoutPrecompiledFiles) {
     ScopedDataDirEnv env(data.path());
     sifter.insertFileName("a.vhd", 9, "work");
     sifter.insertFileName("a.sv", 5, "work");
-    EXPECT_EQ(attach(),
-              "=============== Using vdb files for VHDL std libs ===========\n"
-              "=============== Using precompiled files for SV std libs ===========\n");
+    EXPECT_EQ(attach(), "=============== Using vdb files for VHDL std libs ===========\n"
+                        "=============== Using precompiled files for SV std libs ===========\n");
     EXPECT_TRUE(hdl::vhdl_file::LOptions().empty());
     EXPECT_TRUE(hdl::veri_file::GetLOptions().empty());
     EXPECT_TRUE(sifter.stdLibFileIds.empty());
@@ -329,8 +326,8 @@ TEST_F(PrecompiledTest, CompileDumpWritesEveryLibraryAndAttachRestoresIt) {
     hdl::vhdl_file::Analyze((data.path() + "/src/comp.vhd").c_str(), "lathe", hdl::VHDL_93);
     const std::string out = data.path() + "/precomp_hsv/vhdl";
     sifter.compileDump(out);
-    for (const char* file : {"std/standard.vdb", "ieee/math_real.vdb", "ieee/plain_pkg.vdb", "lathe/vcomponents.vdb",
-                             "lathe/extra.vdb"})
+    for (const char* file :
+         {"std/standard.vdb", "ieee/math_real.vdb", "ieee/plain_pkg.vdb", "lathe/vcomponents.vdb", "lathe/extra.vdb"})
         EXPECT_TRUE(boost::filesystem::is_regular_file(out + "/" + file)) << file;
     auto flags = [&](const std::string& file) {
         std::ifstream in(out + "/" + file, std::ios::binary);
@@ -338,7 +335,7 @@ TEST_F(PrecompiledTest, CompileDumpWritesEveryLibraryAndAttachRestoresIt) {
         in.read(header, sizeof header);
         return static_cast<int>(header[20]);
     };
-    EXPECT_EQ(flags("ieee/math_real.vdb"), 1);  // enciphered
+    EXPECT_EQ(flags("ieee/math_real.vdb"), 1); // enciphered
     EXPECT_EQ(flags("ieee/plain_pkg.vdb"), 0);
     EXPECT_EQ(flags("std/standard.vdb"), 0);
 
@@ -361,7 +358,7 @@ TEST_F(PrecompiledTest, CompileDumpWritesEveryLibraryAndAttachRestoresIt) {
     testing::internal::GetCapturedStdout();
     hdl::VhdlLibrary* ieee = hdl::vhdl_file::GetLibrary("ieee");
     ASSERT_NE(ieee, nullptr);
-    EXPECT_EQ(ieee->PrimaryUnits().size(), 0u);  // nothing until asked for
+    EXPECT_EQ(ieee->PrimaryUnits().size(), 0u); // nothing until asked for
     EXPECT_NE(ieee->GetPrimUnit("plain_pkg"), nullptr);
     EXPECT_NE(ieee->GetPrimUnit("math_real"), nullptr);
     EXPECT_NE(hdl::vhdl_file::GetLibrary("lathe")->GetPrimUnit("extra"), nullptr);

@@ -10,8 +10,8 @@
 class TempDataDir {
 public:
     TempDataDir() {
-        path_ = (boost::filesystem::temp_directory_path() /
-                 boost::filesystem::unique_path("sift-data-%%%%-%%%%-%%%%")).string();
+        path_ = (boost::filesystem::temp_directory_path() / boost::filesystem::unique_path("sift-data-%%%%-%%%%-%%%%"))
+                    .string();
         boost::filesystem::create_directories(path_);
     }
     ~TempDataDir() {

@@ -30,8 +30,7 @@ std::string readFile(const fs::path& path) {
 // One value of a ":key:" header line of an sv-tests file; empty when absent.
 std::string headerValue(const std::string& text, const std::string& key) {
     size_t at = text.find("\n:" + key + ":");
-    if (at == std::string::npos)
-        return "";
+    if (at == std::string::npos) return "";
     size_t b = at + key.size() + 3;
     size_t e = text.find('\n', b);
     std::string v = text.substr(b, e == std::string::npos ? std::string::npos : e - b);
@@ -43,16 +42,14 @@ std::string headerValue(const std::string& text, const std::string& key) {
 std::vector<std::string> words(const std::string& s) {
     std::istringstream in(s);
     std::vector<std::string> out;
-    for (std::string w; in >> w;)
-        out.push_back(w);
+    for (std::string w; in >> w;) out.push_back(w);
     return out;
 }
 
 bool tagInChapter(const std::string& tags, const char* chapter) {
     for (const std::string& t : words(tags)) {
         std::string c = chapter;
-        if (t == c || t.rfind(c + ".", 0) == 0)
-            return true;
+        if (t == c || t.rfind(c + ".", 0) == 0) return true;
     }
     return false;
 }
@@ -61,8 +58,7 @@ bool tagInChapter(const std::string& tags, const char* chapter) {
 size_t errorsOf(const std::string& path, const VeriPreprocessorOptions& opts, std::string& text) {
     hdl::test::MessageCapture mc;
     VeriPreprocessor pp(opts);
-    if (pp.pushFile(path))
-        hdl::test::allTokens(pp);
+    if (pp.pushFile(path)) hdl::test::allTokens(pp);
     text = mc.all();
     return mc.errors();
 }
@@ -71,14 +67,12 @@ size_t errorsOf(const std::string& path, const VeriPreprocessorOptions& opts, st
 
 TEST(VeriConformance, SvTestsPreprocessing) {
     fs::path tests = kShared / "conformance/sv-tests/tests";
-    if (!fs::is_directory(tests))
-        GTEST_SKIP() << "no sv-tests at " << tests;
+    if (!fs::is_directory(tests)) GTEST_SKIP() << "no sv-tests at " << tests;
     std::set<std::string> known;
     {
         std::ifstream in(SV_LEX_KNOWN_FAILURES);
         for (std::string line; std::getline(in, line);)
-            if (!line.empty() && line[0] != '#')
-                known.insert(line);
+            if (!line.empty() && line[0] != '#') known.insert(line);
     }
     std::vector<fs::path> files;
     for (const auto& e : fs::recursive_directory_iterator(tests))
@@ -92,11 +86,9 @@ TEST(VeriConformance, SvTestsPreprocessing) {
         std::string type = headerValue(text, "type");
         std::string tags = headerValue(text, "tags");
         bool preprocessing = type.find("preprocessing") != std::string::npos;
-        if (!preprocessing && !tagInChapter(tags, "5") && !tagInChapter(tags, "22"))
-            continue;
+        if (!preprocessing && !tagInChapter(tags, "5") && !tagInChapter(tags, "22")) continue;
         bool shouldFail = !headerValue(text, "should_fail_because").empty();
-        if (shouldFail && !preprocessing)
-            continue; // its fault lies beyond the token stream
+        if (shouldFail && !preprocessing) continue; // its fault lies beyond the token stream
         VeriPreprocessorOptions opts;
         opts.defines = words(headerValue(text, "defines"));
         for (const std::string& inc : words(headerValue(text, "incdirs")))
@@ -106,13 +98,11 @@ TEST(VeriConformance, SvTestsPreprocessing) {
         ++checked;
         if ((errors > 0) != shouldFail) {
             failures.push_back(fs::relative(file, tests).string());
-            if (!known.count(failures.back()))
-                std::cout << failures.back() << ":\n" << messages;
+            if (!known.count(failures.back())) std::cout << failures.back() << ":\n" << messages;
         }
     }
     EXPECT_GT(checked, 100u);
-    for (const std::string& f : failures)
-        EXPECT_TRUE(known.count(f)) << "new failure: " << f;
+    for (const std::string& f : failures) EXPECT_TRUE(known.count(f)) << "new failure: " << f;
     for (const std::string& k : known)
         EXPECT_TRUE(std::find(failures.begin(), failures.end(), k) != failures.end())
             << "passes now, remove from the known list: " << k;
@@ -121,12 +111,10 @@ TEST(VeriConformance, SvTestsPreprocessing) {
 
 TEST(VeriConformance, CorpusVerilogPreprocessesCleanly) {
     fs::path corpus = kShared / "corpus";
-    if (!fs::is_directory(corpus))
-        GTEST_SKIP() << "no corpus at " << corpus;
+    if (!fs::is_directory(corpus)) GTEST_SKIP() << "no corpus at " << corpus;
     std::vector<fs::path> projects;
     for (const auto& e : fs::directory_iterator(corpus))
-        if (fs::exists(e.path() / "FILELIST.tsv"))
-            projects.push_back(e.path());
+        if (fs::exists(e.path() / "FILELIST.tsv")) projects.push_back(e.path());
     std::sort(projects.begin(), projects.end());
     size_t bytes = 0;
     size_t tokens = 0;
@@ -136,19 +124,14 @@ TEST(VeriConformance, CorpusVerilogPreprocessesCleanly) {
         std::vector<std::pair<std::string, unsigned>> files;
         VeriPreprocessorOptions opts;
         for (std::string line; std::getline(list, line);) {
-            if (line.empty() || line[0] == '#')
-                continue;
+            if (line.empty() || line[0] == '#') continue;
             std::vector<std::string> cols;
             std::istringstream ss(line);
-            for (std::string c; std::getline(ss, c, '\t');)
-                cols.push_back(c);
-            if (cols.size() == 2 && cols[0] == "incdir")
-                opts.includeDirs.push_back((project / cols[1]).string());
-            if (cols.size() < 3)
-                continue;
+            for (std::string c; std::getline(ss, c, '\t');) cols.push_back(c);
+            if (cols.size() == 2 && cols[0] == "incdir") opts.includeDirs.push_back((project / cols[1]).string());
+            if (cols.size() < 3) continue;
             unsigned lang = cols[0] == "v95" ? 1 : cols[0] == "v2k" ? 2 : cols[0] == "sv" ? 5 : 0;
-            if (lang)
-                files.emplace_back((project / cols[2]).string(), lang);
+            if (lang) files.emplace_back((project / cols[2]).string(), lang);
         }
         for (const auto& [path, lang] : files) {
             hdl::test::MessageCapture mc;
@@ -156,8 +139,7 @@ TEST(VeriConformance, CorpusVerilogPreprocessesCleanly) {
             VeriPreprocessor pp(opts);
             auto start = std::chrono::steady_clock::now();
             ASSERT_TRUE(pp.pushFile(path)) << path;
-            for (VeriToken t = pp.next(); t.kind != VT_EOF; t = pp.next())
-                ++tokens;
+            for (VeriToken t = pp.next(); t.kind != VT_EOF; t = pp.next()) ++tokens;
             seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
             bytes += fs::file_size(path);
             EXPECT_EQ(mc.errors(), 0u) << path << "\n" << mc.all();

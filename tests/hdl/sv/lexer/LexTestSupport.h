@@ -23,8 +23,7 @@ inline std::vector<CapturedMessage>& capturedMessages() {
     return messages;
 }
 
-inline void captureMessage(msg_type_t type, const char* id, const ColLineFile* loc,
-                           const char* format, va_list args) {
+inline void captureMessage(msg_type_t type, const char* id, const ColLineFile* loc, const char* format, va_list args) {
     char buf[1024];
     vsnprintf(buf, sizeof buf, format, args);
     capturedMessages().push_back({type, id ? id : "", buf, loc ? loc->leftLine : 0});
@@ -39,28 +38,24 @@ struct MessageCapture {
     ~MessageCapture() { Message::RegisterCallBackMsg(nullptr); }
     size_t count(const char* id) const {
         size_t n = 0;
-        for (const auto& m : capturedMessages())
-            n += m.id == id ? 1 : 0;
+        for (const auto& m : capturedMessages()) n += m.id == id ? 1 : 0;
         return n;
     }
     size_t errors() const {
         size_t n = 0;
-        for (const auto& m : capturedMessages())
-            n += m.type == MSG_ERROR ? 1 : 0;
+        for (const auto& m : capturedMessages()) n += m.type == MSG_ERROR ? 1 : 0;
         return n;
     }
     std::string all() const {
         std::string s;
-        for (const auto& m : capturedMessages())
-            s += m.id + " line " + std::to_string(m.line) + ": " + m.text + "\n";
+        for (const auto& m : capturedMessages()) s += m.id + " line " + std::to_string(m.line) + ": " + m.text + "\n";
         return s;
     }
 };
 
 inline std::vector<VeriToken> allTokens(VeriPreprocessor& pp) {
     std::vector<VeriToken> out;
-    for (VeriToken t = pp.next(); t.kind != VT_EOF; t = pp.next())
-        out.push_back(t);
+    for (VeriToken t = pp.next(); t.kind != VT_EOF; t = pp.next()) out.push_back(t);
     return out;
 }
 
@@ -68,8 +63,7 @@ inline std::vector<VeriToken> allTokens(VeriPreprocessor& pp) {
 inline std::string joined(const std::vector<VeriToken>& tokens) {
     std::string s;
     for (const VeriToken& t : tokens) {
-        if (!s.empty())
-            s += ' ';
+        if (!s.empty()) s += ' ';
         s.append(t.text);
     }
     return s;

@@ -17,15 +17,13 @@ std::vector<VeriToken> lexAll(std::string_view text, VeriKeywordSet set = VERI_K
     VeriLexer lx(text, {VeriTextOrigin{0, 7, 1, 1}});
     lx.setKeywordSet(set);
     std::vector<VeriToken> out;
-    for (VeriToken t = lx.lex(); t.kind != VT_EOF; t = lx.lex())
-        out.push_back(t);
+    for (VeriToken t = lx.lex(); t.kind != VT_EOF; t = lx.lex()) out.push_back(t);
     return out;
 }
 
 std::vector<int> kinds(std::string_view text, VeriKeywordSet set = VERI_KW_SV2012) {
     std::vector<int> out;
-    for (const VeriToken& t : lexAll(text, set))
-        out.push_back(t.kind);
+    for (const VeriToken& t : lexAll(text, set)) out.push_back(t.kind);
     return out;
 }
 
@@ -53,15 +51,13 @@ TEST(VeriTokens, EveryKeywordAndOperatorTextIsDistinct) {
     int count = 0;
     for (int k = 0; k < VT_KIND_COUNT; ++k) {
         std::string text = tokenText(k);
-        if (text.empty())
-            continue;
+        if (text.empty()) continue;
         ++count;
         EXPECT_TRUE(seen.insert(text).second) << text;
     }
     // 1800-2017 has 248 reserved words; the operators come on top.
     int keywords = 0;
-    for (int k = 0; k < VT_KIND_COUNT; ++k)
-        keywords += isKeywordKind(k) ? 1 : 0;
+    for (int k = 0; k < VT_KIND_COUNT; ++k) keywords += isKeywordKind(k) ? 1 : 0;
     EXPECT_EQ(keywords, 248);
     EXPECT_GT(count, keywords);
 }
@@ -82,8 +78,7 @@ TEST(VeriLexer, KeywordSetsFollowTheLanguageRevision) {
 
 TEST(VeriLexer, EveryKeywordIsKnownFromItsOwnSetOn) {
     for (int k = 0; k < VT_KIND_COUNT; ++k) {
-        if (!isKeywordKind(k))
-            continue;
+        if (!isKeywordKind(k)) continue;
         std::string word = tokenText(k);
         VeriKeywordSet first = tokenKeywordSet(k);
         EXPECT_EQ(veriKeywordKind(word, first), k) << word;
@@ -120,17 +115,12 @@ TEST(VeriLexer, PositionsMatchACharacterCountEverywhere) {
     for (int i = 0; i < 40; ++i) {
         text += "w" + std::to_string(i);
         text += std::string(size_t(i % 11), ' ');
-        if (i % 3 == 0)
-            text += '\n';
+        if (i % 3 == 0) text += '\n';
         text += std::string(size_t(i % 7), '\t');
-        if (i % 5 == 0)
-            text += "\n\n" + std::string(size_t(60 + i), ' ') + "\n";
-        if (i % 8 == 1)
-            text += "/* a\n b */";
-        if (i % 9 == 2)
-            text += "\"s\\\nt\" ";
-        if (i % 4 == 3)
-            text += "+=";
+        if (i % 5 == 0) text += "\n\n" + std::string(size_t(60 + i), ' ') + "\n";
+        if (i % 8 == 1) text += "/* a\n b */";
+        if (i % 9 == 2) text += "\"s\\\nt\" ";
+        if (i % 4 == 3) text += "+=";
     }
     auto tokens = lexAll(text);
     ASSERT_GT(tokens.size(), 40u);
@@ -164,12 +154,12 @@ TEST(VeriLexer, NumberForms) {
     auto t = lexAll("42 1_000 8'hFF 8 'h ff 'b1x?z 16'sd5 4'bz_01 1.5 2e-3 1.5E+2 10ns 1step 3.2us "
                     "'0 '1 'x 'Z 'hX");
     std::vector<std::pair<int, std::string>> want = {
-        {VT_DECIMAL_NUMBER, "42"}, {VT_DECIMAL_NUMBER, "1_000"}, {VT_BASED_NUMBER, "8'hFF"},
-        {VT_BASED_NUMBER, "8 'h ff"}, {VT_BASED_NUMBER, "'b1x?z"}, {VT_BASED_NUMBER, "16'sd5"},
-        {VT_BASED_NUMBER, "4'bz_01"}, {VT_REAL_NUMBER, "1.5"}, {VT_REAL_NUMBER, "2e-3"},
-        {VT_REAL_NUMBER, "1.5E+2"}, {VT_TIME_LITERAL, "10ns"}, {VT_TIME_LITERAL, "1step"},
-        {VT_TIME_LITERAL, "3.2us"}, {VT_UNBASED_UNSIZED, "'0"}, {VT_UNBASED_UNSIZED, "'1"},
-        {VT_UNBASED_UNSIZED, "'x"}, {VT_UNBASED_UNSIZED, "'Z"}, {VT_BASED_NUMBER, "'hX"}};
+        {VT_DECIMAL_NUMBER, "42"},    {VT_DECIMAL_NUMBER, "1_000"}, {VT_BASED_NUMBER, "8'hFF"},
+        {VT_BASED_NUMBER, "8 'h ff"}, {VT_BASED_NUMBER, "'b1x?z"},  {VT_BASED_NUMBER, "16'sd5"},
+        {VT_BASED_NUMBER, "4'bz_01"}, {VT_REAL_NUMBER, "1.5"},      {VT_REAL_NUMBER, "2e-3"},
+        {VT_REAL_NUMBER, "1.5E+2"},   {VT_TIME_LITERAL, "10ns"},    {VT_TIME_LITERAL, "1step"},
+        {VT_TIME_LITERAL, "3.2us"},   {VT_UNBASED_UNSIZED, "'0"},   {VT_UNBASED_UNSIZED, "'1"},
+        {VT_UNBASED_UNSIZED, "'x"},   {VT_UNBASED_UNSIZED, "'Z"},   {VT_BASED_NUMBER, "'hX"}};
     ASSERT_EQ(t.size(), want.size());
     for (size_t i = 0; i < want.size(); ++i) {
         EXPECT_EQ(t[i].kind, want[i].first) << i;
@@ -194,28 +184,44 @@ TEST(VeriLexer, BasedNumberWithoutDigitsIsReported) {
 
 TEST(VeriLexer, OperatorsTakeTheLongestMatch) {
     EXPECT_EQ(kinds("<<<= >>>= <<= === !=? ==? |-> |=> <-> ->> -> ## #-# :: .* += ++ ** &&& ^~ ~^"),
-              (std::vector<int>{VT_ASHL_EQ, VT_ASHR_EQ, VT_SHL_EQ, VT_CASE_EQ, VT_WILD_NEQ, VT_WILD_EQ,
-                                VT_OVERLAP_IMP, VT_NONOVERLAP_IMP, VT_EQUIV, VT_NB_TRIGGER, VT_ARROW,
-                                VT_CYCLE_DELAY, VT_FOLLOWED_BY_OVERLAP, VT_SCOPE, VT_DOT_STAR, VT_PLUS_EQ,
-                                VT_INC, VT_POWER, VT_TRIPLE_AND, VT_XNOR_OP, VT_XNOR_OP}));
+              (std::vector<int>{VT_ASHL_EQ,
+                                VT_ASHR_EQ,
+                                VT_SHL_EQ,
+                                VT_CASE_EQ,
+                                VT_WILD_NEQ,
+                                VT_WILD_EQ,
+                                VT_OVERLAP_IMP,
+                                VT_NONOVERLAP_IMP,
+                                VT_EQUIV,
+                                VT_NB_TRIGGER,
+                                VT_ARROW,
+                                VT_CYCLE_DELAY,
+                                VT_FOLLOWED_BY_OVERLAP,
+                                VT_SCOPE,
+                                VT_DOT_STAR,
+                                VT_PLUS_EQ,
+                                VT_INC,
+                                VT_POWER,
+                                VT_TRIPLE_AND,
+                                VT_XNOR_OP,
+                                VT_XNOR_OP}));
     // ":/" is a distribution weight unless a comment starts at its slash.
-    EXPECT_EQ(kinds("x :/ y a://c\n b:/*c*/"),
-              (std::vector<int>{VT_IDENTIFIER, VT_COLON_SLASH, VT_IDENTIFIER, VT_IDENTIFIER, VT_COLON,
-                                VT_IDENTIFIER, VT_COLON}));
+    EXPECT_EQ(kinds("x :/ y a://c\n b:/*c*/"), (std::vector<int>{VT_IDENTIFIER, VT_COLON_SLASH, VT_IDENTIFIER,
+                                                                 VT_IDENTIFIER, VT_COLON, VT_IDENTIFIER, VT_COLON}));
     // Verilog has no SystemVerilog operators: "##" is two hashes there.
     EXPECT_EQ(kinds("## ++", VERI_KW_2005), (std::vector<int>{VT_HASH, VT_HASH, VT_PLUS, VT_PLUS}));
 }
 
 TEST(VeriLexer, AttributesAndStarEventControl) {
     EXPECT_EQ(kinds("(* full_case *) @(*) @( * )"),
-              (std::vector<int>{VT_ATTR_OPEN, VT_IDENTIFIER, VT_ATTR_CLOSE, VT_AT, VT_LPAREN, VT_STAR,
-                                VT_RPAREN, VT_AT, VT_LPAREN, VT_STAR, VT_RPAREN}));
+              (std::vector<int>{VT_ATTR_OPEN, VT_IDENTIFIER, VT_ATTR_CLOSE, VT_AT, VT_LPAREN, VT_STAR, VT_RPAREN, VT_AT,
+                                VT_LPAREN, VT_STAR, VT_RPAREN}));
 }
 
 TEST(VeriLexer, ApostropheForms) {
     EXPECT_EQ(kinds("'{1,2} int'(x)"),
-              (std::vector<int>{VT_APOSTROPHE_LBRACE, VT_DECIMAL_NUMBER, VT_COMMA, VT_DECIMAL_NUMBER,
-                                VT_RBRACE, VT_INT, VT_APOSTROPHE, VT_LPAREN, VT_IDENTIFIER, VT_RPAREN}));
+              (std::vector<int>{VT_APOSTROPHE_LBRACE, VT_DECIMAL_NUMBER, VT_COMMA, VT_DECIMAL_NUMBER, VT_RBRACE, VT_INT,
+                                VT_APOSTROPHE, VT_LPAREN, VT_IDENTIFIER, VT_RPAREN}));
 }
 
 TEST(VeriLexer, StringsKeepEscapesAndReportOpenOnes) {
@@ -253,8 +259,7 @@ TEST(VeriLexer, TranslateOffSkipsUntilTranslateOn) {
     VeriLexer lx(text, {});
     lx.setIgnoreTranslateOff(true);
     int n = 0;
-    while (lx.lex().kind != VT_EOF)
-        ++n;
+    while (lx.lex().kind != VT_EOF) ++n;
     EXPECT_EQ(n, 6);
     EXPECT_EQ(hdl::test::joined(lexAll("a // synthesis translate_off\nb")), "a");
     EXPECT_EQ(mc.count(veri_msg::kTranslateOffOpen), 1u);

@@ -18,8 +18,7 @@ TEST(MacroTable, AgreesWithAPlainListUnderRandomChanges) {
     // Short names, and long ones that differ only in their middle (which share a hash).
     std::vector<std::string> names;
     for (int i = 0; i < 300; ++i)
-        names.push_back(i % 3 ? "M" + std::to_string(i * 7919 % 1000)
-                              : "ASSERT_" + std::to_string(i) + "_DEFAULT_CLK");
+        names.push_back(i % 3 ? "M" + std::to_string(i * 7919 % 1000) : "ASSERT_" + std::to_string(i) + "_DEFAULT_CLK");
     std::vector<std::string> bodies = {"a", "b", "c"};
     struct Entry {
         std::string name;
@@ -44,14 +43,11 @@ TEST(MacroTable, AgreesWithAPlainListUnderRandomChanges) {
                 m.body = bodies[rng() % bodies.size()];
                 m.fromCommandLine = rng() % 10 == 0;
                 table.define(m);
-                if (at != model.end())
-                    *at = Entry{name, std::string(m.body), m.fromCommandLine};
-                else
-                    model.push_back(Entry{name, std::string(m.body), m.fromCommandLine});
+                if (at != model.end()) *at = Entry{name, std::string(m.body), m.fromCommandLine};
+                else model.push_back(Entry{name, std::string(m.body), m.fromCommandLine});
             } else if (op < 95) {
                 EXPECT_EQ(table.undefine(name), at != model.end()) << name;
-                if (at != model.end())
-                    model.erase(at);
+                if (at != model.end()) model.erase(at);
             } else if (op < 98) {
                 table.undefineAll();
                 model.erase(std::remove_if(model.begin(), model.end(), [](const Entry& e) { return !e.commandLine; }),

@@ -40,8 +40,7 @@ struct TempTree {
 } // namespace
 
 TEST(VeriPreprocessor, ObjectAndFunctionMacros) {
-    EXPECT_EQ(run("`define W 8\n`define ADD(a, b) ((a) + (b))\nx = `W + `ADD(1, `W);"),
-              "x = 8 + ( ( 1 ) + ( 8 ) ) ;");
+    EXPECT_EQ(run("`define W 8\n`define ADD(a, b) ((a) + (b))\nx = `W + `ADD(1, `W);"), "x = 8 + ( ( 1 ) + ( 8 ) ) ;");
 }
 
 TEST(VeriPreprocessor, ArgumentsWithNestedBracketsStringsAndCommas) {
@@ -67,8 +66,7 @@ TEST(VeriPreprocessor, MissingAndExtraArgumentsAreErrors) {
 
 TEST(VeriPreprocessor, StringifyAndPaste) {
     EXPECT_EQ(run("`define S(x) `\"x is `\\`\"q`\\`\"`\"\n`S(abc)"), "\"abc is \\\"q\\\"\"");
-    EXPECT_EQ(run("`define CAT(a, b) a``b\n`define reg_x 5\n`CAT(foo, _bar) `CAT(`reg, _x)"),
-              "foo_bar 5");
+    EXPECT_EQ(run("`define CAT(a, b) a``b\n`define reg_x 5\n`CAT(foo, _bar) `CAT(`reg, _x)"), "foo_bar 5");
     // Formals match whole identifiers only.
     EXPECT_EQ(run("`define P(display, b, d2) $display(b, 4'b1, d2, bd2)\n`P(x, y, z)"),
               "$display ( y , 4'b1 , z , bd2 )");
@@ -92,8 +90,7 @@ TEST(VeriPreprocessor, ExponentialExpansionIsBounded) {
     MessageCapture mc;
     std::string text = "`define L0 x x\n";
     for (int i = 1; i <= 40; ++i)
-        text += "`define L" + std::to_string(i) + " `L" + std::to_string(i - 1) + " `L" +
-                std::to_string(i - 1) + "\n";
+        text += "`define L" + std::to_string(i) + " `L" + std::to_string(i - 1) + " `L" + std::to_string(i - 1) + "\n";
     text += "`L40\n";
     VeriPreprocessor pp({});
     pp.pushText(text, "blow.sv");
@@ -254,8 +251,8 @@ TEST(VeriPreprocessor, MacroBodyPiecesKeepTheirPlaces) {
         uint32_t line;
         uint32_t col;
     };
-    const Want want[] = {{"x", 1, 17}, {"p_y", 5, 6}, {"\"q\"", 1, 33}, {"z", 2, 5},
-                         {"q", 5, 9},   {"\\\"", 3, 2}, {"w", 3, 7}};
+    const Want want[] = {{"x", 1, 17}, {"p_y", 5, 6},  {"\"q\"", 1, 33}, {"z", 2, 5},
+                         {"q", 5, 9},  {"\\\"", 3, 2}, {"w", 3, 7}};
     for (size_t i = 0; i < t.size(); ++i) {
         EXPECT_EQ(t[i].text, want[i].text) << i;
         EXPECT_EQ(t[i].line, want[i].line) << want[i].text;
@@ -279,9 +276,8 @@ TEST(VeriPreprocessor, PaddedContinuationsKeepPlacesAndStrings) {
         uint32_t line;
         uint32_t col;
     };
-    const Want want[] = {{"always_ff", 2, 3}, {"begin", 2, 13}, {"x", 7, 4}, {"<=", 3, 7},
-                         {"y", 7, 7},         {";", 3, 11},     {"end", 4, 3}, {"\"v   ", 5, 14},
-                         {"b", 6, 3},         {"\"", 6, 4}};
+    const Want want[] = {{"always_ff", 2, 3}, {"begin", 2, 13}, {"x", 7, 4},       {"<=", 3, 7}, {"y", 7, 7},
+                         {";", 3, 11},        {"end", 4, 3},    {"\"v   ", 5, 14}, {"b", 6, 3},  {"\"", 6, 4}};
     for (size_t i = 0; i < t.size(); ++i) {
         EXPECT_EQ(t[i].text, want[i].text) << i;
         EXPECT_EQ(t[i].line, want[i].line) << want[i].text;
@@ -297,7 +293,7 @@ TEST(VeriPreprocessor, IncludeSearchOrderAndPositions) {
     tree.write("inc1/only.vh", "only1\n");
     tree.write("inc2/only.vh", "only2\n");
     std::string top = tree.write("src/top.sv", "a\n`include \"h.vh\"\n`include <only.vh> b\n"
-                                                "`define F \"only.vh\"\n`include `F\nc");
+                                               "`define F \"only.vh\"\n`include `F\nc");
     VeriPreprocessorOptions opts;
     opts.includeDirs = {tree.root + "/inc1", tree.root + "/inc2"};
     VeriPreprocessor pp(opts);
@@ -361,8 +357,8 @@ TEST(VeriPreprocessor, StreamsNestWithIncludes) {
     VeriPreprocessor pp(opts);
     ASSERT_TRUE(pp.pushFile(top));
     EXPECT_EQ(joined(allTokens(pp)), "a b c b2 a2");
-    EXPECT_EQ(traceLog, (std::vector<std::string>{"enter a.sv", "enter b.vh", "enter c.vh", "leave c.vh",
-                                                  "leave b.vh", "leave a.sv"}));
+    EXPECT_EQ(traceLog, (std::vector<std::string>{"enter a.sv", "enter b.vh", "enter c.vh", "leave c.vh", "leave b.vh",
+                                                  "leave a.sv"}));
 }
 
 TEST(VeriPreprocessor, ProtectedRegionsAreSkippedWithAMessage) {
@@ -401,8 +397,7 @@ TEST(VeriPreprocessor, MissingAndBinaryFilesAreOneErrorEach) {
 TEST(VeriPreprocessor, DeeplyNestedArgumentsAreCutNotOverflowed) {
     MessageCapture mc;
     std::string text = "`define A(x) (x)\n";
-    for (int i = 0; i < 5000; ++i)
-        text += "`A(";
+    for (int i = 0; i < 5000; ++i) text += "`A(";
     text += "1";
     text += std::string(5000, ')');
     VeriPreprocessor pp({});

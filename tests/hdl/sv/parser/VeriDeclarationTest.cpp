@@ -104,11 +104,12 @@ TEST(VeriDeclarations, InterfacesWithModports) {
 }
 
 TEST(VeriDeclarations, SubprogramsAndDpi) {
-    ASSERT_TRUE(veritest::analyze("module m;\n"
-                                  "  import \"DPI-C\" context function int c_add(input int a, input int b);\n"
-                                  "  function automatic logic [3:0] inc(input logic [3:0] v); inc = v + 1; endfunction\n"
-                                  "  task t; input a; output b; b = a; endtask\n"
-                                  "endmodule\n"));
+    ASSERT_TRUE(
+        veritest::analyze("module m;\n"
+                          "  import \"DPI-C\" context function int c_add(input int a, input int b);\n"
+                          "  function automatic logic [3:0] inc(input logic [3:0] v); inc = v + 1; endfunction\n"
+                          "  task t; input a; output b; b = a; endtask\n"
+                          "endmodule\n"));
     auto* dpi = item<VeriFunctionDecl>("m", 0);
     ASSERT_NE(dpi, nullptr);
     EXPECT_EQ(dpi->dpi, unsigned(VT_IMPORT));

@@ -132,8 +132,6 @@ TEST(VeriExpressions, Casts) {
     ASSERT_NE(toSigned, nullptr);
 }
 
-TEST(VeriExpressions, MinTypMaxInParentheses) {
-    EXPECT_EQ(rhs("(1:2:3)")->GetClassId(), ID_VERIMINTYPMAXEXPR);
-}
+TEST(VeriExpressions, MinTypMaxInParentheses) { EXPECT_EQ(rhs("(1:2:3)")->GetClassId(), ID_VERIMINTYPMAXEXPR); }
 
 } // namespace

@@ -117,7 +117,10 @@ Project readProject(const fs::path& dir) {
         std::getline(cols, lang, '\t');
         std::getline(cols, library, '\t');
         std::getline(cols, path, '\t');
-        unsigned code = lang == "sv" ? unsigned(SYSTEM_VERILOG) : lang == "v2k" ? unsigned(VERILOG_2K) : lang == "v95" ? unsigned(VERILOG_95) : 0u;
+        unsigned code = lang == "sv"    ? unsigned(SYSTEM_VERILOG)
+                        : lang == "v2k" ? unsigned(VERILOG_2K)
+                        : lang == "v95" ? unsigned(VERILOG_95)
+                                        : 0u;
         if (lang == "incdir") p.incdirs.push_back((dir / library).string());
         else if (code) p.files.push_back({(dir / path).string(), library, code});
     }
@@ -133,8 +136,8 @@ Mismatches censusOfProject(const fs::path& dir, size_t& files) {
     Mismatches mismatches;
     for (const Project::File& f : p.files) {
         bool clean = false;
-        mismatches.add(
-            checkCensus(f.path, [&] { veri_file::Analyze(f.path.c_str(), f.lang, f.library.c_str()); }, clean));
+        mismatches.add(checkCensus(
+            f.path, [&] { veri_file::Analyze(f.path.c_str(), f.lang, f.library.c_str()); }, clean));
         ++files;
     }
     veri_file::Reset();
@@ -173,7 +176,8 @@ TEST(VeriFieldLists, EveryNodeOfTheSvTestsIsReachedByTheWalk) {
         veri_file::AddIncludeDir(file.parent_path().string().c_str());
         veri_file::RegisterReplaceCallBack(keepReplaced);
         bool clean = false;
-        Mismatches found = checkCensus(file.string(), [&] { veri_file::Analyze(file.string().c_str()); }, clean);
+        Mismatches found = checkCensus(
+            file.string(), [&] { veri_file::Analyze(file.string().c_str()); }, clean);
         // Files that do not parse may leave partial constructs behind; only clean ones count.
         if (!clean) continue;
         mismatches.add(found);
@@ -297,7 +301,8 @@ TEST(VeriTreeCopy, ACopyChangesApartFromItsOriginal) {
     auto* rhs = static_cast<VeriIdRef*>(assign->assigns[0]->rval);
     rhs->name = Symbol::Intern("c");
     EXPECT_FALSE(copy->IsEqual(m));
-    EXPECT_EQ(static_cast<VeriIdRef*>(static_cast<VeriContinuousAssign*>(m->items.Back())->assigns[0]->rval)->name, "a");
+    EXPECT_EQ(static_cast<VeriIdRef*>(static_cast<VeriContinuousAssign*>(m->items.Back())->assigns[0]->rval)->name,
+              "a");
     rhs->name = Symbol::Intern("a");
     rhs->id = nullptr; // resolved in the original, not in the copy
     EXPECT_FALSE(copy->IsEqual(m));

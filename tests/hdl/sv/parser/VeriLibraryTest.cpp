@@ -122,7 +122,6 @@ TEST(VeriLibrary, PackagesAreFoundAcrossLibraries) {
 
 } // namespace
 
-
 namespace {
 
 std::vector<std::string> gOpened;
@@ -130,7 +129,8 @@ std::vector<std::string> gOpened;
 hdl::SourceStream* memoryFiles(const char* name) {
     gOpened.emplace_back(name);
     std::string n(name);
-    if (n == "top.sv") return new hdl::SourceStream(new std::istringstream("`include \"inc.svh\"\nmodule top; endmodule\n"));
+    if (n == "top.sv")
+        return new hdl::SourceStream(new std::istringstream("`include \"inc.svh\"\nmodule top; endmodule\n"));
     if (n.size() >= 7 && n.compare(n.size() - 7, 7, "inc.svh") == 0)
         return new hdl::SourceStream(new std::istringstream("package from_include; endpackage\n"));
     return new hdl::SourceStream(nullptr);

@@ -22,7 +22,8 @@ std::string longInstance(int params) {
 TEST(VeriLookAhead, LongParameterListsStillMakeAnInstance) {
     for (int params : {1, 20, 200}) {
         // Items before and after shift where the ring starts when it grows.
-        std::string text = "module m; wire x; wire [3:0] y;\n" + longInstance(params) + "  assign y = {4{x}};\nendmodule\n";
+        std::string text =
+            "module m; wire x; wire [3:0] y;\n" + longInstance(params) + "  assign y = {4{x}};\nendmodule\n";
         ASSERT_TRUE(veritest::analyze(text)) << params;
         const auto& items = veritest::unit("m")->GetItems();
         ASSERT_EQ(items.Size(), 4u) << params;

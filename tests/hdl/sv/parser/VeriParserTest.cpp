@@ -224,8 +224,7 @@ TEST(VeriParserRecovery, KeepsGoingAfterErrors) {
     EXPECT_NE(veritest::unit("a"), nullptr);
     EXPECT_NE(veritest::unit("b"), nullptr);
     EXPECT_NE(veritest::unit("c"), nullptr);
-    for (const auto& d : veritest::diagnostics())
-        EXPECT_EQ(d.id.substr(0, 5), "VERI-");
+    for (const auto& d : veritest::diagnostics()) EXPECT_EQ(d.id.substr(0, 5), "VERI-");
 }
 
 // One error per broken place: the errors that follow within three tokens of the last
@@ -233,7 +232,8 @@ TEST(VeriParserRecovery, KeepsGoingAfterErrors) {
 TEST(VeriParserRecovery, AnErrorsEchoesAreNotTold) {
     std::string garbage;
     for (int i = 0; i < 5000; ++i) garbage += " x";
-    EXPECT_FALSE(veritest::analyze("module a;\n wire" + garbage + ";\n assign = = = ;\n"
+    EXPECT_FALSE(veritest::analyze("module a;\n wire" + garbage +
+                                   ";\n assign = = = ;\n"
                                    " assign y = 1;\n foo bar baz (a) (b);\nendmodule\n"));
     std::vector<uint32_t> lines;
     for (const auto& d : veritest::diagnostics())
@@ -244,8 +244,8 @@ TEST(VeriParserRecovery, AnErrorsEchoesAreNotTold) {
 // Garbage costs one message: each error after the first lies within the echo window of
 // the one before, whatever the garbage and however the parser skips to recover.
 TEST(VeriParserRecovery, GarbageCostsOneMessage) {
-    for (const char* soup : {"x 3 ( ; ) = y <= , ", "a b c ( ) [ ] ; ", "{ } [ : ] # . ; ", "entity ; ",
-                             "architecture of is ; "}) {
+    for (const char* soup :
+         {"x 3 ( ; ) = y <= , ", "a b c ( ) [ ] ; ", "{ } [ : ] # . ; ", "entity ; ", "architecture of is ; "}) {
         std::string junk;
         for (int i = 0; i < 500; ++i) junk += soup;
         EXPECT_FALSE(veritest::analyze(junk));
@@ -315,10 +315,12 @@ TEST(VeriPrettyPrinter, PrintParsesBackToTheSamePrint) {
         "  assign y.a = a[3:0] ^ {2{a[1:0]}};\n"
         "  sub #(.X(W)) u (.i(a), .o(), .*);\n"
         "  for (genvar i = 0; i < W; i = i + 1) begin : g assign w[i] = ~a[i]; end\n"
-        "  always @(posedge a[0]) begin : blk if (a == 0) y <= '{default: 0}; else case (a) 1, 2: ; default: y.b <= 1; endcase end\n"
+        "  always @(posedge a[0]) begin : blk if (a == 0) y <= '{default: 0}; else case (a) 1, 2: ; default: y.b <= 1; "
+        "endcase end\n"
         "  function automatic int f(input int x, output bit z); return x + K; endfunction\n"
         "endmodule\n"
-        "package q; class c; rand int v; extern virtual task t(int n); function new(); v = 0; endfunction endclass endpackage\n";
+        "package q; class c; rand int v; extern virtual task t(int n); function new(); v = 0; endfunction endclass "
+        "endpackage\n";
     ASSERT_TRUE(veritest::analyze(source));
     std::string first;
     for (const char* name : {"p", "m", "q"}) first += VeriPrettyPrinter::toString(*veritest::unit(name));

@@ -72,9 +72,10 @@ TEST(VeriResolve, InnerScopesShadowOuterOnes) {
 }
 
 TEST(VeriResolve, PackageItemsByImportAndScope) {
-    ASSERT_TRUE(veritest::analyze("package p; localparam int K = 1; typedef logic t; function int g(); return K; endfunction endpackage\n"
-                                  "module m; import p::K; t bad; endmodule\n"
-                                  "module n; import p::*; int a = K + g(); p::t b = p::K; endmodule\n"));
+    ASSERT_TRUE(veritest::analyze(
+        "package p; localparam int K = 1; typedef logic t; function int g(); return K; endfunction endpackage\n"
+        "module m; import p::K; t bad; endmodule\n"
+        "module n; import p::*; int a = K + g(); p::t b = p::K; endmodule\n"));
     RefCollector m = collect("m");
     EXPECT_EQ(m.first("t"), nullptr); // only K was imported
     RefCollector n = collect("n");

@@ -16,7 +16,8 @@ std::vector<VeriStatement*> statements(const std::string& body) {
     if (!veritest::analyze("module m; int a, b; event ev; initial begin\n" + body + "\nend endmodule\n")) return {};
     auto* init = dynamic_cast<VeriInitialConstruct*>(veritest::unit("m")->GetItems().Back());
     auto* block = init ? dynamic_cast<VeriSeqBlock*>(init->stmt) : nullptr;
-    return block ? std::vector<VeriStatement*>(block->stmts.begin(), block->stmts.end()) : std::vector<VeriStatement*>{};
+    return block ? std::vector<VeriStatement*>(block->stmts.begin(), block->stmts.end())
+                 : std::vector<VeriStatement*>{};
 }
 
 TEST(VeriStatements, BlocksAndJoins) {

@@ -115,8 +115,8 @@ TEST(SvTestsGate, ParsesAsTheSuiteExpects) {
     for (const fs::path& file : files) {
         Header h = readHeader(file);
         bool shouldFail = !h.shouldFail.empty();
-        bool syntaxLevel = h.type.find("parsing") != std::string::npos ||
-                           h.type.find("preprocessing") != std::string::npos;
+        bool syntaxLevel =
+            h.type.find("parsing") != std::string::npos || h.type.find("preprocessing") != std::string::npos;
         if (shouldFail && !syntaxLevel) continue; // fails only at elaboration or later
         hdl::veri_file::Reset();
         for (const std::string& d : words(h.defines)) hdl::veri_file::DefineMacro(d.c_str());

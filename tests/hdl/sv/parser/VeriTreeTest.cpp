@@ -47,12 +47,11 @@ TEST(VeriTreeWalk, DefaultVisitGoesInSourceOrder) {
                                   "endmodule\n"));
     KindRecorder rec;
     rec.TraverseNode(veritest::unit("m"));
-    std::vector<std::string> expected = {"MODULE",      "MODULEID", "DATADECL",   "PARAMID",   "INTVAL",
-                                         "ANSIPORTDECL", "DATATYPE", "RANGE",      "BINARYOPERATOR",
-                                         "IDREF",       "INTVAL",   "INTVAL",     "VARIABLE",  "ANSIPORTDECL",
-                                         "VARIABLE",    "NETDECL",  "VARIABLE",   "CONTINUOUSASSIGN",
-                                         "NETREGASSIGN", "IDREF",   "BINARYOPERATOR", "INDEXEDID", "IDREF",
-                                         "RANGE",       "INTVAL",   "IDREF"};
+    std::vector<std::string> expected = {
+        "MODULE",    "MODULEID",       "DATADECL", "PARAMID",          "INTVAL",       "ANSIPORTDECL", "DATATYPE",
+        "RANGE",     "BINARYOPERATOR", "IDREF",    "INTVAL",           "INTVAL",       "VARIABLE",     "ANSIPORTDECL",
+        "VARIABLE",  "NETDECL",        "VARIABLE", "CONTINUOUSASSIGN", "NETREGASSIGN", "IDREF",        "BINARYOPERATOR",
+        "INDEXEDID", "IDREF",          "RANGE",    "INTVAL",           "IDREF"};
     EXPECT_EQ(rec.kinds, expected);
 }
 

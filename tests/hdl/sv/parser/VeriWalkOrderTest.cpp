@@ -67,8 +67,8 @@ TEST(VeriTreeWalk, ItemKindsInTheirSourceOrder) {
                                   "endmodule\n"));
     std::vector<std::string> kinds;
     for (VeriModuleItem* item : veritest::unit("m")->GetItems()) kinds.push_back(veriClassName(item->GetClassId()));
-    std::vector<std::string> expected = {"INITIALCONSTRUCT", "NETDECL", "ALWAYSCONSTRUCT", "CONTINUOUSASSIGN",
-                                         "TASKDECL", "MODULEINSTANTIATION"};
+    std::vector<std::string> expected = {"INITIALCONSTRUCT", "NETDECL",  "ALWAYSCONSTRUCT",
+                                         "CONTINUOUSASSIGN", "TASKDECL", "MODULEINSTANTIATION"};
     EXPECT_EQ(kinds, expected);
 }
 
@@ -83,7 +83,8 @@ TEST(VeriTreePositions, StatementsAndExpressionsSpanTheirText) {
     struct Finder : VeriVisitor {
         void PreVisit(VeriTreeNode& node) override {
             std::string k = veriClassName(node.GetClassId());
-            if (k == "CONDITIONALSTATEMENT" || k == "CASESTATEMENT" || k == "BINARYOPERATOR" || k == "SEQBLOCK") found.push_back(&node);
+            if (k == "CONDITIONALSTATEMENT" || k == "CASESTATEMENT" || k == "BINARYOPERATOR" || k == "SEQBLOCK")
+                found.push_back(&node);
         }
         std::vector<VeriTreeNode*> found;
     } finder;
