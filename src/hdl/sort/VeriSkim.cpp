@@ -234,7 +234,7 @@ private:
         if (i_ >= 2 && t_[i_ - 1].kind == VT_COLON && (t_[i_ - 2].kind == VT_BEGIN || t_[i_ - 2].kind == VT_END))
             return false;
         size_t k = i_ + 1;
-        if (kindAt(k) == VT_LPAREN && isStrength(kindAt(k + 1))) k = skipGroup(k);
+        if (kindAt(k) == VT_LPAREN && isStrengthKind(kindAt(k + 1))) k = skipGroup(k);
         if (kindAt(k) == VT_HASH) {
             ++k;
             if (kindAt(k) == VT_LPAREN) k = skipGroup(k);
@@ -261,22 +261,6 @@ private:
         if (unnamed) return false;
         i_ = k - 1;
         return true;
-    }
-
-    static bool isStrength(uint16_t kind) {
-        switch (kind) {
-        case VT_SUPPLY0:
-        case VT_SUPPLY1:
-        case VT_STRONG0:
-        case VT_STRONG1:
-        case VT_PULL0:
-        case VT_PULL1:
-        case VT_WEAK0:
-        case VT_WEAK1:
-        case VT_HIGHZ0:
-        case VT_HIGHZ1: return true;
-        default: return false;
-        }
     }
 
     void addInstance(const std::string& module, const std::string& inst, uint32_t flags) {

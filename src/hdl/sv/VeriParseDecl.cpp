@@ -101,7 +101,7 @@ bool VeriParser::Impl::instantiationAhead() {
     };
     size_t k = 1;
     // A UDP instance may give a drive strength.
-    if (kind(k) == VT_LPAREN && isStrengthKeyword(kind(k + 1))) {
+    if (kind(k) == VT_LPAREN && isStrengthKind(kind(k + 1))) {
         k = afterParens(k);
         if (!k) return false;
     }

@@ -66,24 +66,6 @@ bool isUnaryOperator(unsigned k) {
     }
 }
 
-bool isAssignOperator(unsigned k) {
-    switch (k) {
-    case VT_PLUS_EQ:
-    case VT_MINUS_EQ:
-    case VT_STAR_EQ:
-    case VT_SLASH_EQ:
-    case VT_MOD_EQ:
-    case VT_AND_EQ:
-    case VT_OR_EQ:
-    case VT_XOR_EQ:
-    case VT_SHL_EQ:
-    case VT_SHR_EQ:
-    case VT_ASHL_EQ:
-    case VT_ASHR_EQ: return true;
-    default: return false;
-    }
-}
-
 } // namespace
 
 bool VeriParser::Impl::startsExpression(unsigned k) {
@@ -329,7 +311,7 @@ VeriExpression* VeriParser::Impl::parsePrimary() {
     case VT_LPAREN: {
         take();
         VeriExpression* e = parseMinTypMax();
-        if (at(VT_EQ) || isAssignOperator(kind())) {
+        if (at(VT_EQ) || isAssignOperatorKind(kind())) {
             // (a = b) and (a += b): an assignment used as an expression
             VeriToken op = take();
             auto* b = make<VeriBinaryOperator>(start);

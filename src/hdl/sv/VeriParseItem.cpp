@@ -16,25 +16,6 @@ unsigned unitEndKind(unsigned k) {
 }
 } // namespace
 
-bool VeriParser::Impl::isStrengthKeyword(unsigned k) {
-    switch (k) {
-    case VT_SUPPLY0:
-    case VT_SUPPLY1:
-    case VT_STRONG0:
-    case VT_STRONG1:
-    case VT_PULL0:
-    case VT_PULL1:
-    case VT_WEAK0:
-    case VT_WEAK1:
-    case VT_HIGHZ0:
-    case VT_HIGHZ1:
-    case VT_SMALL:
-    case VT_MEDIUM:
-    case VT_LARGE: return true;
-    default: return false;
-    }
-}
-
 bool VeriParser::Impl::isGate(unsigned k) {
     switch (k) {
     case VT_AND:
@@ -567,7 +548,7 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
 
 VeriModuleItem* VeriParser::Impl::parseContinuousAssign(const VeriToken& start) {
     auto* a = make<VeriContinuousAssign>(start);
-    if (at(VT_LPAREN) && isStrengthKeyword(kind(1))) a->strength = parseStrength();
+    if (at(VT_LPAREN) && isStrengthKind(kind(1))) a->strength = parseStrength();
     if (at(VT_HASH)) a->delay = parseDelay();
     List<VeriNetRegAssign> assigns(*this);
     for (;;) {
@@ -603,7 +584,7 @@ VeriModuleItem* VeriParser::Impl::parseInstantiation(const VeriToken& start) {
     finish(ref);
     inst->moduleName = ref;
     // A UDP takes a drive strength and a delay here, a module its parameter values.
-    if (at(VT_LPAREN) && isStrengthKeyword(kind(1))) inst->strength = parseStrength();
+    if (at(VT_LPAREN) && isStrengthKind(kind(1))) inst->strength = parseStrength();
     if (at(VT_HASH)) inst->paramValues = parseParamValues();
     List<VeriInstId> instances(*this);
     for (;;) {
@@ -667,7 +648,7 @@ VeriModuleItem* VeriParser::Impl::parseInstantiation(const VeriToken& start) {
 VeriModuleItem* VeriParser::Impl::parseGateInstantiation(const VeriToken& start) {
     auto* g = make<VeriGateInstantiation>(start);
     g->gate = start.kind;
-    if (at(VT_LPAREN) && isStrengthKeyword(kind(1))) g->strength = parseStrength();
+    if (at(VT_LPAREN) && isStrengthKind(kind(1))) g->strength = parseStrength();
     if (accept(VT_HASH)) g->delays = parseDelayValues();
     List<VeriInstId> instances(*this);
     for (;;) {

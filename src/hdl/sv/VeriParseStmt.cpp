@@ -3,26 +3,6 @@
 
 namespace hdl {
 
-namespace {
-bool isOpAssign(unsigned k) {
-    switch (k) {
-    case VT_PLUS_EQ:
-    case VT_MINUS_EQ:
-    case VT_STAR_EQ:
-    case VT_SLASH_EQ:
-    case VT_MOD_EQ:
-    case VT_AND_EQ:
-    case VT_OR_EQ:
-    case VT_XOR_EQ:
-    case VT_SHL_EQ:
-    case VT_SHR_EQ:
-    case VT_ASHL_EQ:
-    case VT_ASHR_EQ: return true;
-    default: return false;
-    }
-}
-} // namespace
-
 VeriStatement* VeriParser::Impl::parseStatement() {
     DepthGuard guard(*this);
     if (!guard.ok) {
@@ -324,7 +304,7 @@ VeriStatement* VeriParser::Impl::parseAssignmentRest(VeriExpression* lval, const
         }
         a->rval = parseExpression();
         s = a;
-    } else if (isOpAssign(k)) {
+    } else if (isAssignOperatorKind(k)) {
         take();
         auto* a = make<VeriBlockingAssign>(start);
         a->lval = lval;

@@ -252,7 +252,6 @@ struct VeriParser::Impl {
     VeriModuleItem* parseBind(const VeriToken& start);
     VeriStrength* parseStrength();
     bool isGate(unsigned k);
-    static bool isStrengthKeyword(unsigned k);
 };
 
 } // namespace hdl

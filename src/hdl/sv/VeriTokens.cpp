@@ -46,4 +46,38 @@ VeriKeywordSet tokenKeywordSet(int kind) {
 
 bool isKeywordKind(int kind) { return kind >= 0 && kind < VT_KIND_COUNT && kindTable()[kind].keyword; }
 
+bool isAssignOperatorKind(int kind) {
+    switch (kind) {
+    case VT_PLUS_EQ:
+    case VT_MINUS_EQ:
+    case VT_STAR_EQ:
+    case VT_SLASH_EQ:
+    case VT_MOD_EQ:
+    case VT_AND_EQ:
+    case VT_OR_EQ:
+    case VT_XOR_EQ:
+    case VT_SHL_EQ:
+    case VT_SHR_EQ:
+    case VT_ASHL_EQ:
+    case VT_ASHR_EQ: return true;
+    default: return false;
+    }
+}
+
+bool isStrengthKind(int kind) {
+    switch (kind) {
+    case VT_SUPPLY0:
+    case VT_SUPPLY1:
+    case VT_STRONG0:
+    case VT_STRONG1:
+    case VT_PULL0:
+    case VT_PULL1:
+    case VT_WEAK0:
+    case VT_WEAK1:
+    case VT_HIGHZ0:
+    case VT_HIGHZ1: return true;
+    default: return false;
+    }
+}
+
 } // namespace hdl

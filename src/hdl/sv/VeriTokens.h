@@ -192,6 +192,10 @@ const char* tokenText(int kind);
 VeriKeywordSet tokenKeywordSet(int kind);
 // True for the reserved words (as opposed to operators and text-carrying kinds).
 bool isKeywordKind(int kind);
+// The assignment operators `+=` to `>>>=`.
+bool isAssignOperatorKind(int kind);
+// The strength keywords of drive and charge strengths (`supply0` to `highz1`).
+bool isStrengthKind(int kind);
 
 enum VeriTokenFlags : uint16_t {
     VTF_FIRST_ON_LINE = 1, // nothing but white space or comments before it on its line
