@@ -1,6 +1,6 @@
 // sift-parse: analyses HDL files with the front-end and prints what it found.
 //   sift-parse [--lang v95|v2k|sv|vhdl93|vhdl08|vhdl19] [--lib NAME] [-I DIR]...
-//              [-D NAME[=VALUE]]... [--units] [--tree] [--no-stdlib]
+//              [-D NAME[=VALUE]]... [--units] [--tree] [--print-tree] [--no-stdlib]
 //              [--hier [--top NAME]... [-G NAME=VALUE]...] FILE...
 // --lang and --lib apply to the files after them. First, as the scanner's parse phase
 // does, the standard libraries of the data directory (LOOM_DATADIR, else the source
@@ -8,7 +8,7 @@
 // --no-stdlib leaves them out. --hier elaborates the tops (by default the units nothing
 // instantiates) with the generic values of -G and prints one line per instance: PATH,
 // MODULE, COPY and, for VHDL, ARCH, separated by tabs; the messages then go to standard
-// error. Exit status: 0, 1 when an error was reported, 2 when it could not run.
+// error. --print-tree prints each unit's tree one node a line (line, depth, kind). Exit status: 0, 1 when an error was reported, 2 when it could not run.
 #include <cctype>
 #include <cstdarg>
 #include <cstdio>
@@ -29,6 +29,7 @@
 #include "hdl/vhdl/VhdlPrettyPrinter.h"
 #include "hdl/vhdl/VhdlTree.h"
 #include "sift/base/HADLDataDir.h"
+#include "sift/extract/HADLTreePrinter.h"
 #include "sift/scan/HADLParse.h"
 #include "sift/scan/HADLStdLibs.h"
 
@@ -104,7 +105,7 @@ std::string vhdlKind(const hdl::VhdlTreeNode& unit) {
     return kind;
 }
 
-void printVhdlUnit(const hdl::VhdlLibrary& library, const hdl::VhdlDesignUnit& unit, bool units, bool tree) {
+void printVhdlUnit(const hdl::VhdlLibrary& library, hdl::VhdlDesignUnit& unit, bool units, bool tree, bool nodes) {
     if (units) {
         const char* file = hdl::LineFile::GetFileNameFromId(unit.Linefile().fileId);
         std::printf("unit\t%s\t%s\t%.*s\t%s\t%u\n", library.Name().c_str(), vhdlKind(unit).c_str(),
@@ -114,11 +115,16 @@ void printVhdlUnit(const hdl::VhdlLibrary& library, const hdl::VhdlDesignUnit& u
         hdl::VhdlPrettyPrint(std::cout, &unit);
         std::cout << '\n';
     }
+    if (nodes) {
+        std::cout.flush();
+        HADLVerific::printTree(unit);
+        std::fflush(stdout);
+    }
 }
 
 int usage() {
     std::fprintf(stderr, "usage: sift-parse [--lang v95|v2k|sv|vhdl93|vhdl08|vhdl19] [--lib NAME] [-I DIR]... "
-                         "[-D NAME[=VALUE]]... [--units] [--tree] [--no-stdlib] [--hier [--top NAME]... "
+                         "[-D NAME[=VALUE]]... [--units] [--tree] [--print-tree] [--no-stdlib] [--hier [--top NAME]... "
                          "[-G NAME=VALUE]...] FILE...\n");
     return 2;
 }
@@ -146,6 +152,7 @@ int main(int argc, char** argv) {
     std::string lib = "work";
     bool units = false;
     bool tree = false;
+    bool nodes = false;
     bool hier = false;
     bool stdlib = true;
     std::vector<std::string> tops;
@@ -186,6 +193,8 @@ int main(int argc, char** argv) {
             units = true;
         } else if (a == "--tree") {
             tree = true;
+        } else if (a == "--print-tree") {
+            nodes = true;
         } else if (a == "--no-stdlib") {
             stdlib = false;
         } else if (!a.empty() && a[0] == '-') {
@@ -214,12 +223,17 @@ int main(int argc, char** argv) {
                             int(m->Name().size()), m->Name().data(), file ? file : "", m->Linefile().leftLine);
             }
             if (tree) hdl::VeriPrettyPrinter::print(*m, std::cout);
+            if (nodes) {
+                std::cout.flush();
+                HADLVerific::printTree(*m);
+                std::fflush(stdout);
+            }
         }
     }
     for (hdl::VhdlLibrary* library : hdl::vhdl_file::AllLibraries()) {
         for (hdl::VhdlPrimaryUnit* p : library->PrimaryUnits()) {
-            printVhdlUnit(*library, *p, units, tree);
-            for (hdl::VhdlSecondaryUnit* s : p->GetSecondaryUnits()) printVhdlUnit(*library, *s, units, tree);
+            printVhdlUnit(*library, *p, units, tree, nodes);
+            for (hdl::VhdlSecondaryUnit* s : p->GetSecondaryUnits()) printVhdlUnit(*library, *s, units, tree, nodes);
         }
     }
     return errorsReported ? 1 : 0;

@@ -90,6 +90,22 @@ class SiftParse(unittest.TestCase):
         r = run("--lang", "vhdl08", self.utils, env=dict(os.environ, LOOM_DATADIR=ARGS.data))
         self.assertEqual(r.stderr, "")
 
+    def test_print_tree_shows_every_unit_node_by_node(self):
+        r = run("--no-stdlib", "--lang", "v2k", "--print-tree", self.alu)
+        self.assertEqual(r.returncode, 0, r.stdout)
+        lines = [l for l in r.stdout.splitlines() if ": info: " not in l]
+        # Pre-order from the unit down, the line first and two blanks per level.
+        self.assertRegex(lines[0], r"^ +[0-9]+  MODULE$")
+        self.assertRegex(lines[1], r"^ +[0-9]+    MODULEID$")
+        depths = [len(l[4:]) - len(l[4:].lstrip(" ")) - 1 for l in lines]
+        self.assertTrue(all(b <= a + 2 for a, b in zip(depths, depths[1:])), "a child is one level below")
+        self.assertIn("ALWAYSCONSTRUCT", r.stdout)
+        self.assertNotIn(" ?", r.stdout)
+        r = run("--no-stdlib", "--lang", "vhdl08", "--print-tree", self.utils)
+        self.assertEqual(r.returncode, 0, r.stdout)
+        self.assertRegex(r.stdout, r"(?m)^ +[0-9]+  PACKAGEDECL$")
+        self.assertRegex(r.stdout, r"(?m)^ +[0-9]+  PACKAGEBODY$")
+
     def test_usage_mistakes_exit_2(self):
         self.assertEqual(run().returncode, 2)
         self.assertEqual(run("--lang", "vhdl2099", self.utils).returncode, 2)

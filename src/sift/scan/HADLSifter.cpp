@@ -16,6 +16,7 @@
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "sift/base/HADLMessages.h"
 #include "sift/database/HADLDatabaseAPI.h"
+#include "sift/extract/HADLDefRef.h"
 #include "sift/primitives/HADLPrimitiveNames.h"
 #include "sift/scan/HADLInputChain.h"
 #include "sift/scan/HADLNeedDecryptionCache.h"
@@ -155,8 +156,8 @@ void HADLSifter::setMessageTypes() {
     hdl::Message::SetMessageType(hdl::veri_msg::kAnalyzingFile, verbosity == 3 ? hdl::MSG_INFO : hdl::MSG_IGNORE);
 }
 
-// Elaboration, interface extraction and the definition/reference walk are not built
-// yet: their phases only move the phase number.
+// Elaboration and interface extraction are not built yet: their phases only move the
+// phase number.
 void HADLSifter::doSkim() { hadlDoSkim(*this, HADLPrimitiveNames::getPrimitiveNames()); }
 
 void HADLSifter::doParse() { HADLParse(*this).doParse(); }
@@ -190,7 +191,15 @@ void HADLSifter::compileDump(const std::string& outDir) {
         }
     }
 }
-void HADLSifter::defRefWalk(bool, bool, bool, const std::string&) {}
+void HADLSifter::defRefWalk(bool blockRanges, bool portDecls, bool defsAndRefs, const std::string& unitName) {
+    HADLWalkRequest request;
+    request.blockRanges = blockRanges;
+    request.portDecls = portDecls;
+    request.defRef = defsAndRefs;
+    if (!unitName.empty()) request.portDeclUnits.insert(unitName.c_str());
+    request.db = this;
+    walkDesign(request);
+}
 
 void HADLSifter::serializeOnCrash() {
     if (crashShmName.empty()) return;
