@@ -6,14 +6,13 @@
 
 #include <cstdint>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 #include "hdl/base/LineFile.h"
 #include "hdl/sv/VeriVisitor.h"
 #include "hdl/vhdl/VhdlVisitor.h"
 #include "sift/database/HADLDatabase.h"
-#include "sift/extract/HADLOrderedPtrMap.h"
+#include "sift/extract/HADLDeclTable.h"
 
 struct HADLWalkRequest {
     bool blockRanges = false;
@@ -85,10 +84,14 @@ public:
         uint32_t line = 0;
         uint32_t col = 0;
     };
-    HADLOrderedPtrMap<hdl::VeriIdDef*, hdl::VeriDataDecl*> dataDecls;
-    HADLOrderedPtrMap<hdl::VeriIdDef*, hdl::VeriAnsiPortDecl*> ansiPorts;
-    HADLOrderedPtrMap<hdl::VeriIdDef*, std::vector<Reference>> idRefs;
-    HADLOrderedPtrMap<hdl::VeriModule*, std::vector<hdl::VeriModuleInstantiation*>> moduleRefs;
+    // The declaring node of an identifier: a data declaration, or an ANSI port declaration,
+    // which wins over a data declaration of the same name.
+    struct Declared {
+        hdl::VeriTreeNode* decl = nullptr;
+        bool ansi = false;
+    };
+    HADLDeclTable<hdl::VeriIdDef*, Reference, Declared> idRefs;
+    HADLDeclTable<hdl::VeriModule*, hdl::VeriModuleInstantiation*, char> moduleRefs{256};
 
 private:
     void descend(hdl::VeriTreeNode& node) { node.VisitChildren(*this); }
@@ -138,10 +141,16 @@ public:
     // user's; memoised per front-end file.
     bool isUserFile(uint32_t frontEndFileId);
 
+    // What the second stage notes for a declaration: its type text and kind word.
+    struct Noted {
+        bool declared = false; // seen as a declaration of a user's file
+        bool noted = false;
+        unsigned type = 0;
+        unsigned kind = 0;
+    };
     struct Defs {
-        HADLOrderedPtrMap<hdl::VhdlIdDef*, std::vector<hdl::VhdlIdRef*>> refs;
+        HADLDeclTable<hdl::VhdlIdDef*, hdl::VhdlIdRef*, Noted> refs;
         std::vector<hdl::VhdlIdDef*> order; // in order of first sight
-        std::unordered_set<hdl::VhdlIdDef*> seen;
     } defs;
     std::vector<hdl::VhdlComponentDecl*> componentDecls;
     std::vector<hdl::VhdlComponentInstantiationStatement*> instantiations;

@@ -54,7 +54,7 @@ void HADLVeriAST::addReference(hdl::VeriIdDef* id, const hdl::ColLineFile& where
     // Positions end one past the name; the reference is the name.
     uint32_t col = where.rightCol > nameLength ? where.rightCol - nameLength : where.leftCol;
     if (where.rightLine != where.leftLine || col < where.leftCol) col = where.leftCol;
-    idRefs[id].push_back({where.rightLine ? where.rightLine : where.leftLine, col});
+    idRefs.addRef(id, {where.rightLine ? where.rightLine : where.leftLine, col});
 }
 
 void HADLVeriAST::Visit(hdl::VeriModule& node) {
@@ -102,7 +102,7 @@ void HADLVeriAST::Visit(hdl::VeriScopeName& node) {
 void HADLVeriAST::Visit(hdl::VeriAnsiPortDecl& node) {
     descend(node);
     for (hdl::VeriIdDef* id : node.ids)
-        if (id) ansiPorts[id] = &node;
+        if (id) idRefs[id].extra = {&node, true};
 }
 
 // Our identifiers hold the nodes written after them (unpacked dimensions, initial
@@ -116,8 +116,11 @@ void HADLVeriAST::Visit(hdl::VeriModuleId&) {}
 
 void HADLVeriAST::Visit(hdl::VeriDataDecl& node) {
     descend(node);
-    for (hdl::VeriIdDef* id : node.ids)
-        if (id) dataDecls[id] = &node;
+    for (hdl::VeriIdDef* id : node.ids) {
+        if (!id) continue;
+        Declared& declared = idRefs[id].extra;
+        if (!declared.ansi) declared.decl = &node;
+    }
 }
 
 void HADLVeriAST::Visit(hdl::VeriModuleInstantiation& node) {
@@ -129,7 +132,7 @@ void HADLVeriAST::Visit(hdl::VeriModuleInstantiation& node) {
         for (hdl::VeriLibrary* library : hdl::veri_file::AllLibraries())
             if ((module = library->GetModule(name)) != nullptr) break;
     }
-    if (module) moduleRefs[module].push_back(&node);
+    if (module) moduleRefs.addRef(module, &node);
 }
 
 void HADLVeriAST::Visit(hdl::VeriCaseItem& node) { withRange(node); }
@@ -154,21 +157,9 @@ void HADLVeriAST::Visit(hdl::VeriClass& node) { withRange(node); }
 void HADLVeriAST::Visit(hdl::VeriPackage& node) { withRange(node); }
 
 void HADLVeriAST::writeDeclarations() {
-    struct Noted {
-        unsigned type = 0;
-        unsigned kind = 0;
-    };
-    HADLOrderedPtrMap<hdl::VeriIdDef*, Noted> noted;
-    for (auto& [id, decl] : dataDecls) {
-        const std::string text = isTypeId(id) ? typeOfTypeId(id) : typeText(*decl);
-        const unsigned dir = directionOfText(text);
-        noted[id] = {db->declTypes.insert(text.c_str()), kindWord(dir ? kDirected : kUndirected, dir)};
-    }
-    for (auto& [id, decl] : ansiPorts) {
-        const std::string text = isTypeId(id) ? typeOfTypeId(id) : typeText(*decl);
-        noted[id] = {db->declTypes.insert(text.c_str()), kindWord(kDirected, directionOfText(text))};
-    }
-    for (auto& [id, refs] : idRefs) {
+    idRefs.group();
+    for (auto& entry : idRefs.entries()) {
+        hdl::VeriIdDef* id = entry.id;
         const hdl::ColLineFile where = id->Linefile();
         if (id->Name().empty() || !where.leftLine || !hdl::LineFile::GetFileNameFromId(where.fileId)) continue;
         HADLDatabase::Declaration decl;
@@ -176,14 +167,26 @@ void HADLVeriAST::writeDeclarations() {
         decl.fileId = fileId(where.fileId);
         decl.line = where.leftLine;
         decl.startCol = where.leftCol;
-        const Noted* note = noted.find(id);
-        decl.type = note ? note->type : 0;
-        decl.kind = note ? note->kind : isPackageId(id) ? kUnit : kOther;
+        decl.kind = isPackageId(id) ? kUnit : kOther;
+        if (hdl::VeriTreeNode* node = entry.extra.decl) {
+            std::string text;
+            if (isTypeId(id)) text = typeOfTypeId(id);
+            else if (entry.extra.ansi) text = typeText(*static_cast<hdl::VeriAnsiPortDecl*>(node));
+            else text = typeText(*static_cast<hdl::VeriDataDecl*>(node));
+            const unsigned dir = directionOfText(text);
+            decl.type = db->declTypes.insert(text.c_str());
+            decl.kind = kindWord(entry.extra.ansi || dir ? kDirected : kUndirected, dir);
+        }
         // A reference carries the declaration's file, wherever it stands.
-        for (const Reference& ref : refs) decl.references.push_back({decl.fileId, ref.line, ref.col});
+        decl.references.reserve(entry.refCount + 1);
+        const Reference* refs = idRefs.refsOf(entry);
+        for (uint32_t r = 0; r < entry.refCount; ++r)
+            decl.references.push_back({decl.fileId, refs[r].line, refs[r].col});
         db->variables.push_back(std::move(decl));
     }
-    for (auto& [module, insts] : moduleRefs) {
+    moduleRefs.group();
+    for (auto& entry : moduleRefs.entries()) {
+        hdl::VeriModule* module = entry.id;
         const hdl::ColLineFile where = module->Linefile();
         if (module->Name().empty() || !where.leftLine || !hdl::LineFile::GetFileNameFromId(where.fileId)) continue;
         const unsigned name = db->objNames.insert(std::string(module->Name()).c_str());
@@ -195,8 +198,9 @@ void HADLVeriAST::writeDeclarations() {
         decl.line = where.leftLine;
         decl.startCol = where.leftCol;
         decl.kind = kUnit;
-        for (hdl::VeriModuleInstantiation* inst : insts) {
-            const hdl::ColLineFile at = inst->Linefile();
+        hdl::VeriModuleInstantiation* const* insts = moduleRefs.refsOf(entry);
+        for (uint32_t i = 0; i < entry.refCount; ++i) {
+            const hdl::ColLineFile at = insts[i]->Linefile();
             decl.references.push_back({fileId(at.fileId), at.leftLine, at.leftCol});
         }
         db->variables.push_back(std::move(decl));

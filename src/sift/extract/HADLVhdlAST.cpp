@@ -151,8 +151,10 @@ void HADLVhdlAST::Visit(hdl::VhdlComponentInstantiationStatement& node) {
 void HADLVhdlAST::Visit(hdl::VhdlIdDef& node) {
     const hdl::ColLineFile& where = node.Linefile();
     if (!where.leftLine || !isUserFile(where.fileId)) return;
-    defs.refs[&node];
-    if (defs.seen.insert(&node).second) defs.order.push_back(&node);
+    Noted& noted = defs.refs[&node].extra;
+    if (noted.declared) return;
+    noted.declared = true;
+    defs.order.push_back(&node);
 }
 
 void HADLVhdlAST::Visit(hdl::VhdlEntityId&) {}
@@ -167,24 +169,26 @@ void HADLVhdlAST::Visit(hdl::VhdlBlockStatement& node) { withRange(node); }
 void HADLVhdlAST::Visit(hdl::VhdlIdRef& node) {
     const hdl::ColLineFile& where = node.Linefile();
     if (!node.resolved || !where.leftLine || !isUserFile(where.fileId)) return;
-    defs.refs[node.resolved].push_back(&node);
+    defs.refs.addRef(node.resolved, &node);
 }
 
 void HADLVhdlAST::writeDeclarations() {
-    struct Noted {
-        unsigned type = 0;
-        unsigned kind = 0;
-    };
-    HADLOrderedPtrMap<hdl::VhdlIdDef*, Noted> noted;
     auto userNode = [this](const hdl::VhdlTreeNode& node) {
         return hdl::LineFile::GetFileNameFromId(node.Linefile().fileId) && isUserFile(node.Linefile().fileId);
     };
     auto note = [&](auto& decl, const std::vector<hdl::VhdlIdDef*>& ids, bool unit) {
         if (!userNode(decl)) return;
         const std::string text = typeText(decl);
-        const Noted value{db->declTypes.insert(text.c_str()), unit ? unsigned(kUnit) : kindOfText(text)};
-        for (hdl::VhdlIdDef* id : ids)
-            if (id) noted[id] = value;
+        const unsigned type = db->declTypes.insert(text.c_str());
+        const unsigned kind = unit ? unsigned(kUnit) : kindOfText(text);
+        for (hdl::VhdlIdDef* id : ids) {
+            // Only the declarations of users' files are written.
+            if (auto* entry = id ? defs.refs.find(id) : nullptr) {
+                entry->extra.noted = true;
+                entry->extra.type = type;
+                entry->extra.kind = kind;
+            }
+        }
     };
     auto idsOf = [](const hdl::VhdlIdList& list) { return std::vector<hdl::VhdlIdDef*>(list.begin(), list.end()); };
     for (auto* d : componentDecls) note(*d, {d->id}, false);
@@ -248,31 +252,38 @@ void HADLVhdlAST::writeDeclarations() {
         written.insert(entity->id);
     }
 
-    HADLOrderedPtrMap<hdl::VhdlIdDef*, std::vector<hdl::VhdlComponentInstantiationStatement*>> instantiated;
+    HADLDeclTable<hdl::VhdlIdDef*, hdl::VhdlComponentInstantiationStatement*, char> instantiated(256);
     for (auto* inst : instantiations)
-        if (hdl::VhdlIdDef* id = inst->GetInstantiatedUnit()) instantiated[id].push_back(inst);
+        if (hdl::VhdlIdDef* id = inst->GetInstantiatedUnit()) instantiated.addRef(id, inst);
+    instantiated.group();
     const unsigned componentType = db->declTypes.insert("component");
-    for (auto& [id, insts] : instantiated) {
+    for (auto& entry : instantiated.entries()) {
+        hdl::VhdlIdDef* id = entry.id;
         const hdl::ColLineFile& where = id->Linefile();
         if (!where.leftLine || !userNode(*id)) continue;
         HADLDatabase::Declaration decl = declaration(id, where, componentType, kUnit);
-        for (auto* inst : insts) decl.references.push_back(at(inst->Linefile(), inst->Linefile().leftCol));
+        hdl::VhdlComponentInstantiationStatement* const* insts = instantiated.refsOf(entry);
+        for (uint32_t i = 0; i < entry.refCount; ++i)
+            decl.references.push_back(at(insts[i]->Linefile(), insts[i]->Linefile().leftCol));
         db->variables.push_back(std::move(decl));
         written.insert(id);
     }
 
+    defs.refs.group();
     std::vector<hdl::VhdlDesignUnit*> packageUnits;
     std::unordered_set<hdl::VhdlDesignUnit*> packageSeen;
     for (hdl::VhdlIdDef* id : defs.order) {
         const hdl::ColLineFile& where = id->Linefile();
         if (id->OrigName().empty() || !where.leftLine || written.count(id)) continue;
         if (!hdl::LineFile::GetFileNameFromId(where.fileId)) continue;
-        const Noted* n = noted.find(id);
-        HADLDatabase::Declaration decl = declaration(id, where, n ? n->type : 0, n ? n->kind : kOther);
-        for (hdl::VhdlIdRef* ref : *defs.refs.find(id)) {
+        const auto& entry = *defs.refs.find(id);
+        const Noted& n = entry.extra;
+        HADLDatabase::Declaration decl = declaration(id, where, n.noted ? n.type : 0, n.noted ? n.kind : kOther);
+        hdl::VhdlIdRef* const* refs = defs.refs.refsOf(entry);
+        for (uint32_t r = 0; r < entry.refCount; ++r) {
             // The reserved slot and 500 references at most.
             if (decl.references.size() > 500) break;
-            decl.references.push_back(at(ref->Linefile(), ref->Linefile().leftCol));
+            decl.references.push_back(at(refs[r]->Linefile(), refs[r]->Linefile().leftCol));
         }
         db->variables.push_back(std::move(decl));
         hdl::VhdlDesignUnit* unit = id->owningUnit;
