@@ -82,7 +82,7 @@ def main():
             best = min((run(args, project, tmp) for _ in range(args.repeat)), key=lambda r: r[2])
         skim, parse, walk, save, rss_parsed, rss_walked, peak, archive = best
         print("%-14s %8.2f %9.3f %9.3f %9.3f %9.3f %10.1f %9.1f %9.1f %9.1f %9.2f" %
-              (project.name, size, skim / 1e6, parse / 1e6, walk / 1e6, save / 1e6, size / (walk / 1e6),
+              (project.name, size, skim / 1e6, parse / 1e6, walk / 1e6, save / 1e6, size / max(walk / 1e6, 1e-6),
                rss_parsed / 1024, (rss_walked - rss_parsed) / 1024, peak / 1024, archive / 1e6))
 
 

@@ -386,7 +386,25 @@ public:
     }
     void Visit(VhdlDeclaration& n) override {
         VhdlVisitor::Visit(n);
+        if (auto* object = dynamic_cast<VhdlObjectDecl*>(&n))
+            ResolveChoices(object->init, TypeOfSubtype(object->subtype, 0), 0);
+        if (auto* port = dynamic_cast<VhdlInterfaceDecl*>(&n))
+            ResolveChoices(port->init, TypeOfSubtype(port->subtype, 0), 0);
         Declare(&n);
+    }
+    void Visit(VhdlQualifiedExpression& n) override {
+        n.VisitChildren(*this);
+        ResolveChoices(n.aggregate, TypeOfSubtype(n.prefix, 0), 0);
+    }
+    void Visit(VhdlVariableAssignmentStatement& n) override {
+        Visit(static_cast<VhdlStatement&>(n));
+        ResolveChoices(n.value, TypeOfName(n.target, 0), 0);
+    }
+    void Visit(VhdlSignalAssignmentStatement& n) override {
+        Visit(static_cast<VhdlStatement&>(n));
+        VhdlTypeDef* type = TypeOfName(n.target, 0);
+        for (VhdlTreeNode* element : n.waveform)
+            if (auto* wave = dynamic_cast<VhdlWaveformElement*>(element)) ResolveChoices(wave->value, type, 0);
     }
     void Visit(VhdlSubprogramDecl& n) override {
         Declare(&n);
@@ -791,6 +809,54 @@ private:
             return static_cast<VhdlFullTypeDecl*>(full->declaration)->typeDef;
         }
         default: return nullptr;
+        }
+    }
+
+    // The choices of an aggregate of a record type name the record's elements, whatever
+    // else of the name is visible (a constant `FIELD` beside the element `field`); the
+    // elements of nested aggregates follow the types of the elements they stand for.
+    void ResolveChoices(VhdlTreeNode* expr, VhdlTypeDef* type, int depth) {
+        if (!expr || !type || depth > 8 || expr->GetClassId() != VhdlAggregate::kClassId) return;
+        auto* aggregate = static_cast<VhdlAggregate*>(expr);
+        if (auto* array = dynamic_cast<VhdlArrayTypeDef*>(type)) {
+            VhdlTypeDef* element = TypeOfSubtype(array->elementSubtype, depth + 1);
+            for (VhdlTreeNode* e : aggregate->elements) {
+                auto* assoc = dynamic_cast<VhdlElementAssoc*>(e);
+                ResolveChoices(assoc ? assoc->expression : e, element, depth + 1);
+            }
+            return;
+        }
+        auto* record = dynamic_cast<VhdlRecordTypeDef*>(type);
+        if (!record) return;
+        std::vector<std::pair<VhdlIdDef*, VhdlElementDecl*>> elements;
+        for (VhdlTreeNode* node : record->elements)
+            if (auto* decl = dynamic_cast<VhdlElementDecl*>(node))
+                for (VhdlIdDef* id : decl->ids)
+                    if (id) elements.push_back({id, decl});
+        size_t position = 0;
+        for (VhdlTreeNode* e : aggregate->elements) {
+            auto* assoc = dynamic_cast<VhdlElementAssoc*>(e);
+            if (!assoc) {
+                // Positional: the element in that place.
+                if (position < elements.size())
+                    ResolveChoices(e, TypeOfSubtype(elements[position].second->subtype, depth + 1), depth + 1);
+                ++position;
+                continue;
+            }
+            VhdlElementDecl* named = nullptr;
+            for (VhdlTreeNode* choice : assoc->choices) {
+                auto* ref = dynamic_cast<VhdlIdRef*>(choice);
+                if (!ref) continue;
+                const std::string key = Key(ref->text);
+                for (const auto& [id, decl] : elements) {
+                    if (Key(id->Name()) != key) continue;
+                    ref->resolved = id;
+                    ref->ambiguous = false;
+                    named = decl;
+                    break;
+                }
+            }
+            if (named) ResolveChoices(assoc->expression, TypeOfSubtype(named->subtype, depth + 1), depth + 1);
         }
     }
 

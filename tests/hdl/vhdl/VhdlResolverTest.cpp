@@ -793,5 +793,67 @@ end;
     EXPECT_EQ(refs.byText["get"][0]->GetId()->GetClassId(), VhdlSubprogramId::kClassId);
 }
 
+// The references spelt `fast` in any case, in order of the text.
+class FastRefs : public VhdlVisitor {
+public:
+    void Visit(VhdlIdRef& n) override {
+        std::string key(n.text);
+        for (char& c : key) c = char(std::tolower(static_cast<unsigned char>(c)));
+        if (key == "fast") refs.push_back(&n);
+    }
+    std::vector<VhdlIdRef*> refs;
+};
+
+TEST_F(VhdlResolverTest, AggregateChoicesOfARecordNameItsElements) {
+    Analyze(R"(
+package p is
+  constant FAST : integer := 3;
+  type inner_t is record fast : bit; end record;
+  type outer_t is record fast : bit; sub : inner_t; end record;
+  type arr_t is array (0 to 1) of inner_t;
+  constant c1 : outer_t := (fast => '1', sub => (fast => '0'));
+  constant c2 : arr_t := (others => (fast => '1'));
+  constant c3 : integer := FAST;
+  constant c4 : outer_t := ('0', (fast => '1'));
+  constant c5 : inner_t := (fsat => '1');
+end package;
+use work.p.all;
+entity e is end;
+architecture a of e is
+  signal s : outer_t;
+begin
+  process
+    variable v : inner_t;
+  begin
+    v := (fast => '0');
+    s <= outer_t'(fast => '1', sub => v);
+    wait;
+  end process;
+end;
+)");
+    FastRefs fast;
+    Refs all;
+    for (VhdlPrimaryUnit* unit : vhdl_file::GetLibrary("work")->PrimaryUnits()) {
+        unit->Accept(fast);
+        unit->Accept(all);
+    }
+    Arch("e")->Accept(fast);
+    const std::vector<VhdlIdRef*>& r = fast.refs;
+    ASSERT_EQ(r.size(), 7u);
+    for (size_t i : {0, 1, 2, 4, 5, 6}) {
+        ASSERT_NE(r[i]->resolved, nullptr) << i;
+        EXPECT_EQ(r[i]->resolved->GetClassId(), VhdlElementId::kClassId) << i;
+    }
+    // The plain name is the constant; outer and inner records have elements of their own.
+    ASSERT_NE(r[3]->resolved, nullptr);
+    EXPECT_EQ(r[3]->resolved->GetClassId(), VhdlConstantId::kClassId);
+    EXPECT_EQ(r[0]->resolved, r[6]->resolved);
+    EXPECT_NE(r[0]->resolved, r[1]->resolved);
+    for (size_t i : {2, 4, 5}) EXPECT_EQ(r[i]->resolved, r[1]->resolved) << i;
+    // A choice that names no element is no element.
+    ASSERT_TRUE(all.byText.count("fsat"));
+    EXPECT_EQ(all.byText["fsat"]->resolved, nullptr);
+}
+
 } // namespace
 } // namespace hdl
