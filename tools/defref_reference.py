@@ -12,16 +12,19 @@ declaration in a file of the project (the reference's and the declaration's posi
 Verilog/SystemVerilog: `verilator --xml-only` over the project's files; for each module
 that Verilator kept under its own name (not a copy for other parameter values), its
 ports in pin order with direction and, for a plain vector, the left and right bounds
-(Verilator evaluates them with the parameters' default values).
+(Verilator evaluates them with the parameters' default values); and each variable
+reference of such a module to the one variable of the module that bears its name.
 
 Columns count characters (GHDL's columns, which widen tabs, are converted).
 Rows, tab-separated, paths relative to the project:
     vport  ENTITY  INDEX  NAME  MODE  FILE  LINE  COL
     ref    FILE:LINE:COL  FILE:LINE:COL  NAME        (reference, declaration)
     port   MODULE  INDEX  NAME  DIR  LEFT  RIGHT  FILE  LINE   (LEFT/RIGHT "-" when not a plain vector)
+    vref   FILE:LINE:COL  FILE:LINE:COL  NAME        (Verilog reference, the module's variable)
 The output is never edited by hand: run this again.
 """
 import argparse
+import collections
 import os
 import re
 import subprocess
@@ -134,9 +137,27 @@ def verilog_rows(project, files, incdirs):
         root = ET.parse(out).getroot()
     files_by_letter = {f.get("id"): f.get("filename") for f in root.iter("file")}
     dtypes = {d.get("id"): d for d in root.iter() if d.tag.endswith("dtype") and d.get("id")}
+    def place(loc):
+        parts = loc.split(",")
+        name = files_by_letter.get(parts[0], "")
+        return "%s:%s:%s" % (os.path.relpath(os.path.realpath(name), project), parts[1], parts[2]) if name else None
+
     for module in root.iter("module"):
         if module.get("name") != module.get("origName"):
             continue
+        # Variable references: to the one variable of that name in the module (names
+        # declared more than once, in blocks or subprograms, are left out).
+        declared = collections.defaultdict(list)
+        for var in module.iter("var"):
+            declared[var.get("origName") or var.get("name")].append(var)
+        for ref in module.iter("varref"):
+            name = ref.get("name")
+            vars_ = declared.get(name, [])
+            if len(vars_) != 1 or name.startswith("__V"):
+                continue
+            at, decl = place(ref.get("loc")), place(vars_[0].get("loc"))
+            if at and decl and at != decl:
+                rows.append(("vref", at, decl, name))
         ports = [v for v in module.findall("var") if v.get("dir")]
         ports.sort(key=lambda v: int(v.get("pinIndex") or 0))
         for index, var in enumerate(ports):
@@ -149,7 +170,7 @@ def verilog_rows(project, files, incdirs):
             rows.append(("port", module.get("name"), str(index), var.get("origName") or var.get("name"),
                          var.get("dir"), left, right, os.path.relpath(os.path.realpath(name), project) if name else "",
                          loc[1]))
-    return rows
+    return sorted(set(rows), key=lambda r: (r[0], r[1], int(r[2])) if r[0] == "port" else r)
 
 
 def main():

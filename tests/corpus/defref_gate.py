@@ -18,7 +18,10 @@ tools/defref_reference.py).
     printed, and must reach the project's share in MIN_SHARE (or --min-share). GHDL ties the names in a subprogram body to the
     parameters of the subprogram's declaration where there is one; ours to the body's own
     parameter list: those are counted apart, as are names we do not resolve.
-  * Block ranges: every unit range lies within the file's block ranges.
+  * Verilog references: of Verilator's variable references to the one variable of that
+    name in their module, the share that our table lists at the same declaration is
+    printed, and must reach the project's share in MIN_SHARE_VERILOG.
+  * Block ranges: every unit range is one of the file's block ranges.
 Exit status: 0 pass, 1 fail, 77 project or expected data absent (skipped).
 """
 
@@ -36,6 +39,8 @@ SKIP = 77
 # The share of GHDL's references that each project must keep agreeing on: the measured
 # share less two points. What differs, and why, is in docs/defref.md.
 MIN_SHARE = {"microwatt": 0.87, "osvvm": 0.50, "poc": 0.62}
+# The same for Verilator's variable references.
+MIN_SHARE_VERILOG = {"common_cells": 0.67, "cv32e40p": 0.96, "picorv32": 0.95, "serv": 0.92}
 MODES = ("in", "out", "inout", "buffer", "linkage")
 
 
@@ -162,6 +167,20 @@ def check_vhdl(t, expected, problems, min_share):
     return len(entities), agreed, len(links)
 
 
+def check_verilog_refs(t, expected, problems, min_share):
+    ours = {}
+    for did, refs in t.refs.items():
+        name, _, _, fid, line, col = t.decls[did]
+        for rf, rl, rc in refs:
+            ours[t.place(rf, rl, rc)] = t.place(fid, line, col)
+    links = expected["vref"]
+    agreed = sum(1 for ref, decl, _ in links if ours.get(ref) == decl)
+    if links and agreed / len(links) < min_share:
+        problems.append("Verilog references: %d of Verilator's %d agree (%.1f%%), below %.1f%%" %
+                        (agreed, len(links), 100.0 * agreed / len(links), 100 * min_share))
+    return agreed, len(links)
+
+
 def check_unit_ranges(t, problems):
     for name, fid, start, end in t.units:
         if end > start and (start, end) not in t.blocks.get(fid, set()):
@@ -189,9 +208,12 @@ def main():
     problems = []
     modules, compared, symbolic = check_verilog_ports(t, expected, problems)
     entities, agreed, links = check_vhdl(t, expected, problems, args.min_share)
+    vagreed, vlinks = check_verilog_refs(t, expected, problems, MIN_SHARE_VERILOG.get(project.name, 0.0))
     check_unit_ranges(t, problems)
-    print("%s: %d modules (%d port bounds equal, %d symbolic), %d entities, references %d of %d (%.1f%%)" %
-          (project.name, modules, compared, symbolic, entities, agreed, links, 100.0 * agreed / links if links else 100))
+    print("%s: %d modules (%d port bounds equal, %d symbolic), %d entities, references %d of %d (%.1f%%), "
+          "Verilog references %d of %d (%.1f%%)" %
+          (project.name, modules, compared, symbolic, entities, agreed, links, 100.0 * agreed / links if links else 100,
+           vagreed, vlinks, 100.0 * vagreed / vlinks if vlinks else 100))
     for p in problems[:60]:
         print("  " + p)
     if len(problems) > 60:
