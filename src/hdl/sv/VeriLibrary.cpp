@@ -8,9 +8,19 @@
 
 namespace hdl {
 
-VeriModule* VeriLibrary::GetModule(std::string_view name) const {
+namespace {
+VeriUnitSource*& unitSource() {
+    static VeriUnitSource* source = nullptr;
+    return source;
+}
+} // namespace
+
+VeriModule* VeriLibrary::GetModule(std::string_view name, bool restore) const {
     auto it = byName_.find(name);
-    return it == byName_.end() ? nullptr : it->second;
+    if (it != byName_.end()) return it->second;
+    // Restoring fills the library as analysis would have: a look-up that finds it.
+    if (restore && unitSource() && !name.empty()) return unitSource()->Restore(const_cast<VeriLibrary&>(*this), name);
+    return nullptr;
 }
 
 VeriModule* VeriLibrary::AddModule(VeriModule* unit) {
@@ -175,8 +185,15 @@ VeriLibrary* veri_file::GetLibrary(const char* name, bool create) {
 
 const std::vector<VeriLibrary*>& veri_file::AllLibraries() { return state().libraries; }
 
+Protect* veri_file::_protect = nullptr;
+
+void veri_file::SetUnitSource(VeriUnitSource* source) { unitSource() = source; }
+
 void veri_file::Reset() {
     State& s = state();
+    if (unitSource()) unitSource()->Forget();
+    unitSource() = nullptr;
+    _protect = nullptr;
     s.libraries.clear();
     s.owned.clear();
     VeriTreeNode::ForgetAllTrees();

@@ -11,16 +11,31 @@
 
 #include "hdl/base/Arena.h"
 #include "hdl/base/Language.h"
+#include "hdl/base/Protect.h"
 #include "hdl/base/SourceStream.h"
 #include "hdl/sv/VeriTree.h"
 
 namespace hdl {
 
+class VeriLibrary;
+
+// Where units come from that no analysis put into a library (saved libraries); asked by
+// a library's look-up that misses.
+class VeriUnitSource {
+public:
+    virtual ~VeriUnitSource() = default;
+    // Stores the unit `name` in `library` and returns it; null when there is none.
+    virtual VeriModule* Restore(VeriLibrary& library, std::string_view name) = 0;
+    // The libraries are being forgotten, and so is what the source knows of them.
+    virtual void Forget() = 0;
+};
+
 class VeriLibrary {
 public:
     explicit VeriLibrary(std::string name) : name_(std::move(name)) {}
     const std::string& GetName() const { return name_; }
-    VeriModule* GetModule(std::string_view name) const;
+    // With `restore`, a unit not analysed is restored from a saved library if there is one.
+    VeriModule* GetModule(std::string_view name, bool restore = true) const;
     // Units in order of analysis (a replacement takes the place of the unit it replaced).
     const std::vector<VeriModule*>& AllModules() const { return modules_; }
     // Adds the unit; returns the unit of the same name it replaced, or null.
@@ -80,6 +95,19 @@ public:
     static VeriLibrary* GetLibrary(const char* name, bool create = false);
     // Libraries in order of creation.
     static const std::vector<VeriLibrary*>& AllLibraries();
+    // Saved libraries; defined by the store (src/hdl/store, library hdl_store). A
+    // library is saved to and restored from its own directory, by default `path`/<name>.
+    // Units are restored when a look-up asks for them.
+    static void SetUnitSource(VeriUnitSource* source);
+    static void SetDefaultLibraryPath(const char* path);
+    static void AddLibraryPath(const char* library, const char* path);
+    // Writes a unit, or every unit of a library; false, with a message, when something
+    // could not be written.
+    static bool Save(const char* library, const char* unit);
+    static bool SaveLib(const char* library);
+    // The cipher of saved units, when they are enciphered.
+    static Protect* _protect;
+
     // Forgets every library and setting, and what trees keep outside their nodes; for
     // tests.
     static void Reset();

@@ -22,13 +22,18 @@
     ID(kUnitReplaced, "VERI-1502", MSG_WARNING)                                                            \
     TEXT(UnitReplacesEarlier, kUnitReplaced, "design unit '%s' replaces an earlier one in library '%s'")   \
     ID(kNestingTooDeep, "VERI-1503", MSG_ERROR)                                                            \
-    TEXT(ConstructsNestTooDeep, kNestingTooDeep, "constructs nest deeper than %u levels")                 \
+    TEXT(ConstructsNestTooDeep, kNestingTooDeep, "constructs nest deeper than %u levels")                  \
     ID(kUnknownPackage, "VERI-1504", MSG_ERROR)                                                            \
     TEXT(PackageNotKnown, kUnknownPackage, "package '%s' is not known")                                    \
     /* The label after end* names another block. */                                                       \
     ID(kEndLabelMismatch, "VERI-1505", MSG_ERROR)                                                          \
     ID(kLanguageUnavailable, "VERI-1506", MSG_ERROR)                                                       \
-    TEXT(NotVerilogLanguage, kLanguageUnavailable, "language code %u is not a Verilog language")
+    TEXT(NotVerilogLanguage, kLanguageUnavailable, "language code %u is not a Verilog language")           \
+    ID(kStoreUnreadable, "VERI-1700", MSG_ERROR)                                                           \
+    TEXT(StoreCannotRestore, kStoreUnreadable, "cannot restore unit '%s' of library '%s' from '%s': %s")   \
+    ID(kStoreUnwritable, "VERI-1701", MSG_ERROR)                                                           \
+    TEXT(StoreCannotSave, kStoreUnwritable, "cannot save unit '%s' of library '%s': %s")                   \
+    TEXT(StoreNoLibrary, kStoreUnwritable, "cannot save library '%s': there is no such library")
 // clang-format on
 
 namespace hdl {
