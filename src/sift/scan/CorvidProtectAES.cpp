@@ -4,6 +4,7 @@
 #include <openssl/evp.h>
 #include <stdexcept>
 
+#include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
 
 namespace {
@@ -66,6 +67,10 @@ unsigned CorvidProtectAES::decrypt(const char* in, char* out, unsigned n) { retu
 void enableProtect() {
     if (!theCipher()) theCipher() = std::make_unique<CorvidProtectAES>();
     hdl::vhdl_file::_protect = theCipher().get();
+    hdl::veri_file::_protect = theCipher().get();
 }
 
-void disableProtect() { hdl::vhdl_file::_protect = nullptr; }
+void disableProtect() {
+    hdl::vhdl_file::_protect = nullptr;
+    hdl::veri_file::_protect = nullptr;
+}

@@ -184,10 +184,18 @@ void HADLSifter::compileDump(const std::string& outDir) {
             const std::string name(unit->Name());
             // A component package stands for its library: the library is saved whole.
             if (name == "vcomponents") {
-                stdLibs.saveUnit(library->Name(), "", false);
+                stdLibs.saveUnit(library->Name(), "", false, true);
                 break;
             }
-            stdLibs.saveUnit(library->Name(), name, name == "math_complex" || name == "math_real");
+            stdLibs.saveUnit(library->Name(), name, name == "math_complex" || name == "math_real", true);
+        }
+    }
+    hdl::veri_file::SetDefaultLibraryPath(target.c_str());
+    for (hdl::VeriLibrary* library : hdl::veri_file::AllLibraries()) {
+        const std::vector<hdl::VeriModule*> units = library->AllModules();
+        for (hdl::VeriModule* unit : units) {
+            if (!unit->GetOriginalModuleName().empty()) continue;
+            stdLibs.saveUnit(library->GetName(), std::string(unit->Name()), false, false);
         }
     }
 }

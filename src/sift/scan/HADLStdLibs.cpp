@@ -174,16 +174,16 @@ void HADLStdLibs::addLibraryDir(const std::string& library, const std::string& d
         hdl::vhdl_file::AddLOption(library.c_str());
         hdl::vhdl_file::AddLibraryPath(library.c_str(), directory.c_str());
     } else {
-        // The Verilog front-end restores no saved libraries yet: the library only
-        // enters the search order.
         hdl::veri_file::AddLOption(library.c_str());
+        hdl::veri_file::AddLibraryPath(library.c_str(), directory.c_str());
     }
 }
 
-void HADLStdLibs::saveUnit(const std::string& library, const std::string& unit, bool protect) {
+void HADLStdLibs::saveUnit(const std::string& library, const std::string& unit, bool protect, bool isVhdl) {
     if (protect) enableProtect();
     else disableProtect();
-    if (unit.empty()) hdl::vhdl_file::SaveLib(library.c_str());
+    if (!isVhdl) hdl::veri_file::Save(library.c_str(), unit.c_str());
+    else if (unit.empty()) hdl::vhdl_file::SaveLib(library.c_str());
     else hdl::vhdl_file::Save(library.c_str(), unit.c_str());
 }
 

@@ -37,10 +37,9 @@ public:
     // Registers a standard library source; it is marked as such also for SystemVerilog.
     void addStdLibFile(unsigned lang, const std::string& library, const std::string& path);
     void addLibraryDir(const std::string& library, const std::string& directory, bool isVhdl);
-    // Saves a VHDL unit, or with an empty unit name the whole library, into the
-    // front-end's library directory, enciphered when `protect` is set. (The Verilog
-    // front-end saves no libraries yet.)
-    void saveUnit(const std::string& library, const std::string& unit, bool protect);
+    // Saves a unit into its front-end's library directory, enciphered when `protect` is
+    // set; for VHDL an empty unit name saves the whole library.
+    void saveUnit(const std::string& library, const std::string& unit, bool protect, bool isVhdl);
 
     void attachVhdlStdLibsPrecompiled();
     void attachSvStdLibsPrecompiled();

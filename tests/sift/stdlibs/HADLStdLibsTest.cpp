@@ -378,4 +378,42 @@ TEST_F(PrecompiledTest, SvLibrariesAttachedWhenProbeFound) {
     EXPECT_TRUE(hdl::vhdl_file::LOptions().empty());
 }
 
+// The compile dump writes the Verilog libraries too, one file per unit, in the layout
+// the precompiled attach probes; a run attaches them and restores the package std
+// that a design imports, while a misspelt import stays unknown.
+TEST_F(PrecompiledTest, CompileDumpWritesVerilogLibrariesAndAttachRestoresThem) {
+    TempDataDir data;
+    data.write("src/std.sv",
+               "package std;\n  typedef int handle_t;\n  function int f(); return 1; endfunction\nendpackage\n");
+    data.write("src/uvm.sv", "package uvm_pkg;\n  import std::*;\n  localparam handle_t H = 3;\nendpackage\n");
+    ASSERT_TRUE(hdl::veri_file::Analyze((data.path() + "/src/std.sv").c_str(), hdl::SYSTEM_VERILOG, "std"));
+    ASSERT_TRUE(hdl::veri_file::Analyze((data.path() + "/src/uvm.sv").c_str(), hdl::SYSTEM_VERILOG, "uvm"));
+    const std::string out = data.path() + "/precomp_hsv/sv";
+    sifter.compileDump(out);
+    EXPECT_TRUE(boost::filesystem::is_regular_file(out + "/std/std.sdb"));
+    EXPECT_TRUE(boost::filesystem::is_regular_file(out + "/uvm/uvm_pkg.sdb"));
+
+    hdl::veri_file::Reset();
+    ScopedDataDirEnv env(data.path());
+    HADLSifter run;
+    run.insertFileName("a.sv", 5, "work");
+    testing::internal::CaptureStdout();
+    HADLStdLibs(run).attachSvStdLibsPrecompiled();
+    testing::internal::GetCapturedStdout();
+    hdl::VeriLibrary* uvm = hdl::veri_file::GetLibrary("uvm");
+    ASSERT_NE(uvm, nullptr);
+    EXPECT_TRUE(uvm->AllModules().empty()); // nothing until asked for
+    ASSERT_TRUE(hdl::veri_file::AnalyzeText("module m; import uvm_pkg::*; localparam int X = H; endmodule\n", "m.sv",
+                                            hdl::SYSTEM_VERILOG, "work"));
+    hdl::VeriModule* pkg = uvm->GetModule("uvm_pkg", false);
+    ASSERT_NE(pkg, nullptr);
+    // Its import of std restored std too, from the other library.
+    ASSERT_NE(pkg->GetScope()->imports(), nullptr);
+    EXPECT_EQ(pkg->GetScope()->imports()->package, hdl::veri_file::GetLibrary("std")->GetModule("std", false));
+    EXPECT_NE(pkg->GetScope()->imports()->package, nullptr);
+    EXPECT_FALSE(
+        hdl::veri_file::AnalyzeText("module n; import uvm_pkk::*; endmodule\n", "n.sv", hdl::SYSTEM_VERILOG, "work"));
+    disableProtect();
+}
+
 } // namespace
