@@ -214,8 +214,7 @@ struct VhdlElaborator::Impl {
             }
         }
         if (stringType) return ev.Conform(MakeString(ev, text, nullptr), type, where);
-        ev.Fail(vhdl_msg::kElabNotStatic, where, "'%s' is not a value of '%s'", text.c_str(),
-                type ? std::string(type->DisplayName()).c_str() : "?");
+        ev.Fail<vhdl_msg::ElabNotAValueOf>(where, text.c_str(), type ? std::string(type->DisplayName()).c_str() : "?");
     }
 
     VhdlValue ValueOfActual(const Actual& a, const VhdlType* type, const VhdlTreeNode* where) {
@@ -273,8 +272,8 @@ struct VhdlElaborator::Impl {
                     // Report why the default cannot be worked out.
                     value = ev.Conform(ev.Evaluate(decl->init, type), type, decl->init);
                 } else {
-                    ev.Fail(vhdl_msg::kElabNoValue, where, "generic '%s' of '%s' has no value",
-                            std::string(id->OrigName()).c_str(), unitNode ? VhdlEvaluator::Text(unitNode).c_str() : "");
+                    ev.Fail<vhdl_msg::ElabGenericWithoutValue>(where, std::string(id->OrigName()).c_str(),
+                                                               unitNode ? VhdlEvaluator::Text(unitNode).c_str() : "");
                 }
                 const VhdlType* bound = type;
                 if (type && type->IsArray() && !type->constrained && value.kind == VhdlValue::Array)
@@ -298,12 +297,10 @@ struct VhdlElaborator::Impl {
                 std::string_view name = SimpleName(assoc->formal);
                 formal = FindGeneric(formals, name);
                 if (!formal)
-                    ev.Fail(vhdl_msg::kElabNoGeneric, a, "'%s' is not a generic of '%s'", std::string(name).c_str(),
-                            std::string(unitName).c_str());
+                    ev.Fail<vhdl_msg::ElabNotAGeneric>(a, std::string(name).c_str(), std::string(unitName).c_str());
             } else {
                 if (position >= formals.size())
-                    ev.Fail(vhdl_msg::kElabNoGeneric, a, "too many generic actuals for '%s'",
-                            std::string(unitName).c_str());
+                    ev.Fail<vhdl_msg::ElabTooManyGenericActuals>(a, std::string(unitName).c_str());
                 formal = formals[position++];
             }
             if (!formal || !actual || actual->GetClassId() == VhdlOpen::kClassId) continue;
@@ -320,9 +317,8 @@ struct VhdlElaborator::Impl {
                              const VhdlConfigurationDecl* configDecl, const Actuals& actuals,
                              const VhdlTreeNode* where) {
         if (depth >= limits.instanceDepth)
-            ev.Fail(vhdl_msg::kElabInstanceDepth, where,
-                    "the hierarchy is deeper than %u instances at '%s' (a unit that instantiates itself without end?)",
-                    limits.instanceDepth, std::string(entity->id ? entity->id->OrigName() : "").c_str());
+            ev.Fail<vhdl_msg::ElabHierarchyTooDeep>(where, limits.instanceDepth,
+                                                    std::string(entity->id ? entity->id->OrigName() : "").c_str());
         VhdlFrameScope unitScope(ev, entity, nullptr, true);
         std::vector<std::pair<std::string, std::string>> changed =
             BindGenerics(entity->generics, actuals, entity->id, where);
@@ -331,8 +327,8 @@ struct VhdlElaborator::Impl {
         Key key{arch ? static_cast<const void*>(arch) : static_cast<const void*>(entity), config, suffix};
         // Before the known units: a unit being elaborated is known already.
         if (inProgress.count(key))
-            ev.Fail(vhdl_msg::kElabInstanceDepth, where, "'%s' instantiates itself with the same generics",
-                    std::string(entity->id ? entity->id->OrigName() : "").c_str());
+            ev.Fail<vhdl_msg::ElabInstantiatesItself>(where,
+                                                      std::string(entity->id ? entity->id->OrigName() : "").c_str());
         auto known = units.find(key);
         if (known != units.end()) return known->second;
 
@@ -427,8 +423,8 @@ struct VhdlElaborator::Impl {
     void Made(const VhdlTreeNode* where) {
         ev.Step(where);
         if (++statements > limits.statements)
-            ev.Fail(vhdl_msg::kElabSteps, where, "the design elaborates to more than %llu statements",
-                    static_cast<unsigned long long>(limits.statements));
+            ev.Fail<vhdl_msg::ElabTooManyStatements>(
+                where, std::to_string(static_cast<unsigned long long>(limits.statements)).c_str());
     }
 
     VhdlBlockStatement* MakeBlock(VhdlIdDef* label, VhdlStatement* source, std::vector<VhdlTreeNode*>& inner) {
@@ -518,9 +514,9 @@ struct VhdlElaborator::Impl {
                 VhdlBounds range = ev.EvaluateRange(loop->range, &type);
                 int64_t n = range.Length();
                 if (uint64_t(n) > limits.loopIterations)
-                    ev.Fail(vhdl_msg::kElabLoopBound, g, "generate '%s' of %lld iterations runs past the bound of %llu",
-                            label.c_str(), static_cast<long long>(n),
-                            static_cast<unsigned long long>(limits.loopIterations));
+                    ev.Fail<vhdl_msg::ElabGenerateTooLong>(
+                        g, label.c_str(), std::to_string(static_cast<long long>(n)).c_str(),
+                        std::to_string(static_cast<unsigned long long>(limits.loopIterations)).c_str());
                 std::vector<VhdlBlockConfiguration*> configs =
                     r.config ? r.config->ConfigurationsOf(*g) : std::vector<VhdlBlockConfiguration*>();
                 for (int64_t k = 0; k < n; ++k) {
@@ -604,8 +600,8 @@ struct VhdlElaborator::Impl {
             archName = VhdlSplitUnitName(cc->binding->entityAspect->name).architecture;
         auto* arch = dynamic_cast<VhdlArchitectureBody*>(binding.architecture);
         if (entity && !arch && !archName.empty() && !binding.configuration)
-            ev.Fail(vhdl_msg::kElabConfiguration, &inst, "entity '%s' has no architecture '%s'",
-                    std::string(entity->id ? entity->id->OrigName() : "").c_str(), std::string(archName).c_str());
+            ev.Fail<vhdl_msg::ElabArchitectureMissing>(
+                &inst, std::string(entity->id ? entity->id->OrigName() : "").c_str(), std::string(archName).c_str());
         if (entity && !arch) arch = dynamic_cast<VhdlArchitectureBody*>(entity->GetSecondaryUnit(nullptr));
 
         // Component generics first, in a frame of the component; the binding maps them on.
@@ -668,20 +664,20 @@ struct VhdlElaborator::Impl {
             if (!target && !inst.InstantiatesComponent()) {
                 // An entity or configuration instantiation names its unit: it must exist.
                 VhdlUnitNameParts parts = VhdlSplitUnitName(inst.unit);
-                ev.Fail(vhdl_msg::kElabConfiguration, &inst, "%s '%s' is not analysed in library '%s'",
-                        inst.unit && dynamic_cast<VhdlInstantiatedUnit*>(inst.unit) &&
-                                static_cast<VhdlInstantiatedUnit*>(inst.unit)->entityClass == VHDL_CONFIGURATION
-                            ? "configuration"
-                            : "entity",
-                        std::string(parts.unit).c_str(),
-                        parts.library.empty() ? r.library.c_str() : std::string(parts.library).c_str());
+                ev.Fail<vhdl_msg::ElabUnitNotAnalysed>(
+                    &inst,
+                    inst.unit && dynamic_cast<VhdlInstantiatedUnit*>(inst.unit) &&
+                            static_cast<VhdlInstantiatedUnit*>(inst.unit)->entityClass == VHDL_CONFIGURATION
+                        ? "configuration"
+                        : "entity",
+                    std::string(parts.unit).c_str(),
+                    parts.library.empty() ? r.library.c_str() : std::string(parts.library).c_str());
             }
             if (!target) {
                 target = design.Unbound(r.library, Lower(name));
                 if (!inst.IsUnitNameInactive() && warnedUnbound.insert(&inst).second) {
                     ColLineFile loc = inst.Linefile();
-                    Message::Warning(vhdl_msg::kElabUnbound, &loc, "instance '%s' of component '%s' is not bound",
-                                     label.c_str(), name.c_str());
+                    Message::Tell<vhdl_msg::ElabInstanceUnbound>(&loc, label.c_str(), name.c_str());
                 }
             }
         }
@@ -833,9 +829,9 @@ bool VhdlElaborate(ElabDesign& design, const std::vector<ElabTopRequest>& tops, 
     for (const ElabTopRequest& top : tops) {
         VhdlPrimaryUnit* unit = FindTopUnit(top);
         if (!unit) {
-            Message::Error(vhdl_msg::kElabNoTop, nullptr, "top '%s' is no entity or configuration of %s",
-                           top.name.c_str(),
-                           top.library.empty() ? "any library" : ("library '" + top.library + "'").c_str());
+            Message::Tell<vhdl_msg::ElabTopNotFound>(nullptr, top.name.c_str(),
+                                                     top.library.empty() ? "any library"
+                                                                         : ("library '" + top.library + "'").c_str());
             ++errors;
             continue;
         }
@@ -845,8 +841,8 @@ bool VhdlElaborate(ElabDesign& design, const std::vector<ElabTopRequest>& tops, 
             if (auto* c = dynamic_cast<VhdlConfigurationDecl*>(unit)) entity = c->entity;
             arch = entity ? entity->GetSecondaryUnit(top.architecture.c_str()) : nullptr;
             if (!arch) {
-                Message::Error(vhdl_msg::kElabConfiguration, nullptr, "top '%s' has no architecture '%s'",
-                               top.name.c_str(), top.architecture.c_str());
+                Message::Tell<vhdl_msg::ElabTopArchitectureMissing>(nullptr, top.name.c_str(),
+                                                                    top.architecture.c_str());
                 ++errors;
                 continue;
             }
@@ -857,7 +853,7 @@ bool VhdlElaborate(ElabDesign& design, const std::vector<ElabTopRequest>& tops, 
     for (const ElabGenericValue& g : generics) {
         bool used = std::any_of(units.begin(), units.end(),
                                 [&](VhdlPrimaryUnit* u) { return VhdlElaborator::HasGeneric(u, g.name); });
-        if (!used) Message::Warning(vhdl_msg::kElabTopGeneric, nullptr, "no top has a generic '%s'", g.name.c_str());
+        if (!used) Message::Tell<vhdl_msg::ElabTopGenericUnused>(nullptr, g.name.c_str());
     }
     return errors == 0 && elaborator.ErrorCount() == 0;
 }

@@ -63,13 +63,10 @@ std::vector<VhdlBounds> VhdlEvaluator::ArrayBounds(const VhdlTreeNode* prefix, c
             *type = t;
             return t->indexRanges;
         }
-        if (!slot || slot->value.IsNone())
-            Fail(vhdl_msg::kElabNotStatic, prefix, "the bounds of '%s' are not known at elaboration",
-                 Text(prefix).c_str());
+        if (!slot || slot->value.IsNone()) Fail<vhdl_msg::ElabBoundsUnknown>(prefix, Text(prefix).c_str());
     }
     VhdlValue v = Evaluate(prefix, nullptr);
-    if (v.kind != VhdlValue::Array)
-        Fail(vhdl_msg::kElabNotStatic, prefix, "'%s' is not an array", Text(prefix).c_str());
+    if (v.kind != VhdlValue::Array) Fail<vhdl_msg::ElabNotAnArray>(prefix, Text(prefix).c_str());
     *type = v.type;
     return v.Bounds();
 }
@@ -96,7 +93,7 @@ VhdlBounds VhdlEvaluator::EvaluateAttributeRange(const VhdlAttributeName& n, con
             range = t->indexRanges[dim];
             *type = dim < t->indexTypes.size() ? t->indexTypes[dim] : IntegerType();
         } else {
-            Fail(vhdl_msg::kElabNotStatic, &n, "'%s' has no range", Text(n.prefix).c_str());
+            Fail<vhdl_msg::ElabNoRange>(&n, Text(n.prefix).c_str());
         }
     } else {
         std::vector<VhdlBounds> bounds = ArrayBounds(n.prefix, &t);
@@ -130,8 +127,7 @@ VhdlValue VhdlEvaluator::EvaluateAttribute(const VhdlAttributeName& n, const Vhd
         }
     };
     bool typePrefix = IsTypeMark(n.prefix);
-    if (attr == "range" || attr == "reverse_range")
-        Fail(vhdl_msg::kElabNotStatic, &n, "'%s is a range, not a value", attr.c_str());
+    if (attr == "range" || attr == "reverse_range") Fail<vhdl_msg::ElabRangeNotValue>(&n, attr.c_str());
 
     if (typePrefix) {
         const VhdlType* t = EvaluateSubtype(n.prefix);
@@ -159,7 +155,7 @@ VhdlValue VhdlEvaluator::EvaluateAttribute(const VhdlAttributeName& n, const Vhd
                 if (!step) step = (attr == "rightof") == r.ascending ? 1 : -1;
                 int64_t next;
                 if (__builtin_add_overflow(x.i, step, &next))
-                    Fail(vhdl_msg::kElabRange, &n, "'%s of %s overflows", attr.c_str(), VhdlImage(x).c_str());
+                    Fail<vhdl_msg::ElabAttributeOverflows>(&n, attr.c_str(), VhdlImage(x).c_str());
                 return Conform(ScalarAt(t->base, next), t, &n);
             }
             if (attr == "image") {
@@ -173,26 +169,24 @@ VhdlValue VhdlEvaluator::EvaluateAttribute(const VhdlAttributeName& n, const Vhd
                 if (t->kind == VhdlTypeKind::Enumeration) {
                     int64_t pos = t->LiteralPosition(text);
                     if (pos < 0)
-                        Fail(vhdl_msg::kElabRange, &n, "\"%s\" is no literal of '%s'", text.c_str(),
-                             std::string(t->DisplayName()).c_str());
+                        Fail<vhdl_msg::ElabNoSuchLiteral>(&n, text.c_str(), std::string(t->DisplayName()).c_str());
                     return Conform(VhdlValue::Enumeration(pos, t->base), t, &n);
                 }
                 char* end = nullptr;
                 if (t->kind == VhdlTypeKind::Real) {
                     double v = std::strtod(text.c_str(), &end);
-                    if (end == text.c_str()) Fail(vhdl_msg::kElabRange, &n, "\"%s\" is no real", text.c_str());
+                    if (end == text.c_str()) Fail<vhdl_msg::ElabNotAReal>(&n, text.c_str());
                     return Conform(VhdlValue::Floating(v, t->base), t, &n);
                 }
                 long long v = std::strtoll(text.c_str(), &end, 10);
-                if (end == text.c_str()) Fail(vhdl_msg::kElabRange, &n, "\"%s\" is no integer", text.c_str());
+                if (end == text.c_str()) Fail<vhdl_msg::ElabNotAnInteger>(&n, text.c_str());
                 if (t->kind == VhdlTypeKind::Physical) {
                     std::string unit = text.substr(size_t(end - text.c_str()));
                     size_t ub = unit.find_first_not_of(" \t");
                     unit = ub == std::string::npos ? "" : unit.substr(ub);
                     for (const VhdlType::Unit& u : t->base->units)
                         if (SameName(u.name, unit)) return Conform(VhdlValue::Physical(v * u.multiple, t->base), t, &n);
-                    Fail(vhdl_msg::kElabRange, &n, "\"%s\" is no value of '%s'", text.c_str(),
-                         std::string(t->DisplayName()).c_str());
+                    Fail<vhdl_msg::ElabNoSuchValue>(&n, text.c_str(), std::string(t->DisplayName()).c_str());
                 }
                 return Conform(VhdlValue::Integer(v, t->base), t, &n);
             }
@@ -200,8 +194,7 @@ VhdlValue VhdlEvaluator::EvaluateAttribute(const VhdlAttributeName& n, const Vhd
         if (t->IsArray()) {
             readDimension();
             if (!t->constrained || dim >= t->indexRanges.size())
-                Fail(vhdl_msg::kElabNotStatic, &n, "'%s of the unconstrained type '%s'", attr.c_str(),
-                     std::string(t->DisplayName()).c_str());
+                Fail<vhdl_msg::ElabAttributeOfUnconstrained>(&n, attr.c_str(), std::string(t->DisplayName()).c_str());
             const VhdlBounds& r = t->indexRanges[dim];
             const VhdlType* indexType =
                 dim < t->indexTypes.size() && t->indexTypes[dim] ? t->indexTypes[dim] : IntegerType();
@@ -240,8 +233,7 @@ VhdlValue VhdlEvaluator::EvaluateAttribute(const VhdlAttributeName& n, const Vhd
         if (id) return MakeString(*this, Lower(id->OrigName()));
     }
     (void)expected;
-    Fail(vhdl_msg::kElabNotStatic, &n, "attribute '%s of '%s' has no value at elaboration", attr.c_str(),
-         Text(n.prefix).c_str());
+    Fail<vhdl_msg::ElabAttributeWithoutValue>(&n, attr.c_str(), Text(n.prefix).c_str());
 }
 
 } // namespace hdl

@@ -98,8 +98,7 @@ VhdlValue EnumOfChar(VhdlEvaluator& ev, const VhdlType* t, char c, const VhdlTre
     if (!t) return VhdlValue::Character(static_cast<unsigned char>(c));
     char text[4] = {'\'', c, '\'', 0};
     int64_t pos = t->LiteralPosition(text);
-    if (pos < 0)
-        ev.Fail(vhdl_msg::kElabRange, where, "'%c' is not a value of '%s'", c, std::string(t->DisplayName()).c_str());
+    if (pos < 0) ev.Fail<vhdl_msg::ElabCharacterNotAValue>(where, c, std::string(t->DisplayName()).c_str());
     return VhdlValue::Enumeration(pos, t);
 }
 

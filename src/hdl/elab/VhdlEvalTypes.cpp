@@ -243,7 +243,7 @@ const VhdlType* VhdlEvaluator::EvaluateSubtype(const VhdlTreeNode* node) {
     case VhdlIdRef::kClassId:
     case VhdlSelectedName::kClassId: {
         const VhdlIdDef* id = IdOf(node);
-        if (!id) Fail(vhdl_msg::kElabNotStatic, node, "type '%s' is not declared", Text(node).c_str());
+        if (!id) Fail<vhdl_msg::ElabTypeNotDeclared>(node, Text(node).c_str());
         return TypeOfId(id, node);
     }
     case VhdlIndexedName::kClassId: {

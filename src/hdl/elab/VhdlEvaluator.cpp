@@ -126,8 +126,7 @@ VhdlSlot* VhdlEvaluator::Lookup(const VhdlIdDef* id, const VhdlTreeNode* where) 
 
 void VhdlEvaluator::Resolve(VhdlSlot& slot, const VhdlIdDef* id, VhdlFrame* frame, const VhdlTreeNode* where) {
     if (slot.state == VhdlSlot::Ready) return;
-    if (slot.state == VhdlSlot::Busy)
-        Fail(vhdl_msg::kElabNotStatic, where, "'%s' depends on its own value", std::string(id->OrigName()).c_str());
+    if (slot.state == VhdlSlot::Busy) Fail<vhdl_msg::ElabDependsOnItself>(where, std::string(id->OrigName()).c_str());
     slot.state = VhdlSlot::Busy;
     VhdlFrame* saved = current_;
     current_ = frame;
@@ -137,9 +136,7 @@ void VhdlEvaluator::Resolve(VhdlSlot& slot, const VhdlIdDef* id, VhdlFrame* fram
         case VhdlConstantDecl::kClassId: {
             auto* c = static_cast<const VhdlConstantDecl*>(decl);
             const VhdlType* type = EvaluateSubtype(c->subtype);
-            if (!c->init)
-                Fail(vhdl_msg::kElabNotStatic, where, "deferred constant '%s' has no value",
-                     std::string(id->OrigName()).c_str());
+            if (!c->init) Fail<vhdl_msg::ElabDeferredWithoutValue>(where, std::string(id->OrigName()).c_str());
             VhdlValue v = Conform(Evaluate(c->init, type), type, c->init);
             slot.type = type && type->IsArray() && !type->constrained && v.kind == VhdlValue::Array
                             ? ConstrainedArray(type, v.Range())
@@ -170,9 +167,7 @@ void VhdlEvaluator::Resolve(VhdlSlot& slot, const VhdlIdDef* id, VhdlFrame* fram
             slot.value = std::move(v);
             break;
         }
-        default:
-            Fail(vhdl_msg::kElabNotStatic, where, "'%s' has no value at elaboration",
-                 std::string(id->OrigName()).c_str());
+        default: Fail<vhdl_msg::ElabNoValue>(where, std::string(id->OrigName()).c_str());
         }
     } catch (...) {
         current_ = saved;
@@ -187,11 +182,10 @@ void VhdlEvaluator::Resolve(VhdlSlot& slot, const VhdlIdDef* id, VhdlFrame* fram
 
 void VhdlEvaluator::Step(const VhdlTreeNode* where) {
     if (++impl_->steps > limits_.steps)
-        Fail(vhdl_msg::kElabSteps, where, "elaboration stopped after %llu evaluation steps",
-             static_cast<unsigned long long>(limits_.steps));
+        Fail<vhdl_msg::ElabTooManySteps>(where, std::to_string(static_cast<unsigned long long>(limits_.steps)).c_str());
 }
 
-void VhdlEvaluator::Fail(const char* id, const VhdlTreeNode* where, const char* format, ...) {
+void VhdlEvaluator::FailWith(const char* id, const VhdlTreeNode* where, const char* format, ...) {
     char text[1024];
     va_list args;
     va_start(args, format);
@@ -201,7 +195,7 @@ void VhdlEvaluator::Fail(const char* id, const VhdlTreeNode* where, const char* 
 }
 
 void VhdlEvaluator::NotStatic(const VhdlTreeNode* where, const char* what) {
-    Fail(vhdl_msg::kElabNotStatic, where, "%s '%s' cannot be evaluated at elaboration", what, Text(where).c_str());
+    Fail<vhdl_msg::ElabCannotEvaluate>(where, what, Text(where).c_str());
 }
 
 std::string VhdlEvaluator::Text(const VhdlTreeNode* node) {
@@ -214,7 +208,7 @@ std::string VhdlEvaluator::Text(const VhdlTreeNode* node) {
 // ---------------------------------------------------------------- expressions
 
 VhdlValue VhdlEvaluator::Evaluate(const VhdlTreeNode* expr, const VhdlType* expected) {
-    if (!expr) Fail(vhdl_msg::kElabNotStatic, expr, "missing expression");
+    if (!expr) Fail<vhdl_msg::ElabMissingExpression>(expr);
     Step(expr);
     switch (expr->GetClassId()) {
     case VhdlInteger::kClassId:
@@ -282,7 +276,7 @@ bool VhdlEvaluator::EvaluateCondition(const VhdlTreeNode* expr) {
         return c == '1' || c == 'H';
     }
     if (v.kind != VhdlValue::Enum && v.kind != VhdlValue::Int)
-        Fail(vhdl_msg::kElabNotStatic, expr, "condition '%s' is not boolean", Text(expr).c_str());
+        Fail<vhdl_msg::ElabConditionNotBoolean>(expr, Text(expr).c_str());
     return v.i != 0;
 }
 
@@ -346,9 +340,7 @@ VhdlValue VhdlEvaluator::ValueOf(const VhdlIdDef* id, const VhdlTreeNode* where)
     }
     case VhdlSubprogramId::kClassId:
     case VhdlOperatorId::kClassId: return Call(id, VhdlNodeList(), where, nullptr);
-    case VhdlSignalId::kClassId:
-        Fail(vhdl_msg::kElabNotStatic, where, "signal '%s' has no value at elaboration",
-             std::string(id->OrigName()).c_str());
+    case VhdlSignalId::kClassId: Fail<vhdl_msg::ElabSignalWithoutValue>(where, std::string(id->OrigName()).c_str());
     default: break;
     }
     if (id->GetClassId() == VhdlAliasId::kClassId && VhdlIsOverloadable(id))
@@ -357,8 +349,7 @@ VhdlValue VhdlEvaluator::ValueOf(const VhdlIdDef* id, const VhdlTreeNode* where)
     if (!slot || slot->value.IsNone()) {
         bool isPort = id->declaration && id->declaration->GetClassId() == VhdlInterfaceDecl::kClassId &&
                       static_cast<const VhdlInterfaceDecl*>(id->declaration)->mode != 0;
-        Fail(vhdl_msg::kElabNotStatic, where, "%s '%s' has no value at elaboration", isPort ? "port" : "name",
-             std::string(id->OrigName()).c_str());
+        Fail<vhdl_msg::ElabObjectWithoutValue>(where, isPort ? "port" : "name", std::string(id->OrigName()).c_str());
     }
     return slot->value;
 }
@@ -384,7 +375,7 @@ VhdlValue VhdlEvaluator::EvaluateName(const VhdlTreeNode* name, const VhdlType* 
         std::vector<VhdlValue> none;
         VhdlValue result;
         if (CallNative(*this, "std.standard", Lower(ref->text), none, expected, name, result)) return result;
-        Fail(vhdl_msg::kElabNotStatic, name, "'%s' is not declared", std::string(ref->text).c_str());
+        Fail<vhdl_msg::ElabNotDeclared>(name, std::string(ref->text).c_str());
     }
     if (id->GetClassId() == VhdlEnumerationId::kClassId && expected && expected->kind == VhdlTypeKind::Enumeration) {
         // Overloaded literals ('1' of bit and of std_ulogic): the context decides.
@@ -430,7 +421,7 @@ VhdlValue VhdlEvaluator::EvaluateSelected(const VhdlSelectedName& n, const VhdlT
     if (const VhdlPackageInstantiationDecl* inst = SelectedInstance(&n)) {
         // A constant of the instance: evaluated among the instance's generics.
         const VhdlIdDef* id = IdOf(n.suffix);
-        if (!id) Fail(vhdl_msg::kElabNotStatic, &n, "'%s' is not declared", Text(&n).c_str());
+        if (!id) Fail<vhdl_msg::ElabNotDeclared>(&n, Text(&n).c_str());
         VhdlFrame* frame = InstanceOfSelection(*inst);
         const VhdlPackageDecl* generic = GenericPackageOf(*inst);
         selectedInstances_.push_back({generic, frame});
@@ -455,7 +446,7 @@ VhdlValue VhdlEvaluator::EvaluateSelected(const VhdlSelectedName& n, const VhdlT
         const VhdlIdDef* id = IdOf(n.suffix);
         if (!id) {
             if (auto* lit = dynamic_cast<const VhdlCharacterLiteral*>(n.suffix)) return EvaluateLiteral(lit, expected);
-            Fail(vhdl_msg::kElabNotStatic, &n, "'%s' is not declared", Text(&n).c_str());
+            Fail<vhdl_msg::ElabNotDeclared>(&n, Text(&n).c_str());
         }
         if (id->GetClassId() == VhdlEnumerationId::kClassId && expected &&
             expected->kind == VhdlTypeKind::Enumeration) {
@@ -468,9 +459,7 @@ VhdlValue VhdlEvaluator::EvaluateSelected(const VhdlSelectedName& n, const VhdlT
     VhdlValue record = Evaluate(n.prefix, nullptr);
     if (record.kind != VhdlValue::Record || !record.type) NotStatic(&n, "selected name");
     int index = record.type->FieldIndex(SimpleName(n.suffix));
-    if (index < 0)
-        Fail(vhdl_msg::kElabNotStatic, &n, "'%s' is no element of the record",
-             std::string(SimpleName(n.suffix)).c_str());
+    if (index < 0) Fail<vhdl_msg::ElabNoSuchElement>(&n, std::string(SimpleName(n.suffix)).c_str());
     return record.Elements()[size_t(index)];
 }
 
@@ -541,7 +530,7 @@ VhdlValue VhdlEvaluator::EvaluateIndexed(const VhdlIndexedName& n, const VhdlTyp
         VhdlValue result;
         std::string name = Lower(static_cast<const VhdlIdRef*>(n.prefix)->text);
         if (CallNative(*this, "std.standard", name, args, expected, &n, result)) return result;
-        Fail(vhdl_msg::kElabNotStatic, &n, "'%s' is not declared", name.c_str());
+        Fail<vhdl_msg::ElabNotDeclared>(&n, name.c_str());
     }
     VhdlValue array = Evaluate(n.prefix, nullptr);
     return Index(array, n.assocList, &n);
@@ -558,11 +547,11 @@ VhdlValue VhdlEvaluator::Index(const VhdlValue& array, const VhdlNodeList& index
         std::vector<VhdlValue> elements;
         if (!slice.Null()) {
             if (slice.ascending != whole.ascending || !whole.Contains(slice.left) || !whole.Contains(slice.right))
-                Fail(vhdl_msg::kElabIndex, where, "slice of '%s' is outside its range", Text(where).c_str());
+                Fail<vhdl_msg::ElabSliceOutsideRange>(where, Text(where).c_str());
             int64_t from = whole.Offset(slice.left), count = slice.Length();
             const auto& all = array.Elements();
             if (from < 0 || size_t(from + count) > all.size())
-                Fail(vhdl_msg::kElabIndex, where, "slice of '%s' is outside its range", Text(where).c_str());
+                Fail<vhdl_msg::ElabSliceOutsideRange>(where, Text(where).c_str());
             elements.assign(all.begin() + from, all.begin() + from + count);
         }
         return VhdlValue::MakeArray(type ? ConstrainedArray(type, slice) : nullptr, {slice}, std::move(elements));
@@ -577,9 +566,10 @@ VhdlValue VhdlEvaluator::Index(const VhdlValue& array, const VhdlNodeList& index
             NotStatic(where, "index");
         if (iv.kind == VhdlValue::Char && indexType) iv = Conform(iv, indexType, where);
         if (!bounds[d].Contains(iv.i))
-            Fail(vhdl_msg::kElabIndex, where, "index %s is outside the range %lld %s %lld of '%s'",
-                 VhdlImage(iv).c_str(), static_cast<long long>(bounds[d].left), bounds[d].ascending ? "to" : "downto",
-                 static_cast<long long>(bounds[d].right), Text(where).c_str());
+            Fail<vhdl_msg::ElabIndexOutsideBounds>(
+                where, VhdlImage(iv).c_str(), std::to_string(static_cast<long long>(bounds[d].left)).c_str(),
+                bounds[d].ascending ? "to" : "downto", std::to_string(static_cast<long long>(bounds[d].right)).c_str(),
+                Text(where).c_str());
         offset = offset * bounds[d].Length() + bounds[d].Offset(iv.i);
     }
     const auto& all = array.Elements();
@@ -684,13 +674,13 @@ VhdlValue VhdlEvaluator::EvaluateLiteral(const VhdlTreeNode* n, const VhdlType* 
             for (const VhdlType::Unit& u : expected->base->units)
                 if (SameName(u.name, SimpleName(lit->unit))) scale = VhdlValue::Physical(u.multiple, expected->base);
         }
-        if (scale.IsNone()) Fail(vhdl_msg::kElabNotStatic, n, "unit '%s' is not declared", Text(lit->unit).c_str());
+        if (scale.IsNone()) Fail<vhdl_msg::ElabPhysicalUnitNotDeclared>(n, Text(lit->unit).c_str());
         VhdlValue amount = Evaluate(lit->value, nullptr);
         if (amount.kind == VhdlValue::Real)
             return VhdlValue::Physical(int64_t(std::llround(amount.r * double(scale.i))), scale.type);
         int64_t product;
         if (__builtin_mul_overflow(amount.i, scale.i, &product))
-            Fail(vhdl_msg::kElabRange, n, "physical literal '%s' overflows", Text(n).c_str());
+            Fail<vhdl_msg::ElabPhysicalLiteralOverflows>(n, Text(n).c_str());
         return VhdlValue::Physical(product, scale.type);
     }
     case VhdlCharacterLiteral::kClassId: {
@@ -746,26 +736,23 @@ VhdlValue VhdlEvaluator::Conform(VhdlValue v, const VhdlType* type, const VhdlTr
             size_t(std::max(r.left, r.right)) < type->base->literals.size())
             range = std::string(type->base->literals[size_t(r.left)]) + (r.ascending ? " to " : " downto ") +
                     std::string(type->base->literals[size_t(r.right)]);
-        Fail(vhdl_msg::kElabRange, where, "value %s is outside the range %s of '%s'", value.c_str(), range.c_str(),
-             std::string(type->DisplayName()).c_str());
+        Fail<vhdl_msg::ElabValueOutsideRange>(where, value.c_str(), range.c_str(),
+                                              std::string(type->DisplayName()).c_str());
     };
     switch (type->kind) {
     case VhdlTypeKind::Integer:
-        if (v.kind != VhdlValue::Int)
-            Fail(vhdl_msg::kElabRange, where, "'%s' is not an integer value", Text(where).c_str());
+        if (v.kind != VhdlValue::Int) Fail<vhdl_msg::ElabNotIntegerValue>(where, Text(where).c_str());
         if (!type->range.Contains(v.i)) rangeError(std::to_string(v.i));
         v.type = type;
         return v;
     case VhdlTypeKind::Real:
         if (v.kind == VhdlValue::Int) v = VhdlValue::Floating(double(v.i), type);
-        if (v.kind != VhdlValue::Real)
-            Fail(vhdl_msg::kElabRange, where, "'%s' is not a real value", Text(where).c_str());
+        if (v.kind != VhdlValue::Real) Fail<vhdl_msg::ElabNotRealValue>(where, Text(where).c_str());
         if (!type->range.ContainsReal(v.r)) rangeError(VhdlImage(v));
         v.type = type;
         return v;
     case VhdlTypeKind::Physical:
-        if (v.kind != VhdlValue::Phys)
-            Fail(vhdl_msg::kElabRange, where, "'%s' is not a physical value", Text(where).c_str());
+        if (v.kind != VhdlValue::Phys) Fail<vhdl_msg::ElabNotPhysicalValue>(where, Text(where).c_str());
         if (!type->range.Contains(v.i)) rangeError(VhdlImage(v));
         v.type = type;
         return v;
@@ -780,15 +767,14 @@ VhdlValue VhdlEvaluator::Conform(VhdlValue v, const VhdlType* type, const VhdlTr
             pos = type->LiteralPosition(v.type->base->literals[size_t(v.i)]);
         }
         if (pos < 0)
-            Fail(vhdl_msg::kElabRange, where, "%s is not a value of '%s'", VhdlImage(v).c_str(),
-                 std::string(type->DisplayName()).c_str());
+            Fail<vhdl_msg::ElabValueNotOfType>(where, VhdlImage(v).c_str(), std::string(type->DisplayName()).c_str());
         if (!type->range.Contains(pos)) rangeError(VhdlImage(v));
         return VhdlValue::Enumeration(pos, type);
     }
     case VhdlTypeKind::Array: {
         if (v.kind != VhdlValue::Array)
-            Fail(vhdl_msg::kElabRange, where, "%s is not a value of array type '%s'", VhdlImage(v).c_str(),
-                 std::string(type->DisplayName()).c_str());
+            Fail<vhdl_msg::ElabValueNotOfArrayType>(where, VhdlImage(v).c_str(),
+                                                    std::string(type->DisplayName()).c_str());
         const VhdlType* element = type->element;
         bool sameElements = v.type && v.type->element && element && v.type->element == element;
         if (element && !sameElements) {
@@ -800,10 +786,10 @@ VhdlValue VhdlEvaluator::Conform(VhdlValue v, const VhdlType* type, const VhdlTr
         if (type->constrained) {
             for (size_t d = 0; d < dims && d < bounds.size() && d < type->indexRanges.size(); ++d) {
                 if (bounds[d].Length() != type->indexRanges[d].Length())
-                    Fail(vhdl_msg::kElabIndex, where, "length %lld of '%s' does not match length %lld of '%s'",
-                         static_cast<long long>(bounds[d].Length()), Text(where).c_str(),
-                         static_cast<long long>(type->indexRanges[d].Length()),
-                         std::string(type->DisplayName()).c_str());
+                    Fail<vhdl_msg::ElabLengthsDiffer>(
+                        where, std::to_string(static_cast<long long>(bounds[d].Length())).c_str(), Text(where).c_str(),
+                        std::to_string(static_cast<long long>(type->indexRanges[d].Length())).c_str(),
+                        std::string(type->DisplayName()).c_str());
                 bounds[d] = type->indexRanges[d];
             }
         } else if (!v.type) {
@@ -820,8 +806,8 @@ VhdlValue VhdlEvaluator::Conform(VhdlValue v, const VhdlType* type, const VhdlTr
             v = VhdlValue::MakeRecord(type, std::move(fields));
         }
         if (v.kind != VhdlValue::Record)
-            Fail(vhdl_msg::kElabRange, where, "%s is not a value of record type '%s'", VhdlImage(v).c_str(),
-                 std::string(type->DisplayName()).c_str());
+            Fail<vhdl_msg::ElabValueNotOfRecordType>(where, VhdlImage(v).c_str(),
+                                                     std::string(type->DisplayName()).c_str());
         if (!v.type || v.type->base != type->base) {
             auto& fields = v.MutableElements();
             for (size_t i = 0; i < fields.size() && i < type->base->fields.size(); ++i)
@@ -840,8 +826,7 @@ VhdlValue VhdlEvaluator::Convert(const VhdlType* to, VhdlValue v, const VhdlTree
     case VhdlTypeKind::Integer:
         if (v.kind == VhdlValue::Real) {
             double r = std::round(v.r);
-            if (!(r >= -9.2e18 && r <= 9.2e18))
-                Fail(vhdl_msg::kElabRange, where, "real %s does not fit an integer", VhdlImage(v).c_str());
+            if (!(r >= -9.2e18 && r <= 9.2e18)) Fail<vhdl_msg::ElabRealDoesNotFitInteger>(where, VhdlImage(v).c_str());
             v = VhdlValue::Integer(int64_t(r), to);
         }
         return Conform(std::move(v), to, where);
@@ -905,7 +890,7 @@ VhdlValue VhdlEvaluator::RecordAggregate(const VhdlAggregate& n, const VhdlType*
     for (VhdlTreeNode* e : n.elements) {
         auto* ea = dynamic_cast<const VhdlElementAssoc*>(e);
         if (!ea) {
-            if (position >= fields.size()) Fail(vhdl_msg::kElabIndex, &n, "too many elements in record aggregate");
+            if (position >= fields.size()) Fail<vhdl_msg::ElabRecordAggregateTooLong>(&n);
             values[position] = Conform(Evaluate(e, fields[position].type), fields[position].type, e);
             ++position;
             continue;
@@ -918,16 +903,13 @@ VhdlValue VhdlEvaluator::RecordAggregate(const VhdlAggregate& n, const VhdlType*
                 continue;
             }
             int index = type->FieldIndex(SimpleName(choice));
-            if (index < 0)
-                Fail(vhdl_msg::kElabNotStatic, choice, "'%s' is no element of the record", Text(choice).c_str());
+            if (index < 0) Fail<vhdl_msg::ElabNoSuchElement>(choice, Text(choice).c_str());
             values[size_t(index)] =
                 Conform(Evaluate(ea->expression, fields[size_t(index)].type), fields[size_t(index)].type, ea);
         }
     }
     for (size_t i = 0; i < values.size(); ++i)
-        if (values[i].IsNone())
-            Fail(vhdl_msg::kElabIndex, &n, "record aggregate gives no value to '%s'",
-                 std::string(fields[i].name).c_str());
+        if (values[i].IsNone()) Fail<vhdl_msg::ElabRecordElementWithoutValue>(&n, std::string(fields[i].name).c_str());
     return VhdlValue::MakeRecord(type, std::move(values));
 }
 
@@ -989,15 +971,13 @@ VhdlValue VhdlEvaluator::ArrayAggregate(const VhdlAggregate& n, const VhdlType* 
             named.push_back(std::move(item));
         }
     }
-    if (!positional.empty() && !named.empty())
-        Fail(vhdl_msg::kElabNotStatic, &n, "aggregate mixes positional and named elements");
+    if (!positional.empty() && !named.empty()) Fail<vhdl_msg::ElabAggregateMixesAssociations>(&n);
 
     VhdlBounds bounds;
     if (type->constrained && !type->indexRanges.empty()) {
         bounds = type->indexRanges[0];
     } else if (others) {
-        Fail(vhdl_msg::kElabNotStatic, &n, "'others' in an aggregate of the unconstrained type '%s'",
-             std::string(type->DisplayName()).c_str());
+        Fail<vhdl_msg::ElabOthersOfUnconstrained>(&n, std::string(type->DisplayName()).c_str());
     } else if (!named.empty()) {
         int64_t low = INT64_MAX, high = INT64_MIN;
         for (const Named& item : named) {
@@ -1014,28 +994,28 @@ VhdlValue VhdlEvaluator::ArrayAggregate(const VhdlAggregate& n, const VhdlType* 
     }
     int64_t length = bounds.Length();
     if (uint64_t(length) > limits_.arrayElements)
-        Fail(vhdl_msg::kElabIndex, &n, "aggregate of %lld elements is too large", static_cast<long long>(length));
+        Fail<vhdl_msg::ElabAggregateTooLarge>(&n, std::to_string(static_cast<long long>(length)).c_str());
     std::vector<VhdlValue> elements(static_cast<size_t>(length));
     if (!named.empty()) {
         for (Named& item : named) {
             if (item.range.Null()) continue;
             bool spread = item.value.kind == VhdlValue::Array && !arrayElements && item.range.Length() > 1;
             if (spread && item.value.Length() != item.range.Length())
-                Fail(vhdl_msg::kElabIndex, &n, "element of %lld values for a choice of %lld positions",
-                     static_cast<long long>(item.value.Length()), static_cast<long long>(item.range.Length()));
+                Fail<vhdl_msg::ElabChoiceValueCount>(
+                    &n, std::to_string(static_cast<long long>(item.value.Length())).c_str(),
+                    std::to_string(static_cast<long long>(item.range.Length())).c_str());
             for (int64_t k = 0; k < item.range.Length(); ++k) {
                 int64_t pos = item.range.At(k);
                 if (!bounds.Contains(pos))
-                    Fail(vhdl_msg::kElabIndex, &n, "choice %lld is outside the range of the aggregate",
-                         static_cast<long long>(pos));
+                    Fail<vhdl_msg::ElabChoiceOutsideAggregate>(&n, std::to_string(static_cast<long long>(pos)).c_str());
                 VhdlValue v = spread ? item.value.Elements()[size_t(k)] : item.value;
                 elements[size_t(bounds.Offset(pos))] = Conform(std::move(v), elementType, &n);
             }
         }
     } else {
         if (int64_t(positional.size()) > length || (!others && int64_t(positional.size()) != length))
-            Fail(vhdl_msg::kElabIndex, &n, "aggregate of %zu elements for %lld positions", positional.size(),
-                 static_cast<long long>(length));
+            Fail<vhdl_msg::ElabPositionalCount>(&n, static_cast<unsigned>(positional.size()),
+                                                std::to_string(static_cast<long long>(length)).c_str());
         for (size_t k = 0; k < positional.size(); ++k) elements[k] = std::move(positional[k]);
     }
     if (others) {
@@ -1047,7 +1027,7 @@ VhdlValue VhdlEvaluator::ArrayAggregate(const VhdlAggregate& n, const VhdlType* 
         }
     }
     for (const VhdlValue& e : elements)
-        if (e.IsNone()) Fail(vhdl_msg::kElabIndex, &n, "aggregate leaves elements without value");
+        if (e.IsNone()) Fail<vhdl_msg::ElabAggregateIncomplete>(&n);
     if (dims == 1) return VhdlValue::MakeArray(type, {bounds}, std::move(elements));
     // Flatten the rows into one array of all dimensions.
     std::vector<VhdlBounds> all{bounds};

@@ -21,6 +21,8 @@
 #include <vector>
 
 #include "hdl/base/LineFile.h"
+#include "hdl/base/MessageCatalogue.h"
+#include "hdl/base/MessageFormat.h"
 #include "hdl/elab/ElabLimits.h"
 #include "hdl/elab/VhdlValue.h"
 #include "hdl/vhdl/VhdlTree.h"
@@ -124,8 +126,13 @@ public:
     const VhdlType* ConstrainedArray(const VhdlType* base, const VhdlBounds& range);
     // Counts one evaluation step against the bound.
     void Step(const VhdlTreeNode* where);
-    [[noreturn]] void Fail(const char* id, const VhdlTreeNode* where, const char* format, ...)
-        __attribute__((format(printf, 4, 5)));
+    // Stops the evaluation with the catalogue text M; the arguments must fit its format,
+    // which the compiler checks.
+    template <const MessageText& M, typename... A>
+    [[noreturn]] void Fail(const VhdlTreeNode* where, A... args) {
+        static_assert(message_format::FormatFits<A...>(M.format), "the arguments do not fit the message's format");
+        FailWith(M.id.id, where, M.format, args...);
+    }
     [[noreturn]] void NotStatic(const VhdlTreeNode* where, const char* what);
     // Text of a node for messages, shortened.
     static std::string Text(const VhdlTreeNode* node);
@@ -155,6 +162,8 @@ public:
 
 private:
     friend class VhdlInterpreter;
+    // Fail without the compiler's format check, which Fail has made already.
+    [[noreturn]] void FailWith(const char* id, const VhdlTreeNode* where, const char* format, ...);
     struct Impl;
 
     VhdlValue EvaluateName(const VhdlTreeNode* name, const VhdlType* expected);

@@ -65,14 +65,13 @@ public:
         case VhdlTypeKind::Enumeration: return VhdlValue::Enumeration(type->range.left, type);
         case VhdlTypeKind::Array: {
             if (!type->constrained)
-                ev_.Fail(vhdl_msg::kElabNotStatic, where, "variable of the unconstrained type '%s'",
-                         std::string(type->DisplayName()).c_str());
+                ev_.Fail<vhdl_msg::ElabVariableOfUnconstrained>(where, std::string(type->DisplayName()).c_str());
             uint64_t count = 1;
             for (const VhdlBounds& r : type->indexRanges) {
                 count *= uint64_t(r.Length());
                 if (count > ev_.Limits().arrayElements)
-                    ev_.Fail(vhdl_msg::kElabIndex, where, "array of %llu elements is too large",
-                             static_cast<unsigned long long>(count));
+                    ev_.Fail<vhdl_msg::ElabArrayTooLarge>(
+                        where, std::to_string(static_cast<unsigned long long>(count)).c_str());
             }
             VhdlValue element = count ? DefaultValue(type->element, where) : VhdlValue();
             return VhdlValue::MakeArray(type, type->indexRanges, std::vector<VhdlValue>(size_t(count), element));
@@ -140,8 +139,7 @@ private:
                 auto* alt = static_cast<VhdlCaseStatementAlternative*>(a);
                 if (ev_.Matches(selector, alt->choices)) return Run(alt->statements);
             }
-            ev_.Fail(vhdl_msg::kElabNotStatic, s, "no choice of the case statement covers %s",
-                     VhdlImage(selector).c_str());
+            ev_.Fail<vhdl_msg::ElabCaseNotCovered>(s, VhdlImage(selector).c_str());
         }
         case VhdlLoopStatement::kClassId: return Loop(*static_cast<VhdlLoopStatement*>(s));
         case VhdlNextStatement::kClassId:
@@ -195,9 +193,7 @@ private:
                 callee = idx->prefix;
             }
             const VhdlIdDef* id = IdOf(callee);
-            if (!id)
-                ev_.Fail(vhdl_msg::kElabNotStatic, s, "procedure '%s' is not declared",
-                         VhdlEvaluator::Text(callee).c_str());
+            if (!id) ev_.Fail<vhdl_msg::ElabProcedureNotDeclared>(s, VhdlEvaluator::Text(callee).c_str());
             ev_.Call(id, actuals ? *actuals : none, s, nullptr);
             return Flow::Normal;
         }
@@ -217,9 +213,9 @@ private:
         uint64_t count = 0;
         auto bound = [&]() {
             if (++count > limit)
-                ev_.Fail(vhdl_msg::kElabLoopBound, &loop, "loop%s%s runs past %llu iterations", loop.label ? " " : "",
-                         loop.label ? std::string(loop.label->OrigName()).c_str() : "",
-                         static_cast<unsigned long long>(limit));
+                ev_.Fail<vhdl_msg::ElabLoopTooLong>(&loop, loop.label ? " " : "",
+                                                    loop.label ? std::string(loop.label->OrigName()).c_str() : "",
+                                                    std::to_string(static_cast<unsigned long long>(limit)).c_str());
         };
         // After next or exit: true when the loop goes on (next of this loop), false when
         // it ends here (exit of this loop); other targets leave through `out`.
@@ -278,8 +274,7 @@ private:
             const VhdlIdDef* id = static_cast<const VhdlIdRef*>(target)->resolved;
             VhdlSlot* slot = id ? ev_.FindSlot(id) : nullptr;
             if (!slot || slot->state != VhdlSlot::Ready)
-                ev_.Fail(vhdl_msg::kElabNotStatic, target, "'%s' is no variable of the subprogram",
-                         VhdlEvaluator::Text(target).c_str());
+                ev_.Fail<vhdl_msg::ElabNotASubprogramVariable>(target, VhdlEvaluator::Text(target).c_str());
             return slot;
         }
         case VhdlIndexedName::kClassId: {
@@ -304,8 +299,7 @@ private:
                 if (step.count > 0) {
                     if (!bounds[0].Contains(r.left) || !bounds[0].Contains(r.right) ||
                         r.ascending != bounds[0].ascending)
-                        ev_.Fail(vhdl_msg::kElabIndex, target, "slice of '%s' is outside its range",
-                                 VhdlEvaluator::Text(target).c_str());
+                        ev_.Fail<vhdl_msg::ElabSliceOutsideRange>(target, VhdlEvaluator::Text(target).c_str());
                     step.offset = bounds[0].Offset(r.left);
                 }
                 path.push_back(step);
@@ -319,8 +313,8 @@ private:
                 VhdlValue iv = ev_.Evaluate(idx->assocList.At(uint32_t(d)), indexType);
                 if (iv.kind == VhdlValue::Char && indexType) iv = ev_.Conform(iv, indexType, target);
                 if (!bounds[d].Contains(iv.i))
-                    ev_.Fail(vhdl_msg::kElabIndex, target, "index %s is outside the range of '%s'",
-                             VhdlImage(iv).c_str(), VhdlEvaluator::Text(idx->prefix).c_str());
+                    ev_.Fail<vhdl_msg::ElabIndexOutsideRange>(target, VhdlImage(iv).c_str(),
+                                                              VhdlEvaluator::Text(idx->prefix).c_str());
                 offset = offset * bounds[d].Length() + bounds[d].Offset(iv.i);
             }
             Step step;
@@ -376,8 +370,9 @@ private:
         if (s.kind == Step::Slice) {
             if (at + 1 != path.size()) ev_.NotStatic(where, "assignment target");
             if (value.Length() != s.count)
-                ev_.Fail(vhdl_msg::kElabIndex, where, "%lld values for a slice of %lld elements",
-                         static_cast<long long>(value.Length()), static_cast<long long>(s.count));
+                ev_.Fail<vhdl_msg::ElabSliceValueCount>(where,
+                                                        std::to_string(static_cast<long long>(value.Length())).c_str(),
+                                                        std::to_string(static_cast<long long>(s.count)).c_str());
             for (int64_t k = 0; k < s.count; ++k) {
                 const VhdlValue& e = value.Elements()[size_t(k)];
                 const VhdlType* elementType = into.type ? into.type->element : nullptr;
@@ -474,7 +469,7 @@ void VhdlEvaluator::Report(const VhdlTreeNode* where, const VhdlValue& message, 
                             std::string("assertion failure: ") + text);
     msg_type_t type = severity <= 0 ? MSG_INFO : severity == 1 ? MSG_WARNING : MSG_ERROR;
     ColLineFile loc = where ? where->Linefile() : ColLineFile();
-    Message::Msg(type, vhdl_msg::kElabAssertion, &loc, "assertion %s: %s", name, text.c_str());
+    Message::TellAs<vhdl_msg::ElabAssertionReport>(type, &loc, name, text.c_str());
 }
 
 VhdlValue VhdlEvaluator::Call(const VhdlIdDef* subprogram, const VhdlNodeList& actuals, const VhdlTreeNode* where,
@@ -489,12 +484,10 @@ VhdlValue VhdlEvaluator::Call(const VhdlIdDef* subprogram, const VhdlNodeList& a
     if (actuals.Empty() && preset) {
         nodes.assign(formals.size(), nullptr);
         places.assign(formals.size(), -1);
-        if (preset->size() > formals.size())
-            Fail(vhdl_msg::kElabNotStatic, where, "the actuals of '%s' do not match its parameters",
-                 Text(where).c_str());
+        if (preset->size() > formals.size()) Fail<vhdl_msg::ElabActualsDoNotMatch>(where, Text(where).c_str());
         for (size_t i = 0; i < preset->size(); ++i) places[i] = int(i);
     } else if (!Associate(formals, actuals, nodes, places)) {
-        Fail(vhdl_msg::kElabNotStatic, where, "the actuals of '%s' do not match its parameters", Text(where).c_str());
+        Fail<vhdl_msg::ElabActualsDoNotMatch>(where, Text(where).c_str());
     }
     // An actual already evaluated (to choose among overloads) is not evaluated again.
     auto actualValue = [&](size_t i, const VhdlType* type) {
@@ -533,13 +526,12 @@ VhdlValue VhdlEvaluator::Call(const VhdlIdDef* subprogram, const VhdlNodeList& a
     const VhdlSubprogramBody* body = BodyOf(spec->id);
     if (!body) {
         if (IsStandardPackage(package))
-            Fail(vhdl_msg::kElabNotStatic, where, "'%s' of package %s cannot be evaluated at elaboration",
-                 std::string(spec->id->OrigName()).c_str(), package.c_str());
-        Fail(vhdl_msg::kElabNotStatic, where, "subprogram '%s' has no body", std::string(spec->id->OrigName()).c_str());
+            Fail<vhdl_msg::ElabPackageItemCannotEvaluate>(where, std::string(spec->id->OrigName()).c_str(),
+                                                          package.c_str());
+        Fail<vhdl_msg::ElabNoSubprogramBody>(where, std::string(spec->id->OrigName()).c_str());
     }
     if (impl_->callDepth >= limits_.callDepth)
-        Fail(vhdl_msg::kElabCallDepth, where, "calls nested deeper than %u in '%s' (a recursion without end?)",
-             limits_.callDepth, std::string(spec->id->OrigName()).c_str());
+        Fail<vhdl_msg::ElabCallsTooDeep>(where, limits_.callDepth, std::string(spec->id->OrigName()).c_str());
 
     // The frame of the region that declares the body: its constants are visible.
     VhdlFrame* parent = nullptr;
@@ -580,8 +572,8 @@ VhdlValue VhdlEvaluator::Call(const VhdlIdDef* subprogram, const VhdlNodeList& a
             }
             current_ = saved;
         } else if (mode != VHDL_OUT) {
-            Fail(vhdl_msg::kElabNotStatic, where, "no actual for parameter '%s' of '%s'",
-                 std::string(formals[i].id->OrigName()).c_str(), std::string(spec->id->OrigName()).c_str());
+            Fail<vhdl_msg::ElabNoActual>(where, std::string(formals[i].id->OrigName()).c_str(),
+                                         std::string(spec->id->OrigName()).c_str());
         }
     }
 
@@ -605,8 +597,7 @@ VhdlValue VhdlEvaluator::Call(const VhdlIdDef* subprogram, const VhdlNodeList& a
         run.Elaborate(body->declarations);
         run.Run(body->statements);
         if (isFunction && !scope.Frame()->returned)
-            Fail(vhdl_msg::kElabNoReturn, where, "function '%s' ends without return",
-                 std::string(spec->id->OrigName()).c_str());
+            Fail<vhdl_msg::ElabFunctionWithoutReturn>(where, std::string(spec->id->OrigName()).c_str());
         result = scope.Frame()->result;
         for (size_t i = 0; i < formals.size(); ++i) {
             unsigned mode = formals[i].decl->mode;
@@ -627,7 +618,7 @@ VhdlValue VhdlEvaluator::Call(const VhdlIdDef* subprogram, const VhdlNodeList& a
             auto it = f->slots.find(target);
             if (it != f->slots.end()) slot = &it->second;
         }
-        if (!slot) Fail(vhdl_msg::kElabNotStatic, nodes[i], "'%s' is no variable", Text(nodes[i]).c_str());
+        if (!slot) Fail<vhdl_msg::ElabNotAVariable>(nodes[i], Text(nodes[i]).c_str());
         slot->value = outValues[i];
     }
     (void)expected;

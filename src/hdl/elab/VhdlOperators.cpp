@@ -241,7 +241,7 @@ bool NumericOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlValue& b,
         size_t w = std::max(la, lb);
         x = Operand(a, w, isSigned);
         y = Operand(b, w, isSigned);
-        if (!x.unknown && !y.unknown && IsZero(y)) ev.Fail(vhdl_msg::kElabDivision, where, "division by zero");
+        if (!x.unknown && !y.unknown && IsZero(y)) ev.Fail<vhdl_msg::ElabDivisionByZero>(where);
         bool nx = Negative(x, isSigned), ny = Negative(y, isSigned);
         Bits ax = nx ? Negate(x) : x, ay = ny ? Negate(y) : y, q, m;
         DivMod(ax, ay, q, m);
@@ -268,7 +268,7 @@ bool NumericOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlValue& b,
 }
 
 void Checked(VhdlEvaluator& ev, bool overflow, const VhdlTreeNode* where) {
-    if (overflow) ev.Fail(vhdl_msg::kElabRange, where, "integer overflow in '%s'", VhdlEvaluator::Text(where).c_str());
+    if (overflow) ev.Fail<vhdl_msg::ElabIntegerOverflow>(where, VhdlEvaluator::Text(where).c_str());
 }
 
 VhdlValue IntegerOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlValue& b, const VhdlTreeNode* where) {
@@ -281,8 +281,7 @@ VhdlValue IntegerOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlValu
     case VHDL_SLASH:
     case VHDL_MOD:
     case VHDL_REM:
-        if (y == 0)
-            ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
+        if (y == 0) ev.Fail<vhdl_msg::ElabDivisionByZeroIn>(where, VhdlEvaluator::Text(where).c_str());
         if (x == INT64_MIN && y == -1) Checked(ev, true, where);
         if (op == VHDL_SLASH) r = x / y;
         else if (op == VHDL_REM) r = x % y;
@@ -292,8 +291,7 @@ VhdlValue IntegerOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlValu
         }
         break;
     case VHDL_POW: {
-        if (y < 0)
-            ev.Fail(vhdl_msg::kElabRange, where, "negative exponent in '%s'", VhdlEvaluator::Text(where).c_str());
+        if (y < 0) ev.Fail<vhdl_msg::ElabNegativeExponent>(where, VhdlEvaluator::Text(where).c_str());
         r = 1;
         for (int64_t k = 0; k < y; ++k) {
             Checked(ev, __builtin_mul_overflow(r, x, &r), where);
@@ -319,13 +317,12 @@ VhdlValue RealOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlValue& 
     case VHDL_MINUS: r = x - y; break;
     case VHDL_STAR: r = x * y; break;
     case VHDL_SLASH:
-        if (y == 0)
-            ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
+        if (y == 0) ev.Fail<vhdl_msg::ElabDivisionByZeroIn>(where, VhdlEvaluator::Text(where).c_str());
         r = x / y;
         break;
     case VHDL_POW:
         if (b.kind == VhdlValue::Int && x == 0 && y < 0)
-            ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
+            ev.Fail<vhdl_msg::ElabDivisionByZeroIn>(where, VhdlEvaluator::Text(where).c_str());
         r = std::pow(x, y);
         break;
     default: return VhdlValue();
@@ -355,24 +352,20 @@ VhdlValue PhysicalOp(VhdlEvaluator& ev, Op op, const VhdlValue& a, const VhdlVal
     }
     if (op == VHDL_SLASH && pa) {
         if (pb) {
-            if (b.i == 0)
-                ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
+            if (b.i == 0) ev.Fail<vhdl_msg::ElabDivisionByZeroIn>(where, VhdlEvaluator::Text(where).c_str());
             return VhdlValue::Integer(a.i / b.i, ev.UniversalInteger());
         }
         if (b.kind == VhdlValue::Real) {
-            if (b.r == 0)
-                ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
+            if (b.r == 0) ev.Fail<vhdl_msg::ElabDivisionByZeroIn>(where, VhdlEvaluator::Text(where).c_str());
             return VhdlValue::Physical(int64_t(std::llround(double(a.i) / b.r)), t);
         }
         if (b.kind == VhdlValue::Int) {
-            if (b.i == 0)
-                ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
+            if (b.i == 0) ev.Fail<vhdl_msg::ElabDivisionByZeroIn>(where, VhdlEvaluator::Text(where).c_str());
             return VhdlValue::Physical(a.i / b.i, t);
         }
     }
     if ((op == VHDL_MOD || op == VHDL_REM) && pa && pb) {
-        if (b.i == 0)
-            ev.Fail(vhdl_msg::kElabDivision, where, "division by zero in '%s'", VhdlEvaluator::Text(where).c_str());
+        if (b.i == 0) ev.Fail<vhdl_msg::ElabDivisionByZeroIn>(where, VhdlEvaluator::Text(where).c_str());
         int64_t m = a.i % b.i;
         if (op == VHDL_MOD && m != 0 && ((m < 0) != (b.i < 0))) m += b.i;
         return VhdlValue::Physical(m, t);
@@ -520,8 +513,7 @@ VhdlValue ApplyOperator(VhdlEvaluator& ev, unsigned op, const VhdlValue* left, c
         }
         VhdlValue user;
         if (ev.CallUserOperator(op, nullptr, v, where, user)) return user;
-        ev.Fail(vhdl_msg::kElabNotStatic, where, "operator '%s' does not apply to %s", VhdlTokenText(op),
-                VhdlImage(v).c_str());
+        ev.Fail<vhdl_msg::ElabOperatorNotApplicable>(where, VhdlTokenText(op), VhdlImage(v).c_str());
     }
 
     VhdlValue a = *left, b = right;
@@ -566,8 +558,7 @@ VhdlValue ApplyOperator(VhdlEvaluator& ev, unsigned op, const VhdlValue* left, c
         };
         char r = '1';
         if (a.kind == VhdlValue::Array) {
-            if (a.Elements().size() != b.Elements().size())
-                ev.Fail(vhdl_msg::kElabIndex, where, "operands of different lengths");
+            if (a.Elements().size() != b.Elements().size()) ev.Fail<vhdl_msg::ElabOperandLengthsDiffer>(where);
             for (size_t i = 0; i < a.Elements().size(); ++i) {
                 char m = match(LiteralChar(a.Elements()[i]), LiteralChar(b.Elements()[i]));
                 if (m == '0') r = '0';
@@ -587,7 +578,7 @@ VhdlValue ApplyOperator(VhdlEvaluator& ev, unsigned op, const VhdlValue* left, c
             std::vector<VhdlValue> e;
             size_t n = arr.Elements().size();
             if (a.kind == VhdlValue::Array && b.kind == VhdlValue::Array && b.Elements().size() != n)
-                ev.Fail(vhdl_msg::kElabIndex, where, "operands of '%s' have different lengths", VhdlTokenText(op));
+                ev.Fail<vhdl_msg::ElabOperatorOperandLengthsDiffer>(where, VhdlTokenText(op));
             for (size_t i = 0; i < n; ++i) {
                 VhdlValue x = a.kind == VhdlValue::Array ? a.Elements()[i] : a;
                 VhdlValue y = b.kind == VhdlValue::Array ? b.Elements()[i] : b;
@@ -617,8 +608,8 @@ VhdlValue ApplyOperator(VhdlEvaluator& ev, unsigned op, const VhdlValue* left, c
         if (!r.IsNone()) return r;
     }
     if (ev.CallUserOperator(op, &a, b, where, r)) return r;
-    ev.Fail(vhdl_msg::kElabNotStatic, where, "operator '%s' does not apply to %s and %s", VhdlTokenText(op),
-            VhdlImage(a).c_str(), VhdlImage(b).c_str());
+    ev.Fail<vhdl_msg::ElabBinaryOperatorNotApplicable>(where, VhdlTokenText(op), VhdlImage(a).c_str(),
+                                                       VhdlImage(b).c_str());
 }
 
 } // namespace vhdl_eval

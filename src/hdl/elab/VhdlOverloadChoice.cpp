@@ -240,9 +240,7 @@ const VhdlIdDef* VhdlEvaluator::ChooseOverload(const VhdlIdDef* first, const Vhd
             best = c;
         }
     }
-    if (!best)
-        Fail(vhdl_msg::kElabNotStatic, where, "no subprogram '%s' takes these actuals",
-             std::string(first->OrigName()).c_str());
+    if (!best) Fail<vhdl_msg::ElabNoSubprogramTakes>(where, std::string(first->OrigName()).c_str());
     return best;
 }
 

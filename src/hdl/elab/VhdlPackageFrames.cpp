@@ -84,9 +84,7 @@ VhdlFrame* VhdlEvaluator::DeclaringFrame(const VhdlIdDef* id) {
 
 VhdlFrame* VhdlEvaluator::InstanceFrame(const VhdlPackageInstantiationDecl& inst, VhdlFrame* context) {
     const VhdlPackageDecl* generic = GenericPackageOf(inst);
-    if (!generic)
-        Fail(vhdl_msg::kElabNotStatic, &inst, "the generic package of '%s' is not analysed",
-             Text(inst.uninstantiated).c_str());
+    if (!generic) Fail<vhdl_msg::ElabGenericPackageNotAnalysed>(&inst, Text(inst.uninstantiated).c_str());
     auto& slot = impl_->instances[{&inst, context}];
     if (slot) return slot.get();
     slot = std::make_unique<VhdlFrame>();
@@ -114,8 +112,7 @@ VhdlFrame* VhdlEvaluator::InstanceFrame(const VhdlPackageInstantiationDecl& inst
             for (const VhdlIdDef* f : formals)
                 if (f && SameName(f->Name(), SimpleName(assoc->formal))) formal = f;
             if (!formal)
-                Fail(vhdl_msg::kElabNoGeneric, a, "'%s' is not a generic of '%s'", Text(assoc->formal).c_str(),
-                     std::string(generic->Name()).c_str());
+                Fail<vhdl_msg::ElabNotAGeneric>(a, Text(assoc->formal).c_str(), std::string(generic->Name()).c_str());
         } else if (position < formals.size()) {
             formal = formals[position++];
         }
@@ -144,8 +141,8 @@ VhdlFrame* VhdlEvaluator::InstanceFrame(const VhdlPackageInstantiationDecl& inst
                 if (it != actuals.end()) v = EvaluateIn(context, it->second, type);
                 else if (d->init) v = Evaluate(d->init, type);
                 else
-                    Fail(vhdl_msg::kElabNoValue, &inst, "generic '%s' of '%s' has no value",
-                         std::string(id->OrigName()).c_str(), std::string(generic->Name()).c_str());
+                    Fail<vhdl_msg::ElabGenericWithoutValue>(&inst, std::string(id->OrigName()).c_str(),
+                                                            std::string(generic->Name()).c_str());
                 v = Conform(std::move(v), type, &inst);
                 if (type && type->IsArray() && !type->constrained && v.kind == VhdlValue::Array)
                     type = ConstrainedArray(type, v.Range());

@@ -26,7 +26,7 @@ struct Context {
 
     const VhdlValue& Arg(size_t i) const {
         if (i >= args.size() || args[i].IsNone())
-            ev.Fail(vhdl_msg::kElabNotStatic, where, "missing argument in '%s'", VhdlEvaluator::Text(where).c_str());
+            ev.Fail<vhdl_msg::ElabMissingArgument>(where, VhdlEvaluator::Text(where).c_str());
         return args[i];
     }
     bool Has(size_t i) const { return i < args.size() && !args[i].IsNone(); }
@@ -34,25 +34,24 @@ struct Context {
         const VhdlValue& v = Arg(i);
         if (v.kind == VhdlValue::Real) return int64_t(v.r);
         if (v.kind != VhdlValue::Int && v.kind != VhdlValue::Phys && v.kind != VhdlValue::Enum)
-            ev.Fail(vhdl_msg::kElabNotStatic, where, "argument %zu of '%s' is not an integer", i + 1,
-                    VhdlEvaluator::Text(where).c_str());
+            ev.Fail<vhdl_msg::ElabArgumentNotInteger>(where, static_cast<unsigned>(i + 1),
+                                                      VhdlEvaluator::Text(where).c_str());
         return v.i;
     }
     double Real(size_t i) const {
         const VhdlValue& v = Arg(i);
         if (v.kind == VhdlValue::Real) return v.r;
         if (v.kind == VhdlValue::Int) return double(v.i);
-        ev.Fail(vhdl_msg::kElabNotStatic, where, "argument %zu of '%s' is not a real", i + 1,
-                VhdlEvaluator::Text(where).c_str());
+        ev.Fail<vhdl_msg::ElabArgumentNotReal>(where, static_cast<unsigned>(i + 1), VhdlEvaluator::Text(where).c_str());
     }
     int64_t Natural(size_t i) const {
         int64_t n = Int(i);
         if (n < 0)
-            ev.Fail(vhdl_msg::kElabRange, where, "negative size %lld in '%s'", static_cast<long long>(n),
-                    VhdlEvaluator::Text(where).c_str());
+            ev.Fail<vhdl_msg::ElabNegativeSize>(where, std::to_string(static_cast<long long>(n)).c_str(),
+                                                VhdlEvaluator::Text(where).c_str());
         if (uint64_t(n) > ev.Limits().arrayElements)
-            ev.Fail(vhdl_msg::kElabIndex, where, "size %lld in '%s' is too large", static_cast<long long>(n),
-                    VhdlEvaluator::Text(where).c_str());
+            ev.Fail<vhdl_msg::ElabSizeTooLarge>(where, std::to_string(static_cast<long long>(n)).c_str(),
+                                                VhdlEvaluator::Text(where).c_str());
         return n;
     }
     // The vector type of the result: of the first vector argument, else the declared.
@@ -77,8 +76,7 @@ VhdlValue ToUnsigned(Context& c, bool isSigned) {
     int64_t size = c.Natural(1);
     const VhdlType* type = c.returnType;
     if (!isSigned && v < 0)
-        c.ev.Fail(vhdl_msg::kElabRange, c.where, "value %lld is outside the range of natural",
-                  static_cast<long long>(v));
+        c.ev.Fail<vhdl_msg::ElabOutsideNatural>(c.where, std::to_string(static_cast<long long>(v)).c_str());
     Bits b = IntToBits(v, size_t(size));
     int64_t back;
     if (size < 64 && (!BitsToInt(b, isSigned, back) || back != v))
@@ -96,7 +94,7 @@ VhdlValue ToInteger(Context& c) {
     int64_t r;
     bool isSigned = v.type && IsSignedVector(v.type);
     if (!BitsToInt(b, isSigned, r))
-        c.ev.Fail(vhdl_msg::kElabRange, c.where, "'%s' does not fit an integer", VhdlEvaluator::Text(c.where).c_str());
+        c.ev.Fail<vhdl_msg::ElabDoesNotFitInteger>(c.where, VhdlEvaluator::Text(c.where).c_str());
     return VhdlValue::Integer(r, c.ev.IntegerType());
 }
 
@@ -362,12 +360,12 @@ const std::unordered_map<std::string, Native>& Natives() {
         unary("arctanh", [](double x) { return std::atanh(x); });
         auto positive = [](Context& c, size_t i, const char* what) {
             double x = c.Real(i);
-            if (!(x > 0)) c.ev.Fail(vhdl_msg::kElabRange, c.where, "%s of %g", what, x);
+            if (!(x > 0)) c.ev.Fail<vhdl_msg::ElabMathDomain>(c.where, what, x);
             return x;
         };
         add(math, "sqrt", [](Context& c) {
             double x = c.Real(0);
-            if (x < 0) c.ev.Fail(vhdl_msg::kElabRange, c.where, "square root of %g", x);
+            if (x < 0) c.ev.Fail<vhdl_msg::ElabSquareRootOfNegative>(c.where, x);
             return Real(c.ev, std::sqrt(x));
         });
         add(math, "log2", [positive](Context& c) { return Real(c.ev, std::log2(positive(c, 0, "log2"))); });
@@ -385,7 +383,7 @@ const std::unordered_map<std::string, Native>& Natives() {
         add(math, "realmin", [](Context& c) { return Real(c.ev, std::min(c.Real(0), c.Real(1))); });
         add(math, "\"mod\"", [](Context& c) {
             double x = c.Real(0), y = c.Real(1);
-            if (y == 0) c.ev.Fail(vhdl_msg::kElabDivision, c.where, "division by zero");
+            if (y == 0) c.ev.Fail<vhdl_msg::ElabDivisionByZero>(c.where);
             return Real(c.ev, x - y * std::floor(x / y));
         });
         add(math, "\"**\"", [](Context& c) { return Real(c.ev, std::pow(c.Real(0), c.Real(1))); });
@@ -394,7 +392,7 @@ const std::unordered_map<std::string, Native>& Natives() {
             if (c.args.size() == 1) {
                 const VhdlValue& v = c.Arg(0);
                 if (v.kind != VhdlValue::Array || v.Elements().empty())
-                    c.ev.Fail(vhdl_msg::kElabNotStatic, c.where, "'%s' of an empty array", max ? "maximum" : "minimum");
+                    c.ev.Fail<vhdl_msg::ElabEmptyArray>(c.where, max ? "maximum" : "minimum");
                 VhdlValue best = v.Elements()[0];
                 for (const VhdlValue& e : v.Elements())
                     if ((VhdlValueCompare(e, best) > 0) == max && VhdlValueCompare(e, best) != 0) best = e;
@@ -433,7 +431,7 @@ const std::unordered_map<std::string, Native>& Natives() {
                 }
                 if (v.kind == VhdlValue::Phys && c.Has(1)) {
                     const VhdlValue& unit = c.Arg(1);
-                    if (unit.i == 0) c.ev.Fail(vhdl_msg::kElabDivision, c.where, "division by zero");
+                    if (unit.i == 0) c.ev.Fail<vhdl_msg::ElabDivisionByZero>(c.where);
                     std::string text = std::to_string(v.i / unit.i);
                     if (v.i % unit.i) {
                         char buf[64];

@@ -760,8 +760,8 @@ public:
             // Reported once; the unit stays absent, and a use of it is reported as usual.
             absent_.insert({library.Name(), key});
             ColLineFile loc = LineFile::StartOf(path);
-            Message::Error(vhdl_msg::kStoreUnreadable, &loc, "cannot restore unit '%s' of library '%s' from '%s': %s",
-                           key.c_str(), library.Name().c_str(), path.c_str(), e.what());
+            Message::Tell<vhdl_msg::StoreCannotRestore>(&loc, key.c_str(), library.Name().c_str(), path.c_str(),
+                                                        e.what());
             return nullptr;
         }
     }
@@ -855,8 +855,7 @@ bool vhdl_file::Save(const char* library, const char* unit) {
         StoreWriteFile(dir + "/" + VhdlStore::FileName(KeyOf(primary->Name())), VhdlStore::Encode(*primary, _protect));
         return true;
     } catch (const StoreError& e) {
-        Message::Error(vhdl_msg::kStoreUnwritable, nullptr, "cannot save unit '%s' of library '%s': %s",
-                       unitName.c_str(), libName.c_str(), e.what());
+        Message::Tell<vhdl_msg::StoreCannotSave>(nullptr, unitName.c_str(), libName.c_str(), e.what());
         return false;
     }
 }
@@ -864,8 +863,7 @@ bool vhdl_file::Save(const char* library, const char* unit) {
 bool vhdl_file::SaveLib(const char* library) {
     VhdlLibrary* lib = GetLibrary(library);
     if (!lib) {
-        Message::Error(vhdl_msg::kStoreUnwritable, nullptr, "cannot save library '%s': there is no such library",
-                       library ? library : "");
+        Message::Tell<vhdl_msg::StoreNoLibrary>(nullptr, library ? library : "");
         return false;
     }
     bool ok = true;

@@ -35,6 +35,19 @@ TEST_F(VhdlEvaluatorTest, IntegerMistakesAreErrors) {
               "error VHDL-1600: 'undefined_name' is not declared");
 }
 
+// Texts come from the catalogue with every number whole, 64-bit ones too.
+TEST_F(VhdlEvaluatorTest, MessageTextsCarryWideNumbers) {
+    EXPECT_EQ(
+        Value("type wide is array (2**40 to 2**40 + 3) of bit; constant w : wide := \"1010\";"
+              "constant c : bit := w(2**41);",
+              "c"),
+        "error VHDL-1603: index 2199023255552 is outside the range 1099511627776 to 1099511627779 of 'w((2 ** 41))'");
+    EXPECT_EQ(Value("constant c : bit_vector(3 downto 0) := \"10101\";", "c"),
+              "error VHDL-1603: length 5 of '\"10101\"' does not match length 4 of 'bit_vector'");
+    EXPECT_EQ(Value("constant s : string := \"abc\"; constant c : character := s(4);", "c"),
+              "error VHDL-1603: index 4 is outside the range 1 to 3 of 's(4)'");
+}
+
 TEST_F(VhdlEvaluatorTest, RealsAndConversions) {
     EXPECT_EQ(Value("constant c : real := 1.5 * 2.0 + real(3) / 4.0;", "c"), "3.75");
     // Conversion to integer rounds to the nearest, halves away from zero.
