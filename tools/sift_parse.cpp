@@ -21,6 +21,7 @@
 #include "hdl/base/Language.h"
 #include "hdl/base/Message.h"
 #include "hdl/elab/ElabHierPrinter.h"
+#include "hdl/elab/VeriElaborator.h"
 #include "hdl/elab/VhdlElaborator.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/sv/VeriPrettyPrinter.h"
@@ -129,15 +130,24 @@ int usage() {
     return 2;
 }
 
-// Elaborates the tops and prints the hierarchy. A named top that no VHDL library holds
-// is reported by the elaborator.
+// Elaborates the tops and prints the hierarchy. A named top goes to the language that
+// has a unit of that name (Verilog first); a name neither has is reported by the VHDL
+// elaborator. Without names, each language's own tops are elaborated, Verilog first.
 void printHierarchy(const std::vector<std::string>& topNames, const hdl::ElabGenericMap& generics) {
     hdl::vhdl_file::ResolveAll();
-    std::vector<hdl::ElabTopRequest> tops;
-    for (const std::string& name : topNames) tops.push_back({name, "", ""});
-    if (tops.empty()) tops = hdl::VhdlFindTops();
+    std::vector<hdl::ElabTopRequest> veriTops;
+    std::vector<hdl::ElabTopRequest> vhdlTops;
+    for (const std::string& name : topNames) {
+        if (hdl::VeriFindModule(name, "", nullptr)) veriTops.push_back({name, "", ""});
+        else vhdlTops.push_back({name, "", ""});
+    }
+    if (topNames.empty()) {
+        veriTops = hdl::VeriFindTops();
+        vhdlTops = hdl::VhdlFindTops();
+    }
     hdl::ElabDesign design;
-    hdl::VhdlElaborate(design, tops, generics);
+    if (!veriTops.empty()) hdl::VeriElaborate(design, veriTops, generics);
+    if (!vhdlTops.empty()) hdl::VhdlElaborate(design, vhdlTops, generics);
     // Streamed: a listing of a million paths need not be held.
     std::ios::sync_with_stdio(false);
     hdl::ElabPrintHier(design, std::cout);

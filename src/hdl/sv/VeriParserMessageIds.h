@@ -1,5 +1,6 @@
 // Catalogue of the messages of the Verilog parser and of analysis. The preprocessor and
-// lexer use 1000..1099 and 2000..2099 (VeriMessageIds.h); these use 1482 and 1500..1599.
+// lexer use 1000..1099 and 2000..2099 (VeriMessageIds.h); these use 1482, 1500..1599,
+// 1600..1699 for elaboration and 1700..1799 for saved libraries.
 // The scanner raises, lowers or hides a fixed set of ids by number (its catalogue,
 // src/sift/base/HADLMessages.h); a new diagnostic takes one of those only when its
 // meaning is the one the scanner expects there, and moves the id here.
@@ -28,7 +29,44 @@
     /* The label after end* names another block. */                                                       \
     ID(kEndLabelMismatch, "VERI-1505", MSG_ERROR)                                                          \
     ID(kLanguageUnavailable, "VERI-1506", MSG_ERROR)                                                       \
-    TEXT(NotVerilogLanguage, kLanguageUnavailable, "language code %u is not a Verilog language")           \
+    TEXT(NotVerilogLanguage, kLanguageUnavailable, "language code %u is not a Verilog language") \
+    /* A value elaboration needs cannot be worked out. */ \
+    ID(kElabNotConstant, "VERI-1600", MSG_ERROR) \
+    TEXT(ElabNotConstant, kElabNotConstant, "%s cannot be evaluated as a constant") \
+    /* Division or modulus by zero in a constant: the value is x. */ \
+    ID(kElabDivision, "VERI-1601", MSG_WARNING) \
+    TEXT(ElabDivisionByZero, kElabDivision, "division by zero in a constant expression; the value is x") \
+    /* A loop or generate loop runs past the iteration bound. */ \
+    ID(kElabLoopBound, "VERI-1602", MSG_ERROR) \
+    TEXT(ElabLoopBound, kElabLoopBound, "loop stopped after %u iterations") \
+    /* Constant function calls nested past the depth bound (recursion without end). */ \
+    ID(kElabCallDepth, "VERI-1603", MSG_ERROR) \
+    TEXT(ElabCallDepth, kElabCallDepth, "calls of function '%s' nest deeper than %u") \
+    /* An override names no parameter of the module, or gives too many values. */ \
+    ID(kElabNoParameter, "VERI-1604", MSG_ERROR) \
+    TEXT(ElabNoParameter, kElabNoParameter, "module '%s' has no parameter '%s'") \
+    TEXT(ElabTooManyParameters, kElabNoParameter, "module '%s' gets %u parameter values but has %u parameters") \
+    /* An instance of a module that no library holds: it stays unbound, for the other language or the binder. */ \
+    ID(kElabUnboundModule, "VERI-1605", MSG_WARNING) \
+    TEXT(ElabUnboundModule, kElabUnboundModule, "module '%s' of instance '%s' is not found; it stays unbound") \
+    /* A module that instantiates itself without end. */ \
+    ID(kElabInstanceDepth, "VERI-1606", MSG_ERROR) \
+    TEXT(ElabInstanceDepth, kElabInstanceDepth, "instances nest deeper than %u levels below '%s'") \
+    /* A top that no library holds. */ \
+    ID(kElabNoTop, "VERI-1607", MSG_ERROR) \
+    TEXT(ElabNoTop, kElabNoTop, "top '%s' is not a module of any library") \
+    /* A value handed in from outside that no top has a parameter for. */ \
+    ID(kElabTopParameter, "VERI-1608", MSG_WARNING) \
+    TEXT(ElabTopParameter, kElabTopParameter, "no top has a parameter '%s'") \
+    /* The bound of evaluation steps or of elaborated statements is reached. */ \
+    ID(kElabSteps, "VERI-1609", MSG_ERROR) \
+    TEXT(ElabSteps, kElabSteps, "elaboration stops: its bound of %s is reached") \
+    /* A defparam whose target is not found. */ \
+    ID(kElabDefparam, "VERI-1610", MSG_ERROR) \
+    TEXT(ElabDefparamTarget, kElabDefparam, "defparam target '%s' is not found") \
+    /* A constant function that ends without setting its value, or that cannot run at elaboration. */ \
+    ID(kElabFunctionNoReturn, "VERI-1611", MSG_ERROR) \
+    TEXT(ElabFunctionNotConstant, kElabFunctionNoReturn, "function '%s' cannot be run at elaboration: %s") \
     ID(kStoreUnreadable, "VERI-1700", MSG_ERROR)                                                           \
     TEXT(StoreCannotRestore, kStoreUnreadable, "cannot restore unit '%s' of library '%s' from '%s': %s")   \
     ID(kStoreUnwritable, "VERI-1701", MSG_ERROR)                                                           \

@@ -1,0 +1,877 @@
+#include "hdl/elab/VeriElaborator.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "hdl/base/Message.h"
+#include "hdl/elab/ElabNaming.h"
+#include "hdl/elab/VeriEvaluator.h"
+#include "hdl/sv/VeriLibrary.h"
+#include "hdl/sv/VeriParserMessageIds.h"
+#include "hdl/sv/VeriTokens.h"
+#include "hdl/sv/VeriVisitor.h"
+
+namespace hdl {
+
+namespace {
+
+bool IsParameterDecl(const VeriTreeNode* item) {
+    auto* d = dynamic_cast<const VeriDataDecl*>(item);
+    return d && (d->kind == VT_PARAMETER || d->kind == VT_LOCALPARAM);
+}
+
+// The parameters an instance may override, in declaration order: those of the header's
+// list, or, without a list, the `parameter` declarations of the body.
+std::vector<const VeriParamId*> OverridableParameters(const VeriModule* m) {
+    std::vector<const VeriParamId*> params;
+    for (const VeriTreeNode* p : m->parameters) {
+        auto* d = dynamic_cast<const VeriDataDecl*>(p);
+        if (!d || d->kind == VT_LOCALPARAM) continue;
+        for (const VeriIdDef* id : d->ids)
+            if (auto* pid = dynamic_cast<const VeriParamId*>(id)) params.push_back(pid);
+    }
+    if (!m->parameters.Empty()) return params;
+    for (const VeriModuleItem* item : m->items) {
+        auto* d = dynamic_cast<const VeriDataDecl*>(item);
+        if (!d || d->kind != VT_PARAMETER) continue;
+        for (const VeriIdDef* id : d->ids)
+            if (auto* pid = dynamic_cast<const VeriParamId*>(id)) params.push_back(pid);
+    }
+    return params;
+}
+
+bool SameName(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return false;
+    for (size_t i = 0; i < a.size(); ++i)
+        if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i])))
+            return false;
+    return true;
+}
+
+// A value written by a user (-G NAME=VALUE): a string in quotes, a based literal, a
+// real, or a decimal integer; anything else is a string.
+VeriValue ParseUserValue(const std::string& text) {
+    std::string t = text;
+    while (!t.empty() && std::isspace(static_cast<unsigned char>(t.back()))) t.pop_back();
+    size_t start = 0;
+    while (start < t.size() && std::isspace(static_cast<unsigned char>(t[start]))) ++start;
+    t = t.substr(start);
+    if (t.size() >= 2 && t.front() == '"' && t.back() == '"') return VeriValue::String(t.substr(1, t.size() - 2));
+    size_t tick = t.find('\'');
+    if (tick != std::string::npos) {
+        VeriValue v;
+        uint32_t size = tick ? uint32_t(std::strtoul(t.substr(0, tick).c_str(), nullptr, 10)) : 0;
+        if (VeriValue::ParseBased(t, size, v)) return v;
+    }
+    char* end = nullptr;
+    long long i = std::strtoll(t.c_str(), &end, 10);
+    if (!t.empty() && end && *end == 0) return VeriValue::Int(i, 32, true);
+    double r = std::strtod(t.c_str(), &end);
+    if (!t.empty() && end && *end == 0) return VeriValue::MakeReal(r);
+    return VeriValue::String(t);
+}
+
+VeriValue FromParam(const ElabParamValue& p) {
+    switch (p.kind) {
+    case ElabParamValue::Integer:
+    case ElabParamValue::Time: return VeriValue::Int(p.integer, 32, true);
+    case ElabParamValue::Boolean: return VeriValue::Int(p.integer, 1, false);
+    case ElabParamValue::Real: return VeriValue::MakeReal(p.real);
+    case ElabParamValue::String: return VeriValue::String(p.text);
+    case ElabParamValue::Bits: {
+        VeriValue v = VeriValue::Bits(uint32_t(std::max<size_t>(p.text.size(), 1)), false);
+        for (size_t i = 0; i < p.text.size(); ++i) {
+            char c = p.text[p.text.size() - 1 - i];
+            v.SetBit(uint32_t(i), c == '1' ? 1 : c == 'x' || c == 'X' ? 2 : c == 'z' || c == 'Z' ? 3 : 0);
+        }
+        return v;
+    }
+    case ElabParamValue::Other: return ParseUserValue(p.text);
+    }
+    return VeriValue();
+}
+
+ElabParamValue ToParam(const VeriValue& v) {
+    ElabParamValue p;
+    int64_t i = 0;
+    if (v.IsReal()) {
+        p.kind = ElabParamValue::Real;
+        p.real = v.real;
+    } else if (v.IsVec() && v.isString) {
+        p.kind = ElabParamValue::String;
+        std::string img = v.Image();
+        p.text = img.size() >= 2 ? img.substr(1, img.size() - 2) : img;
+    } else if (v.IsVec() && v.ToInt64(i) && (v.isSigned || v.width >= 32)) {
+        p.kind = ElabParamValue::Integer;
+        p.integer = i;
+    } else if (v.IsVec()) {
+        p.kind = ElabParamValue::Bits;
+        for (uint32_t b = v.width; b-- > 0;) p.text += "01xz"[v.Bit(b)];
+    } else {
+        p.text = v.Image();
+    }
+    return p;
+}
+
+// A defparam still on its way down: the instance path below the current unit, the
+// parameter's name, and the value worked out where the defparam stands.
+struct Defparam {
+    std::string path; // `u1.u2`, empty for a parameter of the unit itself
+    std::string param;
+    VeriValue value;
+};
+
+// What a parameter of the unit being elaborated gets from above.
+struct Override {
+    const VeriExpression* expr = nullptr;
+    VeriFrame* frame = nullptr;
+    bool hasValue = false;
+    VeriValue value;
+};
+
+// The dotted text of a hierarchical name: `a.b[1].c`.
+bool PathText(const VeriExpression* e, VeriEvaluator& eval, VeriFrame* frame, std::string& out) {
+    if (auto* ref = dynamic_cast<const VeriIdRef*>(e)) {
+        out = std::string(ref->name);
+        return true;
+    }
+    if (auto* s = dynamic_cast<const VeriSelectedName*>(e)) {
+        if (!PathText(s->prefix, eval, frame, out)) return false;
+        out += '.';
+        out += std::string_view(s->suffix);
+        return true;
+    }
+    if (auto* x = dynamic_cast<const VeriIndexedId*>(e)) {
+        if (!PathText(x->prefix, eval, frame, out)) return false;
+        int64_t i = 0;
+        if (!VeriToInt(eval, eval.Evaluate(x->index, frame), x->index, i)) return false;
+        out += "[" + std::to_string(i) + "]";
+        return true;
+    }
+    return false;
+}
+
+// An instance as the libraries show it after elaboration.
+struct InstanceRecord {
+    const VeriModuleInstantiation* instantiation;
+    const VeriInstId* id;
+    std::string name;
+    bool generated; // made by elaboration (generate iteration or array element)
+    VeriModule* bound;
+};
+
+class InstantiatedNames : public VeriVisitor {
+public:
+    using VeriVisitor::Visit;
+    void Visit(VeriModuleInstantiation& node) override {
+        names.insert(std::string(node.GetModuleName()));
+        VeriVisitor::Visit(node);
+    }
+    std::unordered_set<std::string> names;
+};
+
+} // namespace
+
+VeriModule* VeriFindModule(std::string_view name, std::string_view library, const VeriModule* from) {
+    auto usable = [](VeriModule* m) {
+        return m && !m->IsPackage() && !m->IsConfiguration() && !m->IsRootModule() ? m : nullptr;
+    };
+    if (!library.empty()) {
+        VeriLibrary* lib = veri_file::GetLibrary(std::string(library).c_str());
+        return lib ? usable(lib->GetModule(name)) : nullptr;
+    }
+    if (from && from->GetLibrary())
+        if (VeriModule* m = usable(from->GetLibrary()->GetModule(name))) return m;
+    for (const std::string& l : veri_file::GetLOptions()) {
+        VeriLibrary* lib = veri_file::GetLibrary(l.c_str());
+        if (VeriModule* m = lib ? usable(lib->GetModule(name)) : nullptr) return m;
+    }
+    for (VeriLibrary* lib : veri_file::AllLibraries())
+        if (VeriModule* m = usable(lib->GetModule(name))) return m;
+    return nullptr;
+}
+
+struct VeriElaborator::Impl {
+    Impl(ElabDesign& d, const ElabLimits& l) : design(d), limits(l), eval(l) {}
+
+    ElabDesign& design;
+    ElabLimits limits;
+    VeriEvaluator eval;
+    ElabUnitLookup foreign;
+    unsigned errors = 0;
+    uint64_t statements = 0;
+    bool statementsExhausted = false;
+    std::unordered_map<std::string, ElabUnitId> units; // by library, module and copy name
+    std::unordered_map<ElabUnitId, VeriModule*> modules; // the tree of each unit
+    std::unordered_set<std::string> inProgress; // keys of the units being walked
+    uint32_t depth = 0;
+
+    // The walk of one unit.
+    struct Unit {
+        VeriModule* module;
+        std::vector<ElabInstance> instances;
+        std::vector<InstanceRecord> records;
+        std::vector<Defparam> defparams;
+    };
+
+    void Error() { ++errors; }
+
+    bool CountStatement(const VeriTreeNode* where) {
+        if (statementsExhausted) return false;
+        if (++statements <= limits.statements) return true;
+        statementsExhausted = true;
+        Error();
+        ColLineFile loc = where->Linefile();
+        Message::Tell<veri_msg::ElabSteps>(&loc, "elaborated statements");
+        return false;
+    }
+
+    // Registers the parameters that a list of items declares in `frame`.
+    static void DeclareParameters(const ArenaArray<VeriModuleItem*>& items, VeriFrame& frame) {
+        for (const VeriModuleItem* item : items) {
+            if (!IsParameterDecl(item)) continue;
+            for (const VeriIdDef* id : static_cast<const VeriDataDecl*>(item)->ids)
+                if (id) frame.pending[id].expr = id->GetInitialValue();
+        }
+    }
+
+    ElabUnitId Elaborate(VeriModule* m, std::unordered_map<const VeriIdDef*, Override> overrides,
+                         std::vector<Defparam> defparams, const VeriTreeNode* where);
+    void Walk(Unit& unit, const ArenaArray<VeriModuleItem*>& items, VeriFrame* frame, const std::string& prefix,
+              VeriScope* scope);
+    void WalkItem(Unit& unit, const VeriModuleItem* item, VeriFrame* frame, const std::string& prefix, VeriScope* scope,
+                  unsigned& construct);
+    void Block(Unit& unit, const VeriModuleItem* item, VeriFrame* frame, const std::string& prefix, VeriScope* scope,
+               const std::string& name);
+    void GenerateFor(Unit& unit, const VeriGenerateFor* loop, VeriFrame* frame, const std::string& prefix,
+                     VeriScope* scope, unsigned construct);
+    void Instantiate(Unit& unit, const VeriModuleInstantiation* inst, VeriFrame* frame, const std::string& prefix);
+    void CollectDefparams(Unit& unit, const ArenaArray<VeriModuleItem*>& items, VeriFrame* frame,
+                          const std::string& prefix);
+    std::string GenblkName(unsigned construct, VeriScope* scope) const;
+    VeriModule* Store(VeriModule* m, const std::string& copyName, const std::vector<InstanceRecord>& records);
+};
+
+std::string VeriElaborator::Impl::GenblkName(unsigned construct, VeriScope* scope) const {
+    // genblk<n>, with leading zeros while the name is declared in the scope.
+    std::string digits = std::to_string(construct);
+    std::string name = "genblk" + digits;
+    while (scope && scope->findLocal(name)) {
+        digits = "0" + digits;
+        name = "genblk" + digits;
+    }
+    return name;
+}
+
+void VeriElaborator::Impl::CollectDefparams(Unit& unit, const ArenaArray<VeriModuleItem*>& items, VeriFrame* frame,
+                                            const std::string& prefix) {
+    for (const VeriModuleItem* item : items) {
+        auto* d = dynamic_cast<const VeriDefParam*>(item);
+        if (!d) continue;
+        for (const VeriDefParamAssign* a : d->assigns) {
+            if (!a) continue;
+            std::string path;
+            if (!PathText(a->lval, eval, frame, path)) {
+                Error();
+                ColLineFile loc = a->Linefile();
+                Message::Tell<veri_msg::ElabDefparamTarget>(&loc, "?");
+                continue;
+            }
+            VeriValue v = eval.Evaluate(a->rval, frame);
+            if (v.kind == VeriValue::None) continue;
+            size_t dot = path.rfind('.');
+            Defparam dp;
+            dp.param = dot == std::string::npos ? path : path.substr(dot + 1);
+            dp.path = dot == std::string::npos ? std::string() : path.substr(0, dot);
+            if (!prefix.empty()) dp.path = prefix + (dp.path.empty() ? "" : "." + dp.path);
+            dp.value = v;
+            unit.defparams.push_back(std::move(dp));
+        }
+    }
+}
+
+ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<const VeriIdDef*, Override> overrides,
+                                           std::vector<Defparam> defparams, const VeriTreeNode* where) {
+    if (depth >= limits.instanceDepth) {
+        Error();
+        ColLineFile loc = where ? where->Linefile() : m->Linefile();
+        std::string name(m->Name());
+        Message::Tell<veri_msg::ElabInstanceDepth>(&loc, unsigned(limits.instanceDepth), name.c_str());
+        return 0;
+    }
+    VeriFrame frame;
+    for (const VeriTreeNode* p : m->parameters)
+        if (IsParameterDecl(p))
+            for (const VeriIdDef* id : static_cast<const VeriDataDecl*>(p)->ids)
+                if (id) frame.pending[id].expr = id->GetInitialValue();
+    DeclareParameters(m->items, frame);
+    std::vector<const VeriParamId*> params = OverridableParameters(m);
+    // Defparams that reach this unit's own parameters replace the instance's values.
+    for (const Defparam& dp : defparams) {
+        if (!dp.path.empty()) continue;
+        bool found = false;
+        for (const VeriParamId* p : params) {
+            if (p->Name() != dp.param) continue;
+            overrides[p] = {nullptr, nullptr, true, dp.value};
+            found = true;
+        }
+        if (!found) {
+            Error();
+            std::string name(m->Name());
+            ColLineFile loc = m->Linefile();
+            Message::Tell<veri_msg::ElabNoParameter>(&loc, name.c_str(), dp.param.c_str());
+        }
+    }
+    for (auto& [id, o] : overrides) {
+        VeriFrame::Pending& pend = frame.pending[id];
+        pend.expr = o.expr;
+        pend.frame = o.frame;
+        pend.hasValue = o.hasValue;
+        pend.value = o.value;
+    }
+    // The copy's name: each overridden parameter whose value differs from its default.
+    std::vector<std::pair<std::string, std::string>> differing;
+    if (!overrides.empty()) {
+        VeriFrame defaults;
+        defaults.pending = {};
+        for (const VeriTreeNode* p : m->parameters)
+            if (IsParameterDecl(p))
+                for (const VeriIdDef* id : static_cast<const VeriDataDecl*>(p)->ids)
+                    if (id) defaults.pending[id].expr = id->GetInitialValue();
+        DeclareParameters(m->items, defaults);
+        for (const VeriParamId* p : params) {
+            if (!overrides.count(p)) continue;
+            VeriValue v = eval.ParameterValue(p, &frame);
+            if (v.kind == VeriValue::None) return 0;
+            unsigned before = eval.ErrorCount();
+            VeriValue d = p->initialValue ? eval.ParameterValue(p, &defaults) : VeriValue();
+            // A default that cannot be evaluated alone (it needs the override) is no error.
+            if (eval.ErrorCount() != before) d = VeriValue();
+            if (!v.Same(d)) differing.push_back({std::string(p->Name()), v.Image()});
+        }
+    }
+    std::string copyName = ElabCopyName(m->Name(), differing);
+    std::string key = (m->GetLibrary() ? m->GetLibrary()->GetName() : std::string()) + "\n" + copyName;
+    std::vector<Defparam> below;
+    for (Defparam& dp : defparams)
+        if (!dp.path.empty()) below.push_back(std::move(dp));
+    // Defparams from above make the unit differ from others of the same name: those get
+    // a unit of their own, named after the values they set.
+    if (!below.empty()) {
+        for (const Defparam& dp : below) key += "\n" + dp.path + "." + dp.param + "=" + dp.value.Image();
+    }
+    // A unit that instantiates itself with the same values would never end.
+    if (inProgress.count(key)) {
+        Error();
+        ColLineFile loc = where ? where->Linefile() : m->Linefile();
+        Message::Tell<veri_msg::ElabInstanceDepth>(&loc, unsigned(depth), copyName.c_str());
+        return 0;
+    }
+    if (below.empty()) {
+        auto known = units.find(key);
+        if (known != units.end()) return known->second;
+    }
+    Unit unit{m, {}, {}, std::move(below)};
+    CollectDefparams(unit, m->items, &frame, "");
+    ++depth;
+    inProgress.insert(key);
+    Walk(unit, m->items, &frame, "", m->GetScope());
+    inProgress.erase(key);
+    --depth;
+    ElabUnit u;
+    u.language = ElabLanguage::Verilog;
+    u.library = m->GetLibrary() ? m->GetLibrary()->GetName() : std::string();
+    u.module = std::string(m->Name());
+    u.copyName = copyName;
+    u.instances = std::move(unit.instances);
+    VeriModule* stored = Store(m, copyName, unit.records);
+    u.source = stored;
+    ElabUnitId id = design.Add(std::move(u));
+    modules[id] = stored;
+    units.emplace(key, id);
+    return id;
+}
+
+void VeriElaborator::Impl::Walk(Unit& unit, const ArenaArray<VeriModuleItem*>& items, VeriFrame* frame,
+                                const std::string& prefix, VeriScope* scope) {
+    unsigned construct = 0;
+    for (const VeriModuleItem* item : items) WalkItem(unit, item, frame, prefix, scope, construct);
+}
+
+void VeriElaborator::Impl::WalkItem(Unit& unit, const VeriModuleItem* item, VeriFrame* frame, const std::string& prefix,
+                                    VeriScope* scope, unsigned& construct) {
+    if (!item || eval.Exhausted() || statementsExhausted) return;
+    switch (item->GetClassId()) {
+    case ID_VERIMODULEINSTANTIATION:
+        Instantiate(unit, static_cast<const VeriModuleInstantiation*>(item), frame, prefix);
+        return;
+    case ID_VERIGENERATECONSTRUCT:
+        // A generate region opens no scope: its constructs count in the enclosing one.
+        for (const VeriModuleItem* inner : static_cast<const VeriGenerateConstruct*>(item)->items)
+            WalkItem(unit, inner, frame, prefix, scope, construct);
+        return;
+    case ID_VERIGENERATEFOR:
+        GenerateFor(unit, static_cast<const VeriGenerateFor*>(item), frame, prefix, scope, ++construct);
+        return;
+    case ID_VERIGENERATECONDITIONAL:
+    case ID_VERIGENERATECASE: {
+        unsigned number = ++construct;
+        // An else-if chain is one construct: conditionals nested directly in an else
+        // (or a case item) open no block of their own.
+        const VeriModuleItem* chosen = item;
+        for (int guard = 0; chosen && guard < 100000; ++guard) {
+            if (auto* c = dynamic_cast<const VeriGenerateConditional*>(chosen)) {
+                VeriValue v = eval.Evaluate(c->cond, frame);
+                if (v.kind == VeriValue::None) return;
+                chosen = v.Truth() == 1 ? c->thenItem : c->elseItem;
+                continue;
+            }
+            if (auto* gc = dynamic_cast<const VeriGenerateCase*>(chosen)) {
+                VeriValue sel = eval.Evaluate(gc->cond, frame);
+                if (sel.kind == VeriValue::None) return;
+                const VeriModuleItem* pick = nullptr;
+                const VeriModuleItem* fallback = nullptr;
+                bool found = false;
+                for (const VeriGenerateCaseItem* ci : gc->items) {
+                    if (!ci) continue;
+                    if (ci->conditions.Empty()) {
+                        fallback = ci->item;
+                        continue;
+                    }
+                    for (const VeriExpression* cond : ci->conditions) {
+                        VeriValue v = eval.Evaluate(cond, frame);
+                        if (v.kind == VeriValue::None) return;
+                        uint32_t w = std::max(sel.width, v.width);
+                        bool sg = sel.isSigned && v.isSigned;
+                        if (veri_ops::CaseEqual(sel.Resized(w, sg), v.Resized(w, sg)).Truth() == 1) {
+                            pick = ci->item;
+                            found = true;
+                            break;
+                        }
+                    }
+                    if (found) break;
+                }
+                chosen = found ? pick : fallback;
+                continue;
+            }
+            break;
+        }
+        if (!chosen || chosen->GetClassId() == ID_VERINULLSTATEMENT) return;
+        auto* block = dynamic_cast<const VeriGenerateBlock*>(chosen);
+        std::string name = block && block->blockId ? std::string(block->blockId->Name()) : GenblkName(number, scope);
+        if (!CountStatement(chosen)) return;
+        Block(unit, chosen, frame, prefix, scope, name);
+        return;
+    }
+    case ID_VERIGENERATEBLOCK: {
+        auto* block = static_cast<const VeriGenerateBlock*>(item);
+        if (block->blockId) {
+            Block(unit, item, frame, prefix, scope, std::string(block->blockId->Name()));
+        } else {
+            // A bare begin-end in a generate region adds no level to the names.
+            VeriFrame inner(frame);
+            DeclareParameters(block->items, inner);
+            for (const VeriModuleItem* x : block->items) WalkItem(unit, x, &inner, prefix, scope, construct);
+        }
+        return;
+    }
+    default: return;
+    }
+}
+
+void VeriElaborator::Impl::Block(Unit& unit, const VeriModuleItem* item, VeriFrame* frame, const std::string& prefix,
+                                 VeriScope* scope, const std::string& name) {
+    std::string path = prefix + name + ".";
+    VeriFrame inner(frame);
+    if (auto* block = dynamic_cast<const VeriGenerateBlock*>(item)) {
+        DeclareParameters(block->items, inner);
+        CollectDefparams(unit, block->items, &inner, prefix + name);
+        Walk(unit, block->items, &inner, path, block->scope ? block->scope : scope);
+        return;
+    }
+    // A single item without begin-end is a block of its own.
+    unsigned construct = 0;
+    WalkItem(unit, item, &inner, path, scope, construct);
+}
+
+void VeriElaborator::Impl::GenerateFor(Unit& unit, const VeriGenerateFor* loop, VeriFrame* frame,
+                                       const std::string& prefix, VeriScope* scope, unsigned construct) {
+    // The genvar: declared in the loop header, or assigned by the initialisation.
+    const VeriIdDef* genvar = nullptr;
+    const VeriExpression* initValue = nullptr;
+    if (auto* a = dynamic_cast<const VeriBlockingAssign*>(loop->init)) {
+        genvar = a->lval ? a->lval->GetId() : nullptr;
+        initValue = a->rval;
+    }
+    if (loop->genvarDecl && !loop->genvarDecl->ids.Empty()) {
+        const VeriIdDef* id = loop->genvarDecl->ids[0];
+        if (!genvar) genvar = id;
+        if (!initValue && id) initValue = id->GetInitialValue();
+    }
+    if (!genvar || !initValue) {
+        eval.Error();
+        ColLineFile loc = loop->Linefile();
+        Message::Tell<veri_msg::ElabNotConstant>(&loc, "the generate loop's genvar");
+        return;
+    }
+    auto* block = dynamic_cast<const VeriGenerateBlock*>(loop->item);
+    std::string name = block && block->blockId ? std::string(block->blockId->Name()) : GenblkName(construct, scope);
+    VeriFrame loopFrame(frame);
+    VeriValue v = eval.Evaluate(initValue, frame);
+    if (v.kind == VeriValue::None) return;
+    loopFrame.values[genvar] = VeriEvaluator::Convert(v, {32, true});
+    std::unordered_set<int64_t> seen;
+    for (uint64_t n = 0;; ++n) {
+        VeriValue c = eval.Evaluate(loop->cond, &loopFrame);
+        if (c.kind == VeriValue::None || c.Truth() != 1) return;
+        if (n >= limits.loopIterations) {
+            eval.Error();
+            ColLineFile loc = loop->Linefile();
+            Message::Tell<veri_msg::ElabLoopBound>(&loc, unsigned(std::min<uint64_t>(limits.loopIterations, ~0u)));
+            return;
+        }
+        int64_t i = 0;
+        if (!VeriToInt(eval, loopFrame.values[genvar], loop, i)) return;
+        // A genvar value met twice would name two blocks alike: the loop does not end.
+        if (!seen.insert(i).second) {
+            eval.Error();
+            ColLineFile loc = loop->Linefile();
+            Message::Tell<veri_msg::ElabLoopBound>(&loc, unsigned(n));
+            return;
+        }
+        if (!CountStatement(loop)) return;
+        // The iteration's block sees the genvar as a localparam of that value.
+        std::string iteration = name + "[" + std::to_string(i) + "]";
+        Block(unit, loop->item, &loopFrame, prefix, block && block->scope ? block->scope : scope, iteration);
+        if (eval.Exhausted() || statementsExhausted) return;
+        // The step: genvar = expr, genvar op= expr, genvar++.
+        auto* step = dynamic_cast<const VeriBlockingAssign*>(loop->rep);
+        if (!step) {
+            eval.Error();
+            ColLineFile loc = loop->Linefile();
+            Message::Tell<veri_msg::ElabNotConstant>(&loc, "the generate loop's step");
+            return;
+        }
+        VeriValue cur = loopFrame.values[genvar];
+        VeriValue next;
+        unsigned oper = step->oper ? step->oper : unsigned(VT_EQ);
+        if (oper == VT_EQ) {
+            next = eval.Evaluate(step->rval, &loopFrame);
+        } else {
+            VeriValue r = oper == VT_INC || oper == VT_DEC
+                              ? VeriValue::Int(1, 32, true)
+                              : VeriEvaluator::Convert(eval.Evaluate(step->rval, &loopFrame), {32, true});
+            if (r.kind == VeriValue::None) return;
+            bool byZero = false;
+            switch (oper) {
+            case VT_INC:
+            case VT_PLUS_EQ: next = veri_ops::Add(cur, r); break;
+            case VT_DEC:
+            case VT_MINUS_EQ: next = veri_ops::Sub(cur, r); break;
+            case VT_STAR_EQ: next = veri_ops::Mul(cur, r); break;
+            case VT_SLASH_EQ: next = veri_ops::Div(cur, r, true, byZero); break;
+            case VT_SHL_EQ:
+            case VT_ASHL_EQ: next = veri_ops::ShiftLeft(cur, r); break;
+            case VT_SHR_EQ: next = veri_ops::ShiftRight(cur, r, false); break;
+            case VT_ASHR_EQ: next = veri_ops::ShiftRight(cur, r, true); break;
+            default: break;
+            }
+        }
+        if (next.kind == VeriValue::None) return;
+        loopFrame.values[genvar] = VeriEvaluator::Convert(next, {32, true});
+    }
+}
+
+void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation* inst, VeriFrame* frame,
+                                       const std::string& prefix) {
+    std::string library;
+    std::string name(inst->GetModuleName());
+    if (auto* sn = dynamic_cast<const VeriScopeName*>(inst->moduleName)) {
+        library = std::string(sn->prefix ? sn->prefix->GetName() : std::string_view());
+        name = std::string(sn->name);
+    }
+    VeriModule* bound = VeriFindModule(name, library, unit.module);
+    if (bound && bound->IsPrimitive()) bound = nullptr; // user primitives are leaves, not instances
+    if (!bound && (inst->GetInstantiatedModule() && inst->GetInstantiatedModule()->IsPrimitive())) return;
+    if (!bound && veri_file::GetModule(name.c_str()) && veri_file::GetModule(name.c_str())->IsPrimitive()) return;
+    for (const VeriInstId* id : inst->instances) {
+        if (!id || eval.Exhausted() || statementsExhausted) return;
+        std::string base = prefix + std::string(id->Name());
+        // Instance arrays: one instance per element, left bound first.
+        std::vector<std::string> names;
+        if (const VeriRange* r = id->dimensions) {
+            int64_t left = 0, right = 0;
+            if (!VeriToInt(eval, eval.Evaluate(r->left, frame), r, left)) continue;
+            if (r->right) {
+                if (!VeriToInt(eval, eval.Evaluate(r->right, frame), r, right)) continue;
+            } else {
+                right = left - 1;
+                left = 0;
+            }
+            int64_t step = left <= right ? 1 : -1;
+            if (uint64_t(std::llabs(left - right)) >= limits.loopIterations) {
+                eval.Error();
+                ColLineFile loc = id->Linefile();
+                Message::Tell<veri_msg::ElabLoopBound>(&loc, unsigned(std::min<uint64_t>(limits.loopIterations, ~0u)));
+                continue;
+            }
+            for (int64_t i = left;; i += step) {
+                names.push_back(base + "[" + std::to_string(i) + "]");
+                if (i == right) break;
+            }
+        } else {
+            names.push_back(base);
+        }
+        for (const std::string& instName : names) {
+            if (!CountStatement(id)) return;
+            ElabUnitId target = 0;
+            if (bound) {
+                // Parameter values: ordered, or named (.P(v)); an empty .P() keeps the default.
+                std::vector<const VeriParamId*> params = OverridableParameters(bound);
+                std::unordered_map<const VeriIdDef*, Override> overrides;
+                size_t position = 0;
+                bool bad = false;
+                for (const VeriExpression* pv : inst->paramValues) {
+                    if (auto* named = dynamic_cast<const VeriPortConnect*>(pv)) {
+                        const VeriParamId* p = nullptr;
+                        for (const VeriParamId* c : params)
+                            if (c->Name() == named->portName) p = c;
+                        if (!p) {
+                            // A localparam of that name cannot be overridden either.
+                            Error();
+                            ColLineFile loc = pv->Linefile();
+                            std::string mod(bound->Name()), pn(named->portName);
+                            Message::Tell<veri_msg::ElabNoParameter>(&loc, mod.c_str(), pn.c_str());
+                            bad = true;
+                            continue;
+                        }
+                        if (named->connection) overrides[p] = {named->connection, frame, false, VeriValue()};
+                        continue;
+                    }
+                    if (position >= params.size()) {
+                        Error();
+                        ColLineFile loc = pv->Linefile();
+                        std::string mod(bound->Name());
+                        Message::Tell<veri_msg::ElabTooManyParameters>(
+                            &loc, mod.c_str(), unsigned(inst->paramValues.Size()), unsigned(params.size()));
+                        bad = true;
+                        break;
+                    }
+                    if (pv && !dynamic_cast<const VeriPortOpen*>(pv))
+                        overrides[params[position]] = {pv, frame, false, VeriValue()};
+                    ++position;
+                }
+                // Defparams of this unit that lead into the instance.
+                std::vector<Defparam> down;
+                std::string relative = instName;
+                for (const Defparam& dp : unit.defparams) {
+                    if (dp.path == relative) {
+                        down.push_back({"", dp.param, dp.value});
+                    } else if (dp.path.size() > relative.size() && dp.path.compare(0, relative.size(), relative) == 0 &&
+                               dp.path[relative.size()] == '.') {
+                        down.push_back({dp.path.substr(relative.size() + 1), dp.param, dp.value});
+                    }
+                }
+                // Overrides are evaluated in the instantiating frame, which lives only
+                // during this call: work their values out now.
+                for (auto& [pid, o] : overrides) {
+                    auto* param = static_cast<const VeriParamId*>(pid);
+                    if (param->IsType()) {
+                        o.value = eval.TypeValue(o.expr, frame);
+                    } else {
+                        VeriShape ctx = {};
+                        o.value = eval.Evaluate(o.expr, frame);
+                        (void)ctx;
+                    }
+                    o.hasValue = true;
+                    o.expr = nullptr;
+                    o.frame = nullptr;
+                    if (o.value.kind == VeriValue::None) bad = true;
+                }
+                if (bad) continue; // the instance is left out; the rest goes on
+                target = Elaborate(bound, std::move(overrides), std::move(down), id);
+                if (!target) continue;
+            } else {
+                ElabUnitRequest request;
+                request.library = library;
+                request.name = name;
+                for (const VeriExpression* pv : inst->paramValues) {
+                    ElabParam p;
+                    const VeriExpression* e = pv;
+                    if (auto* named = dynamic_cast<const VeriPortConnect*>(pv)) {
+                        p.name = std::string(named->portName);
+                        e = named->connection;
+                    }
+                    if (!e) continue;
+                    VeriValue v = eval.Evaluate(e, frame);
+                    if (v.kind == VeriValue::None) continue;
+                    p.value = ToParam(v);
+                    request.params.push_back(std::move(p));
+                }
+                if (foreign) target = foreign(design, request);
+                if (!target) {
+                    ColLineFile loc = id->Linefile();
+                    Message::Tell<veri_msg::ElabUnboundModule>(&loc, name.c_str(), instName.c_str());
+                    std::string lib =
+                        library.empty() && unit.module->GetLibrary() ? unit.module->GetLibrary()->GetName() : library;
+                    target = design.Unbound(lib, name);
+                }
+            }
+            unit.instances.push_back({instName, target});
+            auto m = modules.find(target);
+            unit.records.push_back(
+                {inst, id, instName, instName != id->Name(), m == modules.end() ? nullptr : m->second});
+        }
+    }
+}
+
+VeriModule* VeriElaborator::Impl::Store(VeriModule* m, const std::string& copyName,
+                                        const std::vector<InstanceRecord>& records) {
+    VeriLibrary* library = m->GetLibrary();
+    if (!library) return m;
+    VeriModule* target = m;
+    TreeCopier* copier = nullptr;
+    std::unique_ptr<TreeCopier> owned;
+    if (copyName != m->Name()) {
+        if (VeriModule* existing = library->GetModule(copyName)) return existing;
+        owned = std::make_unique<TreeCopier>(library->arena());
+        copier = owned.get();
+        target = static_cast<VeriModule*>(m->Copy(*copier));
+        Symbol copySymbol = Symbol::Intern(copyName);
+        if (target->id) target->id->name = copySymbol;
+        target->originalName = Symbol::Intern(m->Name()).Text();
+        library->AddModule(target);
+    } else if (m->elaborated) {
+        return m; // stored by an earlier elaboration
+    }
+    target->elaborated = true;
+    for (const InstanceRecord& r : records) {
+        if (!r.generated) {
+            auto* node = copier ? copier->Mapped(const_cast<VeriModuleInstantiation*>(r.instantiation))
+                                : const_cast<VeriModuleInstantiation*>(r.instantiation);
+            if (r.bound) node->module = r.bound;
+            continue;
+        }
+        // An identifier elaboration made: its own copy of the instantiation, named by
+        // its path in the unit, declared in the unit's scope.
+        auto* copy = static_cast<VeriModuleInstantiation*>(r.instantiation->Copy(library->arena()));
+        VeriInstId* id = nullptr;
+        for (size_t i = 0; i < r.instantiation->instances.Size(); ++i)
+            if (r.instantiation->instances[i] == r.id) id = copy->instances[i];
+        if (!id) continue;
+        id->name = Symbol::Intern(r.name);
+        id->generateElabCreated = true;
+        id->dimensions = nullptr;
+        copy->module = r.bound;
+        if (target->scope) target->scope->declare(library->arena(), id);
+    }
+    return target;
+}
+
+VeriElaborator::VeriElaborator(ElabDesign& design, const ElabLimits& limits)
+    : impl_(std::make_unique<Impl>(design, limits)) {}
+
+VeriElaborator::~VeriElaborator() = default;
+
+void VeriElaborator::SetForeignLookup(ElabUnitLookup lookup) { impl_->foreign = std::move(lookup); }
+
+unsigned VeriElaborator::ErrorCount() const { return impl_->errors + impl_->eval.ErrorCount(); }
+
+VeriEvaluator& VeriElaborator::Evaluator() { return impl_->eval; }
+
+bool VeriElaborator::HasParameter(const VeriModule* module, const std::string& name) {
+    for (const VeriParamId* p : OverridableParameters(module))
+        if (SameName(p->Name(), name)) return true;
+    return false;
+}
+
+ElabUnitId VeriElaborator::ElaborateTop(VeriModule* module, const ElabGenericMap& parameters) {
+    std::unordered_map<const VeriIdDef*, Override> overrides;
+    std::vector<const VeriParamId*> params = OverridableParameters(module);
+    for (const ElabGenericValue& g : parameters) {
+        for (const VeriParamId* p : params) {
+            if (!SameName(p->Name(), g.name)) continue;
+            Override o;
+            o.hasValue = true;
+            o.value = p->IsType() ? VeriValue::MakeType(g.value, 0, false) : ParseUserValue(g.value);
+            overrides[p] = o;
+        }
+    }
+    ElabUnitId id = impl_->Elaborate(module, std::move(overrides), {}, module);
+    if (id) impl_->design.tops.push_back({std::string(module->Name()), id});
+    return id;
+}
+
+ElabUnitId VeriElaborator::ElaborateForeign(const ElabUnitRequest& request) {
+    VeriModule* module = VeriFindModule(request.name, request.library, nullptr);
+    if (!module && !request.library.empty()) module = VeriFindModule(request.name, "", nullptr);
+    if (!module) return 0;
+    std::unordered_map<const VeriIdDef*, Override> overrides;
+    std::vector<const VeriParamId*> params = OverridableParameters(module);
+    size_t position = 0;
+    for (const ElabParam& p : request.params) {
+        const VeriParamId* target = nullptr;
+        if (p.name.empty()) {
+            if (position < params.size()) target = params[position++];
+        } else {
+            for (const VeriParamId* c : params)
+                if (SameName(c->Name(), p.name)) target = c;
+        }
+        if (!target) {
+            impl_->Error();
+            std::string mod(module->Name());
+            Message::Tell<veri_msg::ElabNoParameter>(nullptr, mod.c_str(), p.name.c_str());
+            continue;
+        }
+        overrides[target] = {nullptr, nullptr, true, FromParam(p.value)};
+    }
+    return impl_->Elaborate(module, std::move(overrides), {}, module);
+}
+
+bool VeriElaborate(ElabDesign& design, const std::vector<ElabTopRequest>& tops, const ElabGenericMap& parameters,
+                   const ElabLimits& limits, ElabUnitLookup foreign) {
+    VeriElaborator elab(design, limits);
+    elab.SetForeignLookup(std::move(foreign));
+    unsigned errors = 0;
+    std::vector<VeriModule*> modules;
+    for (const ElabTopRequest& t : tops) {
+        VeriModule* m = VeriFindModule(t.name, t.library, nullptr);
+        if (!m) {
+            ++errors;
+            Message::Tell<veri_msg::ElabNoTop>(nullptr, t.name.c_str());
+            continue;
+        }
+        modules.push_back(m);
+    }
+    for (const ElabGenericValue& g : parameters) {
+        bool used = false;
+        for (VeriModule* m : modules) used = used || VeriElaborator::HasParameter(m, g.name);
+        if (!used) Message::Tell<veri_msg::ElabTopParameter>(nullptr, g.name.c_str());
+    }
+    for (VeriModule* m : modules) elab.ElaborateTop(m, parameters);
+    return errors + elab.ErrorCount() == 0;
+}
+
+std::vector<ElabTopRequest> VeriFindTops() {
+    InstantiatedNames visitor;
+    for (VeriLibrary* lib : veri_file::AllLibraries())
+        for (VeriModule* m : lib->AllModules())
+            if (!m->GetOriginalModuleName().size()) visitor.TraverseNode(m);
+    std::vector<ElabTopRequest> tops;
+    for (VeriLibrary* lib : veri_file::AllLibraries()) {
+        for (VeriModule* m : lib->AllModules()) {
+            if (m->IsInterface() || m->IsPackage() || m->IsPrimitive() || m->IsConfiguration() || m->IsChecker() ||
+                m->IsRootModule() || !m->GetOriginalModuleName().empty() || m->Name().empty())
+                continue;
+            std::string name(m->Name());
+            if (visitor.names.count(name)) continue;
+            tops.push_back({name, lib->GetName(), ""});
+        }
+    }
+    return tops;
+}
+
+} // namespace hdl
