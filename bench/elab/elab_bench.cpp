@@ -1,12 +1,13 @@
 // Elaboration speed and memory. For each FILELIST.tsv the VHDL files are analysed (after
-// the standard libraries of their edition), then the top (the list's `top`, or -top) is
-// elaborated. Reported: the time of the analysis (the parse) and of elaboration, the
+// the standard libraries of their edition), or the Verilog files (with the list's include
+// directories), then the top (the list's `top`, or -top) is elaborated. Reported: the time of the analysis (the parse) and of elaboration, the
 // distinct units and instance statements of the elaborated design, its instance paths,
 // paths per second, and the memory that elaboration added. With -runs N elaboration is
 // repeated and the fastest run counts. With -ghdl, `ghdl -a`, `ghdl -e` and
 // `ghdl -r --stop-time=0ns` (GHDL's mcode back-end elaborates when it runs) of the same
-// files are timed beside, with their peak memory.
-//   elab_bench [-runs N] [-ghdl] [-top NAME] FILELIST.tsv...
+// files are timed beside, with their peak memory; with -verilator, `verilator --lint-only`
+// of the Verilog files.
+//   elab_bench [-runs N] [-ghdl] [-verilator] [-top NAME] FILELIST.tsv...
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -25,7 +26,9 @@
 #include "hdl/base/Language.h"
 #include "hdl/base/Message.h"
 #include "hdl/elab/ElabDesign.h"
+#include "hdl/elab/VeriElaborator.h"
 #include "hdl/elab/VhdlElaborator.h"
+#include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "sift/scan/HADLStdLibs.h"
 
@@ -43,6 +46,8 @@ struct File {
 struct Project {
     std::string dir;
     std::vector<File> files;
+    std::vector<File> verilog;
+    std::vector<std::string> incdirs;
     std::string top;
 };
 
@@ -65,6 +70,9 @@ Project ReadList(const std::string& list) {
         std::getline(cols, a, '\t');
         std::getline(cols, b, '\t');
         if (kind == "top") p.top = a;
+        else if (kind == "incdir") p.incdirs.push_back(p.dir + "/" + a);
+        else if (hdl::IsVerilogLanguage(hdl::LanguageByName(kind.c_str())))
+            p.verilog.push_back({p.dir + "/" + b, a, hdl::LanguageByName(kind.c_str()), ""});
         else if (hdl::IsVhdlLanguage(hdl::LanguageByName(kind.c_str()))) {
             unsigned mode = hdl::LanguageByName(kind.c_str());
             p.files.push_back({p.dir + "/" + b, a, mode, mode >= hdl::VHDL_2008 ? "08" : "93c"});
@@ -142,22 +150,73 @@ void Ghdl(const Project& p, const std::string& top) {
     if (std::system(rm.c_str()) != 0) std::fprintf(stderr, "could not remove %s\n", scratch);
 }
 
+void Verilator(const Project& p, const std::string& top) {
+    std::vector<std::string> cmd{"verilator",  "--lint-only",  "-Wno-fatal", "-Wno-lint",
+                                 "-Wno-style", "--top-module", top};
+    for (const std::string& d : p.incdirs) cmd.push_back("-I" + d);
+    for (const File& f : p.verilog) cmd.push_back(f.path);
+    double t = 0;
+    long peak = 0;
+    bool ok = Run(cmd, ".", t, peak); // the file paths are relative to here
+    std::printf("  verilator --lint-only: %.3f s (%ld MB)%s\n", t, peak / 1024, ok ? "" : " (failed)");
+}
+
+// Analyses and elaborates the Verilog files of a project, as for VHDL below.
+void BenchVerilog(const std::string& list, const Project& p, const std::string& top, int runs, bool verilator) {
+    hdl::veri_file::Reset();
+    for (const std::string& d : p.incdirs) hdl::veri_file::AddIncludeDir(d.c_str());
+    errors = 0;
+    auto start = std::chrono::steady_clock::now();
+    for (const File& f : p.verilog) hdl::veri_file::Analyze(f.path.c_str(), f.mode, f.library.c_str());
+    double parse = Seconds(start);
+    unsigned parseErrors = errors;
+    double best = 1e30;
+    long added = 0;
+    uint64_t paths = 0, statements = 0;
+    size_t units = 0;
+    for (int r = 0; r < runs; ++r) {
+        long before = ResidentKb();
+        hdl::ElabDesign design;
+        auto t0 = std::chrono::steady_clock::now();
+        hdl::VeriElaborate(design, {{top, "", ""}}, {});
+        double t = Seconds(t0);
+        if (r == 0) {
+            added = ResidentKb() - before;
+            std::unordered_map<hdl::ElabUnitId, uint64_t> memo;
+            for (const hdl::ElabTop& tp : design.tops) paths += Paths(design, tp.unit, memo);
+            units = design.UnitCount();
+            for (hdl::ElabUnitId u = 1; u <= design.UnitCount(); ++u) statements += design.Unit(u).instances.size();
+        }
+        best = std::min(best, t);
+    }
+    struct rusage usage {};
+    getrusage(RUSAGE_SELF, &usage);
+    std::printf("%s (%s): parse %.3f s (%u errors), elaborate %.3f s (%u errors); %zu units, %llu instance "
+                "statements, %llu instance paths, %.0f paths/s; elaboration added %ld MB, peak %ld MB\n",
+                list.c_str(), top.c_str(), parse, parseErrors, best, errors - parseErrors, units,
+                static_cast<unsigned long long>(statements), static_cast<unsigned long long>(paths),
+                best > 0 ? double(paths) / best : 0.0, added / 1024, usage.ru_maxrss / 1024);
+    if (verilator) Verilator(p, top);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     int runs = 1;
     bool ghdl = false;
+    bool verilator = false;
     std::string topOption;
     std::vector<std::string> lists;
     for (int i = 1; i < argc; ++i) {
         std::string a = argv[i];
         if (a == "-runs" && i + 1 < argc) runs = std::max(1, std::atoi(argv[++i]));
         else if (a == "-ghdl") ghdl = true;
+        else if (a == "-verilator") verilator = true;
         else if (a == "-top" && i + 1 < argc) topOption = argv[++i];
         else lists.push_back(a);
     }
     if (lists.empty()) {
-        std::fprintf(stderr, "usage: elab_bench [-runs N] [-ghdl] [-top NAME] FILELIST.tsv...\n");
+        std::fprintf(stderr, "usage: elab_bench [-runs N] [-ghdl] [-verilator] [-top NAME] FILELIST.tsv...\n");
         return 2;
     }
     hdl::Message::RegisterCallBackMsg(countErrors);
@@ -167,6 +226,10 @@ int main(int argc, char** argv) {
     for (const std::string& list : lists) {
         Project p = ReadList(list);
         std::string top = topOption.empty() ? p.top : topOption;
+        if (!p.verilog.empty() && !top.empty()) {
+            BenchVerilog(list, p, top, runs, verilator);
+            continue;
+        }
         if (p.files.empty() || top.empty()) {
             std::printf("%s: no VHDL files or no top\n", list.c_str());
             continue;

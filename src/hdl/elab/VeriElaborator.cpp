@@ -163,6 +163,23 @@ struct InstanceRecord {
     VeriModule* bound;
 };
 
+// Whether a subtree holds a module instantiation (or a defparam, which may reach one).
+class HoldsInstances : public VeriVisitor {
+public:
+    using VeriVisitor::Visit;
+    void Visit(VeriModuleInstantiation&) override { found = true; }
+    void Visit(VeriDefParam&) override { found = true; }
+    // Expressions, statements and declarations hold none.
+    void Visit(VeriExpression&) override {}
+    void Visit(VeriStatement&) override {}
+    void Visit(VeriDataDecl&) override {}
+    void Visit(VeriContinuousAssign&) override {}
+    void Visit(VeriAlwaysConstruct&) override {}
+    void Visit(VeriInitialConstruct&) override {}
+    void Visit(VeriFunctionDecl&) override {}
+    bool found = false;
+};
+
 class InstantiatedNames : public VeriVisitor {
 public:
     using VeriVisitor::Visit;
@@ -207,6 +224,17 @@ struct VeriElaborator::Impl {
     std::unordered_map<std::string, ElabUnitId> units; // by library, module and copy name
     std::unordered_map<ElabUnitId, VeriModule*> modules; // the tree of each unit
     std::unordered_set<std::string> inProgress; // keys of the units being walked
+    std::unordered_map<const VeriModuleItem*, bool> holdsInstances;
+
+    // A generate loop without instances adds nothing to the hierarchy: it is not unrolled.
+    bool HoldsInstance(const VeriModuleItem* item) {
+        auto it = holdsInstances.find(item);
+        if (it != holdsInstances.end()) return it->second;
+        HoldsInstances v;
+        v.TraverseNode(const_cast<VeriModuleItem*>(item));
+        holdsInstances.emplace(item, v.found);
+        return v.found;
+    }
     uint32_t depth = 0;
 
     // The walk of one unit.
@@ -414,7 +442,9 @@ void VeriElaborator::Impl::WalkItem(Unit& unit, const VeriModuleItem* item, Veri
             WalkItem(unit, inner, frame, prefix, scope, construct);
         return;
     case ID_VERIGENERATEFOR:
-        GenerateFor(unit, static_cast<const VeriGenerateFor*>(item), frame, prefix, scope, ++construct);
+        ++construct;
+        if (HoldsInstance(static_cast<const VeriGenerateFor*>(item)->item))
+            GenerateFor(unit, static_cast<const VeriGenerateFor*>(item), frame, prefix, scope, construct);
         return;
     case ID_VERIGENERATECONDITIONAL:
     case ID_VERIGENERATECASE: {

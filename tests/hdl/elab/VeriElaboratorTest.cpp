@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 #include <sstream>
 
+#include "ElabTestUtil.h"
 #include "VhdlTestUtil.h"
 #include "hdl/elab/ElabHierPrinter.h"
 #include "hdl/elab/VeriElaborator.h"
@@ -317,6 +319,50 @@ TEST_F(VeriElaboratorTest, TopsByDefaultAreTheModulesNothingInstantiates) {
     Hier({"missing_top"});
     EXPECT_TRUE(Told("VERI-1607"));
     EXPECT_FALSE(ok);
+}
+
+// serv from the corpus: the real design elaborates without a message; the same design
+// with one parameter name misspelt, or one module name, is reported as a simulator would.
+TEST_F(VeriElaboratorTest, CorpusDesignAndItsBrokenVariants) {
+    const std::string root = std::string(SIFT_SHARED_DIR) + "/corpus/serv/";
+    std::ifstream list(root + "FILELIST.tsv");
+    if (!list) GTEST_SKIP() << "no corpus";
+    std::vector<std::string> files;
+    for (std::string line; std::getline(list, line);) {
+        if (line.rfind("v2k\t", 0) == 0) files.push_back(root + line.substr(line.rfind('\t') + 1));
+    }
+    auto analyze = [&](const std::string& from, const std::string& to) {
+        test::MessageCapture quiet;
+        veri_file::Reset();
+        for (const std::string& f : files) {
+            std::ifstream in(f);
+            std::stringstream text;
+            text << in.rdbuf();
+            std::string source = text.str();
+            if (!from.empty() && source.find(from) != std::string::npos)
+                source.replace(source.find(from), from.size(), to);
+            EXPECT_TRUE(veri_file::AnalyzeText(source, f.c_str(), VERILOG_2K));
+        }
+    };
+    analyze("", "");
+    std::string hier = Hier({"servant_sim"});
+    EXPECT_TRUE(ok);
+    EXPECT_TRUE(messages.empty());
+    EXPECT_NE(hier.find("servant_sim.dut.ram\tservant_ram\tservant_ram(depth=8192,RESET_STRATEGY=\"MINI\")\n"),
+              std::string::npos)
+        << hier;
+    EXPECT_NE(hier.find("servant_sim.dut.cpu.cpu.gen_csr.csr\tserv_csr\tserv_csr\n"), std::string::npos);
+
+    analyze(".RESET_STRATEGY (reset_strategy))", ".RESET_STRATEGYY (reset_strategy))");
+    hier = Hier({"servant_sim"});
+    EXPECT_FALSE(ok);
+    EXPECT_TRUE(Told("VERI-1604"));
+    EXPECT_EQ(hier.find("servant_sim.dut.ram\t"), std::string::npos);
+
+    analyze("   serv_rf_ram\n", "   serv_rf_rma\n"); // the instance in servant.v
+    hier = Hier({"servant_sim"});
+    EXPECT_TRUE(Told("VERI-1605"));
+    EXPECT_NE(hier.find("servant_sim.dut.rf_ram\tserv_rf_rma\tserv_rf_rma\n"), std::string::npos) << hier;
 }
 
 } // namespace
