@@ -225,6 +225,25 @@ struct VeriElaborator::Impl {
     std::unordered_map<ElabUnitId, VeriModule*> modules; // the tree of each unit
     std::unordered_set<std::string> inProgress; // keys of the units being walked
     std::unordered_map<const VeriModuleItem*, bool> holdsInstances;
+    // bind directives by the name of the module they bind into, in library order.
+    std::unordered_map<std::string, std::vector<const VeriBindDirective*>> binds;
+    bool bindsCollected = false;
+
+    void CollectBinds() {
+        if (bindsCollected) return;
+        bindsCollected = true;
+        for (VeriLibrary* lib : veri_file::AllLibraries()) {
+            for (VeriModule* m : lib->AllModules()) {
+                if (!m->GetOriginalModuleName().empty()) continue;
+                for (const VeriModuleItem* item : m->items) {
+                    auto* b = dynamic_cast<const VeriBindDirective*>(item);
+                    auto* inst = b ? dynamic_cast<const VeriModuleInstantiation*>(b->instantiation) : nullptr;
+                    if (!inst || !b->target) continue;
+                    binds[std::string(b->target->GetName())].push_back(b);
+                }
+            }
+        }
+    }
 
     // A generate loop without instances adds nothing to the hierarchy: it is not unrolled.
     bool HoldsInstance(const VeriModuleItem* item) {
@@ -276,7 +295,9 @@ struct VeriElaborator::Impl {
                const std::string& name);
     void GenerateFor(Unit& unit, const VeriGenerateFor* loop, VeriFrame* frame, const std::string& prefix,
                      VeriScope* scope, unsigned construct);
-    void Instantiate(Unit& unit, const VeriModuleInstantiation* inst, VeriFrame* frame, const std::string& prefix);
+    // `made`: the instances are elaboration's (a bind's), not the module's own.
+    void Instantiate(Unit& unit, const VeriModuleInstantiation* inst, VeriFrame* frame, const std::string& prefix,
+                     bool made = false);
     void CollectDefparams(Unit& unit, const ArenaArray<VeriModuleItem*>& items, VeriFrame* frame,
                           const std::string& prefix);
     std::string GenblkName(unsigned construct, VeriScope* scope) const;
@@ -407,6 +428,14 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
     ++depth;
     inProgress.insert(key);
     Walk(unit, m->items, &frame, "", m->GetScope());
+    // bind directives add their instances to every instance of the target module, or,
+    // with a list of instances, to those of this unit's name (`bind m : u1, u2 ...`
+    // names instances of m by their paths, which a unit does not know: all of them).
+    CollectBinds();
+    auto bound = binds.find(std::string(m->Name()));
+    if (bound != binds.end())
+        for (const VeriBindDirective* b : bound->second)
+            Instantiate(unit, static_cast<const VeriModuleInstantiation*>(b->instantiation), &frame, "", true);
     inProgress.erase(key);
     --depth;
     ElabUnit u;
@@ -616,7 +645,7 @@ void VeriElaborator::Impl::GenerateFor(Unit& unit, const VeriGenerateFor* loop, 
 }
 
 void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation* inst, VeriFrame* frame,
-                                       const std::string& prefix) {
+                                       const std::string& prefix, bool made) {
     std::string library;
     std::string name(inst->GetModuleName());
     if (auto* sn = dynamic_cast<const VeriScopeName*>(inst->moduleName)) {
@@ -753,7 +782,7 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
             unit.instances.push_back({instName, target});
             auto m = modules.find(target);
             unit.records.push_back(
-                {inst, id, instName, instName != id->Name(), m == modules.end() ? nullptr : m->second});
+                {inst, id, instName, made || instName != id->Name(), m == modules.end() ? nullptr : m->second});
         }
     }
 }

@@ -222,6 +222,31 @@ module t2; bus #(.W(4)) b (); endmodule
     EXPECT_FALSE(veri_file::GetModule("user")->HasGenericInterfacePorts());
 }
 
+TEST_F(VeriElaboratorTest, BindDirectivesAddInstances) {
+    Analyze(R"(
+module checker_m #(parameter N = 1) (); endmodule
+module dut #(parameter W = 1) (); endmodule
+module top; dut a (); dut #(2) b (); endmodule
+bind dut checker_m #(.N(5)) chk ();
+)");
+    EXPECT_EQ(Hier({"top"}), "top\ttop\ttop\n"
+                             "top.a\tdut\tdut\n"
+                             "top.a.chk\tchecker_m\tchecker_m(N=5)\n"
+                             "top.b\tdut\tdut(W=2)\n"
+                             "top.b.chk\tchecker_m\tchecker_m(N=5)\n");
+    // The bound instance is in the scope of each elaborated dut, made by elaboration.
+    auto* chk = dynamic_cast<VeriInstId*>(veri_file::GetModule("dut(W=2)")->GetScope()->findLocal("chk"));
+    ASSERT_TRUE(chk);
+    EXPECT_TRUE(chk->IsGenerateElabCreated());
+    EXPECT_EQ(dynamic_cast<VeriModuleInstantiation*>(chk->declaration)->GetInstantiatedModule()->Name(),
+              "checker_m(N=5)");
+    // A bind into a module that nothing uses adds nothing; a bind of a missing module warns.
+    veri_file::Reset();
+    Analyze("module dut; endmodule\nmodule top; dut a (); endmodule\nbind dut no_such_checker c ();\n");
+    EXPECT_EQ(Hier({"top"}), "top\ttop\ttop\ntop.a\tdut\tdut\ntop.a.c\tno_such_checker\tno_such_checker\n");
+    EXPECT_TRUE(Told("VERI-1605"));
+}
+
 TEST_F(VeriElaboratorTest, UnboundModulesAndTheOtherLanguage) {
     Analyze("module top; vhdl_ent #(.G(3)) e (); nowhere n (); endmodule\n");
     std::vector<ElabUnitRequest> asked;

@@ -52,3 +52,5 @@ module top;
   endcase
   node #(.DEPTH(64)) chain ();
 endmodule
+
+bind producer node #(.ID(99)) bound ();
