@@ -899,6 +899,30 @@ bool VeriElaborate(ElabDesign& design, const std::vector<ElabTopRequest>& tops, 
     for (const ElabTopRequest& t : tops) {
         VeriModule* m = VeriFindModule(t.name, t.library, nullptr);
         if (!m) {
+            // A configuration stands for the top cells its design statement names.
+            VeriModule* config = nullptr;
+            for (VeriLibrary* lib : veri_file::AllLibraries()) {
+                if (!t.library.empty() && lib->GetName() != t.library) continue;
+                VeriModule* c = lib->GetModule(t.name);
+                if (c && c->IsConfiguration() && !config) config = c;
+            }
+            if (config) {
+                for (const VeriExpression* cell : static_cast<VeriConfiguration*>(config)->GetTopModuleNames()) {
+                    std::string library;
+                    if (auto* sn = dynamic_cast<const VeriScopeName*>(cell))
+                        library = std::string(sn->prefix ? sn->prefix->GetName() : std::string_view());
+                    VeriModule* top = VeriFindModule(cell->GetName(), library, nullptr);
+                    if (top) {
+                        modules.push_back(top);
+                        continue;
+                    }
+                    ++errors;
+                    std::string name(cell->GetName());
+                    ColLineFile loc = cell->Linefile();
+                    Message::Tell<veri_msg::ElabNoTop>(&loc, name.c_str());
+                }
+                continue;
+            }
             ++errors;
             Message::Tell<veri_msg::ElabNoTop>(nullptr, t.name.c_str());
             continue;

@@ -334,6 +334,31 @@ endmodule
     EXPECT_LT(std::count(hier.begin(), hier.end(), '\n'), 5000);
 }
 
+TEST_F(VeriElaboratorTest, TheOtherLanguageAsksForAModuleAndAConfigurationNamesTops) {
+    Analyze(std::string(kLeafAndMid) + "config cfg; design work.mid leaf; endconfig\n"
+                                       "config broken; design work.nothing; endconfig\n");
+    ElabDesign design;
+    VeriElaborator elab(design);
+    ElabUnitRequest request{"", "mid", "", {{"", {ElabParamValue::Integer, 3, 0, ""}}}};
+    ElabUnitId id = elab.ElaborateForeign(request);
+    ASSERT_NE(id, 0u);
+    EXPECT_EQ(design.Unit(id).copyName, "mid(N=3)");
+    EXPECT_EQ(design.Unit(id).instances.size(), 5u);
+    ElabUnitRequest named{"work", "leaf", "", {{"w", {ElabParamValue::Integer, 2, 0, ""}}}};
+    EXPECT_EQ(design.Unit(elab.ElaborateForeign(named)).copyName, "leaf(W=2)");
+    EXPECT_EQ(elab.ElaborateForeign({"", "absent", "", {}}), 0u);
+    EXPECT_TRUE(VeriElaborator::HasParameter(veri_file::GetModule("leaf"), "d"));
+    EXPECT_FALSE(VeriElaborator::HasParameter(veri_file::GetModule("leaf"), "x"));
+    // The configuration's design statement gives the tops.
+    std::string hier = Hier({"cfg"});
+    EXPECT_EQ(hier.rfind("mid\tmid\tmid\nmid.g[0].u\tleaf\tleaf(W=4)\n", 0), 0u) << hier;
+    EXPECT_NE(hier.find("\nleaf\tleaf\tleaf\n"), std::string::npos) << hier;
+    EXPECT_TRUE(ok);
+    Hier({"broken"});
+    EXPECT_FALSE(ok);
+    EXPECT_TRUE(Told("VERI-1607"));
+}
+
 TEST_F(VeriElaboratorTest, TopsByDefaultAreTheModulesNothingInstantiates) {
     Analyze("package p; endpackage\ninterface i; endinterface\nmodule a; b x (); endmodule\nmodule b; endmodule\n"
             "module c; endmodule\nprogram pr; endprogram\n");
