@@ -709,7 +709,23 @@ ArenaArray<VeriExpression*> VeriParser::Impl::parseDelayValues() {
     VeriToken t = peek();
     if (t.kind == VT_IDENTIFIER || t.kind == VT_ESCAPED_IDENTIFIER) {
         take();
-        delays.push(makeRef(t));
+        VeriExpression* e = makeRef(t);
+        // #pkg::D: no call or select can follow a delay given without parentheses.
+        while (at(VT_SCOPE) && isIdent(1)) {
+            take();
+            auto* sc = make<VeriScopeName>(t);
+            sc->prefix = e;
+            sc->name = name(take());
+            if (auto* pkgRef = dynamic_cast<VeriIdRef*>(e); pkgRef && hooks.findPackage) {
+                if (VeriModule* package = hooks.findPackage(pkgRef->name)) {
+                    pkgRef->id = package->id;
+                    sc->id = lookupInPackage(package, sc->name);
+                }
+            }
+            finish(sc);
+            e = sc;
+        }
+        delays.push(e);
     } else if (t.kind == VT_DECIMAL_NUMBER || t.kind == VT_REAL_NUMBER || t.kind == VT_TIME_LITERAL ||
                t.kind == VT_BASED_NUMBER) {
         delays.push(parseNumber());

@@ -350,6 +350,11 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
     }
     VeriToken start = peek();
     unsigned k = start.kind;
+    if (k == VT_STATIC && kind(1) == VT_CONSTRAINT) { // static constraint class::name { ... }
+        take();
+        start = peek();
+        k = start.kind;
+    }
     switch (k) {
     case VT_SEMI: take(); return nullptr;
     case VT_ASSIGN: return parseContinuousAssign(take());
@@ -447,9 +452,11 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
         VeriToken n = peek();
         auto* id = make<VeriLabelId>(n);
         id->name = takeName();
+        // The body of a constraint declared in a class: constraint class::name { ... }
+        if (accept(VT_SCOPE)) id->name = takeName();
         c->id = id;
         if (at(VT_LBRACE)) skipBalanced();
-        else skipToSemi();
+        else if (!expect(VT_SEMI)) skipToSemi();
         finish(c);
         return c;
     }
@@ -889,12 +896,14 @@ VeriModuleItem* VeriParser::Impl::parseModport(const VeriToken& start) {
 VeriFunctionDecl* VeriParser::Impl::parseSubprogramPrototype(const VeriToken& start) {
     auto* f = start.kind == VT_TASK ? make<VeriTaskDecl>(start) : make<VeriFunctionDecl>(start);
     f->prototype = true;
-    if (start.kind == VT_FUNCTION &&
-        !(isIdent() && (kind(1) == VT_LPAREN || kind(1) == VT_COMMA || kind(1) == VT_RPAREN)))
+    // A constructor (`extern function new(...)`) has no return type.
+    if (start.kind == VT_FUNCTION && !at(VT_NEW) &&
+        !(isIdent() && (kind(1) == VT_LPAREN || kind(1) == VT_COMMA || kind(1) == VT_RPAREN || kind(1) == VT_SEMI)))
         f->returnType = parseDataType(true);
     VeriToken n = peek();
     VeriIdDef* id = start.kind == VT_TASK ? static_cast<VeriIdDef*>(make<VeriTaskId>(n)) : make<VeriFunctionId>(n);
-    id->name = takeName();
+    if (at(VT_NEW)) id->name = Symbol::Intern(take().text);
+    else id->name = takeName();
     id->declaration = f;
     finish(id);
     f->id = id;

@@ -512,28 +512,68 @@ VeriStatement* VeriParser::Impl::parseFor(const VeriToken& start) {
     return f;
 }
 
+// At '[' in a foreach header: whether the group is an index of a longer prefix, that is,
+// whether its closing bracket is followed by a dot or by another index group of one.
+bool VeriParser::Impl::indexedPrefixAhead() {
+    size_t k = 0;
+    for (;;) {
+        int depth = 0;
+        do {
+            unsigned kk = kind(k);
+            if (kk == VT_EOF) return false;
+            if (kk == VT_LBRACKET || kk == VT_LPAREN || kk == VT_LBRACE) ++depth;
+            else if (kk == VT_RBRACKET || kk == VT_RPAREN || kk == VT_RBRACE) --depth;
+            ++k;
+        } while (depth > 0);
+        if (kind(k) == VT_DOT) return true;
+        if (kind(k) != VT_LBRACKET) return false;
+    }
+}
+
 VeriStatement* VeriParser::Impl::parseForeach(const VeriToken& start) {
     auto* f = make<VeriForeach>(start);
     expect(VT_LPAREN);
-    // array[i, j]: the brackets hold loop variables, not indexes
+    // array[i, j]: the last brackets hold loop variables, not indexes. The array may be
+    // reached through this., super., a package or class scope, and indexed members
+    // (a[i].b[j]): a bracket group followed by a dot is an index.
     VeriToken n = peek();
-    if (isIdent()) {
-        take();
-        VeriExpression* arr = makeRef(n);
-        while ((at(VT_DOT) || at(VT_SCOPE)) && isIdent(1)) {
-            bool dot = take().kind == VT_DOT;
-            if (dot) {
-                auto* sel = make<VeriSelectedName>(n);
-                sel->prefix = arr;
-                sel->suffix = takeName();
-                finish(sel);
-                arr = sel;
+    if (isIdent() || at(VT_THIS) || at(VT_SUPER)) {
+        VeriExpression* arr = nullptr;
+        if (isIdent()) {
+            take();
+            arr = makeRef(n);
+        } else {
+            take();
+            auto* k = make<VeriKeyword>(n);
+            k->token = n.kind;
+            finish(k);
+            arr = k;
+        }
+        for (;;) {
+            if ((at(VT_DOT) || at(VT_SCOPE)) && isIdent(1)) {
+                bool dot = take().kind == VT_DOT;
+                if (dot) {
+                    auto* sel = make<VeriSelectedName>(n);
+                    sel->prefix = arr;
+                    sel->suffix = takeName();
+                    finish(sel);
+                    arr = sel;
+                } else {
+                    auto* sc = make<VeriScopeName>(n);
+                    sc->prefix = arr;
+                    sc->name = takeName();
+                    finish(sc);
+                    arr = sc;
+                }
+            } else if (at(VT_LBRACKET) && indexedPrefixAhead()) {
+                take();
+                auto* idx = make<VeriIndexedId>(n);
+                idx->prefix = arr;
+                idx->index = parseSelect();
+                finish(idx);
+                arr = idx;
             } else {
-                auto* sc = make<VeriScopeName>(n);
-                sc->prefix = arr;
-                sc->name = takeName();
-                finish(sc);
-                arr = sc;
+                break;
             }
         }
         f->array = arr;

@@ -224,6 +224,7 @@ struct VeriParser::Impl {
     VeriStatement* parseCase(unsigned qualifier, const VeriToken& start);
     VeriStatement* parseFor(const VeriToken& start);
     VeriStatement* parseForeach(const VeriToken& start);
+    bool indexedPrefixAhead();
     VeriStatement* parseAssertion(const VeriToken& start);
     VeriStatement* parseSimpleStatement(const VeriToken& start);
     VeriStatement* parseAssignmentRest(VeriExpression* lval, const VeriToken& start, bool needSemi);
