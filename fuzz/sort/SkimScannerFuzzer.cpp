@@ -2,7 +2,9 @@
 // exactly the tokens of the front-end's own path (the preprocessor for Verilog, the
 // lexer for VHDL), and a scanner reports nothing. The first byte picks the language;
 // for Verilog the input after the first NUL byte pair becomes the text of "inc.svh",
-// which the main text can include, so includes and macros meet each other.
+// which the main text can include, so includes and macros meet each other. Where the
+// parser reads SystemVerilog text without error, the skim's references must cover the
+// scopes the tree names.
 #include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
@@ -13,14 +15,19 @@
 #include <vector>
 
 #include "hdl/base/Message.h"
+#include "hdl/sort/VeriSkim.h"
 #include "hdl/sort/VeriSkimScanner.h"
 #include "hdl/sort/VhdlSkimScanner.h"
+#include "hdl/sv/VeriLibrary.h"
+#include "hdl/sv/VeriPackageNames.h"
 #include "hdl/sv/VeriPreprocessor.h"
 #include "hdl/vhdl/VhdlLexer.h"
 
 namespace {
 
 size_t messages = 0;
+
+void references(std::vector<hdl::VeriSkimToken> tokens, const std::string& text, const std::string& name);
 
 void countMessage(hdl::msg_type_t, const char*, const hdl::ColLineFile*, const char*, va_list) { ++messages; }
 
@@ -64,6 +71,39 @@ void verilog(std::string text, bool sv, bool ignoreTranslateOff) {
     for (hdl::VeriToken t = pp.next(); t.kind != hdl::VT_EOF; t = pp.next(), ++i)
         if (i >= fast.size() || fast[i].kind != t.kind || fast[i].text() != t.text) __builtin_trap();
     if (i != fast.size() || messages) __builtin_trap();
+    if (sv) references(fast, text, name);
+}
+
+size_t parseErrors = 0;
+
+void countParseError(hdl::msg_type_t type, const char*, const hdl::ColLineFile*, const char*, va_list) {
+    if (type == hdl::MSG_ERROR) ++parseErrors;
+}
+
+// Where the full parse reads the text without error, every scope its tree names
+// (`pkg::x`, `import pkg::*`) must be a reference of the skim, or the skim's order could
+// put the package after its user.
+void references(std::vector<hdl::VeriSkimToken> tokens, const std::string& text, const std::string& name) {
+    tokens.emplace_back(hdl::VT_EOF, std::string_view());
+    hdl::FileElement element;
+    hdl::veriSkimTokens(tokens, element);
+    hdl::veri_file::Reset();
+    hdl::veri_file::DefineMacro("FUZZ");
+    hdl::veri_file::DefineMacro("W=8");
+    hdl::veri_file::AddIncludeDir(workDir().c_str());
+    parseErrors = 0;
+    hdl::Message::RegisterCallBackMsg(countParseError);
+    hdl::veri_file::AnalyzeText(text, name.c_str());
+    hdl::Message::RegisterCallBackMsg(countMessage);
+    if (parseErrors == 0)
+        for (hdl::VeriLibrary* lib : hdl::veri_file::AllLibraries())
+            for (hdl::VeriModule* m : lib->AllModules())
+                for (const std::string& scope : hdl::VeriScopesNamed(*m)) {
+                    bool found = false;
+                    for (const hdl::SortReference& r : element.references) found |= r.unitName == scope;
+                    if (!found) __builtin_trap();
+                }
+    hdl::veri_file::Reset();
 }
 
 void vhdl(const std::string& text, unsigned mode, bool ignorePragmas) {

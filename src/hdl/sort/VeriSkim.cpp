@@ -120,11 +120,11 @@ private:
             size_t k = i_ + 2;
             while (kindAt(k) == VT_STATIC || kindAt(k) == VT_AUTOMATIC) ++k;
             if (isName(at(k))) e_.units.push_back(SortUnit{"extern module " + nameText(at(k)), {}});
-            skipPast(VT_SEMI);
+            skipPastNoting(VT_SEMI);
             return;
         }
         if (t.kind == VT_TYPEDEF) {
-            skipPast(VT_SEMI);
+            skipPastNoting(VT_SEMI);
             return;
         }
         if (endKindOf(t.kind) && !(t.kind == VT_INTERFACE && prevKind() == VT_VIRTUAL)) {
@@ -177,9 +177,21 @@ private:
     // `begin : name` ends in a name after which items start too.
     bool afterBlockName() const { return i_ >= 2 && isName(t_[i_ - 1]) && t_[i_ - 2].kind == VT_COLON; }
 
-    void skipPast(uint16_t kind) {
+    // Passes what a prototype or a type definition holds, up to and past `kind`, with
+    // the packages it names (`typedef pkg::t t;`, `extern module m #(W = pkg::A) ...`).
+    void skipPastNoting(uint16_t kind) {
+        size_t from = i_;
         while (i_ < t_.size() && t_[i_].kind != VT_EOF && t_[i_].kind != kind) ++i_;
+        notePackagesIn(from, i_);
         ++i_;
+    }
+
+    void notePackagesIn(size_t from, size_t to) {
+        for (size_t k = from; k < to; ++k)
+            if (isName(t_[k]) && (k == 0 || t_[k - 1].kind != VT_SCOPE) &&
+                (kindAt(k + 1) == VT_SCOPE ||
+                 (kindAt(k + 1) == VT_HASH && kindAt(k + 2) == VT_LPAREN && kindAt(skipGroup(k + 2)) == VT_SCOPE)))
+                notePackage(nameView(t_[k]));
     }
 
     void openUnit(bool topLevel) {
@@ -208,7 +220,11 @@ private:
     // `p::` names a package; `std::` is the language's own. Asked at every name, so the
     // test that rules most of them out comes first and stays small enough to inline.
     bool noteReference() {
-        if (kindAt(i_ + 1) != VT_SCOPE || !isName(t_[i_]) || prevKind() == VT_SCOPE) return false;
+        uint16_t next = kindAt(i_ + 1);
+        if (next != VT_SCOPE && next != VT_HASH) return false;
+        if (!isName(t_[i_]) || prevKind() == VT_SCOPE) return false;
+        // A class specialisation: `C#(T)::x` names C as `C::x` does.
+        if (next == VT_HASH && (kindAt(i_ + 2) != VT_LPAREN || kindAt(skipGroup(i_ + 2)) != VT_SCOPE)) return false;
         return notePackage(nameView(t_[i_]));
     }
 
@@ -259,6 +275,8 @@ private:
         for (const std::string& inst : named_)
             addInstance(std::string(module), inst, inst.empty() ? uint32_t(SORT_REF_CANDIDATE) : 0u);
         if (unnamed) return false;
+        // Parameter values and connections name packages too: `leaf #(.W(pkg::A)) u (.a(pkg::B));`
+        notePackagesIn(i_ + 1, k);
         i_ = k - 1;
         return true;
     }
