@@ -57,8 +57,11 @@ void VeriParser::Impl::parseSourceText() {
         unsigned k = kind();
         if (k == VT_MODULE || k == VT_MACROMODULE || (k == VT_INTERFACE && kind(1) != VT_CLASS) || k == VT_PROGRAM ||
             k == VT_PACKAGE || k == VT_PRIMITIVE || k == VT_CHECKER) {
+            unsigned errorsBefore = errors;
             VeriModule* unit = parseUnit(start, std::move(attrs));
             resolvePending();
+            // The names of a unit that does not parse say little.
+            if (errors == errorsBefore) checkNames(unit);
             if (unit && hooks.onUnit) hooks.onUnit(unit);
             bailing = false;
             continue;
@@ -86,6 +89,7 @@ void VeriParser::Impl::parseSourceText() {
     }
     unitScopeOwner->items = unitItems.freeze();
     resolvePending();
+    if (errors == 0) checkNames(unitScopeOwner);
     if (!unitScopeOwner->items.Empty() && hooks.onUnit) hooks.onUnit(unitScopeOwner);
     else dropped(unitScopeOwner);
 }

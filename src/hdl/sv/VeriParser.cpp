@@ -335,6 +335,7 @@ VeriIdDef* VeriParser::Impl::lookup(VeriScope* from, Symbol n) {
 void VeriParser::Impl::resolvePending() {
     for (const Pending& p : pending) {
         if (!p.ref->id) p.ref->id = lookup(p.scope, p.ref->name);
+        if (!p.ref->id) unresolved.insert(p.ref);
     }
     pending.clear();
 }

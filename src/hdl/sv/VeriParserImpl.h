@@ -4,6 +4,7 @@
 #pragma once
 
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "hdl/base/ArenaArray.h"
@@ -44,6 +45,8 @@ struct VeriParser::Impl {
         VeriScope* scope;
     };
     std::vector<Pending> pending;
+    // References that no declaration in sight resolved, for the name check.
+    std::unordered_set<VeriIdRef*> unresolved;
 
     // ---- tokens
     // The reference lasts until the next peek or take.
@@ -169,6 +172,10 @@ struct VeriParser::Impl {
     VeriIdDef* lookup(VeriScope* from, Symbol name);
     VeriIdDef* lookupInPackage(VeriModule* package, Symbol name);
     void importPackage(VeriScopeName* item);
+    // A name of the package, or one it imports (and may export again).
+    VeriIdDef* findInPackage(VeriModule* package, Symbol name);
+    // Reports what `unit` names and nothing declares (VeriNameCheck.cpp).
+    void checkNames(VeriModule* unit);
 
     // ---- expressions (VeriParseExpr.cpp)
     VeriExpression* parseExpression();

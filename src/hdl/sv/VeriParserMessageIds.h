@@ -71,7 +71,15 @@
     TEXT(StoreCannotRestore, kStoreUnreadable, "cannot restore unit '%s' of library '%s' from '%s': %s")   \
     ID(kStoreUnwritable, "VERI-1701", MSG_ERROR)                                                           \
     TEXT(StoreCannotSave, kStoreUnwritable, "cannot save unit '%s' of library '%s': %s")                   \
-    TEXT(StoreNoLibrary, kStoreUnwritable, "cannot save library '%s': there is no such library")
+    TEXT(StoreNoLibrary, kStoreUnwritable, "cannot save library '%s': there is no such library") \
+    /* A name that nothing visible declares; hierarchical names are left to elaboration. */               \
+    ID(kUndeclared, "VERI-1507", MSG_ERROR)                                                                \
+    TEXT(UndeclaredIdentifier, kUndeclared, "'%s' is not declared")                                        \
+    TEXT(UndeclaredType, kUndeclared, "type '%s' is not declared")                                         \
+    TEXT(UndeclaredSubprogram, kUndeclared, "function or task '%s' is not declared")                      \
+    TEXT(UndeclaredNoImplicitNet, kUndeclared, "'%s' is not declared, and `default_nettype none allows no implicit net") \
+    ID(kNotInPackage, "VERI-1508", MSG_ERROR)                                                              \
+    TEXT(NotDeclaredInPackage, kNotInPackage, "'%s' is not declared in package '%s'")
 // clang-format on
 
 namespace hdl {

@@ -105,11 +105,11 @@ TEST(VeriParserItems, UnnamedUdpInstancesWithStrengthAndDelay) {
                                   "  inv #1 (o2, b), (o3, a), named (o1, b);\n"
                                   "  inv (strong0, weak1) #(1, 2) (o2, a);\n"
                                   "  and (o3, a, b);\n"
-                                  "  initial begin inv_task(a); end\n"
+                                  "  initial begin inv_task(a); end\n  task inv_task(input x); endtask\n"
                                   "endmodule\n"))
         << veritest::errorCount();
     VeriModule* top = veritest::unit("top");
-    ASSERT_EQ(top->GetItems().Size(), 5u);
+    ASSERT_EQ(top->GetItems().Size(), 6u);
     auto* i0 = itemAs<VeriModuleInstantiation>(top, 0);
     ASSERT_NE(i0, nullptr);
     EXPECT_EQ(i0->GetModuleName(), "inv");
@@ -184,7 +184,7 @@ TEST(VeriParserItems, GenerateConstructs) {
 
 TEST(VeriParserStatements, ProceduralCode) {
     ASSERT_TRUE(veritest::analyze(
-        "module m; logic [7:0] q; int k;\n"
+        "module m (input clk, rst_n); logic [7:0] q; int k;\n"
         "  always_ff @(posedge clk or negedge rst_n) if (!rst_n) q <= '0; else q <= q + 1;\n"
         "  always_comb begin : blk unique case (q) inside [0:3]: k = 1; default: k = 2; endcase end\n"
         "  initial begin for (int i = 0; i < 4; i++) k += i; foreach (q[j]) q[j] = 1'b0;\n"

@@ -72,10 +72,15 @@ TEST(VeriResolve, InnerScopesShadowOuterOnes) {
 }
 
 TEST(VeriResolve, PackageItemsByImportAndScope) {
-    ASSERT_TRUE(veritest::analyze(
+    EXPECT_FALSE(veritest::analyze(
         "package p; localparam int K = 1; typedef logic t; function int g(); return K; endfunction endpackage\n"
         "module m; import p::K; t bad; endmodule\n"
         "module n; import p::*; int a = K + g(); p::t b = p::K; endmodule\n"));
+    // Only K was imported into m: t is not declared there.
+    ASSERT_EQ(veritest::errorCount(), 1u);
+    EXPECT_EQ(veritest::diagnostics().back().id, "VERI-1507");
+    EXPECT_EQ(veritest::diagnostics().back().line, 2u);
+    EXPECT_EQ(veritest::diagnostics().back().text, "type 't' is not declared");
     RefCollector m = collect("m");
     EXPECT_EQ(m.first("t"), nullptr); // only K was imported
     RefCollector n = collect("n");

@@ -13,7 +13,8 @@ namespace {
 
 // The statements of `initial begin ... end` in module m.
 std::vector<VeriStatement*> statements(const std::string& body) {
-    if (!veritest::analyze("module m; int a, b; event ev; initial begin\n" + body + "\nend endmodule\n")) return {};
+    if (!veritest::analyzeSyntax("module m; int a, b; event ev; initial begin\n" + body + "\nend endmodule\n"))
+        return {};
     auto* init = dynamic_cast<VeriInitialConstruct*>(veritest::unit("m")->GetItems().Back());
     auto* block = init ? dynamic_cast<VeriSeqBlock*>(init->stmt) : nullptr;
     return block ? std::vector<VeriStatement*>(block->stmts.begin(), block->stmts.end())

@@ -60,11 +60,18 @@ std::vector<std::string> words(const std::string& text) {
     return out;
 }
 
-// All units of all libraries, printed in order.
+// All units of all libraries, printed in order: packages, then what the compilation unit
+// declares outside units (which the library holds last, and which may import the
+// packages), then the other units, which may name both.
 std::string printAll() {
     std::string text;
-    for (hdl::VeriLibrary* lib : hdl::veri_file::AllLibraries())
-        for (hdl::VeriModule* m : lib->AllModules()) text += hdl::VeriPrettyPrinter::toString(*m);
+    std::set<const hdl::VeriModule*> printed;
+    for (int pass = 0; pass < 3; ++pass)
+        for (hdl::VeriLibrary* lib : hdl::veri_file::AllLibraries())
+            for (hdl::VeriModule* m : lib->AllModules())
+                if ((pass == 0 && m->IsPackage()) || (pass == 1 && m->IsRootModule()) ||
+                    (pass == 2 && !m->IsPackage() && !m->IsRootModule()))
+                    if (printed.insert(m).second) text += hdl::VeriPrettyPrinter::toString(*m);
     return text;
 }
 

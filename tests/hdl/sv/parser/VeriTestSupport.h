@@ -49,6 +49,20 @@ inline bool analyze(const std::string& text, const char* library = "work", bool 
     return ok;
 }
 
+// Errors other than names that nothing declares: what snippets of syntax, whose names
+// stand for anything, must not give.
+inline unsigned syntaxErrorCount() {
+    unsigned n = 0;
+    for (const Diagnostic& d : diagnostics()) n += d.type == hdl::MSG_ERROR && d.id != "VERI-1507";
+    return n;
+}
+
+// Analyses a snippet of syntax; true when it gives no error but undeclared names.
+inline bool analyzeSyntax(const std::string& text) {
+    analyze(text);
+    return syntaxErrorCount() == 0;
+}
+
 inline hdl::VeriModule* unit(const char* name) { return hdl::veri_file::GetModule(name); }
 
 } // namespace veritest

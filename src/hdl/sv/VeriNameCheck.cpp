@@ -1,0 +1,289 @@
+// Names a unit uses but nothing declares: unknown packages and package items, types,
+// functions and tasks, and plain identifiers where no implicit net can stand. Run on
+// each unit once its references are resolved. Hierarchical names (`a.b`, `a[0].b`) and
+// what a bind, a class or an out-of-class method names are left to elaboration: a class
+// sees what it inherits, which analysis does not know.
+#include <functional>
+#include <unordered_set>
+#include <vector>
+
+#include "hdl/sv/VeriParserImpl.h"
+#include "hdl/sv/VeriVisitor.h"
+
+namespace hdl {
+namespace {
+
+bool isLanguageScope(std::string_view n) {
+    return n == "std" || n == "$unit" || n == "$root" || n == "local" || n == "super" || n == "this";
+}
+
+// The classes and functions of the built-in package std, visible everywhere.
+bool isBuiltIn(std::string_view n) {
+    return n == "process" || n == "mailbox" || n == "semaphore" || n == "randomize" || n == "weak_reference";
+}
+
+// The plain name that a hierarchical name starts from: `a` of `a.b`, `a[1].b`, `a.b.c`.
+VeriIdRef* hierarchyRoot(VeriExpression* e) {
+    for (;;) {
+        if (auto* ref = dynamic_cast<VeriIdRef*>(e)) return ref;
+        if (auto* sel = dynamic_cast<VeriSelectedName*>(e)) e = sel->prefix;
+        else if (auto* idx = dynamic_cast<VeriIndexedId*>(e)) e = idx->prefix;
+        else if (auto* mem = dynamic_cast<VeriIndexedMemoryId*>(e)) e = mem->prefix;
+        else return nullptr;
+    }
+}
+
+// What the check asks of the parser.
+struct NameCheckContext {
+    const std::unordered_set<VeriIdRef*>& unresolved;
+    std::function<VeriModule*(std::string_view)> findPackage;
+    std::function<VeriIdDef*(VeriModule*, Symbol)> findInPackage;
+};
+
+class NameCheck : public VeriVisitor {
+public:
+    NameCheck(const NameCheckContext& context, VeriModule& unit)
+        : p_(context), unit_(unit), nettypeNone_(unit.defaultNettype == "none") {}
+
+    void Visit(VeriClass&) override {}
+    void Visit(VeriBindDirective&) override {}
+    void Visit(VeriModportDecl&) override {}
+    void Visit(VeriDisable&) override {}
+
+    void Visit(VeriFunctionDecl& n) override {
+        if (n.prefix) return; // an out-of-class body sees the class's members
+        VeriVisitor::Visit(n);
+    }
+
+    void Visit(VeriModuleInstantiation& n) override {
+        if (auto* ref = dynamic_cast<VeriIdRef*>(n.moduleName)) skip_.insert(ref);
+        TraverseList(n.paramValues);
+        connections(n.instances);
+    }
+    void Visit(VeriGateInstantiation& n) override {
+        TraverseList(n.delays);
+        connections(n.instances);
+    }
+
+    void Visit(VeriContinuousAssign& n) override {
+        TraverseNode(n.delay);
+        for (VeriNetRegAssign* a : n.assigns) {
+            if (!a) continue;
+            ++implicitNetPlace_;
+            TraverseNode(a->lval);
+            --implicitNetPlace_;
+            TraverseNode(a->rval);
+        }
+    }
+
+    void Visit(VeriSelectedName& n) override {
+        if (VeriIdRef* root = hierarchyRoot(n.prefix)) skip_.insert(root);
+        VeriVisitor::Visit(n);
+    }
+
+    void Visit(VeriScopeName& n) override {
+        auto* ref = dynamic_cast<VeriIdRef*>(n.prefix);
+        if (ref) skip_.insert(ref);
+        if (ref && n.paramValues.Empty() && !isLanguageScope(ref->name.Text())) scopedName(n, *ref);
+        VeriVisitor::Visit(n);
+    }
+
+    void Visit(VeriImportDecl& n) override {
+        for (VeriScopeName* item : n.items) {
+            if (!item || item->name.empty() || item->id) continue;
+            auto* ref = dynamic_cast<VeriIdRef*>(item->prefix);
+            VeriModule* pkg = ref ? package(ref->name) : nullptr;
+            if (pkg && !p_.findInPackage(pkg, item->name)) notInPackage(*item, *ref);
+        }
+    }
+
+    void Visit(VeriTypeRef& n) override {
+        auto* ref = dynamic_cast<VeriIdRef*>(n.typeName);
+        if (ref && !n.virtualInterface && unresolved(*ref) && !inPortList_) {
+            skip_.insert(ref);
+            tell<veri_msg::UndeclaredType>(*ref);
+        }
+        if (ref && (n.virtualInterface || inPortList_)) skip_.insert(ref);
+        VeriVisitor::Visit(n);
+    }
+
+    void Visit(VeriFunctionCall& n) override {
+        auto* ref = dynamic_cast<VeriIdRef*>(n.func);
+        if (ref && unresolved(*ref) && ref->name != "randomize") {
+            skip_.insert(ref);
+            tell<veri_msg::UndeclaredSubprogram>(*ref);
+        }
+        // `with (item > 0)` names the iterator that the array method declares.
+        if (n.with) {
+            if (ref) skip_.insert(ref);
+            TraverseNode(n.func);
+            return;
+        }
+        VeriVisitor::Visit(n);
+    }
+
+    void Visit(VeriTaskEnable& n) override {
+        auto* ref = dynamic_cast<VeriIdRef*>(n.call);
+        if (ref && unresolved(*ref)) {
+            skip_.insert(ref);
+            tell<veri_msg::UndeclaredSubprogram>(*ref);
+        }
+        VeriVisitor::Visit(n);
+    }
+
+    // The keys of `'{name: value}` name members (or types), not objects in scope.
+    void Visit(VeriAssignmentPattern& n) override {
+        for (VeriExpression* e : n.exprs)
+            if (auto* keyed = dynamic_cast<VeriBinaryOperator*>(e); keyed && keyed->oper == VT_COLON)
+                if (auto* key = dynamic_cast<VeriIdRef*>(keyed->left)) skip_.insert(key);
+        VeriVisitor::Visit(n);
+    }
+
+    // System tasks may name scopes and instances (`$dumpports(top)`).
+    void Visit(VeriSystemFunctionCall& n) override {
+        systemArgs(n.args);
+        VeriVisitor::Visit(n);
+    }
+    void Visit(VeriSystemTaskEnable& n) override {
+        systemArgs(n.args);
+        VeriVisitor::Visit(n);
+    }
+
+    // A pattern identifier (`matches tagged a .v`) declares v for what the match guards.
+    void Visit(VeriPortConnect& n) override {
+        if (n.implicit && !n.connection) declaredHere_.insert(n.portName.Id());
+        VeriVisitor::Visit(n);
+    }
+
+    void Visit(VeriIdRef& n) override {
+        if (!unresolved(n) || skip_.count(&n) || isLanguageScope(n.name.Text())) return;
+        if (implicitNetPlace_ > 0 && !nettypeNone_) {
+            declaredHere_.insert(n.name.Id()); // an implicit net, which later uses may name
+            return;
+        }
+        if (implicitNetPlace_ > 0) tell<veri_msg::UndeclaredNoImplicitNet>(n);
+        else undeclared_.push_back(&n);
+    }
+
+    // What is still undeclared once the whole unit has declared its implicit nets.
+    void finish() {
+        for (VeriIdRef* ref : undeclared_)
+            if (!declaredHere_.count(ref->name.Id())) tell<veri_msg::UndeclaredIdentifier>(*ref);
+        undeclared_.clear();
+    }
+
+    // A port whose type name comes first may be an interface port (`bus_if p`), whose
+    // interface is a unit, not a name in scope; with a direction or a kind written
+    // before it, the name is a type.
+    void ports(VeriModule& unit) {
+        TraverseList(unit.parameters);
+        for (VeriTreeNode* port : unit.ports) {
+            auto* decl = dynamic_cast<VeriAnsiPortDecl*>(port);
+            // (`inout`, the direction a first port gets by default, is printed before an interface too.)
+            bool maybeInterface = decl && decl->dataType &&
+                                  (decl->dir == VT_INOUT || samePlace(decl->Linefile(), decl->dataType->Linefile()));
+            inPortList_ += maybeInterface;
+            TraverseNode(port);
+            inPortList_ -= maybeInterface;
+        }
+    }
+
+    template <class T>
+    void TraverseList(const ArenaArray<T*>& list) {
+        for (T* node : list) TraverseNode(node);
+    }
+
+    unsigned told = 0;
+
+private:
+    bool unresolved(const VeriIdRef& ref) const {
+        return p_.unresolved.count(const_cast<VeriIdRef*>(&ref)) != 0 && !isBuiltIn(ref.name.Text());
+    }
+
+    // A package names itself before the library holds it.
+    VeriModule* package(Symbol name) const {
+        if (unit_.IsPackage() && unit_.Name() == name.Text()) return &unit_;
+        return p_.findPackage ? p_.findPackage(name) : nullptr;
+    }
+
+    // Port connections and the terminals of gates may name nets that the connection
+    // declares implicitly.
+    void connections(const ArenaArray<VeriInstId*>& instances) {
+        for (VeriInstId* inst : instances) {
+            if (!inst) continue;
+            TraverseNode(inst->dimensions);
+            ++implicitNetPlace_;
+            TraverseList(inst->portConnects);
+            --implicitNetPlace_;
+        }
+    }
+
+    static bool samePlace(const ColLineFile& a, const ColLineFile& b) {
+        return a.leftLine == b.leftLine && a.leftCol == b.leftCol;
+    }
+
+    void systemArgs(const ArenaArray<VeriExpression*>& args) {
+        for (VeriExpression* a : args)
+            if (auto* ref = dynamic_cast<VeriIdRef*>(a)) skip_.insert(ref);
+    }
+
+    void scopedName(VeriScopeName& n, VeriIdRef& ref) {
+        if (VeriModule* pkg = package(ref.name)) {
+            if (!n.id && !n.name.empty() && !p_.findInPackage(pkg, n.name)) notInPackage(n, ref);
+            return;
+        }
+        // Neither a package nor a class or type in sight.
+        if (unresolved(ref)) tell<veri_msg::PackageNotKnown>(ref);
+    }
+
+    void notInPackage(VeriScopeName& n, VeriIdRef& ref) {
+        ColLineFile where = n.Linefile();
+        std::string item(n.name.Text()), package(ref.name.Text());
+        Message::Tell<veri_msg::NotDeclaredInPackage>(&where, item.c_str(), package.c_str());
+        ++told;
+    }
+
+    template <const MessageText& Text>
+    void tell(VeriIdRef& ref) {
+        skip_.insert(&ref);
+        ColLineFile where = ref.Linefile();
+        std::string name(ref.name.Text());
+        Message::Tell<Text>(&where, name.c_str());
+        ++told;
+    }
+
+    const NameCheckContext& p_;
+    VeriModule& unit_;
+    bool nettypeNone_;
+    int implicitNetPlace_ = 0;
+    int inPortList_ = 0;
+    std::unordered_set<const VeriIdRef*> skip_;
+    std::vector<VeriIdRef*> undeclared_;
+    std::unordered_set<uint32_t> declaredHere_; // symbol ids
+};
+
+} // namespace
+
+VeriIdDef* VeriParser::Impl::findInPackage(VeriModule* package, Symbol n) {
+    if (VeriIdDef* id = lookupInPackage(package, n)) return id;
+    // What a package imports it may export again.
+    if (package && package->scope)
+        for (const VeriScope::Import* imp = package->scope->imports(); imp; imp = imp->next)
+            if ((imp->item.empty() || imp->item == n) && imp->package != package)
+                if (VeriIdDef* id = lookupInPackage(imp->package, n)) return id;
+    return nullptr;
+}
+
+void VeriParser::Impl::checkNames(VeriModule* unit) {
+    if (unit && !unit->IsConfiguration() && !unit->IsChecker()) {
+        NameCheckContext context{unresolved, hooks.findPackage,
+                                 [this](VeriModule* package, Symbol n) { return findInPackage(package, n); }};
+        NameCheck check(context, *unit);
+        check.ports(*unit);
+        check.TraverseList(unit->items);
+        check.finish();
+        errors += check.told;
+    }
+}
+
+} // namespace hdl
