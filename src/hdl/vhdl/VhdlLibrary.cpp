@@ -7,6 +7,7 @@
 #include "hdl/base/Message.h"
 #include "hdl/vhdl/VhdlLexer.h"
 #include "hdl/vhdl/VhdlMessageIds.h"
+#include "hdl/vhdl/VhdlNameCheck.h"
 #include "hdl/vhdl/VhdlParser.h"
 #include "hdl/vhdl/VhdlResolver.h"
 
@@ -245,6 +246,7 @@ bool vhdl_file::AnalyzeText(const std::string& text, const char* name, const cha
         if (unit->library || dynamic_cast<VhdlPrimaryUnit*>(unit)) {
             VhdlResolveUnit(unit, lib);
             reportMissingUnits(*unit, lib);
+            VhdlReportUndeclaredNames(*unit);
         }
     }
     return clean && Message::ErrorCount() == errorsBefore;

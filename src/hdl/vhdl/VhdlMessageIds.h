@@ -78,6 +78,10 @@
     /* A use clause or context reference names a unit its library lacks. */                                 \
     ID(kUnknownUnit, "VHDL-1505", MSG_ERROR)                                                                 \
     TEXT(UnitNotAnalyzed, kUnknownUnit, "unit '%s' is not analyzed in library '%s'")                         \
+    /* A name that no visible declaration declares. */                                                       \
+    ID(kUndeclared, "VHDL-1506", MSG_ERROR)                                                                  \
+    TEXT(UndeclaredType, kUndeclared, "type '%s' is not declared")                                           \
+    TEXT(NotDeclaredInPackage, kUndeclared, "'%s' is not declared in package '%s'")                          \
     /* A component instance that no unit binds. */                                                         \
     ID(kElabUnbound, "VHDL-1317", MSG_WARNING)                                                               \
     TEXT(ElabInstanceUnbound, kElabUnbound, "instance '%s' of component '%s' is not bound")                  \
