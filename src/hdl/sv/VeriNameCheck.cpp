@@ -275,6 +275,12 @@ VeriIdDef* VeriParser::Impl::findInPackage(VeriModule* package, Symbol n) {
 }
 
 void VeriParser::Impl::checkNames(VeriModule* unit) {
+    for (VeriIdDef* id : duplicates) {
+        ColLineFile where = id->Linefile();
+        std::string n(id->name.Text());
+        Message::Tell<veri_msg::DeclaredTwice>(&where, n.c_str());
+        ++errors;
+    }
     if (unit && !unit->IsConfiguration() && !unit->IsChecker()) {
         NameCheckContext context{unresolved, hooks.findPackage,
                                  [this](VeriModule* package, Symbol n) { return findInPackage(package, n); }};

@@ -62,6 +62,7 @@ void VeriParser::Impl::parseSourceText() {
             resolvePending();
             // The names of a unit that does not parse say little.
             if (errors == errorsBefore) checkNames(unit);
+            duplicates.clear();
             if (unit && hooks.onUnit) hooks.onUnit(unit);
             bailing = false;
             continue;
@@ -90,6 +91,7 @@ void VeriParser::Impl::parseSourceText() {
     unitScopeOwner->items = unitItems.freeze();
     resolvePending();
     if (errors == 0) checkNames(unitScopeOwner);
+    duplicates.clear();
     if (!unitScopeOwner->items.Empty() && hooks.onUnit) hooks.onUnit(unitScopeOwner);
     else dropped(unitScopeOwner);
 }

@@ -302,10 +302,25 @@ void VeriParser::Impl::declare(VeriIdDef* id) {
             if (!port->dataType || !port->dataType->type) port->dataType = var->dataType;
             if (!port->dir) port->dir = var->dir;
             if (!var->dir) var->dir = port->dir;
-            return;
+            if (!(port->dir && var->dir && port->dir != var->dir) && (port->dir || var->dir)) return;
         }
     }
+    if (old && duplicate(old, id)) duplicates.push_back(id);
     target->declare(arena, id);
+}
+
+// Names that one region may hold twice: a forward type declaration and its type, block
+// and generate labels (generate blocks of one name stand in exclusive branches, which
+// only elaboration tells apart), and whatever elaboration makes.
+bool VeriParser::Impl::duplicate(const VeriIdDef* old, const VeriIdDef* id) {
+    auto mayRepeat = [](const VeriIdDef* d) {
+        return dynamic_cast<const VeriTypeId*>(d) || dynamic_cast<const VeriBlockId*>(d) ||
+               dynamic_cast<const VeriLabelId*>(d) || dynamic_cast<const VeriGenVarId*>(d) ||
+               dynamic_cast<const VeriModuleId*>(d) || dynamic_cast<const VeriInterfaceId*>(d) ||
+               dynamic_cast<const VeriProgramId*>(d) || dynamic_cast<const VeriCheckerId*>(d) ||
+               dynamic_cast<const VeriUdpId*>(d) || dynamic_cast<const VeriConfigurationId*>(d);
+    };
+    return !mayRepeat(old) && !mayRepeat(id);
 }
 
 VeriIdRef* VeriParser::Impl::makeRef(const VeriToken& t) {

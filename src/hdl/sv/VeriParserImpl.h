@@ -47,6 +47,8 @@ struct VeriParser::Impl {
     std::vector<Pending> pending;
     // References that no declaration in sight resolved, for the name check.
     std::unordered_set<VeriIdRef*> unresolved;
+    // Second declarations of a name in one scope, told with the name check.
+    std::vector<VeriIdDef*> duplicates;
 
     // ---- tokens
     // The reference lasts until the next peek or take.
@@ -167,6 +169,7 @@ struct VeriParser::Impl {
     // The scope declarations go to; makes the scope of the block it is in.
     VeriScope* declarationScope();
     void declare(VeriIdDef* id);
+    bool duplicate(const VeriIdDef* old, const VeriIdDef* id);
     VeriIdRef* makeRef(const VeriToken& t);
     void resolvePending();
     VeriIdDef* lookup(VeriScope* from, Symbol name);

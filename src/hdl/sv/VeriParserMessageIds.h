@@ -79,7 +79,9 @@
     TEXT(UndeclaredSubprogram, kUndeclared, "function or task '%s' is not declared")                      \
     TEXT(UndeclaredNoImplicitNet, kUndeclared, "'%s' is not declared, and `default_nettype none allows no implicit net") \
     ID(kNotInPackage, "VERI-1508", MSG_ERROR)                                                              \
-    TEXT(NotDeclaredInPackage, kNotInPackage, "'%s' is not declared in package '%s'")
+    TEXT(NotDeclaredInPackage, kNotInPackage, "'%s' is not declared in package '%s'")                     \
+    ID(kDeclaredTwice, "VERI-1509", MSG_ERROR)                                                             \
+    TEXT(DeclaredTwice, kDeclaredTwice, "'%s' is already declared in this scope")
 // clang-format on
 
 namespace hdl {

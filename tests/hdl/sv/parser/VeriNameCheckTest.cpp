@@ -110,6 +110,29 @@ TEST(VeriNameCheck, WhatIsLeftToElaboration) {
     EXPECT_EQ(veritest::diagnostics().back().id, "VERI-1500");
 }
 
+// IEEE 1800-2017 3.13: a name is declared once in its scope; a non-ANSI port is
+// completed by its net or variable declaration, a forward typedef by its type, an extern
+// method by its body, and generate blocks of one name stand in exclusive branches.
+TEST(VeriNameCheck, DeclarationsTwiceInOneScope) {
+    veritest::analyze("module m (q, d); output q; input d; reg q; wire d;\n"
+                      "  typedef class c; class c; extern function void f(); endclass\n"
+                      "  function void c::f(); endfunction\n"
+                      "  parameter P = 1; logic x;\n"
+                      "  if (P) begin : g logic x; end else begin : g logic y; end\n"
+                      "  function int h(int x); return x; endfunction\n"
+                      "endmodule\n");
+    EXPECT_EQ(errorsSeen(), Errors{});
+    veritest::analyze("module m; logic a;\n"
+                      "  wire a;\n"
+                      "  function int h(); return 0; endfunction\n"
+                      "  task h(); endtask\n"
+                      "  sub u (); sub u ();\n"
+                      "endmodule\n");
+    EXPECT_EQ(errorsSeen(), (Errors{"2 VERI-1509 'a' is already declared in this scope",
+                                    "4 VERI-1509 'h' is already declared in this scope",
+                                    "5 VERI-1509 'u' is already declared in this scope"}));
+}
+
 // ---- one-word typos in real files
 
 struct Site {
