@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Skim+parse benchmark over the corpus, beside `ghdl -a` and `verilator --lint-only`.
+"""Skim+parse+elab benchmark over the corpus, beside `ghdl -a` and `verilator --lint-only`.
 
-For each project under the corpus folder: a whole `sf -skim; sf -parse` run of sift
-(wall time, MB/s over the project's own files, peak resident memory of the child, and
-the time of each of the two phases inside the run),
+For each project under the corpus folder: a whole `sf -skim; sf -parse; sf -elab;
+sf -save` run of sift (wall time, MB/s over the project's own files, peak resident
+memory of the child, and the time of each phase inside the run),
 then `ghdl -a` over the project's VHDL files in sift's parseOrder, in a scratch work
 folder, and `verilator --lint-only` over its Verilog files with the include folders
 and the top. The ghdl run doubles as an independent check of the parse order: a
@@ -44,16 +44,20 @@ PHASE_TIMING = """set phaseT0 [clock microseconds]
 sf -skim
 set phaseT1 [clock microseconds]
 sf -parse
-puts "PHASES [expr {$phaseT1 - $phaseT0}] [expr {[clock microseconds] - $phaseT1}]"
+set phaseT2 [clock microseconds]
+sf -elab
+set phaseT3 [clock microseconds]
+sf -save bench.db
+puts "PHASES [expr {$phaseT1 - $phaseT0}] [expr {$phaseT2 - $phaseT1}] [expr {$phaseT3 - $phaseT2}] \
+[expr {[clock microseconds] - $phaseT3}]"
 """
 
 
 def phase_times(output):
-    """(skim, parse) microseconds from a timed run's output, or None."""
+    """(skim, parse, elab, save) microseconds from a timed run's output, or None."""
     for line in output.splitlines():
         if line.startswith("PHASES "):
-            skim, parse = line.split()[1:3]
-            return int(skim), int(parse)
+            return tuple(int(v) for v in line.split()[1:5])
     return None
 
 
@@ -67,7 +71,7 @@ def sift_runs(sift, project, data, tmp, repeat):
     runs = [measure([sift, timed], tmp, env) for _ in range(repeat)]
     result = min(runs, key=lambda r: r[1])
     phases = [t for t in (phase_times(r[3]) for r in runs) if t]
-    best = (min(t[0] for t in phases), min(t[1] for t in phases)) if phases else None
+    best = tuple(min(t[i] for t in phases) for i in range(4)) if phases else None
     # A separate, untimed run prints the dump for the parse order.
     dump_path = os.path.join(tmp, "dump.txt")
     with open(os.path.join(tmp, "order.tcl"), "w", encoding="utf-8") as f:
@@ -150,9 +154,11 @@ def main():
         print("%s: %d files, %.1f kB" % (project.name, len(project.files), nbytes / 1e3))
         print(row(project.name, "sift", nbytes, sift_result))
         if phases:
-            skim, parse = phases
+            skim, parse, elab, save = phases
             print("%-13s %-10s skim %.2f ms (%.1f MB/s), parse %.2f ms (%.1f MB/s), parse/skim %.1fx" % (
                 project.name, "phases", skim / 1e3, nbytes / skim, parse / 1e3, nbytes / parse, parse / skim))
+            print("%-13s %-10s elab %.2f ms (elab/parse %.2fx), save %.2f ms" % (
+                project.name, "", elab / 1e3, elab / parse, save / 1e3))
         print(row(project.name, "ghdl -a", nbytes, ghdl))
         print(row(project.name, "verilator", nbytes, veri))
         if sift_result[0]:

@@ -820,12 +820,9 @@ VhdlPrimaryUnit* FindTopUnit(const ElabTopRequest& request) {
 
 } // namespace
 
-bool VhdlElaborate(ElabDesign& design, const std::vector<ElabTopRequest>& tops, const ElabGenericMap& generics,
-                   const ElabLimits& limits, ElabUnitLookup foreign) {
-    VhdlElaborator elaborator(design, limits);
-    if (foreign) elaborator.SetForeignLookup(std::move(foreign));
+unsigned VhdlElaborateTops(VhdlElaborator& elaborator, const std::vector<ElabTopRequest>& tops,
+                           const ElabGenericMap& generics, std::vector<const VhdlPrimaryUnit*>& found) {
     unsigned errors = 0;
-    std::vector<VhdlPrimaryUnit*> units;
     for (const ElabTopRequest& top : tops) {
         VhdlPrimaryUnit* unit = FindTopUnit(top);
         if (!unit) {
@@ -847,12 +844,21 @@ bool VhdlElaborate(ElabDesign& design, const std::vector<ElabTopRequest>& tops, 
                 continue;
             }
         }
-        units.push_back(unit);
+        found.push_back(unit);
         elaborator.ElaborateTop(unit, arch, generics);
     }
+    return errors;
+}
+
+bool VhdlElaborate(ElabDesign& design, const std::vector<ElabTopRequest>& tops, const ElabGenericMap& generics,
+                   const ElabLimits& limits, ElabUnitLookup foreign) {
+    VhdlElaborator elaborator(design, limits);
+    if (foreign) elaborator.SetForeignLookup(std::move(foreign));
+    std::vector<const VhdlPrimaryUnit*> units;
+    unsigned errors = VhdlElaborateTops(elaborator, tops, generics, units);
     for (const ElabGenericValue& g : generics) {
         bool used = std::any_of(units.begin(), units.end(),
-                                [&](VhdlPrimaryUnit* u) { return VhdlElaborator::HasGeneric(u, g.name); });
+                                [&](const VhdlPrimaryUnit* u) { return VhdlElaborator::HasGeneric(u, g.name); });
         if (!used) Message::Tell<vhdl_msg::ElabTopGenericUnused>(nullptr, g.name.c_str());
     }
     return errors == 0 && elaborator.ErrorCount() == 0;

@@ -53,6 +53,12 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
+// Elaborates the named tops with `elaborator` (an entity or configuration by name, in
+// the library given or in any, in library order), reporting a top no library holds;
+// appends the units found to `found`. Returns the number of tops not found.
+unsigned VhdlElaborateTops(VhdlElaborator& elaborator, const std::vector<ElabTopRequest>& tops,
+                           const ElabGenericMap& generics, std::vector<const VhdlPrimaryUnit*>& found);
+
 // Elaborates the named tops into `design` (an entity or configuration by name, in the
 // library given or in any, in library order). A top that no library holds, and a name
 // of the generic map that no top has, are reported. False when an error was reported.

@@ -22,11 +22,14 @@
     ID(kVeri1206, "VERI-1206", MSG_NONE)                                                         \
     ID(kVeri1231, "VERI-1231", MSG_NONE)                                                         \
     ID(kVeri1232, "VERI-1232", MSG_NONE)                                                         \
+    ID(kVeri1236, "VERI-1236", MSG_NONE)                                                         \
     ID(kVeri1245, "VERI-1245", MSG_NONE)                                                         \
     ID(kVeri1261, "VERI-1261", MSG_NONE)                                                         \
     ID(kVeri1281, "VERI-1281", MSG_NONE)                                                         \
     ID(kVeri1330, "VERI-1330", MSG_NONE)                                                         \
     ID(kVeri1791, "VERI-1791", MSG_NONE)                                                         \
+    ID(kVeri1801, "VERI-1801", MSG_NONE)                                                         \
+    ID(kVeri1871, "VERI-1871", MSG_NONE)                                                         \
     ID(kVeri1927, "VERI-1927", MSG_NONE)                                                         \
     ID(kVeri2142, "VERI-2142", MSG_NONE)                                                         \
     ID(kVeri9003, "VERI-9003", MSG_NONE)                                                         \

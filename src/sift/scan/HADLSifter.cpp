@@ -15,13 +15,14 @@
 #include "hdl/sv/VeriParserMessageIds.h"
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "sift/base/HADLMessages.h"
+#include "sift/bind/HADLSketch.h"
 #include "sift/database/HADLDatabaseAPI.h"
 #include "sift/extract/HADLDefRef.h"
 #include "sift/primitives/HADLPrimitiveNames.h"
+#include "sift/scan/HADLElab.h"
 #include "sift/scan/HADLInputChain.h"
 #include "sift/scan/HADLNeedDecryptionCache.h"
 #include "sift/scan/HADLParse.h"
-#include "sift/scan/HADLSketch.h"
 #include "sift/scan/HADLSkim.h"
 #include "sift/scan/HADLStdLibs.h"
 
@@ -156,12 +157,11 @@ void HADLSifter::setMessageTypes() {
     hdl::Message::SetMessageType(hdl::veri_msg::kAnalyzingFile, verbosity == 3 ? hdl::MSG_INFO : hdl::MSG_IGNORE);
 }
 
-// Elaboration and interface extraction are not built yet: their phases only move the
-// phase number.
+// Interface extraction is not built yet: its phase only moves the phase number.
 void HADLSifter::doSkim() { hadlDoSkim(*this, HADLPrimitiveNames::getPrimitiveNames()); }
 
 void HADLSifter::doParse() { HADLParse(*this).doParse(); }
-void HADLSifter::doElab(const std::string&) {}
+void HADLSifter::doElab(const std::string& top) { HADLElab(*this).doElab(top); }
 void HADLSifter::interfaceInfo(const std::string&) {}
 void HADLSifter::sketch() {
     sketchUnits(*this);

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "SkimProject.h"
-#include "sift/scan/HADLSketch.h"
+#include "sift/bind/HADLSketch.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include "SkimProject.h"
 #include "hdl/base/RuntimeFlags.h"
 #include "hdl/vhdl/VhdlLibrary.h"
+#include "sift/bind/HADLSketch.h"
 #include "sift/scan/HADLParse.h"
-#include "sift/scan/HADLSketch.h"
 
 namespace {
 

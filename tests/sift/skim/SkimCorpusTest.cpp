@@ -11,9 +11,9 @@
 #include <sstream>
 
 #include "hdl/sort/FileSort.h"
+#include "sift/bind/HADLSketch.h"
 #include "sift/scan/HADLInputChain.h"
 #include "sift/scan/HADLSifter.h"
-#include "sift/scan/HADLSketch.h"
 #include "sift/scan/HADLSkim.h"
 
 namespace fs = std::filesystem;

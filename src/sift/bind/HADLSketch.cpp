@@ -1,4 +1,4 @@
-#include "sift/scan/HADLSketch.h"
+#include "sift/bind/HADLSketch.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,0 +1,127 @@
+// The binder over analysed Verilog trees (the modules marked as elaboration marks them)
+// and the unit keys and names it forms.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "hdl/sv/VeriLibrary.h"
+#include "hdl/vhdl/VhdlLibrary.h"
+#include "sift/bind/HADLBinder.h"
+#include "sift/bind/HADLInstFinder.h"
+
+namespace {
+
+class HADLBinderTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        hdl::veri_file::Reset();
+        hdl::vhdl_file::Reset();
+        db.setDefaultLibrary("deflib");
+    }
+    void TearDown() override { hdl::veri_file::Reset(); }
+
+    // Enters the file as the scan does, then analyses it; `elaborated` marks its modules.
+    void analyze(const std::string& name, const std::string& text, bool elaborated) {
+        db.insertFileName(name, 5, "work");
+        ASSERT_TRUE(hdl::veri_file::AnalyzeText(text, name.c_str(), hdl::SYSTEM_VERILOG, "work"));
+        for (hdl::VeriModule* m : hdl::veri_file::GetLibrary("work")->AllModules())
+            if (elaborated) m->elaborated = true;
+    }
+    void bind(const std::vector<std::string>& paramCopyNames = {}) {
+        HADLInstFinder finder;
+        HADLBinder(db, false).bind(finder, paramCopyNames);
+    }
+    const HADLDatabase::UnitAttr& unit(const char* key) {
+        const unsigned id = db.unitNames.find(key);
+        EXPECT_NE(id, 0u) << key;
+        return db.unitAttrs.at(id);
+    }
+    std::string instances(const char* key) {
+        std::string out;
+        for (const HADLDatabase::InstAttr& i : unit(key).insts)
+            out += std::string(db.objNames.getString(i.instId)) + "->" + db.unitNames.getString(i.unitId) +
+                   (i.hasParam ? "(p)" : "") + " ";
+        return out;
+    }
+
+    HADLDatabase db;
+};
+
+const char* const kBus = "interface bus_if; endinterface\n";
+const char* const kDesign = R"(module leaf #(parameter W = 1) (); endmodule
+module top;
+  leaf u1();
+  leaf #(.W(2)) u2();
+  ghost g1();
+  bus_if b();
+endmodule
+)";
+
+TEST_F(HADLBinderTest, ElaboratedVerilogModulesBindTheirInstances) {
+    analyze("bus.sv", kBus, true);
+    analyze("design.sv", kDesign, true);
+    bind();
+    EXPECT_EQ(instances(".work.top"), "u1->.work.leaf u2->.work.leaf(p) g1->.deflib.ghost ");
+    // The unknown module is a unit without source, linked to itself.
+    const unsigned ghost = db.unitNames.find(".deflib.ghost");
+    EXPECT_TRUE(isUnresolved(db, ghost));
+    EXPECT_EQ(db.unitAttrs.at(ghost).origUnitId, ghost);
+    // The interface instance is a file the design needs, once.
+    const unsigned design = db.fileNames.find("design.sv");
+    EXPECT_EQ(db.fileProps.at(design).elabReqFiles, HADLVectorForTuple<unsigned>{db.fileNames.find("bus.sv")});
+    EXPECT_TRUE(unit(".work.bus_if").isInterface);
+    // The interface is no top; the top is, and the leaf it instantiates is not.
+    EXPECT_EQ(db.tops, HADLVectorForTuple<unsigned>{db.unitNames.find(".work.top")});
+    EXPECT_EQ(unit(".work.top").startLine, 2u);
+    EXPECT_EQ(unit(".work.top").endLine, 7u);
+}
+
+TEST_F(HADLBinderTest, InstancesOfAModuleWithCopiesCountAsParameterised) {
+    analyze("bus.sv", kBus, true);
+    analyze("design.sv", kDesign, true);
+    bind({"leaf(W=2)"});
+    EXPECT_EQ(instances(".work.top"), "u1->.work.leaf(p) u2->.work.leaf(p) g1->.deflib.ghost ");
+}
+
+TEST_F(HADLBinderTest, CopiesOfAnotherModuleWithTheSamePrefixDoNotCount) {
+    analyze("bus.sv", kBus, true);
+    analyze("design.sv", kDesign, true);
+    bind({"leafy(W=2)"});
+    EXPECT_EQ(instances(".work.top"), "u1->.work.leaf u2->.work.leaf(p) g1->.deflib.ghost ");
+}
+
+TEST_F(HADLBinderTest, ModulesElaborationDidNotReachHaveNoInstances) {
+    analyze("bus.sv", kBus, false);
+    analyze("design.sv", kDesign, false);
+    bind();
+    EXPECT_EQ(instances(".work.top"), "");
+    EXPECT_EQ(db.unitNames.find(".deflib.ghost"), 0u);
+    EXPECT_TRUE(db.fileProps.at(db.fileNames.find("design.sv")).elabReqFiles.empty());
+}
+
+TEST_F(HADLBinderTest, HierarchicalAndPackageReferencesAreFilesNeeded) {
+    analyze("pkg.sv", "package p; parameter int K = 1; endpackage\n", false);
+    analyze("other.sv",
+            "module other; typedef struct packed { logic a; } s_t; s_t s; wire w; wire y = s.a; endmodule\n", false);
+    analyze("user.sv", "module user; wire [p::K:0] x; assign x = other.w; endmodule\n", false);
+    bind();
+    const auto& needed = db.fileProps.at(db.fileNames.find("user.sv")).elabReqFiles;
+    EXPECT_EQ(needed, (HADLVectorForTuple<unsigned>{db.fileNames.find("other.sv"), db.fileNames.find("pkg.sv")}));
+    EXPECT_EQ(db.pkgIds.at(db.fileNames.find("pkg.sv")), HADLVectorForTuple<unsigned>{db.objNames.find("p")});
+    // A local struct in front of a dot is no hierarchical reference.
+    EXPECT_TRUE(db.fileProps.at(db.fileNames.find("other.sv")).elabReqFiles.empty());
+}
+
+TEST(HADLBinderNames, KeysNamesAndBases) {
+    EXPECT_EQ(compositeName(2, "work", "top", ""), ".work.top");
+    EXPECT_EQ(compositeName(9, "work", "e", "rtl"), "/work/e/rtl");
+    EXPECT_EQ(compositeName(11, "lib", "cfg", ""), "/lib/cfg");
+    EXPECT_EQ(normalizeName("\\\\Odd Name\\\\"), "Odd Name");
+    EXPECT_EQ(normalizeName("plain"), "plain");
+    EXPECT_EQ(baseName("leaf(W=8)"), "leaf");
+    EXPECT_EQ(baseName("leaf(W=8"), "leaf(W=8");
+    EXPECT_EQ(baseName("(x)y"), "(x)y");
+}
+
+} // namespace
