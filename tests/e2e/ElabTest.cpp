@@ -125,6 +125,45 @@ end architecture;
     EXPECT_TRUE(has(unknown.out, "ModName: leaf(W=8)\n")) << unknown.out;
 }
 
+TEST(ElabTest, ConfigurationChoosesTheArchitectureOfItsCopy) {
+    const std::string design = R"(
+entity leaf is generic (W : natural := 4); end entity;
+architecture fast of leaf is begin end architecture;
+architecture small of leaf is begin end architecture;
+entity top is end entity;
+architecture rtl of top is
+  component leaf is generic (W : natural := 4); end component;
+begin
+  a: leaf generic map (W => 2);
+  b: entity work.leaf(fast);
+end architecture;
+configuration cfg of top is
+  for rtl
+    for a : leaf use entity work.leaf(fast); end for;
+  end for;
+end configuration;
+)";
+    ElabRun r = elaborate(design);
+    EXPECT_TRUE(has(r.out, "VHDLConfigTop: library:work entity:cfg arch:\n")) << r.out;
+    EXPECT_EQ(r.hier, "cfg == /work/cfg\n"
+                      "  top \"top\" == /work/top_cfg_default/rtl\n"
+                      "    leaf \"a\" == /work/leaf(W=2)/fast\n"
+                      "    leaf \"b\" == /work/leaf/fast\n"
+                      // The skim knows the entity alone, and stands it for its last
+                      // architecture, which no instance uses here.
+                      "    leaf (INACTIVE) == /work/leaf/small\n");
+    // What the statements were as written: a library in front of the unit of `b`.
+    EXPECT_TRUE(has(r.dump, "line=10, hasParam, instNameHasLib }")) << r.dump;
+    EXPECT_TRUE(has(r.dump, "line=9, hasParam }")) << r.dump;
+
+    // Without the configuration, the last analysed architecture and no copy for it.
+    std::string plain = design.substr(0, design.find("configuration cfg"));
+    ElabRun d = elaborate(plain);
+    EXPECT_EQ(d.hier, "top == /work/top/rtl\n"
+                      "  leaf \"a\" == /work/leaf(W=2)/small\n"
+                      "  leaf \"b\" == /work/leaf/fast\n");
+}
+
 // Designs whose top does not elaborate: the run finishes, binds what it can, and
 // records the error; with -elab_errors the error only sets isElabError.
 struct BadDesign {
