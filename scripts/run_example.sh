@@ -8,3 +8,5 @@ scripts/build.sh build
 scripts/precompile_stdlibs.sh build/sift
 cd examples
 LOOM_DATADIR="$PWD/../data" ../build/sift run.tcl
+# Then its elaboration: the tops, and the hierarchy with the units each instance uses.
+LOOM_DATADIR="$PWD/../data" ../build/sift elab.tcl

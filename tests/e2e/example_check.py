@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """The bundled example project, run as the README's main job runs it: sift must exit
 cleanly, order the files so that every package, entity and configuration comes before
-its users, write the archive, and show the mixed-language hierarchy."""
+its users, write the archive, and show the mixed-language hierarchy. Its elaboration
+(elab.tcl) must choose the configuration as a top, bind the adders it selects in the
+configuration's copy of the pair, and leave the device LUT out."""
 
 import os
 import shutil
@@ -33,6 +35,34 @@ HIERARCHY = [
 ]
 
 
+# The VHDL part of the elaborated hierarchy, in order.
+ELAB_HIERARCHY = [
+    "adder_pair_cfg == /work/adder_pair_cfg",
+    '  adder_pair "adder_pair" == /work/adder_pair_adder_pair_cfg_default/structural',
+    '    adder "first" == /work/adder/rtl',
+    '    adder "second" == /work/adder/rtl',
+]
+
+
+def check_elab(sift, data, work):
+    run = subprocess.run([sift, "elab.tcl"], cwd=work, env=dict(os.environ, LOOM_DATADIR=data),
+                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT, universal_newlines=True)
+    problems = []
+    if run.returncode != 0 or not run.stdout.rstrip().endswith("sift exits with return value 0"):
+        problems.append("elab.tcl: sift exited with %d" % run.returncode)
+    lines = run.stdout.splitlines()
+    if "VHDLConfigTop: library:work entity:adder_pair_cfg arch:" not in lines:
+        problems.append("elab.tcl: the configuration is no candidate top")
+    at = lines.index(ELAB_HIERARCHY[0]) if ELAB_HIERARCHY[0] in lines else -1
+    if at < 0 or lines[at:at + len(ELAB_HIERARCHY)] != ELAB_HIERARCHY:
+        problems.append("elab.tcl: the configuration's hierarchy differs")
+    if any("SB_LUT4" in line or "low_and" in line for line in lines):
+        problems.append("elab.tcl: the device LUT was not trimmed")
+    if problems:
+        print(run.stdout[-3000:])
+    return problems
+
+
 def main():
     sift, data = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
     problems = []
@@ -42,6 +72,7 @@ def main():
         run = subprocess.run([sift, "run.tcl"], cwd=work, env=dict(os.environ, LOOM_DATADIR=data),
                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, universal_newlines=True)
         out = run.stdout
+        problems += check_elab(sift, data, work)
         db = os.path.join(work, "example.db")
         if not os.path.isfile(db) or os.path.getsize(db) < 100:
             problems.append("example.db was not written")
