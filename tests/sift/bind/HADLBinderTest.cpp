@@ -113,6 +113,54 @@ TEST_F(HADLBinderTest, HierarchicalAndPackageReferencesAreFilesNeeded) {
     EXPECT_TRUE(db.fileProps.at(db.fileNames.find("other.sv")).elabReqFiles.empty());
 }
 
+// A configuration and the copies elaboration made of its top; `copies` name their
+// original as elaboration does.
+const char* const kConfigured = R"(module top; endmodule
+module top_cfg_x; endmodule
+module top_other; endmodule
+module user; top_cfg_x u(); endmodule
+config cfg; design work.top; endconfig
+)";
+
+void markCopies(const char* original) {
+    for (hdl::VeriModule* m : hdl::veri_file::GetLibrary("work")->AllModules())
+        if (m->Name().rfind(std::string(original) + "_", 0) == 0) m->originalName = original;
+}
+
+TEST_F(HADLBinderTest, VerilogConfigurationBindsTheCopyOfItsTopAndTakesItsInstances) {
+    db.enableVhdlVerilogConfig = true;
+    analyze("design.sv", kConfigured, true);
+    markCopies("top");
+    bind();
+    EXPECT_TRUE(unit(".work.cfg").isConfig);
+    EXPECT_EQ(instances(".work.cfg"), "top->.work.top_cfg_x ");
+    EXPECT_EQ(unit(".work.top_cfg_x").origUnitId, db.unitNames.find(".work.top"));
+    // An instance of the copy goes through the configuration that selects it.
+    EXPECT_EQ(instances(".work.user"), "u->.work.cfg ");
+    EXPECT_TRUE(db.fileMsgs.at(db.fileNames.find("design.sv")).empty());
+}
+
+TEST_F(HADLBinderTest, WithoutTheOptionAVerilogConfigurationIsAnOrdinaryUnit) {
+    analyze("design.sv", kConfigured, true);
+    markCopies("top");
+    bind();
+    EXPECT_FALSE(unit(".work.cfg").isConfig);
+    EXPECT_EQ(instances(".work.user"), "u->.work.top_cfg_x ");
+}
+
+TEST_F(HADLBinderTest, VerilogConfigurationWithTwoTopsBindsOneAndTellsIt) {
+    db.enableVhdlVerilogConfig = true;
+    std::string text = kConfigured;
+    text.replace(text.find("design work.top;"), 16, "design work.top work.user;");
+    analyze("design.sv", text, true);
+    markCopies("top");
+    bind();
+    EXPECT_EQ(instances(".work.cfg"), "top->.work.top_cfg_x ");
+    const auto& msgs = db.fileMsgs.at(db.fileNames.find("design.sv"));
+    ASSERT_EQ(msgs.size(), 1u);
+    EXPECT_EQ(std::string(db.fmtStrs.getString(msgs[0].fmtId)).rfind("@56-434@", 0), 0u);
+}
+
 TEST(HADLBinderNames, KeysNamesAndBases) {
     EXPECT_EQ(compositeName(2, "work", "top", ""), ".work.top");
     EXPECT_EQ(compositeName(9, "work", "e", "rtl"), "/work/e/rtl");
