@@ -25,12 +25,15 @@ struct ElabRun {
     int status = -1;
 };
 
-// One VHDL file elaborated with the given settings and elab call.
-ElabRun elaborate(const std::string& vhdl, const std::string& settings = "", const std::string& elab = "sf -elab") {
+// One VHDL (or SystemVerilog) file elaborated with the given settings and elab call.
+ElabRun elaborate(const std::string& text, const std::string& settings = "", const std::string& elab = "sf -elab",
+                  bool systemVerilog = false) {
     const std::string dir = makeTempDir();
-    writeFile(dir + "/design.vhd", vhdl);
-    writeFile(dir + "/run.tcl", settings + "sf -add_vhdl93 work " + dir + "/design.vhd\nsf -skim\nsf -parse\n" + elab +
-                                    "\nsf -print_hier " + dir + "/hier.txt\nsf -print " + dir + "/dump.txt\n");
+    const std::string file = dir + (systemVerilog ? "/design.sv" : "/design.vhd");
+    writeFile(file, text);
+    writeFile(dir + "/run.tcl", settings + (systemVerilog ? "sf -add_svlib work " : "sf -add_vhdl93 work ") + file +
+                                    "\nsf -skim\nsf -parse\n" + elab + "\nsf -print_hier " + dir +
+                                    "/hier.txt\nsf -print " + dir + "/dump.txt\n");
     setenv("LOOM_DATADIR", SIFT_DATA_DIR, 1);
     SiftResult r = runSift((dir + "/run.tcl").c_str());
     return {r.out, readFile(dir + "/hier.txt"), readFile(dir + "/dump.txt"), r.status};
@@ -123,6 +126,27 @@ end architecture;
     // A name no unit has: the candidates are used as if the option were not given.
     ElabRun unknown = elaborate(design, "sf -elabSpecifiedTop\n", "sf -elab nothing_of_that_name");
     EXPECT_TRUE(has(unknown.out, "ModName: leaf(W=8)\n")) << unknown.out;
+}
+
+TEST(ElabTest, VerilogTopsAreCheckedAndToldAsNotElaboratedYet) {
+    const std::string design = R"(module typed #(parameter type T = logic) (); endmodule
+module generic_port (interface bus); endmodule
+module plain; endmodule
+)";
+    ElabRun typed = elaborate(design, "", "sf -elab typed", true);
+    EXPECT_TRUE(has(typed.out, "Reject typed as TOP because it has type parameters\n")) << typed.out;
+    EXPECT_FALSE(has(typed.out, "VeriPriorityTop library:work mod:typed\n")) << typed.out;
+
+    ElabRun port = elaborate(design, "", "sf -elab generic_port", true);
+    EXPECT_TRUE(has(port.out, "Reject generic_port as TOP because it has generic interface ports\n")) << port.out;
+    EXPECT_FALSE(has(port.out, "VeriPriorityTop library:work mod:generic_port\n")) << port.out;
+
+    ElabRun plain = elaborate(design, "", "sf -elab plain", true);
+    EXPECT_TRUE(has(plain.out, "VeriPriorityTop library:work mod:plain\n")) << plain.out;
+    EXPECT_EQ(plain.status, 0);
+    // Until a Verilog elaborator joins, the top is told as not elaborated, in its file.
+    EXPECT_TRUE(has(section(plain.dump, "fmtStrs"), "Verilog top '%s' is not elaborated: no Verilog elaborator"))
+        << plain.dump;
 }
 
 TEST(ElabTest, ConfigurationChoosesTheArchitectureOfItsCopy) {

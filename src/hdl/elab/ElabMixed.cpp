@@ -4,6 +4,7 @@
 
 #include "hdl/base/Message.h"
 #include "hdl/elab/VhdlElaborator.h"
+#include "hdl/sv/VeriLibrary.h"
 #include "hdl/vhdl/VhdlMessageIds.h"
 
 namespace hdl {
@@ -44,8 +45,13 @@ bool ElaborateMixedHdlMultipleTopsStatic(ElabDesign& design, const std::vector<E
     if (verilog) {
         ok = verilog->ElaborateTops(design, verilogTops, map, limits, askVhdl, elaboratedVerilog);
     } else {
-        for (const ElabTopRequest& top : verilogTops)
-            Message::Tell<vhdl_msg::VerilogTopNotElaborated>(nullptr, top.name.c_str());
+        for (const ElabTopRequest& top : verilogTops) {
+            // Told at the module, so that the message lands in its file.
+            const VeriModule* module =
+                veri_file::GetModule(top.name.c_str(), top.library.empty() ? nullptr : top.library.c_str());
+            const ColLineFile where = module ? module->Linefile() : ColLineFile();
+            Message::Tell<vhdl_msg::VerilogTopNotElaborated>(module ? &where : nullptr, top.name.c_str());
+        }
     }
 
     const size_t before = design.tops.size();
