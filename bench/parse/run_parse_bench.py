@@ -9,7 +9,9 @@ folder, and `verilator --lint-only` over its Verilog files with the include fold
 and the top. The ghdl run doubles as an independent check of the parse order: a
 package analysed after one of its users makes ghdl fail.
 
-  bench/parse/run_parse_bench.py --sift build/sift [--corpus DIR] [--data DIR] [--repeat N]
+  bench/parse/run_parse_bench.py --sift build/sift [--corpus DIR] [--data DIR] [--repeat N] [--sift-only]
+
+The generated 10 000-file project: bench/skim/gen_project.py DIR/gen10k, then --corpus DIR.
 """
 
 import argparse
@@ -136,6 +138,7 @@ def main():
     ap.add_argument("--corpus", default=os.path.join(os.path.dirname(REPO), "shared", "corpus"))
     ap.add_argument("--data", default=os.path.join(REPO, "data"))
     ap.add_argument("--repeat", type=int, default=3, help="sift runs per project; the fastest counts")
+    ap.add_argument("--sift-only", action="store_true", help="leave out ghdl and verilator")
     args = ap.parse_args()
     sift = os.path.abspath(args.sift)
     projects = corpus_projects(args.corpus)
@@ -143,6 +146,8 @@ def main():
         print("no corpus projects under " + args.corpus)
         return 0
     have_ghdl, have_verilator = shutil.which("ghdl"), shutil.which("verilator")
+    if args.sift_only:
+        have_ghdl = have_verilator = None
     failures = []
     for directory in projects:
         project = Project(directory)

@@ -468,14 +468,20 @@ void HADLBinder::bindVhdlStatement(unsigned unitId, const VhdlStatement& stateme
     bindVhdlInstance(unitId, statement, prefix, instFinder);
 }
 
-std::string HADLBinder::libraryOfPrimary(const std::string& primary) const {
+std::string HADLBinder::libraryOfPrimary(const std::string& primary) {
     const unsigned primaryId = db.objNames.find(primary.c_str());
     if (!primaryId) return std::string();
-    for (unsigned u = 1; u < db.unitAttrs.size(); ++u) {
-        const HADLDatabase::UnitAttr& unit = db.unitAttrs.at(u);
-        if (unit.primaryId == primaryId && unit.fileId) return db.objNames.getString(unit.libId);
+    // Units with source are all registered before instances are bound: the first of
+    // each primary name is found once, not by a scan per instance.
+    if (firstWithSource.empty()) {
+        firstWithSource.emplace(0, 0);
+        for (unsigned u = 1; u < db.unitAttrs.size(); ++u) {
+            const HADLDatabase::UnitAttr& unit = db.unitAttrs.at(u);
+            if (unit.fileId) firstWithSource.emplace(unit.primaryId, u);
+        }
     }
-    return std::string();
+    auto it = firstWithSource.find(primaryId);
+    return it == firstWithSource.end() ? std::string() : db.objNames.getString(db.unitAttrs.at(it->second).libId);
 }
 
 void HADLBinder::bindVhdlInstance(unsigned unitId, const VhdlStatement& statement, const std::string& prefix,
@@ -575,6 +581,10 @@ void HADLBinder::addElabReqFile(unsigned fileId, unsigned required) {
 }
 
 void HADLBinder::collectElabReqFiles() {
+    // The first file whose packages hold each name, as a scan of pkgIds from file 1 finds it.
+    std::unordered_map<unsigned, unsigned> packageFile;
+    for (unsigned f = 1; f < db.pkgIds.size(); ++f)
+        for (unsigned nameId : db.pkgIds.at(f)) packageFile.emplace(nameId, f);
     for (VeriLibrary* lib : veri_file::AllLibraries()) {
         for (VeriModule* m : lib->AllModules()) {
             if (!isVerilogUnit(m)) continue;
@@ -590,14 +600,8 @@ void HADLBinder::collectElabReqFiles() {
                     addElabReqFile(file, db.unitAttrs.at(target).fileId);
             }
             for (unsigned n = 1; n < scopeNames.size(); ++n) {
-                const unsigned nameId = db.objNames.find(scopeNames.getString(n));
-                if (!nameId) continue;
-                for (unsigned f = 1; f < db.pkgIds.size(); ++f) {
-                    const auto& names = db.pkgIds.at(f);
-                    if (std::find(names.begin(), names.end(), nameId) == names.end()) continue;
-                    addElabReqFile(file, f);
-                    break;
-                }
+                auto found = packageFile.find(db.objNames.find(scopeNames.getString(n)));
+                if (found != packageFile.end()) addElabReqFile(file, found->second);
             }
         }
     }

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "hdl/base/LineFile.h"
@@ -66,11 +67,13 @@ private:
     void bindVhdlInstance(unsigned unitId, const hdl::VhdlStatement& statement, const std::string& prefix,
                           HADLInstFinder& instFinder);
     unsigned bindUnknownVerilogInstance(const hdl::VeriModule& module, const std::string& name, const void* inst);
-    std::string libraryOfPrimary(const std::string& primary) const;
+    // The library of the first unit with source of that primary name; empty for none.
+    std::string libraryOfPrimary(const std::string& primary);
     void addElabReqFile(unsigned fileId, unsigned required);
 
     HADLDatabase& db;
     bool hierByPassFlow;
+    std::unordered_map<unsigned, unsigned> firstWithSource; // primary name id to unit id
 };
 
 // Every unit's list of the units its source instantiates and elaboration did not reach.

@@ -252,4 +252,6 @@ void HADLElab::doElab(const std::string& top) {
     for (const auto& base : bases) std::printf("BaseName %s has %u entries\n", base.first.c_str(), base.second);
 
     HADLBinder(s, s.hierByPassFlow).bind(instFinder, paramCopyNames);
+    // What the run prints next through Tcl comes after these lines.
+    std::fflush(stdout);
 }
