@@ -128,10 +128,11 @@ end architecture;
     EXPECT_TRUE(has(unknown.out, "ModName: leaf(W=8)\n")) << unknown.out;
 }
 
-TEST(ElabTest, VerilogTopsAreCheckedAndToldAsNotElaboratedYet) {
+TEST(ElabTest, VerilogTopsAreCheckedThenElaboratedAndBound) {
     const std::string design = R"(module typed #(parameter type T = logic) (); endmodule
 module generic_port (interface bus); endmodule
-module plain; endmodule
+module leafv #(parameter W = 1) (); endmodule
+module plain; leafv #(.W(4)) u(); endmodule
 )";
     ElabRun typed = elaborate(design, "", "sf -elab typed", true);
     EXPECT_TRUE(has(typed.out, "Reject typed as TOP because it has type parameters\n")) << typed.out;
@@ -144,9 +145,15 @@ module plain; endmodule
     ElabRun plain = elaborate(design, "", "sf -elab plain", true);
     EXPECT_TRUE(has(plain.out, "VeriPriorityTop library:work mod:plain\n")) << plain.out;
     EXPECT_EQ(plain.status, 0);
-    // Until a Verilog elaborator joins, the top is told as not elaborated, in its file.
-    EXPECT_TRUE(has(section(plain.dump, "fmtStrs"), "Verilog top '%s' is not elaborated: no Verilog elaborator"))
-        << plain.dump;
+    EXPECT_TRUE(has(plain.hier, "plain == .work.plain\n  leafv \"u\" == .work.leafv(W=4)\n")) << plain.hier;
+
+    // A misspelt module: a unit without source under the name written, in the default
+    // library.
+    std::string misspelt = design;
+    misspelt.replace(misspelt.find("leafv #(.W(4))"), 5, "leafw");
+    ElabRun wrong = elaborate(misspelt, "sf -set_project_defaultlibrary deflib\n", "sf -elab plain", true);
+    EXPECT_TRUE(has(wrong.hier, "  leafw \"u\" == .deflib.leafw\n")) << wrong.hier;
+    EXPECT_FALSE(has(wrong.hier, "leafv(W=4)")) << wrong.hier;
 }
 
 TEST(ElabTest, ConfigurationChoosesTheArchitectureOfItsCopy) {

@@ -1,7 +1,7 @@
-// Elaboration of a design whose tops and instances may be of either language. The VHDL
-// elaborator runs here; the Verilog one is reached through ElabVerilogSide, which the
-// Verilog elaborator registers. Each side answers the other's instances of units it
-// holds through the lookup hook (ElabUnitLookup).
+// Elaboration of a design whose tops and instances may be of either language: the VHDL
+// and the Verilog elaborator of this library, each answering the other's instances of
+// units it holds through the lookup hook (ElabUnitLookup). A registered ElabVerilogSide
+// stands in for the Verilog elaborator (tests, another implementation).
 #pragma once
 
 #include <vector>
@@ -34,8 +34,8 @@ ElabVerilogSide* ElabGetVerilogSide();
 
 // Elaborates both lists of tops (Verilog first, as the scanner orders them) with the
 // generic map applied to every top, and appends the units of the tops elaborated to
-// the two result lists. Without a Verilog side, each Verilog top is reported as not
-// elaborated and left out. False when an error was reported.
+// the two result lists. A Verilog top that no library holds is reported and left out.
+// False when an error was reported.
 bool ElaborateMixedHdlMultipleTopsStatic(ElabDesign& design, const std::vector<ElabTopRequest>& verilogTops,
                                          const std::vector<ElabTopRequest>& vhdlTops, const ElabGenericMap* generics,
                                          std::vector<ElabUnitId>& elaboratedVerilog,

@@ -209,9 +209,9 @@
     /* A top that no library holds. */                                                                     \
     ID(kElabNoTop, "VHDL-1613", MSG_ERROR)                                                                   \
     TEXT(ElabTopNotFound, kElabNoTop, "top '%s' is no entity or configuration of %s")                        \
-    /* A Verilog top asked of the mixed entry while no Verilog elaborator is present. */                   \
-    ID(kElabForeignTop, "VHDL-1614", MSG_WARNING)                                                            \
-    TEXT(VerilogTopNotElaborated, kElabForeignTop, "Verilog top '%s' is not elaborated: no Verilog elaborator") \
+    /* A Verilog top asked of the mixed entry that no Verilog library holds. */                             \
+    ID(kElabForeignTop, "VHDL-1614", MSG_ERROR)                                                              \
+    TEXT(VerilogTopNotElaborated, kElabForeignTop, "Verilog top '%s' is no module of any library")           \
     /* Saved libraries: a saved unit cannot be restored, a unit cannot be saved. */                         \
     ID(kStoreUnreadable, "VHDL-1700", MSG_ERROR)                                                             \
     TEXT(StoreCannotRestore, kStoreUnreadable, "cannot restore unit '%s' of library '%s' from '%s': %s")     \

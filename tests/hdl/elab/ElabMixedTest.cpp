@@ -1,6 +1,6 @@
-// The mixed entry: VHDL elaborated here, Verilog through the side its elaborator
-// registers, each answering the other's instances; without a Verilog side, Verilog tops
-// are told as not elaborated and the VHDL ones go on.
+// The mixed entry: each language's elaborator answering the other's instances, a
+// registered Verilog side standing in for the Verilog one; a Verilog top that no library
+// holds is told and the VHDL tops go on.
 #include <gtest/gtest.h>
 
 #include "ElabTestUtil.h"
@@ -100,7 +100,7 @@ TEST_F(ElabMixedTest, BothDirectionsCrossThroughTheRegisteredSide) {
     EXPECT_EQ(messages.Count(MSG_ERROR), 0u) << messages.Errors();
 }
 
-TEST_F(ElabMixedTest, WithoutVerilogSideVerilogTopsAreToldAndVhdlGoesOn) {
+TEST_F(ElabMixedTest, AVerilogTopNoLibraryHoldsIsToldAndVhdlGoesOn) {
     ElabDesign design;
     std::vector<ElabUnitId> verilog, vhdl;
     test::MessageCapture messages;
