@@ -1,5 +1,6 @@
 #include "runtime/LoomBackTrace.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <cxxabi.h>
@@ -26,13 +27,22 @@ std::string demangleFrame(const char* frame) {
 
 void LoomBackTrace::printTrace(std::ostream& out, int maxFrames) {
     if (maxFrames <= 0) return;
-    std::unique_ptr<void*[]> frames(new void*[maxFrames + 1]);
-    int n = ::backtrace(frames.get(), maxFrames + 1);
+    // The trace starts at the caller: frames before it are printTrace itself and, in
+    // sanitizer builds, the interceptor of backtrace.
+    constexpr int kOwnFramesAtMost = 4;
+    void* const caller = __builtin_return_address(0);
+    std::unique_ptr<void*[]> frames(new void*[maxFrames + kOwnFramesAtMost]);
+    int n = ::backtrace(frames.get(), maxFrames + kOwnFramesAtMost);
+    int first = 1;
+    for (int i = 0; i < n && i < kOwnFramesAtMost; ++i)
+        if (frames[i] == caller) {
+            first = i;
+            break;
+        }
+    n = std::min(n, first + maxFrames);
     std::unique_ptr<char*, void (*)(void*)> symbols(::backtrace_symbols(frames.get(), n), std::free);
-    // Frame 0 is printTrace itself.
-    for (int i = 1; i < n; ++i) {
-        out << "#" << (i - 1) << " " << (symbols ? demangleFrame(symbols.get()[i]) : std::string("?")) << "\n";
-    }
+    for (int i = first; i < n; ++i)
+        out << "#" << (i - first) << " " << (symbols ? demangleFrame(symbols.get()[i]) : std::string("?")) << "\n";
     out.flush();
 }
 
