@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "../elab/FuzzElab.h"
 #include "hdl/base/Message.h"
 #include "hdl/elab/ElabMixed.h"
 #include "hdl/elab/VhdlElabStore.h"
@@ -44,13 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         for (hdl::VhdlPrimaryUnit* p : lib->PrimaryUnits())
             for (hdl::VhdlSecondaryUnit* s : p->GetSecondaryUnits()) finder.walk(*s);
 
-    hdl::ElabLimits limits;
-    limits.loopIterations = 20000;
-    limits.callDepth = 48;
-    limits.instanceDepth = 24;
-    limits.steps = 200000;
-    limits.arrayElements = 1 << 16;
-    limits.statements = 50000;
+    const hdl::ElabLimits limits = fuzz_elab::TightLimits();
     hdl::ElabDesign design;
     std::vector<hdl::ElabUnitId> verilog, vhdl;
     hdl::ElaborateMixedHdlMultipleTopsStatic(design, {}, hdl::VhdlFindTops(), nullptr, verilog, vhdl, limits);

@@ -3,16 +3,13 @@
 // beforehand. Tight bounds keep each input short; any crash, hang or leak is a finding.
 // The first byte picks the language mode. Seeds: the corpus's VHDL files and
 // tests/hdl/elab/designs.
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
-#include <ostream>
 #include <string>
 #include <vector>
 
+#include "FuzzElab.h"
 #include "hdl/base/Message.h"
-#include "hdl/elab/ElabHierPrinter.h"
 #include "hdl/elab/VhdlElabStore.h"
 #include "hdl/elab/VhdlElaborator.h"
 #include "hdl/vhdl/VhdlLibrary.h"
@@ -47,31 +44,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     AnalyzeStandard();
     hdl::vhdl_file::AnalyzeText(text, "fuzz.vhd", "work", mode);
     hdl::vhdl_file::ResolveAll();
-    hdl::ElabLimits limits;
-    limits.loopIterations = 20000;
-    limits.callDepth = 48;
-    limits.instanceDepth = 24;
-    limits.steps = 200000;
-    limits.arrayElements = 1 << 16;
-    limits.statements = 50000;
+    const hdl::ElabLimits limits = fuzz_elab::TightLimits();
     hdl::ElabDesign design;
     hdl::VhdlElaborate(design, hdl::VhdlFindTops(), {{"w", "3"}}, limits);
-    // The listing walks every path, and a few units can make millions of them: print
-    // (to nowhere) only listings of modest size.
-    std::vector<uint64_t> paths(design.UnitCount() + 1, 0);
-    uint64_t total = 0;
-    // Depth is bounded by the instance depth; counts saturate.
-    std::function<uint64_t(hdl::ElabUnitId)> count = [&](hdl::ElabUnitId u) -> uint64_t {
-        if (paths[u]) return paths[u];
-        uint64_t n = 1;
-        for (const hdl::ElabInstance& i : design.Unit(u).instances) n = std::min<uint64_t>(n + count(i.unit), 1u << 30);
-        return paths[u] = n;
-    };
-    for (const hdl::ElabTop& t : design.tops) total += count(t.unit);
-    if (total < 100000) {
-        std::ostream nowhere(nullptr);
-        hdl::ElabPrintHier(design, nowhere);
-    }
+    fuzz_elab::PrintModestListing(design);
     hdl::vhdl_file::Reset();
     hdl::VhdlElabStore::Reset();
     return 0;
