@@ -125,4 +125,26 @@ void StoreWriteFile(const std::string& path, const std::string& bytes) {
     }
 }
 
+std::string StoreFileName(std::string_view unitName, bool markCapitals, const char* extension) {
+    std::string name;
+    for (char c : unitName) {
+        const bool capital = c >= 'A' && c <= 'Z';
+        if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_' || (capital && markCapitals)) {
+            if (capital) name += '^';
+            name += c;
+        } else {
+            char esc[4];
+            std::snprintf(esc, sizeof esc, "%%%02X", static_cast<unsigned char>(c));
+            name += esc;
+        }
+    }
+    // File names have a length limit.
+    if (name.size() > 200) {
+        char hash[20];
+        std::snprintf(hash, sizeof hash, "-%016llx", static_cast<unsigned long long>(StoreHash(unitName)));
+        name = name.substr(0, 180) + hash;
+    }
+    return name + extension;
+}
+
 } // namespace hdl

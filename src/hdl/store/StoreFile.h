@@ -109,6 +109,11 @@ inline uint64_t StoreHash(std::string_view s, uint64_t h = 0xcbf29ce484222325ull
     return StoreHash(tail, h);
 }
 
+// The file name of a unit: letters, digits and '_' as they are (capitals preceded by
+// '^' when `markCapitals`, for names that are case-sensitive on file systems that may
+// not be), anything else escaped as %XX; a long name keeps a hash of itself.
+std::string StoreFileName(std::string_view name, bool markCapitals, const char* extension);
+
 // Reads a whole file; throws StoreError.
 std::string StoreReadFile(const std::string& path);
 // Writes a file whole, through a temporary name, so that a reader never sees half of it.
