@@ -237,6 +237,24 @@ const ClassCodec<L>& CodecOf(uint32_t id) {
     return *table[slot];
 }
 
+// `node` as a T, or null. Whether a class derives from T is a property of its class
+// id: the answer of a dynamic_cast is kept by id, since a restore asks it for every
+// child and link (and a dynamic_cast compares type names).
+template <class T, class Node>
+T* As(Node* node) {
+    if constexpr (std::is_base_of_v<T, Node>) {
+        return node;
+    } else {
+        static std::vector<uint8_t> verdicts; // by class slot: 0 not asked yet, 1 a T, 2 not
+        if (!node) return nullptr;
+        const size_t slot = node->GetClassId() & 0xfffffu;
+        if (slot >= verdicts.size()) verdicts.resize(slot + 1, 0);
+        uint8_t& verdict = verdicts[slot];
+        if (!verdict) verdict = dynamic_cast<T*>(node) ? 1 : 2;
+        return verdict == 1 ? static_cast<T*>(node) : nullptr;
+    }
+}
+
 // The layout of the node classes (their member kinds), which saved files must match.
 template <class L>
 uint64_t LayoutOf() {

@@ -39,7 +39,7 @@ public:
             return nullptr;
         }
         try {
-            return decode(StoreReadFile(path));
+            return decode(StoreMappedFile(path).bytes(), path);
         } catch (const StoreError& e) {
             // The unit stays absent, and a use of it is reported as usual.
             absent_.insert(known);

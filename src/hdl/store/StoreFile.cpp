@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -50,7 +51,7 @@ std::string StoreSeal(const StoreKind& kind, const std::string& payload, Protect
     return out + sealed;
 }
 
-std::string StoreOpen(const StoreKind& kind, std::string_view file, Protect* cipher) {
+std::string_view StoreOpen(const StoreKind& kind, std::string_view file, Protect* cipher, std::string& plain) {
     if (file.size() < kHeaderSize) throw StoreError("the file is too short to be a saved unit (truncated?)");
     if (file.substr(0, kMagicSize) != std::string_view(kind.magic, kMagicSize))
         throw StoreError("the file is not a saved unit of this kind");
@@ -70,13 +71,13 @@ std::string StoreOpen(const StoreKind& kind, std::string_view file, Protect* cip
     if (!(flags & kEnciphered)) {
         if (body.size() != size) throw StoreError("the file's payload has the wrong size (truncated?)");
         if (StoreHash(body) != checksum) throw StoreError("the file is damaged (its checksum does not match)");
-        return std::string(body);
+        return body;
     }
     if (!cipher) throw StoreError("the file is enciphered, and no cipher is enabled to read it");
     const unsigned block = cipher->GetBlockSize() ? cipher->GetBlockSize() : 1;
     if (size > body.size() || body.size() != (size + block - 1) / block * block)
         throw StoreError("the file's payload has the wrong size (truncated?)");
-    std::string plain(body.size(), '\0');
+    plain.assign(body.size(), '\0');
     cipher->decrypt(body.data(), plain.data(), static_cast<unsigned>(body.size()));
     plain.resize(size);
     if (StoreHash(plain) != checksum)
@@ -84,7 +85,7 @@ std::string StoreOpen(const StoreKind& kind, std::string_view file, Protect* cip
     return plain;
 }
 
-std::string StoreReadFile(const std::string& path) {
+StoreMappedFile::StoreMappedFile(const std::string& path) {
     int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) throw StoreError("cannot open " + path + ": " + std::strerror(errno));
     struct stat st;
@@ -92,17 +93,22 @@ std::string StoreReadFile(const std::string& path) {
         ::close(fd);
         throw StoreError("cannot read " + path + ": not a regular file");
     }
-    std::string bytes(static_cast<size_t>(st.st_size), '\0');
-    size_t got = 0;
-    while (got < bytes.size()) {
-        ssize_t n = ::read(fd, bytes.data() + got, bytes.size() - got);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) break;
-        got += static_cast<size_t>(n);
+    size_ = static_cast<size_t>(st.st_size);
+    if (size_ > 0) {
+        data_ = ::mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, fd, 0);
+        if (data_ == MAP_FAILED) {
+            const int error = errno;
+            data_ = nullptr;
+            size_ = 0;
+            ::close(fd);
+            throw StoreError("cannot read " + path + ": " + std::strerror(error));
+        }
     }
     ::close(fd);
-    bytes.resize(got);
-    return bytes;
+}
+
+StoreMappedFile::~StoreMappedFile() {
+    if (data_) ::munmap(data_, size_);
 }
 
 void StoreWriteFile(const std::string& path, const std::string& bytes) {

@@ -74,6 +74,7 @@ public:
         return s;
     }
     bool atEnd() const { return pos_ == in_.size(); }
+    std::string_view rest() const { return in_.substr(pos_); }
 
 private:
     std::string_view in_;
@@ -88,8 +89,9 @@ struct StoreKind {
 
 // The file's bytes: header, then the payload, enciphered when `cipher` is given.
 std::string StoreSeal(const StoreKind& kind, const std::string& payload, Protect* cipher);
-// The payload of a file's bytes; throws StoreError.
-std::string StoreOpen(const StoreKind& kind, std::string_view file, Protect* cipher);
+// The payload of a file's bytes, a view into them, or into `plain` when the payload
+// is enciphered; throws StoreError.
+std::string_view StoreOpen(const StoreKind& kind, std::string_view file, Protect* cipher, std::string& plain);
 
 // A 64-bit hash for checksums and fingerprints: eight bytes a step, each step mixed
 // by a multiplication and a rotation (a payload is hashed whole at every restore).
@@ -114,8 +116,21 @@ inline uint64_t StoreHash(std::string_view s, uint64_t h = 0xcbf29ce484222325ull
 // not be), anything else escaped as %XX; a long name keeps a hash of itself.
 std::string StoreFileName(std::string_view name, bool markCapitals, const char* extension);
 
-// Reads a whole file; throws StoreError.
-std::string StoreReadFile(const std::string& path);
+// A whole file, mapped into memory read-only for as long as this lives: a restore
+// reads a file once, front to back, and the page cache serves it without a copy.
+class StoreMappedFile {
+public:
+    // Throws StoreError.
+    explicit StoreMappedFile(const std::string& path);
+    ~StoreMappedFile();
+    StoreMappedFile(const StoreMappedFile&) = delete;
+    StoreMappedFile& operator=(const StoreMappedFile&) = delete;
+    std::string_view bytes() const { return {static_cast<const char*>(data_), size_}; }
+
+private:
+    void* data_ = nullptr;
+    size_t size_ = 0;
+};
 // Writes a file whole, through a temporary name, so that a reader never sees half of it.
 void StoreWriteFile(const std::string& path, const std::string& bytes);
 

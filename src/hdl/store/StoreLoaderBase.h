@@ -127,7 +127,7 @@ protected:
 
     template <class T>
     static bool Assign(void* slot, Node* target) {
-        auto* p = dynamic_cast<T*>(target);
+        T* p = As<T>(target);
         if (!p && target) return false;
         *static_cast<T**>(slot) = p;
         return true;
@@ -146,28 +146,37 @@ protected:
     }
 
     void readNodeClasses() {
-        nodes_.resize(in_.count("node count"));
+        nodes_.assign(in_.count("node count"), nullptr);
         if (nodes_.empty()) throw StoreError("the file holds no unit");
-        for (Node*& n : nodes_) n = CodecOf<L>(static_cast<uint32_t>(in_.u64())).make(arena_);
+        codecs_.resize(nodes_.size());
+        for (const ClassCodec<L>*& c : codecs_) c = &CodecOf<L>(static_cast<uint32_t>(in_.u64()));
         unitOf_.assign(nodes_.size(), 0);
         depth_.assign(nodes_.size(), 0);
     }
 
-    // The records of the nodes, each after `extras` has read what the language keeps
-    // outside the member lists.
+    // Node `i`, made when first named (so that nodes whose records are left unread
+    // are never made); notes whether one from `watchFrom_` on was named.
+    Node* node(size_t i) {
+        if (!nodes_[i]) nodes_[i] = codecs_[i]->make(arena_);
+        if (i >= watchFrom_) reachedWatched_ = true;
+        return nodes_[i];
+    }
+
+    // The records of the nodes up to `end`, each after `extras` has read what the
+    // language keeps outside the member lists.
     template <class Extras>
-    void readRecords(Extras extras) {
-        for (current_ = 0; current_ < nodes_.size(); ++current_) {
+    void readRecords(size_t end, Extras extras) {
+        for (; current_ < end; ++current_) {
             if (depth_[current_] == 0) throw StoreError("a node belongs to no unit");
             uint64_t file = in_.below(files_.size() + 1, "file");
             uint32_t ll = static_cast<uint32_t>(in_.u64());
             uint32_t lc = static_cast<uint32_t>(in_.u64());
             uint32_t rl = static_cast<uint32_t>(in_.u64());
             uint32_t rc = static_cast<uint32_t>(in_.u64());
-            Node& n = *nodes_[current_];
+            Node& n = *node(current_);
             n.SetLinefile(ColLineFile(file ? files_[file - 1] : 0, ll, lc, rl, rc));
             extras(n);
-            CodecOf<L>(n.GetClassId()).load(self(), n);
+            codecs_[current_]->load(self(), n);
         }
     }
 
@@ -183,13 +192,9 @@ protected:
             throw StoreError("the nodes do not form a tree");
         depth_[i] = depth_[current_] + 1;
         if (depth_[i] > kMaxDepth) throw StoreError("the tree is nested too deeply");
-        if constexpr (std::is_same_v<T, Node>) {
-            return nodes_[i];
-        } else {
-            auto* node = dynamic_cast<T*>(nodes_[i]);
-            if (!node) throw StoreError("a child of the wrong kind");
-            return node;
-        }
+        T* child = As<T>(node(i));
+        if (!child) throw StoreError("a child of the wrong kind");
+        return child;
     }
 
     // Odd: a node of this file; even from 2: an entry of the extern table, which the
@@ -201,7 +206,7 @@ protected:
         if (r == 0) return;
         if (r & 1) {
             if ((r - 1) / 2 >= nodes_.size()) throw StoreError("a link out of range");
-            if (!Assign<T>(&slot, nodes_[(r - 1) / 2])) throw StoreError("a link leads to a node of the wrong kind");
+            if (!Assign<T>(&slot, node((r - 1) / 2))) throw StoreError("a link leads to a node of the wrong kind");
         } else {
             const uint64_t e = (r - 2) / 2;
             if (!self().isNodeExtern(e)) throw StoreError("a link out of range");
@@ -214,17 +219,18 @@ protected:
         if (r == 0) return nullptr;
         if (r & 1) {
             if ((r - 1) / 2 >= nodes_.size()) throw StoreError("a link out of range");
-            return nodes_[(r - 1) / 2];
+            return node((r - 1) / 2);
         }
         const uint64_t e = (r - 2) / 2;
         if (!self().isNodeExtern(e)) throw StoreError("a link out of range");
         return externs_[e];
     }
 
-    // Links out of the file, once externs_ holds their targets.
+    // Links out of the file read so far, once externs_ holds their targets.
     void linkOut() {
         for (const Fixup& f : fixups_)
             if (!f.assign(f.slot, externs_[f.ext])) throw StoreError("a link leads to a node of the wrong kind");
+        fixups_.clear();
     }
 
     // A unit that this file names, checked against the fingerprint it had when this one
@@ -242,11 +248,14 @@ protected:
     std::vector<std::string_view> strings_;
     std::vector<uint32_t> files_;
     std::vector<Node*> nodes_;
+    std::vector<const ClassCodec<L>*> codecs_; // of each node
     std::vector<uint32_t> unitOf_;
     std::vector<uint32_t> depth_;
     std::vector<Node*> externs_;
     std::vector<Fixup> fixups_;
     size_t current_ = 0;
+    size_t watchFrom_ = SIZE_MAX;
+    bool reachedWatched_ = false;
 };
 
 } // namespace hdl::store

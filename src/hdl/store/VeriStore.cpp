@@ -46,7 +46,7 @@ struct Veri {
     // The extras' children come first in a walk: the label, then the attributes' values.
     static void ExtraChildren(VeriTreeNode& n, std::vector<VeriTreeNode*>& out) {
         if (!n.loc.Marked()) return;
-        if (auto* s = dynamic_cast<VeriStatement*>(&n))
+        if (auto* s = store::As<VeriStatement>(&n))
             if (VeriLabelId* label = s->GetLabel()) out.push_back(label);
         for (const VeriAttribute& a : n.GetAttributes())
             if (a.value) out.push_back(a.value);
@@ -56,7 +56,7 @@ struct Veri {
         ArenaArray<VeriAttribute> attributes = n.GetAttributes();
         h = StoreHash(attributes.Size() + 1, h);
         for (const VeriAttribute& a : attributes) h = store::PrintField<Veri>(a.name, h);
-        if (auto* item = dynamic_cast<VeriModuleItem*>(&n))
+        if (auto* item = store::As<VeriModuleItem>(&n))
             for (unsigned q : item->GetQualifiers()) h = StoreHash(q, h);
         return h;
     }
@@ -167,10 +167,10 @@ private:
             records_.u64(child(a.value));
         }
         ArenaArray<unsigned> qualifiers;
-        if (auto* item = dynamic_cast<VeriModuleItem*>(&n)) qualifiers = item->GetQualifiers();
+        if (auto* item = store::As<VeriModuleItem>(&n)) qualifiers = item->GetQualifiers();
         records_.u64(qualifiers.Size());
         for (unsigned q : qualifiers) records_.u64(q);
-        auto* statement = dynamic_cast<VeriStatement*>(&n);
+        auto* statement = store::As<VeriStatement>(&n);
         records_.u64(child(statement ? statement->GetLabel() : nullptr));
     }
 
@@ -249,7 +249,7 @@ public:
 
     VeriModule* run() {
         readTables();
-        readRecords([this](VeriTreeNode& n) { readExtras(n); });
+        readRecords(nodes_.size(), [this](VeriTreeNode& n) { readExtras(n); });
         // Registered before the links out are followed, so that a unit that leads back
         // to this one finds it.
         session_.loading.push_back({&library_, name_, unit_, {unit_}});
@@ -337,7 +337,7 @@ private:
             e.place = static_cast<uint32_t>(in_.below(UINT32_MAX, "place"));
         }
         readNodeClasses();
-        unit_ = dynamic_cast<VeriModule*>(nodes_[0]);
+        unit_ = dynamic_cast<VeriModule*>(node(0));
         if (!unit_) throw StoreError("the file's first node is no design unit");
         scopeCount_ = in_.count("scope count");
         scopeOwned_.assign(scopeCount_, false);
@@ -361,12 +361,12 @@ private:
         VeriLabelId* label = child<VeriLabelId>();
         for (size_t i = 0; i < attributes.size(); ++i) attributes[i] = {names[i], childAt<VeriExpression>(values[i])};
         n.SetAttributes(ArenaArray<VeriAttribute>(arena_, attributes));
-        if (auto* item = dynamic_cast<VeriModuleItem*>(&n)) {
+        if (auto* item = store::As<VeriModuleItem>(&n)) {
             item->SetQualifiers(ArenaArray<unsigned>(arena_, qualifiers));
         } else if (!qualifiers.empty()) {
             throw StoreError("qualifiers on a node that takes none");
         }
-        if (auto* statement = dynamic_cast<VeriStatement*>(&n)) statement->SetLabel(label);
+        if (auto* statement = store::As<VeriStatement>(&n)) statement->SetLabel(label);
         else if (label) throw StoreError("a label on a node that takes none");
     }
 
@@ -402,7 +402,7 @@ private:
             auto* scope = arena_.make<VeriScope>(upper, owner);
             const uint64_t declarations = in_.count("declaration count");
             for (uint64_t d = 0; d < declarations; ++d) {
-                auto* id = dynamic_cast<VeriIdDef*>(nodeAt(in_.u64()));
+                auto* id = store::As<VeriIdDef>(nodeAt(in_.u64()));
                 if (!id || !scope->declare(arena_, id)) throw StoreError("a scope declares a bad or repeated name");
             }
             const uint64_t imports = in_.count("import count");
@@ -491,7 +491,9 @@ public:
         const std::string key(name);
         return directories.restore(
             library.GetName(), key, VeriStore::FileName(name),
-            [&](const std::string& bytes) { return VeriStore::Decode(library, name, bytes, veri_file::_protect); },
+            [&](std::string_view bytes, const std::string&) {
+                return VeriStore::Decode(library, name, bytes, veri_file::_protect);
+            },
             [&](const ColLineFile& loc, const std::string& path, const char* why) {
                 Message::Tell<veri_msg::StoreCannotRestore>(&loc, key.c_str(), library.GetName().c_str(), path.c_str(),
                                                             why);
@@ -514,7 +516,8 @@ std::string VeriStore::Encode(VeriModule& unit, Protect* cipher) {
 
 VeriModule* VeriStore::Decode(VeriLibrary& library, std::string_view name, std::string_view bytes, Protect* cipher) {
     store::SessionScope<Veri> scope;
-    const std::string payload = StoreOpen(Kind(), bytes, cipher);
+    std::string plain;
+    const std::string_view payload = StoreOpen(Kind(), bytes, cipher, plain);
     return VeriLoader(library, name, payload, *scope.session).run();
 }
 

@@ -1,6 +1,7 @@
 #include "hdl/store/VhdlStore.h"
 
 #include <cstdio>
+#include <memory>
 
 #include "hdl/base/Message.h"
 #include "hdl/store/StoreDirectories.h"
@@ -198,15 +199,28 @@ private:
 
 // ---------------------------------------------------------------- loading
 
-class VhdlLoader : public store::LoaderBase<Vhdl> {
+// A file's secondary units are read with their primary unit when its records lead into
+// them, else when they are first asked for (VhdlPendingUnits): a design that uses a
+// package rarely needs its body.
+class VhdlLoader : public store::LoaderBase<Vhdl>, public VhdlPendingUnits {
 public:
-    VhdlLoader(VhdlLibrary& library, const std::string& key, std::string_view payload, store::Session<Vhdl>& session)
-        : LoaderBase(payload, vhdl_file::NewTreeArena(), session), library_(library), key_(key) {}
+    VhdlLoader(VhdlLibrary& library, const std::string& key, std::string_view payload, store::Session<Vhdl>& session,
+               const std::string& origin)
+        : LoaderBase(payload, vhdl_file::NewTreeArena(), session), library_(library), key_(key), origin_(origin) {}
 
     VhdlPrimaryUnit* run() {
         readTables();
-        readRecords([](VhdlTreeNode&) {});
-        if (!in_.atEnd()) throw StoreError("the file has bytes after its last node");
+        watchFrom_ = secondaryStart_;
+        readRecords(secondaryStart_, [](VhdlTreeNode&) {});
+        pending_ = secondaryStart_ < nodes_.size() && !reachedWatched_;
+        watchFrom_ = SIZE_MAX;
+        if (pending_) {
+            // The file goes away: what is left of it is kept.
+            rest_ = in_.rest();
+            in_ = StoreReader(rest_);
+        } else {
+            readSecondaries();
+        }
         // Registered before the links out are followed, so that a unit that leads back
         // to this one finds it.
         session_.loading.push_back({&library_, key_, primary_, units_});
@@ -216,15 +230,28 @@ public:
         } pop{session_};
         resolveExterns();
         linkOut();
-        VhdlSecondaryUnit* lastArchitecture = primary_->lastArchitecture;
         library_.AddPrimUnit(primary_);
-        for (size_t u = 1; u < units_.size(); ++u) {
-            auto* secondary = static_cast<VhdlSecondaryUnit*>(units_[u]);
-            secondary->library = &library_;
-            primary_->AddSecondaryUnit(secondary);
-        }
-        primary_->lastArchitecture = lastArchitecture;
+        if (!pending_) addSecondaries();
         return primary_;
+    }
+
+    // Whether the secondary units are left for Restore.
+    bool pending() const { return pending_; }
+
+    void Restore() override {
+        if (!pending_) return;
+        pending_ = false;
+        try {
+            readSecondaries();
+            linkOut();
+            addSecondaries();
+        } catch (const StoreError& e) {
+            // The secondary units stay absent, and a use of them is reported as usual.
+            ColLineFile loc = LineFile::StartOf(origin_);
+            Message::Tell<vhdl_msg::StoreCannotRestore>(origin_.empty() ? nullptr : &loc, key_.c_str(),
+                                                        library_.Name().c_str(), origin_.c_str(), e.what());
+        }
+        rest_ = std::string();
     }
 
     template <class F>
@@ -244,6 +271,21 @@ private:
         UnitPlace place;
         uint64_t fingerprint;
     };
+
+    void readSecondaries() {
+        readRecords(nodes_.size(), [](VhdlTreeNode&) {});
+        if (!in_.atEnd()) throw StoreError("the file has bytes after its last node");
+    }
+
+    void addSecondaries() {
+        VhdlSecondaryUnit* lastArchitecture = primary_->lastArchitecture;
+        for (size_t u = 1; u < units_.size(); ++u) {
+            auto* secondary = static_cast<VhdlSecondaryUnit*>(units_[u]);
+            secondary->library = &library_;
+            primary_->AddSecondaryUnit(secondary);
+        }
+        primary_->lastArchitecture = lastArchitecture;
+    }
 
     void readTables() {
         std::string_view name = readNames().second;
@@ -275,13 +317,14 @@ private:
         for (size_t u = 0; u < roots.size(); ++u) {
             if ((u == 0 && roots[0] != 0) || (u > 0 && roots[u] <= roots[u - 1]))
                 throw StoreError("the units are out of order");
-            auto* unit = dynamic_cast<VhdlDesignUnit*>(nodes_[roots[u]]);
+            auto* unit = dynamic_cast<VhdlDesignUnit*>(node(roots[u]));
             const bool primary = dynamic_cast<VhdlPrimaryUnit*>(unit) != nullptr;
             if (!unit || primary != (u == 0)) throw StoreError("a unit of the wrong kind");
             units_.push_back(unit);
             for (size_t i = roots[u]; i < nodes_.size(); ++i) unitOf_[i] = static_cast<uint32_t>(u);
         }
         primary_ = static_cast<VhdlPrimaryUnit*>(units_[0]);
+        secondaryStart_ = roots.size() > 1 ? roots[1] : nodes_.size();
         for (size_t u = 0; u < roots.size(); ++u) in_.u64(); // the units' own fingerprints
         for (uint32_t r : roots) depth_[r] = 1;
     }
@@ -323,6 +366,10 @@ private:
 
     VhdlLibrary& library_;
     std::string key_;
+    std::string origin_; // the file, for messages
+    size_t secondaryStart_ = 0;
+    bool pending_ = false;
+    std::string rest_; // of the payload, while the secondary units are pending
     std::vector<DepEntry> deps_;
     std::vector<ExternEntry> externTable_;
     std::vector<VhdlTreeNode*> units_;
@@ -342,7 +389,9 @@ public:
     VhdlPrimaryUnit* Restore(VhdlLibrary& library, const std::string& key) override {
         return directories.restore(
             library.Name(), key, VhdlStore::FileName(key),
-            [&](const std::string& bytes) { return VhdlStore::Decode(library, key, bytes, vhdl_file::_protect); },
+            [&](std::string_view bytes, const std::string& path) {
+                return VhdlStore::Decode(library, key, bytes, vhdl_file::_protect, path);
+            },
             [&](const ColLineFile& loc, const std::string& path, const char* why) {
                 Message::Tell<vhdl_msg::StoreCannotRestore>(&loc, key.c_str(), library.Name().c_str(), path.c_str(),
                                                             why);
@@ -364,10 +413,14 @@ std::string VhdlStore::Encode(VhdlPrimaryUnit& unit, Protect* cipher) {
 }
 
 VhdlPrimaryUnit* VhdlStore::Decode(VhdlLibrary& library, const std::string& key, std::string_view bytes,
-                                   Protect* cipher) {
+                                   Protect* cipher, const std::string& origin) {
     store::SessionScope<Vhdl> scope;
-    const std::string payload = StoreOpen(Kind(), bytes, cipher);
-    return VhdlLoader(library, key, payload, *scope.session).run();
+    std::string plain;
+    const std::string_view payload = StoreOpen(Kind(), bytes, cipher, plain);
+    auto loader = std::make_unique<VhdlLoader>(library, key, payload, *scope.session, origin);
+    VhdlPrimaryUnit* unit = loader->run();
+    if (loader->pending()) library.AddPendingUnits(unit, std::move(loader));
+    return unit;
 }
 
 StoreKind VhdlStore::Kind() { return {"SIFT-VDB", Vhdl::kFormat, Layout()}; }

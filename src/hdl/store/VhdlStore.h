@@ -28,8 +28,11 @@ struct VhdlStore {
     // Reads a saved form of the unit `key` into `library` and returns the unit, now
     // stored there with its secondary units, or throws StoreError; the library is left
     // as it was then. The units that it links to are looked up (and restored) first.
+    // Secondary units that nothing of the primary unit leads to are read when first
+    // asked for; a fault found then is reported (at `origin`, the file) and leaves
+    // them absent.
     static VhdlPrimaryUnit* Decode(VhdlLibrary& library, const std::string& key, std::string_view bytes,
-                                   Protect* cipher);
+                                   Protect* cipher, const std::string& origin = std::string());
     // The layout of the node classes (their fields and links, by kind), which saved
     // files must match.
     static uint64_t Layout();

@@ -91,6 +91,11 @@ VhdlPrimaryUnit* VhdlLibrary::AddPrimUnit(VhdlPrimaryUnit* unit) {
     return nullptr;
 }
 
+void VhdlLibrary::AddPendingUnits(VhdlPrimaryUnit* unit, std::unique_ptr<VhdlPendingUnits> pending) {
+    unit->pendingUnits = pending.get();
+    pending_.push_back(std::move(pending));
+}
+
 Protect* vhdl_file::_protect = nullptr;
 
 void vhdl_file::SetUnitSource(VhdlUnitSource* source) { S().source = source; }

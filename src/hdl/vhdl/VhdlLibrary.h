@@ -41,12 +41,15 @@ public:
     const std::vector<VhdlPrimaryUnit*>& PrimaryUnits() const { return units_; }
     // Stores the unit, replacing one of the same name; returns the replaced unit.
     VhdlPrimaryUnit* AddPrimUnit(VhdlPrimaryUnit* unit);
+    // Makes `pending` the unread secondary units of `unit`, kept as long as the library.
+    void AddPendingUnits(VhdlPrimaryUnit* unit, std::unique_ptr<VhdlPendingUnits> pending);
 
 private:
     std::string name_;
     std::vector<VhdlPrimaryUnit*> units_;
     std::unordered_map<std::string, size_t> index_;
     std::vector<std::unique_ptr<std::vector<VhdlSecondaryUnit*>>> secondaryLists_;
+    std::vector<std::unique_ptr<VhdlPendingUnits>> pending_;
 };
 
 // A unit that a later analysis replaced, for callers that record duplicates.

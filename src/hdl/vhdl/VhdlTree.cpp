@@ -283,6 +283,7 @@ bool SameName(std::string_view a, const char* b) {
 } // namespace
 
 VhdlSecondaryUnit* VhdlPrimaryUnit::GetSecondaryUnit(const char* name) const {
+    RestorePending();
     if (!secondaryUnits) return nullptr;
     if (!name) {
         if (lastArchitecture) return lastArchitecture;
@@ -295,6 +296,7 @@ VhdlSecondaryUnit* VhdlPrimaryUnit::GetSecondaryUnit(const char* name) const {
 }
 
 VhdlSecondaryUnit* VhdlPrimaryUnit::AddSecondaryUnit(VhdlSecondaryUnit* unit) {
+    RestorePending(); // so that the new unit comes after them, or replaces one
     VhdlSecondaryUnit* replaced = nullptr;
     if (secondaryUnits) {
         for (auto& old : *secondaryUnits) {

@@ -1174,15 +1174,34 @@ public:
 
 class VhdlSecondaryUnit : public VhdlDesignUnit {};
 
+// Secondary units of a restored primary unit that are read only when first asked for
+// (a package body, which a design that uses the package rarely needs).
+class VhdlPendingUnits {
+public:
+    virtual ~VhdlPendingUnits() = default;
+    // Adds them to their primary unit; does nothing after the first call.
+    virtual void Restore() = 0;
+};
+
 class VhdlPrimaryUnit : public VhdlDesignUnit {
 public:
     // By name, case-insensitively; a null name gives the most recently analysed
     // architecture (or the one secondary unit of a package).
     VhdlSecondaryUnit* GetSecondaryUnit(const char* name) const;
     // In order of analysis; a re-analysed secondary unit takes the place of the old.
-    const std::vector<VhdlSecondaryUnit*>& GetSecondaryUnits() const { return *secondaryUnits; }
+    const std::vector<VhdlSecondaryUnit*>& GetSecondaryUnits() const {
+        RestorePending();
+        return *secondaryUnits;
+    }
     // Adds or replaces; returns the unit replaced, if any.
     VhdlSecondaryUnit* AddSecondaryUnit(VhdlSecondaryUnit* unit);
+    // Reads the secondary units not read yet, if any.
+    void RestorePending() const {
+        if (VhdlPendingUnits* pending = pendingUnits) {
+            pendingUnits = nullptr;
+            pending->Restore();
+        }
+    }
     auto Links() { return std::tuple_cat(VhdlDesignUnit::Links(), std::tie(lastArchitecture)); }
 
     // Of a copy that elaboration made for generic values or a configuration: the name
@@ -1194,6 +1213,8 @@ public:
     std::vector<VhdlSecondaryUnit*>* secondaryUnits = nullptr;
     VhdlSecondaryUnit* lastArchitecture = nullptr;
     std::string_view originalName;
+    // Owned by the library, like the list of secondary units.
+    mutable VhdlPendingUnits* pendingUnits = nullptr;
 };
 
 class VhdlEntityDecl : public VhdlPrimaryUnit {

@@ -300,6 +300,8 @@ TEST_F(VhdlStoreTest, BindingsAndConfigurationsComeBack) {
     ASSERT_NE(cfg, nullptr);
     EXPECT_EQ(cfg->GetEntity(), work->GetPrimUnit("top"));
     auto* leaf = work->GetPrimUnit("leaf");
+    // The primary unit leads to its last architecture: they came back together.
+    EXPECT_EQ(leaf->pendingUnits, nullptr);
     // The last architecture analysed is the default binding; both came back in order.
     ASSERT_EQ(leaf->GetSecondaryUnits().size(), 2u);
     EXPECT_EQ(leaf->GetSecondaryUnit(nullptr), leaf->GetSecondaryUnit("two"));
@@ -389,6 +391,31 @@ TEST_F(BrokenFiles, IntactFileRestoresAndEveryCutIsRefused) {
         EXPECT_TRUE(why.find("truncated") != std::string::npos || why.find("not a saved unit") != std::string::npos)
             << cut << ": " << why;
     }
+}
+
+// A package's body is read when first asked for, and a fault in it is found then: the
+// package stays, the body is absent, and the fault is told once.
+TEST_F(BrokenFiles, PackageBodyIsReadWhenAskedFor) {
+    VhdlPrimaryUnit* unit = restore();
+    ASSERT_NE(unit, nullptr);
+    EXPECT_NE(unit->pendingUnits, nullptr);
+    ASSERT_EQ(unit->GetSecondaryUnits().size(), 1u);
+    EXPECT_EQ(unit->pendingUnits, nullptr);
+    EXPECT_EQ(unit->GetSecondaryUnit(nullptr)->GetClassId(), VhdlPackageBody::kClassId);
+    EXPECT_TRUE(gMessages.empty());
+    // The same payload with a byte behind the body's last node, sealed anew.
+    WriteBytes(file, StoreSeal(VhdlStore::Kind(), good.substr(40) + '\0', nullptr));
+    unit = restore();
+    ASSERT_NE(unit, nullptr);
+    EXPECT_TRUE(gMessages.empty());
+    EXPECT_TRUE(unit->GetSecondaryUnits().empty());
+    ASSERT_EQ(gMessages.size(), 1u);
+    EXPECT_EQ(gMessages[0], "VHDL-1700 cannot restore unit 'std_logic_1164' of library 'ieee' from '" + file +
+                                "': the file has bytes after its last node");
+    EXPECT_EQ(unit->GetSecondaryUnit("std_logic_1164"), nullptr);
+    EXPECT_EQ(gMessages.size(), 1u);
+    // The package itself stays in its library.
+    EXPECT_EQ(vhdl_file::GetLibrary("ieee")->GetPrimUnit("std_logic_1164"), unit);
 }
 
 TEST_F(BrokenFiles, DamageVersionAndLayoutAreNamed) {
