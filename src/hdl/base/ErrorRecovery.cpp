@@ -21,7 +21,18 @@ ErrorRecovery::Verdict ErrorRecovery::OnError(uint32_t fileId, size_t goodTokens
     const bool echo = any_ && goodTokens < quietUntil_;
     any_ = true;
     quietUntil_ = goodTokens + kEchoTokens;
-    if (echo || file.told >= kMaxErrorsPerFile) return Quiet;
+    if (echo) return Quiet;
+    return Count(file);
+}
+
+ErrorRecovery::Verdict ErrorRecovery::OnLineError(uint32_t fileId) {
+    FileCount& file = CountOf(fileId);
+    ++file.found;
+    return Count(file);
+}
+
+ErrorRecovery::Verdict ErrorRecovery::Count(FileCount& file) {
+    if (file.told >= kMaxErrorsPerFile) return Quiet;
     ++file.told;
     return file.told == kMaxErrorsPerFile ? TellLast : Tell;
 }

@@ -6,6 +6,8 @@
 // counted, not told, and it starts the window again. Tokens skipped to re-synchronise
 // do not count, so a file of garbage costs one message however its recovery goes.
 //
+// Directive errors are line-based: no echoes, but the same cap.
+//
 // Cap: at most kMaxErrorsPerFile errors are told per file; the error that reaches the
 // cap is told together with the parser's closing message, and later errors of that file
 // are not told.
@@ -31,6 +33,9 @@ public:
     // An error in file `fileId` found when the parser had read `goodTokens` tokens of
     // usable text (a count that only grows over the parser's run).
     Verdict OnError(uint32_t fileId, size_t goodTokens);
+    // An error of a line-based directive (a preprocessor's, a tool directive's): each
+    // stands on its own line and is never an echo, but it counts against the cap.
+    Verdict OnLineError(uint32_t fileId);
 
     // Errors told in the file, and all errors found in it (told, echoes, over the cap).
     unsigned Told(uint32_t fileId) const;
@@ -44,6 +49,7 @@ private:
         unsigned found;
     };
     FileCount& CountOf(uint32_t fileId);
+    Verdict Count(FileCount& file); // against the cap
     const FileCount* Find(uint32_t fileId) const;
 
     bool any_ = false;

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <deque>
 
+#include "hdl/base/ErrorRecovery.h"
 #include "hdl/base/Message.h"
 #include "hdl/sv/VeriLexTables.h"
 #include "hdl/sv/VeriLexer.h"
@@ -79,6 +80,7 @@ struct VeriPreprocessor::Impl {
     // Nesting of module/primitive/program/package bodies, where `resetall is illegal.
     size_t designDepth = 0;
     size_t expansionBytes = 0;
+    ErrorRecovery recovery;
 
     void trackDesignElements(uint16_t kind) {
         switch (kind) {
@@ -159,7 +161,7 @@ struct VeriPreprocessor::Impl {
         VeriFrame& f = *frames.back();
         if (f.isFile && conds.size() > f.condDepthAtEntry) {
             ColLineFile at = f.lexer.positionAt(f.lexer.text().size());
-            Message::Tell<veri_msg::ConditionalsNotClosed>(&at, unsigned(conds.size() - f.condDepthAtEntry));
+            error<veri_msg::ConditionalsNotClosed>(&at, unsigned(conds.size() - f.condDepthAtEntry));
             conds.resize(f.condDepthAtEntry);
         }
         frames.pop_back(); // closes the file's stream after everything it included
@@ -207,9 +209,17 @@ struct VeriPreprocessor::Impl {
     }
 
     template <const MessageText& M>
-    static void syntaxError(const VeriToken& at) {
+    void syntaxError(const VeriToken& at) {
         ColLineFile loc(at.fileId, at.line, at.col);
-        Message::Tell<M>(&loc);
+        error<M>(&loc);
+    }
+
+    // Errors in the text count against the file's cap of errors (ErrorRecovery), as the
+    // lexer's do. Files that cannot be read are no errors in a text, and are always told.
+    template <const MessageText& M, typename... A>
+    void error(const ColLineFile* loc, A... args) {
+        if (recovery.OnLineError(loc->fileId) == ErrorRecovery::Quiet) return;
+        Message::Tell<M>(loc, args...);
     }
 
     // --- directives -------------------------------------------------------------------
@@ -258,7 +268,7 @@ struct VeriPreprocessor::Impl {
         }
         if (conds.size() <= (frames.empty() ? 0 : frameCondFloor())) {
             std::string d(dir);
-            Message::Tell<veri_msg::ConditionalWithoutIfdef>(&loc, d.c_str());
+            error<veri_msg::ConditionalWithoutIfdef>(&loc, d.c_str());
             if (dir == "elsif") readName(f);
             return;
         }
@@ -269,7 +279,7 @@ struct VeriPreprocessor::Impl {
         }
         if (c.sawElse) {
             std::string d(dir);
-            Message::Tell<veri_msg::ConditionalAfterElse>(&loc, d.c_str());
+            error<veri_msg::ConditionalAfterElse>(&loc, d.c_str());
         }
         if (dir == "else") {
             c.sawElse = true;
@@ -359,7 +369,7 @@ struct VeriPreprocessor::Impl {
         size_t e = s.find(endMarker, f.lexer.pos());
         ColLineFile loc(at.fileId, at.line, at.col);
         if (e == std::string_view::npos) {
-            Message::Tell<veri_msg::ProtectedWithoutEnd>(&loc, endMarker);
+            error<veri_msg::ProtectedWithoutEnd>(&loc, endMarker);
             f.lexer.setPos(s.size());
             return;
         }
@@ -419,7 +429,7 @@ struct VeriPreprocessor::Impl {
     void doKeywords(VeriFrame& f, const VeriToken& at, bool begin) {
         ColLineFile loc(at.fileId, at.line, at.col);
         if (!begin) {
-            if (keywordStack.empty()) Message::Tell<veri_msg::EndKeywordsWithoutBegin>(&loc);
+            if (keywordStack.empty()) error<veri_msg::EndKeywordsWithoutBegin>(&loc);
             else keywordStack.pop_back();
             return;
         }
@@ -428,7 +438,7 @@ struct VeriPreprocessor::Impl {
         size_t p = f.lexer.pos();
         size_t e = p < s.size() && s[p] == '"' ? s.find('"', p + 1) : std::string_view::npos;
         if (e == std::string_view::npos) {
-            Message::Tell<veri_msg::BeginKeywordsNeedsVersion>(&loc);
+            error<veri_msg::BeginKeywordsNeedsVersion>(&loc);
             restOfLine(f);
             return;
         }
@@ -436,7 +446,7 @@ struct VeriPreprocessor::Impl {
         f.lexer.setPos(e + 1);
         int set = veriKeywordSetOf(version);
         if (set < 0) {
-            Message::Tell<veri_msg::UnknownKeywordVersion>(&loc, version.c_str());
+            error<veri_msg::UnknownKeywordVersion>(&loc, version.c_str());
             keywordStack.push_back(keywordSet());
             return;
         }
@@ -455,11 +465,11 @@ struct VeriPreprocessor::Impl {
             VeriArgScan scan = scanMacroArgs(f.lexer.text(), p, spans);
             std::string nm(name);
             if (scan == VeriArgScan::NoList) {
-                Message::Tell<veri_msg::MacroNeedsArguments>(&loc, nm.c_str());
+                error<veri_msg::MacroNeedsArguments>(&loc, nm.c_str());
                 return false;
             }
             if (scan == VeriArgScan::Unclosed) {
-                Message::Tell<veri_msg::MacroArgumentsNotClosed>(&loc, nm.c_str());
+                error<veri_msg::MacroArgumentsNotClosed>(&loc, nm.c_str());
                 f.lexer.setPos(p);
                 return false;
             }
@@ -478,11 +488,11 @@ struct VeriPreprocessor::Impl {
         const VeriMacro* m = pp.macros_.find(name);
         if (!m) {
             std::string nm(name);
-            Message::Tell<veri_msg::MacroNotDefined>(&loc, nm.c_str());
+            error<veri_msg::MacroNotDefined>(&loc, nm.c_str());
             return;
         }
         if (frames.size() >= kMaxFrames) {
-            Message::Tell<veri_msg::ExpansionsNestTooDeep>(&loc);
+            error<veri_msg::ExpansionsNestTooDeep>(&loc);
             return;
         }
         uint32_t expansion = currentExpansion();
@@ -493,7 +503,7 @@ struct VeriPreprocessor::Impl {
         VeriMappedText out;
         if (!expandAt(f, *m, loc, out)) return;
         if (expansionBytes <= kMaxExpansionBytes && expansionBytes + out.text.size() > kMaxExpansionBytes)
-            Message::Tell<veri_msg::ExpansionsTooLarge>(&loc, unsigned(kMaxExpansionBytes));
+            error<veri_msg::ExpansionsTooLarge>(&loc, unsigned(kMaxExpansionBytes));
         expansionBytes += out.text.size();
         if (expansionBytes <= kMaxExpansionBytes) pushExpansion(std::move(out), expansion, at);
     }
@@ -503,7 +513,7 @@ struct VeriPreprocessor::Impl {
         ColLineFile loc(t.fileId, t.line, t.col);
         if (name.empty() || !isIdentStart(name[0])) {
             std::string text(t.text);
-            Message::Tell<veri_msg::BacktickOutsideMacro>(&loc, text.c_str());
+            error<veri_msg::BacktickOutsideMacro>(&loc, text.c_str());
             return;
         }
         if (name == "ifdef" || name == "ifndef" || name == "elsif" || name == "else" || name == "endif")

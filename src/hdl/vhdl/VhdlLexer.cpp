@@ -48,6 +48,18 @@ void VhdlLexer::Advance() {
     ++pos_;
 }
 
+namespace {
+
+// Errors of tool directives count against the file's cap of errors, as the lexer's other
+// errors do; each stands on its own line.
+template <const MessageText& M, typename... A>
+void TellDirectiveError(ErrorRecovery& recovery, const ColLineFile& loc, A... args) {
+    if (recovery.OnLineError(loc.fileId) == ErrorRecovery::Quiet) return;
+    Message::Tell<M>(&loc, args...);
+}
+
+} // namespace
+
 template <const MessageText& M>
 void VhdlLexer::Error(std::string_view arg) {
     ++errors_;
@@ -212,7 +224,7 @@ void VhdlLexer::Directive() {
     if (name == "elsif" || name == "else") {
         if (conditions_.empty()) {
             ++errors_;
-            Message::Tell<vhdl_msg::DirectiveWithoutIf>(&loc, name.c_str());
+            TellDirectiveError<vhdl_msg::DirectiveWithoutIf>(recovery_, loc, name.c_str());
             return;
         }
         // The branch before was taken: everything up to `end is inactive.
@@ -222,7 +234,7 @@ void VhdlLexer::Directive() {
     if (name == "end") {
         if (conditions_.empty()) {
             ++errors_;
-            Message::Tell<vhdl_msg::EndWithoutIf>(&loc);
+            TellDirectiveError<vhdl_msg::EndWithoutIf>(recovery_, loc);
         } else {
             conditions_.pop_back();
         }
@@ -239,7 +251,7 @@ void VhdlLexer::Directive() {
         return;
     }
     ++errors_;
-    Message::Tell<vhdl_msg::UnknownDirective>(&loc, name.c_str());
+    TellDirectiveError<vhdl_msg::UnknownDirective>(recovery_, loc, name.c_str());
 }
 
 // Skips text of a branch that is not taken. With stopAtElse the scan stops at an
@@ -279,7 +291,7 @@ void VhdlLexer::SkipInactive(bool stopAtElse) {
     }
     ColLineFile loc = Here();
     ++errors_;
-    Message::Tell<vhdl_msg::IfNotClosed>(&loc);
+    TellDirectiveError<vhdl_msg::IfNotClosed>(recovery_, loc);
 }
 
 void VhdlLexer::SkipProtected() {
@@ -334,7 +346,7 @@ bool VhdlLexer::ReadCondition() {
     }
     if (!sawThen) {
         ++errors_;
-        Message::Tell<vhdl_msg::ConditionWithoutThen>(&loc);
+        TellDirectiveError<vhdl_msg::ConditionWithoutThen>(recovery_, loc);
         return false;
     }
     size_t at = 0;
@@ -342,7 +354,7 @@ bool VhdlLexer::ReadCondition() {
     bool value = EvalCondition(words, at, ok);
     if (!ok || at != words.size()) {
         ++errors_;
-        Message::Tell<vhdl_msg::MalformedCondition>(&loc);
+        TellDirectiveError<vhdl_msg::MalformedCondition>(recovery_, loc);
         return false;
     }
     return value;

@@ -50,3 +50,21 @@ TEST(ErrorRecovery, TheCapHoldsPerFile) {
     EXPECT_EQ(r.OnError(5, at + 2), ErrorRecovery::Quiet);
     EXPECT_EQ(r.Found(5), 1u);
 }
+
+TEST(ErrorRecovery, LineErrorsAreNoEchoesButShareTheCap) {
+    ErrorRecovery r;
+    EXPECT_EQ(r.OnError(1, 10), ErrorRecovery::Tell);
+    // Right after a token error, and after each other, at no token in between.
+    EXPECT_EQ(r.OnLineError(1), ErrorRecovery::Tell);
+    EXPECT_EQ(r.OnLineError(1), ErrorRecovery::Tell);
+    // They leave the token errors' window where it was.
+    EXPECT_EQ(r.OnError(1, 10 + kWindow - 1), ErrorRecovery::Quiet);
+    for (unsigned i = r.Told(1); i + 1 < ErrorRecovery::kMaxErrorsPerFile; ++i)
+        EXPECT_EQ(r.OnLineError(1), ErrorRecovery::Tell) << i;
+    EXPECT_EQ(r.OnLineError(1), ErrorRecovery::TellLast);
+    EXPECT_EQ(r.OnLineError(1), ErrorRecovery::Quiet);
+    EXPECT_EQ(r.OnError(1, 1000), ErrorRecovery::Quiet);
+    EXPECT_TRUE(r.CapReached(1));
+    EXPECT_EQ(r.OnLineError(2), ErrorRecovery::Tell);
+    EXPECT_EQ(r.Found(1), ErrorRecovery::kMaxErrorsPerFile + 3);
+}

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
+
 #include "VhdlTestUtil.h"
 #include "hdl/vhdl/VhdlLexer.h"
 #include "hdl/vhdl/VhdlMessageIds.h"
@@ -245,6 +248,26 @@ TEST(VhdlLexer, ProtectEnvelopeEndsOnlyAtItsEndDirective) {
     auto l = Lex("a\n`protect begin_protected\n`protect data\nx y\n`Protect END_PROTECTED\nb");
     std::vector<std::string> expect = {"a", "b"};
     EXPECT_EQ(l.spellings, expect);
+}
+
+// Errors of tool directives count against the file's cap: microwatt's helpers.vhdl has
+// none; with a stray `end before each of its lines, the first ones are told, up to the
+// cap, and the tokens are the same.
+TEST(VhdlLexer, DirectiveErrorsStopAtTheFileCap) {
+    std::ifstream in(SIFT_SHARED_DIR "/corpus/microwatt/helpers.vhdl");
+    if (!in) GTEST_SKIP() << "corpus absent";
+    std::stringstream real;
+    real << in.rdbuf();
+    test::MessageCapture capture;
+    const Lexed clean = Lex(real.str());
+    EXPECT_GT(clean.spellings.size(), 1000u);
+    EXPECT_EQ(capture.Count(MSG_ERROR), 0u) << capture.Errors();
+
+    std::string broken;
+    std::istringstream lines(real.str());
+    for (std::string line; std::getline(lines, line);) broken += "`end\n" + line + "\n";
+    EXPECT_EQ(Lex(broken).spellings, clean.spellings);
+    EXPECT_EQ(capture.Count(MSG_ERROR), size_t(ErrorRecovery::kMaxErrorsPerFile));
 }
 
 } // namespace

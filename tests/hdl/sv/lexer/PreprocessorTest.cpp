@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "LexTestSupport.h"
+#include "hdl/base/ErrorRecovery.h"
 #include "hdl/sv/VeriMessageIds.h"
 #include "hdl/sv/VeriPreprocessor.h"
 
@@ -442,4 +443,35 @@ TEST(VeriPreprocessor, MalformedDirectivesAreReportedAndLeaveStateAlone) {
     EXPECT_EQ(pp.defaultNettype(), "wire");
     EXPECT_EQ(mc.count(veri_msg::kDirectiveSyntax), 7u) << mc.all();
     EXPECT_EQ(mc.count(veri_msg::kKeywordsVersion), 2u) << mc.all();
+}
+
+// Errors in a file's text count against the file's cap: picorv32 as it is has none; with
+// an undefined macro before each of its lines, the first ones are told, up to the cap.
+TEST(VeriPreprocessor, ErrorsInTextStopAtTheFileCap) {
+    std::ifstream in(SIFT_SHARED_DIR "/corpus/picorv32/picorv32.v");
+    if (!in) GTEST_SKIP() << "corpus absent";
+    std::stringstream real;
+    real << in.rdbuf();
+    MessageCapture mc;
+    std::string clean;
+    {
+        VeriPreprocessor pp({});
+        pp.pushText(real.str(), "picorv32.v");
+        clean = joined(allTokens(pp));
+    }
+    EXPECT_GT(clean.size(), 10000u);
+    EXPECT_EQ(mc.errors(), 0u) << mc.all();
+
+    std::string broken;
+    std::istringstream lines(real.str());
+    for (std::string line; std::getline(lines, line);) broken += "`PICORV32_MISSPELT " + line + "\n";
+    VeriPreprocessor pp({});
+    pp.pushText(broken, "broken.v");
+    EXPECT_EQ(joined(allTokens(pp)), clean);
+    EXPECT_EQ(mc.count(veri_msg::kUndefinedMacro), size_t(ErrorRecovery::kMaxErrorsPerFile));
+    ASSERT_EQ(mc.errors(), size_t(ErrorRecovery::kMaxErrorsPerFile));
+    // The first ones, in order of their lines.
+    EXPECT_EQ(test::capturedMessages().front().line, 1u);
+    for (size_t i = 1; i < test::capturedMessages().size(); ++i)
+        EXPECT_GT(test::capturedMessages()[i].line, test::capturedMessages()[i - 1].line);
 }
