@@ -35,6 +35,14 @@ struct ElabUnit {
     const void* source = nullptr;
     const void* body = nullptr;
     std::vector<ElabInstance> instances; // in source order
+    // Verilog generic interface ports (`interface bus`): the interface instance's unit
+    // each is connected to, and the modport, in port order.
+    struct InterfacePort {
+        std::string port;
+        ElabUnitId unit = 0;
+        std::string modport; // empty when none
+    };
+    std::vector<InterfacePort> interfacePorts;
 };
 
 struct ElabTop {

@@ -8,7 +8,9 @@
 
 #include "hdl/base/Message.h"
 #include "hdl/elab/ElabNaming.h"
+#include "hdl/elab/VeriConfigBinding.h"
 #include "hdl/elab/VeriEvaluator.h"
+#include "hdl/elab/VeriUselib.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/sv/VeriParserMessageIds.h"
 #include "hdl/sv/VeriTokens.h"
@@ -225,9 +227,23 @@ struct VeriElaborator::Impl {
     std::unordered_map<ElabUnitId, VeriModule*> modules; // the tree of each unit
     std::unordered_set<std::string> inProgress; // keys of the units being walked
     std::unordered_map<const VeriModuleItem*, bool> holdsInstances;
+    VeriConfigState config; // the configuration in force for the unit being elaborated
+    using InterfacePorts = std::vector<ElabUnit::InterfacePort>;
+    const InterfacePorts* interfaces = nullptr; // those of the unit being elaborated
+    InterfacePorts pendingInterfaces; // those of the unit about to be elaborated
+    // A bind directive: into every instance of a module (no paths), into the listed
+    // instances of a module (`bind m : top.u1, u2`), or into one instance whatever its
+    // module (`bind top.u1 ...`, its path and no module).
+    struct Bind {
+        const VeriBindDirective* directive;
+        std::vector<std::string> paths; // as written, dotted
+    };
     // bind directives by the name of the module they bind into, in library order.
-    std::unordered_map<std::string, std::vector<const VeriBindDirective*>> binds;
+    std::unordered_map<std::string, std::vector<Bind>> binds;
+    std::vector<Bind> pathBinds; // into one instance by its path
+    bool bindsByPath = false; // some bind names instances: units differ by their path
     bool bindsCollected = false;
+    std::string path; // the instance path of the unit being elaborated (`top.u1`)
 
     void CollectBinds() {
         if (bindsCollected) return;
@@ -239,10 +255,56 @@ struct VeriElaborator::Impl {
                     auto* b = dynamic_cast<const VeriBindDirective*>(item);
                     auto* inst = b ? dynamic_cast<const VeriModuleInstantiation*>(b->instantiation) : nullptr;
                     if (!inst || !b->target) continue;
-                    binds[std::string(b->target->GetName())].push_back(b);
+                    Bind bind{b, {}};
+                    VeriFrame constants;
+                    std::string text;
+                    for (const VeriExpression* t : b->targetInstances)
+                        if (t && PathText(t, eval, &constants, text)) bind.paths.push_back(text);
+                    bindsByPath = bindsByPath || !bind.paths.empty();
+                    if (dynamic_cast<const VeriIdRef*>(b->target)) {
+                        binds[std::string(b->target->GetName())].push_back(std::move(bind));
+                    } else if (PathText(b->target, eval, &constants, text)) {
+                        bind.paths = {text};
+                        bindsByPath = true;
+                        pathBinds.push_back(std::move(bind));
+                    }
                 }
             }
         }
+    }
+
+    // Whether a path as written names the instance at `full`: the whole path, or its
+    // end (a path relative to where the bind stands).
+    static bool NamesPath(const std::string& written, const std::string& full) {
+        if (written == full) return true;
+        return full.size() > written.size() && full[full.size() - written.size() - 1] == '.' &&
+               full.compare(full.size() - written.size(), written.size(), written) == 0;
+    }
+    static bool Names(const Bind& b, const std::string& full) {
+        for (const std::string& p : b.paths)
+            if (NamesPath(p, full)) return true;
+        return false;
+    }
+    // Whether a bind by path reaches the unit at `path` or an instance below it.
+    bool BindsAtOrBelow() const {
+        auto reaches = [&](const std::string& written) {
+            for (size_t from = 0;;) {
+                std::string_view end = std::string_view(path).substr(from);
+                if (written.size() >= end.size() && written.compare(0, end.size(), end) == 0 &&
+                    (written.size() == end.size() || written[end.size()] == '.'))
+                    return true;
+                size_t dot = path.find('.', from);
+                if (dot == std::string::npos) return false;
+                from = dot + 1;
+            }
+        };
+        for (const auto& [name, list] : binds)
+            for (const Bind& b : list)
+                for (const std::string& p : b.paths)
+                    if (reaches(p)) return true;
+        for (const Bind& b : pathBinds)
+            if (reaches(b.paths[0])) return true;
+        return false;
     }
 
     // A generate loop without instances adds nothing to the hierarchy: it is not unrolled.
@@ -301,8 +363,85 @@ struct VeriElaborator::Impl {
     void CollectDefparams(Unit& unit, const ArenaArray<VeriModuleItem*>& items, VeriFrame* frame,
                           const std::string& prefix);
     std::string GenblkName(unsigned construct, VeriScope* scope) const;
+    bool ConnectInterfaces(const Unit& unit, const VeriModule* module, const VeriInstId* id, VeriFrame* frame,
+                           const std::string& prefix, const std::string& instName, InterfacePorts& out);
     VeriModule* Store(VeriModule* m, const std::string& copyName, const std::vector<InstanceRecord>& records);
 };
+
+// The interface instance each generic interface port of `module` is connected to by the
+// instance `id` of the unit: an interface instance of the unit (the innermost generate
+// block first), or a generic interface port of the unit itself, passed on. An actual
+// written `b.mp` gives the modport, unless the port names one itself. A port left open or
+// connected to something that is no interface is reported; an actual not found yet (an
+// interface instance further down the unit) is recorded as unit 0.
+bool VeriElaborator::Impl::ConnectInterfaces(const Unit& unit, const VeriModule* module, const VeriInstId* id,
+                                             VeriFrame* frame, const std::string& prefix, const std::string& instName,
+                                             InterfacePorts& out) {
+    bool named = false, dotStar = false;
+    for (const VeriExpression* pc : id->portConnects) {
+        named = named || dynamic_cast<const VeriPortConnect*>(pc) || dynamic_cast<const VeriDotStar*>(pc);
+        dotStar = dotStar || dynamic_cast<const VeriDotStar*>(pc);
+    }
+    size_t position = 0;
+    for (const VeriTreeNode* port : module->ports) {
+        auto* decl = dynamic_cast<const VeriAnsiPortDecl*>(port);
+        if (!decl) {
+            ++position;
+            continue;
+        }
+        for (const VeriIdDef* pid : decl->ids) {
+            size_t pos = position++;
+            if (!pid || !decl->interfacePort || decl->dataType) continue;
+            const VeriExpression* actual = nullptr;
+            std::string text;
+            for (const VeriExpression* pc : id->portConnects)
+                if (auto* n = dynamic_cast<const VeriPortConnect*>(pc); n && n->portName == pid->Name())
+                    actual = n->connection;
+            if (!actual && !named && pos < id->portConnects.Size()) actual = id->portConnects[pos];
+            ElabUnit::InterfacePort bound{std::string(pid->Name()), 0, std::string(decl->modport)};
+            const VeriExpression* base = actual;
+            if (auto* sel = dynamic_cast<const VeriSelectedName*>(actual)) {
+                base = sel->prefix;
+                if (bound.modport.empty()) bound.modport = std::string(sel->suffix);
+            }
+            if (base && !PathText(base, eval, frame, text)) base = nullptr;
+            if (!actual && dotStar) text = bound.port;
+            bool found = false;
+            if (!text.empty()) {
+                // The innermost generate block first, then outwards.
+                for (std::string scope = prefix;;) {
+                    for (const ElabInstance& inst : unit.instances)
+                        if (inst.name == scope + text) {
+                            bound.unit = inst.unit;
+                            found = true;
+                        }
+                    if (found || scope.empty()) break;
+                    size_t cut = scope.rfind('.', scope.size() - 2);
+                    scope = cut == std::string::npos ? std::string() : scope.substr(0, cut + 1);
+                }
+                if (!found && interfaces)
+                    for (const ElabUnit::InterfacePort& own : *interfaces)
+                        if (own.port == text) {
+                            bound.unit = own.unit;
+                            if (bound.modport.empty()) bound.modport = own.modport;
+                            found = true;
+                        }
+                const VeriIdDef* local =
+                    found || !unit.module->GetScope() ? nullptr : unit.module->GetScope()->findLocal(text);
+                // An interface instance declared further down is no mistake; a net is.
+                if (!found && (!local || local->GetClassId() == ID_VERIINSTID)) found = true;
+            }
+            if (!found) {
+                Error();
+                ColLineFile loc = id->Linefile();
+                Message::Tell<veri_msg::ElabGenericInterface>(&loc, bound.port.c_str(), instName.c_str());
+                return false;
+            }
+            out.push_back(std::move(bound));
+        }
+    }
+    return true;
+}
 
 std::string VeriElaborator::Impl::GenblkName(unsigned construct, VeriScope* scope) const {
     // genblk<n>, with leading zeros while the name is declared in the scope.
@@ -344,6 +483,8 @@ void VeriElaborator::Impl::CollectDefparams(Unit& unit, const ArenaArray<VeriMod
 
 ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<const VeriIdDef*, Override> overrides,
                                            std::vector<Defparam> defparams, const VeriTreeNode* where) {
+    InterfacePorts ownInterfaces = std::move(pendingInterfaces);
+    pendingInterfaces.clear();
     if (depth >= limits.instanceDepth) {
         Error();
         ColLineFile loc = where ? where->Linefile() : m->Linefile();
@@ -404,6 +545,16 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
     }
     std::string copyName = ElabCopyName(m->Name(), differing);
     std::string key = (m->GetLibrary() ? m->GetLibrary()->GetName() : std::string()) + "\n" + copyName;
+    // A module with generic interface ports differs by the interfaces connected.
+    for (const ElabUnit::InterfacePort& p : ownInterfaces)
+        key += "\n" + p.port + "=" + std::to_string(p.unit) + "." + p.modport;
+    // Under a configuration, what lies below depends on the libraries in force and on
+    // instance rules for paths below this one.
+    if (config.config) {
+        key += "\nconfig " + std::string(config.config->Name());
+        for (const std::string& l : config.liblist) key += " " + l;
+        if (VeriConfigRulesBelow(config)) key += "\n@" + config.path;
+    }
     std::vector<Defparam> below;
     for (Defparam& dp : defparams)
         if (!dp.path.empty()) below.push_back(std::move(dp));
@@ -412,6 +563,9 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
     if (!below.empty()) {
         for (const Defparam& dp : below) key += "\n" + dp.path + "." + dp.param + "=" + dp.value.Image();
     }
+    // Binds into instances by their paths make the units on the way there differ.
+    CollectBinds();
+    if (bindsByPath && BindsAtOrBelow()) key += "\n@" + path;
     // A unit that instantiates itself with the same values would never end.
     if (inProgress.count(key)) {
         Error();
@@ -427,15 +581,22 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
     CollectDefparams(unit, m->items, &frame, "");
     ++depth;
     inProgress.insert(key);
+    const InterfacePorts* interfacesAbove = interfaces;
+    interfaces = &ownInterfaces;
     Walk(unit, m->items, &frame, "", m->GetScope());
-    // bind directives add their instances to every instance of the target module, or,
-    // with a list of instances, to those of this unit's name (`bind m : u1, u2 ...`
-    // names instances of m by their paths, which a unit does not know: all of them).
-    CollectBinds();
+    // bind directives add their instances to every instance of the target module, or
+    // to those their list names, and to the instance a path names.
     auto bound = binds.find(std::string(m->Name()));
     if (bound != binds.end())
-        for (const VeriBindDirective* b : bound->second)
-            Instantiate(unit, static_cast<const VeriModuleInstantiation*>(b->instantiation), &frame, "", true);
+        for (const Bind& b : bound->second)
+            if (b.paths.empty() || Names(b, path))
+                Instantiate(unit, static_cast<const VeriModuleInstantiation*>(b.directive->instantiation), &frame, "",
+                            true);
+    for (const Bind& b : pathBinds)
+        if (Names(b, path))
+            Instantiate(unit, static_cast<const VeriModuleInstantiation*>(b.directive->instantiation), &frame, "",
+                        true);
+    interfaces = interfacesAbove;
     inProgress.erase(key);
     --depth;
     ElabUnit u;
@@ -444,6 +605,7 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
     u.module = std::string(m->Name());
     u.copyName = copyName;
     u.instances = std::move(unit.instances);
+    u.interfacePorts = std::move(ownInterfaces);
     VeriModule* stored = Store(m, copyName, unit.records);
     u.source = stored;
     ElabUnitId id = design.Add(std::move(u));
@@ -652,7 +814,11 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
         library = std::string(sn->prefix ? sn->prefix->GetName() : std::string_view());
         name = std::string(sn->name);
     }
-    VeriModule* bound = VeriFindModule(name, library, unit.module);
+    // Under a configuration each instance is bound by its own path (below); a library
+    // written in front of the module beats `uselib directives, which beat the search.
+    VeriModule* bound = nullptr;
+    if (!config.config && library.empty() && !inst->uselib.empty()) bound = VeriUselibFind(inst->uselib, name, library);
+    else if (!config.config) bound = VeriFindModule(name, library, unit.module);
     if (bound && bound->IsPrimitive()) bound = nullptr; // user primitives are leaves, not instances
     if (!bound && (inst->GetInstantiatedModule() && inst->GetInstantiatedModule()->IsPrimitive())) return;
     if (!bound && veri_file::GetModule(name.c_str()) && veri_file::GetModule(name.c_str())->IsPrimitive()) return;
@@ -687,9 +853,18 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
         for (const std::string& instName : names) {
             if (!CountStatement(id)) return;
             ElabUnitId target = 0;
-            if (bound) {
+            VeriModule* module = bound;
+            std::string cellLibrary = library, cell = name;
+            VeriConfigChoice choice;
+            if (config.config) {
+                choice = VeriConfigBind(config, instName, library, name, unit.module);
+                module = choice.module && !choice.module->IsPrimitive() ? choice.module : nullptr;
+                cellLibrary = choice.library;
+                cell = choice.name;
+            }
+            if (module) {
                 // Parameter values: ordered, or named (.P(v)); an empty .P() keeps the default.
-                std::vector<const VeriParamId*> params = OverridableParameters(bound);
+                std::vector<const VeriParamId*> params = OverridableParameters(module);
                 std::unordered_map<const VeriIdDef*, Override> overrides;
                 size_t position = 0;
                 bool bad = false;
@@ -702,7 +877,7 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                             // A localparam of that name cannot be overridden either.
                             Error();
                             ColLineFile loc = pv->Linefile();
-                            std::string mod(bound->Name()), pn(named->portName);
+                            std::string mod(module->Name()), pn(named->portName);
                             Message::Tell<veri_msg::ElabNoParameter>(&loc, mod.c_str(), pn.c_str());
                             bad = true;
                             continue;
@@ -713,7 +888,7 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                     if (position >= params.size()) {
                         Error();
                         ColLineFile loc = pv->Linefile();
-                        std::string mod(bound->Name());
+                        std::string mod(module->Name());
                         Message::Tell<veri_msg::ElabTooManyParameters>(
                             &loc, mod.c_str(), unsigned(inst->paramValues.Size()), unsigned(params.size()));
                         bad = true;
@@ -722,6 +897,31 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                     if (pv && !dynamic_cast<const VeriPortOpen*>(pv))
                         overrides[params[position]] = {pv, frame, false, VeriValue()};
                     ++position;
+                }
+                // A configuration's `use ... #(.P(v))` beats the instance's own values.
+                if (choice.rule && choice.rule->use) {
+                    for (const VeriExpression* pv : choice.rule->use->paramValues) {
+                        auto* named = static_cast<const VeriPortConnect*>(pv);
+                        const VeriParamId* p = nullptr;
+                        for (const VeriParamId* c : params)
+                            if (c->Name() == named->portName) p = c;
+                        if (!p) {
+                            Error();
+                            ColLineFile loc = pv->Linefile();
+                            std::string mod(module->Name()), pn(named->portName);
+                            Message::Tell<veri_msg::ElabNoParameter>(&loc, mod.c_str(), pn.c_str());
+                            bad = true;
+                            continue;
+                        }
+                        if (!named->connection) {
+                            overrides.erase(p);
+                            continue;
+                        }
+                        VeriFrame constants;
+                        overrides[p] = {nullptr, nullptr, true,
+                                        p->IsType() ? eval.TypeValue(named->connection, &constants)
+                                                    : eval.Evaluate(named->connection, &constants)};
+                    }
                 }
                 // Defparams of this unit that lead into the instance.
                 std::vector<Defparam> down;
@@ -737,6 +937,10 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                 // Overrides are evaluated in the instantiating frame, which lives only
                 // during this call: work their values out now.
                 for (auto& [pid, o] : overrides) {
+                    if (o.hasValue) {
+                        if (o.value.kind == VeriValue::None) bad = true;
+                        continue;
+                    }
                     auto* param = static_cast<const VeriParamId*>(pid);
                     if (param->IsType()) {
                         o.value = eval.TypeValue(o.expr, frame);
@@ -751,12 +955,27 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                     if (o.value.kind == VeriValue::None) bad = true;
                 }
                 if (bad) continue; // the instance is left out; the rest goes on
-                target = Elaborate(bound, std::move(overrides), std::move(down), id);
+                InterfacePorts connected;
+                if (module->HasGenericInterfacePorts() &&
+                    !ConnectInterfaces(unit, module, id, frame, prefix, instName, connected))
+                    continue;
+                std::string pathAbove = path;
+                path += "." + instName;
+                pendingInterfaces = std::move(connected);
+                if (config.config) {
+                    VeriConfigState above = std::move(config);
+                    config = std::move(choice.below);
+                    target = Elaborate(module, std::move(overrides), std::move(down), id);
+                    config = std::move(above);
+                } else {
+                    target = Elaborate(module, std::move(overrides), std::move(down), id);
+                }
+                path = std::move(pathAbove);
                 if (!target) continue;
             } else {
                 ElabUnitRequest request;
-                request.library = library;
-                request.name = name;
+                request.library = cellLibrary;
+                request.name = cell;
                 for (const VeriExpression* pv : inst->paramValues) {
                     ElabParam p;
                     const VeriExpression* e = pv;
@@ -773,10 +992,11 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                 if (foreign) target = foreign(design, request);
                 if (!target) {
                     ColLineFile loc = id->Linefile();
-                    Message::Tell<veri_msg::ElabUnboundModule>(&loc, name.c_str(), instName.c_str());
-                    std::string lib =
-                        library.empty() && unit.module->GetLibrary() ? unit.module->GetLibrary()->GetName() : library;
-                    target = design.Unbound(lib, name);
+                    Message::Tell<veri_msg::ElabUnboundModule>(&loc, cell.c_str(), instName.c_str());
+                    std::string lib = cellLibrary.empty() && unit.module->GetLibrary()
+                                          ? unit.module->GetLibrary()->GetName()
+                                          : cellLibrary;
+                    target = design.Unbound(lib, cell);
                 }
             }
             unit.instances.push_back({instName, target});
@@ -847,7 +1067,8 @@ bool VeriElaborator::HasParameter(const VeriModule* module, const std::string& n
     return false;
 }
 
-ElabUnitId VeriElaborator::ElaborateTop(VeriModule* module, const ElabGenericMap& parameters) {
+ElabUnitId VeriElaborator::ElaborateTop(VeriModule* module, const ElabGenericMap& parameters,
+                                        const VeriConfiguration* config) {
     std::unordered_map<const VeriIdDef*, Override> overrides;
     std::vector<const VeriParamId*> params = OverridableParameters(module);
     for (const ElabGenericValue& g : parameters) {
@@ -859,7 +1080,10 @@ ElabUnitId VeriElaborator::ElaborateTop(VeriModule* module, const ElabGenericMap
             overrides[p] = o;
         }
     }
+    impl_->config = config ? VeriConfigTopState(config, module->Name()) : VeriConfigState();
+    impl_->path = std::string(module->Name());
     ElabUnitId id = impl_->Elaborate(module, std::move(overrides), {}, module);
+    impl_->config = VeriConfigState();
     if (id) impl_->design.tops.push_back({std::string(module->Name()), id});
     return id;
 }
@@ -887,6 +1111,7 @@ ElabUnitId VeriElaborator::ElaborateForeign(const ElabUnitRequest& request) {
         }
         overrides[target] = {nullptr, nullptr, true, FromParam(p.value)};
     }
+    impl_->path = std::string(module->Name());
     return impl_->Elaborate(module, std::move(overrides), {}, module);
 }
 
@@ -896,6 +1121,7 @@ bool VeriElaborate(ElabDesign& design, const std::vector<ElabTopRequest>& tops, 
     elab.SetForeignLookup(std::move(foreign));
     unsigned errors = 0;
     std::vector<VeriModule*> modules;
+    std::vector<const VeriConfiguration*> configs; // the configuration of each top, or null
     for (const ElabTopRequest& t : tops) {
         VeriModule* m = VeriFindModule(t.name, t.library, nullptr);
         if (!m) {
@@ -911,9 +1137,11 @@ bool VeriElaborate(ElabDesign& design, const std::vector<ElabTopRequest>& tops, 
                     std::string library;
                     if (auto* sn = dynamic_cast<const VeriScopeName*>(cell))
                         library = std::string(sn->prefix ? sn->prefix->GetName() : std::string_view());
-                    VeriModule* top = VeriFindModule(cell->GetName(), library, nullptr);
+                    // A cell without a library comes from the configuration's library first.
+                    VeriModule* top = VeriFindModule(cell->GetName(), library, config);
                     if (top) {
                         modules.push_back(top);
+                        configs.push_back(static_cast<VeriConfiguration*>(config));
                         continue;
                     }
                     ++errors;
@@ -928,13 +1156,14 @@ bool VeriElaborate(ElabDesign& design, const std::vector<ElabTopRequest>& tops, 
             continue;
         }
         modules.push_back(m);
+        configs.push_back(nullptr);
     }
     for (const ElabGenericValue& g : parameters) {
         bool used = false;
         for (VeriModule* m : modules) used = used || VeriElaborator::HasParameter(m, g.name);
         if (!used) Message::Tell<veri_msg::ElabTopParameter>(nullptr, g.name.c_str());
     }
-    for (VeriModule* m : modules) elab.ElaborateTop(m, parameters);
+    for (size_t i = 0; i < modules.size(); ++i) elab.ElaborateTop(modules[i], parameters, configs[i]);
     return errors + elab.ErrorCount() == 0;
 }
 

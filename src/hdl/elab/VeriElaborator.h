@@ -35,8 +35,10 @@ public:
     void SetForeignLookup(ElabUnitLookup lookup);
 
     // A top module; `parameters` applies to its parameters (names it lacks are left to
-    // the caller). Adds the top to the design.
-    ElabUnitId ElaborateTop(VeriModule* module, const ElabGenericMap& parameters);
+    // the caller). Adds the top to the design. Under `config` (a design cell of it), its
+    // rules bind the hierarchy.
+    ElabUnitId ElaborateTop(VeriModule* module, const ElabGenericMap& parameters,
+                            const VeriConfiguration* config = nullptr);
 
     // The Verilog side's answer to the other language: the module of that name (in the
     // library given, else in any), elaborated for the parameters; 0 when none exists.

@@ -591,6 +591,7 @@ VeriStrength* VeriParser::Impl::parseStrength() {
 
 VeriModuleItem* VeriParser::Impl::parseInstantiation(const VeriToken& start) {
     auto* inst = make<VeriModuleInstantiation>(start);
+    if (!pp.uselib().empty()) inst->uselib = copy(pp.uselib());
     VeriToken n = take();
     auto* ref = make<VeriIdRef>(n);
     ref->name = name(n); // unit names are not looked up in scopes
@@ -1057,6 +1058,88 @@ VeriModuleItem* VeriParser::Impl::parseClass(const VeriToken& start) {
     return c;
 }
 
+VeriExpression* VeriParser::Impl::parseConfigCell() {
+    VeriToken cn = peek();
+    auto* ref = make<VeriIdRef>(cn);
+    ref->name = takeName();
+    finish(ref);
+    if (!accept(VT_DOT)) return ref;
+    auto* sc = make<VeriScopeName>(cn);
+    sc->prefix = ref;
+    sc->name = takeName();
+    finish(sc);
+    return sc;
+}
+
+VeriModuleItem* VeriParser::Impl::parseConfigRule(const VeriToken& start) {
+    VeriConfigRule* r = nullptr;
+    unsigned kind = take().kind;
+    if (kind == VT_INSTANCE) {
+        r = make<VeriInstanceConfig>(start);
+        // top.u1.u2: a name, then one selection per level.
+        VeriToken first = peek();
+        auto* ref = make<VeriIdRef>(first);
+        ref->name = takeName();
+        finish(ref);
+        VeriExpression* path = ref;
+        while (accept(VT_DOT)) {
+            auto* sel = make<VeriSelectedName>(first);
+            sel->prefix = path;
+            sel->suffix = takeName();
+            finish(sel);
+            path = sel;
+        }
+        r->target = path;
+    } else if (kind == VT_CELL) {
+        r = make<VeriCellConfig>(start);
+        r->target = parseConfigCell();
+    } else {
+        r = make<VeriDefaultConfig>(start);
+    }
+    if (accept(VT_LIBLIST)) {
+        r->hasLiblist = true;
+        List<VeriExpression> libs(*this);
+        while (isIdent()) {
+            VeriToken ln = take();
+            auto* ref = make<VeriIdRef>(ln);
+            ref->name = name(ln);
+            finish(ref);
+            libs.push(ref);
+        }
+        r->liblist = libs.freeze();
+    } else if (kind != VT_DEFAULT && at(VT_USE)) {
+        auto* use = make<VeriUseClause>(take());
+        if (isIdent()) use->cell = parseConfigCell();
+        // Parameter values, written `#(.P(v), ...)` or bare `.P(v), ...`.
+        bool parens = accept(VT_HASH);
+        if (parens) expect(VT_LPAREN);
+        if (parens || at(VT_DOT)) {
+            List<VeriExpression> values(*this);
+            while (at(VT_DOT)) {
+                VeriToken dot = take();
+                auto* pc = make<VeriPortConnect>(dot);
+                pc->portName = takeName();
+                expect(VT_LPAREN);
+                if (!at(VT_RPAREN)) pc->connection = parseExpression();
+                expect(VT_RPAREN);
+                finish(pc);
+                values.push(pc);
+                if (!accept(VT_COMMA)) break;
+            }
+            if (parens) expect(VT_RPAREN);
+            use->paramValues = values.freeze();
+        }
+        if (accept(VT_COLON)) use->isConfig = expect(VT_CONFIG);
+        finish(use);
+        r->use = use;
+    } else {
+        syntaxError(peek(), kind == VT_DEFAULT ? "liblist" : "liblist or use");
+    }
+    expect(VT_SEMI);
+    finish(r);
+    return r;
+}
+
 VeriModuleItem* VeriParser::Impl::parseConfig(const VeriToken& start) {
     auto* c = make<VeriConfiguration>(start);
     VeriToken n = peek();
@@ -1069,25 +1152,20 @@ VeriModuleItem* VeriParser::Impl::parseConfig(const VeriToken& start) {
     while (at(VT_LOCALPARAM)) skipToSemi();
     if (accept(VT_DESIGN)) {
         List<VeriExpression> cells(*this);
-        while (isIdent()) {
-            VeriToken cn = take();
-            auto* ref = make<VeriIdRef>(cn);
-            ref->name = name(cn);
-            finish(ref);
-            if (accept(VT_DOT)) {
-                auto* sc = make<VeriScopeName>(cn);
-                sc->prefix = ref;
-                sc->name = takeName();
-                finish(sc);
-                cells.push(sc);
-            } else {
-                cells.push(ref);
-            }
-        }
+        while (isIdent()) cells.push(parseConfigCell());
         c->designCells = cells.freeze();
         expect(VT_SEMI);
     }
-    while (!at(VT_ENDCONFIG) && !atEof()) take();
+    List<VeriModuleItem> rules(*this);
+    while (!at(VT_ENDCONFIG) && !atEof()) {
+        if (at(VT_DEFAULT) || at(VT_INSTANCE) || at(VT_CELL)) {
+            rules.push(parseConfigRule(peek()));
+            continue;
+        }
+        syntaxError(peek(), "default, instance, cell or endconfig");
+        skipToSemi();
+    }
+    c->items = rules.freeze();
     expect(VT_ENDCONFIG);
     skipEndLabel();
     finish(c);

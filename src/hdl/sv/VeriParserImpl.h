@@ -260,6 +260,8 @@ struct VeriParser::Impl {
     VeriModuleItem* parseClass(const VeriToken& start);
     VeriModuleItem* parseContinuousAssign(const VeriToken& start);
     VeriModuleItem* parseConfig(const VeriToken& start);
+    VeriModuleItem* parseConfigRule(const VeriToken& start);
+    VeriExpression* parseConfigCell(); // [lib.]cell
     VeriModuleItem* parseBind(const VeriToken& start);
     VeriStrength* parseStrength();
     bool isGate(unsigned k);

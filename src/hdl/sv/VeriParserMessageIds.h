@@ -67,6 +67,9 @@
     /* A constant function that ends without setting its value, or that cannot run at elaboration. */ \
     ID(kElabFunctionNoReturn, "VERI-1611", MSG_ERROR) \
     TEXT(ElabFunctionNotConstant, kElabFunctionNoReturn, "function '%s' cannot be run at elaboration: %s") \
+    /* A generic interface port connected to no interface instance. */ \
+    ID(kElabGenericInterface, "VERI-1612", MSG_ERROR) \
+    TEXT(ElabGenericInterface, kElabGenericInterface, "interface port '%s' of instance '%s' is not connected to an interface") \
     ID(kStoreUnreadable, "VERI-1700", MSG_ERROR)                                                           \
     TEXT(StoreCannotRestore, kStoreUnreadable, "cannot restore unit '%s' of library '%s' from '%s': %s")   \
     ID(kStoreUnwritable, "VERI-1701", MSG_ERROR)                                                           \

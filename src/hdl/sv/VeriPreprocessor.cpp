@@ -542,6 +542,18 @@ struct VeriPreprocessor::Impl {
             pp.cellDefine_ = false;
             pp.unconnectedDrive_ = 0;
             pp.timescale_ = VeriTimescale{};
+            pp.uselib_.clear();
+            return;
+        }
+        if (name == "uselib") {
+            // lib=L, file=F, dir=D libext=.E: kept, blanks collapsed, for the instances that follow.
+            pp.uselib_.clear();
+            for (char c : restOfLine(f)) {
+                bool blank = c == ' ' || c == '\t' || c == '\r';
+                if (blank && (pp.uselib_.empty() || pp.uselib_.back() == ' ')) continue;
+                pp.uselib_ += blank ? ' ' : c;
+            }
+            if (!pp.uselib_.empty() && pp.uselib_.back() == ' ') pp.uselib_.pop_back();
             return;
         }
         if (name == "celldefine" || name == "endcelldefine") {

@@ -61,6 +61,8 @@ public:
     std::string_view defaultNettype() const { return defaultNettype_; } // "wire" unless set
     bool cellDefine() const { return cellDefine_; }
     const VeriTimescale& timescale() const { return timescale_; }
+    // The last `uselib's directives (`lib=L file=F dir=D libext=.v`), empty when none.
+    std::string_view uselib() const { return uselib_; }
     // 0 none, 1 pull0, 2 pull1
     int unconnectedDrive() const { return unconnectedDrive_; }
     VeriKeywordSet keywordSet() const;
@@ -90,6 +92,7 @@ private:
     bool cellDefine_ = false;
     VeriTimescale timescale_;
     int unconnectedDrive_ = 0;
+    std::string uselib_;
     std::vector<std::string> filesRead_;
     std::vector<IncludeRecord> includes_;
     std::unique_ptr<Impl> impl_;

@@ -776,19 +776,57 @@ public:
         if (!n.designCells.Empty()) {
             out << " design ";
             for (VeriExpression* e : n.designCells) {
-                if (auto* sc = dynamic_cast<VeriScopeName*>(e)) {
-                    node(sc->prefix);
-                    out << '.';
-                    name(sc->name);
-                } else {
-                    node(e);
-                }
+                configCell(e);
                 out << ' ';
             }
             out << ';';
         }
-        out << " endconfig";
+        ++indent;
+        items(n.items);
+        --indent;
         line();
+        out << "endconfig";
+        line();
+    }
+    void configCell(VeriExpression* e) {
+        if (auto* sc = dynamic_cast<VeriScopeName*>(e)) {
+            node(sc->prefix);
+            out << '.';
+            name(sc->name);
+        } else {
+            node(e);
+        }
+    }
+    void configRule(const char* keyword, VeriConfigRule& n) {
+        out << keyword;
+        if (n.target) out << ' ';
+        if (dynamic_cast<VeriCellConfig*>(&n)) configCell(n.target);
+        else node(n.target);
+        if (n.hasLiblist) {
+            out << " liblist";
+            for (VeriExpression* l : n.liblist) {
+                out << ' ';
+                node(l);
+            }
+        }
+        node(n.use);
+        out << ';';
+    }
+    void Visit(VeriDefaultConfig& n) override { configRule("default", n); }
+    void Visit(VeriInstanceConfig& n) override { configRule("instance", n); }
+    void Visit(VeriCellConfig& n) override { configRule("cell", n); }
+    void Visit(VeriUseClause& n) override {
+        out << " use";
+        if (n.cell) {
+            out << ' ';
+            configCell(n.cell);
+        }
+        if (!n.paramValues.Empty()) {
+            out << " #(";
+            list(n.paramValues);
+            out << ')';
+        }
+        if (n.isConfig) out << " : config";
     }
 
     // ---- statements

@@ -110,6 +110,10 @@ void VeriPackage::Accept(VeriVisitor& v) { v.Visit(*this); }
 void VeriPrimitive::Accept(VeriVisitor& v) { v.Visit(*this); }
 void VeriChecker::Accept(VeriVisitor& v) { v.Visit(*this); }
 void VeriConfiguration::Accept(VeriVisitor& v) { v.Visit(*this); }
+void VeriDefaultConfig::Accept(VeriVisitor& v) { v.Visit(*this); }
+void VeriInstanceConfig::Accept(VeriVisitor& v) { v.Visit(*this); }
+void VeriCellConfig::Accept(VeriVisitor& v) { v.Visit(*this); }
+void VeriUseClause::Accept(VeriVisitor& v) { v.Visit(*this); }
 void VeriSeqBlock::Accept(VeriVisitor& v) { v.Visit(*this); }
 void VeriParBlock::Accept(VeriVisitor& v) { v.Visit(*this); }
 void VeriBlockingAssign::Accept(VeriVisitor& v) { v.Visit(*this); }

@@ -79,7 +79,9 @@ class VeriStatement;
     X(VeriTimeUnit, VeriModuleItem) X(VeriTable, VeriSkippedItem)                         \
     X(VeriModule, VeriModuleItem) X(VeriInterface, VeriModule) X(VeriProgram, VeriModule) \
     X(VeriPackage, VeriModule) X(VeriPrimitive, VeriModule) X(VeriChecker, VeriModule)   \
-    X(VeriConfiguration, VeriModule)                                                     \
+    X(VeriConfiguration, VeriModule) X(VeriConfigRule, VeriModuleItem)                   \
+    X(VeriDefaultConfig, VeriConfigRule) X(VeriInstanceConfig, VeriConfigRule)           \
+    X(VeriCellConfig, VeriConfigRule) X(VeriUseClause, VeriTreeNode)                     \
     X(VeriStatement, VeriModuleItem) X(VeriSeqBlock, VeriStatement)                      \
     X(VeriParBlock, VeriSeqBlock) X(VeriBlockingAssign, VeriStatement)                  \
     X(VeriNonBlockingAssign, VeriStatement) X(VeriConditionalStatement, VeriStatement)   \
@@ -812,7 +814,7 @@ public:
 class VeriModuleInstantiation : public VeriModuleItem {
 public:
     HDL_VERI_NODE(VeriModuleInstantiation, MODULEINSTANTIATION);
-    VERI_FIELDS(moduleName, strength, paramValues, instances, HDL_LINK(module))
+    VERI_FIELDS(moduleName, strength, paramValues, instances, HDL_LINK(module), uselib)
     std::string_view GetModuleName() const { return moduleName ? moduleName->GetName() : std::string_view(); }
     VeriExpression* GetModuleNameRef() const { return moduleName; }
     const ArenaArray<VeriExpression*>& GetParamValues() const { return paramValues; }
@@ -824,6 +826,9 @@ public:
     ArenaArray<VeriExpression*> paramValues;
     ArenaArray<VeriInstId*> instances;
     VeriModule* module = nullptr;
+    // The `uselib directives in force where it stands (`lib=L`, `file=F`, `dir=D
+    // libext=.v`, several separated by blanks), empty when none: they choose the module.
+    std::string_view uselib;
 };
 
 class VeriGateInstantiation : public VeriModuleItem {
@@ -1157,6 +1162,48 @@ public:
     // The top cells of the design statement, in order (VeriIdRef or lib.cell VeriScopeName).
     const ArenaArray<VeriExpression*>& GetTopModuleNames() const { return designCells; }
     ArenaArray<VeriExpression*> designCells;
+};
+
+// use [lib.]cell [#(.P(v), ...)] [: config]
+class VeriUseClause : public VeriTreeNode {
+public:
+    HDL_VERI_NODE(VeriUseClause, USECLAUSE);
+    VERI_FIELDS(cell, paramValues, isConfig)
+    VeriExpression* cell = nullptr; // VeriIdRef or VeriScopeName; null for `use #(...)`
+    ArenaArray<VeriExpression*> paramValues; // VeriPortConnects
+    bool isConfig = false; // `:config`: the cell names a configuration
+};
+
+// A rule of a configuration, one of its items:
+//   default liblist L1 L2;
+//   instance top.u1.u2 liblist L1 L2;   instance top.u1 use [lib.]cell [#(.P(v))] [:config];
+//   cell [lib.]cell liblist L1 L2;      cell [lib.]cell use [lib.]cell ... [:config];
+class VeriConfigRule : public VeriModuleItem {
+public:
+    // The instance path (a VeriIdRef, then VeriSelectedNames) or the cell (a VeriIdRef
+    // or a lib.cell VeriScopeName); null for the default rule.
+    VeriExpression* target = nullptr;
+    ArenaArray<VeriExpression*> liblist; // VeriIdRefs of the libraries, in search order
+    VeriUseClause* use = nullptr; // null with a liblist
+    bool hasLiblist = false; // a liblist clause (maybe empty)
+};
+
+class VeriDefaultConfig : public VeriConfigRule {
+public:
+    HDL_VERI_NODE(VeriDefaultConfig, DEFAULTCONFIG);
+    VERI_FIELDS(target, liblist, use, hasLiblist)
+};
+
+class VeriInstanceConfig : public VeriConfigRule {
+public:
+    HDL_VERI_NODE(VeriInstanceConfig, INSTANCECONFIG);
+    VERI_FIELDS(target, liblist, use, hasLiblist)
+};
+
+class VeriCellConfig : public VeriConfigRule {
+public:
+    HDL_VERI_NODE(VeriCellConfig, CELLCONFIG);
+    VERI_FIELDS(target, liblist, use, hasLiblist)
 };
 
 // ---------------------------------------------------------------- statements

@@ -4,58 +4,17 @@
 
 #include <algorithm>
 #include <fstream>
+#include <functional>
+#include <map>
 #include <sstream>
 
-#include "ElabTestUtil.h"
-#include "VhdlTestUtil.h"
+#include "VeriElabFixture.h"
 #include "hdl/elab/ElabHierPrinter.h"
 #include "hdl/elab/VeriElaborator.h"
 #include "hdl/sv/VeriLibrary.h"
 
 namespace hdl {
 namespace {
-
-class VeriElaboratorTest : public ::testing::Test {
-protected:
-    void SetUp() override { veri_file::Reset(); }
-    void TearDown() override { veri_file::Reset(); }
-
-    void Analyze(const std::string& text, const char* library = "work") {
-        test::MessageCapture capture;
-        EXPECT_TRUE(veri_file::AnalyzeText(text, "design.sv", SYSTEM_VERILOG, library)) << capture.Errors();
-    }
-
-    // The --hier listing of the tops (none: the modules nothing instantiates).
-    std::string Hier(std::vector<std::string> tops = {}, const ElabGenericMap& params = {},
-                     const ElabLimits& limits = ElabLimits(), ElabUnitLookup foreign = nullptr) {
-        test::MessageCapture capture;
-        std::vector<ElabTopRequest> requests;
-        for (const std::string& t : tops) requests.push_back({t, "", ""});
-        if (requests.empty()) requests = VeriFindTops();
-        ElabDesign design;
-        ok = VeriElaborate(design, requests, params, limits, std::move(foreign));
-        messages = capture.All();
-        std::ostringstream out;
-        ElabPrintHier(design, out);
-        units = design.UnitCount();
-        return out.str();
-    }
-    bool Told(const std::string& id) const {
-        return std::any_of(messages.begin(), messages.end(), [&](const auto& m) { return m.id == id; });
-    }
-    static std::vector<std::string> InstanceIds(const VeriModule* m) {
-        std::vector<std::string> names;
-        for (uint32_t i = 0; i < m->GetScope()->DeclarationCount(); ++i) {
-            const VeriIdDef* id = m->GetScope()->Declaration(i);
-            if (id->GetClassId() == ID_VERIINSTID) names.push_back(std::string(id->Name()));
-        }
-        return names;
-    }
-
-    bool ok = false;
-    size_t units = 0;
-    std::vector<test::CapturedMessage> messages;
-};
 
 const char* kLeafAndMid = R"(
 module leaf #(parameter W = 8, parameter D = W * 2) ();
@@ -245,6 +204,115 @@ bind dut checker_m #(.N(5)) chk ();
     Analyze("module dut; endmodule\nmodule top; dut a (); endmodule\nbind dut no_such_checker c ();\n");
     EXPECT_EQ(Hier({"top"}), "top\ttop\ttop\ntop.a\tdut\tdut\ntop.a.c\tno_such_checker\tno_such_checker\n");
     EXPECT_TRUE(Told("VERI-1605"));
+}
+
+TEST_F(VeriElaboratorTest, BindsIntoListedInstancesOnly) {
+    // Two instances of mid share one unit until a bind reaches one of their subtrees.
+    const char* design = R"(
+module chk; endmodule
+module dut; endmodule
+module mid; dut d (); endmodule
+module top; mid m1 (); mid m2 (); dut x (); endmodule
+)";
+    Analyze(std::string(design) + "bind dut : top.m2.d, x chk c ();\n");
+    EXPECT_EQ(Hier({"top"}), "top\ttop\ttop\n"
+                             "top.m1\tmid\tmid\n"
+                             "top.m1.d\tdut\tdut\n"
+                             "top.m2\tmid\tmid\n"
+                             "top.m2.d\tdut\tdut\n"
+                             "top.m2.d.c\tchk\tchk\n"
+                             "top.x\tdut\tdut\n"
+                             "top.x.c\tchk\tchk\n");
+    EXPECT_TRUE(ok);
+    // A path alone binds into that instance, whatever its module.
+    veri_file::Reset();
+    Analyze(std::string(design) + "bind top.m1 chk c ();\n");
+    EXPECT_EQ(Hier({"top"}), "top\ttop\ttop\n"
+                             "top.m1\tmid\tmid\n"
+                             "top.m1.d\tdut\tdut\n"
+                             "top.m1.c\tchk\tchk\n"
+                             "top.m2\tmid\tmid\n"
+                             "top.m2.d\tdut\tdut\n"
+                             "top.x\tdut\tdut\n");
+    // A listed path that names no instance of the module binds nowhere.
+    veri_file::Reset();
+    Analyze(std::string(design) + "bind dut : top.m3.d chk c ();\n");
+    EXPECT_EQ(Hier({"top"}).find(".c\t"), std::string::npos);
+}
+
+TEST_F(VeriElaboratorTest, GenericInterfacePortsKnowWhatIsConnected) {
+    // (Verilator 5.006 and Icarus reject generic interfaces: nothing to compare with.)
+    Analyze(R"(interface narrow_if #(parameter int W = 4);
+  logic [W-1:0] d;
+  modport rx (input d);
+  modport tx (output d);
+endinterface
+
+interface wide_if;
+  logic [31:0] d;
+  modport rx (input d);
+endinterface
+
+module leaf;
+endmodule
+
+module sink (interface.rx bus);
+  leaf l ();
+endmodule
+
+// Hands its generic port on to a generic port below.
+module relay (interface bus);
+  sink s (.bus(bus));
+  leaf l ();
+endmodule
+
+module top;
+  narrow_if n ();
+  wide_if w ();
+  sink s0 (.bus(n));
+  sink s1 (.bus(w.rx));
+  relay r0 (.bus(w));
+  for (genvar i = 0; i < 2; i++) begin : g
+    narrow_if #(.W(i + 1)) local_if ();
+    relay r (.bus(local_if));
+  end
+endmodule
+)");
+    ElabDesign design;
+    test::MessageCapture capture;
+    ASSERT_TRUE(VeriElaborate(design, {{"top", "", ""}}, {})) << capture.Errors();
+    // Each unit of sink and relay lists the interface unit its port reaches, and the modport.
+    std::map<std::string, std::string> seen; // instance path -> "interface.modport"
+    std::function<void(ElabUnitId, const std::string&)> walk = [&](ElabUnitId id, const std::string& path) {
+        const ElabUnit& u = design.Unit(id);
+        if (!u.interfacePorts.empty()) {
+            ASSERT_EQ(u.interfacePorts.size(), 1u) << path;
+            const ElabUnit::InterfacePort& p = u.interfacePorts[0];
+            EXPECT_EQ(p.port, "bus");
+            seen[path] = (p.unit ? design.Unit(p.unit).copyName : "?") + "." + p.modport;
+        }
+        for (const ElabInstance& i : u.instances) walk(i.unit, path + "." + i.name);
+    };
+    walk(design.tops.at(0).unit, "top");
+    EXPECT_EQ(seen, (std::map<std::string, std::string>{{"top.s0", "narrow_if.rx"},
+                                                        {"top.s1", "wide_if.rx"},
+                                                        {"top.r0", "wide_if."},
+                                                        {"top.r0.s", "wide_if.rx"},
+                                                        {"top.g[0].r", "narrow_if(W=1)."},
+                                                        {"top.g[0].r.s", "narrow_if(W=1).rx"},
+                                                        {"top.g[1].r", "narrow_if(W=2)."},
+                                                        {"top.g[1].r.s", "narrow_if(W=2).rx"}}));
+    // Broken variants: the port connected to a net, or left open.
+    for (const char* actual : {"wire x; sink s (.bus(x));", "sink s ();", "sink s (.bus());"}) {
+        veri_file::Reset();
+        Analyze("interface i; modport rx (); endinterface\nmodule sink (interface.rx bus); endmodule\n"
+                "module top; " +
+                std::string(actual) + " endmodule\n");
+        std::string hier = Hier({"top"});
+        EXPECT_FALSE(ok) << actual;
+        EXPECT_TRUE(Told("VERI-1612")) << actual;
+        EXPECT_EQ(hier.find("top.s"), std::string::npos) << actual;
+    }
 }
 
 TEST_F(VeriElaboratorTest, UnboundModulesAndTheOtherLanguage) {
