@@ -131,14 +131,16 @@ int usage() {
 }
 
 // Elaborates the tops and prints the hierarchy. A named top goes to the language that
-// has a unit of that name (Verilog first); a name neither has is reported by the VHDL
+// has a unit of that name (Verilog first, its configurations too); a name neither has is reported by the VHDL
 // elaborator. Without names, each language's own tops are elaborated, Verilog first.
 void printHierarchy(const std::vector<std::string>& topNames, const hdl::ElabGenericMap& generics) {
     hdl::vhdl_file::ResolveAll();
     std::vector<hdl::ElabTopRequest> veriTops;
     std::vector<hdl::ElabTopRequest> vhdlTops;
     for (const std::string& name : topNames) {
-        if (hdl::VeriFindModule(name, "", nullptr)) veriTops.push_back({name, "", ""});
+        const hdl::VeriModule* unit = hdl::veri_file::GetModule(name.c_str());
+        if (hdl::VeriFindModule(name, "", nullptr) || (unit && unit->IsConfiguration()))
+            veriTops.push_back({name, "", ""});
         else vhdlTops.push_back({name, "", ""});
     }
     if (topNames.empty()) {
