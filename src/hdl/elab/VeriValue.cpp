@@ -1,5 +1,6 @@
 #include "hdl/elab/VeriValue.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <cstdio>
@@ -27,7 +28,7 @@ VeriValue Sized(uint32_t width, bool isSigned) {
 bool Negative(const VeriValue& v) { return v.width && v.Bit(v.width - 1) == 1; }
 
 // Two's complement of the value bits in place.
-void Negate(std::vector<uint64_t>& w) {
+void Negate(VeriWords& w) {
     uint64_t carry = 1;
     for (uint64_t& x : w) {
         x = ~x + carry;
@@ -36,7 +37,7 @@ void Negate(std::vector<uint64_t>& w) {
 }
 
 // Value bits compared as unsigned: -1, 0, 1.
-int CompareUnsigned(const std::vector<uint64_t>& l, const std::vector<uint64_t>& r) {
+int CompareUnsigned(const VeriWords& l, const VeriWords& r) {
     for (size_t i = l.size(); i-- > 0;) {
         if (l[i] != r[i]) return l[i] < r[i] ? -1 : 1;
     }
@@ -44,8 +45,7 @@ int CompareUnsigned(const std::vector<uint64_t>& l, const std::vector<uint64_t>&
 }
 
 // Unsigned long division of value bits; both have the same number of words.
-void DivMod(const std::vector<uint64_t>& n, const std::vector<uint64_t>& d, uint32_t width, std::vector<uint64_t>& q,
-            std::vector<uint64_t>& rem) {
+void DivMod(const VeriWords& n, const VeriWords& d, uint32_t width, VeriWords& q, VeriWords& rem) {
     size_t words = n.size();
     q.assign(words, 0);
     rem.assign(words, 0);
@@ -71,6 +71,37 @@ void DivMod(const std::vector<uint64_t>& n, const std::vector<uint64_t>& d, uint
 }
 
 } // namespace
+
+void VeriWords::CopyFrom(const VeriWords& o) {
+    size_ = o.size_;
+    if (size_ > 1) {
+        heap_ = new uint64_t[size_];
+        std::copy(o.heap_, o.heap_ + size_, heap_);
+    } else {
+        inline_ = o.inline_;
+    }
+}
+
+void VeriWords::assign(size_t n, uint64_t value) {
+    if (n != size_) {
+        Release();
+        size_ = uint32_t(n);
+        if (n > 1) heap_ = new uint64_t[n];
+    }
+    std::fill(begin(), end(), value);
+}
+
+void VeriWords::resize(size_t n, uint64_t value) {
+    if (n == size_) return;
+    VeriWords grown;
+    grown.assign(n, value);
+    std::copy(begin(), begin() + std::min<size_t>(n, size_), grown.begin());
+    *this = std::move(grown);
+}
+
+bool VeriWords::operator==(const VeriWords& o) const {
+    return size_ == o.size_ && std::equal(begin(), end(), o.begin());
+}
 
 VeriValue VeriValue::Int(int64_t value, uint32_t width, bool isSigned) {
     VeriValue v = Sized(width, isSigned);
@@ -257,7 +288,7 @@ double VeriValue::ToReal() const {
     if (kind == Real) return real;
     if (kind != Vec || HasUnknown()) return 0;
     bool neg = isSigned && Negative(*this);
-    std::vector<uint64_t> w = a;
+    VeriWords w = a;
     if (neg) {
         Negate(w);
         w.back() &= TopMask(width);

@@ -11,6 +11,65 @@
 
 namespace hdl {
 
+// The words of one plane of a vector: one word inline (widths up to 64 bits, nearly every
+// value of real designs), more on the heap. Exactly as many words as asked for.
+class VeriWords {
+public:
+    VeriWords() = default;
+    VeriWords(const VeriWords& o) { CopyFrom(o); }
+    VeriWords(VeriWords&& o) noexcept { TakeFrom(o); }
+    VeriWords& operator=(const VeriWords& o) {
+        if (this != &o) {
+            Release();
+            CopyFrom(o);
+        }
+        return *this;
+    }
+    VeriWords& operator=(VeriWords&& o) noexcept {
+        if (this != &o) {
+            Release();
+            TakeFrom(o);
+        }
+        return *this;
+    }
+    ~VeriWords() { Release(); }
+
+    void assign(size_t n, uint64_t value);
+    void resize(size_t n, uint64_t value = 0);
+    size_t size() const { return size_; }
+    bool empty() const { return size_ == 0; }
+    uint64_t* data() { return size_ > 1 ? heap_ : &inline_; }
+    const uint64_t* data() const { return size_ > 1 ? heap_ : &inline_; }
+    uint64_t& operator[](size_t i) { return data()[i]; }
+    const uint64_t& operator[](size_t i) const { return data()[i]; }
+    uint64_t* begin() { return data(); }
+    uint64_t* end() { return data() + size_; }
+    const uint64_t* begin() const { return data(); }
+    const uint64_t* end() const { return data() + size_; }
+    uint64_t& back() { return data()[size_ - 1]; }
+    bool operator==(const VeriWords& o) const;
+
+private:
+    void Release() {
+        if (size_ > 1) delete[] heap_;
+        size_ = 0;
+        inline_ = 0;
+    }
+    void CopyFrom(const VeriWords& o);
+    void TakeFrom(VeriWords& o) {
+        size_ = o.size_;
+        if (size_ > 1) heap_ = o.heap_;
+        else inline_ = o.inline_;
+        o.size_ = 0;
+        o.inline_ = 0;
+    }
+    uint32_t size_ = 0;
+    union {
+        uint64_t inline_ = 0;
+        uint64_t* heap_;
+    };
+};
+
 struct VeriValue {
     enum Kind : uint8_t { None, Vec, Real, Type };
     Kind kind = None;
@@ -19,7 +78,7 @@ struct VeriValue {
     // Made from a string literal: the copy name shows it as a string.
     bool isString = false;
     uint32_t width = 0;
-    std::vector<uint64_t> a, b;
+    VeriWords a, b;
     double real = 0;
     // Type: the type as a name shows it, and its width in bits (0 when not packed).
     std::string typeText;

@@ -51,6 +51,29 @@ protected:
     }
 };
 
+TEST(VeriValueWords, ValuesCrossingOneWordKeepTheirBits) {
+    // One word is kept inline, more on the heap: growing, shrinking, copying and moving
+    // across that line keep every bit, and copies share nothing.
+    VeriValue small = VeriValue::Int(-5, 64, true);
+    VeriValue wide = small.Resized(130, true);
+    EXPECT_EQ(wide.Image(), "-5");
+    VeriValue back = wide.Resized(64, true);
+    EXPECT_TRUE(back.Same(small));
+    VeriValue copy = wide;
+    copy.SetBit(129, 0);
+    EXPECT_EQ(wide.Bit(129), 1);
+    EXPECT_EQ(copy.Image(), "680564733841876926926749214863536422907");
+    VeriValue moved = std::move(copy);
+    EXPECT_EQ(moved.Image(), "680564733841876926926749214863536422907");
+    moved = small;
+    EXPECT_TRUE(moved.Same(small));
+    moved = wide;
+    EXPECT_TRUE(moved.Same(wide));
+    VeriValue x = VeriValue::AllX(70);
+    EXPECT_TRUE(x.HasUnknown());
+    EXPECT_EQ(x.Resized(3, false).Image(), "3'bxxx");
+}
+
 TEST_F(VeriEvaluatorTest, SizingFollowsTheContext) {
     // The carry of a + b is kept in a wider context, lost in the operands' own width.
     EXPECT_EQ(Image("localparam logic [3:0] A = 4'hF, B = 4'h1; localparam logic [4:0] P = A + B;"), "16");
