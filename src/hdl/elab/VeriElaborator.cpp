@@ -11,6 +11,7 @@
 #include "hdl/elab/VeriConfigBinding.h"
 #include "hdl/elab/VeriEvaluator.h"
 #include "hdl/elab/VeriUselib.h"
+#include "hdl/elab/VeriVariableWriters.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/sv/VeriParserMessageIds.h"
 #include "hdl/sv/VeriTokens.h"
@@ -226,6 +227,7 @@ struct VeriElaborator::Impl {
     std::unordered_map<std::string, ElabUnitId> units; // by library, module and copy name
     std::unordered_map<ElabUnitId, VeriModule*> modules; // the tree of each unit
     std::unordered_set<std::string> inProgress; // keys of the units being walked
+    std::unordered_set<const VeriModule*> writersChecked;
     std::unordered_map<const VeriModuleItem*, bool> holdsInstances;
     VeriConfigState config; // the configuration in force for the unit being elaborated
     using InterfacePorts = std::vector<ElabUnit::InterfacePort>;
@@ -577,6 +579,7 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
         auto known = units.find(key);
         if (known != units.end()) return known->second;
     }
+    if (writersChecked.insert(m).second) errors += VeriCheckVariableWriters(m);
     Unit unit{m, {}, {}, std::move(below)};
     CollectDefparams(unit, m->items, &frame, "");
     ++depth;

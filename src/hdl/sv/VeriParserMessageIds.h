@@ -70,6 +70,10 @@
     /* A generic interface port connected to no interface instance. */ \
     ID(kElabGenericInterface, "VERI-1612", MSG_ERROR) \
     TEXT(ElabGenericInterface, kElabGenericInterface, "interface port '%s' of instance '%s' is not connected to an interface") \
+    /* A variable written by a continuous assignment and by another writer. */ \
+    ID(kElabVariableWriters, "VERI-1613", MSG_ERROR) \
+    TEXT(ElabMultipleContinuous, kElabVariableWriters, "variable '%s' is written by more than one continuous assignment") \
+    TEXT(ElabMixedWriters, kElabVariableWriters, "variable '%s' is written by both a continuous and a procedural assignment") \
     ID(kStoreUnreadable, "VERI-1700", MSG_ERROR)                                                           \
     TEXT(StoreCannotRestore, kStoreUnreadable, "cannot restore unit '%s' of library '%s' from '%s': %s")   \
     ID(kStoreUnwritable, "VERI-1701", MSG_ERROR)                                                           \

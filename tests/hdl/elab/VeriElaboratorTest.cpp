@@ -315,6 +315,40 @@ endmodule
     }
 }
 
+TEST_F(VeriElaboratorTest, AContinuouslyAssignedVariableHasNoOtherWriter) {
+    // Legal: nets with several drivers, variables written only procedurally, different
+    // bits from generate iterations, a declaration's initial value, a port.
+    Analyze(R"(
+module ok (output logic o);
+  wire w;
+  assign w = 1'b0;
+  assign w = 1'b1;
+  logic [3:0] v;
+  logic p = 1'b0;
+  for (genvar i = 0; i < 4; i++) begin : g
+    assign v[i] = 1'b1;
+  end
+  logic r;
+  always_comb r = w;
+  initial p = 1'b1;
+  assign o = r;
+endmodule
+)");
+    Hier({"ok"});
+    EXPECT_TRUE(ok);
+    EXPECT_FALSE(Told("VERI-1613"));
+    // Broken: a second continuous assignment; a procedural write, also of one bit or
+    // through a concatenation.
+    for (const char* writer : {"assign v = 1;", "always_comb v = 0;", "initial v[1] <= 0;", "always @* {a, v} = 0;"}) {
+        veri_file::Reset();
+        Analyze("module bad; logic a; logic [1:0] v; assign v = 2; " + std::string(writer) + " endmodule\n");
+        Hier({"bad"});
+        EXPECT_FALSE(ok) << writer;
+        EXPECT_EQ(std::count_if(messages.begin(), messages.end(), [](const auto& m) { return m.id == "VERI-1613"; }), 1)
+            << writer;
+    }
+}
+
 TEST_F(VeriElaboratorTest, UnboundModulesAndTheOtherLanguage) {
     Analyze("module top; vhdl_ent #(.G(3)) e (); nowhere n (); endmodule\n");
     std::vector<ElabUnitRequest> asked;
