@@ -11,6 +11,7 @@
 
 #include "hdl/base/Arena.h"
 #include "hdl/base/ArenaArray.h"
+#include "hdl/base/ForeignUnitRef.h"
 #include "hdl/base/LineFile.h"
 #include "hdl/base/PackedLineFile.h"
 #include "hdl/base/Symbol.h"
@@ -819,11 +820,14 @@ public:
     const ArenaArray<VeriInstId*>& GetInstances() const { return instances; }
     // Resolved unit, set when the instantiated unit was known at analysis.
     VeriModule* GetInstantiatedModule() const { return module; }
+    // Set by elaboration when a VHDL entity answered the instance: the copy it used.
+    const ForeignUnitRef& GetForeignUnit() const { return foreignUnit; }
     VeriExpression* moduleName = nullptr; // VeriIdRef, or VeriScopeName for lib.cell
     VeriStrength* strength = nullptr;
     ArenaArray<VeriExpression*> paramValues;
     ArenaArray<VeriInstId*> instances;
     VeriModule* module = nullptr;
+    ForeignUnitRef foreignUnit;
 };
 
 class VeriGateInstantiation : public VeriModuleItem {

@@ -7,8 +7,10 @@
 
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
+#include "hdl/base/ForeignUnitRef.h"
 #include "hdl/base/LineFile.h"
 #include "sift/database/HADLDatabase.h"
 
@@ -29,6 +31,9 @@ std::string compositeName(unsigned kind, const std::string& library, const std::
 std::string normalizeName(const std::string& name);
 // The part of a copy's name before its first "("; any other name is its own base.
 std::string baseName(const std::string& name);
+// A name as Verilog source writes it: a simple identifier as it stands, any other as
+// an escaped identifier, `\name ` with its closing blank.
+std::string makeVerilogName(const std::string& name);
 // A unit without source: its file has no language.
 bool isUnresolved(const HADLDatabase& db, unsigned unitId);
 
@@ -61,11 +66,18 @@ private:
     void bindVhdlConfig(const hdl::VhdlPrimaryUnit& config);
     void bindVhdlArchitecture(const hdl::VhdlPrimaryUnit& primary, const hdl::VhdlSecondaryUnit& architecture,
                               HADLInstFinder& instFinder);
-    // With `unresolvedOnly`, only instances whose unit analysis did not find.
+    // With `elaborated` (the source statements elaboration made statements of), only
+    // instances whose unit analysis did not find and that elaboration left out.
     void bindVhdlStatement(unsigned unitId, const hdl::VhdlStatement& statement, const std::string& prefix,
-                           HADLInstFinder& instFinder, bool unresolvedOnly);
+                           HADLInstFinder& instFinder, const std::unordered_set<const hdl::VhdlStatement*>* elaborated);
+    static void collectSourceStatements(const hdl::VhdlStatement& statement,
+                                        std::unordered_set<const hdl::VhdlStatement*>& out);
     void bindVhdlInstance(unsigned unitId, const hdl::VhdlStatement& statement, const std::string& prefix,
                           HADLInstFinder& instFinder);
+    // The unit of the other language's copy that elaboration recorded on an instance;
+    // 0 when none is recorded or no library holds it.
+    unsigned foreignVhdlUnit(const hdl::ForeignUnitRef& used);
+    unsigned foreignVerilogUnit(const hdl::ForeignUnitRef& used);
     unsigned bindUnknownVerilogInstance(const hdl::VeriModule& module, const std::string& name, const void* inst);
     // The library of the first unit with source of that primary name; empty for none.
     std::string libraryOfPrimary(const std::string& primary);

@@ -11,6 +11,7 @@
 #include "hdl/base/Language.h"
 #include "hdl/elab/ElabMixed.h"
 #include "hdl/sv/VeriLibrary.h"
+#include "hdl/sv/VeriParserMessageIds.h"
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "hdl/vhdl/VhdlMessageIds.h"
 #include "runtime/LoomScopeTimer.h"
@@ -210,6 +211,11 @@ void HADLElab::doElab(const std::string& top) {
          {v::kElabNotStatic, v::kElabDivision, v::kElabRange, v::kElabIndex, v::kElabLoopBound, v::kElabCallDepth,
           v::kElabNoReturn, v::kElabNoGeneric, v::kElabNoValue, v::kElabInstanceDepth, v::kElabTopGeneric,
           v::kElabConfiguration, v::kElabSteps, v::kElabNoTop, v::kElabForeignTop})
+        capture.allow(id);
+    namespace sv = hdl::veri_msg;
+    for (const MessageId& id : {sv::kElabNotConstant, sv::kElabDivision, sv::kElabLoopBound, sv::kElabCallDepth,
+                                sv::kElabNoParameter, sv::kElabUnboundModule, sv::kElabInstanceDepth, sv::kElabNoTop,
+                                sv::kElabTopParameter, sv::kElabSteps, sv::kElabDefparam, sv::kElabFunctionNoReturn})
         capture.allow(id);
 
     // A later entry of one name replaces an earlier one; one without value takes it away.
