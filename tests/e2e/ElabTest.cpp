@@ -292,6 +292,45 @@ architecture rtl of mine is begin end architecture;
     EXPECT_TRUE(has(kept.hier, "  SB_LUT4 \"lut\" == /work/SB_LUT4/rtl\n")) << kept.hier;
 }
 
+// With the source instance table, what the parse trees instantiate and elaboration
+// left out is inactive too, a unit without source made for a name nothing defines.
+TEST(ElabTest, SourceInstancesElaborationLeftOutAreInactiveWithTheOption) {
+    const std::string vhdl = R"(
+entity leaf is end entity;
+architecture rtl of leaf is begin end architecture;
+entity top is generic (FULL : boolean := false); end entity;
+architecture rtl of top is
+  component ghost is end component;
+begin
+  u: entity work.leaf;
+  g: if FULL generate
+    x: ghost;
+  end generate;
+end architecture;
+)";
+    ElabRun plain = elaborate(vhdl);
+    EXPECT_FALSE(has(plain.hier, "ghost")) << plain.hier;
+    ElabRun table = elaborate(vhdl, "sf -handleIPBDInactiveUnits\n");
+    EXPECT_EQ(table.hier, "top == /work/top/rtl\n  leaf \"u\" == /work/leaf/rtl\n  ghost (INACTIVE) == //ghost\n")
+        << table.hier;
+    // Taken: the instance survives, and nothing is inactive.
+    std::string full = vhdl;
+    full.replace(full.find("FULL : boolean := false"), 23, "FULL : boolean := true");
+    ElabRun taken = elaborate(full, "sf -handleIPBDInactiveUnits\n");
+    EXPECT_FALSE(has(taken.hier, "INACTIVE")) << taken.hier;
+
+    const std::string verilog = R"(module leafv; endmodule
+module topv #(parameter FULL = 0);
+  leafv u();
+  if (FULL) begin : g
+    missing_mod m();
+  end
+endmodule
+)";
+    ElabRun v = elaborate(verilog, "sf -handleIPBDInactiveUnits\n", "sf -elab topv", true);
+    EXPECT_TRUE(has(v.hier, "  missing_mod (INACTIVE) == .work.missing_mod\n")) << v.hier;
+}
+
 TEST(ElabTest, MacroLibraryInstancesAreNotedAndCut) {
     const std::string clauses = "library tessel;\nuse tessel.vcomponents.all;\n";
     const std::string body = R"(

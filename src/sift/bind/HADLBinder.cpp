@@ -681,12 +681,13 @@ void HADLBinder::collectElabReqFiles() {
     }
 }
 
-void HADLBinder::bind(HADLInstFinder& instFinder, const std::vector<std::string>& paramCopyNames) {
+void HADLBinder::bind(HADLInstFinder& instFinder, const std::vector<std::string>& paramCopyNames,
+                      const HADLIPBDTable* ipbd) {
     registerUnits();
     bindInstances(instFinder, paramCopyNames);
     linkUnboundUnits();
     collectElabReqFiles();
     if (db.enableVhdlVerilogConfig) redirectConfigInsts(db);
-    markInactiveUnits(db);
+    markInactiveUnits(db, ipbd);
     computeTops(db);
 }

@@ -22,6 +22,7 @@ class VhdlStatement;
 class VhdlComponentInstantiationStatement;
 } // namespace hdl
 class HADLInstFinder;
+class HADLIPBDTable;
 
 // The key of a unit: "/" separates for the VHDL family (8 to 13), "." otherwise; the
 // secondary name only when not empty.
@@ -43,8 +44,10 @@ public:
 
     // The passes in order: register units, bind instances, link unbound units, files
     // needed at elaboration, configuration redirection (with Verilog configurations
-    // enabled), inactive units, tops. `paramCopyNames` is sorted by byte order.
-    void bind(HADLInstFinder& instFinder, const std::vector<std::string>& paramCopyNames);
+    // enabled), inactive units, tops. `paramCopyNames` is sorted by byte order; `ipbd`,
+    // the source instance table, is given only with handleIPBDInactiveUnits.
+    void bind(HADLInstFinder& instFinder, const std::vector<std::string>& paramCopyNames,
+              const HADLIPBDTable* ipbd = nullptr);
 
     unsigned addVerilogUnit(const hdl::VeriModule& module);
     unsigned addVhdlUnit(const hdl::VhdlPrimaryUnit& primary, const hdl::VhdlSecondaryUnit* secondary);
@@ -88,5 +91,6 @@ private:
     std::unordered_map<unsigned, unsigned> firstWithSource; // primary name id to unit id
 };
 
-// Every unit's list of the units its source instantiates and elaboration did not reach.
-void markInactiveUnits(HADLDatabase& db);
+// Every unit's list of the units its source instantiates and elaboration did not reach;
+// with the source instance table, those of the parse trees too.
+void markInactiveUnits(HADLDatabase& db, const HADLIPBDTable* ipbd = nullptr);

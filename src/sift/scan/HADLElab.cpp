@@ -18,6 +18,7 @@
 #include "sift/base/HADLMessages.h"
 #include "sift/base/HADLMsgCapture.h"
 #include "sift/bind/HADLBinder.h"
+#include "sift/bind/HADLIPBDTable.h"
 #include "sift/bind/HADLInstFinder.h"
 #include "sift/primitives/HADLTrimmers.h"
 #include "sift/scan/HADLSifter.h"
@@ -126,6 +127,10 @@ void HADLElab::doElab(const std::string& top) {
         for (VhdlPrimaryUnit* p : lib->PrimaryUnits())
             if (p->GetClassId() != VhdlConfigurationDecl::kClassId)
                 for (VhdlSecondaryUnit* sec : p->GetSecondaryUnits()) instFinder.walk(*sec);
+
+    // The instantiations as the parse trees show them, before elaboration changes them.
+    HADLIPBDTable ipbdTable;
+    if (s.handleIPBDInactiveUnits) ipbdTable.recordIPBDInstances(s);
 
     std::vector<VeriCandidate> veriPriorityTop, veriTop, veriConfigTop;
     std::vector<VhdlCandidate> vhdlPriorityTop, vhdlConfigTop, vhdlTop;
@@ -257,7 +262,7 @@ void HADLElab::doElab(const std::string& top) {
     }
     for (const auto& base : bases) std::printf("BaseName %s has %u entries\n", base.first.c_str(), base.second);
 
-    HADLBinder(s, s.hierByPassFlow).bind(instFinder, paramCopyNames);
+    HADLBinder(s, s.hierByPassFlow).bind(instFinder, paramCopyNames, s.handleIPBDInactiveUnits ? &ipbdTable : nullptr);
     // What the run prints next through Tcl comes after these lines.
     std::fflush(stdout);
 }
