@@ -647,7 +647,9 @@ void HADLBinder::collectElabReqFiles() {
         for (unsigned nameId : db.pkgIds.at(f)) packageFile.emplace(nameId, f);
     for (VeriLibrary* lib : veri_file::AllLibraries()) {
         for (VeriModule* m : lib->AllModules()) {
-            if (!isVerilogUnit(m)) continue;
+            // A copy holds its original's names in its original's file: the original's
+            // walk finds what it needs.
+            if (!isVerilogUnit(m) || !m->GetOriginalModuleName().empty()) continue;
             HADLStringIndexTable scopeNames;
             HADLStringIndexTable selectedNames;
             HADLSysVeriExtractor extractor(scopeNames, selectedNames);
