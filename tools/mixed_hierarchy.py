@@ -347,6 +347,8 @@ def cross_value(v, from_language, vhdl_type):
     c = canonical(v)
     if from_language == "vhdl" and vhdl_type.startswith("std_logic_vector"):
         return "%d'b%s" % (len(c) - 2, c.strip('"'))
+    if from_language == "verilog" and vhdl_type == "real" and re.match(r"^-?\d+$", c):
+        return c + ".0"
     if from_language == "verilog" and vhdl_type == "boolean":
         return "true" if c not in ("0", "false") else "false"
     m = re.match(r"^(\d+)'h([0-9a-f]+)$", v.strip(), re.I)

@@ -9,4 +9,6 @@ module sys #(parameter int LANES = 3) ();
     vfilt #(i * 4 + 4, 0.25) f (.din(data[i*4+3:0]));
   end
   vfilt #(.WIDTH(16), .COEF(2.5), .SIGNED_TAPS(1)) wide (.din(data[15:0]));
+  // Sized vectors and an integer where VHDL expects a positive, a boolean and a real.
+  vfilt #(.WIDTH(4'd12), .COEF(2), .SIGNED_TAPS(1'b1)) sized (.din(data[11:0]));
 endmodule
