@@ -331,6 +331,24 @@ endmodule
     EXPECT_TRUE(has(v.hier, "  missing_mod (INACTIVE) == .work.missing_mod\n")) << v.hier;
 }
 
+// A module that instantiates itself until a generate condition ends it: the last copy's
+// source instantiation is no inactive unit of its own, so the hierarchy walk ends.
+TEST(ElabTest, ARecursionElaborationEndedIsNoInactiveUnitOfItself) {
+    const std::string verilog = R"(module rec #(parameter D = 2) ();
+  if (D > 0) begin : g
+    rec #(D - 1) r();
+  end
+endmodule
+module toprec; rec u(); endmodule
+)";
+    ElabRun r = elaborate(verilog, "sf -handleIPBDInactiveUnits\n", "sf -elab toprec", true);
+    EXPECT_EQ(r.status, 0) << r.out;
+    EXPECT_EQ(r.hier, "toprec == .work.toprec\n"
+                      "  rec \"u\" == .work.rec\n"
+                      "    rec \"g.r\" == .work.rec(D=1)\n"
+                      "      rec \"g.r\" == .work.rec(D=0)\n");
+}
+
 TEST(ElabTest, MacroLibraryInstancesAreNotedAndCut) {
     const std::string clauses = "library tessel;\nuse tessel.vcomponents.all;\n";
     const std::string body = R"(

@@ -147,6 +147,9 @@ void applyIPBDInactiveUnits(HADLDatabase& db, const HADLIPBDTable& table, const 
                 made.primaryId = db.objNames.insert(inst.primary.c_str());
                 if (!inst.secondary.empty()) made.secondaryId = db.objNames.insert(inst.secondary.c_str());
             }
+            // A recursive instantiation that elaboration ended is no inactive unit of its
+            // own unit: the hierarchy walk would never end.
+            if (id == u || id == unit.origUnitId) continue;
             auto& list2 = db.unitAttrs.at(u).inactiveUnits;
             if (std::find(list2.begin(), list2.end(), id) == list2.end()) list2.push_back(id);
         }
