@@ -8,13 +8,14 @@ A project passes when
   * the hierarchy under that top, as `sf -print_hier` prints it from the database,
     equals `sift-parse --hier --top TOP` path for path, with the same entity and
     architecture at every path;
-  * no instance in it is bound to a unit without source (a key in the default
-    library that the project does not define).
-Projects with Verilog sources wait for the Verilog elaborator and are skipped.
+  * no instance in it is bound to a unit without source: a VHDL key without an
+    architecture, or a Verilog key in the default library, which the run names
+    `sift_unbound` so that no library of the project can hold it.
 
-With --misspell the first entity instantiation of the sources names a unit that does
-not exist (a typing mistake); the gate must then fail and name that unit, and the run
-passes when it does.
+With --misspell the first entity instantiation of the sources (for a Verilog project,
+the first instantiation of the module of the top's first instance) names a unit that
+does not exist (a typing mistake); the gate must then fail and name that unit, and the
+run passes when it does.
 Exit status: 0 pass, 1 fail, 77 skipped.
 """
 
@@ -56,6 +57,8 @@ def database_hierarchy(text, top):
 
 def frontend_hierarchy(sift_parse, project):
     args = []
+    for directory in project.incdirs:
+        args += ["-I", directory]
     for lang, lib, path in project.files:
         args += ["--lang", lang, "--lib", lib, path]
     run = subprocess.run([sift_parse, "--hier", "--top", project.top] + args, cwd=project.directory,
@@ -83,13 +86,10 @@ def main():
     if not project.top:
         print(project.name + ": no top")
         return SKIP
-    if any(lang not in VHDL_LANGS for lang, _, _ in project.files):
-        print(project.name + ": Verilog sources wait for the Verilog elaborator")
-        return SKIP
 
     with tempfile.TemporaryDirectory(prefix="elab-gate-") as tmp:
         if a.misspell:
-            wrong = misspell(project, tmp)
+            wrong = misspell(project, tmp) or misspell_module(a, project, tmp)
             if not wrong:
                 print(project.name + ": no entity instantiation to misspell")
                 return SKIP
@@ -125,10 +125,38 @@ def misspell(project, tmp):
     return None
 
 
+def misspell_module(a, project, tmp):
+    """As misspell, for the module of the first instance under the top: its first
+    instantiation (`name #(` or `name inst (`) in list order gets the wrong name."""
+    rows = frontend_hierarchy(a.sift_parse, project)
+    if len(rows) < 2:
+        return None
+    name = rows[1][1]
+    inst = re.compile(r"^([ \t]*)(" + re.escape(name) + r")(\s*(#|[A-Za-z_]\w*\s*[\[(]))", re.I | re.M)
+    for i, (lang, lib, path) in enumerate(project.files):
+        if lang in VHDL_LANGS:
+            continue
+        with open(path, encoding="utf-8", errors="replace") as f:
+            text = f.read()
+        m = inst.search(text)
+        if not m:
+            continue
+        wrong = m.group(2) + "_misspelt"
+        copy = os.path.join(tmp, os.path.basename(path))
+        with open(copy, "w", encoding="utf-8") as f:
+            f.write(text[:m.start(2)] + wrong + text[m.end(2):])
+        project.files[i] = (lang, lib, copy)
+        # An include directory of the original stays in reach of the copy.
+        project.incdirs.append(os.path.dirname(path))
+        return wrong
+    return None
+
+
 def check(a, project, tmp):
     """The problems of one run: sift, then sift-parse, on the project's files."""
     hier = os.path.join(tmp, "hier.txt")
-    script = project.scan_script(None, verbosity=0) + "sf -elab\nsf -print_hier %s\n" % tcl_word(hier)
+    script = (project.scan_script(None, verbosity=0) + "sf -set_project_defaultlibrary sift_unbound\n" +
+              "sf -elab\nsf -print_hier %s\n" % tcl_word(hier))
     with open(os.path.join(tmp, "run.tcl"), "w") as f:
         f.write(script)
     run = subprocess.run([a.sift, os.path.join(tmp, "run.tcl")], cwd=project.directory,
@@ -156,7 +184,10 @@ def check(a, project, tmp):
     if len(database_rows) != len(theirs):
         problems.append("%d paths in the database, %d from the front-end" % (len(database_rows), len(theirs)))
     for path, _, _, key in ours:
-        if not key.startswith("/") or len(key.split("/")) < 4:
+        if key.startswith("."):
+            if key.split(".")[1] == "sift_unbound":
+                problems.append("%s is bound to %s, a unit without source" % (path, key))
+        elif not key.startswith("/") or len(key.split("/")) < 4:
             problems.append("%s is bound to %s, a unit without architecture" % (path, key))
     print("%s: %d paths in the database, %d from the front-end" % (project.name, len(ours), len(theirs)))
     return problems

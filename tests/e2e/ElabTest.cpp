@@ -292,6 +292,63 @@ architecture rtl of mine is begin end architecture;
     EXPECT_TRUE(has(kept.hier, "  SB_LUT4 \"lut\" == /work/SB_LUT4/rtl\n")) << kept.hier;
 }
 
+// With the source instance table, what the parse trees instantiate and elaboration
+// left out is inactive too, a unit without source made for a name nothing defines.
+TEST(ElabTest, SourceInstancesElaborationLeftOutAreInactiveWithTheOption) {
+    const std::string vhdl = R"(
+entity leaf is end entity;
+architecture rtl of leaf is begin end architecture;
+entity top is generic (FULL : boolean := false); end entity;
+architecture rtl of top is
+  component ghost is end component;
+begin
+  u: entity work.leaf;
+  g: if FULL generate
+    x: ghost;
+  end generate;
+end architecture;
+)";
+    ElabRun plain = elaborate(vhdl);
+    EXPECT_FALSE(has(plain.hier, "ghost")) << plain.hier;
+    ElabRun table = elaborate(vhdl, "sf -handleIPBDInactiveUnits\n");
+    EXPECT_EQ(table.hier, "top == /work/top/rtl\n  leaf \"u\" == /work/leaf/rtl\n  ghost (INACTIVE) == //ghost\n")
+        << table.hier;
+    // Taken: the instance survives, and nothing is inactive.
+    std::string full = vhdl;
+    full.replace(full.find("FULL : boolean := false"), 23, "FULL : boolean := true");
+    ElabRun taken = elaborate(full, "sf -handleIPBDInactiveUnits\n");
+    EXPECT_FALSE(has(taken.hier, "INACTIVE")) << taken.hier;
+
+    const std::string verilog = R"(module leafv; endmodule
+module topv #(parameter FULL = 0);
+  leafv u();
+  if (FULL) begin : g
+    missing_mod m();
+  end
+endmodule
+)";
+    ElabRun v = elaborate(verilog, "sf -handleIPBDInactiveUnits\n", "sf -elab topv", true);
+    EXPECT_TRUE(has(v.hier, "  missing_mod (INACTIVE) == .work.missing_mod\n")) << v.hier;
+}
+
+// A module that instantiates itself until a generate condition ends it: the last copy's
+// source instantiation is no inactive unit of its own, so the hierarchy walk ends.
+TEST(ElabTest, ARecursionElaborationEndedIsNoInactiveUnitOfItself) {
+    const std::string verilog = R"(module rec #(parameter D = 2) ();
+  if (D > 0) begin : g
+    rec #(D - 1) r();
+  end
+endmodule
+module toprec; rec u(); endmodule
+)";
+    ElabRun r = elaborate(verilog, "sf -handleIPBDInactiveUnits\n", "sf -elab toprec", true);
+    EXPECT_EQ(r.status, 0) << r.out;
+    EXPECT_EQ(r.hier, "toprec == .work.toprec\n"
+                      "  rec \"u\" == .work.rec\n"
+                      "    rec \"g.r\" == .work.rec(D=1)\n"
+                      "      rec \"g.r\" == .work.rec(D=0)\n");
+}
+
 TEST(ElabTest, MacroLibraryInstancesAreNotedAndCut) {
     const std::string clauses = "library tessel;\nuse tessel.vcomponents.all;\n";
     const std::string body = R"(

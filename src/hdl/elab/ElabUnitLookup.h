@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "hdl/base/LineFile.h"
 #include "hdl/elab/ElabDesign.h"
 
 namespace hdl {
@@ -32,6 +33,7 @@ struct ElabUnitRequest {
     std::string name; // as instantiated
     std::string architecture; // VHDL only, may be empty
     std::vector<ElabParam> params;
+    ColLineFile location; // of the instance, for the other language's messages
 };
 
 // Answers with the unit that the request elaborates to, or 0 when the other language

@@ -164,6 +164,7 @@ struct InstanceRecord {
     std::string name;
     bool generated; // made by elaboration (generate iteration or array element)
     VeriModule* bound;
+    ElabUnitId used; // the unit elaboration bound the instance to
 };
 
 // Whether a subtree holds a module instantiation (or a defparam, which may reach one).
@@ -368,6 +369,8 @@ struct VeriElaborator::Impl {
     bool ConnectInterfaces(const Unit& unit, const VeriModule* module, const VeriInstId* id, VeriFrame* frame,
                            const std::string& prefix, const std::string& instName, InterfacePorts& out);
     VeriModule* Store(VeriModule* m, const std::string& copyName, const std::vector<InstanceRecord>& records);
+    // The VHDL copy a unit is, for an instance that VHDL answered; empty otherwise.
+    ForeignUnitRef ForeignUnitOf(ElabUnitId unit) const;
 };
 
 // The interface instance each generic interface port of `module` is connected to by the
@@ -979,6 +982,7 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                 ElabUnitRequest request;
                 request.library = cellLibrary;
                 request.name = cell;
+                request.location = id->Linefile();
                 for (const VeriExpression* pv : inst->paramValues) {
                     ElabParam p;
                     const VeriExpression* e = pv;
@@ -1005,9 +1009,15 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
             unit.instances.push_back({instName, target});
             auto m = modules.find(target);
             unit.records.push_back(
-                {inst, id, instName, made || instName != id->Name(), m == modules.end() ? nullptr : m->second});
+                {inst, id, instName, made || instName != id->Name(), m == modules.end() ? nullptr : m->second, target});
         }
     }
+}
+
+ForeignUnitRef VeriElaborator::Impl::ForeignUnitOf(ElabUnitId unit) const {
+    const ElabUnit& u = design.Unit(unit);
+    if (u.language != ElabLanguage::Vhdl) return {};
+    return {Symbol::Intern(u.library), Symbol::Intern(u.copyName), Symbol::Intern(u.architecture)};
 }
 
 VeriModule* VeriElaborator::Impl::Store(VeriModule* m, const std::string& copyName,
@@ -1035,6 +1045,7 @@ VeriModule* VeriElaborator::Impl::Store(VeriModule* m, const std::string& copyNa
             auto* node = copier ? copier->Mapped(const_cast<VeriModuleInstantiation*>(r.instantiation))
                                 : const_cast<VeriModuleInstantiation*>(r.instantiation);
             if (r.bound) node->module = r.bound;
+            node->foreignUnit = ForeignUnitOf(r.used);
             continue;
         }
         // An identifier elaboration made: its own copy of the instantiation, named by
@@ -1048,6 +1059,7 @@ VeriModule* VeriElaborator::Impl::Store(VeriModule* m, const std::string& copyNa
         id->generateElabCreated = true;
         id->dimensions = nullptr;
         copy->module = r.bound;
+        copy->foreignUnit = ForeignUnitOf(r.used);
         if (target->scope) target->scope->declare(library->arena(), id);
     }
     return target;
@@ -1094,6 +1106,13 @@ ElabUnitId VeriElaborator::ElaborateTop(VeriModule* module, const ElabGenericMap
 ElabUnitId VeriElaborator::ElaborateForeign(const ElabUnitRequest& request) {
     VeriModule* module = VeriFindModule(request.name, request.library, nullptr);
     if (!module && !request.library.empty()) module = VeriFindModule(request.name, "", nullptr);
+    // VHDL names its units without regard to case: `VLEAF` finds module `vleaf`.
+    for (VeriLibrary* lib : veri_file::AllLibraries()) {
+        for (VeriModule* m : lib->AllModules()) {
+            if (module) break;
+            if (SameName(m->Name(), request.name)) module = VeriFindModule(m->Name(), lib->GetName(), nullptr);
+        }
+    }
     if (!module) return 0;
     std::unordered_map<const VeriIdDef*, Override> overrides;
     std::vector<const VeriParamId*> params = OverridableParameters(module);
@@ -1109,7 +1128,7 @@ ElabUnitId VeriElaborator::ElaborateForeign(const ElabUnitRequest& request) {
         if (!target) {
             impl_->Error();
             std::string mod(module->Name());
-            Message::Tell<veri_msg::ElabNoParameter>(nullptr, mod.c_str(), p.name.c_str());
+            Message::Tell<veri_msg::ElabNoParameter>(&request.location, mod.c_str(), p.name.c_str());
             continue;
         }
         overrides[target] = {nullptr, nullptr, true, FromParam(p.value)};

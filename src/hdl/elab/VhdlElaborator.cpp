@@ -33,6 +33,7 @@ struct Actual {
     VhdlValue value;
     const VhdlType* type = nullptr;
     const std::string* text = nullptr;
+    const ElabParamValue* param = nullptr; // a value from a Verilog instance
 };
 using Actuals = std::unordered_map<const VhdlIdDef*, Actual>;
 
@@ -110,6 +111,36 @@ ElabParamValue ToParam(const VhdlValue& v) {
     default: p.text = VhdlImage(v); break;
     }
     return p;
+}
+
+// A Verilog value as VHDL text for a generic of that type, mapped as a mixed-language
+// simulator maps it: a Verilog number sets a boolean (0 is false), a vector without x
+// or z bits an integer, an integer a real; bit vectors become bit string literals.
+std::string ParamText(const ElabParamValue& p, const VhdlType* type) {
+    const bool known = p.text.find_first_not_of("01") == std::string::npos;
+    int64_t bits = 0;
+    if (p.kind == ElabParamValue::Bits && known && p.text.size() < 63)
+        bits = p.text.empty() ? 0 : int64_t(std::stoull(p.text, nullptr, 2));
+    if (type && IsBoolean(type)) {
+        if (p.kind == ElabParamValue::Integer || p.kind == ElabParamValue::Boolean) return p.integer ? "true" : "false";
+        if (p.kind == ElabParamValue::Bits && known) return bits ? "true" : "false";
+    }
+    if (type && type->kind == VhdlTypeKind::Integer && p.kind == ElabParamValue::Bits && known && p.text.size() < 63)
+        return std::to_string(bits);
+    switch (p.kind) {
+    case ElabParamValue::Integer:
+        if (type && type->kind == VhdlTypeKind::Real) return std::to_string(p.integer) + ".0";
+        return std::to_string(p.integer);
+    case ElabParamValue::Real: return VhdlCopyImage(VhdlValue::Floating(p.real, nullptr));
+    case ElabParamValue::Boolean: return p.integer ? "true" : "false";
+    case ElabParamValue::Time: return std::to_string(p.integer) + " fs";
+    case ElabParamValue::Bits: {
+        std::string text = "\"";
+        for (char c : p.text) text += char(std::toupper(static_cast<unsigned char>(c)));
+        return text + "\"";
+    }
+    default: return p.text;
+    }
 }
 
 // Messages of the lexer and parser while reading the value text of a generic map are
@@ -218,6 +249,7 @@ struct VhdlElaborator::Impl {
     }
 
     VhdlValue ValueOfActual(const Actual& a, const VhdlType* type, const VhdlTreeNode* where) {
+        if (a.param) return ParseValue(ParamText(*a.param, type), type, where);
         if (a.text) return ParseValue(*a.text, type, where);
         VhdlValue v = a.expression ? ev.EvaluateIn(a.frame, a.expression, type) : a.value;
         return ev.Conform(std::move(v), type, a.expression ? a.expression : where);
@@ -652,11 +684,23 @@ struct VhdlElaborator::Impl {
                 request.library = std::string(inst.GetLibraryName());
                 request.name = name;
                 request.architecture = std::string(inst.GetArchitectureName());
+                request.location = inst.Linefile();
                 if (comp) {
                     for (const VhdlIdDef* cg : GenericIds(comp->generics)) {
                         auto it = cg ? compScope.Frame()->slots.find(cg) : compScope.Frame()->slots.end();
                         if (it == compScope.Frame()->slots.end() || it->second.value.IsNone()) continue;
                         request.params.push_back({std::string(cg->OrigName()), ToParam(it->second.value)});
+                    }
+                } else {
+                    // An entity instantiation of a module: the map as written, named or
+                    // by position, evaluated here; the module checks the names.
+                    for (VhdlTreeNode* a : inst.genericMap) {
+                        auto* assoc = dynamic_cast<const VhdlAssocElement*>(a);
+                        const VhdlTreeNode* actual = assoc ? assoc->actual : a;
+                        if (!actual || actual->GetClassId() == VhdlOpen::kClassId) continue;
+                        std::string formal(assoc && assoc->formal ? SimpleName(assoc->formal) : "");
+                        VhdlValue v = ev.EvaluateIn(compScope.Frame()->caller, actual, nullptr);
+                        request.params.push_back({formal, ToParam(v)});
                     }
                 }
                 target = foreign(design, request);
@@ -687,6 +731,10 @@ struct VhdlElaborator::Impl {
         copy->sourceStatement = &inst;
         copy->boundEntity = boundEntity;
         copy->boundArchitecture = boundArch;
+        // The Verilog copy that answered, so that a reader of the tree reaches it.
+        const ElabUnit& used = design.Unit(target);
+        if (used.language == ElabLanguage::Verilog)
+            copy->foreignUnit = {Symbol::Intern(used.library), Symbol::Intern(used.copyName), Symbol()};
         r.statements->push_back(copy);
     }
 };
@@ -765,31 +813,14 @@ ElabUnitId VhdlElaborator::ElaborateForeign(const ElabUnitRequest& request) {
                                                            : entity->GetSecondaryUnit(request.architecture.c_str());
     std::vector<const VhdlIdDef*> formals = GenericIds(entity->generics);
     Actuals actuals;
-    std::vector<std::string> texts;
-    texts.reserve(request.params.size());
     size_t position = 0;
     for (const ElabParam& p : request.params) {
         const VhdlIdDef* formal =
             p.name.empty() ? (position < formals.size() ? formals[position++] : nullptr) : FindGeneric(formals, p.name);
         if (!formal) continue;
-        // The value as VHDL text, read against the generic's type.
-        std::string text;
-        switch (p.value.kind) {
-        case ElabParamValue::Integer: text = std::to_string(p.value.integer); break;
-        case ElabParamValue::Real: text = VhdlCopyImage(VhdlValue::Floating(p.value.real, nullptr)); break;
-        case ElabParamValue::Boolean: text = p.value.integer ? "true" : "false"; break;
-        case ElabParamValue::Time: text = std::to_string(p.value.integer) + " fs"; break;
-        case ElabParamValue::Bits: {
-            text = "\"";
-            for (char c : p.value.text) text += char(std::toupper(static_cast<unsigned char>(c)));
-            text += "\"";
-            break;
-        }
-        default: text = p.value.text; break;
-        }
-        texts.push_back(text);
+        // Read against the generic's type once it is known.
         Actual a;
-        a.text = &texts.back();
+        a.param = &p.value;
         actuals[formal] = a;
     }
     try {

@@ -11,6 +11,7 @@
 
 #include "hdl/base/Arena.h"
 #include "hdl/base/ArenaArray.h"
+#include "hdl/base/ForeignUnitRef.h"
 #include "hdl/base/LineFile.h"
 #include "hdl/base/PackedLineFile.h"
 #include "hdl/base/Symbol.h"
@@ -821,6 +822,8 @@ public:
     const ArenaArray<VeriInstId*>& GetInstances() const { return instances; }
     // Resolved unit, set when the instantiated unit was known at analysis.
     VeriModule* GetInstantiatedModule() const { return module; }
+    // Set by elaboration when a VHDL entity answered the instance: the copy it used.
+    const ForeignUnitRef& GetForeignUnit() const { return foreignUnit; }
     VeriExpression* moduleName = nullptr; // VeriIdRef, or VeriScopeName for lib.cell
     VeriStrength* strength = nullptr;
     ArenaArray<VeriExpression*> paramValues;
@@ -829,6 +832,7 @@ public:
     // The `uselib directives in force where it stands (`lib=L`, `file=F`, `dir=D
     // libext=.v`, several separated by blanks), empty when none: they choose the module.
     std::string_view uselib;
+    ForeignUnitRef foreignUnit;
 };
 
 class VeriGateInstantiation : public VeriModuleItem {

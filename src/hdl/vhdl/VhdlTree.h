@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "hdl/base/ForeignUnitRef.h"
 #include "hdl/vhdl/VhdlTokens.h"
 #include "hdl/vhdl/VhdlTreeNode.h"
 
@@ -837,6 +838,9 @@ class VhdlComponentInstantiationStatement : public VhdlStatement {
     std::string_view GetLibraryName() const;
     std::string_view GetEntityName() const;
     std::string_view GetArchitectureName() const;
+    // Set by elaboration on an elaborated statement that a Verilog module answered: the
+    // copy it used.
+    const ForeignUnitRef& GetForeignUnit() const { return foreignUnit; }
     auto Links() { return std::tie(instantiated, boundEntity, boundArchitecture, boundConfiguration, binding); }
     VhdlName* unit = nullptr;
     VhdlNodeList genericMap;
@@ -846,6 +850,7 @@ class VhdlComponentInstantiationStatement : public VhdlStatement {
     VhdlSecondaryUnit* boundArchitecture = nullptr;
     VhdlConfigurationDecl* boundConfiguration = nullptr;
     VhdlBindingIndication* binding = nullptr;
+    ForeignUnitRef foreignUnit;
 };
 
 // Iteration and generate schemes.

@@ -1,6 +1,7 @@
 #include "sift/bind/HADLBinder.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 
 #include <boost/algorithm/string/case_conv.hpp>
@@ -104,6 +105,18 @@ std::string baseName(const std::string& name) {
     if (name.empty() || name.back() != ')') return name;
     size_t open = name.find('(');
     return open == std::string::npos ? name : name.substr(0, open);
+}
+
+std::string makeVerilogName(const std::string& name) {
+    if (name.empty()) return name;
+    const bool simple = (std::isalpha(static_cast<unsigned char>(name[0])) || name[0] == '_') &&
+                        std::all_of(name.begin(), name.end(), [](char c) {
+                            return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '$';
+                        });
+    if (simple) return name;
+    // A name that keeps the backslash of its source lacks only the closing blank.
+    if (name.front() == '\\') return name.back() == ' ' ? name : name + " ";
+    return "\\" + name + " ";
 }
 
 bool isUnresolved(const HADLDatabase& db, unsigned unitId) {
@@ -301,11 +314,21 @@ void HADLBinder::bindVerilogUnit(const VeriModule& module, const std::vector<std
         auto* inst = dynamic_cast<const VeriModuleInstantiation*>(id->declaration);
         if (!inst) continue;
         HADLDatabase::InstAttr record;
-        record.instId = db.objNames.insert(std::string(id->name.Text()).c_str());
+        const std::string instName(id->name.Text());
+        // The bypass flow keys instances as Verilog writes them; elaboration's own
+        // names (`gen[1].u0`) stand as they are.
+        const bool escape = hierByPassFlow && !id->IsGenerateElabCreated();
+        record.instId = db.objNames.insert((escape ? makeVerilogName(instName) : instName).c_str());
         record.fileId = fileIdOf(id->Linefile());
         record.line = id->Linefile().leftLine;
         record.hasParam = !inst->GetParamValues().Empty();
         const std::string name(inst->GetModuleName());
+        // The VHDL copy elaboration bound the instance to.
+        if (unsigned used = foreignVhdlUnit(inst->GetForeignUnit())) {
+            record.unitId = used;
+            db.unitAttrs.at(u).insts.push_back(record);
+            continue;
+        }
         const VeriModule* bound = inst->GetInstantiatedModule();
         // Analysis leaves most instantiations unlinked: the module of that name in the
         // instantiating module's library, else in any.
@@ -432,22 +455,28 @@ void HADLBinder::bindVhdlArchitecture(const VhdlPrimaryUnit& primary, const Vhdl
     // elaborated architecture is walked by its statements.
     auto* body = dynamic_cast<const VhdlArchitectureBody*>(&architecture);
     if (body && body->IsElaborated()) {
-        for (VhdlTreeNode* node : body->GetElaboratedStatements())
-            if (auto* s = dynamic_cast<const VhdlStatement*>(node)) bindVhdlStatement(u, *s, "", instFinder, false);
+        std::unordered_set<const VhdlStatement*> made;
+        for (VhdlTreeNode* node : body->GetElaboratedStatements()) {
+            if (auto* s = dynamic_cast<const VhdlStatement*>(node)) {
+                bindVhdlStatement(u, *s, "", instFinder, nullptr);
+                collectSourceStatements(*s, made);
+            }
+        }
         // Elaboration leaves out an instance of a unit no library holds; the source's
         // statement records it, bound to a unit without source.
         for (VhdlTreeNode* node : body->GetStatementPart())
-            if (auto* s = dynamic_cast<const VhdlStatement*>(node)) bindVhdlStatement(u, *s, "", instFinder, true);
+            if (auto* s = dynamic_cast<const VhdlStatement*>(node)) bindVhdlStatement(u, *s, "", instFinder, &made);
         return;
     }
     for (VhdlIdDef* id : VhdlScopeOf(architecture).DeclArea()) {
         auto* statement = id ? dynamic_cast<const VhdlStatement*>(id->declaration) : nullptr;
-        if (statement) bindVhdlStatement(u, *statement, "", instFinder, false);
+        if (statement) bindVhdlStatement(u, *statement, "", instFinder, nullptr);
     }
 }
 
 void HADLBinder::bindVhdlStatement(unsigned unitId, const VhdlStatement& statement, const std::string& prefix,
-                                   HADLInstFinder& instFinder, bool unresolvedOnly) {
+                                   HADLInstFinder& instFinder,
+                                   const std::unordered_set<const VhdlStatement*>* elaborated) {
     if (!statement.GetLabel()) return;
     if (const VhdlNodeList* inner = statement.GetInnerStatements()) {
         std::string label(statement.GetLabel()->OrigName());
@@ -461,11 +490,21 @@ void HADLBinder::bindVhdlStatement(unsigned unitId, const VhdlStatement& stateme
         const std::string inside = prefix + (prefix.empty() ? "" : ".") + label;
         for (VhdlTreeNode* node : *inner)
             if (auto* s = dynamic_cast<const VhdlStatement*>(node))
-                bindVhdlStatement(unitId, *s, inside, instFinder, unresolvedOnly);
+                bindVhdlStatement(unitId, *s, inside, instFinder, elaborated);
     }
     auto* inst = dynamic_cast<const VhdlComponentInstantiationStatement*>(&statement);
-    if (unresolvedOnly && (!inst || inst->GetInstantiatedUnit() || inst->InstantiatesComponent())) return;
+    if (elaborated &&
+        (!inst || inst->GetInstantiatedUnit() || inst->InstantiatesComponent() || elaborated->count(inst)))
+        return;
     bindVhdlInstance(unitId, statement, prefix, instFinder);
+}
+
+void HADLBinder::collectSourceStatements(const VhdlStatement& statement,
+                                         std::unordered_set<const VhdlStatement*>& out) {
+    if (statement.GetSourceStatement()) out.insert(statement.GetSourceStatement());
+    if (const VhdlNodeList* inner = statement.GetInnerStatements())
+        for (VhdlTreeNode* node : *inner)
+            if (auto* s = dynamic_cast<const VhdlStatement*>(node)) collectSourceStatements(*s, out);
 }
 
 std::string HADLBinder::libraryOfPrimary(const std::string& primary) {
@@ -498,6 +537,12 @@ void HADLBinder::bindVhdlInstance(unsigned unitId, const VhdlStatement& statemen
     record.hasParam = instFinder.bit(*inst, HADLInstFinder::HasParam);
     record.instNameHasLib = instFinder.bit(*inst, HADLInstFinder::NameHasLib);
 
+    // The Verilog copy elaboration bound the instance to.
+    if (unsigned used = foreignVerilogUnit(inst->GetForeignUnit())) {
+        record.unitId = used;
+        db.unitAttrs.at(unitId).insts.push_back(record);
+        return;
+    }
     if (!id) {
         // Never resolved: the unit as written.
         auto* written = dynamic_cast<const VhdlInstantiatedUnit*>(inst->GetInstantiatedUnitNameNode());
@@ -554,6 +599,21 @@ void HADLBinder::bindVhdlInstance(unsigned unitId, const VhdlStatement& statemen
     db.unitAttrs.at(unitId).insts.push_back(record);
 }
 
+unsigned HADLBinder::foreignVhdlUnit(const ForeignUnitRef& used) {
+    if (used.empty()) return 0;
+    VhdlLibrary* lib = vhdl_file::GetLibrary(std::string(used.library).c_str());
+    VhdlPrimaryUnit* primary = lib ? lib->GetPrimUnit(std::string(used.unit).c_str()) : nullptr;
+    if (!isVhdlUnit(primary)) return 0;
+    return addVhdlUnitByArch(*primary, std::string(used.secondary));
+}
+
+unsigned HADLBinder::foreignVerilogUnit(const ForeignUnitRef& used) {
+    if (used.empty()) return 0;
+    VeriLibrary* lib = veri_file::GetLibrary(std::string(used.library).c_str());
+    VeriModule* module = lib ? lib->GetModule(used.unit) : nullptr;
+    return isVerilogUnit(module) ? addVerilogUnit(*module) : 0;
+}
+
 void HADLBinder::linkUnboundUnits() {
     for (VhdlLibrary* lib : vhdl_file::AllLibraries()) {
         for (VhdlPrimaryUnit* p : lib->PrimaryUnits()) {
@@ -587,7 +647,9 @@ void HADLBinder::collectElabReqFiles() {
         for (unsigned nameId : db.pkgIds.at(f)) packageFile.emplace(nameId, f);
     for (VeriLibrary* lib : veri_file::AllLibraries()) {
         for (VeriModule* m : lib->AllModules()) {
-            if (!isVerilogUnit(m)) continue;
+            // A copy holds its original's names in its original's file: the original's
+            // walk finds what it needs.
+            if (!isVerilogUnit(m) || !m->GetOriginalModuleName().empty()) continue;
             HADLStringIndexTable scopeNames;
             HADLStringIndexTable selectedNames;
             HADLSysVeriExtractor extractor(scopeNames, selectedNames);
@@ -621,12 +683,13 @@ void HADLBinder::collectElabReqFiles() {
     }
 }
 
-void HADLBinder::bind(HADLInstFinder& instFinder, const std::vector<std::string>& paramCopyNames) {
+void HADLBinder::bind(HADLInstFinder& instFinder, const std::vector<std::string>& paramCopyNames,
+                      const HADLIPBDTable* ipbd) {
     registerUnits();
     bindInstances(instFinder, paramCopyNames);
     linkUnboundUnits();
     collectElabReqFiles();
     if (db.enableVhdlVerilogConfig) redirectConfigInsts(db);
-    markInactiveUnits(db);
+    markInactiveUnits(db, ipbd);
     computeTops(db);
 }

@@ -9,6 +9,7 @@
 
 #include "hdl/base/Language.h"
 #include "sift/bind/HADLBinder.h"
+#include "sift/bind/HADLIPBDTable.h"
 #include "sift/bind/HADLSketch.h"
 
 namespace {
@@ -24,10 +25,11 @@ public:
         : db(db), unitToRUnit(db.unitAttrs.size(), 0), rUnitToUnits(db.rUnitAttrs.size()),
           rUnitAlias(db.rUnitAttrs.size(), 0) {}
 
-    void run() {
+    void run(const HADLIPBDTable* ipbd) {
         matchUnits();
         aliasArchitectures();
         mark();
+        if (ipbd) applyIPBDInactiveUnits(db, *ipbd, rUnitAlias);
     }
 
 private:
@@ -167,4 +169,4 @@ private:
 
 } // namespace
 
-void markInactiveUnits(HADLDatabase& db) { InactiveMarker(db).run(); }
+void markInactiveUnits(HADLDatabase& db, const HADLIPBDTable* ipbd) { InactiveMarker(db).run(ipbd); }

@@ -11,12 +11,14 @@
 #include "hdl/base/Language.h"
 #include "hdl/elab/ElabMixed.h"
 #include "hdl/sv/VeriLibrary.h"
+#include "hdl/sv/VeriParserMessageIds.h"
 #include "hdl/vhdl/VhdlLibrary.h"
 #include "hdl/vhdl/VhdlMessageIds.h"
 #include "runtime/LoomScopeTimer.h"
 #include "sift/base/HADLMessages.h"
 #include "sift/base/HADLMsgCapture.h"
 #include "sift/bind/HADLBinder.h"
+#include "sift/bind/HADLIPBDTable.h"
 #include "sift/bind/HADLInstFinder.h"
 #include "sift/primitives/HADLTrimmers.h"
 #include "sift/scan/HADLSifter.h"
@@ -126,6 +128,10 @@ void HADLElab::doElab(const std::string& top) {
             if (p->GetClassId() != VhdlConfigurationDecl::kClassId)
                 for (VhdlSecondaryUnit* sec : p->GetSecondaryUnits()) instFinder.walk(*sec);
 
+    // The instantiations as the parse trees show them, before elaboration changes them.
+    HADLIPBDTable ipbdTable;
+    if (s.handleIPBDInactiveUnits) ipbdTable.recordIPBDInstances(s);
+
     std::vector<VeriCandidate> veriPriorityTop, veriTop, veriConfigTop;
     std::vector<VhdlCandidate> vhdlPriorityTop, vhdlConfigTop, vhdlTop;
 
@@ -211,6 +217,11 @@ void HADLElab::doElab(const std::string& top) {
           v::kElabNoReturn, v::kElabNoGeneric, v::kElabNoValue, v::kElabInstanceDepth, v::kElabTopGeneric,
           v::kElabConfiguration, v::kElabSteps, v::kElabNoTop, v::kElabForeignTop})
         capture.allow(id);
+    namespace sv = hdl::veri_msg;
+    for (const MessageId& id : {sv::kElabNotConstant, sv::kElabDivision, sv::kElabLoopBound, sv::kElabCallDepth,
+                                sv::kElabNoParameter, sv::kElabUnboundModule, sv::kElabInstanceDepth, sv::kElabNoTop,
+                                sv::kElabTopParameter, sv::kElabSteps, sv::kElabDefparam, sv::kElabFunctionNoReturn})
+        capture.allow(id);
 
     // A later entry of one name replaces an earlier one; one without value takes it away.
     std::map<std::string, std::pair<std::string, const char*>> byName;
@@ -251,7 +262,7 @@ void HADLElab::doElab(const std::string& top) {
     }
     for (const auto& base : bases) std::printf("BaseName %s has %u entries\n", base.first.c_str(), base.second);
 
-    HADLBinder(s, s.hierByPassFlow).bind(instFinder, paramCopyNames);
+    HADLBinder(s, s.hierByPassFlow).bind(instFinder, paramCopyNames, s.handleIPBDInactiveUnits ? &ipbdTable : nullptr);
     // What the run prints next through Tcl comes after these lines.
     std::fflush(stdout);
 }

@@ -441,14 +441,14 @@ TEST_F(VeriElaboratorTest, TheOtherLanguageAsksForAModuleAndAConfigurationNamesT
                                        "config broken; design work.nothing; endconfig\n");
     ElabDesign design;
     VeriElaborator elab(design);
-    ElabUnitRequest request{"", "mid", "", {{"", {ElabParamValue::Integer, 3, 0, ""}}}};
+    ElabUnitRequest request{"", "mid", "", {{"", {ElabParamValue::Integer, 3, 0, ""}}}, {}};
     ElabUnitId id = elab.ElaborateForeign(request);
     ASSERT_NE(id, 0u);
     EXPECT_EQ(design.Unit(id).copyName, "mid(N=3)");
     EXPECT_EQ(design.Unit(id).instances.size(), 5u);
-    ElabUnitRequest named{"work", "leaf", "", {{"w", {ElabParamValue::Integer, 2, 0, ""}}}};
+    ElabUnitRequest named{"work", "leaf", "", {{"w", {ElabParamValue::Integer, 2, 0, ""}}}, {}};
     EXPECT_EQ(design.Unit(elab.ElaborateForeign(named)).copyName, "leaf(W=2)");
-    EXPECT_EQ(elab.ElaborateForeign({"", "absent", "", {}}), 0u);
+    EXPECT_EQ(elab.ElaborateForeign({"", "absent", "", {}, {}}), 0u);
     EXPECT_TRUE(VeriElaborator::HasParameter(veri_file::GetModule("leaf"), "d"));
     EXPECT_FALSE(VeriElaborator::HasParameter(veri_file::GetModule("leaf"), "x"));
     // The configuration's design statement gives the tops.

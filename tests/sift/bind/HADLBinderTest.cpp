@@ -161,6 +161,38 @@ TEST_F(HADLBinderTest, VerilogConfigurationWithTwoTopsBindsOneAndTellsIt) {
     EXPECT_EQ(std::string(db.fmtStrs.getString(msgs[0].fmtId)).rfind("@56-434@", 0), 0u);
 }
 
+TEST_F(HADLBinderTest, TheBypassFlowKeysSourceInstancesAsVerilogWritesThem) {
+    analyze("design.sv", R"(module leaf; endmodule
+module top;
+  leaf \odd+name ();
+  leaf plain_1$ ();
+  leaf u ();
+endmodule
+)",
+            true);
+    // Elaboration names an instance of a generate iteration by its path, here in place
+    // of `u`: such a name stays unescaped.
+    hdl::VeriModule* top = hdl::veri_file::GetLibrary("work")->GetModule("top");
+    ASSERT_NE(top, nullptr);
+    hdl::VeriInstId* made = nullptr;
+    for (uint32_t i = 0; i < top->GetScope()->DeclarationCount(); ++i)
+        if (auto* id = dynamic_cast<hdl::VeriInstId*>(top->GetScope()->Declaration(i)); id && id->name == "u")
+            made = id;
+    ASSERT_NE(made, nullptr);
+    made->name = hdl::Symbol::Intern("gen[0].u");
+    made->generateElabCreated = true;
+
+    HADLInstFinder finder;
+    HADLBinder(db, true).bind(finder, {});
+    EXPECT_EQ(instances(".work.top"), "\\odd+name ->.work.leaf plain_1$->.work.leaf gen[0].u->.work.leaf ");
+}
+
+TEST_F(HADLBinderTest, TheOrdinaryFlowKeysInstancesByTheirNames) {
+    analyze("design.sv", "module leaf; endmodule\nmodule top; leaf \\odd+name (); leaf plain (); endmodule\n", true);
+    bind();
+    EXPECT_EQ(instances(".work.top"), "odd+name->.work.leaf plain->.work.leaf ");
+}
+
 TEST(HADLBinderNames, KeysNamesAndBases) {
     EXPECT_EQ(compositeName(2, "work", "top", ""), ".work.top");
     EXPECT_EQ(compositeName(9, "work", "e", "rtl"), "/work/e/rtl");
@@ -170,6 +202,11 @@ TEST(HADLBinderNames, KeysNamesAndBases) {
     EXPECT_EQ(baseName("leaf(W=8)"), "leaf");
     EXPECT_EQ(baseName("leaf(W=8"), "leaf(W=8");
     EXPECT_EQ(baseName("(x)y"), "(x)y");
+    EXPECT_EQ(makeVerilogName("u_1$"), "u_1$");
+    EXPECT_EQ(makeVerilogName("a+b"), "\\a+b ");
+    EXPECT_EQ(makeVerilogName("1st"), "\\1st ");
+    EXPECT_EQ(makeVerilogName("\\a+b"), "\\a+b ");
+    EXPECT_EQ(makeVerilogName("\\a+b "), "\\a+b ");
 }
 
 } // namespace
