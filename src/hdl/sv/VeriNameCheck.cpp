@@ -2,8 +2,11 @@
 // functions and tasks, and plain identifiers where no implicit net can stand. Run on
 // each unit once its references are resolved. Hierarchical names (`a.b`, `a[0].b`) and
 // what a bind, a class or an out-of-class method names are left to elaboration: a class
-// sees what it inherits, which analysis does not know.
+// sees what it inherits, which analysis does not know. Generate blocks of one name in
+// one scope are judged here too, where the constructs they belong to are known.
 #include <functional>
+#include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -262,6 +265,63 @@ private:
     std::unordered_set<uint32_t> declaredHere_; // symbol ids
 };
 
+// Generate blocks of one name in one scope: only the alternatives of one conditional
+// generate construct may share it, an `else if` chain and constructs nested directly
+// (without begin-end) in an alternative counting as that one construct.
+class GenerateNames {
+public:
+    unsigned told = 0;
+    void scope(const ArenaArray<VeriModuleItem*>& items) {
+        Owners owners;
+        for (VeriModuleItem* item : items) construct(item, item, owners);
+    }
+
+private:
+    // The construct that first named each block of a scope.
+    using Owners = std::unordered_map<uint32_t, const VeriModuleItem*>;
+
+    void construct(VeriModuleItem* item, const VeriModuleItem* top, Owners& owners) {
+        if (auto* region = dynamic_cast<VeriGenerateConstruct*>(item)) {
+            for (VeriModuleItem* i : region->items) construct(i, i, owners);
+        } else if (auto* loop = dynamic_cast<VeriGenerateFor*>(item)) {
+            block(loop->item, item, owners);
+        } else if (auto* cond = dynamic_cast<VeriGenerateConditional*>(item)) {
+            alternative(cond->thenItem, top, owners);
+            alternative(cond->elseItem, top, owners);
+        } else if (auto* choice = dynamic_cast<VeriGenerateCase*>(item)) {
+            for (VeriGenerateCaseItem* c : choice->items)
+                if (c) alternative(c->item, top, owners);
+        } else if (dynamic_cast<VeriGenerateBlock*>(item)) {
+            block(item, item, owners);
+        }
+    }
+    void alternative(VeriModuleItem* item, const VeriModuleItem* top, Owners& owners) {
+        if (dynamic_cast<VeriGenerateConditional*>(item) || dynamic_cast<VeriGenerateCase*>(item))
+            construct(item, top, owners);
+        else block(item, top, owners);
+    }
+    // A generate block, named or not (a single item without begin-end): a scope of its own.
+    void block(VeriModuleItem* item, const VeriModuleItem* top, Owners& owners) {
+        if (!item) return;
+        Owners inner;
+        auto* b = dynamic_cast<VeriGenerateBlock*>(item);
+        if (!b) {
+            construct(item, item, inner);
+            return;
+        }
+        if (b->blockId && !b->blockId->name.empty()) {
+            auto [it, first] = owners.emplace(b->blockId->name.Id(), top);
+            if (!first && it->second != top) {
+                ColLineFile where = b->blockId->Linefile();
+                std::string n(b->blockId->name.Text());
+                Message::Tell<veri_msg::DeclaredTwice>(&where, n.c_str());
+                ++told;
+            }
+        }
+        for (VeriModuleItem* i : b->items) construct(i, i, inner);
+    }
+};
+
 } // namespace
 
 VeriIdDef* VeriParser::Impl::findInPackage(VeriModule* package, Symbol n) {
@@ -289,6 +349,9 @@ void VeriParser::Impl::checkNames(VeriModule* unit) {
         check.TraverseList(unit->items);
         check.finish();
         errors += check.told;
+        GenerateNames generates;
+        generates.scope(unit->items);
+        errors += generates.told;
     }
 }
 
