@@ -1,6 +1,7 @@
 #include "hdl/vhdl/VhdlDuplicateCheck.h"
 
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -14,14 +15,27 @@
 namespace hdl {
 namespace {
 
-std::string key(std::string_view name) {
-    // Extended identifiers and character literals keep their case.
-    std::string k(name);
-    if (!(k.size() > 1 && (k[0] == '\\' || k[0] == '\'')))
-        for (char& c : k)
-            if (c >= 'A' && c <= 'Z') c = char(c - 'A' + 'a');
-    return k;
-}
+// Names compare without regard to case, but for extended identifiers and character
+// literals; the map keys are views of the identifiers, so adding one copies nothing.
+bool caseCounts(std::string_view n) { return n.size() > 1 && (n[0] == '\\' || n[0] == '\''); }
+char fold(char c, bool exact) { return !exact && c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; }
+struct FoldHash {
+    size_t operator()(std::string_view n) const {
+        bool exact = caseCounts(n);
+        size_t h = 14695981039346656037ull;
+        for (char c : n) h = (h ^ static_cast<unsigned char>(fold(c, exact))) * 1099511628211ull;
+        return h;
+    }
+};
+struct FoldEq {
+    bool operator()(std::string_view a, std::string_view b) const {
+        if (a.size() != b.size() || caseCounts(a) != caseCounts(b)) return false;
+        bool exact = caseCounts(a);
+        for (size_t i = 0; i < a.size(); ++i)
+            if (fold(a[i], exact) != fold(b[i], exact)) return false;
+        return true;
+    }
+};
 
 // One declared identifier with the declaration that declares it.
 struct Entry {
@@ -89,7 +103,7 @@ public:
     }
     void AddId(VhdlIdDef* id, VhdlTreeNode* decl, bool tell) {
         if (!id || id->OrigName().empty()) return;
-        std::vector<Entry>& same = byName_[key(id->OrigName())];
+        std::vector<Entry>& same = byName_[id->OrigName()];
         Entry entry{id, decl};
         for (const Entry& earlier : same) {
             if (earlier.id == id || mayRedeclare(earlier, entry)) continue;
@@ -106,7 +120,7 @@ public:
 private:
     unsigned& told_;
     std::vector<VhdlIdDef*> ids_;
-    std::unordered_map<std::string, std::vector<Entry>> byName_;
+    std::unordered_map<std::string_view, std::vector<Entry>, FoldHash, FoldEq> byName_;
 };
 
 class DuplicateCheck : public VhdlVisitor {

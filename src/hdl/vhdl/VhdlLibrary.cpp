@@ -49,20 +49,31 @@ struct State {
 
 std::string Lower(std::string_view text) {
     std::string out(text);
-    for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    for (char& c : out)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
     return out;
 }
 
+bool IsWordChar(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+}
+
 void NoteSkippedNames(const std::vector<std::string_view>& skipped, std::unordered_set<std::string>& names) {
+    std::string word;
     for (std::string_view text : skipped) {
         for (size_t i = 0; i < text.size();) {
-            if (!std::isalpha(static_cast<unsigned char>(text[i]))) {
+            if (!IsWordChar(text[i])) {
                 ++i;
                 continue;
             }
             size_t b = i;
-            while (i < text.size() && (std::isalnum(static_cast<unsigned char>(text[i])) || text[i] == '_')) ++i;
-            names.insert(Lower(text.substr(b, i - b)));
+            while (i < text.size() && IsWordChar(text[i])) ++i;
+            char first = text[b];
+            if ((first >= '0' && first <= '9') || first == '_') continue;
+            word.assign(text.substr(b, i - b));
+            for (char& c : word)
+                if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+            names.insert(word);
         }
     }
 }
