@@ -36,11 +36,16 @@ VeriIdRef* hierarchyRoot(VeriExpression* e) {
     }
 }
 
+// The texts of names told at the end of the file, by kind.
+enum UndeclaredKind : unsigned { kIdentifier, kType, kSubprogram, kNoImplicitNet };
+
 // What the check asks of the parser.
 struct NameCheckContext {
     const std::unordered_set<VeriIdRef*>& unresolved;
     std::function<VeriModule*(std::string_view)> findPackage;
     std::function<VeriIdDef*(VeriModule*, Symbol)> findInPackage;
+    // Where names nothing declares yet wait for the end of the file.
+    std::vector<VeriUndeclaredName>& undeclared;
 };
 
 class NameCheck : public VeriVisitor {
@@ -104,7 +109,7 @@ public:
         auto* ref = dynamic_cast<VeriIdRef*>(n.typeName);
         if (ref && !n.virtualInterface && unresolved(*ref) && !inPortList_) {
             skip_.insert(ref);
-            tell<veri_msg::UndeclaredType>(*ref);
+            later(*ref, kType);
         }
         if (ref && (n.virtualInterface || inPortList_)) skip_.insert(ref);
         VeriVisitor::Visit(n);
@@ -114,7 +119,7 @@ public:
         auto* ref = dynamic_cast<VeriIdRef*>(n.func);
         if (ref && unresolved(*ref) && ref->name != "randomize") {
             skip_.insert(ref);
-            tell<veri_msg::UndeclaredSubprogram>(*ref);
+            later(*ref, kSubprogram);
         }
         // `with (item > 0)` names the iterator that the array method declares.
         if (n.with) {
@@ -129,7 +134,7 @@ public:
         auto* ref = dynamic_cast<VeriIdRef*>(n.call);
         if (ref && unresolved(*ref)) {
             skip_.insert(ref);
-            tell<veri_msg::UndeclaredSubprogram>(*ref);
+            later(*ref, kSubprogram);
         }
         VeriVisitor::Visit(n);
     }
@@ -164,14 +169,14 @@ public:
             declaredHere_.insert(n.name.Id()); // an implicit net, which later uses may name
             return;
         }
-        if (implicitNetPlace_ > 0) tell<veri_msg::UndeclaredNoImplicitNet>(n);
+        if (implicitNetPlace_ > 0) later(n, kNoImplicitNet);
         else undeclared_.push_back(&n);
     }
 
     // What is still undeclared once the whole unit has declared its implicit nets.
     void finish() {
         for (VeriIdRef* ref : undeclared_)
-            if (!declaredHere_.count(ref->name.Id())) tell<veri_msg::UndeclaredIdentifier>(*ref);
+            if (!declaredHere_.count(ref->name.Id())) later(*ref, kIdentifier);
         undeclared_.clear();
     }
 
@@ -244,6 +249,11 @@ private:
         std::string item(n.name.Text()), package(ref.name.Text());
         Message::Tell<veri_msg::NotDeclaredInPackage>(&where, item.c_str(), package.c_str());
         ++told;
+    }
+
+    void later(VeriIdRef& ref, unsigned kind) {
+        skip_.insert(&ref);
+        p_.undeclared.push_back({&ref, kind});
     }
 
     template <const MessageText& Text>
@@ -334,6 +344,23 @@ VeriIdDef* VeriParser::Impl::findInPackage(VeriModule* package, Symbol n) {
     return nullptr;
 }
 
+void VeriParser::Impl::tellUndeclared() {
+    VeriScope* unitScope = unitScopeOwner ? unitScopeOwner->scope : nullptr;
+    for (const VeriUndeclaredName& u : undeclared) {
+        if (unitScope && unitScope->findLocal(u.ref->name)) continue;
+        ColLineFile where = u.ref->Linefile();
+        std::string n(u.ref->name.Text());
+        switch (u.kind) {
+        case kType: Message::Tell<veri_msg::UndeclaredType>(&where, n.c_str()); break;
+        case kSubprogram: Message::Tell<veri_msg::UndeclaredSubprogram>(&where, n.c_str()); break;
+        case kNoImplicitNet: Message::Tell<veri_msg::UndeclaredNoImplicitNet>(&where, n.c_str()); break;
+        default: Message::Tell<veri_msg::UndeclaredIdentifier>(&where, n.c_str()); break;
+        }
+        ++errors;
+    }
+    undeclared.clear();
+}
+
 void VeriParser::Impl::checkNames(VeriModule* unit) {
     for (VeriIdDef* id : duplicates) {
         ColLineFile where = id->Linefile();
@@ -343,7 +370,8 @@ void VeriParser::Impl::checkNames(VeriModule* unit) {
     }
     if (unit && !unit->IsConfiguration() && !unit->IsChecker()) {
         NameCheckContext context{unresolved, hooks.findPackage,
-                                 [this](VeriModule* package, Symbol n) { return findInPackage(package, n); }};
+                                 [this](VeriModule* package, Symbol n) { return findInPackage(package, n); },
+                                 undeclared};
         NameCheck check(context, *unit);
         check.ports(*unit);
         check.TraverseList(unit->items);

@@ -133,6 +133,17 @@ TEST(VeriNameCheck, DeclarationsTwiceInOneScope) {
                                     "5 VERI-1509 'u' is already declared in this scope"}));
 }
 
+// The compilation unit's scope may declare what a unit names after the unit, later in
+// the same file; what it never declares is still told.
+TEST(VeriNameCheck, LaterDeclarationsOfTheCompilationUnit) {
+    const std::string unit = "module m (output int y);\n  assign y = later_c;\n  initial later_f();\nendmodule\n";
+    veritest::analyze(unit + "parameter int later_c = 3;\nfunction void later_f(); endfunction\n");
+    EXPECT_EQ(errorsSeen(), Errors{});
+    veritest::analyze(unit + "parameter int later_cc = 3;\nfunction void later_ff(); endfunction\n");
+    EXPECT_EQ(errorsSeen(), (Errors{"3 VERI-1507 function or task 'later_f' is not declared",
+                                    "2 VERI-1507 'later_c' is not declared"}));
+}
+
 // Generate blocks may share a name only as alternatives of one conditional construct.
 TEST(VeriNameCheck, GenerateBlocksOfOneName) {
     veritest::analyze("module m #(parameter P = 1, parameter Q = 0) ();\n"
