@@ -4,7 +4,8 @@
 // for Verilog the input after the first NUL byte pair becomes the text of "inc.svh",
 // which the main text can include, so includes and macros meet each other. Where the
 // parser reads SystemVerilog text without error, the skim's references must cover the
-// scopes the tree names.
+// scopes the tree names; where it reads VHDL text without error, the packages its
+// expanded names name.
 #include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
@@ -17,11 +18,14 @@
 #include "hdl/base/Message.h"
 #include "hdl/sort/VeriSkim.h"
 #include "hdl/sort/VeriSkimScanner.h"
+#include "hdl/sort/VhdlSkim.h"
 #include "hdl/sort/VhdlSkimScanner.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/sv/VeriPackageNames.h"
 #include "hdl/sv/VeriPreprocessor.h"
 #include "hdl/vhdl/VhdlLexer.h"
+#include "hdl/vhdl/VhdlLibrary.h"
+#include "hdl/vhdl/VhdlPackageNames.h"
 
 namespace {
 
@@ -106,6 +110,34 @@ void references(std::vector<hdl::VeriSkimToken> tokens, const std::string& text,
     hdl::veri_file::Reset();
 }
 
+// Where the full parse reads the VHDL text without error, every package that an
+// expanded name of its tree names must be a reference of the skim.
+void vhdlReferences(const std::vector<hdl::VhdlSkimToken>& tokens, const std::string& text, unsigned mode,
+                    bool ignorePragmas) {
+    hdl::FileElement element;
+    hdl::vhdlSkimTokens(text, tokens, element);
+    hdl::vhdl_file::Reset();
+    hdl::vhdl_file::SetIgnoreTranslateOff(ignorePragmas);
+    parseErrors = 0;
+    hdl::Message::RegisterCallBackMsg(countParseError);
+    hdl::vhdl_file::AnalyzeText(text, "fuzz.vhd", "work", mode);
+    hdl::Message::RegisterCallBackMsg(countMessage);
+    if (parseErrors == 0)
+        for (hdl::VhdlLibrary* lib : hdl::vhdl_file::AllLibraries())
+            for (hdl::VhdlPrimaryUnit* p : lib->PrimaryUnits()) {
+                std::vector<hdl::VhdlDesignUnit*> units{p};
+                for (hdl::VhdlSecondaryUnit* s : p->GetSecondaryUnits()) units.push_back(s);
+                for (hdl::VhdlDesignUnit* unit : units)
+                    for (const auto& [library, package] : hdl::VhdlExpandedPackages(*unit)) {
+                        bool found = false;
+                        for (const hdl::SortReference& r : element.references)
+                            found |= r.libraryName == library && r.unitName == package;
+                        if (!found) __builtin_trap();
+                    }
+            }
+    hdl::vhdl_file::Reset();
+}
+
 void vhdl(const std::string& text, unsigned mode, bool ignorePragmas) {
     std::vector<hdl::VhdlSkimToken> fast;
     messages = 0;
@@ -119,6 +151,7 @@ void vhdl(const std::string& text, unsigned mode, bool ignorePragmas) {
     for (size_t i = 0; i < full.size(); ++i)
         if (full[i].kind != fast[i].kind || full[i].begin != fast[i].begin || full[i].end != fast[i].end)
             __builtin_trap();
+    vhdlReferences(fast, text, mode, ignorePragmas);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "hdl/sort/VhdlSkim.h"
 
 #include <string>
+#include <vector>
 
 #include "hdl/vhdl/VhdlNames.h"
 
@@ -15,7 +16,7 @@ struct ActedKinds {
     bool of[VHDL_TOKEN_COUNT] = {};
     constexpr ActedKinds() {
         for (uint16_t k : {VHDL_EOF, VHDL_LIBRARY, VHDL_USE, VHDL_CONTEXT, VHDL_ENTITY, VHDL_ARCHITECTURE, VHDL_PACKAGE,
-                           VHDL_CONFIGURATION, VHDL_FOR, VHDL_COLON, VHDL_COMPONENT, VHDL_RECORD})
+                           VHDL_CONFIGURATION, VHDL_FOR, VHDL_COLON, VHDL_COMPONENT, VHDL_RECORD, VHDL_DOT})
             of[k] = true;
     }
 };
@@ -41,6 +42,7 @@ public:
             case VHDL_FOR: blockConfiguration(); break;
             case VHDL_COLON: instantiation(); break;
             case VHDL_COMPONENT: component(); break;
+            case VHDL_DOT: expandedName(); break;
             case VHDL_RECORD:
                 // Element declarations (`a : t;`) look like bare statements.
                 inRecord_ = i_ == 0 || kindAt(i_ - 1) != VHDL_END;
@@ -85,9 +87,31 @@ private:
     void libraryClause() {
         ++i_;
         while (isName(kindAt(i_)) || kindAt(i_) == VHDL_COMMA) {
-            if (isName(kindAt(i_))) addReference(textAt(i_), "");
+            if (isName(kindAt(i_))) {
+                addReference(textAt(i_), "");
+                libraries_.push_back(VhdlIdName(text_.substr(t_[i_].begin, t_[i_].end - t_[i_].begin), false));
+            }
             ++i_;
         }
+    }
+
+    // lib.pkg.item where a name may stand (`work.pkg.c`, `lib.pkg.f(x)`): without a use
+    // clause the package must still be analysed first. `lib` is work, std or a library
+    // a clause of the file named; a record or protected object's selections are not.
+    void expandedName() {
+        size_t dot = i_++;
+        if (dot == 0 || !isName(kindAt(dot - 1)) || !isName(kindAt(dot + 1)) || kindAt(dot + 2) != VHDL_DOT) return;
+        if (dot >= 2 && kindAt(dot - 2) == VHDL_DOT) return;
+        if (referToPackage(dot - 1)) i_ = dot + 2;
+    }
+
+    // The package of `lib.pkg.x` starting at token k, when lib is a library known here.
+    bool referToPackage(size_t k) {
+        std::string lib = VhdlIdName(text_.substr(t_[k].begin, t_[k].end - t_[k].begin), false);
+        bool known = lib == "work" || lib == "std";
+        for (const std::string& l : libraries_) known = known || l == lib;
+        if (known) addReference(textAt(k), textAt(k + 2));
+        return known;
     }
 
     // use a.b.c, d.e; and the bindings `use entity l.e(a)` / `use configuration l.c`.
@@ -282,6 +306,8 @@ private:
         // A selected component name keeps its last part.
         size_t first = n;
         while (kindAt(n + 1) == VHDL_DOT && isName(kindAt(n + 2))) n += 2;
+        // A component of a package named by library and package needs the package.
+        if (n >= first + 4) referToPackage(n - 4);
         uint16_t after = kindAt(n + 1);
         bool mapFollows = (after == VHDL_PORT || after == VHDL_GENERIC) && kindAt(n + 2) == VHDL_MAP;
         uint32_t flags = 0;
@@ -332,6 +358,7 @@ private:
     std::string entity_; // entity of the architecture being read
     uint16_t unitKind_ = 0; // keyword that started units[unit_]
     bool inRecord_ = false; // between `record` and `end record`
+    std::vector<std::string> libraries_; // named by library clauses so far, in lower case
     const bool preserveIdCase_;
 };
 

@@ -2,8 +2,11 @@
 // functions and tasks, and plain identifiers where no implicit net can stand. Run on
 // each unit once its references are resolved. Hierarchical names (`a.b`, `a[0].b`) and
 // what a bind, a class or an out-of-class method names are left to elaboration: a class
-// sees what it inherits, which analysis does not know.
+// sees what it inherits, which analysis does not know. Generate blocks of one name in
+// one scope are judged here too, where the constructs they belong to are known.
 #include <functional>
+#include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -33,11 +36,16 @@ VeriIdRef* hierarchyRoot(VeriExpression* e) {
     }
 }
 
+// The texts of names told at the end of the file, by kind.
+enum UndeclaredKind : unsigned { kIdentifier, kType, kSubprogram, kNoImplicitNet };
+
 // What the check asks of the parser.
 struct NameCheckContext {
     const std::unordered_set<VeriIdRef*>& unresolved;
     std::function<VeriModule*(std::string_view)> findPackage;
     std::function<VeriIdDef*(VeriModule*, Symbol)> findInPackage;
+    // Where names nothing declares yet wait for the end of the file.
+    std::vector<VeriUndeclaredName>& undeclared;
 };
 
 class NameCheck : public VeriVisitor {
@@ -101,7 +109,7 @@ public:
         auto* ref = dynamic_cast<VeriIdRef*>(n.typeName);
         if (ref && !n.virtualInterface && unresolved(*ref) && !inPortList_) {
             skip_.insert(ref);
-            tell<veri_msg::UndeclaredType>(*ref);
+            later(*ref, kType);
         }
         if (ref && (n.virtualInterface || inPortList_)) skip_.insert(ref);
         VeriVisitor::Visit(n);
@@ -111,7 +119,7 @@ public:
         auto* ref = dynamic_cast<VeriIdRef*>(n.func);
         if (ref && unresolved(*ref) && ref->name != "randomize") {
             skip_.insert(ref);
-            tell<veri_msg::UndeclaredSubprogram>(*ref);
+            later(*ref, kSubprogram);
         }
         // `with (item > 0)` names the iterator that the array method declares.
         if (n.with) {
@@ -126,7 +134,7 @@ public:
         auto* ref = dynamic_cast<VeriIdRef*>(n.call);
         if (ref && unresolved(*ref)) {
             skip_.insert(ref);
-            tell<veri_msg::UndeclaredSubprogram>(*ref);
+            later(*ref, kSubprogram);
         }
         VeriVisitor::Visit(n);
     }
@@ -161,14 +169,14 @@ public:
             declaredHere_.insert(n.name.Id()); // an implicit net, which later uses may name
             return;
         }
-        if (implicitNetPlace_ > 0) tell<veri_msg::UndeclaredNoImplicitNet>(n);
+        if (implicitNetPlace_ > 0) later(n, kNoImplicitNet);
         else undeclared_.push_back(&n);
     }
 
     // What is still undeclared once the whole unit has declared its implicit nets.
     void finish() {
         for (VeriIdRef* ref : undeclared_)
-            if (!declaredHere_.count(ref->name.Id())) tell<veri_msg::UndeclaredIdentifier>(*ref);
+            if (!declaredHere_.count(ref->name.Id())) later(*ref, kIdentifier);
         undeclared_.clear();
     }
 
@@ -243,6 +251,11 @@ private:
         ++told;
     }
 
+    void later(VeriIdRef& ref, unsigned kind) {
+        skip_.insert(&ref);
+        p_.undeclared.push_back({&ref, kind});
+    }
+
     template <const MessageText& Text>
     void tell(VeriIdRef& ref) {
         skip_.insert(&ref);
@@ -262,6 +275,63 @@ private:
     std::unordered_set<uint32_t> declaredHere_; // symbol ids
 };
 
+// Generate blocks of one name in one scope: only the alternatives of one conditional
+// generate construct may share it, an `else if` chain and constructs nested directly
+// (without begin-end) in an alternative counting as that one construct.
+class GenerateNames {
+public:
+    unsigned told = 0;
+    void scope(const ArenaArray<VeriModuleItem*>& items) {
+        Owners owners;
+        for (VeriModuleItem* item : items) construct(item, item, owners);
+    }
+
+private:
+    // The construct that first named each block of a scope.
+    using Owners = std::unordered_map<uint32_t, const VeriModuleItem*>;
+
+    void construct(VeriModuleItem* item, const VeriModuleItem* top, Owners& owners) {
+        if (auto* region = dynamic_cast<VeriGenerateConstruct*>(item)) {
+            for (VeriModuleItem* i : region->items) construct(i, i, owners);
+        } else if (auto* loop = dynamic_cast<VeriGenerateFor*>(item)) {
+            block(loop->item, item, owners);
+        } else if (auto* cond = dynamic_cast<VeriGenerateConditional*>(item)) {
+            alternative(cond->thenItem, top, owners);
+            alternative(cond->elseItem, top, owners);
+        } else if (auto* choice = dynamic_cast<VeriGenerateCase*>(item)) {
+            for (VeriGenerateCaseItem* c : choice->items)
+                if (c) alternative(c->item, top, owners);
+        } else if (dynamic_cast<VeriGenerateBlock*>(item)) {
+            block(item, item, owners);
+        }
+    }
+    void alternative(VeriModuleItem* item, const VeriModuleItem* top, Owners& owners) {
+        if (dynamic_cast<VeriGenerateConditional*>(item) || dynamic_cast<VeriGenerateCase*>(item))
+            construct(item, top, owners);
+        else block(item, top, owners);
+    }
+    // A generate block, named or not (a single item without begin-end): a scope of its own.
+    void block(VeriModuleItem* item, const VeriModuleItem* top, Owners& owners) {
+        if (!item) return;
+        Owners inner;
+        auto* b = dynamic_cast<VeriGenerateBlock*>(item);
+        if (!b) {
+            construct(item, item, inner);
+            return;
+        }
+        if (b->blockId && !b->blockId->name.empty()) {
+            auto [it, first] = owners.emplace(b->blockId->name.Id(), top);
+            if (!first && it->second != top) {
+                ColLineFile where = b->blockId->Linefile();
+                std::string n(b->blockId->name.Text());
+                Message::Tell<veri_msg::DeclaredTwice>(&where, n.c_str());
+                ++told;
+            }
+        }
+        for (VeriModuleItem* i : b->items) construct(i, i, inner);
+    }
+};
+
 } // namespace
 
 VeriIdDef* VeriParser::Impl::findInPackage(VeriModule* package, Symbol n) {
@@ -274,6 +344,23 @@ VeriIdDef* VeriParser::Impl::findInPackage(VeriModule* package, Symbol n) {
     return nullptr;
 }
 
+void VeriParser::Impl::tellUndeclared() {
+    VeriScope* unitScope = unitScopeOwner ? unitScopeOwner->scope : nullptr;
+    for (const VeriUndeclaredName& u : undeclared) {
+        if (unitScope && unitScope->findLocal(u.ref->name)) continue;
+        ColLineFile where = u.ref->Linefile();
+        std::string n(u.ref->name.Text());
+        switch (u.kind) {
+        case kType: Message::Tell<veri_msg::UndeclaredType>(&where, n.c_str()); break;
+        case kSubprogram: Message::Tell<veri_msg::UndeclaredSubprogram>(&where, n.c_str()); break;
+        case kNoImplicitNet: Message::Tell<veri_msg::UndeclaredNoImplicitNet>(&where, n.c_str()); break;
+        default: Message::Tell<veri_msg::UndeclaredIdentifier>(&where, n.c_str()); break;
+        }
+        ++errors;
+    }
+    undeclared.clear();
+}
+
 void VeriParser::Impl::checkNames(VeriModule* unit) {
     for (VeriIdDef* id : duplicates) {
         ColLineFile where = id->Linefile();
@@ -283,12 +370,16 @@ void VeriParser::Impl::checkNames(VeriModule* unit) {
     }
     if (unit && !unit->IsConfiguration() && !unit->IsChecker()) {
         NameCheckContext context{unresolved, hooks.findPackage,
-                                 [this](VeriModule* package, Symbol n) { return findInPackage(package, n); }};
+                                 [this](VeriModule* package, Symbol n) { return findInPackage(package, n); },
+                                 undeclared};
         NameCheck check(context, *unit);
         check.ports(*unit);
         check.TraverseList(unit->items);
         check.finish();
         errors += check.told;
+        GenerateNames generates;
+        generates.scope(unit->items);
+        errors += generates.told;
     }
 }
 

@@ -91,6 +91,7 @@ void VeriParser::Impl::parseSourceText() {
     unitScopeOwner->items = unitItems.freeze();
     resolvePending();
     if (errors == 0) checkNames(unitScopeOwner);
+    tellUndeclared();
     duplicates.clear();
     if (!unitScopeOwner->items.Empty() && hooks.onUnit) hooks.onUnit(unitScopeOwner);
     else dropped(unitScopeOwner);

@@ -310,8 +310,8 @@ void VeriParser::Impl::declare(VeriIdDef* id) {
 }
 
 // Names that one region may hold twice: a forward type declaration and its type, block
-// and generate labels (generate blocks of one name stand in exclusive branches, which
-// only elaboration tells apart), and whatever elaboration makes.
+// and generate labels (generate blocks of one name may be alternatives of one construct:
+// the name check judges them once the unit is complete), and whatever elaboration makes.
 bool VeriParser::Impl::duplicate(const VeriIdDef* old, const VeriIdDef* id) {
     auto mayRepeat = [](const VeriIdDef* d) {
         return dynamic_cast<const VeriTypeId*>(d) || dynamic_cast<const VeriBlockId*>(d) ||

@@ -16,6 +16,12 @@
 
 namespace hdl {
 
+// A name of a unit that nothing declared when the unit ended, with which text tells it.
+struct VeriUndeclaredName {
+    VeriIdRef* ref;
+    unsigned kind;
+};
+
 struct VeriParser::Impl {
     Impl(VeriPreprocessor& pp, Arena& arena, VeriParserHooks hooks);
 
@@ -49,6 +55,10 @@ struct VeriParser::Impl {
     std::unordered_set<VeriIdRef*> unresolved;
     // Second declarations of a name in one scope, told with the name check.
     std::vector<VeriIdDef*> duplicates;
+    // Names of a unit that nothing declared when it ended; the compilation unit's scope
+    // may declare them later in the file, so they are told at its end (VeriNameCheck.cpp).
+    std::vector<VeriUndeclaredName> undeclared;
+    void tellUndeclared();
 
     // ---- tokens
     // The reference lasts until the next peek or take.

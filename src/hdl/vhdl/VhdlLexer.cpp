@@ -164,15 +164,20 @@ void VhdlLexer::LineComment(size_t start) {
 
 void VhdlLexer::SkipToPragmaOn() {
     ColLineFile from = Here();
+    size_t begin = pos_;
     while (!AtEnd()) {
         if (Peek() == '-' && Peek(1) == '-') {
             size_t start = pos_;
             while (!AtEnd() && Peek() != '\n') Advance();
-            if (pragmaKind(text_.substr(start + 2, pos_ - start - 2)) == 2) return;
+            if (pragmaKind(text_.substr(start + 2, pos_ - start - 2)) == 2) {
+                skipped_.push_back(text_.substr(begin, start - begin));
+                return;
+            }
         } else {
             Advance();
         }
     }
+    skipped_.push_back(text_.substr(begin));
     Message::Tell<vhdl_msg::TranslateOffNotClosed>(&from);
 }
 
@@ -258,6 +263,12 @@ void VhdlLexer::Directive() {
 // `elsif whose condition holds or at `else of the same level; `end of the same
 // level always ends it (and closes the directive).
 void VhdlLexer::SkipInactive(bool stopAtElse) {
+    size_t begin = pos_;
+    SkipInactiveText(stopAtElse);
+    skipped_.push_back(text_.substr(begin, pos_ - begin));
+}
+
+void VhdlLexer::SkipInactiveText(bool stopAtElse) {
     unsigned depth = 0;
     while (!AtEnd()) {
         char c = Peek();

@@ -32,6 +32,9 @@ public:
 
     std::string_view Text(const VhdlTok& t) const { return text_.substr(t.begin, t.end - t.begin); }
     unsigned ErrorCount() const { return errors_; }
+    // The text that translate_off regions and inactive directive branches left out, in
+    // order: what it declares, the analysed units do not see.
+    const std::vector<std::string_view>& SkippedText() const { return skipped_; }
 
 private:
     VhdlTok Next();
@@ -44,6 +47,7 @@ private:
     bool EvalRelation(const std::vector<std::string_view>& words, size_t& at, bool& ok);
     std::string_view DirectiveValue(std::string_view name) const;
     void SkipInactive(bool stopAtElse);
+    void SkipInactiveText(bool stopAtElse);
     void SkipToPragmaOn();
     void SkipProtected();
     void Identifier(VhdlTok& t);
@@ -73,6 +77,7 @@ private:
     ErrorRecovery recovery_;
     // Open `if directives: true while the branch being read is taken.
     std::vector<bool> conditions_;
+    std::vector<std::string_view> skipped_;
 };
 
 } // namespace hdl

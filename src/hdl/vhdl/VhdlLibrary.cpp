@@ -2,9 +2,12 @@
 
 #include <cctype>
 #include <cstring>
+#include <string>
+#include <unordered_set>
 
 #include "hdl/base/Arena.h"
 #include "hdl/base/Message.h"
+#include "hdl/vhdl/VhdlDuplicateCheck.h"
 #include "hdl/vhdl/VhdlLexer.h"
 #include "hdl/vhdl/VhdlMessageIds.h"
 #include "hdl/vhdl/VhdlNameCheck.h"
@@ -40,7 +43,40 @@ struct State {
     std::vector<std::unique_ptr<AnalysedFile>> files;
     bool ignoreTranslateOff = false;
     VhdlUnitSource* source = nullptr;
+    // The identifiers of skipped text, in lower case.
+    std::unordered_set<std::string> skippedNames;
 };
+
+std::string Lower(std::string_view text) {
+    std::string out(text);
+    for (char& c : out)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return out;
+}
+
+bool IsWordChar(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+}
+
+void NoteSkippedNames(const std::vector<std::string_view>& skipped, std::unordered_set<std::string>& names) {
+    std::string word;
+    for (std::string_view text : skipped) {
+        for (size_t i = 0; i < text.size();) {
+            if (!IsWordChar(text[i])) {
+                ++i;
+                continue;
+            }
+            size_t b = i;
+            while (i < text.size() && IsWordChar(text[i])) ++i;
+            char first = text[b];
+            if ((first >= '0' && first <= '9') || first == '_') continue;
+            word.assign(text.substr(b, i - b));
+            for (char& c : word)
+                if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+            names.insert(word);
+        }
+    }
+}
 
 State& S() {
     static State state;
@@ -135,6 +171,10 @@ void vhdl_file::RemoveAllLOptions() { S().searchOrder.clear(); }
 const std::vector<std::string>& vhdl_file::LOptions() { return S().searchOrder; }
 const std::vector<VhdlReplacedUnit>& vhdl_file::ReplacedUnits() { return S().replaced; }
 void vhdl_file::SetIgnoreTranslateOff(bool ignore) { S().ignoreTranslateOff = ignore; }
+bool vhdl_file::IsSkippedName(std::string_view name) {
+    const State& s = S();
+    return !s.skippedNames.empty() && s.skippedNames.count(Lower(name));
+}
 
 void vhdl_file::Reset() {
     State& s = S();
@@ -148,6 +188,7 @@ void vhdl_file::Reset() {
     if (s.source) s.source->Forget();
     s.source = nullptr;
     s.files.clear();
+    s.skippedNames.clear();
     _protect = nullptr;
     VhdlResolverForget();
 }
@@ -217,6 +258,8 @@ bool vhdl_file::AnalyzeText(const std::string& text, const char* name, const cha
     lexer.SetIgnorePragmas(s.ignoreTranslateOff);
     VhdlParser parser(file.arena, file.text, lexer.Tokenize(), fileId, mode);
     std::vector<VhdlDesignUnit*> units = parser.ParseDesignFile();
+    NoteSkippedNames(lexer.SkippedText(), s.skippedNames);
+    NoteSkippedNames(parser.DroppedText(), s.skippedNames);
     bool clean = lexer.ErrorCount() == 0 && parser.ErrorCount() == 0;
 
     VhdlLibrary* lib = GetLibrary(libName, true);
@@ -251,7 +294,8 @@ bool vhdl_file::AnalyzeText(const std::string& text, const char* name, const cha
         if (unit->library || dynamic_cast<VhdlPrimaryUnit*>(unit)) {
             VhdlResolveUnit(unit, lib);
             reportMissingUnits(*unit, lib);
-            VhdlReportUndeclaredNames(*unit);
+            VhdlReportUndeclaredNames(*unit, clean);
+            if (clean) VhdlReportDuplicateDeclarations(*unit);
         }
     }
     return clean && Message::ErrorCount() == errorsBefore;

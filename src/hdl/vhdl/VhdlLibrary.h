@@ -94,6 +94,11 @@ public:
 
     // translate_off/synthesis_off regions are honoured unless this is set.
     static void SetIgnoreTranslateOff(bool ignore);
+    // Whether an identifier (compared without case) stands in text that translate_off
+    // regions or inactive directive branches of the files analysed so far left out, or
+    // in declarations the parser dropped (PSL, mode views): a use of it may mean a
+    // declaration there, so it is not told as undeclared.
+    static bool IsSkippedName(std::string_view name);
 
     // Forgets all libraries and settings and frees their trees; for tests and tools
     // that hold no unit across the call.

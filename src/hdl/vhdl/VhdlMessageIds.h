@@ -82,6 +82,11 @@
     ID(kUndeclared, "VHDL-1506", MSG_ERROR)                                                                  \
     TEXT(UndeclaredType, kUndeclared, "type '%s' is not declared")                                           \
     TEXT(NotDeclaredInPackage, kUndeclared, "'%s' is not declared in package '%s'")                          \
+    TEXT(UndeclaredName, kUndeclared, "'%s' is not declared")                                                \
+    TEXT(UndeclaredAttribute, kUndeclared, "attribute '%s' is not declared")                                 \
+    /* A name declared twice in one declarative region. */                                                  \
+    ID(kDeclaredTwice, "VHDL-1507", MSG_ERROR)                                                               \
+    TEXT(DeclaredTwice, kDeclaredTwice, "'%s' is already declared in this region")                           \
     /* A component instance that no unit binds. */                                                         \
     ID(kElabUnbound, "VHDL-1317", MSG_WARNING)                                                               \
     TEXT(ElabInstanceUnbound, kElabUnbound, "instance '%s' of component '%s' is not bound")                  \

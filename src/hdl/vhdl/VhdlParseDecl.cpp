@@ -94,7 +94,14 @@ VhdlTreeNode* VhdlParser::ParseDeclaration() {
 
 // PSL declarations and directives (property, sequence, default clock, assert always)
 // are recognised and dropped.
+void VhdlParser::NoteDropped(size_t fromTok) {
+    if (pos_ <= fromTok || pos_ > toks_.size()) return;
+    size_t begin = toks_[fromTok].begin, end = toks_[pos_ - 1].end;
+    if (end > begin) dropped_.push_back(text_.substr(begin, end - begin));
+}
+
 VhdlTreeNode* VhdlParser::SkipPslDeclaration() {
+    size_t from = pos_;
     ColLineFile loc(fileId_, Tok().line, Tok().col);
     Message::Tell<vhdl_msg::PslTextIgnored>(&loc);
     // Sequences hold ';' between braces: {a; b}.
@@ -105,15 +112,18 @@ VhdlTreeNode* VhdlParser::SkipPslDeclaration() {
         ++pos_;
     }
     Accept(VHDL_SEMI);
+    NoteDropped(from);
     return nullptr;
 }
 
 // Mode views of 2019 are read over; nothing later needs them yet.
 VhdlTreeNode* VhdlParser::SkipModeView() {
+    size_t from = pos_;
     ColLineFile loc(fileId_, Tok().line, Tok().col);
     Message::Tell<vhdl_msg::ModeViewIgnored>(&loc);
     while (!AtEndOfFile() && !(Is(VHDL_END) && Kind(1) == VHDL_VIEW)) ++pos_;
     SkipPast(VHDL_SEMI);
+    NoteDropped(from);
     return nullptr;
 }
 

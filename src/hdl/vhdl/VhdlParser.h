@@ -25,6 +25,10 @@ public:
     // Syntax errors told.
     unsigned ErrorCount() const { return recovery_.Told(fileId_); }
 
+    // The text of declarations read over and dropped (PSL declarations, mode views), in
+    // order: what they declare, the tree does not hold.
+    const std::vector<std::string_view>& DroppedText() const { return dropped_; }
+
     // Entry points for tests and tools: one expression / one subtype indication.
     VhdlExpression* ParseExpressionOnly();
 
@@ -175,6 +179,8 @@ private:
     size_t skipped_ = 0;
     ErrorRecovery recovery_;
     unsigned depth_ = 0;
+    std::vector<std::string_view> dropped_;
+    void NoteDropped(size_t fromTok);
 };
 
 } // namespace hdl

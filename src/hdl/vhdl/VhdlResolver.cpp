@@ -303,7 +303,16 @@ public:
     void Visit(VhdlBlockStatement& n) override { Labelled(n); }
     void Visit(VhdlGenerateStatement& n) override { Labelled(n); }
     void Visit(VhdlLoopStatement& n) override { Labelled(n); }
-    void Visit(VhdlProtectedTypeDefBody& n) override { Region(n); }
+    void Visit(VhdlProtectedTypeDefBody& n) override {
+        // The body's region continues the declaration's: methods call those declared there
+        // whose bodies come later.
+        VhdlProtectedTypeDef* declared = bodyOf_;
+        bodyOf_ = nullptr;
+        Push();
+        if (declared) DeclareAll(declared->declarations);
+        n.VisitChildren(*this);
+        Pop();
+    }
     void Visit(VhdlComponentDecl& n) override {
         Declare(&n);
         Push();
@@ -413,6 +422,12 @@ public:
         Pop();
     }
     void Visit(VhdlFullTypeDecl& n) override {
+        bodyOf_ = nullptr;
+        if (n.id && n.typeDef && n.typeDef->GetClassId() == VhdlProtectedTypeDefBody::kClassId) {
+            VhdlIdDef* declared = Lookup(n.id->OrigName(), VhdlCallShape{}, nullptr);
+            auto* full = declared ? dynamic_cast<VhdlFullTypeDecl*>(declared->declaration) : nullptr;
+            bodyOf_ = full ? dynamic_cast<VhdlProtectedTypeDef*>(full->typeDef) : nullptr;
+        }
         // The type is visible inside its own definition (records with access fields).
         Declare(&n);
         n.VisitChildren(*this);
@@ -1041,9 +1056,18 @@ private:
     void UsePackage(VhdlPrimaryUnit* unit, std::string_view only) {
         const NameTable* index = PackageIndex(unit);
         if (!index) return;
-        if (!only.empty() && !index->Find(only)) return;
+        VhdlIdDef* named = only.empty() ? nullptr : index->Find(only);
+        if (!only.empty() && !named) return;
         ++generation_;
         current_->used.push_back({nullptr, index, only, nullptr});
+        // A type made visible by its name brings its enumeration literals and units.
+        auto* type = named ? dynamic_cast<VhdlFullTypeDecl*>(named->declaration) : nullptr;
+        if (!type || (!dynamic_cast<VhdlEnumerationTypeDef*>(type->typeDef) &&
+                      !dynamic_cast<VhdlPhysicalTypeDef*>(type->typeDef)))
+            return;
+        declared_.clear();
+        DeclaredIds(type, declared_);
+        for (size_t i = 1; i < declared_.size(); ++i) current_->used.push_back({declared_[i], nullptr, {}, nullptr});
     }
 
     // The unit that a unit name of an instantiation or binding refers to: `lib.e`,
@@ -1277,6 +1301,8 @@ private:
     std::vector<std::unique_ptr<Scope>> scopes_;
     Scope* current_ = nullptr;
     std::vector<VhdlIdDef*> declared_;
+    // The protected type declaration whose body the walk is about to enter.
+    VhdlProtectedTypeDef* bodyOf_ = nullptr;
     std::vector<Overload> candidates_;
     std::vector<uint64_t> profiles_;
     // Bumped whenever what is visible may change.

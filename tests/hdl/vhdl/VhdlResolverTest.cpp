@@ -310,7 +310,7 @@ TEST_F(VhdlResolverTest, BodyFindsItsOwnDeclarationsBeforeThePackages) {
 
 TEST_F(VhdlResolverTest, InnerRegionsHideOuterOnesOnlyWhileOpen) {
     Analyze(R"(
-entity e is generic (n : integer := 2); port (s : in bit); end;
+entity e is generic (n : integer := 2); port (x : in bit); end;
 architecture r of e is
   signal s : bit;
   signal t : integer := n;
@@ -332,7 +332,7 @@ end;
     ASSERT_NE(s[0]->GetId(), nullptr);
     EXPECT_EQ(s[0]->GetId()->GetClassId(), VhdlVariableId::kClassId);
     ASSERT_NE(s[1]->GetId(), nullptr);
-    // After the process, the architecture signal hides the entity port again.
+    // After the process, the name is the architecture's signal again.
     EXPECT_EQ(s[1]->GetId()->GetClassId(), VhdlSignalId::kClassId);
     EXPECT_EQ(s[1]->GetId()->owningUnit, arch);
     for (VhdlIdRef* n : refs.byText["n"]) {

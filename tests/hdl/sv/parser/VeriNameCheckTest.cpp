@@ -133,6 +133,44 @@ TEST(VeriNameCheck, DeclarationsTwiceInOneScope) {
                                     "5 VERI-1509 'u' is already declared in this scope"}));
 }
 
+// The compilation unit's scope may declare what a unit names after the unit, later in
+// the same file; what it never declares is still told.
+TEST(VeriNameCheck, LaterDeclarationsOfTheCompilationUnit) {
+    const std::string unit = "module m (output int y);\n  assign y = later_c;\n  initial later_f();\nendmodule\n";
+    veritest::analyze(unit + "parameter int later_c = 3;\nfunction void later_f(); endfunction\n");
+    EXPECT_EQ(errorsSeen(), Errors{});
+    veritest::analyze(unit + "parameter int later_cc = 3;\nfunction void later_ff(); endfunction\n");
+    EXPECT_EQ(errorsSeen(), (Errors{"3 VERI-1507 function or task 'later_f' is not declared",
+                                    "2 VERI-1507 'later_c' is not declared"}));
+}
+
+// Generate blocks may share a name only as alternatives of one conditional construct.
+TEST(VeriNameCheck, GenerateBlocksOfOneName) {
+    veritest::analyze("module m #(parameter P = 1, parameter Q = 0) ();\n"
+                      "  if (P == 0) begin : g wire a; end\n"
+                      "  else if (P == 1) begin : g wire b; end\n"
+                      "  else if (Q) begin : g wire c; end else begin : g wire d; end\n"
+                      "  case (P) 0: begin : c wire a; end 1: if (Q) begin : c end else begin : c end\n"
+                      "    default: begin : c end endcase\n"
+                      "  for (genvar i = 0; i < 2; i++) begin : l if (i) begin : g end else begin : g end end\n"
+                      "  if (Q) begin : outer if (P) begin : g end end else begin : outer end\n"
+                      "endmodule\n");
+    EXPECT_EQ(errorsSeen(), Errors{});
+    veritest::analyze("module m #(parameter P = 1) ();\n"
+                      "  if (P) begin : g wire a; end\n"
+                      "  if (!P) begin : g wire b; end\n"
+                      "  for (genvar i = 0; i < 2; i++) begin : l end\n"
+                      "  for (genvar j = 0; j < 2; j++) begin : l end\n"
+                      "  case (P) 0: begin : c end default: begin : c end endcase\n"
+                      "  if (P) begin : c end\n"
+                      "  generate if (P) begin : n if (P) begin : x end if (!P) begin : x end end endgenerate\n"
+                      "endmodule\n");
+    EXPECT_EQ(errorsSeen(), (Errors{"3 VERI-1509 'g' is already declared in this scope",
+                                    "5 VERI-1509 'l' is already declared in this scope",
+                                    "7 VERI-1509 'c' is already declared in this scope",
+                                    "8 VERI-1509 'x' is already declared in this scope"}));
+}
+
 // ---- one-word typos in real files
 
 struct Site {
