@@ -874,20 +874,21 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                 std::unordered_map<const VeriIdDef*, Override> overrides;
                 size_t position = 0;
                 bool bad = false;
+                // The parameter a named value sets; a localparam of that name cannot be overridden either.
+                auto namedParameter = [&](const VeriPortConnect* named) -> const VeriParamId* {
+                    for (const VeriParamId* c : params)
+                        if (c->Name() == named->portName) return c;
+                    Error();
+                    ColLineFile loc = named->Linefile();
+                    std::string mod(module->Name()), pn(named->portName);
+                    Message::Tell<veri_msg::ElabNoParameter>(&loc, mod.c_str(), pn.c_str());
+                    bad = true;
+                    return nullptr;
+                };
                 for (const VeriExpression* pv : inst->paramValues) {
                     if (auto* named = dynamic_cast<const VeriPortConnect*>(pv)) {
-                        const VeriParamId* p = nullptr;
-                        for (const VeriParamId* c : params)
-                            if (c->Name() == named->portName) p = c;
-                        if (!p) {
-                            // A localparam of that name cannot be overridden either.
-                            Error();
-                            ColLineFile loc = pv->Linefile();
-                            std::string mod(module->Name()), pn(named->portName);
-                            Message::Tell<veri_msg::ElabNoParameter>(&loc, mod.c_str(), pn.c_str());
-                            bad = true;
-                            continue;
-                        }
+                        const VeriParamId* p = namedParameter(named);
+                        if (!p) continue;
                         if (named->connection) overrides[p] = {named->connection, frame, false, VeriValue()};
                         continue;
                     }
@@ -908,17 +909,8 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                 if (choice.rule && choice.rule->use) {
                     for (const VeriExpression* pv : choice.rule->use->paramValues) {
                         auto* named = static_cast<const VeriPortConnect*>(pv);
-                        const VeriParamId* p = nullptr;
-                        for (const VeriParamId* c : params)
-                            if (c->Name() == named->portName) p = c;
-                        if (!p) {
-                            Error();
-                            ColLineFile loc = pv->Linefile();
-                            std::string mod(module->Name()), pn(named->portName);
-                            Message::Tell<veri_msg::ElabNoParameter>(&loc, mod.c_str(), pn.c_str());
-                            bad = true;
-                            continue;
-                        }
+                        const VeriParamId* p = namedParameter(named);
+                        if (!p) continue;
                         if (!named->connection) {
                             overrides.erase(p);
                             continue;

@@ -198,7 +198,7 @@ public:
     void Visit(VhdlConfigurationDecl& n) override {
         for (VhdlTreeNode* c : n.contextClause) TraverseNode(c);
     }
-    // Entity names of an attribute specification may be labels of statements that
+    // Entity names of an attribute spec may be labels of statements that
     // follow; group constituents likewise.
     void Visit(VhdlEntitySpec&) override {}
     void Visit(VhdlGroupDecl&) override {}
