@@ -380,6 +380,7 @@ void VeriParser::Impl::checkNames(VeriModule* unit) {
         GenerateNames generates;
         generates.scope(unit->items);
         errors += generates.told;
+        checkSemantics(unit);
     }
 }
 

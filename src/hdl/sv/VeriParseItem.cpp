@@ -975,7 +975,9 @@ VeriModuleItem* VeriParser::Impl::parseSkipped(VeriSkippedItem* node, unsigned o
 
 VeriModuleItem* VeriParser::Impl::parseClass(const VeriToken& start) {
     auto* c = make<VeriClass>(start);
-    while (!at(VT_CLASS) && !atEof()) take(); // virtual / interface
+    std::vector<unsigned> kinds; // virtual / interface
+    while (!at(VT_CLASS) && !atEof()) kinds.push_back(take().kind);
+    if (!kinds.empty()) c->SetQualifiers(freeze(kinds));
     take();
     if (at(VT_AUTOMATIC) || at(VT_STATIC)) take();
     VeriToken n = peek();

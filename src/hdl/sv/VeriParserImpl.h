@@ -189,6 +189,8 @@ struct VeriParser::Impl {
     VeriIdDef* findInPackage(VeriModule* package, Symbol name);
     // Reports what `unit` names and nothing declares (VeriNameCheck.cpp).
     void checkNames(VeriModule* unit);
+    // Reports language rules that `unit` breaks in ways one unit shows (VeriSemanticCheck.cpp).
+    void checkSemantics(VeriModule* unit);
 
     // ---- expressions (VeriParseExpr.cpp)
     VeriExpression* parseExpression();

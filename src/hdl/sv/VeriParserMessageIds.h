@@ -88,7 +88,32 @@
     ID(kNotInPackage, "VERI-1508", MSG_ERROR)                                                              \
     TEXT(NotDeclaredInPackage, kNotInPackage, "'%s' is not declared in package '%s'")                     \
     ID(kDeclaredTwice, "VERI-1509", MSG_ERROR)                                                             \
-    TEXT(DeclaredTwice, kDeclaredTwice, "'%s' is already declared in this scope")
+    TEXT(DeclaredTwice, kDeclaredTwice, "'%s' is already declared in this scope") \
+    /* Rules of the language that one unit shows broken, without elaboration. */                            \
+    ID(kVoidReturnsValue, "VERI-1510", MSG_ERROR)                                                          \
+    TEXT(VoidFunctionReturnsValue, kVoidReturnsValue, "void function '%s' returns a value")               \
+    ID(kForkInFunction, "VERI-1511", MSG_ERROR)                                                            \
+    TEXT(ForkInFunction, kForkInFunction, "only fork-join_none is allowed in function '%s'")              \
+    ID(kReturnInFork, "VERI-1512", MSG_ERROR)                                                              \
+    TEXT(ReturnInFork, kReturnInFork, "return is not allowed inside fork-join")                           \
+    ID(kRealSelect, "VERI-1513", MSG_ERROR)                                                                \
+    TEXT(RealBitSelect, kRealSelect, "bit-select or part-select of real variable '%s'")                   \
+    TEXT(RealIndex, kRealSelect, "real variable '%s' used as an index")                                   \
+    TEXT(RealEdge, kRealSelect, "edge event on real variable '%s'")                                       \
+    ID(kAbstractNew, "VERI-1514", MSG_ERROR)                                                               \
+    TEXT(AbstractClassNew, kAbstractNew, "cannot construct an object of %s class '%s'")                   \
+    ID(kPureInConcrete, "VERI-1515", MSG_ERROR)                                                            \
+    TEXT(PureInConcreteClass, kPureInConcrete, "pure virtual method '%s' in class '%s' that is not virtual") \
+    ID(kBuiltInOverride, "VERI-1516", MSG_ERROR)                                                           \
+    TEXT(BuiltInMethodOverride, kBuiltInOverride, "built-in method '%s' cannot be overridden")            \
+    ID(kEnumValue, "VERI-1517", MSG_ERROR)                                                                 \
+    TEXT(EnumValueSize, kEnumValue, "enum value '%s' is %u bits wide, its base type %u bits")             \
+    TEXT(EnumValueXZ, kEnumValue, "enum value '%s' has x or z bits in a 2-state enum")                    \
+    TEXT(EnumAfterXZ, kEnumValue, "enum value '%s' needs a value: the one before it has x or z bits")     \
+    ID(kPackedMemberDefault, "VERI-1518", MSG_ERROR)                                                       \
+    TEXT(PackedMemberDefault, kPackedMemberDefault, "member '%s' of a packed struct cannot have a default value") \
+    ID(kZeroWidthSelect, "VERI-1519", MSG_ERROR)                                                           \
+    TEXT(ZeroWidthPartSelect, kZeroWidthSelect, "indexed part-select has width 0")
 // clang-format on
 
 namespace hdl {

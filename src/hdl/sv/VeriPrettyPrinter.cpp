@@ -684,6 +684,7 @@ public:
         out << "; " << close;
     }
     void Visit(VeriClass& n) override {
+        qualifiers(n);
         out << "class ";
         if (n.id) name(n.id->name);
         out << ';';
