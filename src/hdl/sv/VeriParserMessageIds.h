@@ -113,7 +113,9 @@
     ID(kPackedMemberDefault, "VERI-1518", MSG_ERROR)                                                       \
     TEXT(PackedMemberDefault, kPackedMemberDefault, "member '%s' of a packed struct cannot have a default value") \
     ID(kZeroWidthSelect, "VERI-1519", MSG_ERROR)                                                           \
-    TEXT(ZeroWidthPartSelect, kZeroWidthSelect, "indexed part-select has width 0")
+    TEXT(ZeroWidthPartSelect, kZeroWidthSelect, "indexed part-select has width 0") \
+    ID(kNetProcedural, "VERI-1520", MSG_ERROR)                                                             \
+    TEXT(ProceduralAssignToNet, kNetProcedural, "procedural assignment to net '%s'")
 // clang-format on
 
 namespace hdl {

@@ -129,6 +129,11 @@ public:
 
     void Visit(VeriBlockingAssign& n) override {
         if (auto* target = dynamic_cast<VeriIdRef*>(n.lval)) construct(target->id, n.rval);
+        procedural(n.lval);
+        VeriVisitor::Visit(n);
+    }
+    void Visit(VeriNonBlockingAssign& n) override {
+        procedural(n.lval);
         VeriVisitor::Visit(n);
     }
     void Visit(VeriVariable& n) override {
@@ -201,6 +206,19 @@ private:
             return;
         }
         if (const VeriVariable* v = realVariable(index)) tell<veri_msg::RealIndex>(*index, name(v).c_str());
+    }
+
+    // A net declared as one (`wire w;`) takes no procedural assignment, whole or in part.
+    void procedural(const VeriExpression* lval) {
+        for (;;) {
+            if (auto* idx = dynamic_cast<const VeriIndexedId*>(lval)) lval = idx->prefix;
+            else if (auto* mem = dynamic_cast<const VeriIndexedMemoryId*>(lval)) lval = mem->prefix;
+            else break;
+        }
+        auto* ref = dynamic_cast<const VeriIdRef*>(lval);
+        auto* var = ref ? dynamic_cast<const VeriVariable*>(ref->id) : nullptr;
+        if (var && var->declaration && var->declaration->GetClassId() == ID_VERINETDECL)
+            tell<veri_msg::ProceduralAssignToNet>(*lval, name(var).c_str());
     }
 
     // `target = new` and `C target = new`: an abstract or interface class has no objects.

@@ -2,6 +2,10 @@
 // that looks most like it, which must stay silent.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -107,6 +111,53 @@ TEST(VeriSemanticCheck, EnumValuesPackedMembersAndPartSelects) {
                       "5 VERI-1518 member 'a' of a packed struct cannot have a default value",
                       "6 VERI-1519 indexed part-select has width 0",
                       "7 VERI-1517 enum value 'H' is 2 bits wide, its base type 32 bits"}));
+}
+
+TEST(VeriSemanticCheck, NetsTakeNoProceduralAssignment) {
+    EXPECT_EQ(errorsOf("module m (input clk, output reg q, output logic r, output s);\n"
+                       "  wire w; logic v; reg [3:0] x; wire [3:0] y; reg t; assign y = x; assign s = t;\n"
+                       "  initial begin force w = 1; release w; v = w; x[0] = y[1]; end\n"
+                       "  always @(posedge clk) begin q <= v; r <= 1; t = 0; end\n"
+                       "endmodule\n"
+                       "module n (a, b); input a; output b; reg b; always @(a) b = a; endmodule\n"),
+              Errors{});
+    EXPECT_EQ(errorsOf("module m (input a, input b);\n"
+                       "  wire w; wire [3:0] y; tri t;\n"
+                       "  initial w = #10 a & b;\n"
+                       "  always @(a) y[1] <= b;\n"
+                       "  always @(b) t = a;\n"
+                       "endmodule\n"),
+              (Errors{"3 VERI-1520 procedural assignment to net 'w'", "4 VERI-1520 procedural assignment to net 'y'",
+                      "5 VERI-1520 procedural assignment to net 't'"}));
+}
+
+// The enum types of common_cells' package, broken the ways the enum rules forbid; the
+// file as written and a legal x value in its 4-state enum stay silent.
+TEST(VeriSemanticCheck, BrokenEnumsOfCorpusPackageAreReported) {
+    std::ifstream in(std::filesystem::path(SIFT_SHARED_DIR) / "corpus/common_cells/src/cc_pkg.sv", std::ios::binary);
+    if (!in) GTEST_SKIP() << "corpus not present";
+    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    // The text with `from` (which must occur) replaced by `to`, and the line it is on.
+    auto edit = [&](const std::string& from, const std::string& to) {
+        size_t at = text.find(from);
+        EXPECT_NE(at, std::string::npos) << from;
+        std::string variant = text;
+        if (at != std::string::npos) variant.replace(at, from.size(), to);
+        unsigned line = 1 + unsigned(std::count(text.begin(), text.begin() + std::min(at, text.size()), '\n'));
+        return std::make_pair(variant, std::to_string(line));
+    };
+    EXPECT_EQ(errorsOf(text), Errors{});
+    EXPECT_EQ(errorsOf(edit("ARB_RR   = 1'b0", "ARB_RR   = 1'bx").first), Errors{});
+    auto [wide, wideLine] = edit("ARB_PRIO = 1'b1", "ARB_PRIO = 2'b1");
+    EXPECT_EQ(errorsOf(wide),
+              Errors{wideLine + " VERI-1517 enum value 'ARB_PRIO' is 2 bits wide, its base type 1 bits"});
+    auto [twoState, twoStateLine] = edit("enum logic {\n    ARB_RR   = 1'b0", "enum bit {\n    ARB_RR   = 1'bz");
+    EXPECT_EQ(errorsOf(twoState), Errors{std::to_string(std::stoul(twoStateLine) + 1) +
+                                         " VERI-1517 enum value 'ARB_RR' has x or z bits in a 2-state enum"});
+    auto [unassigned, line] = edit("ARB_RR   = 1'b0,\n    ARB_PRIO = 1'b1", "ARB_RR   = 1'bx,\n    ARB_PRIO");
+    EXPECT_EQ(errorsOf(unassigned), Errors{std::to_string(std::stoul(line) + 1) +
+                                           " VERI-1517 enum value 'ARB_PRIO' needs a value: the one before it has x "
+                                           "or z bits"});
 }
 
 } // namespace
