@@ -115,7 +115,9 @@
     ID(kZeroWidthSelect, "VERI-1519", MSG_ERROR)                                                           \
     TEXT(ZeroWidthPartSelect, kZeroWidthSelect, "indexed part-select has width 0") \
     ID(kNetProcedural, "VERI-1520", MSG_ERROR)                                                             \
-    TEXT(ProceduralAssignToNet, kNetProcedural, "procedural assignment to net '%s'")
+    TEXT(ProceduralAssignToNet, kNetProcedural, "procedural assignment to net '%s'") \
+    ID(kSpecparamInParameter, "VERI-1521", MSG_ERROR)                                                      \
+    TEXT(SpecparamInParameter, kSpecparamInParameter, "parameter '%s' cannot use specparam '%s'")
 // clang-format on
 
 namespace hdl {

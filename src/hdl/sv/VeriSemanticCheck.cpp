@@ -5,6 +5,7 @@
 // parameter's final value or on a type defined elsewhere is left alone.
 #include <algorithm>
 #include <string>
+#include <vector>
 
 #include "hdl/sv/VeriParserImpl.h"
 #include "hdl/sv/VeriVisitor.h"
@@ -75,6 +76,14 @@ bool hasXZ(const VeriExpression* e) {
     return false;
 }
 
+// The specparams an expression names: a parameter's value cannot depend on them.
+struct SpecparamUse : VeriVisitor {
+    std::vector<const VeriIdDef*> found;
+    void Visit(VeriIdRef& n) override {
+        if (auto* p = dynamic_cast<const VeriParamId*>(n.id); p && p->paramType == VT_SPECPARAM) found.push_back(p);
+    }
+};
+
 class SemanticCheck : public VeriVisitor {
 public:
     unsigned told = 0;
@@ -138,6 +147,16 @@ public:
     }
     void Visit(VeriVariable& n) override {
         construct(&n, n.initialValue);
+        VeriVisitor::Visit(n);
+    }
+
+    void Visit(VeriParamId& n) override {
+        if (n.paramType == VT_PARAMETER || n.paramType == VT_LOCALPARAM) {
+            SpecparamUse uses;
+            uses.TraverseNode(n.initialValue);
+            for (const VeriIdDef* s : uses.found)
+                tell<veri_msg::SpecparamInParameter>(n, name(&n).c_str(), name(s).c_str());
+        }
         VeriVisitor::Visit(n);
     }
 

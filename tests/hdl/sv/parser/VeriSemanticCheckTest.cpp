@@ -131,6 +131,21 @@ TEST(VeriSemanticCheck, NetsTakeNoProceduralAssignment) {
                       "5 VERI-1520 procedural assignment to net 't'"}));
 }
 
+TEST(VeriSemanticCheck, ParametersUseNoSpecparam) {
+    EXPECT_EQ(errorsOf("module m;\n"
+                       "  parameter p = 50; specparam d = p + 2, e = d * 2;\n"
+                       "  localparam q = p + 1;\n"
+                       "endmodule\n"),
+              Errors{});
+    EXPECT_EQ(errorsOf("module m;\n"
+                       "  specparam d = 50;\n"
+                       "  parameter p = d + 2;\n"
+                       "  localparam q = (d);\n"
+                       "endmodule\n"),
+              (Errors{"3 VERI-1521 parameter 'p' cannot use specparam 'd'",
+                      "4 VERI-1521 parameter 'q' cannot use specparam 'd'"}));
+}
+
 // The enum types of common_cells' package, broken the ways the enum rules forbid; the
 // file as written and a legal x value in its 4-state enum stay silent.
 TEST(VeriSemanticCheck, BrokenEnumsOfCorpusPackageAreReported) {
