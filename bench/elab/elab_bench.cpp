@@ -20,6 +20,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <unordered_map>
@@ -172,14 +173,10 @@ std::string Again(double best) {
     return text;
 }
 
-void BenchVerilog(const std::string& list, const Project& p, const std::string& top, int runs, bool verilator) {
-    hdl::veri_file::Reset();
-    for (const std::string& d : p.incdirs) hdl::veri_file::AddIncludeDir(d.c_str());
-    errors = 0;
-    auto start = std::chrono::steady_clock::now();
-    for (const File& f : p.verilog) hdl::veri_file::Analyze(f.path.c_str(), f.mode, f.library.c_str());
-    double parse = Seconds(start);
-    unsigned parseErrors = errors;
+// Elaborates `runs` times and prints one line: the first run (the one a scan pays, making the
+// copies), the fastest later one (copies already stored), paths, memory.
+void TimeElaboration(const std::string& list, const std::string& top, double parse, unsigned parseErrors, int runs,
+                     const std::function<void(hdl::ElabDesign&)>& elaborate) {
     double first = 0, best = 1e30;
     long added = 0;
     uint64_t paths = 0, statements = 0;
@@ -188,17 +185,18 @@ void BenchVerilog(const std::string& list, const Project& p, const std::string& 
         long before = ResidentKb();
         hdl::ElabDesign design;
         auto t0 = std::chrono::steady_clock::now();
-        hdl::VeriElaborate(design, {{top, "", ""}}, {});
+        elaborate(design);
         double t = Seconds(t0);
         if (r == 0) {
+            first = t;
             added = ResidentKb() - before;
             std::unordered_map<hdl::ElabUnitId, uint64_t> memo;
             for (const hdl::ElabTop& tp : design.tops) paths += Paths(design, tp.unit, memo);
             units = design.UnitCount();
             for (hdl::ElabUnitId u = 1; u <= design.UnitCount(); ++u) statements += design.Unit(u).instances.size();
+        } else {
+            best = std::min(best, t);
         }
-        if (r == 0) first = t;
-        else best = std::min(best, t);
     }
     struct rusage usage {};
     getrusage(RUSAGE_SELF, &usage);
@@ -207,6 +205,19 @@ void BenchVerilog(const std::string& list, const Project& p, const std::string& 
                 list.c_str(), top.c_str(), parse, parseErrors, first, Again(best).c_str(), errors - parseErrors, units,
                 static_cast<unsigned long long>(statements), static_cast<unsigned long long>(paths),
                 first > 0 ? double(paths) / first : 0.0, added / 1024, usage.ru_maxrss / 1024);
+}
+
+void BenchVerilog(const std::string& list, const Project& p, const std::string& top, int runs, bool verilator) {
+    hdl::veri_file::Reset();
+    for (const std::string& d : p.incdirs) hdl::veri_file::AddIncludeDir(d.c_str());
+    errors = 0;
+    auto start = std::chrono::steady_clock::now();
+    for (const File& f : p.verilog) hdl::veri_file::Analyze(f.path.c_str(), f.mode, f.library.c_str());
+    double parse = Seconds(start);
+    unsigned parseErrors = errors;
+    TimeElaboration(list, top, parse, parseErrors, runs, [&](hdl::ElabDesign& design) {
+        hdl::VeriElaborate(design, {{top, "", ""}}, {});
+    });
     if (verilator) Verilator(p, top);
 }
 
@@ -257,35 +268,9 @@ int main(int argc, char** argv) {
         double parse = Seconds(start);
         unsigned parseErrors = errors;
 
-        double first = 0, best = 1e30;
-        long added = 0;
-        uint64_t paths = 0, statements = 0;
-        size_t units = 0;
-        for (int r = 0; r < runs; ++r) {
-            long before = ResidentKb();
-            hdl::ElabDesign design;
-            auto t0 = std::chrono::steady_clock::now();
+        TimeElaboration(list, top, parse, parseErrors, runs, [&](hdl::ElabDesign& design) {
             hdl::VhdlElaborate(design, {{top, "", ""}}, {});
-            double t = Seconds(t0);
-            if (r == 0) {
-                added = ResidentKb() - before;
-                std::unordered_map<hdl::ElabUnitId, uint64_t> memo;
-                paths = 0;
-                for (const hdl::ElabTop& tp : design.tops) paths += Paths(design, tp.unit, memo);
-                units = design.UnitCount();
-                statements = 0;
-                for (hdl::ElabUnitId u = 1; u <= design.UnitCount(); ++u) statements += design.Unit(u).instances.size();
-            }
-            if (r == 0) first = t;
-            else best = std::min(best, t);
-        }
-        struct rusage usage {};
-        getrusage(RUSAGE_SELF, &usage);
-        std::printf("%s (%s): parse %.3f s (%u errors), elaborate %.3f s%s (%u errors); %zu units, %llu instance "
-                    "statements, %llu instance paths, %.0f paths/s; elaboration added %ld MB, peak %ld MB\n",
-                    list.c_str(), top.c_str(), parse, parseErrors, first, Again(best).c_str(), errors - parseErrors,
-                    units, static_cast<unsigned long long>(statements), static_cast<unsigned long long>(paths),
-                    first > 0 ? double(paths) / first : 0.0, added / 1024, usage.ru_maxrss / 1024);
+        });
         if (ghdl) Ghdl(p, top);
     }
     return 0;
