@@ -37,7 +37,7 @@ VeriIdRef* hierarchyRoot(VeriExpression* e) {
 }
 
 // The texts of names told at the end of the file, by kind.
-enum UndeclaredKind : unsigned { kIdentifier, kType, kSubprogram, kNoImplicitNet };
+enum UndeclaredKind : unsigned { kIdentifier, kType, kSubprogram, kNoImplicitNet, kProduction };
 
 // What the check asks of the parser.
 struct NameCheckContext {
@@ -131,12 +131,70 @@ public:
     }
 
     void Visit(VeriTaskEnable& n) override {
+        if (productionCall_) {
+            auto* call = dynamic_cast<VeriFunctionCall*>(n.call);
+            auto* ref = dynamic_cast<VeriIdRef*>(call ? call->func : n.call);
+            if (ref && unresolved(*ref)) later(*ref, kProduction);
+            if (call)
+                for (VeriExpression* a : call->args) condition(a);
+            return;
+        }
         auto* ref = dynamic_cast<VeriIdRef*>(n.call);
         if (ref && unresolved(*ref)) {
             skip_.insert(ref);
             later(*ref, kSubprogram);
         }
         VeriVisitor::Visit(n);
+    }
+
+    // A rule calls productions; its code blocks hold ordinary statements.
+    void Visit(VeriRandsequence& n) override {
+        if (n.start && unresolved(*n.start)) later(*n.start, kProduction);
+        VeriVisitor::Visit(n);
+    }
+    void Visit(VeriProductionItem& n) override {
+        TraverseNode(n.joinExpr);
+        for (VeriStatement* s : n.prods) {
+            bool call = !dynamic_cast<VeriCodeBlock*>(s);
+            productionCall_ += call;
+            TraverseNode(s);
+            productionCall_ -= call;
+        }
+        TraverseNode(n.weight);
+        TraverseNode(n.codeBlock);
+    }
+    void Visit(VeriCodeBlock& n) override {
+        int outer = productionCall_;
+        productionCall_ = 0;
+        VeriVisitor::Visit(n);
+        productionCall_ = outer;
+    }
+    // The conditions of a rule's if and case are expressions, not calls.
+    void Visit(VeriConditionalStatement& n) override {
+        if (!productionCall_) return VeriVisitor::Visit(n);
+        condition(n.cond);
+        TraverseNode(n.thenStmt);
+        TraverseNode(n.elseStmt);
+    }
+    void Visit(VeriRepeat& n) override {
+        if (!productionCall_) return VeriVisitor::Visit(n);
+        condition(n.count);
+        TraverseNode(n.stmt);
+    }
+    void Visit(VeriCaseItem& n) override {
+        if (!productionCall_) return VeriVisitor::Visit(n);
+        for (VeriExpression* e : n.conditions) condition(e);
+        TraverseNode(n.stmt);
+    }
+    void Visit(VeriCaseStatement& n) override {
+        if (!productionCall_) return VeriVisitor::Visit(n);
+        condition(n.cond);
+        TraverseList(n.items);
+    }
+
+    // An out-of-class constraint body sees the members its class inherits.
+    void Visit(VeriConstraintDecl& n) override {
+        if (!n.prefix) VeriVisitor::Visit(n);
     }
 
     // The keys of `'{name: value}` name members (or types), not objects in scope.
@@ -204,6 +262,13 @@ public:
     unsigned told = 0;
 
 private:
+    void condition(VeriExpression* e) {
+        int outer = productionCall_;
+        productionCall_ = 0;
+        TraverseNode(e);
+        productionCall_ = outer;
+    }
+
     bool unresolved(const VeriIdRef& ref) const {
         return p_.unresolved.count(const_cast<VeriIdRef*>(&ref)) != 0 && !isBuiltIn(ref.name.Text());
     }
@@ -270,6 +335,7 @@ private:
     bool nettypeNone_;
     int implicitNetPlace_ = 0;
     int inPortList_ = 0;
+    int productionCall_ = 0; // inside a rule's calls of productions
     std::unordered_set<const VeriIdRef*> skip_;
     std::vector<VeriIdRef*> undeclared_;
     std::unordered_set<uint32_t> declaredHere_; // symbol ids
@@ -354,6 +420,7 @@ void VeriParser::Impl::tellUndeclared() {
         case kType: Message::Tell<veri_msg::UndeclaredType>(&where, n.c_str()); break;
         case kSubprogram: Message::Tell<veri_msg::UndeclaredSubprogram>(&where, n.c_str()); break;
         case kNoImplicitNet: Message::Tell<veri_msg::UndeclaredNoImplicitNet>(&where, n.c_str()); break;
+        case kProduction: Message::Tell<veri_msg::UndeclaredProduction>(&where, n.c_str()); break;
         default: Message::Tell<veri_msg::UndeclaredIdentifier>(&where, n.c_str()); break;
         }
         ++errors;
@@ -381,6 +448,7 @@ void VeriParser::Impl::checkNames(VeriModule* unit) {
         generates.scope(unit->items);
         errors += generates.told;
         checkSemantics(unit);
+        checkRandomization(unit);
     }
 }
 

@@ -530,7 +530,7 @@ VeriModuleItem* VeriParser::Impl::parseDeclarationItem() {
     return d;
 }
 
-void VeriParser::Impl::parseSubprogramPorts(VeriFunctionDecl* f) {
+ArenaArray<VeriTreeNode*> VeriParser::Impl::parseSubprogramPorts() {
     // after '('
     VeriAnsiPortDecl* last = nullptr;
     List<VeriTreeNode> ports(*this);
@@ -575,8 +575,8 @@ void VeriParser::Impl::parseSubprogramPorts(VeriFunctionDecl* f) {
         if (!accept(VT_COMMA)) break;
     }
     if (last) last->ids = ids.freeze();
-    f->ports = ports.freeze();
     expect(VT_RPAREN);
+    return ports.freeze();
 }
 
 VeriFunctionDecl* VeriParser::Impl::parseSubprogram(const VeriToken& start, bool isTask, unsigned dpi) {
@@ -607,7 +607,7 @@ VeriFunctionDecl* VeriParser::Impl::parseSubprogram(const VeriToken& start, bool
     ScopeMark upper = pushScope(f);
     f->scope = scope;
     id->scope = scope;
-    if (accept(VT_LPAREN)) parseSubprogramPorts(f);
+    if (accept(VT_LPAREN)) f->ports = parseSubprogramPorts();
     expect(VT_SEMI);
     if (dpi || f->prototype) {
         popScope(upper);

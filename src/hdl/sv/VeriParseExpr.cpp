@@ -129,10 +129,15 @@ VeriExpression* VeriParser::Impl::parseBinary(int minPrec) {
             if (expect(VT_LBRACE)) {
                 List<VeriExpression> items(*this);
                 while (!at(VT_RBRACE) && !atEof()) {
+                    VeriToken itemStart = peek();
                     VeriExpression* item = parseRangeOrExpression();
                     if (op == VT_DIST && (at(VT_COLON_EQ) || at(VT_COLON_SLASH))) {
-                        take();
-                        dropped(parseExpression()); // the weight
+                        auto* weighted = make<VeriDistOperator>(itemStart);
+                        weighted->oper = take().kind;
+                        weighted->expr = item;
+                        weighted->weight = parseExpression();
+                        finish(weighted);
+                        item = weighted;
                     }
                     if (item) items.push(item);
                     if (!accept(VT_COMMA)) break;
@@ -474,16 +479,22 @@ VeriExpression* VeriParser::Impl::parsePostfix(VeriExpression* e, const VeriToke
         } else if (k == VT_WITH && dynamic_cast<VeriFunctionCall*>(e)) {
             take();
             auto* call = static_cast<VeriFunctionCall*>(e);
-            if (at(VT_LPAREN)) {
+            // randomize(...) with [(names)] { constraints }, or an array method's `with (expr)`
+            if (at(VT_LBRACE) || (at(VT_LPAREN) && bracesAfterParentheses())) {
+                call->with = parseInlineConstraint();
+            } else if (at(VT_LPAREN)) {
                 take();
                 call->with = parseExpression();
                 expect(VT_RPAREN);
             }
-            if (at(VT_LBRACE)) skipBalanced(); // randomize() with { constraints }
             finish(call);
         } else if (k == VT_WITH && dynamic_cast<VeriName*>(e) && kind(1) == VT_LBRACE) {
-            take();
-            skipBalanced();
+            take(); // obj.randomize with { constraints }
+            auto* call = make<VeriFunctionCall>(start);
+            call->func = e;
+            call->with = parseInlineConstraint();
+            finish(call);
+            e = call;
         } else if (k == VT_WITH && dynamic_cast<VeriName*>(e) && kind(1) == VT_LPAREN) {
             // array.sum with (item * 2): a method call without parentheses
             take();
@@ -498,6 +509,18 @@ VeriExpression* VeriParser::Impl::parsePostfix(VeriExpression* e, const VeriToke
             return e;
         }
     }
+}
+
+bool VeriParser::Impl::bracesAfterParentheses() {
+    // A name list is short; the bound keeps broken text from being scanned again and again.
+    int level = 0;
+    for (size_t k = 0; k < 1024; ++k) {
+        unsigned t = kind(k);
+        if (t == VT_EOF || t == VT_SEMI) return false;
+        if (t == VT_LPAREN) ++level;
+        else if (t == VT_RPAREN && --level <= 0) return kind(k + 1) == VT_LBRACE;
+    }
+    return false;
 }
 
 VeriRange* VeriParser::Impl::parseSelect() {

@@ -453,20 +453,7 @@ VeriModuleItem* VeriParser::Impl::parseItem(unsigned endKind) {
         skipToSemi(); // default disable iff ...;
         return nullptr;
     }
-    case VT_CONSTRAINT: {
-        take();
-        auto* c = make<VeriConstraintDecl>(start);
-        VeriToken n = peek();
-        auto* id = make<VeriLabelId>(n);
-        id->name = takeName();
-        // The body of a constraint declared in a class: constraint class::name { ... }
-        if (accept(VT_SCOPE)) id->name = takeName();
-        c->id = id;
-        if (at(VT_LBRACE)) skipBalanced();
-        else if (!expect(VT_SEMI)) skipToSemi();
-        finish(c);
-        return c;
-    }
+    case VT_CONSTRAINT: return parseConstraintDecl(start);
     case VT_LET: {
         take();
         auto* l = make<VeriLetDecl>(start);
@@ -917,7 +904,7 @@ VeriFunctionDecl* VeriParser::Impl::parseSubprogramPrototype(const VeriToken& st
     f->id = id;
     ScopeMark upper = pushScope(f);
     f->scope = scope;
-    if (accept(VT_LPAREN)) parseSubprogramPorts(f);
+    if (accept(VT_LPAREN)) f->ports = parseSubprogramPorts();
     popScope(upper);
     finish(f);
     return f;
@@ -998,6 +985,27 @@ VeriModuleItem* VeriParser::Impl::parseClass(const VeriToken& start) {
         for (size_t i = 0; i < parameters.size(); ++i) items.push(static_cast<VeriModuleItem*>(parameters[i]));
     }
     // extends base[#(..)][(args)], interface classes extend several; implements a, b
+    if (accept(VT_EXTENDS) && isIdent()) {
+        VeriToken b = take();
+        auto* base = make<VeriTypeRef>(b);
+        VeriExpression* n = makeRef(b);
+        if (at(VT_SCOPE) && isIdent(1)) { // pkg::base
+            take();
+            auto* sc = make<VeriScopeName>(b);
+            sc->prefix = n;
+            sc->name = takeName();
+            if (VeriModule* package = hooks.findPackage ? hooks.findPackage(sc->prefix->GetName()) : nullptr) {
+                static_cast<VeriIdRef*>(n)->id = package->id;
+                sc->id = lookupInPackage(package, sc->name);
+            }
+            finish(sc);
+            n = sc;
+        }
+        base->typeName = n;
+        if (at(VT_HASH) && kind(1) == VT_LPAREN) base->paramValues = parseParamValues();
+        finish(base);
+        c->base = base;
+    }
     while (!at(VT_SEMI) && !atEof() && !atUnitEnd()) {
         if (at(VT_LPAREN)) skipBalanced();
         else take();
@@ -1031,7 +1039,7 @@ VeriModuleItem* VeriParser::Impl::parseClass(const VeriToken& start) {
                 item = parseSubprogram(itemStart, k == VT_TASK, 0);
             }
         } else if (k == VT_CONSTRAINT && prototype) {
-            skipToSemi();
+            item = parseConstraintDecl(peek());
         } else if (k == VT_SEMI) {
             take();
         } else if (k == VT_CONSTRAINT || k == VT_COVERGROUP || k == VT_CLASS || k == VT_TYPEDEF || k == VT_PARAMETER ||

@@ -186,11 +186,7 @@ VeriStatement* VeriParser::Impl::parseStatement() {
     case VT_COVER:
     case VT_RESTRICT:
     case VT_EXPECT: s = parseAssertion(t); break;
-    case VT_RANDSEQUENCE:
-        take();
-        skipUntilEnd(VT_RANDSEQUENCE, VT_ENDSEQUENCE);
-        s = make<VeriNullStatement>(t);
-        break;
+    case VT_RANDSEQUENCE: s = parseRandsequence(t); break;
     case VT_SYSTEM_IDENTIFIER: {
         if (kind(1) != VT_LPAREN && kind(1) != VT_SEMI) {
             s = parseSimpleStatement(t);
@@ -532,6 +528,16 @@ bool VeriParser::Impl::indexedPrefixAhead() {
 
 VeriStatement* VeriParser::Impl::parseForeach(const VeriToken& start) {
     auto* f = make<VeriForeach>(start);
+    ScopeMark upper = parseForeachHeader(f, f->array, f->loopVars);
+    f->scope = scope;
+    f->stmt = parseStatement();
+    popScope(upper);
+    finish(f);
+    return f;
+}
+
+VeriParser::Impl::ScopeMark VeriParser::Impl::parseForeachHeader(VeriTreeNode* owner, VeriExpression*& array,
+                                                                 ArenaArray<VeriIdDef*>& loopVars) {
     expect(VT_LPAREN);
     // array[i, j]: the last brackets hold loop variables, not indexes. The array may be
     // reached through this., super., a package or class scope, and indexed members
@@ -576,11 +582,10 @@ VeriStatement* VeriParser::Impl::parseForeach(const VeriToken& start) {
                 break;
             }
         }
-        f->array = arr;
+        array = arr;
     }
     // Loop variables are declared in the loop scope, but the array is named outside it.
-    ScopeMark upper = pushScope(f);
-    f->scope = scope;
+    ScopeMark upper = pushScope(owner);
     if (expect(VT_LBRACKET)) {
         List<VeriIdDef> vars(*this);
         for (;;) {
@@ -588,7 +593,7 @@ VeriStatement* VeriParser::Impl::parseForeach(const VeriToken& start) {
                 VeriToken v = take();
                 auto* var = make<VeriVariable>(v);
                 var->name = name(v);
-                var->declaration = f;
+                var->declaration = owner;
                 finish(var);
                 declare(var);
                 vars.push(var);
@@ -604,13 +609,10 @@ VeriStatement* VeriParser::Impl::parseForeach(const VeriToken& start) {
             }
             if (!expect(VT_COMMA)) break;
         }
-        f->loopVars = vars.freeze();
+        loopVars = vars.freeze();
     }
     expect(VT_RPAREN);
-    f->stmt = parseStatement();
-    popScope(upper);
-    finish(f);
-    return f;
+    return upper;
 }
 
 VeriStatement* VeriParser::Impl::parseAssertion(const VeriToken& start) {

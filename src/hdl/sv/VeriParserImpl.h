@@ -191,6 +191,8 @@ struct VeriParser::Impl {
     void checkNames(VeriModule* unit);
     // Reports language rules that `unit` breaks in ways one unit shows (VeriSemanticCheck.cpp).
     void checkSemantics(VeriModule* unit);
+    // Reports broken rules of constraints and random variables (VeriRandCheck.cpp).
+    void checkRandomization(VeriModule* unit);
 
     // ---- expressions (VeriParseExpr.cpp)
     VeriExpression* parseExpression();
@@ -204,6 +206,7 @@ struct VeriParser::Impl {
     VeriExpression* parseMinTypMax();
     VeriExpression* parseTypeOrExpression();
     VeriExpression* parseRangeOrExpression(); // [a:b] items of inside / dist
+    bool bracesAfterParentheses(); // at '(': whether '{' follows the group
     VeriRange* parseSelect(); // after '[': index or part select, and ']'
     VeriRange* parseDimensions(); // zero or more [..] dimensions
     void parseCallArgs(List<VeriExpression>& args); // after '(' up to ')'
@@ -234,7 +237,7 @@ struct VeriParser::Impl {
     VeriDataDecl* parseParamDecl(const VeriToken& start, unsigned kind, bool inPortList);
     VeriModuleItem* parseDeclarationItem(); // data/net/param/typedef at the current token, or null
     VeriFunctionDecl* parseSubprogram(const VeriToken& start, bool isTask, unsigned dpi);
-    void parseSubprogramPorts(VeriFunctionDecl* f);
+    ArenaArray<VeriTreeNode*> parseSubprogramPorts(); // after '(' up to and including ')'
     VeriFunctionDecl* parseSubprogramPrototype(const VeriToken& start); // modport import/export
     void parseAttributes(std::vector<VeriAttribute>& out);
 
@@ -250,6 +253,26 @@ struct VeriParser::Impl {
     VeriStatement* parseAssertion(const VeriToken& start);
     VeriStatement* parseSimpleStatement(const VeriToken& start);
     VeriStatement* parseAssignmentRest(VeriExpression* lval, const VeriToken& start, bool needSemi);
+
+    // ---- constraints (VeriParseConstraint.cpp)
+    VeriModuleItem* parseConstraintDecl(const VeriToken& start);
+    void parseConstraintBlock(List<VeriExpression>& items); // at '{' up to and including '}'
+    VeriExpression* parseConstraintItem();
+    VeriExpression* parseConstraintSet(); // one constraint, or a braced set
+    VeriExpression* parseInlineConstraint(); // after `with`
+    // Skips a broken constraint or production up to its ';', or up to a closing brace or
+    // `endsequence` that ends the construct around it.
+    void recoverInBlock();
+    // (array[i, j]) of a foreach: the array, and the loop variables declared in a scope
+    // of `owner`, which stays open for the body.
+    ScopeMark parseForeachHeader(VeriTreeNode* owner, VeriExpression*& array, ArenaArray<VeriIdDef*>& loopVars);
+
+    // ---- randsequence (VeriParseRandsequence.cpp)
+    VeriStatement* parseRandsequence(const VeriToken& start);
+    VeriProduction* parseProduction();
+    VeriProductionItem* parseProductionRule();
+    VeriStatement* parseProductionCall();
+    VeriCodeBlock* parseCodeBlock();
 
     // ---- items and units (VeriParseItem.cpp)
     void parseSourceText();

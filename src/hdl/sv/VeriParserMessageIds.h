@@ -85,10 +85,23 @@
     TEXT(UndeclaredType, kUndeclared, "type '%s' is not declared")                                         \
     TEXT(UndeclaredSubprogram, kUndeclared, "function or task '%s' is not declared")                      \
     TEXT(UndeclaredNoImplicitNet, kUndeclared, "'%s' is not declared, and `default_nettype none allows no implicit net") \
+    TEXT(UndeclaredProduction, kUndeclared, "production '%s' is not declared")                            \
     ID(kNotInPackage, "VERI-1508", MSG_ERROR)                                                              \
     TEXT(NotDeclaredInPackage, kNotInPackage, "'%s' is not declared in package '%s'")                     \
     ID(kDeclaredTwice, "VERI-1509", MSG_ERROR)                                                             \
     TEXT(DeclaredTwice, kDeclaredTwice, "'%s' is already declared in this scope") \
+    /* Rules of constraints and random variables that one unit shows broken. */                           \
+    ID(kExternConstraint, "VERI-1590", MSG_ERROR)                                                          \
+    TEXT(ExternConstraintUndefined, kExternConstraint, "extern constraint '%s' of class '%s' is never defined") \
+    ID(kPureConstraint, "VERI-1591", MSG_ERROR)                                                            \
+    TEXT(PureConstraintInConcrete, kPureConstraint, "pure constraint '%s' in class '%s' that is not virtual") \
+    TEXT(PureConstraintNotDefined, kPureConstraint, "class '%s' does not define pure constraint '%s' of class '%s'") \
+    ID(kRandcOrdered, "VERI-1592", MSG_ERROR)                                                              \
+    TEXT(RandcInSolveBefore, kRandcOrdered, "randc variable '%s' cannot be ordered by solve-before")       \
+    ID(kRandcSoft, "VERI-1593", MSG_ERROR)                                                                 \
+    TEXT(RandcInSoft, kRandcSoft, "soft constraint on randc variable '%s'")                               \
+    ID(kRandcDist, "VERI-1594", MSG_ERROR)                                                                 \
+    TEXT(RandcInDist, kRandcDist, "distribution on randc variable '%s'")                                  \
     /* Rules of the language that one unit shows broken, without elaboration. */                            \
     ID(kVoidReturnsValue, "VERI-1510", MSG_ERROR)                                                          \
     TEXT(VoidFunctionReturnsValue, kVoidReturnsValue, "void function '%s' returns a value")               \

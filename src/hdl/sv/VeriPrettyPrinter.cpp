@@ -197,7 +197,10 @@ public:
         out << '(';
         list(n.args);
         out << ')';
-        if (n.with) {
+        if (n.with && n.with->GetClassId() == ID_VERIINLINECONSTRAINT) {
+            out << " with ";
+            node(n.with);
+        } else if (n.with) {
             out << " with (";
             node(n.with);
             out << ')';
@@ -349,6 +352,85 @@ public:
         dims(n.dimensions);
         if (n.dimensions) out << ' ';
     }
+    // ---- constraints
+    // One item of a constraint block, with its ';' where it takes one.
+    void constraintItem(VeriExpression* e) {
+        auto* u = dynamic_cast<VeriUnaryOperator*>(e);
+        auto* b = dynamic_cast<VeriBinaryOperator*>(e);
+        if (u && (u->oper == VT_SOFT || u->oper == VT_UNIQUE || u->oper == VT_DISABLE)) {
+            out << (u->oper == VT_SOFT ? "soft " : u->oper == VT_UNIQUE ? "unique " : "disable soft ");
+            node(u->arg);
+            out << ';';
+        } else if (b && b->oper == VT_ARROW) {
+            node(b->left);
+            out << " -> ";
+            constraintItem(b->right);
+        } else if (e && (e->GetClassId() == ID_VERICONSTRAINTSET || e->GetClassId() == ID_VERIIFOPERATOR ||
+                         e->GetClassId() == ID_VERIFOREACHOPERATOR || e->GetClassId() == ID_VERISOLVEBEFORE)) {
+            node(e);
+        } else {
+            node(e);
+            out << ';';
+        }
+    }
+    void constraintBlock(const ArenaArray<VeriExpression*>& items) {
+        out << '{';
+        ++indent;
+        for (VeriExpression* e : items) {
+            line();
+            constraintItem(e);
+        }
+        --indent;
+        line();
+        out << '}';
+    }
+    void Visit(VeriConstraintSet& n) override { constraintBlock(n.constraints); }
+    void Visit(VeriIfOperator& n) override {
+        out << "if (";
+        node(n.cond);
+        out << ") ";
+        constraintItem(n.thenExpr);
+        if (n.elseExpr) {
+            out << " else ";
+            constraintItem(n.elseExpr);
+        }
+    }
+    void Visit(VeriForeachOperator& n) override {
+        out << "foreach (";
+        node(n.array);
+        out << '[';
+        bool first = true;
+        for (VeriIdDef* v : n.loopVars) {
+            if (!first) out << ", ";
+            first = false;
+            if (v) name(v->name);
+        }
+        out << "]) ";
+        constraintItem(n.constraint);
+    }
+    void Visit(VeriSolveBefore& n) override {
+        out << "solve ";
+        list(n.solved);
+        out << " before ";
+        list(n.before);
+        out << ';';
+    }
+    void Visit(VeriDistOperator& n) override {
+        node(n.expr);
+        out << ' ';
+        tok(n.oper);
+        out << ' ';
+        node(n.weight);
+    }
+    void Visit(VeriInlineConstraint& n) override {
+        if (n.restricted) {
+            out << '(';
+            list(n.names);
+            out << ") ";
+        }
+        constraintBlock(n.constraints);
+    }
+
     void Visit(VeriStrength& n) override {
         out << '(';
         tok(n.lval);
@@ -687,6 +769,10 @@ public:
         qualifiers(n);
         out << "class ";
         if (n.id) name(n.id->name);
+        if (n.base) {
+            out << " extends ";
+            node(n.base);
+        }
         out << ';';
         ++indent;
         items(n.items);
@@ -699,9 +785,19 @@ public:
     void Visit(VeriSequenceDecl& n) override { skipped(n, "sequence", "endsequence"); }
     void Visit(VeriClockingDecl& n) override { skipped(n, "clocking", "endclocking"); }
     void Visit(VeriConstraintDecl& n) override {
+        qualifiers(n);
         out << "constraint ";
+        if (n.prefix) {
+            node(n.prefix);
+            out << "::";
+        }
         if (n.id) name(n.id->name);
-        out << " {}";
+        if (n.prototype) {
+            out << ';';
+            return;
+        }
+        out << ' ';
+        constraintBlock(n.constraints);
     }
     void Visit(VeriLetDecl& n) override {
         out << "let ";
@@ -987,6 +1083,114 @@ public:
         }
         out << "])";
         stmtBody(n.stmt);
+    }
+    // ---- randsequence
+    void Visit(VeriRandsequence& n) override {
+        label(n);
+        out << "randsequence (";
+        node(n.start);
+        out << ')';
+        ++indent;
+        for (VeriProduction* p : n.productions) {
+            line();
+            node(p);
+        }
+        --indent;
+        line();
+        out << "endsequence";
+    }
+    void Visit(VeriProduction& n) override {
+        if (n.dataType) {
+            node(n.dataType);
+            out << ' ';
+        }
+        if (n.id) name(n.id->name);
+        if (!n.ports.Empty()) {
+            out << '(';
+            list(n.ports);
+            out << ')';
+        }
+        out << " :";
+        bool first = true;
+        for (VeriProductionItem* rule : n.rules) {
+            if (!first) out << " |";
+            first = false;
+            node(rule);
+        }
+        out << ';';
+    }
+    void Visit(VeriProductionItem& n) override {
+        if (n.randJoin) {
+            out << " rand join";
+            if (n.joinExpr) {
+                out << " (";
+                node(n.joinExpr);
+                out << ')';
+            }
+        }
+        for (VeriStatement* s : n.prods) {
+            out << ' ';
+            production(s);
+        }
+        if (n.weight) {
+            out << " := ";
+            node(n.weight);
+        }
+        if (n.codeBlock) {
+            out << ' ';
+            node(n.codeBlock);
+        }
+    }
+    // An item of a rule: a production call, a code block, or an if, repeat or case of calls.
+    void production(VeriStatement* s) {
+        if (auto* call = dynamic_cast<VeriTaskEnable*>(s)) {
+            node(call->call);
+        } else if (auto* c = dynamic_cast<VeriConditionalStatement*>(s)) {
+            out << "if (";
+            node(c->cond);
+            out << ") ";
+            production(c->thenStmt);
+            if (c->elseStmt) {
+                out << " else ";
+                production(c->elseStmt);
+            }
+        } else if (auto* r = dynamic_cast<VeriRepeat*>(s)) {
+            out << "repeat (";
+            node(r->count);
+            out << ") ";
+            production(r->stmt);
+        } else if (auto* k = dynamic_cast<VeriCaseStatement*>(s)) {
+            out << "case (";
+            node(k->cond);
+            out << ')';
+            ++indent;
+            for (VeriCaseItem* item : k->items) {
+                if (!item) continue;
+                line();
+                if (item->conditions.Empty()) out << "default";
+                else list(item->conditions);
+                out << ": ";
+                production(item->stmt);
+                out << ';';
+            }
+            --indent;
+            line();
+            out << "endcase";
+        } else {
+            node(s);
+        }
+    }
+    void Visit(VeriCodeBlock& n) override {
+        out << '{';
+        ++indent;
+        items(n.decls);
+        for (VeriStatement* s : n.stmts) {
+            line();
+            node(s);
+        }
+        --indent;
+        line();
+        out << '}';
     }
     void Visit(VeriEventControlStatement& n) override {
         label(n);

@@ -116,6 +116,17 @@ void VeriCellConfig::Accept(VeriVisitor& v) { v.Visit(*this); }
 void VeriUseClause::Accept(VeriVisitor& v) { v.Visit(*this); }
 void VeriSeqBlock::Accept(VeriVisitor& v) { v.Visit(*this); }
 void VeriParBlock::Accept(VeriVisitor& v) { v.Visit(*this); }
+void VeriConstraintSet::Accept(VeriVisitor& v) { v.Visit(*this); }
+void VeriIfOperator::Accept(VeriVisitor& v) { v.Visit(*this); }
+void VeriForeachOperator::Accept(VeriVisitor& v) { v.Visit(*this); }
+void VeriSolveBefore::Accept(VeriVisitor& v) { v.Visit(*this); }
+void VeriDistOperator::Accept(VeriVisitor& v) { v.Visit(*this); }
+void VeriInlineConstraint::Accept(VeriVisitor& v) { v.Visit(*this); }
+void VeriProductionId::Accept(VeriVisitor& v) { v.Visit(*this); }
+void VeriProduction::Accept(VeriVisitor& v) { v.Visit(*this); }
+void VeriProductionItem::Accept(VeriVisitor& v) { v.Visit(*this); }
+void VeriCodeBlock::Accept(VeriVisitor& v) { v.Visit(*this); }
+void VeriRandsequence::Accept(VeriVisitor& v) { v.Visit(*this); }
 void VeriBlockingAssign::Accept(VeriVisitor& v) { v.Visit(*this); }
 void VeriNonBlockingAssign::Accept(VeriVisitor& v) { v.Visit(*this); }
 void VeriConditionalStatement::Accept(VeriVisitor& v) { v.Visit(*this); }

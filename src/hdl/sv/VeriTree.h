@@ -49,6 +49,9 @@ class VeriStatement;
     X(VeriEventExpression, VeriExpression) X(VeriRange, VeriExpression)                  \
     X(VeriTypeOperator, VeriExpression) X(VeriTaggedUnion, VeriExpression)               \
     X(VeriDataType, VeriExpression) X(VeriTypeRef, VeriDataType)                         \
+    X(VeriConstraintSet, VeriExpression) X(VeriIfOperator, VeriExpression)               \
+    X(VeriForeachOperator, VeriExpression) X(VeriSolveBefore, VeriExpression)            \
+    X(VeriDistOperator, VeriExpression) X(VeriInlineConstraint, VeriExpression)          \
     X(VeriStructUnion, VeriDataType) X(VeriEnum, VeriDataType)                           \
     X(VeriNetDataType, VeriDataType)                                                     \
     X(VeriStrength, VeriTreeNode) X(VeriDelayOrEventControl, VeriTreeNode)               \
@@ -59,6 +62,8 @@ class VeriStatement;
     X(VeriModportId, VeriIdDef) X(VeriUdpId, VeriIdDef) X(VeriLabelId, VeriIdDef)        \
     X(VeriConfigurationId, VeriIdDef) X(VeriCheckerId, VeriIdDef)                        \
     X(VeriClockingId, VeriIdDef) X(VeriPrototypeId, VeriIdDef)                           \
+    X(VeriProductionId, VeriIdDef)                                                       \
+    X(VeriProduction, VeriTreeNode) X(VeriProductionItem, VeriTreeNode)                  \
     X(VeriAnsiPortDecl, VeriTreeNode) X(VeriNetRegAssign, VeriTreeNode)                  \
     X(VeriDefParamAssign, VeriTreeNode) X(VeriGenerateCaseItem, VeriTreeNode)            \
     X(VeriCaseItem, VeriTreeNode)                                                        \
@@ -74,7 +79,7 @@ class VeriStatement;
     X(VeriImportDecl, VeriModuleItem) X(VeriExportDecl, VeriModuleItem)                  \
     X(VeriSkippedItem, VeriModuleItem) X(VeriClass, VeriSkippedItem) X(VeriCovergroup, VeriSkippedItem)                       \
     X(VeriPropertyDecl, VeriSkippedItem) X(VeriSequenceDecl, VeriSkippedItem)              \
-    X(VeriClockingDecl, VeriSkippedItem) X(VeriConstraintDecl, VeriSkippedItem)           \
+    X(VeriClockingDecl, VeriSkippedItem) X(VeriConstraintDecl, VeriModuleItem)            \
     X(VeriLetDecl, VeriSkippedItem) X(VeriSpecifyBlock, VeriSkippedItem)                   \
     X(VeriBindDirective, VeriModuleItem) X(VeriNetAlias, VeriModuleItem)                 \
     X(VeriTimeUnit, VeriModuleItem) X(VeriTable, VeriSkippedItem)                         \
@@ -84,7 +89,8 @@ class VeriStatement;
     X(VeriDefaultConfig, VeriConfigRule) X(VeriInstanceConfig, VeriConfigRule)           \
     X(VeriCellConfig, VeriConfigRule) X(VeriUseClause, VeriTreeNode)                     \
     X(VeriStatement, VeriModuleItem) X(VeriSeqBlock, VeriStatement)                      \
-    X(VeriParBlock, VeriSeqBlock) X(VeriBlockingAssign, VeriStatement)                  \
+    X(VeriParBlock, VeriSeqBlock) X(VeriCodeBlock, VeriSeqBlock)                         \
+    X(VeriRandsequence, VeriStatement) X(VeriBlockingAssign, VeriStatement)              \
     X(VeriNonBlockingAssign, VeriStatement) X(VeriConditionalStatement, VeriStatement)   \
     X(VeriCaseStatement, VeriStatement) X(VeriFor, VeriStatement)                        \
     X(VeriWhile, VeriStatement) X(VeriDoWhile, VeriWhile) X(VeriRepeat, VeriStatement) \
@@ -599,6 +605,73 @@ public:
     VeriDataType* dataType = nullptr;
 };
 
+// ---------------------------------------------------------------- constraints
+// The items of a constraint block are expressions: a plain one (`a < b`, `x dist {...}`,
+// `x inside {...}`, `a -> b` with an expression on the right), `soft c`, `unique {...}`
+// and `disable soft x` (a VeriUnaryOperator of VT_SOFT, VT_UNIQUE or VT_DISABLE), and
+// the nodes below. Each item that is no set, `if`, `foreach` or implication into a set
+// ends in `;`.
+
+// { constraint ... }: the body of `if`, `foreach` and an implication when braced.
+class VeriConstraintSet : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriConstraintSet, CONSTRAINTSET);
+    VERI_FIELDS(constraints)
+    ArenaArray<VeriExpression*> constraints;
+};
+
+// if (cond) constraint [else constraint]
+class VeriIfOperator : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriIfOperator, IFOPERATOR);
+    VERI_FIELDS(cond, thenExpr, elseExpr)
+    VeriExpression* cond = nullptr;
+    VeriExpression* thenExpr = nullptr;
+    VeriExpression* elseExpr = nullptr;
+};
+
+// foreach (array[i, j]) constraint; the loop variables live in the loop's scope.
+class VeriForeachOperator : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriForeachOperator, FOREACHOPERATOR);
+    VERI_FIELDS(array, loopVars, constraint, scope)
+    VeriExpression* array = nullptr;
+    ArenaArray<VeriIdDef*> loopVars; // null entries for skipped positions
+    VeriExpression* constraint = nullptr;
+    VeriScope* scope = nullptr;
+};
+
+// solve a, b before c, d
+class VeriSolveBefore : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriSolveBefore, SOLVEBEFORE);
+    VERI_FIELDS(solved, before)
+    ArenaArray<VeriExpression*> solved;
+    ArenaArray<VeriExpression*> before;
+};
+
+// An item of a dist list with its weight: value := w (each value) or [lo:hi] :/ w (the
+// range shares it).
+class VeriDistOperator : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriDistOperator, DISTOPERATOR);
+    VERI_FIELDS(oper, expr, weight)
+    unsigned oper = 0; // VT_COLON_EQ, VT_COLON_SLASH
+    VeriExpression* expr = nullptr;
+    VeriExpression* weight = nullptr;
+};
+
+// randomize(...) with [(names)] { constraints }: the constraints of one call. Their names
+// are looked up in the randomized object first, which analysis does not know.
+class VeriInlineConstraint : public VeriExpression {
+public:
+    HDL_VERI_NODE(VeriInlineConstraint, INLINECONSTRAINT);
+    VERI_FIELDS(restricted, names, constraints)
+    bool restricted = false; // a (possibly empty) name list is written
+    ArenaArray<VeriExpression*> names;
+    ArenaArray<VeriExpression*> constraints;
+};
+
 class VeriStrength : public VeriTreeNode {
 public:
     HDL_VERI_NODE(VeriStrength, STRENGTH);
@@ -703,6 +776,7 @@ HDL_VERI_SIMPLE_ID(VeriLabelId, LABELID)
 HDL_VERI_SIMPLE_ID(VeriConfigurationId, CONFIGURATIONID)
 HDL_VERI_SIMPLE_ID(VeriCheckerId, CHECKERID)
 HDL_VERI_SIMPLE_ID(VeriClockingId, CLOCKINGID)
+HDL_VERI_SIMPLE_ID(VeriProductionId, PRODUCTIONID)
 #undef HDL_VERI_SIMPLE_ID
 
 // One instance of a module/interface/program/gate instantiation.
@@ -1001,8 +1075,8 @@ public:
 };
 
 // Constructs read with their names recorded and their bodies passed over token by
-// token: classes, covergroups, properties, sequences, clocking blocks, constraints, let,
-// specify blocks. `id` is null for anonymous ones.
+// token: covergroups, properties, sequences, clocking blocks, let, specify blocks;
+// classes keep the members they hold. `id` is null for anonymous ones.
 class VeriSkippedItem : public VeriModuleItem {
 public:
     VeriIdDef* GetId() const { return id; }
@@ -1022,7 +1096,6 @@ HDL_VERI_SKIPPED(VeriCovergroup, COVERGROUP)
 HDL_VERI_SKIPPED(VeriPropertyDecl, PROPERTYDECL)
 HDL_VERI_SKIPPED(VeriSequenceDecl, SEQUENCEDECL)
 HDL_VERI_SKIPPED(VeriClockingDecl, CLOCKINGDECL)
-HDL_VERI_SKIPPED(VeriConstraintDecl, CONSTRAINTDECL)
 HDL_VERI_SKIPPED(VeriLetDecl, LETDECL)
 HDL_VERI_SKIPPED(VeriSpecifyBlock, SPECIFYBLOCK)
 HDL_VERI_SKIPPED(VeriTable, TABLE)
@@ -1031,8 +1104,23 @@ HDL_VERI_SKIPPED(VeriTable, TABLE)
 class VeriClass : public VeriSkippedItem {
 public:
     HDL_VERI_NODE(VeriClass, CLASS);
-    VERI_FIELDS(id, items, scope)
+    VERI_FIELDS(id, base, items, scope)
+    VeriDataType* base = nullptr; // the class it extends, when it names one
     VeriScope* scope = nullptr;
+};
+
+// constraint [class::]name { constraints }, or a prototype `constraint name;` whose
+// `extern` or `pure` stands among the item's qualifiers. A body outside its class names
+// the class in `prefix`.
+class VeriConstraintDecl : public VeriModuleItem {
+public:
+    HDL_VERI_NODE(VeriConstraintDecl, CONSTRAINTDECL);
+    VERI_FIELDS(prefix, id, constraints, prototype)
+    VeriIdDef* GetId() const { return id; }
+    bool prototype = false;
+    VeriExpression* prefix = nullptr;
+    VeriIdDef* id = nullptr;
+    ArenaArray<VeriExpression*> constraints;
 };
 
 // bind target instantiation
@@ -1236,6 +1324,51 @@ public:
     HDL_VERI_NODE(VeriParBlock, PARBLOCK);
     VERI_FIELDS(blockId, decls, stmts, joinKind, scope)
     unsigned joinKind = 0;
+};
+
+// { decls stmts }: the code block of a randsequence rule, a block without a name.
+class VeriCodeBlock : public VeriSeqBlock {
+public:
+    HDL_VERI_NODE(VeriCodeBlock, CODEBLOCK);
+    VERI_FIELDS(blockId, decls, stmts, scope)
+};
+
+// One alternative of a production: `a b(1) { code }` (production calls are task
+// enables of the production's name; if, repeat and case hold one call each), or
+// `rand join [(expr)] a b ...`; then `:= weight [{ code }]`.
+class VeriProductionItem : public VeriTreeNode {
+public:
+    HDL_VERI_NODE(VeriProductionItem, PRODUCTIONITEM);
+    VERI_FIELDS(randJoin, joinExpr, prods, weight, codeBlock)
+    bool randJoin = false;
+    VeriExpression* joinExpr = nullptr;
+    ArenaArray<VeriStatement*> prods; // VeriTaskEnable, VeriCodeBlock, if, repeat, case
+    VeriExpression* weight = nullptr;
+    VeriCodeBlock* codeBlock = nullptr;
+};
+
+// [type] name [(ports)] : rule | rule ;
+class VeriProduction : public VeriTreeNode {
+public:
+    HDL_VERI_NODE(VeriProduction, PRODUCTION);
+    VERI_FIELDS(dataType, id, ports, rules, scope)
+    VeriIdDef* GetId() const { return id; }
+    VeriDataType* dataType = nullptr;
+    VeriProductionId* id = nullptr;
+    ArenaArray<VeriTreeNode*> ports;
+    ArenaArray<VeriProductionItem*> rules;
+    VeriScope* scope = nullptr;
+};
+
+// randsequence ([start]) productions endsequence; the productions are declared in its
+// scope, so a rule may name one defined below it.
+class VeriRandsequence : public VeriStatement {
+public:
+    HDL_VERI_NODE(VeriRandsequence, RANDSEQUENCE);
+    VERI_FIELDS(start, productions, scope)
+    VeriIdRef* start = nullptr;
+    ArenaArray<VeriProduction*> productions;
+    VeriScope* scope = nullptr;
 };
 
 // lval = [control] rval, lval op= rval, x++ (rval null, oper set)
