@@ -53,7 +53,13 @@ public:
     NameCheck(const NameCheckContext& context, VeriModule& unit)
         : p_(context), unit_(unit), nettypeNone_(unit.defaultNettype == "none") {}
 
-    void Visit(VeriClass&) override {}
+    // A class sees what it inherits, which analysis does not know; the constraints of a
+    // class that extends nothing name only what is in sight.
+    void Visit(VeriClass& n) override {
+        if (n.base) return;
+        for (VeriModuleItem* item : n.items)
+            if (dynamic_cast<VeriConstraintDecl*>(item)) TraverseNode(item);
+    }
     void Visit(VeriBindDirective&) override {}
     void Visit(VeriModportDecl&) override {}
     void Visit(VeriDisable&) override {}

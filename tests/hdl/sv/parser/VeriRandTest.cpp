@@ -121,6 +121,28 @@ TEST(VeriConstraints, PrintParsesBackToTheSamePrint) {
     }
 }
 
+// The walk reaches the nodes of constraints and productions in source order.
+TEST(VeriConstraints, WalkFollowsTheSource) {
+    struct Starts : VeriVisitor {
+        std::vector<std::pair<uint32_t, uint32_t>> at;
+        std::vector<std::string> kinds;
+        void PreVisit(VeriTreeNode& n) override {
+            if (n.Linefile().leftLine == 0) return;
+            at.push_back({n.Linefile().leftLine, n.Linefile().leftCol});
+            kinds.push_back(veriClassName(n.GetClassId()));
+        }
+    };
+    for (const char* source : {kConstraints, kRandsequence}) {
+        ASSERT_TRUE(veritest::analyze(source));
+        Starts starts;
+        starts.TraverseNode(rootUnit());
+        starts.TraverseNode(veritest::unit("m"));
+        ASSERT_GT(starts.at.size(), 50u);
+        for (size_t i = 1; i < starts.at.size(); ++i)
+            EXPECT_LE(starts.at[i - 1], starts.at[i]) << starts.kinds[i - 1] << " before " << starts.kinds[i];
+    }
+}
+
 TEST(VeriConstraints, CopiesAreEqualAndDisjoint) {
     for (const char* source : {kConstraints, kRandsequence}) {
         ASSERT_TRUE(veritest::analyze(source));
@@ -192,6 +214,20 @@ TEST(VeriRandsequence, UndeclaredNamesAreTold) {
               Errors{"7 VERI-1507 production 'secnd' is not declared"});
 }
 
+TEST(VeriConstraints, UndeclaredNamesOfClassesThatExtendNothingAreTold) {
+    const char* legal = "package p; typedef enum {A, B} e_t; endpackage\n"
+                        "class k; import p::*;\n"
+                        "  rand int x; rand e_t e; int lim [2];\n"
+                        "  constraint c { x < lim[0]; e != B; foreach (lim[i]) x != i; x < f(); }\n"
+                        "  function int f(); return 3; endfunction\n"
+                        "endclass\n"
+                        "class d extends k; constraint c2 { y > 0; } endclass\n";
+    EXPECT_EQ(errorsOf(legal), Errors{});
+    std::string broken = legal;
+    broken.replace(broken.find("x < lim[0]"), 10, "x < lin[0]");
+    EXPECT_EQ(errorsOf(broken), Errors{"4 VERI-1507 'lin' is not declared"});
+}
+
 TEST(VeriRandCheck, ExternAndPureConstraints) {
     EXPECT_EQ(errorsOf("class a; rand int b; extern constraint c; constraint d; endclass\n"
                        "constraint a::c { b == 0; }\n"
@@ -253,6 +289,7 @@ TEST(VeriRandCheck, BrokenVariantsOfSuiteFilesAreCaught) {
         {"18.17.6--aborting-productions-break-and-return_0.sv", "main : first second", "main : first secnd",
          "VERI-1507"},
         {"18.17.3--case-production-statements_0.sv", "case (switch)", "case (swtch)", "VERI-1507"},
+        {"18.5.10--variable-ordering_0.sv", "solve b1 before b2", "solve b1 before b3", "VERI-1507"},
     };
     for (const Case& c : cases) {
         std::ifstream in(dir / c.file);
