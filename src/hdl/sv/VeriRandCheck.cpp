@@ -1,9 +1,9 @@
-// Rules of constraints and random variables that one unit shows broken: an `extern`
-// constraint that the unit never defines, a `pure` constraint in a class that is not
-// virtual or that a concrete class leaves undefined, and `randc` variables under
-// solve-before, `soft` or `dist`. A variable counts as randc only where the name
-// resolves to a declaration the tree shows; members reached through objects are left
-// alone.
+// Rules of constraints and random variables that the classes of one unit show broken:
+// an `extern` constraint that the unit never defines, a `pure` constraint in a class
+// that is not virtual or that a concrete class leaves undefined, and `randc` variables
+// under solve-before, `soft` or `dist` of class constraints. A variable counts as randc
+// only where the name resolves to a declaration the tree shows; members reached through
+// objects, and the inline constraints of `randomize() with`, are left alone.
 #include <algorithm>
 #include <string>
 #include <unordered_set>
@@ -70,7 +70,9 @@ public:
                 tell<veri_msg::PureConstraintInConcrete>(*c->id, text(c->id).c_str(), text(n.id).c_str());
         }
         if (!abstract) inheritedPure(n);
-        VeriVisitor::Visit(n);
+        // Methods hold no declarations of random variables: their bodies are not walked.
+        for (VeriModuleItem* item : n.items)
+            if (dynamic_cast<VeriClass*>(item) || dynamic_cast<VeriConstraintDecl*>(item)) TraverseNode(item);
     }
 
     // Extern constraints of the classes among `items` need a body among them.
@@ -129,8 +131,10 @@ private:
 } // namespace
 
 void VeriParser::Impl::checkRandomization(VeriModule* unit) {
+    // Random variables live in classes: the rest of a unit need not be walked.
     RandCheck check;
-    for (VeriModuleItem* item : unit->items) check.TraverseNode(item);
+    for (VeriModuleItem* item : unit->items)
+        if (dynamic_cast<VeriClass*>(item) || dynamic_cast<VeriConstraintDecl*>(item)) check.TraverseNode(item);
     check.externs(unit->items);
     errors += check.told;
 }
