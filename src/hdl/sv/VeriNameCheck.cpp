@@ -20,10 +20,7 @@ bool isLanguageScope(std::string_view n) {
     return n == "std" || n == "$unit" || n == "$root" || n == "local" || n == "super" || n == "this";
 }
 
-// The classes and functions of the built-in package std, visible everywhere.
-bool isBuiltIn(std::string_view n) {
-    return n == "process" || n == "mailbox" || n == "semaphore" || n == "randomize" || n == "weak_reference";
-}
+bool isBuiltIn(std::string_view n) { return isVeriBuiltInName(n); }
 
 // The plain name that a hierarchical name starts from: `a` of `a.b`, `a[1].b`, `a.b.c`.
 VeriIdRef* hierarchyRoot(VeriExpression* e) {
@@ -381,6 +378,8 @@ void VeriParser::Impl::checkNames(VeriModule* unit) {
         generates.scope(unit->items);
         errors += generates.told;
         checkSemantics(unit);
+        checkTypes(unit);
+        checkClasses(unit, kType);
     }
 }
 

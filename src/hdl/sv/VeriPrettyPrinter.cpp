@@ -687,6 +687,14 @@ public:
         qualifiers(n);
         out << "class ";
         if (n.id) name(n.id->name);
+        if (!n.extends.Empty()) {
+            out << " extends ";
+            list(n.extends);
+        }
+        if (!n.implements.Empty()) {
+            out << " implements ";
+            list(n.implements);
+        }
         out << ';';
         ++indent;
         items(n.items);
