@@ -184,3 +184,25 @@ TEST(VeriSemanticCheck, BrokenEnumsOfCorpusPackageAreReported) {
 }
 
 } // namespace
+
+// picorv32's `trap` output written as a net (no `reg`): each procedural assignment to it
+// is reported, on the lines where `verilator --lint-only` reports PROCASSWIRE.
+TEST(VeriSemanticCheck, CorpusOutputPortMadeANetIsReported) {
+    std::ifstream in(std::filesystem::path(SIFT_SHARED_DIR) / "corpus/picorv32/picorv32.v", std::ios::binary);
+    if (!in) GTEST_SKIP() << "corpus not present";
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_EQ(errorsOf(text), Errors{});
+    size_t at = text.find("output reg trap,");
+    ASSERT_NE(at, std::string::npos);
+    text.replace(at, 16, "output trap,");
+    // The lines of the assignments `trap <= ...` in the always blocks.
+    Errors expected;
+    unsigned line = 1;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\n') ++line;
+        if (text.compare(i, 8, "trap <= ") == 0 && (i == 0 || text[i - 1] == '\t' || text[i - 1] == ' '))
+            expected.push_back(std::to_string(line) + " VERI-1520 procedural assignment to net 'trap'");
+    }
+    EXPECT_EQ(expected.size(), 2u);
+    EXPECT_EQ(errorsOf(text), expected);
+}
