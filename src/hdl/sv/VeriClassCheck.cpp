@@ -50,18 +50,20 @@ bool literal(const VeriExpression* e) {
 // values it was reached with (empty: its defaults).
 struct Origin {
     const VeriClass* from = nullptr;
-    ArenaArray<VeriExpression*> spec;
+    ArenaArray<VeriExpression*> values;
     const VeriFunctionDecl* method = nullptr;
 };
 
-bool literalSpec(const Origin& o) { return !o.spec.Empty() && std::all_of(o.spec.begin(), o.spec.end(), literal); }
+bool literalValues(const Origin& o) {
+    return !o.values.Empty() && std::all_of(o.values.begin(), o.values.end(), literal);
+}
 
 // Two origins certainly declare different things.
 bool distinct(const Origin& a, const Origin& b) {
     if (a.from != b.from) return true;
-    if (!literalSpec(a) || !literalSpec(b) || a.spec.Size() != b.spec.Size()) return false;
-    for (uint32_t i = 0; i < a.spec.Size(); ++i)
-        if (!a.spec.At(i)->IsEqual(b.spec.At(i))) return true;
+    if (!literalValues(a) || !literalValues(b) || a.values.Size() != b.values.Size()) return false;
+    for (uint32_t i = 0; i < a.values.Size(); ++i)
+        if (!a.values.At(i)->IsEqual(b.values.At(i))) return true;
     return false;
 }
 
@@ -173,10 +175,10 @@ private:
         auto found = classes_.find(type->name.Id());
         return found != classes_.end() && found->second.size() == 1 ? found->second.front() : nullptr;
     }
-    const VeriClass* classOf(const VeriDataType* t, ArenaArray<VeriExpression*>* spec = nullptr) const {
+    const VeriClass* classOf(const VeriDataType* t, ArenaArray<VeriExpression*>* values = nullptr) const {
         auto* ref = dynamic_cast<const VeriTypeRef*>(t);
         if (!ref) return nullptr;
-        if (spec) *spec = ref->paramValues;
+        if (values) *values = ref->paramValues;
         return classOf(idOf(ref->typeName));
     }
 
@@ -204,16 +206,16 @@ private:
 
     // Each name an interface class hands down, with where it was declared: its
     // parameters and typedefs, or its methods, and those of the classes it extends.
-    void handDown(const VeriClass* c, ArenaArray<VeriExpression*> spec, bool methods,
+    void handDown(const VeriClass* c, ArenaArray<VeriExpression*> values, bool methods,
                   std::unordered_map<uint32_t, std::vector<Origin>>& names, unsigned depth) {
         if (!c || !isInterfaceClass(*c) || depth > 16) return;
         for (const VeriModuleItem* item : c->items) {
             if (auto* f = dynamic_cast<const VeriFunctionDecl*>(item); methods && f && f->id && !f->prefix)
-                names[f->id->name.Id()].push_back({c, spec, f});
+                names[f->id->name.Id()].push_back({c, values, f});
             if (auto* d = dynamic_cast<const VeriDataDecl*>(item); !methods && d)
                 for (const VeriIdDef* id : d->ids)
                     if (id && (d->IsTypedef() || dynamic_cast<const VeriParamId*>(id)))
-                        names[id->name.Id()].push_back({c, spec, nullptr});
+                        names[id->name.Id()].push_back({c, values, nullptr});
         }
         for (const VeriDataType* base : c->extends) {
             ArenaArray<VeriExpression*> next;
@@ -232,10 +234,10 @@ private:
         if (n.extends.Size() < 2) return;
         std::unordered_map<uint32_t, std::vector<Origin>> names;
         for (const VeriDataType* base : n.extends) {
-            ArenaArray<VeriExpression*> spec;
-            const VeriClass* b = classOf(base, &spec);
+            ArenaArray<VeriExpression*> values;
+            const VeriClass* b = classOf(base, &values);
             if (!b) return; // one of them unknown: what it hands down is too
-            handDown(b, spec, false, names, 0);
+            handDown(b, values, false, names, 0);
         }
         std::vector<std::pair<const VeriIdDef*, const VeriTreeNode*>> conflicts;
         // (Reported in the order of the declarations handed down, for stable output.)
@@ -267,10 +269,10 @@ private:
         if (from.Empty()) return;
         std::unordered_map<uint32_t, std::vector<Origin>> names;
         for (const VeriDataType* t : from) {
-            ArenaArray<VeriExpression*> spec;
-            const VeriClass* c = classOf(t, &spec);
+            ArenaArray<VeriExpression*> values;
+            const VeriClass* c = classOf(t, &values);
             if (!c) return;
-            handDown(c, spec, true, names, 0);
+            handDown(c, values, true, names, 0);
         }
         std::unordered_map<uint32_t, const VeriFunctionDecl*> own;
         for (const VeriModuleItem* item : n.items)
