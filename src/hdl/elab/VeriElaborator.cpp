@@ -10,6 +10,7 @@
 #include "hdl/elab/ElabNaming.h"
 #include "hdl/elab/VeriConfigBinding.h"
 #include "hdl/elab/VeriEvaluator.h"
+#include "hdl/elab/VeriPartSelectWidths.h"
 #include "hdl/elab/VeriUselib.h"
 #include "hdl/elab/VeriVariableWriters.h"
 #include "hdl/sv/VeriLibrary.h"
@@ -229,6 +230,7 @@ struct VeriElaborator::Impl {
     std::unordered_map<ElabUnitId, VeriModule*> modules; // the tree of each unit
     std::unordered_set<std::string> inProgress; // keys of the units being walked
     std::unordered_set<const VeriModule*> writersChecked;
+    std::unordered_set<const VeriRange*> zeroWidthsTold;
     std::unordered_map<const VeriModuleItem*, bool> holdsInstances;
     VeriConfigState config; // the configuration in force for the unit being elaborated
     using InterfacePorts = std::vector<ElabUnit::InterfacePort>;
@@ -583,6 +585,7 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
         if (known != units.end()) return known->second;
     }
     if (writersChecked.insert(m).second) errors += VeriCheckVariableWriters(m);
+    errors += VeriCheckPartSelectWidths(m, eval, &frame, zeroWidthsTold);
     Unit unit{m, {}, {}, std::move(below)};
     CollectDefparams(unit, m->items, &frame, "");
     ++depth;

@@ -20,10 +20,7 @@ bool isLanguageScope(std::string_view n) {
     return n == "std" || n == "$unit" || n == "$root" || n == "local" || n == "super" || n == "this";
 }
 
-// The classes and functions of the built-in package std, visible everywhere.
-bool isBuiltIn(std::string_view n) {
-    return n == "process" || n == "mailbox" || n == "semaphore" || n == "randomize" || n == "weak_reference";
-}
+bool isBuiltIn(std::string_view n) { return isVeriBuiltInName(n); }
 
 // The plain name that a hierarchical name starts from: `a` of `a.b`, `a[1].b`, `a.b.c`.
 VeriIdRef* hierarchyRoot(VeriExpression* e) {
@@ -56,7 +53,7 @@ public:
     // A class sees what it inherits, which analysis does not know; the constraints of a
     // class that extends nothing name only what is in sight.
     void Visit(VeriClass& n) override {
-        if (n.base) return;
+        if (!n.extends.Empty()) return;
         for (VeriModuleItem* item : n.items)
             if (dynamic_cast<VeriConstraintDecl*>(item)) TraverseNode(item);
     }
@@ -455,6 +452,8 @@ void VeriParser::Impl::checkNames(VeriModule* unit) {
         errors += generates.told;
         checkSemantics(unit);
         checkRandomization(unit);
+        checkTypes(unit);
+        checkClasses(unit, kType);
     }
 }
 

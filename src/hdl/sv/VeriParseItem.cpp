@@ -983,28 +983,17 @@ VeriModuleItem* VeriParser::Impl::parseClass(const VeriToken& start) {
         List<VeriTreeNode> parameters(*this);
         parseParameterPortList(parameters);
         for (size_t i = 0; i < parameters.size(); ++i) items.push(static_cast<VeriModuleItem*>(parameters[i]));
+        c->parameters = unsigned(parameters.size());
     }
     // extends base[#(..)][(args)], interface classes extend several; implements a, b
-    if (accept(VT_EXTENDS) && isIdent()) {
-        VeriToken b = take();
-        auto* base = make<VeriTypeRef>(b);
-        VeriExpression* n = makeRef(b);
-        if (at(VT_SCOPE) && isIdent(1)) { // pkg::base
-            take();
-            auto* sc = make<VeriScopeName>(b);
-            sc->prefix = n;
-            sc->name = takeName();
-            if (VeriModule* package = hooks.findPackage ? hooks.findPackage(sc->prefix->GetName()) : nullptr) {
-                static_cast<VeriIdRef*>(n)->id = package->id;
-                sc->id = lookupInPackage(package, sc->name);
-            }
-            finish(sc);
-            n = sc;
-        }
-        base->typeName = n;
-        if (at(VT_HASH) && kind(1) == VT_LPAREN) base->paramValues = parseParamValues();
-        finish(base);
-        c->base = base;
+    for (unsigned clause : {VT_EXTENDS, VT_IMPLEMENTS}) {
+        if (!accept(clause)) continue;
+        List<VeriDataType> types(*this);
+        do {
+            if (VeriDataType* t = parseClassType()) types.push(t);
+            if (at(VT_LPAREN)) skipBalanced(); // arguments of the base's constructor
+        } while (accept(VT_COMMA));
+        (clause == VT_EXTENDS ? c->extends : c->implements) = types.freeze();
     }
     while (!at(VT_SEMI) && !atEof() && !atUnitEnd()) {
         if (at(VT_LPAREN)) skipBalanced();
@@ -1067,6 +1056,40 @@ VeriModuleItem* VeriParser::Impl::parseClass(const VeriToken& start) {
     popScope(upper);
     finish(c);
     return c;
+}
+
+// A class named in a class header: c, p::c, c #(...), c #(...)::inner.
+VeriDataType* VeriParser::Impl::parseClassType() {
+    if (!isIdent()) return nullptr;
+    VeriToken start = peek();
+    auto* t = make<VeriTypeRef>(start);
+    take();
+    VeriExpression* n = makeRef(start);
+    List<VeriExpression> params(*this);
+    for (;;) {
+        if (at(VT_HASH) && kind(1) == VT_LPAREN) {
+            for (VeriExpression* value : parseParamValues()) params.push(value);
+        } else if (at(VT_SCOPE) && isIdent(1)) {
+            take();
+            auto* sc = make<VeriScopeName>(start);
+            sc->prefix = n;
+            sc->name = takeName();
+            if (auto* ref = dynamic_cast<VeriIdRef*>(n); ref && hooks.findPackage) {
+                if (VeriModule* package = hooks.findPackage(ref->name)) {
+                    ref->id = package->id;
+                    sc->id = lookupInPackage(package, sc->name);
+                }
+            }
+            finish(sc);
+            n = sc;
+        } else {
+            break;
+        }
+    }
+    t->typeName = n;
+    t->paramValues = params.freeze();
+    finish(t);
+    return t;
 }
 
 VeriExpression* VeriParser::Impl::parseConfigCell() {

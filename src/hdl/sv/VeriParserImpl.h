@@ -17,6 +17,11 @@
 namespace hdl {
 
 // A name of a unit that nothing declared when the unit ended, with which text tells it.
+// The classes and functions of the built-in package std, visible everywhere.
+inline bool isVeriBuiltInName(std::string_view n) {
+    return n == "process" || n == "mailbox" || n == "semaphore" || n == "randomize" || n == "weak_reference";
+}
+
 struct VeriUndeclaredName {
     VeriIdRef* ref;
     unsigned kind;
@@ -193,6 +198,11 @@ struct VeriParser::Impl {
     void checkSemantics(VeriModule* unit);
     // Reports broken rules of constraints and random variables (VeriRandCheck.cpp).
     void checkRandomization(VeriModule* unit);
+    // Reports assignments whose value cannot have the target's type (VeriTypeCheck.cpp).
+    void checkTypes(VeriModule* unit);
+    // Reports broken rules of class headers and forward typedefs (VeriClassCheck.cpp);
+    // undeclared types wait in `undeclared` under `typeKind`.
+    void checkClasses(VeriModule* unit, unsigned typeKind);
 
     // ---- expressions (VeriParseExpr.cpp)
     VeriExpression* parseExpression();
@@ -227,6 +237,7 @@ struct VeriParser::Impl {
     // identifier follows, i.e. whether a declaration starts at k.
     bool declarationAhead(size_t k);
     bool instantiationAhead();
+    VeriDataType* parseClassType();
     VeriDataType* parseDataType(bool allowImplicit);
     VeriDataType* parseStructUnion();
     VeriDataType* parseEnum();

@@ -130,7 +130,27 @@
     ID(kNetProcedural, "VERI-1520", MSG_ERROR)                                                             \
     TEXT(ProceduralAssignToNet, kNetProcedural, "procedural assignment to net '%s'") \
     ID(kSpecparamInParameter, "VERI-1521", MSG_ERROR)                                                      \
-    TEXT(SpecparamInParameter, kSpecparamInParameter, "parameter '%s' cannot use specparam '%s'")
+    TEXT(SpecparamInParameter, kSpecparamInParameter, "parameter '%s' cannot use specparam '%s'") \
+    /* The types of assigned values, where both sides are known. */ \
+    ID(kEnumAssign, "VERI-1522", MSG_ERROR) \
+    TEXT(EnumFromNonEnum, kEnumAssign, "enum variable '%s' is assigned a value that is not of its enum type; a cast is needed") \
+    TEXT(EnumFromOtherEnum, kEnumAssign, "enum variable '%s' is assigned a value of another enum type") \
+    ID(kStreamWidth, "VERI-1523", MSG_ERROR) \
+    TEXT(StreamWiderThanTarget, kStreamWidth, "streaming concatenation of %u bits is wider than the %u bits of '%s'") \
+    ID(kPatternCount, "VERI-1524", MSG_ERROR) \
+    TEXT(PatternItemCount, kPatternCount, "assignment pattern of %u items for '%s', an unpacked array of %u elements") \
+    /* Class headers and forward declarations. */ \
+    ID(kForwardType, "VERI-1525", MSG_ERROR) \
+    TEXT(ForwardTypeNotDefined, kForwardType, "forward typedef '%s' has no definition in its scope") \
+    ID(kImplements, "VERI-1526", MSG_ERROR) \
+    TEXT(ImplementsTypeParameter, kImplements, "class '%s' cannot implement type parameter '%s'") \
+    TEXT(ExtendsTypeParameter, kImplements, "interface class '%s' cannot extend type parameter '%s'") \
+    TEXT(InterfaceClassNotYetDefined, kImplements, "interface class '%s' is implemented before its definition") \
+    ID(kDefaultSpecialization, "VERI-1527", MSG_ERROR) \
+    TEXT(DefaultSpecializationScope, kDefaultSpecialization, "parameterized class '%s' needs a parameter value list before '::%s' outside its own declaration") \
+    ID(kInheritedConflict, "VERI-1528", MSG_ERROR) \
+    TEXT(InheritedNameConflict, kInheritedConflict, "interface class '%s' inherits '%s' from more than one interface class and must declare its own") \
+    TEXT(PrototypeConflict, kInheritedConflict, "method '%s' of class '%s' cannot match the prototype of that name in every interface class it implements")
 // clang-format on
 
 namespace hdl {

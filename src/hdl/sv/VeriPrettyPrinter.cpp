@@ -769,9 +769,13 @@ public:
         qualifiers(n);
         out << "class ";
         if (n.id) name(n.id->name);
-        if (n.base) {
+        if (!n.extends.Empty()) {
             out << " extends ";
-            node(n.base);
+            list(n.extends);
+        }
+        if (!n.implements.Empty()) {
+            out << " implements ";
+            list(n.implements);
         }
         out << ';';
         ++indent;

@@ -24,7 +24,7 @@ std::string text(const VeriIdDef* id) { return id ? std::string(id->name.Text())
 
 // The class a class extends, when its name resolves to one.
 const VeriClass* baseClass(const VeriClass& c) {
-    const VeriIdDef* id = c.base ? c.base->GetId() : nullptr;
+    const VeriIdDef* id = c.extends.Empty() ? nullptr : c.extends[0]->GetId();
     return id ? dynamic_cast<const VeriClass*>(id->declaration) : nullptr;
 }
 

@@ -88,6 +88,24 @@ class SemanticCheck : public VeriVisitor {
 public:
     unsigned told = 0;
 
+    // ANSI ports that are nets: those of a net kind, and an output or inout written
+    // without a kind or a data type (a net of the default net type, which `default_nettype
+    // none` leaves open).
+    void netPorts(const VeriModule& unit) {
+        for (const VeriTreeNode* port : unit.ports) {
+            auto* decl = dynamic_cast<const VeriAnsiPortDecl*>(port);
+            if (!decl || decl->interfacePort) continue;
+            bool implicitType =
+                !decl->dataType || (decl->dataType->GetClassId() == ID_VERIDATATYPE && !decl->dataType->type);
+            bool net = decl->kind ? decl->kind != VT_VAR && decl->kind != VT_REG
+                                  : implicitType && (decl->dir == VT_OUTPUT || decl->dir == VT_INOUT) &&
+                                        unit.defaultNettype != "none";
+            if (net)
+                for (const VeriIdDef* id : decl->ids)
+                    if (id) netPorts_.push_back(id);
+        }
+    }
+
     void Visit(VeriFunctionDecl& n) override {
         Subprogram outer = sub_;
         sub_ = Subprogram{};
@@ -208,6 +226,7 @@ private:
         unsigned forks = 0; // fork blocks open inside it (or in the process outside any)
     };
     Subprogram sub_;
+    std::vector<const VeriIdDef*> netPorts_;
 
     static std::string name(const VeriIdDef* id) { return id ? std::string(id->name.Text()) : std::string(); }
 
@@ -236,7 +255,8 @@ private:
         }
         auto* ref = dynamic_cast<const VeriIdRef*>(lval);
         auto* var = ref ? dynamic_cast<const VeriVariable*>(ref->id) : nullptr;
-        if (var && var->declaration && var->declaration->GetClassId() == ID_VERINETDECL)
+        if (var && ((var->declaration && var->declaration->GetClassId() == ID_VERINETDECL) ||
+                    std::find(netPorts_.begin(), netPorts_.end(), var) != netPorts_.end()))
             tell<veri_msg::ProceduralAssignToNet>(*lval, name(var).c_str());
     }
 
@@ -260,6 +280,7 @@ private:
 
 void VeriParser::Impl::checkSemantics(VeriModule* unit) {
     SemanticCheck check;
+    check.netPorts(*unit);
     for (VeriModuleItem* item : unit->items) check.TraverseNode(item);
     errors += check.told;
 }

@@ -1104,9 +1104,12 @@ HDL_VERI_SKIPPED(VeriTable, TABLE)
 class VeriClass : public VeriSkippedItem {
 public:
     HDL_VERI_NODE(VeriClass, CLASS);
-    VERI_FIELDS(id, base, items, scope)
-    VeriDataType* base = nullptr; // the class it extends, when it names one
+    // (The class's parameters, written before `extends`, are the first items.)
+    VERI_FIELDS(id, extends, implements, items, scope, parameters)
     VeriScope* scope = nullptr;
+    unsigned parameters = 0; // how many of the first items the #(...) list declares
+    ArenaArray<VeriDataType*> extends; // the base class; an interface class's base interface classes
+    ArenaArray<VeriDataType*> implements; // interface classes
 };
 
 // constraint [class::]name { constraints }, or a prototype `constraint name;` whose

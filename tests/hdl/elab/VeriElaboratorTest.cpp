@@ -517,5 +517,45 @@ TEST_F(VeriElaboratorTest, CorpusDesignAndItsBrokenVariants) {
     EXPECT_NE(hier.find("servant_sim.dut.rf_ram\tserv_rf_rma\tserv_rf_rma\n"), std::string::npos) << hier;
 }
 
+TEST_F(VeriElaboratorTest, IndexedPartSelectWidthsFromParametersAreAboveZero) {
+    // A leaf whose default width is zero, instantiated with a width: only the unit with
+    // the values in use counts; a generate condition may keep a zero-width select out.
+    Analyze(R"(
+module leaf #(parameter W = 0, localparam H = W / 2) (input logic [7:0] i, output logic [7:0] o);
+  logic [7:0] t;
+  if (W > 0) begin : g
+    assign t[0 +: W] = i[W - 1 -: W];
+  end
+  always_comb o[7 -: W - H] = i[0 +: W];
+endmodule
+module top (input logic [7:0] i, output logic [7:0] o1, o2);
+  leaf #(.W(4)) a (.i(i), .o(o1));
+  leaf #(.W(2)) b (.i(i), .o(o2));
+endmodule
+)");
+    Hier({"top"});
+    EXPECT_TRUE(ok);
+    EXPECT_FALSE(Told("VERI-1519"));
+    // The default used, a width that works out to zero from parameters, and a width
+    // overridden to zero: each select reported once, however many units use it.
+    for (const char* top : {"leaf", "top"}) {
+        veri_file::Reset();
+        Analyze(std::string(R"(
+module leaf #(parameter W = 0) (input logic [7:0] i, output logic [7:0] o);
+  localparam H = W * 2;
+  always_comb begin o = 0; o[3 +: H] = i[W +: W]; end
+endmodule
+module top (input logic [7:0] i, output logic [7:0] o1, o2);
+  leaf #(.W(0)) a (.i(i), .o(o1));
+  leaf b (.i(i), .o(o2));
+endmodule
+)"));
+        Hier({top});
+        EXPECT_FALSE(ok) << top;
+        EXPECT_EQ(std::count_if(messages.begin(), messages.end(), [](const auto& m) { return m.id == "VERI-1519"; }), 2)
+            << top;
+    }
+}
+
 } // namespace
 } // namespace hdl

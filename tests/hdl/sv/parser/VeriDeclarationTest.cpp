@@ -56,6 +56,7 @@ TEST(VeriDeclarations, TypedefsOfStructsUnionsAndEnums) {
                                   "  typedef union { int i; shortreal f; } u_t;\n"
                                   "  typedef enum logic [1:0] { A = 2'd0, B, C[2] } e_t;\n"
                                   "  typedef class fwd;\n"
+                                  "  class fwd; endclass\n"
                                   "endpackage\n"));
     auto* s = item<VeriDataDecl>("p", 0);
     ASSERT_TRUE(s && s->IsTypedef());

@@ -342,13 +342,21 @@ TEST(VeriParserClasses, MembersAreReadAndNamed) {
                                   "    extern virtual protected task run(int n);\n"
                                   "    function new(int n = 0); count = n; endfunction\n"
                                   "    typedef class helper;\n"
+                                  "    class helper; endclass\n"
                                   "  endclass\n"
                                   "endpackage\n"));
     VeriModule* p = veritest::unit("p");
     auto* cls = dynamic_cast<VeriClass*>(p->GetItems().At(0));
     ASSERT_NE(cls, nullptr);
     EXPECT_EQ(cls->GetId()->Name(), "base");
-    ASSERT_EQ(cls->items.Size(), 7u); // parameter, two members, constraint, prototype, new, typedef
+    ASSERT_EQ(cls->items.Size(), 8u); // parameter, two members, constraint, prototype, new, typedef, its class
+    EXPECT_EQ(cls->parameters, 1u);
+    ASSERT_EQ(cls->extends.Size(), 1u);
+    auto* base = dynamic_cast<VeriTypeRef*>(cls->extends[0]);
+    ASSERT_NE(base, nullptr);
+    EXPECT_EQ(base->typeName->GetName(), "root");
+    EXPECT_EQ(base->paramValues.Size(), 1u);
+    EXPECT_TRUE(cls->implements.Empty());
     EXPECT_EQ(std::vector<unsigned>(cls->items[1]->GetQualifiers().begin(), cls->items[1]->GetQualifiers().end()),
               std::vector<unsigned>{VT_RAND});
     auto* proto = dynamic_cast<VeriTaskDecl*>(cls->items[4]);

@@ -119,16 +119,24 @@ TEST(VeriSemanticCheck, NetsTakeNoProceduralAssignment) {
                        "  initial begin force w = 1; release w; v = w; x[0] = y[1]; end\n"
                        "  always @(posedge clk) begin q <= v; r <= 1; t = 0; end\n"
                        "endmodule\n"
-                       "module n (a, b); input a; output b; reg b; always @(a) b = a; endmodule\n"),
+                       "module n (a, b); input a; output b; reg b; always @(a) b = a; endmodule\n"
+                       "module k (input a, output var o, output int i, output bit [1:0] p);\n"
+                       "  function void f(output x); x = a; endfunction\n"
+                       "  always @(a) begin o = a; i = 1; p[0] <= a; end\n"
+                       "endmodule\n"),
               Errors{});
     EXPECT_EQ(errorsOf("module m (input a, input b);\n"
                        "  wire w; wire [3:0] y; tri t;\n"
                        "  initial w = #10 a & b;\n"
                        "  always @(a) y[1] <= b;\n"
                        "  always @(b) t = a;\n"
+                       "endmodule\n"
+                       "module k (input clk, input a, output b, output [1:0] c, inout wire d);\n"
+                       "  always_ff @(posedge clk) begin b <= a; c[1] <= a; d = a; end\n"
                        "endmodule\n"),
               (Errors{"3 VERI-1520 procedural assignment to net 'w'", "4 VERI-1520 procedural assignment to net 'y'",
-                      "5 VERI-1520 procedural assignment to net 't'"}));
+                      "5 VERI-1520 procedural assignment to net 't'", "8 VERI-1520 procedural assignment to net 'b'",
+                      "8 VERI-1520 procedural assignment to net 'c'", "8 VERI-1520 procedural assignment to net 'd'"}));
 }
 
 TEST(VeriSemanticCheck, ParametersUseNoSpecparam) {
@@ -176,3 +184,25 @@ TEST(VeriSemanticCheck, BrokenEnumsOfCorpusPackageAreReported) {
 }
 
 } // namespace
+
+// picorv32's `trap` output written as a net (no `reg`): each procedural assignment to it
+// is reported, on the lines where `verilator --lint-only` reports PROCASSWIRE.
+TEST(VeriSemanticCheck, CorpusOutputPortMadeANetIsReported) {
+    std::ifstream in(std::filesystem::path(SIFT_SHARED_DIR) / "corpus/picorv32/picorv32.v", std::ios::binary);
+    if (!in) GTEST_SKIP() << "corpus not present";
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_EQ(errorsOf(text), Errors{});
+    size_t at = text.find("output reg trap,");
+    ASSERT_NE(at, std::string::npos);
+    text.replace(at, 16, "output trap,");
+    // The lines of the assignments `trap <= ...` in the always blocks.
+    Errors expected;
+    unsigned line = 1;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\n') ++line;
+        if (text.compare(i, 8, "trap <= ") == 0 && (i == 0 || text[i - 1] == '\t' || text[i - 1] == ' '))
+            expected.push_back(std::to_string(line) + " VERI-1520 procedural assignment to net 'trap'");
+    }
+    EXPECT_EQ(expected.size(), 2u);
+    EXPECT_EQ(errorsOf(text), expected);
+}
