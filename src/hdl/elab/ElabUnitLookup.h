@@ -28,11 +28,21 @@ struct ElabParam {
     ElabParamValue value;
 };
 
+// A port association of the instance: the formal (empty when by position) and the
+// actual's width in bits as its own language sizes it, -1 when not known (open, an
+// aggregate, an expression). The answering side compares it with the formal's width
+// in the unit it elaborated.
+struct ElabPortActual {
+    std::string name;
+    int64_t width = -1;
+};
+
 struct ElabUnitRequest {
     std::string library; // as written at the instance, may be empty
     std::string name; // as instantiated
     std::string architecture; // VHDL only, may be empty
     std::vector<ElabParam> params;
+    std::vector<ElabPortActual> ports;
     ColLineFile location; // of the instance, for the other language's messages
 };
 

@@ -451,10 +451,11 @@ TEST_F(VeriElaboratorTest, TheOtherLanguageAsksForAModuleAndAConfigurationNamesT
     EXPECT_EQ(elab.ElaborateForeign({"", "absent", "", {}, {}}), 0u);
     EXPECT_TRUE(VeriElaborator::HasParameter(veri_file::GetModule("leaf"), "d"));
     EXPECT_FALSE(VeriElaborator::HasParameter(veri_file::GetModule("leaf"), "x"));
-    // The configuration's design statement gives the tops.
+    // The configuration's design statement gives the tops, each elaborated under it and
+    // named after both.
     std::string hier = Hier({"cfg"});
-    EXPECT_EQ(hier.rfind("mid\tmid\tmid\nmid.g[0].u\tleaf\tleaf(W=4)\n", 0), 0u) << hier;
-    EXPECT_NE(hier.find("\nleaf\tleaf\tleaf\n"), std::string::npos) << hier;
+    EXPECT_EQ(hier.rfind("mid\tmid\tmid_cfg_default\nmid.g[0].u\tleaf\tleaf(W=4)\n", 0), 0u) << hier;
+    EXPECT_NE(hier.find("\nleaf\tleaf\tleaf_cfg_default\n"), std::string::npos) << hier;
     EXPECT_TRUE(ok);
     Hier({"broken"});
     EXPECT_FALSE(ok);
