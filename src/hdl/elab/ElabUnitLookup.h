@@ -18,9 +18,12 @@ namespace hdl {
 struct ElabParamValue {
     enum Kind : uint8_t { Integer, Real, Boolean, String, Bits, Time, Other };
     Kind kind = Other;
-    int64_t integer = 0; // Integer, Boolean (0, 1), Time (femtoseconds)
+    int64_t integer = 0; // Integer, Boolean (0, 1), Time (femtoseconds, as VHDL keeps time)
     double real = 0;
     std::string text; // String: the characters; Bits: '0', '1', 'x', 'z' most significant first; Other: an image
+    // A Verilog number: the time unit of the module that wrote it, in femtoseconds, so
+    // that a VHDL `time` generic reads it as a count of that unit.
+    double timeUnitFs = 0;
 };
 
 struct ElabParam {

@@ -12,6 +12,7 @@
 #include "hdl/elab/VeriConfigBinding.h"
 #include "hdl/elab/VeriEvaluator.h"
 #include "hdl/elab/VeriPortWidths.h"
+#include "hdl/elab/VeriTimeUnits.h"
 #include "hdl/elab/VeriUselib.h"
 #include "hdl/elab/VeriVariableWriters.h"
 #include "hdl/sv/VeriLibrary.h"
@@ -79,10 +80,13 @@ VeriValue ParseUserValue(const std::string& text) {
     return VeriValue::String(t);
 }
 
-VeriValue FromParam(const ElabParamValue& p) {
+// A value from VHDL; a time becomes a real count of the module's time unit (`timeUnitFs`),
+// as a mixed simulator maps it: no integer of femtoseconds to overflow, nor a fraction of
+// a unit lost.
+VeriValue FromParam(const ElabParamValue& p, double timeUnitFs) {
     switch (p.kind) {
-    case ElabParamValue::Integer:
-    case ElabParamValue::Time: return VeriValue::Int(p.integer, 32, true);
+    case ElabParamValue::Integer: return VeriValue::Int(p.integer, 32, true);
+    case ElabParamValue::Time: return VeriValue::MakeReal(double(p.integer) / timeUnitFs);
     case ElabParamValue::Boolean: return VeriValue::Int(p.integer, 1, false);
     case ElabParamValue::Real: return VeriValue::MakeReal(p.real);
     case ElabParamValue::String: return VeriValue::String(p.text);
@@ -1002,6 +1006,7 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                     VeriValue v = eval.Evaluate(e, frame);
                     if (v.kind == VeriValue::None) continue;
                     p.value = ToParam(v);
+                    p.value.timeUnitFs = VeriModuleTimeUnitFs(*unit.module);
                     request.params.push_back(std::move(p));
                 }
                 for (const VeriExpression* pc : id->portConnects) {
@@ -1188,7 +1193,7 @@ ElabUnitId VeriElaborator::ElaborateForeign(const ElabUnitRequest& request) {
             Message::Tell<veri_msg::ElabNoParameter>(&request.location, mod.c_str(), p.name.c_str());
             continue;
         }
-        overrides[target] = {nullptr, nullptr, true, FromParam(p.value)};
+        overrides[target] = {nullptr, nullptr, true, FromParam(p.value, VeriModuleTimeUnitFs(*module))};
     }
     impl_->path = std::string(module->Name());
     const std::unordered_map<const VeriIdDef*, Override> values = overrides;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstdarg>
 #include <map>
 #include <set>
@@ -150,6 +151,14 @@ std::string ParamText(const ElabParamValue& p, const VhdlType* type) {
     }
     if (type && type->kind == VhdlTypeKind::Integer && p.kind == ElabParamValue::Bits && known && p.text.size() < 63)
         return std::to_string(bits);
+    // A Verilog number for a time: a count of the writing module's time unit, in fs. One
+    // past what VHDL time holds stays a real, which VHDL reports as out of range.
+    if (type && type->kind == VhdlTypeKind::Physical && p.timeUnitFs > 0 &&
+        (p.kind == ElabParamValue::Integer || p.kind == ElabParamValue::Real)) {
+        const double fs = (p.kind == ElabParamValue::Integer ? double(p.integer) : p.real) * p.timeUnitFs;
+        if (std::fabs(fs) < 9.2e18) return std::to_string(std::llround(fs)) + " fs";
+        return VhdlCopyImage(VhdlValue::Floating(fs, nullptr)) + " fs";
+    }
     switch (p.kind) {
     case ElabParamValue::Integer:
         if (type && type->kind == VhdlTypeKind::Real) return std::to_string(p.integer) + ".0";
@@ -919,7 +928,9 @@ ElabUnitId VhdlElaborator::ElaborateForeign(const ElabUnitRequest& request) {
     try {
         id = m.ElaborateUnit(entity, dynamic_cast<VhdlArchitectureBody*>(arch), nullptr, nullptr, actuals, entity);
     } catch (const VhdlEvalError& e) {
-        m.Report(e);
+        // A value the instance handed over that the entity cannot take: told at the
+        // instance, where the user wrote it.
+        m.Report(request.location.fileId ? VhdlEvalError(e.Id(), request.location, e.Text()) : e);
         return 0;
     }
     m.CheckPortWidths(entity, actuals, request);

@@ -238,5 +238,72 @@ TEST_F(ElabMixedTest, PortWidthsThatDifferAcrossTheLanguagesAreTold) {
     veri_file::Reset();
 }
 
+// Time across the languages. A VHDL time reaches a Verilog parameter as a real count of
+// the module's time unit (its `timeunit`, else its `timescale`), so neither two hours
+// overflow nor a fraction of a unit is lost; a Verilog number reaches a VHDL time
+// generic as a count of the writing module's unit. Past what VHDL time holds is an error.
+TEST_F(ElabMixedTest, TimeCrossesInTheUnitOfTheVerilogModule) {
+    veri_file::Reset();
+    ASSERT_TRUE(veri_file::AnalyzeText("`timescale 1ns/1ps\n"
+                                       "module tmod #(parameter real P = 0.0, parameter time Q = 0) ();\n"
+                                       "  tdelay #(.T(P)) d ();\n"
+                                       "endmodule\n"
+                                       "module tfine #(parameter real P = 0.0) ();\n"
+                                       "  timeunit 1ps;\n"
+                                       "endmodule\n"
+                                       "module tver;\n"
+                                       "  timeunit 100ps;\n"
+                                       "  tdelay #(.T(25)) a ();\n"
+                                       "  tdelay #(.T(7200 * 1e10)) b ();\n"
+                                       "  tdelay #(.T(0.5)) c ();\n"
+                                       "  tdelay #(.T(7300 * 1e11)) e ();\n"
+                                       "endmodule\n",
+                                       "times.sv", SYSTEM_VERILOG, "times"));
+    ASSERT_EQ(test::AnalyzeVhdl(R"(
+entity tdelay is generic (T : time := 1 ns); end;
+architecture rtl of tdelay is begin end;
+entity tvhd is end;
+architecture rtl of tvhd is
+  component tmod is generic (P : time := 0 ns; Q : time := 0 ns); end component;
+  component tfine is generic (P : time := 0 ns); end component;
+begin
+  small: tmod generic map (P => 1.5 ns, Q => 3 ps);
+  large: tmod generic map (P => 2 hr, Q => 150 min);
+  fine: tfine generic map (P => 1.5 ns);
+end;
+)",
+                                "times"),
+              "");
+    ElabDesign design;
+    std::vector<ElabUnitId> verilog, vhdl;
+    test::MessageCapture messages;
+    ElaborateMixedHdlMultipleTopsStatic(design, {{"tver", "times", ""}}, {{"tvhd", "times", ""}}, nullptr, verilog,
+                                        vhdl);
+    ASSERT_EQ(vhdl.size(), 1u);
+    ASSERT_EQ(verilog.size(), 1u);
+    auto copy = [&](ElabUnitId unit, const char* name) {
+        const ElabUnit* u = Child(design, unit, name);
+        return u ? u->copyName : std::string("none");
+    };
+    // 3 ps is no whole count of 1 ns: a time parameter rounds it away.
+    EXPECT_EQ(copy(vhdl[0], "small"), "tmod(P=1.5)");
+    EXPECT_EQ(copy(vhdl[0], "large"), "tmod(P=7.2e+12,Q=9000000000000)");
+    EXPECT_EQ(copy(vhdl[0], "fine"), "tfine(P=1.5e+03)");
+    // And back: the real reaches the VHDL generic as the time it started as.
+    const ElabUnit* small = Child(design, vhdl[0], "small");
+    ASSERT_NE(small, nullptr);
+    EXPECT_EQ(small->instances.size(), 1u);
+    EXPECT_EQ(design.Unit(small->instances.at(0).unit).copyName, "tdelay(T=1500000 fs)");
+
+    EXPECT_EQ(copy(verilog[0], "a"), "tdelay(T=2500000 fs)");
+    EXPECT_EQ(copy(verilog[0], "b"), "tdelay(T=7200000000000000000 fs)");
+    EXPECT_EQ(copy(verilog[0], "c"), "tdelay(T=50000 fs)");
+    bool overflow = false;
+    // Told at the instance that wrote the value.
+    for (const auto& m : messages.All()) overflow |= m.text.find("overflows") != std::string::npos && m.line == 13;
+    EXPECT_TRUE(overflow) << messages.Errors();
+    veri_file::Reset();
+}
+
 } // namespace
 } // namespace hdl
