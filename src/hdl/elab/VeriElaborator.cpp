@@ -1076,6 +1076,8 @@ void VeriElaborator::Impl::CheckPortWidths(VeriModule* m,
 
 ForeignUnitRef VeriElaborator::Impl::ForeignUnitOf(ElabUnitId unit) const {
     const ElabUnit& u = design.Unit(unit);
+    if (u.language == ElabLanguage::Unbound)
+        return {Symbol::Intern(u.library), Symbol::Intern(u.module), Symbol(), true};
     if (u.language != ElabLanguage::Vhdl) return {};
     return {Symbol::Intern(u.library), Symbol::Intern(u.copyName), Symbol::Intern(u.architecture)};
 }
