@@ -133,4 +133,18 @@ TEST(ElabVerilogConfigTest, AnAbsentDesignCellOrLibraryIsRecordedAndTheRestBinds
     EXPECT_FALSE(has(rule.hier, "\"x\"")) << rule.hier;
 }
 
+TEST(ElabVerilogConfigTest, AUselibThatFindsNothingLeavesTheInstanceUnbound) {
+    // The design without the configuration: `top` is the top, and a `uselib naming a
+    // library that lacks the cell rules out lib1's leaf below mid alone.
+    const std::string plain = "module top;\n  mid m ();\n  leaf #(.W(4)) u ();\nendmodule\n\n"
+                              "`uselib lib=lib3\nmodule mid;\n  leaf l ();\n  vent e ();\nendmodule\n";
+    const std::string text = readFile(kDesignDir + "/top.sv");
+    ConfigRun r = run("sf -elab", "top.sv", text.substr(text.find("module top;")), plain);
+    ASSERT_EQ(r.status, 0) << r.out;
+    EXPECT_TRUE(has(r.hier, "top == .work.top\n")) << r.hier;
+    EXPECT_TRUE(has(r.hier, "    leaf \"l\" == .lib3.leaf\n")) << r.hier;
+    EXPECT_TRUE(has(r.hier, "  leaf \"u\" == .lib1.leaf(W=4)\n")) << r.hier;
+    EXPECT_TRUE(has(r.dump, "module '%s' of instance '%s' is not found; it stays unbound")) << r.dump;
+}
+
 } // namespace
