@@ -14,7 +14,9 @@ The design passes when
   * the paths under the top are those expected, each bound to a unit of the expected
     language and module;
   * every value a copy's name carries equals the value expected at that path, and every
-    generic the name leaves out has its default there.
+    generic the name leaves out has its default there;
+  * no port of an instance that crosses the languages differs in width from its actual
+    (the simulators would warn).
 
     compare_mixed.py SIFT DATA DESIGN_DIR EXPECTED [--break FILE OLD NEW]
 
@@ -130,18 +132,25 @@ def compare(expected, ours, tops, top):
     return problems
 
 
+def width_warnings(dump):
+    """The port width messages of `sf -print`: their format lines and the records using them."""
+    formats = set(re.findall(r"^  (\d+) : port '%s' of \w+ '%s' is %s bits wide", dump, re.M))
+    return [line.strip() for line in dump.splitlines() if any("fmtId: %s," % f in line for f in formats)]
+
+
 def run(sift, data, design, tmp):
     hier = os.path.join(tmp, "hier.txt")
+    dump = os.path.join(tmp, "dump.txt")
     script = os.path.join(tmp, "run.tcl")
     with open(script, "w") as f:
-        f.write("sf -add_vhdl08 work %s\nsf -add_svlib work %s\nsf -skim\nsf -parse\nsf -elab\nsf -print_hier %s\n" %
-                (os.path.join(design, "design.vhd"), os.path.join(design, "design.sv"), hier))
+        f.write("sf -add_vhdl08 work %s\nsf -add_svlib work %s\nsf -skim\nsf -parse\nsf -elab\nsf -print_hier %s\n"
+                "sf -print %s\n" % (os.path.join(design, "design.vhd"), os.path.join(design, "design.sv"), hier, dump))
     done = subprocess.run([sift, script], env=dict(os.environ, LOOM_DATADIR=data), capture_output=True, text=True)
-    if done.returncode != 0 or not os.path.isfile(hier):
+    if done.returncode != 0 or not os.path.isfile(hier) or not os.path.isfile(dump):
         print(done.stdout[-3000:] + done.stderr[-3000:])
-        return None
-    with open(hier) as f:
-        return f.read()
+        return None, None
+    with open(hier) as f, open(dump) as g:
+        return f.read(), g.read()
 
 
 def main():
@@ -168,12 +177,13 @@ def main():
             with open(target, "w") as f:
                 f.write(text.replace(broken[1], broken[2], 1))
             design = copy
-        text = run(sift, data, design, tmp)
+        text, dump = run(sift, data, design, tmp)
     if text is None:
         print("sift failed")
         return 1
     ours, tops = database(text, top)
     problems = compare(expected, ours, tops, top)
+    problems += ["port width: %s" % w for w in width_warnings(dump)]
     for p in problems:
         print(p)
     print("%d paths expected, %d in the database, %d differences" % (len(expected), len(ours), len(problems)))

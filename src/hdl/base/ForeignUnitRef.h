@@ -12,6 +12,9 @@ struct ForeignUnitRef {
     Symbol library;
     Symbol unit; // the copy's name, or the original's when no value differs
     Symbol secondary; // the VHDL architecture; empty for a Verilog module
+    // No unit of either language: elaboration looked for `unit` in `library` (where a
+    // configuration, a `uselib or a library written at the instance sent it) and found none.
+    bool unbound = false;
 
     bool empty() const { return unit.empty(); }
 };

@@ -13,6 +13,16 @@ namespace hdl {
 namespace {
 ElabVerilogSide* gVerilogSide = nullptr;
 
+// Whether a Verilog library holds a configuration of the top's name.
+bool IsVerilogConfiguration(const ElabTopRequest& top) {
+    for (VeriLibrary* lib : veri_file::AllLibraries()) {
+        if (!top.library.empty() && lib->GetName() != top.library) continue;
+        const VeriModule* m = lib->GetModule(top.name);
+        if (m && m->IsConfiguration()) return true;
+    }
+    return false;
+}
+
 // The units of the tops added to the design since `from`.
 void AppendTops(const ElabDesign& design, size_t from, std::vector<ElabUnitId>& out) {
     for (size_t i = from; i < design.tops.size(); ++i)
@@ -44,17 +54,25 @@ bool ElaborateMixedHdlMultipleTopsStatic(ElabDesign& design, const std::vector<E
     veri.SetForeignLookup(askVhdl);
 
     bool ok = true;
+    // Each Verilog top as a module, or a configuration's design cells under its rules.
+    std::vector<VeriTopCell> cells;
     if (verilog) {
         ok = verilog->ElaborateTops(design, verilogTops, map, limits, askVhdl, elaboratedVerilog);
+        for (const ElabTopRequest& top : verilogTops)
+            if (VeriModule* m = VeriFindModule(top.name, top.library, nullptr)) cells.push_back({m, nullptr});
     } else {
         for (const ElabTopRequest& top : verilogTops) {
-            VeriModule* module = VeriFindModule(top.name, top.library, nullptr);
-            if (!module) {
+            if (!VeriFindModule(top.name, top.library, nullptr) && !IsVerilogConfiguration(top)) {
                 Message::Tell<vhdl_msg::VerilogTopNotElaborated>(nullptr, top.name.c_str());
                 ok = false;
                 continue;
             }
-            if (ElabUnitId id = veri.ElaborateTop(module, map)) elaboratedVerilog.push_back(id);
+            unsigned missing = 0;
+            for (const VeriTopCell& c : VeriResolveTop(top, missing)) {
+                cells.push_back(c);
+                if (ElabUnitId id = veri.ElaborateTop(c.module, map, c.config)) elaboratedVerilog.push_back(id);
+            }
+            if (missing) ok = false;
         }
         if (veri.ErrorCount()) ok = false;
     }
@@ -67,10 +85,7 @@ bool ElaborateMixedHdlMultipleTopsStatic(ElabDesign& design, const std::vector<E
     for (const ElabGenericValue& g : map) {
         bool used = std::any_of(found.begin(), found.end(),
                                 [&](const VhdlPrimaryUnit* u) { return VhdlElaborator::HasGeneric(u, g.name); });
-        for (const ElabTopRequest& top : verilogTops) {
-            const VeriModule* module = VeriFindModule(top.name, top.library, nullptr);
-            used = used || (module && VeriElaborator::HasParameter(module, g.name));
-        }
+        for (const VeriTopCell& c : cells) used = used || VeriElaborator::HasParameter(c.module, g.name);
         if (!used) Message::Tell<vhdl_msg::ElabTopGenericUnused>(nullptr, g.name.c_str());
     }
     return ok && vhdl.ErrorCount() == 0;

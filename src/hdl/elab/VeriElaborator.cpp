@@ -5,12 +5,15 @@
 #include <cstdlib>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 #include "hdl/base/Message.h"
 #include "hdl/elab/ElabNaming.h"
 #include "hdl/elab/VeriConfigBinding.h"
 #include "hdl/elab/VeriEvaluator.h"
 #include "hdl/elab/VeriPartSelectWidths.h"
+#include "hdl/elab/VeriPortWidths.h"
+#include "hdl/elab/VeriTimeUnits.h"
 #include "hdl/elab/VeriUselib.h"
 #include "hdl/elab/VeriVariableWriters.h"
 #include "hdl/sv/VeriLibrary.h"
@@ -78,10 +81,13 @@ VeriValue ParseUserValue(const std::string& text) {
     return VeriValue::String(t);
 }
 
-VeriValue FromParam(const ElabParamValue& p) {
+// A value from VHDL; a time becomes a real count of the module's time unit (`timeUnitFs`),
+// as a mixed simulator maps it: no integer of femtoseconds to overflow, nor a fraction of
+// a unit lost.
+VeriValue FromParam(const ElabParamValue& p, double timeUnitFs) {
     switch (p.kind) {
-    case ElabParamValue::Integer:
-    case ElabParamValue::Time: return VeriValue::Int(p.integer, 32, true);
+    case ElabParamValue::Integer: return VeriValue::Int(p.integer, 32, true);
+    case ElabParamValue::Time: return VeriValue::MakeReal(double(p.integer) / timeUnitFs);
     case ElabParamValue::Boolean: return VeriValue::Int(p.integer, 1, false);
     case ElabParamValue::Real: return VeriValue::MakeReal(p.real);
     case ElabParamValue::String: return VeriValue::String(p.text);
@@ -233,6 +239,8 @@ struct VeriElaborator::Impl {
     std::unordered_set<const VeriRange*> zeroWidthsTold;
     std::unordered_map<const VeriModuleItem*, bool> holdsInstances;
     VeriConfigState config; // the configuration in force for the unit being elaborated
+    // The configuration whose design cell the unit about to be elaborated is.
+    const VeriConfiguration* designCellOf = nullptr;
     using InterfacePorts = std::vector<ElabUnit::InterfacePort>;
     const InterfacePorts* interfaces = nullptr; // those of the unit being elaborated
     InterfacePorts pendingInterfaces; // those of the unit about to be elaborated
@@ -371,6 +379,9 @@ struct VeriElaborator::Impl {
     bool ConnectInterfaces(const Unit& unit, const VeriModule* module, const VeriInstId* id, VeriFrame* frame,
                            const std::string& prefix, const std::string& instName, InterfacePorts& out);
     VeriModule* Store(VeriModule* m, const std::string& copyName, const std::vector<InstanceRecord>& records);
+    // A VHDL instance's actuals against the ports of the module elaborated for it.
+    void CheckPortWidths(VeriModule* m, const std::unordered_map<const VeriIdDef*, Override>& overrides,
+                         const ElabUnitRequest& request);
     // The VHDL copy a unit is, for an instance that VHDL answered; empty otherwise.
     ForeignUnitRef ForeignUnitOf(ElabUnitId unit) const;
 };
@@ -492,6 +503,7 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
                                            std::vector<Defparam> defparams, const VeriTreeNode* where) {
     InterfacePorts ownInterfaces = std::move(pendingInterfaces);
     pendingInterfaces.clear();
+    const VeriConfiguration* cellOf = std::exchange(designCellOf, nullptr);
     if (depth >= limits.instanceDepth) {
         Error();
         ColLineFile loc = where ? where->Linefile() : m->Linefile();
@@ -550,7 +562,15 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
             if (!v.Same(d)) differing.push_back({std::string(p->Name()), v.Image()});
         }
     }
-    std::string copyName = ElabCopyName(m->Name(), differing);
+    // A configuration's design cell is named after both, as VHDL names an entity
+    // elaborated under a configuration declaration.
+    std::string copyName;
+    if (cellOf) {
+        const std::string base = std::string(m->Name()) + "_" + std::string(cellOf->Name());
+        copyName = differing.empty() ? base + "_default" : ElabCopyName(base, differing);
+    } else {
+        copyName = ElabCopyName(m->Name(), differing);
+    }
     std::string key = (m->GetLibrary() ? m->GetLibrary()->GetName() : std::string()) + "\n" + copyName;
     // A module with generic interface ports differs by the interfaces connected.
     for (const ElabUnit::InterfacePort& p : ownInterfaces)
@@ -989,7 +1009,18 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                     VeriValue v = eval.Evaluate(e, frame);
                     if (v.kind == VeriValue::None) continue;
                     p.value = ToParam(v);
+                    p.value.timeUnitFs = VeriModuleTimeUnitFs(*unit.module);
                     request.params.push_back(std::move(p));
+                }
+                for (const VeriExpression* pc : id->portConnects) {
+                    ElabPortActual port;
+                    const VeriExpression* actual = pc;
+                    if (auto* named = dynamic_cast<const VeriPortConnect*>(pc)) {
+                        port.name = std::string(named->portName);
+                        actual = named->connection;
+                    }
+                    port.width = VeriActualWidth(eval, actual, frame);
+                    request.ports.push_back(std::move(port));
                 }
                 if (foreign) target = foreign(design, request);
                 if (!target) {
@@ -1009,8 +1040,47 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
     }
 }
 
+void VeriElaborator::Impl::CheckPortWidths(VeriModule* m,
+                                           const std::unordered_map<const VeriIdDef*, Override>& overrides,
+                                           const ElabUnitRequest& request) {
+    if (request.ports.empty()) return;
+    // The module's frame with the values the instance gave, as its copy was elaborated.
+    VeriFrame frame;
+    for (const VeriTreeNode* p : m->parameters)
+        if (IsParameterDecl(p))
+            for (const VeriIdDef* id : static_cast<const VeriDataDecl*>(p)->ids)
+                if (id) frame.pending[id].expr = id->GetInitialValue();
+    DeclareParameters(m->items, frame);
+    for (const auto& [id, o] : overrides) {
+        VeriFrame::Pending& pend = frame.pending[id];
+        pend.expr = o.expr;
+        pend.frame = o.frame;
+        pend.hasValue = o.hasValue;
+        pend.value = o.value;
+    }
+    const std::vector<const VeriIdDef*> ports = VeriModulePorts(*m);
+    size_t position = 0;
+    for (const ElabPortActual& actual : request.ports) {
+        const VeriIdDef* formal = nullptr;
+        if (actual.name.empty()) {
+            formal = position < ports.size() ? ports[position++] : nullptr;
+        } else {
+            for (const VeriIdDef* p : ports)
+                if (p && SameName(p->Name(), actual.name)) formal = p;
+        }
+        if (!formal || actual.width < 0) continue;
+        const int64_t width = VeriPortWidth(eval, formal, &frame);
+        if (width < 0 || width == actual.width) continue;
+        std::string port(formal->Name()), module(m->Name());
+        Message::Tell<veri_msg::ElabPortWidth>(&request.location, port.c_str(), module.c_str(),
+                                               std::to_string(width).c_str(), std::to_string(actual.width).c_str());
+    }
+}
+
 ForeignUnitRef VeriElaborator::Impl::ForeignUnitOf(ElabUnitId unit) const {
     const ElabUnit& u = design.Unit(unit);
+    if (u.language == ElabLanguage::Unbound)
+        return {Symbol::Intern(u.library), Symbol::Intern(u.module), Symbol(), true};
     if (u.language != ElabLanguage::Vhdl) return {};
     return {Symbol::Intern(u.library), Symbol::Intern(u.copyName), Symbol::Intern(u.architecture)};
 }
@@ -1078,7 +1148,7 @@ bool VeriElaborator::HasParameter(const VeriModule* module, const std::string& n
 }
 
 ElabUnitId VeriElaborator::ElaborateTop(VeriModule* module, const ElabGenericMap& parameters,
-                                        const VeriConfiguration* config) {
+                                        VeriConfiguration* config) {
     std::unordered_map<const VeriIdDef*, Override> overrides;
     std::vector<const VeriParamId*> params = OverridableParameters(module);
     for (const ElabGenericValue& g : parameters) {
@@ -1092,6 +1162,8 @@ ElabUnitId VeriElaborator::ElaborateTop(VeriModule* module, const ElabGenericMap
     }
     impl_->config = config ? VeriConfigTopState(config, module->Name()) : VeriConfigState();
     impl_->path = std::string(module->Name());
+    impl_->designCellOf = config;
+    if (config) config->elaborated = true;
     ElabUnitId id = impl_->Elaborate(module, std::move(overrides), {}, module);
     impl_->config = VeriConfigState();
     if (id) impl_->design.tops.push_back({std::string(module->Name()), id});
@@ -1126,10 +1198,46 @@ ElabUnitId VeriElaborator::ElaborateForeign(const ElabUnitRequest& request) {
             Message::Tell<veri_msg::ElabNoParameter>(&request.location, mod.c_str(), p.name.c_str());
             continue;
         }
-        overrides[target] = {nullptr, nullptr, true, FromParam(p.value)};
+        overrides[target] = {nullptr, nullptr, true, FromParam(p.value, VeriModuleTimeUnitFs(*module))};
     }
     impl_->path = std::string(module->Name());
-    return impl_->Elaborate(module, std::move(overrides), {}, module);
+    const std::unordered_map<const VeriIdDef*, Override> values = overrides;
+    ElabUnitId id = impl_->Elaborate(module, std::move(overrides), {}, module);
+    if (id) impl_->CheckPortWidths(module, values, request);
+    return id;
+}
+
+std::vector<VeriTopCell> VeriResolveTop(const ElabTopRequest& top, unsigned& errors) {
+    if (VeriModule* m = VeriFindModule(top.name, top.library, nullptr)) return {{m, nullptr}};
+    // A configuration stands for the top cells its design statement names.
+    VeriConfiguration* config = nullptr;
+    for (VeriLibrary* lib : veri_file::AllLibraries()) {
+        if (!top.library.empty() && lib->GetName() != top.library) continue;
+        VeriModule* c = lib->GetModule(top.name);
+        if (c && c->IsConfiguration() && !config) config = static_cast<VeriConfiguration*>(c);
+    }
+    if (!config) {
+        ++errors;
+        Message::Tell<veri_msg::ElabNoTop>(nullptr, top.name.c_str());
+        return {};
+    }
+    std::vector<VeriTopCell> cells;
+    for (const VeriExpression* cell : config->GetTopModuleNames()) {
+        if (!cell) continue;
+        std::string library;
+        if (auto* sn = dynamic_cast<const VeriScopeName*>(cell))
+            library = std::string(sn->prefix ? sn->prefix->GetName() : std::string_view());
+        // A cell without a library comes from the configuration's library first.
+        if (VeriModule* m = VeriFindModule(cell->GetName(), library, config)) {
+            cells.push_back({m, config});
+            continue;
+        }
+        ++errors;
+        std::string name(cell->GetName());
+        ColLineFile loc = cell->Linefile();
+        Message::Tell<veri_msg::ElabNoTop>(&loc, name.c_str());
+    }
+    return cells;
 }
 
 bool VeriElaborate(ElabDesign& design, const std::vector<ElabTopRequest>& tops, const ElabGenericMap& parameters,
@@ -1137,50 +1245,15 @@ bool VeriElaborate(ElabDesign& design, const std::vector<ElabTopRequest>& tops, 
     VeriElaborator elab(design, limits);
     elab.SetForeignLookup(std::move(foreign));
     unsigned errors = 0;
-    std::vector<VeriModule*> modules;
-    std::vector<const VeriConfiguration*> configs; // the configuration of each top, or null
-    for (const ElabTopRequest& t : tops) {
-        VeriModule* m = VeriFindModule(t.name, t.library, nullptr);
-        if (!m) {
-            // A configuration stands for the top cells its design statement names.
-            VeriModule* config = nullptr;
-            for (VeriLibrary* lib : veri_file::AllLibraries()) {
-                if (!t.library.empty() && lib->GetName() != t.library) continue;
-                VeriModule* c = lib->GetModule(t.name);
-                if (c && c->IsConfiguration() && !config) config = c;
-            }
-            if (config) {
-                for (const VeriExpression* cell : static_cast<VeriConfiguration*>(config)->GetTopModuleNames()) {
-                    std::string library;
-                    if (auto* sn = dynamic_cast<const VeriScopeName*>(cell))
-                        library = std::string(sn->prefix ? sn->prefix->GetName() : std::string_view());
-                    // A cell without a library comes from the configuration's library first.
-                    VeriModule* top = VeriFindModule(cell->GetName(), library, config);
-                    if (top) {
-                        modules.push_back(top);
-                        configs.push_back(static_cast<VeriConfiguration*>(config));
-                        continue;
-                    }
-                    ++errors;
-                    std::string name(cell->GetName());
-                    ColLineFile loc = cell->Linefile();
-                    Message::Tell<veri_msg::ElabNoTop>(&loc, name.c_str());
-                }
-                continue;
-            }
-            ++errors;
-            Message::Tell<veri_msg::ElabNoTop>(nullptr, t.name.c_str());
-            continue;
-        }
-        modules.push_back(m);
-        configs.push_back(nullptr);
-    }
+    std::vector<VeriTopCell> cells;
+    for (const ElabTopRequest& t : tops)
+        for (const VeriTopCell& c : VeriResolveTop(t, errors)) cells.push_back(c);
     for (const ElabGenericValue& g : parameters) {
         bool used = false;
-        for (VeriModule* m : modules) used = used || VeriElaborator::HasParameter(m, g.name);
+        for (const VeriTopCell& c : cells) used = used || VeriElaborator::HasParameter(c.module, g.name);
         if (!used) Message::Tell<veri_msg::ElabTopParameter>(nullptr, g.name.c_str());
     }
-    for (size_t i = 0; i < modules.size(); ++i) elab.ElaborateTop(modules[i], parameters, configs[i]);
+    for (const VeriTopCell& c : cells) elab.ElaborateTop(c.module, parameters, c.config);
     return errors + elab.ErrorCount() == 0;
 }
 

@@ -36,9 +36,9 @@ public:
 
     // A top module; `parameters` applies to its parameters (names it lacks are left to
     // the caller). Adds the top to the design. Under `config` (a design cell of it), its
-    // rules bind the hierarchy.
-    ElabUnitId ElaborateTop(VeriModule* module, const ElabGenericMap& parameters,
-                            const VeriConfiguration* config = nullptr);
+    // rules bind the hierarchy, the configuration counts as elaborated, and the cell's
+    // unit is named `cell_config_default` (`cell_config(P=value,...)` with values).
+    ElabUnitId ElaborateTop(VeriModule* module, const ElabGenericMap& parameters, VeriConfiguration* config = nullptr);
 
     // The Verilog side's answer to the other language: the module of that name (in the
     // library given, else in any), elaborated for the parameters; 0 when none exists.
@@ -54,6 +54,18 @@ private:
     struct Impl;
     std::unique_ptr<Impl> impl_;
 };
+
+// A top as elaboration starts from it: a module, or a design cell of a configuration
+// (whose rules then bind the hierarchy below it).
+struct VeriTopCell {
+    VeriModule* module = nullptr;
+    VeriConfiguration* config = nullptr;
+};
+
+// The module a top request names (in the library given, else in any, in library order),
+// or, for a configuration of that name, each of its design cells. A name that neither
+// finds, and a design cell that no library holds, are reported and counted in `errors`.
+std::vector<VeriTopCell> VeriResolveTop(const ElabTopRequest& top, unsigned& errors);
 
 // Elaborates the named tops into `design` (a module by name, in the library given or in
 // any, in library order). A top that no library holds, and a name of the parameter map

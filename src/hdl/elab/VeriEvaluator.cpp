@@ -328,7 +328,9 @@ VeriValue VeriEvaluator::Lookup(const VeriIdDef* id, VeriFrame* frame, const Ver
             value = pend.hasValue ? pend.value : TypeValue(pend.expr, pend.frame ? pend.frame : f);
         } else if (pend.hasValue) {
             value = pend.value;
-            if (param && param->dataType && value.kind == VeriValue::Vec)
+            // A value from outside takes the declared type: a real given to an integer
+            // parameter rounds.
+            if (param && param->dataType && (value.kind == VeriValue::Vec || value.IsReal()))
                 value = Convert(value, TypeShape(param->dataType, f));
         } else {
             value = EvaluateAs(pend.expr, param ? param->dataType : nullptr, param ? param->dimensions : nullptr,

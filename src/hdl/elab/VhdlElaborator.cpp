@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstdarg>
 #include <map>
 #include <set>
@@ -63,6 +64,29 @@ const VhdlIdDef* FindGeneric(const std::vector<const VhdlIdDef*>& ids, std::stri
     for (const VhdlIdDef* id : ids)
         if (id && SameIdName(id->OrigName(), name)) return id;
     return nullptr;
+}
+
+// The width in bits a Verilog port of this type has when a mixed simulator maps it:
+// std_ulogic, bit and boolean one bit, integers 32, constrained arrays of those their
+// element count times that; -1 for anything else.
+int64_t BitWidth(const VhdlType* t) {
+    if (!t) return -1;
+    if (t->kind == VhdlTypeKind::Enumeration) return t->base->literals.size() <= 9 ? 1 : -1;
+    if (t->kind == VhdlTypeKind::Integer) return 32;
+    if (!t->IsArray() || !t->constrained) return -1;
+    int64_t count = 1;
+    for (const VhdlBounds& r : t->indexRanges) count *= r.Length();
+    const int64_t element = BitWidth(t->element);
+    return element < 0 ? -1 : count * element;
+}
+
+// The ports of an entity in declaration order.
+std::vector<const VhdlIdDef*> PortIds(const VhdlNodeList& clause) {
+    std::vector<const VhdlIdDef*> ids;
+    for (const VhdlTreeNode* p : clause)
+        if (auto* decl = dynamic_cast<const VhdlInterfaceDecl*>(p))
+            for (const VhdlIdDef* id : decl->ids) ids.push_back(id);
+    return ids;
 }
 
 // The part of a label a path shows: an extended identifier without its backslashes.
@@ -127,6 +151,14 @@ std::string ParamText(const ElabParamValue& p, const VhdlType* type) {
     }
     if (type && type->kind == VhdlTypeKind::Integer && p.kind == ElabParamValue::Bits && known && p.text.size() < 63)
         return std::to_string(bits);
+    // A Verilog number for a time: a count of the writing module's time unit, in fs. One
+    // past what VHDL time holds stays a real, which VHDL reports as out of range.
+    if (type && type->kind == VhdlTypeKind::Physical && p.timeUnitFs > 0 &&
+        (p.kind == ElabParamValue::Integer || p.kind == ElabParamValue::Real)) {
+        const double fs = (p.kind == ElabParamValue::Integer ? double(p.integer) : p.real) * p.timeUnitFs;
+        if (std::fabs(fs) < 9.2e18) return std::to_string(std::llround(fs)) + " fs";
+        return VhdlCopyImage(VhdlValue::Floating(fs, nullptr)) + " fs";
+    }
     switch (p.kind) {
     case ElabParamValue::Integer:
         if (type && type->kind == VhdlTypeKind::Real) return std::to_string(p.integer) + ".0";
@@ -438,6 +470,59 @@ struct VhdlElaborator::Impl {
         }
     }
 
+    // The width in bits of an actual of a port map as written: a signal or port, an
+    // element or a slice of one; -1 for anything else (open, an aggregate, an expression).
+    int64_t ActualWidth(const VhdlTreeNode* actual) {
+        try {
+            if (auto* ref = dynamic_cast<const VhdlIdRef*>(actual))
+                return ref->GetId() ? BitWidth(ev.TypeOfId(ref->GetId(), actual)) : -1;
+            auto* indexed = dynamic_cast<const VhdlIndexedName*>(actual);
+            auto* prefix = indexed ? dynamic_cast<const VhdlIdRef*>(indexed->prefix) : nullptr;
+            if (!prefix || !prefix->GetId() || indexed->assocList.Size() != 1) return -1;
+            const VhdlType* type = ev.TypeOfId(prefix->GetId(), actual);
+            if (!type || !type->IsArray() || type->Dimensions() != 1) return -1;
+            const int64_t element = BitWidth(type->element);
+            if (element < 0) return -1;
+            auto* range = dynamic_cast<const VhdlRange*>(indexed->assocList[0]);
+            if (!range) return element;
+            const VhdlType* indexType = nullptr;
+            return ev.EvaluateRange(range, &indexType).Length() * element;
+        } catch (const VhdlEvalError&) {
+            return -1;
+        }
+    }
+
+    // A Verilog instance's actuals against the ports of the entity elaborated for it,
+    // their types worked out for the generic values it got.
+    void CheckPortWidths(VhdlEntityDecl* entity, const Actuals& actuals, const ElabUnitRequest& request) {
+        if (request.ports.empty()) return;
+        VhdlFrameScope unitScope(ev, entity, nullptr, true);
+        try {
+            BindGenerics(entity->generics, actuals, entity->id, entity);
+            ev.Declare(unitScope.Frame(), entity->declarations);
+        } catch (const VhdlEvalError&) {
+            return; // reported where the unit was elaborated
+        }
+        DeclarePorts(unitScope.Frame(), entity->ports);
+        const std::vector<const VhdlIdDef*> ports = PortIds(entity->ports);
+        size_t position = 0;
+        for (const ElabPortActual& actual : request.ports) {
+            const VhdlIdDef* formal = actual.name.empty() ? (position < ports.size() ? ports[position++] : nullptr)
+                                                          : FindGeneric(ports, actual.name);
+            if (!formal || actual.width < 0) continue;
+            int64_t width = -1;
+            try {
+                width = BitWidth(ev.TypeOfId(formal, entity));
+            } catch (const VhdlEvalError&) {
+                continue;
+            }
+            if (width < 0 || width == actual.width) continue;
+            Message::Tell<vhdl_msg::ElabPortWidth>(&request.location, std::string(formal->OrigName()).c_str(),
+                                                   std::string(entity->id ? entity->id->OrigName() : "").c_str(),
+                                                   std::to_string(width).c_str(), std::to_string(actual.width).c_str());
+        }
+    }
+
     // ---- statements
 
     void ElaborateStatements(const VhdlNodeList& list, Region& r) {
@@ -703,6 +788,22 @@ struct VhdlElaborator::Impl {
                         request.params.push_back({formal, ToParam(v)});
                     }
                 }
+                // The port map: a component's formals by name, those of an entity
+                // instantiation as written.
+                const std::vector<const VhdlIdDef*> compPorts =
+                    comp ? PortIds(comp->ports) : std::vector<const VhdlIdDef*>();
+                size_t position = 0;
+                for (VhdlTreeNode* a : inst.portMap) {
+                    auto* assoc = dynamic_cast<const VhdlAssocElement*>(a);
+                    ElabPortActual port;
+                    if (assoc && assoc->formal) port.name = std::string(SimpleName(assoc->formal));
+                    else if (position < compPorts.size() && compPorts[position])
+                        port.name = compPorts[position]->OrigName();
+                    ++position;
+                    const VhdlTreeNode* actual = assoc ? assoc->actual : a;
+                    port.width = actual ? ActualWidth(actual) : -1;
+                    request.ports.push_back(std::move(port));
+                }
                 target = foreign(design, request);
             }
             if (!target && !inst.InstantiatesComponent()) {
@@ -823,12 +924,17 @@ ElabUnitId VhdlElaborator::ElaborateForeign(const ElabUnitRequest& request) {
         a.param = &p.value;
         actuals[formal] = a;
     }
+    ElabUnitId id = 0;
     try {
-        return m.ElaborateUnit(entity, dynamic_cast<VhdlArchitectureBody*>(arch), nullptr, nullptr, actuals, entity);
+        id = m.ElaborateUnit(entity, dynamic_cast<VhdlArchitectureBody*>(arch), nullptr, nullptr, actuals, entity);
     } catch (const VhdlEvalError& e) {
-        m.Report(e);
+        // A value the instance handed over that the entity cannot take: told at the
+        // instance, where the user wrote it.
+        m.Report(request.location.fileId ? VhdlEvalError(e.Id(), request.location, e.Text()) : e);
         return 0;
     }
+    m.CheckPortWidths(entity, actuals, request);
+    return id;
 }
 
 namespace {

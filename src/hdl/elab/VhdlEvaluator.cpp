@@ -676,8 +676,12 @@ VhdlValue VhdlEvaluator::EvaluateLiteral(const VhdlTreeNode* n, const VhdlType* 
         }
         if (scale.IsNone()) Fail<vhdl_msg::ElabPhysicalUnitNotDeclared>(n, Text(lit->unit).c_str());
         VhdlValue amount = Evaluate(lit->value, nullptr);
-        if (amount.kind == VhdlValue::Real)
-            return VhdlValue::Physical(int64_t(std::llround(amount.r * double(scale.i))), scale.type);
+        if (amount.kind == VhdlValue::Real) {
+            const double product = std::round(amount.r * double(scale.i));
+            // Beyond 64 bits (or not a number) the conversion would be undefined.
+            if (!(std::fabs(product) < 9.2e18)) Fail<vhdl_msg::ElabPhysicalLiteralOverflows>(n, Text(n).c_str());
+            return VhdlValue::Physical(int64_t(product), scale.type);
+        }
         int64_t product;
         if (__builtin_mul_overflow(amount.i, scale.i, &product))
             Fail<vhdl_msg::ElabPhysicalLiteralOverflows>(n, Text(n).c_str());

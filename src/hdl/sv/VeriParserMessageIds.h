@@ -74,6 +74,9 @@
     ID(kElabVariableWriters, "VERI-1613", MSG_ERROR) \
     TEXT(ElabMultipleContinuous, kElabVariableWriters, "variable '%s' is written by more than one continuous assignment") \
     TEXT(ElabMixedWriters, kElabVariableWriters, "variable '%s' is written by both a continuous and a procedural assignment") \
+    /* A VHDL instance of a module whose actual is not as wide as the module's port. */ \
+    ID(kElabPortWidth, "VERI-1614", MSG_WARNING) \
+    TEXT(ElabPortWidth, kElabPortWidth, "port '%s' of module '%s' is %s bits wide, its actual %s bits") \
     ID(kStoreUnreadable, "VERI-1700", MSG_ERROR)                                                           \
     TEXT(StoreCannotRestore, kStoreUnreadable, "cannot restore unit '%s' of library '%s' from '%s': %s")   \
     ID(kStoreUnwritable, "VERI-1701", MSG_ERROR)                                                           \

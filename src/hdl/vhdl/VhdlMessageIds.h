@@ -217,6 +217,9 @@
     /* A Verilog top asked of the mixed entry that no Verilog library holds. */                             \
     ID(kElabForeignTop, "VHDL-1614", MSG_ERROR)                                                              \
     TEXT(VerilogTopNotElaborated, kElabForeignTop, "Verilog top '%s' is no module of any library")           \
+    /* A Verilog instance of an entity whose actual is not as wide as the entity's port. */               \
+    ID(kElabPortWidth, "VHDL-1615", MSG_WARNING)                                                             \
+    TEXT(ElabPortWidth, kElabPortWidth, "port '%s' of entity '%s' is %s bits wide, its actual %s bits")      \
     /* Saved libraries: a saved unit cannot be restored, a unit cannot be saved. */                         \
     ID(kStoreUnreadable, "VHDL-1700", MSG_ERROR)                                                             \
     TEXT(StoreCannotRestore, kStoreUnreadable, "cannot restore unit '%s' of library '%s' from '%s': %s")     \

@@ -337,6 +337,15 @@ void HADLBinder::bindVerilogUnit(const VeriModule& module, const std::vector<std
             bound = own ? own->GetModule(name) : nullptr;
             if (!bound) bound = veri_file::GetModule(name.c_str());
         }
+        // Elaboration looked where the design sends it (a configuration, a `uselib) and
+        // found nothing: a module of that name elsewhere is not what the design uses.
+        const ForeignUnitRef& lookedFor = inst->GetForeignUnit();
+        if (bound && lookedFor.unbound) {
+            record.unitId = addUnboundUnit(kVerilogKind, std::string(lookedFor.library).c_str(),
+                                           std::string(lookedFor.unit).c_str(), nullptr);
+            db.unitAttrs.at(u).insts.push_back(record);
+            continue;
+        }
         if (bound) {
             if (!record.hasParam)
                 record.hasParam = onParamCopyList(paramCopyNames, baseName(std::string(bound->Name())));
@@ -600,7 +609,7 @@ void HADLBinder::bindVhdlInstance(unsigned unitId, const VhdlStatement& statemen
 }
 
 unsigned HADLBinder::foreignVhdlUnit(const ForeignUnitRef& used) {
-    if (used.empty()) return 0;
+    if (used.empty() || used.unbound) return 0;
     VhdlLibrary* lib = vhdl_file::GetLibrary(std::string(used.library).c_str());
     VhdlPrimaryUnit* primary = lib ? lib->GetPrimUnit(std::string(used.unit).c_str()) : nullptr;
     if (!isVhdlUnit(primary)) return 0;

@@ -215,12 +215,13 @@ void HADLElab::doElab(const std::string& top) {
     for (const MessageId& id :
          {v::kElabNotStatic, v::kElabDivision, v::kElabRange, v::kElabIndex, v::kElabLoopBound, v::kElabCallDepth,
           v::kElabNoReturn, v::kElabNoGeneric, v::kElabNoValue, v::kElabInstanceDepth, v::kElabTopGeneric,
-          v::kElabConfiguration, v::kElabSteps, v::kElabNoTop, v::kElabForeignTop})
+          v::kElabConfiguration, v::kElabSteps, v::kElabNoTop, v::kElabForeignTop, v::kElabPortWidth})
         capture.allow(id);
     namespace sv = hdl::veri_msg;
-    for (const MessageId& id : {sv::kElabNotConstant, sv::kElabDivision, sv::kElabLoopBound, sv::kElabCallDepth,
-                                sv::kElabNoParameter, sv::kElabUnboundModule, sv::kElabInstanceDepth, sv::kElabNoTop,
-                                sv::kElabTopParameter, sv::kElabSteps, sv::kElabDefparam, sv::kElabFunctionNoReturn})
+    for (const MessageId& id :
+         {sv::kElabNotConstant, sv::kElabDivision, sv::kElabLoopBound, sv::kElabCallDepth, sv::kElabNoParameter,
+          sv::kElabUnboundModule, sv::kElabInstanceDepth, sv::kElabNoTop, sv::kElabTopParameter, sv::kElabSteps,
+          sv::kElabDefparam, sv::kElabFunctionNoReturn, sv::kElabPortWidth})
         capture.allow(id);
 
     // A later entry of one name replaces an earlier one; one without value takes it away.

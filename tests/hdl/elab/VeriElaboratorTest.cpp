@@ -441,20 +441,21 @@ TEST_F(VeriElaboratorTest, TheOtherLanguageAsksForAModuleAndAConfigurationNamesT
                                        "config broken; design work.nothing; endconfig\n");
     ElabDesign design;
     VeriElaborator elab(design);
-    ElabUnitRequest request{"", "mid", "", {{"", {ElabParamValue::Integer, 3, 0, ""}}}, {}};
+    ElabUnitRequest request{"", "mid", "", {{"", {ElabParamValue::Integer, 3, 0, ""}}}, {}, {}};
     ElabUnitId id = elab.ElaborateForeign(request);
     ASSERT_NE(id, 0u);
     EXPECT_EQ(design.Unit(id).copyName, "mid(N=3)");
     EXPECT_EQ(design.Unit(id).instances.size(), 5u);
-    ElabUnitRequest named{"work", "leaf", "", {{"w", {ElabParamValue::Integer, 2, 0, ""}}}, {}};
+    ElabUnitRequest named{"work", "leaf", "", {{"w", {ElabParamValue::Integer, 2, 0, ""}}}, {}, {}};
     EXPECT_EQ(design.Unit(elab.ElaborateForeign(named)).copyName, "leaf(W=2)");
-    EXPECT_EQ(elab.ElaborateForeign({"", "absent", "", {}, {}}), 0u);
+    EXPECT_EQ(elab.ElaborateForeign({"", "absent", "", {}, {}, {}}), 0u);
     EXPECT_TRUE(VeriElaborator::HasParameter(veri_file::GetModule("leaf"), "d"));
     EXPECT_FALSE(VeriElaborator::HasParameter(veri_file::GetModule("leaf"), "x"));
-    // The configuration's design statement gives the tops.
+    // The configuration's design statement gives the tops, each elaborated under it and
+    // named after both.
     std::string hier = Hier({"cfg"});
-    EXPECT_EQ(hier.rfind("mid\tmid\tmid\nmid.g[0].u\tleaf\tleaf(W=4)\n", 0), 0u) << hier;
-    EXPECT_NE(hier.find("\nleaf\tleaf\tleaf\n"), std::string::npos) << hier;
+    EXPECT_EQ(hier.rfind("mid\tmid\tmid_cfg_default\nmid.g[0].u\tleaf\tleaf(W=4)\n", 0), 0u) << hier;
+    EXPECT_NE(hier.find("\nleaf\tleaf\tleaf_cfg_default\n"), std::string::npos) << hier;
     EXPECT_TRUE(ok);
     Hier({"broken"});
     EXPECT_FALSE(ok);
