@@ -369,6 +369,14 @@ struct VeriElaborator::Impl {
     bool ConnectInterfaces(const Unit& unit, const VeriModule* module, const VeriInstId* id, VeriFrame* frame,
                            const std::string& prefix, const std::string& instName, InterfacePorts& out);
     VeriModule* Store(VeriModule* m, const std::string& copyName, const std::vector<InstanceRecord>& records);
+    // The copiers of the call, one for modules and one for the instantiations of the
+    // identifiers elaboration makes: each builds its table once, not once per copy.
+    std::unique_ptr<TreeCopier> moduleCopier, instantiationCopier;
+    static TreeCopier& Fresh(std::unique_ptr<TreeCopier>& copier, Arena& arena) {
+        if (copier) copier->Restart(arena);
+        else copier = std::make_unique<TreeCopier>(arena);
+        return *copier;
+    }
     // The VHDL copy a unit is, for an instance that VHDL answered; empty otherwise.
     ForeignUnitRef ForeignUnitOf(ElabUnitId unit) const;
 };
@@ -1018,11 +1026,9 @@ VeriModule* VeriElaborator::Impl::Store(VeriModule* m, const std::string& copyNa
     if (!library) return m;
     VeriModule* target = m;
     TreeCopier* copier = nullptr;
-    std::unique_ptr<TreeCopier> owned;
     if (copyName != m->Name()) {
         if (VeriModule* existing = library->GetModule(copyName)) return existing;
-        owned = std::make_unique<TreeCopier>(library->arena());
-        copier = owned.get();
+        copier = &Fresh(moduleCopier, library->arena());
         target = static_cast<VeriModule*>(m->Copy(*copier));
         Symbol copySymbol = Symbol::Intern(copyName);
         if (target->id) target->id->name = copySymbol;
@@ -1042,7 +1048,8 @@ VeriModule* VeriElaborator::Impl::Store(VeriModule* m, const std::string& copyNa
         }
         // An identifier elaboration made: its own copy of the instantiation, named by
         // its path in the unit, declared in the unit's scope.
-        auto* copy = static_cast<VeriModuleInstantiation*>(r.instantiation->Copy(library->arena()));
+        auto* copy =
+            static_cast<VeriModuleInstantiation*>(r.instantiation->Copy(Fresh(instantiationCopier, library->arena())));
         VeriInstId* id = nullptr;
         for (size_t i = 0; i < r.instantiation->instances.Size(); ++i)
             if (r.instantiation->instances[i] == r.id) id = copy->instances[i];
