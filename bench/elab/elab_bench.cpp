@@ -5,11 +5,13 @@
 // paths per second, and the memory that elaboration added. With -runs N elaboration is
 // repeated: the first run is the one a scan pays (it makes the copies and stores them in
 // the libraries, where later runs find them), so it is reported on its own, beside the
-// fastest of the later runs ("again"). With -ghdl, `ghdl -a`, `ghdl -e` and
+// fastest of the later runs ("again"). With -repeat N the whole analysis and first run
+// are done N times afresh and the fastest of each is reported (the machine is shared:
+// the best of several is the figure that compares). With -ghdl, `ghdl -a`, `ghdl -e` and
 // `ghdl -r --stop-time=0ns` (GHDL's mcode back-end elaborates when it runs) of the same
 // files are timed beside, with their peak memory; with -verilator, `verilator --lint-only`
 // of the Verilog files.
-//   elab_bench [-runs N] [-ghdl] [-verilator] [-top NAME] FILELIST.tsv...
+//   elab_bench [-runs N] [-repeat N] [-ghdl] [-verilator] [-top NAME] FILELIST.tsv...
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -164,7 +166,6 @@ void Verilator(const Project& p, const std::string& top) {
     std::printf("  verilator --lint-only: %.3f s (%ld MB)%s\n", t, peak / 1024, ok ? "" : " (failed)");
 }
 
-// Analyses and elaborates the Verilog files of a project, as for VHDL below.
 // The fastest repeated run, when there was one.
 std::string Again(double best) {
     if (best >= 1e30) return "";
@@ -173,58 +174,91 @@ std::string Again(double best) {
     return text;
 }
 
-// Elaborates `runs` times and prints one line: the first run (the one a scan pays, making the
-// copies), the fastest later one (copies already stored), paths, memory.
-void TimeElaboration(const std::string& list, const std::string& top, double parse, unsigned parseErrors, int runs,
-                     const std::function<void(hdl::ElabDesign&)>& elaborate) {
-    double first = 0, best = 1e30;
-    long added = 0;
+// What one analysis and its elaboration runs measured; the fastest of repeats is kept.
+struct Figures {
+    double parse = 1e30, first = 1e30, again = 1e30;
+    unsigned parseErrors = 0, elabErrors = 0;
+    long added = -1;
     uint64_t paths = 0, statements = 0;
     size_t units = 0;
+};
+
+// Elaborates `runs` times: the first run (the one a scan pays, making the copies), the
+// fastest later one (copies already stored), paths, memory (of the first repeat).
+void TimeElaboration(Figures& f, int runs, const std::function<void(hdl::ElabDesign&)>& elaborate) {
+    unsigned before = errors;
     for (int r = 0; r < runs; ++r) {
-        long before = ResidentKb();
+        long resident = ResidentKb();
         hdl::ElabDesign design;
         auto t0 = std::chrono::steady_clock::now();
         elaborate(design);
         double t = Seconds(t0);
-        if (r == 0) {
-            first = t;
-            added = ResidentKb() - before;
-            std::unordered_map<hdl::ElabUnitId, uint64_t> memo;
-            for (const hdl::ElabTop& tp : design.tops) paths += Paths(design, tp.unit, memo);
-            units = design.UnitCount();
-            for (hdl::ElabUnitId u = 1; u <= design.UnitCount(); ++u) statements += design.Unit(u).instances.size();
-        } else {
-            best = std::min(best, t);
+        if (r > 0) {
+            f.again = std::min(f.again, t);
+            continue;
         }
+        f.first = std::min(f.first, t);
+        if (f.added >= 0) continue;
+        f.added = ResidentKb() - resident;
+        f.elabErrors = errors - before;
+        std::unordered_map<hdl::ElabUnitId, uint64_t> memo;
+        for (const hdl::ElabTop& tp : design.tops) f.paths += Paths(design, tp.unit, memo);
+        f.units = design.UnitCount();
+        for (hdl::ElabUnitId u = 1; u <= design.UnitCount(); ++u) f.statements += design.Unit(u).instances.size();
     }
+}
+
+void Print(const std::string& list, const std::string& top, const Figures& f) {
     struct rusage usage {};
     getrusage(RUSAGE_SELF, &usage);
     std::printf("%s (%s): parse %.3f s (%u errors), elaborate %.3f s%s (%u errors); %zu units, %llu instance "
                 "statements, %llu instance paths, %.0f paths/s; elaboration added %ld MB, peak %ld MB\n",
-                list.c_str(), top.c_str(), parse, parseErrors, first, Again(best).c_str(), errors - parseErrors, units,
-                static_cast<unsigned long long>(statements), static_cast<unsigned long long>(paths),
-                first > 0 ? double(paths) / first : 0.0, added / 1024, usage.ru_maxrss / 1024);
+                list.c_str(), top.c_str(), f.parse, f.parseErrors, f.first, Again(f.again).c_str(), f.elabErrors,
+                f.units, static_cast<unsigned long long>(f.statements), static_cast<unsigned long long>(f.paths),
+                f.first > 0 ? double(f.paths) / f.first : 0.0, f.added / 1024, usage.ru_maxrss / 1024);
 }
 
-void BenchVerilog(const std::string& list, const Project& p, const std::string& top, int runs, bool verilator) {
-    hdl::veri_file::Reset();
-    for (const std::string& d : p.incdirs) hdl::veri_file::AddIncludeDir(d.c_str());
-    errors = 0;
-    auto start = std::chrono::steady_clock::now();
-    for (const File& f : p.verilog) hdl::veri_file::Analyze(f.path.c_str(), f.mode, f.library.c_str());
-    double parse = Seconds(start);
-    unsigned parseErrors = errors;
-    TimeElaboration(list, top, parse, parseErrors, runs, [&](hdl::ElabDesign& design) {
-        hdl::VeriElaborate(design, {{top, "", ""}}, {});
-    });
+void BenchVerilog(const std::string& list, const Project& p, const std::string& top, int runs, int repeat,
+                  bool verilator) {
+    Figures f;
+    for (int r = 0; r < repeat; ++r) {
+        hdl::veri_file::Reset();
+        for (const std::string& d : p.incdirs) hdl::veri_file::AddIncludeDir(d.c_str());
+        errors = 0;
+        auto start = std::chrono::steady_clock::now();
+        for (const File& file : p.verilog) hdl::veri_file::Analyze(file.path.c_str(), file.mode, file.library.c_str());
+        f.parse = std::min(f.parse, Seconds(start));
+        f.parseErrors = errors;
+        TimeElaboration(f, runs, [&](hdl::ElabDesign& design) { hdl::VeriElaborate(design, {{top, "", ""}}, {}); });
+    }
+    Print(list, top, f);
     if (verilator) Verilator(p, top);
+}
+
+void BenchVhdl(const std::string& list, const Project& p, const std::string& top, int runs, int repeat, bool ghdl) {
+    Figures f;
+    std::vector<unsigned> modes;
+    for (const File& file : p.files) modes.push_back(file.mode);
+    for (int r = 0; r < repeat; ++r) {
+        hdl::vhdl_file::Reset();
+        for (const HADLStdLibFile& lib : HADLStdLibs::vhdlSources(HADLStdLibs::vhdlStdLevel(modes, false)))
+            hdl::vhdl_file::Analyze(lib.path.c_str(), lib.library.c_str(), lib.lang);
+        errors = 0;
+        auto start = std::chrono::steady_clock::now();
+        for (const File& file : p.files) hdl::vhdl_file::Analyze(file.path.c_str(), file.library.c_str(), file.mode);
+        hdl::vhdl_file::ResolveAll();
+        f.parse = std::min(f.parse, Seconds(start));
+        f.parseErrors = errors;
+        TimeElaboration(f, runs, [&](hdl::ElabDesign& design) { hdl::VhdlElaborate(design, {{top, "", ""}}, {}); });
+    }
+    Print(list, top, f);
+    if (ghdl) Ghdl(p, top);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    int runs = 1;
+    int runs = 1, repeat = 1;
     bool ghdl = false;
     bool verilator = false;
     std::string topOption;
@@ -232,13 +266,15 @@ int main(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         std::string a = argv[i];
         if (a == "-runs" && i + 1 < argc) runs = std::max(1, std::atoi(argv[++i]));
+        else if (a == "-repeat" && i + 1 < argc) repeat = std::max(1, std::atoi(argv[++i]));
         else if (a == "-ghdl") ghdl = true;
         else if (a == "-verilator") verilator = true;
         else if (a == "-top" && i + 1 < argc) topOption = argv[++i];
         else lists.push_back(a);
     }
     if (lists.empty()) {
-        std::fprintf(stderr, "usage: elab_bench [-runs N] [-ghdl] [-verilator] [-top NAME] FILELIST.tsv...\n");
+        std::fprintf(stderr,
+                     "usage: elab_bench [-runs N] [-repeat N] [-ghdl] [-verilator] [-top NAME] FILELIST.tsv...\n");
         return 2;
     }
     hdl::Message::RegisterCallBackMsg(countErrors);
@@ -248,30 +284,9 @@ int main(int argc, char** argv) {
     for (const std::string& list : lists) {
         Project p = ReadList(list);
         std::string top = topOption.empty() ? p.top : topOption;
-        if (!p.verilog.empty() && !top.empty()) {
-            BenchVerilog(list, p, top, runs, verilator);
-            continue;
-        }
-        if (p.files.empty() || top.empty()) {
-            std::printf("%s: no VHDL files or no top\n", list.c_str());
-            continue;
-        }
-        hdl::vhdl_file::Reset();
-        std::vector<unsigned> modes;
-        for (const File& f : p.files) modes.push_back(f.mode);
-        for (const HADLStdLibFile& lib : HADLStdLibs::vhdlSources(HADLStdLibs::vhdlStdLevel(modes, false)))
-            hdl::vhdl_file::Analyze(lib.path.c_str(), lib.library.c_str(), lib.lang);
-        errors = 0;
-        auto start = std::chrono::steady_clock::now();
-        for (const File& f : p.files) hdl::vhdl_file::Analyze(f.path.c_str(), f.library.c_str(), f.mode);
-        hdl::vhdl_file::ResolveAll();
-        double parse = Seconds(start);
-        unsigned parseErrors = errors;
-
-        TimeElaboration(list, top, parse, parseErrors, runs, [&](hdl::ElabDesign& design) {
-            hdl::VhdlElaborate(design, {{top, "", ""}}, {});
-        });
-        if (ghdl) Ghdl(p, top);
+        if (!p.verilog.empty() && !top.empty()) BenchVerilog(list, p, top, runs, repeat, verilator);
+        else if (p.files.empty() || top.empty()) std::printf("%s: no VHDL files or no top\n", list.c_str());
+        else BenchVhdl(list, p, top, runs, repeat, ghdl);
     }
     return 0;
 }

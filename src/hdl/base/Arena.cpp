@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <sys/mman.h>
+
 namespace hdl {
 
 Arena::~Arena() {
@@ -15,7 +17,17 @@ void* Arena::allocate(size_t size, size_t align) {
     uintptr_t p = (reinterpret_cast<uintptr_t>(cur_) + (align - 1)) & ~(uintptr_t(align) - 1);
     if (!cur_ || p + size > reinterpret_cast<uintptr_t>(end_)) {
         size_t want = size + align > blockSize_ ? size + align : blockSize_;
-        char* block = static_cast<char*>(std::malloc(want));
+        char* block = nullptr;
+        // An arena that has grown large (a library's trees, the copies elaboration makes)
+        // takes blocks of one huge page: a few page faults instead of one per 4 kB.
+        if (reserved_ >= kHugeFrom && want <= kHugePage) {
+            block = static_cast<char*>(std::aligned_alloc(kHugePage, kHugePage));
+            if (block) {
+                want = kHugePage;
+                madvise(block, kHugePage, MADV_HUGEPAGE);
+            }
+        }
+        if (!block) block = static_cast<char*>(std::malloc(want));
         if (!block) throw std::bad_alloc();
         blocks_.push_back(block);
         reserved_ += want;

@@ -38,12 +38,16 @@ public:
 
     size_t bytesAllocated() const { return used_; }
     size_t bytesReserved() const { return reserved_; }
+    static constexpr size_t hugeBlock() { return kHugePage; }
+    static constexpr size_t hugeFrom() { return kHugeFrom; }
 
 private:
     struct Dtor {
         void* obj;
         void (*fn)(void*);
     };
+    static constexpr size_t kHugePage = size_t(2) << 20;
+    static constexpr size_t kHugeFrom = size_t(4) << 20; // bytes reserved before huge blocks
     size_t blockSize_;
     std::vector<char*> blocks_;
     char* cur_ = nullptr;

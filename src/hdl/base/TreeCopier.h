@@ -4,6 +4,10 @@
 // points the copy's back-links (a reference's declaration, an identifier's scope) at the
 // copies of their targets where the target was copied too, and leaves them on the
 // original where it lies outside the copied subtree (a package item, say).
+//
+// A copier can serve many copies one after the other: Restart forgets the pairs of the
+// copies before at once (a generation stamp on each slot), keeping the table's room, so
+// an elaboration that makes hundreds of copies builds its table once.
 #pragma once
 
 #include <cstddef>
@@ -16,11 +20,13 @@ namespace hdl {
 
 class TreeCopier {
 public:
-    explicit TreeCopier(Arena& arena) : arena_(arena) {}
+    explicit TreeCopier(Arena& arena) : arena_(&arena) {}
     TreeCopier(const TreeCopier&) = delete;
     TreeCopier& operator=(const TreeCopier&) = delete;
 
-    Arena& arena() const { return arena_; }
+    Arena& arena() const { return *arena_; }
+    // Starts a new copy into `arena`: no original is mapped any more.
+    void Restart(Arena& arena);
     void Record(const void* original, void* copy);
     // The copy of `original` when this copier made one, else `original` itself.
     template <class T>
@@ -35,14 +41,16 @@ private:
     struct Slot {
         const void* original;
         void* copy;
+        uint32_t generation; // the slot is empty unless this is the copier's generation
     };
     void* find(const void* original) const;
     void grow();
     static size_t hash(const void* p) { return size_t((reinterpret_cast<uintptr_t>(p) >> 3) * 0x9E3779B97F4A7C15ull); }
 
-    Arena& arena_;
+    Arena* arena_;
     std::vector<Slot> slots_; // open addressing; size a power of two
     size_t count_ = 0;
+    uint32_t generation_ = 1;
 };
 
 } // namespace hdl

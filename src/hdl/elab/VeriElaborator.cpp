@@ -11,6 +11,7 @@
 #include "hdl/elab/ElabNaming.h"
 #include "hdl/elab/VeriConfigBinding.h"
 #include "hdl/elab/VeriEvaluator.h"
+#include "hdl/elab/VeriNodeCast.h"
 #include "hdl/elab/VeriPartSelectWidths.h"
 #include "hdl/elab/VeriPortWidths.h"
 #include "hdl/elab/VeriTimeUnits.h"
@@ -26,7 +27,7 @@ namespace hdl {
 namespace {
 
 bool IsParameterDecl(const VeriTreeNode* item) {
-    auto* d = dynamic_cast<const VeriDataDecl*>(item);
+    auto* d = VeriAs<VeriDataDecl>(item);
     return d && (d->kind == VT_PARAMETER || d->kind == VT_LOCALPARAM);
 }
 
@@ -35,17 +36,17 @@ bool IsParameterDecl(const VeriTreeNode* item) {
 std::vector<const VeriParamId*> OverridableParameters(const VeriModule* m) {
     std::vector<const VeriParamId*> params;
     for (const VeriTreeNode* p : m->parameters) {
-        auto* d = dynamic_cast<const VeriDataDecl*>(p);
+        auto* d = VeriAs<VeriDataDecl>(p);
         if (!d || d->kind == VT_LOCALPARAM) continue;
         for (const VeriIdDef* id : d->ids)
-            if (auto* pid = dynamic_cast<const VeriParamId*>(id)) params.push_back(pid);
+            if (auto* pid = VeriAs<VeriParamId>(id)) params.push_back(pid);
     }
     if (!m->parameters.Empty()) return params;
     for (const VeriModuleItem* item : m->items) {
-        auto* d = dynamic_cast<const VeriDataDecl*>(item);
+        auto* d = VeriAs<VeriDataDecl>(item);
         if (!d || d->kind != VT_PARAMETER) continue;
         for (const VeriIdDef* id : d->ids)
-            if (auto* pid = dynamic_cast<const VeriParamId*>(id)) params.push_back(pid);
+            if (auto* pid = VeriAs<VeriParamId>(id)) params.push_back(pid);
     }
     return params;
 }
@@ -144,17 +145,17 @@ struct Override {
 
 // The dotted text of a hierarchical name: `a.b[1].c`.
 bool PathText(const VeriExpression* e, VeriEvaluator& eval, VeriFrame* frame, std::string& out) {
-    if (auto* ref = dynamic_cast<const VeriIdRef*>(e)) {
+    if (auto* ref = VeriAs<VeriIdRef>(e)) {
         out = std::string(ref->name);
         return true;
     }
-    if (auto* s = dynamic_cast<const VeriSelectedName*>(e)) {
+    if (auto* s = VeriAs<VeriSelectedName>(e)) {
         if (!PathText(s->prefix, eval, frame, out)) return false;
         out += '.';
         out += std::string_view(s->suffix);
         return true;
     }
-    if (auto* x = dynamic_cast<const VeriIndexedId*>(e)) {
+    if (auto* x = VeriAs<VeriIndexedId>(e)) {
         if (!PathText(x->prefix, eval, frame, out)) return false;
         int64_t i = 0;
         if (!VeriToInt(eval, eval.Evaluate(x->index, frame), x->index, i)) return false;
@@ -265,8 +266,8 @@ struct VeriElaborator::Impl {
             for (VeriModule* m : lib->AllModules()) {
                 if (!m->GetOriginalModuleName().empty()) continue;
                 for (const VeriModuleItem* item : m->items) {
-                    auto* b = dynamic_cast<const VeriBindDirective*>(item);
-                    auto* inst = b ? dynamic_cast<const VeriModuleInstantiation*>(b->instantiation) : nullptr;
+                    auto* b = VeriAs<VeriBindDirective>(item);
+                    auto* inst = b ? VeriAs<VeriModuleInstantiation>(b->instantiation) : nullptr;
                     if (!inst || !b->target) continue;
                     Bind bind{b, {}};
                     VeriFrame constants;
@@ -274,7 +275,7 @@ struct VeriElaborator::Impl {
                     for (const VeriExpression* t : b->targetInstances)
                         if (t && PathText(t, eval, &constants, text)) bind.paths.push_back(text);
                     bindsByPath = bindsByPath || !bind.paths.empty();
-                    if (dynamic_cast<const VeriIdRef*>(b->target)) {
+                    if (VeriAs<VeriIdRef>(b->target)) {
                         binds[std::string(b->target->GetName())].push_back(std::move(bind));
                     } else if (PathText(b->target, eval, &constants, text)) {
                         bind.paths = {text};
@@ -382,6 +383,14 @@ struct VeriElaborator::Impl {
     // A VHDL instance's actuals against the ports of the module elaborated for it.
     void CheckPortWidths(VeriModule* m, const std::unordered_map<const VeriIdDef*, Override>& overrides,
                          const ElabUnitRequest& request);
+    // The copiers of the call, one for modules and one for the instantiations of the
+    // identifiers elaboration makes: each builds its table once, not once per copy.
+    std::unique_ptr<TreeCopier> moduleCopier, instantiationCopier;
+    static TreeCopier& Fresh(std::unique_ptr<TreeCopier>& copier, Arena& arena) {
+        if (copier) copier->Restart(arena);
+        else copier = std::make_unique<TreeCopier>(arena);
+        return *copier;
+    }
     // The VHDL copy a unit is, for an instance that VHDL answered; empty otherwise.
     ForeignUnitRef ForeignUnitOf(ElabUnitId unit) const;
 };
@@ -397,12 +406,12 @@ bool VeriElaborator::Impl::ConnectInterfaces(const Unit& unit, const VeriModule*
                                              InterfacePorts& out) {
     bool named = false, dotStar = false;
     for (const VeriExpression* pc : id->portConnects) {
-        named = named || dynamic_cast<const VeriPortConnect*>(pc) || dynamic_cast<const VeriDotStar*>(pc);
-        dotStar = dotStar || dynamic_cast<const VeriDotStar*>(pc);
+        named = named || VeriAs<VeriPortConnect>(pc) || VeriAs<VeriDotStar>(pc);
+        dotStar = dotStar || VeriAs<VeriDotStar>(pc);
     }
     size_t position = 0;
     for (const VeriTreeNode* port : module->ports) {
-        auto* decl = dynamic_cast<const VeriAnsiPortDecl*>(port);
+        auto* decl = VeriAs<VeriAnsiPortDecl>(port);
         if (!decl) {
             ++position;
             continue;
@@ -413,12 +422,11 @@ bool VeriElaborator::Impl::ConnectInterfaces(const Unit& unit, const VeriModule*
             const VeriExpression* actual = nullptr;
             std::string text;
             for (const VeriExpression* pc : id->portConnects)
-                if (auto* n = dynamic_cast<const VeriPortConnect*>(pc); n && n->portName == pid->Name())
-                    actual = n->connection;
+                if (auto* n = VeriAs<VeriPortConnect>(pc); n && n->portName == pid->Name()) actual = n->connection;
             if (!actual && !named && pos < id->portConnects.Size()) actual = id->portConnects[pos];
             ElabUnit::InterfacePort bound{std::string(pid->Name()), 0, std::string(decl->modport)};
             const VeriExpression* base = actual;
-            if (auto* sel = dynamic_cast<const VeriSelectedName*>(actual)) {
+            if (auto* sel = VeriAs<VeriSelectedName>(actual)) {
                 base = sel->prefix;
                 if (bound.modport.empty()) bound.modport = std::string(sel->suffix);
             }
@@ -475,7 +483,7 @@ std::string VeriElaborator::Impl::GenblkName(unsigned construct, VeriScope* scop
 void VeriElaborator::Impl::CollectDefparams(Unit& unit, const ArenaArray<VeriModuleItem*>& items, VeriFrame* frame,
                                             const std::string& prefix) {
     for (const VeriModuleItem* item : items) {
-        auto* d = dynamic_cast<const VeriDefParam*>(item);
+        auto* d = VeriAs<VeriDefParam>(item);
         if (!d) continue;
         for (const VeriDefParamAssign* a : d->assigns) {
             if (!a) continue;
@@ -673,13 +681,13 @@ void VeriElaborator::Impl::WalkItem(Unit& unit, const VeriModuleItem* item, Veri
         // (or a case item) open no block of their own.
         const VeriModuleItem* chosen = item;
         for (int guard = 0; chosen && guard < 100000; ++guard) {
-            if (auto* c = dynamic_cast<const VeriGenerateConditional*>(chosen)) {
+            if (auto* c = VeriAs<VeriGenerateConditional>(chosen)) {
                 VeriValue v = eval.Evaluate(c->cond, frame);
                 if (v.kind == VeriValue::None) return;
                 chosen = v.Truth() == 1 ? c->thenItem : c->elseItem;
                 continue;
             }
-            if (auto* gc = dynamic_cast<const VeriGenerateCase*>(chosen)) {
+            if (auto* gc = VeriAs<VeriGenerateCase>(chosen)) {
                 VeriValue sel = eval.Evaluate(gc->cond, frame);
                 if (sel.kind == VeriValue::None) return;
                 const VeriModuleItem* pick = nullptr;
@@ -710,7 +718,7 @@ void VeriElaborator::Impl::WalkItem(Unit& unit, const VeriModuleItem* item, Veri
             break;
         }
         if (!chosen || chosen->GetClassId() == ID_VERINULLSTATEMENT) return;
-        auto* block = dynamic_cast<const VeriGenerateBlock*>(chosen);
+        auto* block = VeriAs<VeriGenerateBlock>(chosen);
         std::string name = block && block->blockId ? std::string(block->blockId->Name()) : GenblkName(number, scope);
         if (!CountStatement(chosen)) return;
         Block(unit, chosen, frame, prefix, scope, name);
@@ -736,7 +744,7 @@ void VeriElaborator::Impl::Block(Unit& unit, const VeriModuleItem* item, VeriFra
                                  VeriScope* scope, const std::string& name) {
     std::string path = prefix + name + ".";
     VeriFrame inner(frame);
-    if (auto* block = dynamic_cast<const VeriGenerateBlock*>(item)) {
+    if (auto* block = VeriAs<VeriGenerateBlock>(item)) {
         DeclareParameters(block->items, inner);
         CollectDefparams(unit, block->items, &inner, prefix + name);
         Walk(unit, block->items, &inner, path, block->scope ? block->scope : scope);
@@ -752,7 +760,7 @@ void VeriElaborator::Impl::GenerateFor(Unit& unit, const VeriGenerateFor* loop, 
     // The genvar: declared in the loop header, or assigned by the initialisation.
     const VeriIdDef* genvar = nullptr;
     const VeriExpression* initValue = nullptr;
-    if (auto* a = dynamic_cast<const VeriBlockingAssign*>(loop->init)) {
+    if (auto* a = VeriAs<VeriBlockingAssign>(loop->init)) {
         genvar = a->lval ? a->lval->GetId() : nullptr;
         initValue = a->rval;
     }
@@ -767,7 +775,7 @@ void VeriElaborator::Impl::GenerateFor(Unit& unit, const VeriGenerateFor* loop, 
         Message::Tell<veri_msg::ElabNotConstant>(&loc, "the generate loop's genvar");
         return;
     }
-    auto* block = dynamic_cast<const VeriGenerateBlock*>(loop->item);
+    auto* block = VeriAs<VeriGenerateBlock>(loop->item);
     std::string name = block && block->blockId ? std::string(block->blockId->Name()) : GenblkName(construct, scope);
     VeriFrame loopFrame(frame);
     VeriValue v = eval.Evaluate(initValue, frame);
@@ -798,7 +806,7 @@ void VeriElaborator::Impl::GenerateFor(Unit& unit, const VeriGenerateFor* loop, 
         Block(unit, loop->item, &loopFrame, prefix, block && block->scope ? block->scope : scope, iteration);
         if (eval.Exhausted() || statementsExhausted) return;
         // The step: genvar = expr, genvar op= expr, genvar++.
-        auto* step = dynamic_cast<const VeriBlockingAssign*>(loop->rep);
+        auto* step = VeriAs<VeriBlockingAssign>(loop->rep);
         if (!step) {
             eval.Error();
             ColLineFile loc = loop->Linefile();
@@ -839,7 +847,7 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                                        const std::string& prefix, bool made) {
     std::string library;
     std::string name(inst->GetModuleName());
-    if (auto* sn = dynamic_cast<const VeriScopeName*>(inst->moduleName)) {
+    if (auto* sn = VeriAs<VeriScopeName>(inst->moduleName)) {
         library = std::string(sn->prefix ? sn->prefix->GetName() : std::string_view());
         name = std::string(sn->name);
     }
@@ -909,7 +917,7 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                     return nullptr;
                 };
                 for (const VeriExpression* pv : inst->paramValues) {
-                    if (auto* named = dynamic_cast<const VeriPortConnect*>(pv)) {
+                    if (auto* named = VeriAs<VeriPortConnect>(pv)) {
                         const VeriParamId* p = namedParameter(named);
                         if (!p) continue;
                         if (named->connection) overrides[p] = {named->connection, frame, false, VeriValue()};
@@ -924,8 +932,7 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                         bad = true;
                         break;
                     }
-                    if (pv && !dynamic_cast<const VeriPortOpen*>(pv))
-                        overrides[params[position]] = {pv, frame, false, VeriValue()};
+                    if (pv && !VeriAs<VeriPortOpen>(pv)) overrides[params[position]] = {pv, frame, false, VeriValue()};
                     ++position;
                 }
                 // A configuration's `use ... #(.P(v))` beats the instance's own values.
@@ -1001,7 +1008,7 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                 for (const VeriExpression* pv : inst->paramValues) {
                     ElabParam p;
                     const VeriExpression* e = pv;
-                    if (auto* named = dynamic_cast<const VeriPortConnect*>(pv)) {
+                    if (auto* named = VeriAs<VeriPortConnect>(pv)) {
                         p.name = std::string(named->portName);
                         e = named->connection;
                     }
@@ -1015,7 +1022,7 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                 for (const VeriExpression* pc : id->portConnects) {
                     ElabPortActual port;
                     const VeriExpression* actual = pc;
-                    if (auto* named = dynamic_cast<const VeriPortConnect*>(pc)) {
+                    if (auto* named = VeriAs<VeriPortConnect>(pc)) {
                         port.name = std::string(named->portName);
                         actual = named->connection;
                     }
@@ -1091,11 +1098,9 @@ VeriModule* VeriElaborator::Impl::Store(VeriModule* m, const std::string& copyNa
     if (!library) return m;
     VeriModule* target = m;
     TreeCopier* copier = nullptr;
-    std::unique_ptr<TreeCopier> owned;
     if (copyName != m->Name()) {
         if (VeriModule* existing = library->GetModule(copyName)) return existing;
-        owned = std::make_unique<TreeCopier>(library->arena());
-        copier = owned.get();
+        copier = &Fresh(moduleCopier, library->arena());
         target = static_cast<VeriModule*>(m->Copy(*copier));
         Symbol copySymbol = Symbol::Intern(copyName);
         if (target->id) target->id->name = copySymbol;
@@ -1115,7 +1120,8 @@ VeriModule* VeriElaborator::Impl::Store(VeriModule* m, const std::string& copyNa
         }
         // An identifier elaboration made: its own copy of the instantiation, named by
         // its path in the unit, declared in the unit's scope.
-        auto* copy = static_cast<VeriModuleInstantiation*>(r.instantiation->Copy(library->arena()));
+        auto* copy =
+            static_cast<VeriModuleInstantiation*>(r.instantiation->Copy(Fresh(instantiationCopier, library->arena())));
         VeriInstId* id = nullptr;
         for (size_t i = 0; i < r.instantiation->instances.Size(); ++i)
             if (r.instantiation->instances[i] == r.id) id = copy->instances[i];
@@ -1225,7 +1231,7 @@ std::vector<VeriTopCell> VeriResolveTop(const ElabTopRequest& top, unsigned& err
     for (const VeriExpression* cell : config->GetTopModuleNames()) {
         if (!cell) continue;
         std::string library;
-        if (auto* sn = dynamic_cast<const VeriScopeName*>(cell))
+        if (auto* sn = VeriAs<VeriScopeName>(cell))
             library = std::string(sn->prefix ? sn->prefix->GetName() : std::string_view());
         // A cell without a library comes from the configuration's library first.
         if (VeriModule* m = VeriFindModule(cell->GetName(), library, config)) {

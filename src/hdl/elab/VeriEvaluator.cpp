@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "hdl/base/Message.h"
+#include "hdl/elab/VeriNodeCast.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/sv/VeriParserMessageIds.h"
 #include "hdl/sv/VeriPrettyPrinter.h"
@@ -144,7 +145,7 @@ VeriValue VeriEvaluator::EvaluateAs(const VeriExpression* e, const VeriDataType*
     if (!e) return VeriValue();
     bool typed = type && (type->GetClassId() != ID_VERIDATATYPE || type->type || type->signing || type->dimensions);
     if (!typed) {
-        if (auto* p = dynamic_cast<const VeriAssignmentPattern*>(e); p && p->type)
+        if (auto* p = VeriAs<VeriAssignmentPattern>(e); p && p->type)
             return Pattern(e, TypeShape(p->type, frame), p->type, frame);
         return Evaluate(e, frame);
     }
@@ -162,12 +163,12 @@ VeriValue VeriEvaluator::EvaluateAs(const VeriExpression* e, const VeriDataType*
                 count *= l;
             }
         }
-        if (dynamic_cast<const VeriAssignmentPattern*>(e) || dynamic_cast<const VeriMultiAssignmentPattern*>(e)) {
+        if (VeriAs<VeriAssignmentPattern>(e) || VeriAs<VeriMultiAssignmentPattern>(e)) {
             VeriShape whole{uint32_t(target.width * count), false, false, false};
             return Pattern(e, whole, nullptr, frame);
         }
     }
-    if (dynamic_cast<const VeriAssignmentPattern*>(e) || dynamic_cast<const VeriMultiAssignmentPattern*>(e))
+    if (VeriAs<VeriAssignmentPattern>(e) || VeriAs<VeriMultiAssignmentPattern>(e))
         return Convert(Pattern(e, target, type, frame), target);
     if (target.real) return Convert(Evaluate(e, frame), target);
     VeriShape ctx = Shape(e, frame);
@@ -190,9 +191,9 @@ VeriShape VeriEvaluator::TypeShape(const VeriExpression* type, VeriFrame* frame)
 
 VeriValue VeriEvaluator::TypeValue(const VeriExpression* type, VeriFrame* frame) {
     if (!type) return VeriValue::MakeType("logic", 1, false);
-    if (auto* op = dynamic_cast<const VeriTypeOperator*>(type)) {
+    if (auto* op = VeriAs<VeriTypeOperator>(type)) {
         // type(expr) or type(data_type)
-        if (dynamic_cast<const VeriDataType*>(op->arg)) return TypeValue(op->arg, frame);
+        if (VeriAs<VeriDataType>(op->arg)) return TypeValue(op->arg, frame);
         VeriShape s = Shape(op->arg, frame);
         if (s.real) return VeriValue::MakeType("real", 64, true);
         return VeriValue::MakeType(std::string(s.isSigned ? "logic signed" : "logic") + "[" +
@@ -202,13 +203,13 @@ VeriValue VeriEvaluator::TypeValue(const VeriExpression* type, VeriFrame* frame)
     const VeriRange* dims = nullptr;
     VeriValue base;
     unsigned signing = 0;
-    if (auto* ref = dynamic_cast<const VeriTypeRef*>(type)) {
+    if (auto* ref = VeriAs<VeriTypeRef>(type)) {
         const VeriIdDef* id = ref->GetId();
         signing = ref->signing;
         dims = ref->dimensions;
-        if (auto* p = dynamic_cast<const VeriParamId*>(id); p && p->IsType()) {
+        if (auto* p = VeriAs<VeriParamId>(id); p && p->IsType()) {
             base = Lookup(p, frame, type);
-        } else if (auto* t = dynamic_cast<const VeriTypeId*>(id)) {
+        } else if (auto* t = VeriAs<VeriTypeId>(id)) {
             base = TypeValue(t->dataType, frame);
             if (t->dimensions) {
                 // typedef t name [N]: an unpacked array, kept as its packed equivalent.
@@ -222,14 +223,14 @@ VeriValue VeriEvaluator::TypeValue(const VeriExpression* type, VeriFrame* frame)
                 }
                 base.typeText = inner.typeText + "$" + std::to_string(base.width);
             }
-        } else if (auto* intf = dynamic_cast<const VeriInterfaceId*>(id)) {
+        } else if (auto* intf = VeriAs<VeriInterfaceId>(id)) {
             return VeriValue::MakeType(std::string(intf->Name()), 0, false);
         } else {
             std::string name(ref->GetName());
             return VeriValue::MakeType(name.empty() ? "?" : name, 0, false);
         }
         if (base.kind != VeriValue::Type) return VeriValue::MakeType("?", 0, false);
-    } else if (auto* su = dynamic_cast<const VeriStructUnion*>(type)) {
+    } else if (auto* su = VeriAs<VeriStructUnion>(type)) {
         uint32_t width = 0;
         std::string text = su->type == VT_UNION ? "union{" : "struct{";
         for (const VeriDataDecl* m : su->members) {
@@ -250,14 +251,14 @@ VeriValue VeriEvaluator::TypeValue(const VeriExpression* type, VeriFrame* frame)
         base = VeriValue::MakeType(text + "}", width, su->signing == VT_SIGNED);
         dims = su->dimensions;
         signing = 0;
-    } else if (auto* en = dynamic_cast<const VeriEnum*>(type)) {
+    } else if (auto* en = VeriAs<VeriEnum>(type)) {
         base = en->baseType ? TypeValue(en->baseType, frame) : VeriValue::MakeType("int", 32, true);
         base.typeText = "enum{" + base.typeText + "}";
         dims = en->dimensions;
-    } else if (auto* nd = dynamic_cast<const VeriNetDataType*>(type)) {
+    } else if (auto* nd = VeriAs<VeriNetDataType>(type)) {
         base = TypeValue(nd->dataType, frame);
         dims = nd->dimensions;
-    } else if (auto* dt = dynamic_cast<const VeriDataType*>(type)) {
+    } else if (auto* dt = VeriAs<VeriDataType>(type)) {
         bool isSigned = false, real = false;
         uint32_t w = KeywordWidth(dt->type, isSigned, real);
         std::string name = dt->type ? std::string(tokenText(int(dt->type))) : "logic";
@@ -265,11 +266,11 @@ VeriValue VeriEvaluator::TypeValue(const VeriExpression* type, VeriFrame* frame)
         base = VeriValue::MakeType(name, w, isSigned);
         dims = dt->dimensions;
         signing = dt->signing;
-    } else if (auto* idref = dynamic_cast<const VeriIdRef*>(type)) {
+    } else if (auto* idref = VeriAs<VeriIdRef>(type)) {
         // A name used as a type (type parameter, typedef) where the parser saw an expression.
         const VeriIdDef* id = idref->id;
-        if (auto* p = dynamic_cast<const VeriParamId*>(id); p && p->IsType()) return Lookup(p, frame, type);
-        if (auto* t = dynamic_cast<const VeriTypeId*>(id)) return TypeValue(t->dataType, frame);
+        if (auto* p = VeriAs<VeriParamId>(id); p && p->IsType()) return Lookup(p, frame, type);
+        if (auto* t = VeriAs<VeriTypeId>(id)) return TypeValue(t->dataType, frame);
         return VeriValue::MakeType(std::string(idref->name), 0, false);
     } else {
         return VeriValue::MakeType(Text(type), 0, false);
@@ -291,10 +292,9 @@ VeriValue VeriEvaluator::TypeValue(const VeriExpression* type, VeriFrame* frame)
 // ------------------------------------------------------------------ names
 
 VeriValue VeriEvaluator::EnumLiteral(const VeriParamId* id, VeriFrame* frame) {
-    auto* en = dynamic_cast<const VeriEnum*>(id->dataType);
-    VeriShape s = en ? TypeShape(en, frame) : VeriShape{32, true, false, false};
-    if (en && en->baseType == nullptr) s = {32, true, false, false};
-    if (en && en->baseType) s = TypeShape(en->baseType, frame);
+    auto* en = VeriAs<VeriEnum>(id->dataType);
+    // The literals have the enum's base type (int without one).
+    VeriShape s = en && en->baseType ? TypeShape(en->baseType, frame) : VeriShape{32, true, false, false};
     VeriValue next = VeriValue::Int(0, s.width, s.isSigned);
     if (!en) return next;
     for (const VeriParamId* lit : en->literals) {
@@ -309,8 +309,7 @@ VeriValue VeriEvaluator::EnumLiteral(const VeriParamId* id, VeriFrame* frame) {
 
 VeriValue VeriEvaluator::Lookup(const VeriIdDef* id, VeriFrame* frame, const VeriTreeNode* where) {
     if (!id) return Fail(where, nullptr);
-    if (auto* literal = dynamic_cast<const VeriParamId*>(id); literal && literal->enumLiteral)
-        return EnumLiteral(literal, frame);
+    if (auto* literal = VeriAs<VeriParamId>(id); literal && literal->enumLiteral) return EnumLiteral(literal, frame);
     for (VeriFrame* f = frame; f; f = f->upper) {
         auto v = f->values.find(id);
         if (v != f->values.end()) return v->second;
@@ -323,7 +322,7 @@ VeriValue VeriEvaluator::Lookup(const VeriIdDef* id, VeriFrame* frame, const Ver
         }
         pend.busy = true;
         VeriValue value;
-        auto* param = dynamic_cast<const VeriParamId*>(id);
+        auto* param = VeriAs<VeriParamId>(id);
         if (param && param->IsType()) {
             value = pend.hasValue ? pend.value : TypeValue(pend.expr, pend.frame ? pend.frame : f);
         } else if (pend.hasValue) {
@@ -344,7 +343,7 @@ VeriValue VeriEvaluator::Lookup(const VeriIdDef* id, VeriFrame* frame, const Ver
         f->values[id] = value;
         return value;
     }
-    if (auto* param = dynamic_cast<const VeriParamId*>(id)) {
+    if (auto* param = VeriAs<VeriParamId>(id)) {
         // A parameter no frame holds: of a package or $unit, worked out once. (Any other
         // is worked out afresh from its default.)
         if (!InPackage(id)) {
@@ -415,7 +414,7 @@ VeriShape VeriEvaluator::Shape(const VeriExpression* e, VeriFrame* frame) {
         // The declared return type: calling the function to learn its width would run it
         // twice at every level of a recursion.
         const VeriIdDef* id = e->GetId();
-        auto* decl = id ? dynamic_cast<const VeriFunctionDecl*>(id->declaration) : nullptr;
+        auto* decl = id ? VeriAs<VeriFunctionDecl>(id->declaration) : nullptr;
         if (decl && decl->returnType) return TypeShape(decl->returnType, frame);
         if (decl) return {1, false};
         return s;
@@ -431,10 +430,10 @@ VeriShape VeriEvaluator::Shape(const VeriExpression* e, VeriFrame* frame) {
     case ID_VERICAST:
     case ID_VERIASSIGNMENTPATTERN:
     case ID_VERIMULTIASSIGNMENTPATTERN: {
-        if (auto* ref = dynamic_cast<const VeriIdRef*>(e)) {
+        if (auto* ref = VeriAs<VeriIdRef>(e)) {
             const VeriIdDef* id = ref->id;
             if (id && id->IsType()) return {TypeShape(e, frame).width, false, false, true};
-            if (auto* var = dynamic_cast<const VeriVariable*>(id)) {
+            if (auto* var = VeriAs<VeriVariable>(id)) {
                 // Variables of constant functions: their declared type; an untyped one
                 // (genvar-like integer) as its value.
                 for (VeriFrame* f = frame; f; f = f->upper) {
@@ -650,13 +649,13 @@ VeriValue VeriEvaluator::Binary(const VeriBinaryOperator* b, VeriFrame* frame, c
     if (op == VT_INSIDE) {
         VeriValue l = Evaluate(b->left, frame);
         if (l.kind == VeriValue::None) return l;
-        auto* set = dynamic_cast<const VeriConcat*>(b->right);
+        auto* set = VeriAs<VeriConcat>(b->right);
         int found = 0;
         std::vector<const VeriExpression*> items;
         if (set) items.assign(set->exprs.begin(), set->exprs.end());
         else items.push_back(b->right);
         for (const VeriExpression* item : items) {
-            if (auto* range = dynamic_cast<const VeriRange*>(item); range && range->right) {
+            if (auto* range = VeriAs<VeriRange>(item); range && range->right) {
                 VeriValue lo = Evaluate(range->left, frame);
                 VeriValue hi = Evaluate(range->right, frame);
                 if (lo.kind == VeriValue::None || hi.kind == VeriValue::None) return VeriValue();
@@ -801,10 +800,10 @@ void VeriEvaluator::PackedRange(const VeriIdDef* id, const VeriValue& v, VeriFra
 VeriValue VeriEvaluator::Select(const VeriExpression* e, VeriFrame* frame) {
     const VeriExpression* prefix = nullptr;
     std::vector<const VeriExpression*> indexes;
-    if (auto* x = dynamic_cast<const VeriIndexedId*>(e)) {
+    if (auto* x = VeriAs<VeriIndexedId>(e)) {
         prefix = x->prefix;
         indexes.push_back(x->index);
-    } else if (auto* m = dynamic_cast<const VeriIndexedMemoryId*>(e)) {
+    } else if (auto* m = VeriAs<VeriIndexedMemoryId>(e)) {
         prefix = m->prefix;
         indexes.assign(m->indexes.begin(), m->indexes.end());
     }
@@ -834,14 +833,14 @@ VeriValue VeriEvaluator::Select(const VeriExpression* e, VeriFrame* frame) {
         } else if (type && type->dimensions && type->dimensions->next) {
             int64_t count = std::llabs(msb - lsb) + 1;
             elem = uint32_t(v.width / std::max<int64_t>(count, 1));
-        } else if (type && dynamic_cast<const VeriTypeRef*>(type) && type->dimensions) {
+        } else if (type && VeriAs<VeriTypeRef>(type) && type->dimensions) {
             int64_t count = std::llabs(msb - lsb) + 1;
             elem = uint32_t(v.width / std::max<int64_t>(count, 1));
         }
     }
     for (size_t n = 0; n < indexes.size(); ++n) {
         const VeriExpression* index = indexes[n];
-        auto* range = dynamic_cast<const VeriRange*>(index);
+        auto* range = VeriAs<VeriRange>(index);
         int64_t hi = 0, lo = 0;
         if (range && range->right) {
             int64_t a = 0, b = 0;
@@ -885,11 +884,11 @@ VeriValue VeriEvaluator::Member(const VeriSelectedName* s, VeriFrame* frame) {
     // A member of a packed struct parameter: the bits of that member.
     const VeriIdDef* id = s->prefix ? s->prefix->GetId() : nullptr;
     const VeriDataType* type = id ? id->GetDataType() : nullptr;
-    while (auto* ref = dynamic_cast<const VeriTypeRef*>(type)) {
+    while (auto* ref = VeriAs<VeriTypeRef>(type)) {
         const VeriIdDef* tid = ref->GetId();
         type = tid ? tid->GetDataType() : nullptr;
     }
-    auto* su = dynamic_cast<const VeriStructUnion*>(type);
+    auto* su = VeriAs<VeriStructUnion>(type);
     if (!su) return Fail(s, nullptr);
     VeriValue whole = EvalLeaf(s->prefix, frame);
     if (!whole.IsVec()) return whole.kind == VeriValue::None ? whole : Fail(s, nullptr);
@@ -918,12 +917,12 @@ VeriValue VeriEvaluator::Pattern(const VeriExpression* pattern, const VeriShape&
     // The elements of a struct type in order, or of an array type (element width).
     std::vector<std::pair<Symbol, VeriShape>> members;
     const VeriExpression* t = type;
-    while (auto* ref = dynamic_cast<const VeriTypeRef*>(t)) {
+    while (auto* ref = VeriAs<VeriTypeRef>(t)) {
         const VeriIdDef* tid = ref->GetId();
         if (ref->dimensions) break;
         t = tid ? tid->GetDataType() : nullptr;
     }
-    if (auto* su = dynamic_cast<const VeriStructUnion*>(t); su && su->type == VT_STRUCT) {
+    if (auto* su = VeriAs<VeriStructUnion>(t); su && su->type == VT_STRUCT) {
         for (const VeriDataDecl* m : su->members) {
             if (!m) continue;
             VeriShape ms = TypeShape(m->dataType, frame);
@@ -932,9 +931,9 @@ VeriValue VeriEvaluator::Pattern(const VeriExpression* pattern, const VeriShape&
     }
     std::vector<const VeriExpression*> items;
     int64_t repeat = 1;
-    if (auto* p = dynamic_cast<const VeriAssignmentPattern*>(pattern)) {
+    if (auto* p = VeriAs<VeriAssignmentPattern>(pattern)) {
         items.assign(p->exprs.begin(), p->exprs.end());
-    } else if (auto* m = dynamic_cast<const VeriMultiAssignmentPattern*>(pattern)) {
+    } else if (auto* m = VeriAs<VeriMultiAssignmentPattern>(pattern)) {
         items.assign(m->exprs.begin(), m->exprs.end());
         if (!VeriToInt(*this, Evaluate(m->repeat, frame), m->repeat, repeat)) return VeriValue();
     }
@@ -944,10 +943,10 @@ VeriValue VeriEvaluator::Pattern(const VeriExpression* pattern, const VeriShape&
         const VeriExpression* fallback = nullptr;
         size_t position = 0;
         for (const VeriExpression* item : items) {
-            auto* keyed = dynamic_cast<const VeriBinaryOperator*>(item);
+            auto* keyed = VeriAs<VeriBinaryOperator>(item);
             if (keyed && keyed->oper == VT_COLON) {
-                auto* kw = dynamic_cast<const VeriKeyword*>(keyed->left);
-                if (kw || dynamic_cast<const VeriDataType*>(keyed->left)) {
+                auto* kw = VeriAs<VeriKeyword>(keyed->left);
+                if (kw || VeriAs<VeriDataType>(keyed->left)) {
                     fallback = keyed->right;
                     continue;
                 }
@@ -972,7 +971,7 @@ VeriValue VeriEvaluator::Pattern(const VeriExpression* pattern, const VeriShape&
     }
     // Arrays: the elements share the width; positional items, or default.
     size_t count = items.size() * size_t(std::max<int64_t>(repeat, 1));
-    bool allDefault = items.size() == 1 && dynamic_cast<const VeriBinaryOperator*>(items[0]) &&
+    bool allDefault = items.size() == 1 && VeriAs<VeriBinaryOperator>(items[0]) &&
                       static_cast<const VeriBinaryOperator*>(items[0])->oper == VT_COLON;
     uint32_t elem = count ? uint32_t(shape.width / count) : shape.width;
     if (allDefault) {
@@ -996,20 +995,19 @@ VeriValue VeriEvaluator::Pattern(const VeriExpression* pattern, const VeriShape&
 
 VeriValue VeriEvaluator::Cast(const VeriCast* cast, VeriFrame* frame) {
     const VeriExpression* target = cast->target;
-    if (auto* dt = dynamic_cast<const VeriDataType*>(target);
+    if (auto* dt = VeriAs<VeriDataType>(target);
         dt && dt->GetClassId() == ID_VERIDATATYPE && !dt->type && dt->signing && !dt->dimensions) {
         // signed'(x) / unsigned'(x): same bits, new signedness.
         VeriValue v = Evaluate(cast->expr, frame);
         if (v.IsVec()) v.isSigned = dt->signing == VT_SIGNED;
         return v;
     }
-    bool isType = dynamic_cast<const VeriDataType*>(target) != nullptr;
-    if (auto* ref = dynamic_cast<const VeriIdRef*>(target)) isType = ref->id && ref->id->IsType();
-    if (auto* sn = dynamic_cast<const VeriScopeName*>(target)) isType = sn->id && sn->id->IsType();
+    bool isType = VeriAs<VeriDataType>(target) != nullptr;
+    if (auto* ref = VeriAs<VeriIdRef>(target)) isType = ref->id && ref->id->IsType();
+    if (auto* sn = VeriAs<VeriScopeName>(target)) isType = sn->id && sn->id->IsType();
     if (isType) {
         VeriShape s = TypeShape(target, frame);
-        if (dynamic_cast<const VeriAssignmentPattern*>(cast->expr) ||
-            dynamic_cast<const VeriMultiAssignmentPattern*>(cast->expr))
+        if (VeriAs<VeriAssignmentPattern>(cast->expr) || VeriAs<VeriMultiAssignmentPattern>(cast->expr))
             return Convert(Pattern(cast->expr, s, target, frame), s);
         if (s.real) return Convert(Evaluate(cast->expr, frame), s);
         VeriShape ctx = Shape(cast->expr, frame);

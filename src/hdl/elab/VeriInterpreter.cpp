@@ -5,6 +5,7 @@
 
 #include "hdl/base/Message.h"
 #include "hdl/elab/VeriEvaluator.h"
+#include "hdl/elab/VeriNodeCast.h"
 #include "hdl/sv/VeriParserMessageIds.h"
 #include "hdl/sv/VeriTokens.h"
 
@@ -68,7 +69,7 @@ VeriValue VeriInterpreter::Initial(const VeriIdDef* id, VeriFrame* frame) {
 }
 
 bool VeriInterpreter::Declare(const VeriModuleItem* item, VeriFrame* frame) {
-    auto* decl = dynamic_cast<const VeriDataDecl*>(item);
+    auto* decl = VeriAs<VeriDataDecl>(item);
     if (!decl) return true;
     for (const VeriIdDef* id : decl->ids) {
         if (!id) continue;
@@ -104,19 +105,19 @@ VeriValue VeriInterpreter::RValue(const VeriExpression* e, const VeriValue& targ
 }
 
 bool VeriInterpreter::Assign(const VeriExpression* lval, const VeriValue& value, VeriFrame* frame) {
-    if (auto* ref = dynamic_cast<const VeriIdRef*>(lval)) {
+    if (auto* ref = VeriAs<VeriIdRef>(lval)) {
         VeriValue* slot = Slot(ref->id, frame);
         if (!slot) return Fail(lval, "it assigns to something not local to the function");
         *slot = slot->width == 0 && slot->IsVec() ? value : VeriEvaluator::Convert(value, ShapeOf(*slot));
         return true;
     }
-    if (auto* x = dynamic_cast<const VeriIndexedId*>(lval)) {
+    if (auto* x = VeriAs<VeriIndexedId>(lval)) {
         VeriValue* slot = Slot(x->GetId(), frame);
-        if (!slot || !slot->IsVec() || !dynamic_cast<const VeriIdRef*>(x->prefix))
+        if (!slot || !slot->IsVec() || !VeriAs<VeriIdRef>(x->prefix))
             return Fail(lval, "it assigns to a select of something not local to the function");
         int64_t msb = 0, lsb = 0;
         eval_.PackedRange(x->GetId(), *slot, frame, msb, lsb);
-        auto* range = dynamic_cast<const VeriRange*>(x->index);
+        auto* range = VeriAs<VeriRange>(x->index);
         int64_t hi = 0, lo = 0;
         if (range && range->right) {
             int64_t a = 0, b = 0;
@@ -146,7 +147,7 @@ bool VeriInterpreter::Assign(const VeriExpression* lval, const VeriValue& value,
             if (i >= 0 && i < int64_t(slot->width)) slot->SetBit(uint32_t(i), bits.Bit(uint32_t(i - from)));
         return true;
     }
-    if (auto* c = dynamic_cast<const VeriConcat*>(lval)) {
+    if (auto* c = VeriAs<VeriConcat>(lval)) {
         uint32_t at = value.width;
         for (const VeriExpression* part : c->exprs) {
             VeriShape s = eval_.Shape(part, frame);
@@ -208,7 +209,7 @@ VeriInterpreter::Flow VeriInterpreter::Exec(const VeriStatement* s, VeriFrame* f
         const VeriExpression* lval;
         const VeriExpression* rval;
         unsigned oper = VT_EQ;
-        if (auto* blocking = dynamic_cast<const VeriBlockingAssign*>(s)) {
+        if (auto* blocking = VeriAs<VeriBlockingAssign>(s)) {
             lval = blocking->lval;
             rval = blocking->rval;
             oper = blocking->oper ? blocking->oper : unsigned(VT_EQ);
@@ -319,7 +320,7 @@ VeriInterpreter::Flow VeriInterpreter::Exec(const VeriStatement* s, VeriFrame* f
     case ID_VERIFOR: {
         auto* f = static_cast<const VeriFor*>(s);
         for (const VeriModuleItem* init : f->inits) {
-            if (auto* st = dynamic_cast<const VeriStatement*>(init)) {
+            if (auto* st = VeriAs<VeriStatement>(init)) {
                 if (Exec(st, frame) == Error) return Error;
             } else if (!Declare(init, frame)) {
                 return Error;
@@ -370,7 +371,7 @@ VeriInterpreter::Flow VeriInterpreter::Exec(const VeriStatement* s, VeriFrame* f
     case ID_VERISYSTEMTASKENABLE: return Normal; // $display and the like do nothing here
     case ID_VERITASKENABLE: {
         auto* t = static_cast<const VeriTaskEnable*>(s);
-        if (auto* call = dynamic_cast<const VeriFunctionCall*>(t->call))
+        if (auto* call = VeriAs<VeriFunctionCall>(t->call))
             return eval_.Call(call, frame).kind == VeriValue::None ? Error : Normal;
         return Fail(s, "it enables a task") ? Normal : Error;
     }
@@ -383,15 +384,15 @@ VeriValue VeriInterpreter::Run(const VeriFunctionCall& call, VeriFrame* caller) 
     // Formals in order: ANSI port declarations, else the declarations with a direction.
     std::vector<const VeriIdDef*> formals;
     for (const VeriTreeNode* p : func_.ports) {
-        if (auto* decl = dynamic_cast<const VeriAnsiPortDecl*>(p)) {
+        if (auto* decl = VeriAs<VeriAnsiPortDecl>(p)) {
             for (const VeriIdDef* id : decl->ids) formals.push_back(id);
-        } else if (auto* d = dynamic_cast<const VeriDataDecl*>(p)) {
+        } else if (auto* d = VeriAs<VeriDataDecl>(p)) {
             for (const VeriIdDef* id : d->ids) formals.push_back(id);
         }
     }
     if (formals.empty()) {
         for (const VeriModuleItem* item : func_.decls)
-            if (auto* d = dynamic_cast<const VeriDataDecl*>(item); d && d->dir)
+            if (auto* d = VeriAs<VeriDataDecl>(item); d && d->dir)
                 for (const VeriIdDef* id : d->ids) formals.push_back(id);
     }
     for (size_t i = 0; i < formals.size(); ++i) {
@@ -399,11 +400,10 @@ VeriValue VeriInterpreter::Run(const VeriFunctionCall& call, VeriFrame* caller) 
         if (!formal) continue;
         const VeriExpression* actual = nullptr;
         for (const VeriExpression* a : call.args) {
-            if (auto* named = dynamic_cast<const VeriPortConnect*>(a); named && named->portName == formal->Name())
+            if (auto* named = VeriAs<VeriPortConnect>(a); named && named->portName == formal->Name())
                 actual = named->connection;
         }
-        if (!actual && i < call.args.Size() && !dynamic_cast<const VeriPortConnect*>(call.args[i]))
-            actual = call.args[i];
+        if (!actual && i < call.args.Size() && !VeriAs<VeriPortConnect>(call.args[i])) actual = call.args[i];
         if (!actual) actual = formal->GetInitialValue();
         VeriValue slot = Initial(formal, caller);
         if (!actual) {
@@ -439,7 +439,7 @@ VeriValue VeriInterpreter::Run(const VeriFunctionCall& call, VeriFrame* caller) 
 
 VeriValue VeriEvaluator::Call(const VeriFunctionCall* call, VeriFrame* frame) {
     const VeriIdDef* id = call->GetId();
-    auto* decl = id ? dynamic_cast<const VeriFunctionDecl*>(id->declaration) : nullptr;
+    auto* decl = id ? VeriAs<VeriFunctionDecl>(id->declaration) : nullptr;
     if (!decl || decl->prototype || decl->dpi || decl->GetClassId() == ID_VERITASKDECL) return Fail(call, nullptr);
     if (callDepth_ >= limits_.callDepth) {
         ++errors_;

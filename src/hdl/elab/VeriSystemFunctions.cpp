@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "hdl/elab/VeriEvaluator.h"
+#include "hdl/elab/VeriNodeCast.h"
 #include "hdl/sv/VeriTokens.h"
 
 namespace hdl {
@@ -15,7 +16,7 @@ namespace {
 std::vector<const VeriRange*> Dimensions(const VeriExpression* arg) {
     std::vector<const VeriRange*> dims;
     const VeriIdDef* id = arg ? arg->GetId() : nullptr;
-    const VeriDataType* type = dynamic_cast<const VeriDataType*>(arg);
+    const VeriDataType* type = VeriAs<VeriDataType>(arg);
     if (id && !type) {
         for (const VeriRange* r = id->GetDimensions(); r; r = r->next) dims.push_back(r);
         type = id->GetDataType();
@@ -24,7 +25,7 @@ std::vector<const VeriRange*> Dimensions(const VeriExpression* arg) {
     // Named types: the typedef's own dimensions, then its type's.
     for (int guard = 0; type && guard < 32; ++guard) {
         for (const VeriRange* r = type->dimensions; r; r = r->next) dims.push_back(r);
-        auto* ref = dynamic_cast<const VeriTypeRef*>(type);
+        auto* ref = VeriAs<VeriTypeRef>(type);
         if (!ref) break;
         const VeriIdDef* tid = ref->GetId();
         if (!tid || !tid->IsType()) break;
@@ -57,7 +58,7 @@ VeriValue VeriEvaluator::SystemCall(const VeriSystemFunctionCall* call, VeriFram
     }
     if (name == "$bits") {
         VeriShape s = Shape(arg0, frame);
-        if (dynamic_cast<const VeriDataType*>(arg0)) s = TypeShape(arg0, frame);
+        if (VeriAs<VeriDataType>(arg0)) s = TypeShape(arg0, frame);
         return integer(s.real ? 64 : s.width);
     }
     if (name == "$signed" || name == "$unsigned") {

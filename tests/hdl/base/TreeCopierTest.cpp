@@ -48,3 +48,29 @@ TEST(TreeCopierTest, MapsRecordedObjectsAndKeepsOthers) {
     EXPECT_FALSE(copier.Copied(&outside));
     EXPECT_EQ(copier.Mapped(static_cast<int*>(nullptr)), nullptr);
 }
+
+// One copier serves many copies: after a restart no pair of the copies before is mapped,
+// however many restarts there were, and pairs recorded anew are found.
+TEST(TreeCopierTest, RestartForgetsEveryEarlierPair) {
+    Arena first, second;
+    TreeCopier copier(first);
+    std::vector<int> originals(3000), copies(3000), again(3000);
+    for (int round = 0; round < 40; ++round) {
+        copier.Restart(round % 2 ? second : first);
+        EXPECT_EQ(&copier.arena(), round % 2 ? &second : &first);
+        EXPECT_EQ(copier.Count(), 0u);
+        for (int& o : originals) ASSERT_FALSE(copier.Copied(&o)) << round;
+        // Every round maps a different part of the originals, to a different target.
+        size_t from = size_t(round) * 61 % originals.size(), n = round % 3 ? 200 : 2500;
+        std::vector<int>& targets = round % 2 ? again : copies;
+        for (size_t i = 0; i < n; ++i) {
+            size_t k = (from + i) % originals.size();
+            copier.Record(&originals[k], &targets[k]);
+        }
+        EXPECT_EQ(copier.Count(), n);
+        for (size_t i = 0; i < originals.size(); ++i) {
+            bool recorded = (i + originals.size() - from) % originals.size() < n;
+            ASSERT_EQ(copier.Mapped(&originals[i]), recorded ? &targets[i] : &originals[i]) << round << " " << i;
+        }
+    }
+}

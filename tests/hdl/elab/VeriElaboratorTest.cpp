@@ -12,6 +12,7 @@
 #include "hdl/elab/ElabHierPrinter.h"
 #include "hdl/elab/VeriElaborator.h"
 #include "hdl/sv/VeriLibrary.h"
+#include "hdl/sv/VeriVisitor.h"
 
 namespace hdl {
 namespace {
@@ -77,6 +78,52 @@ TEST_F(VeriElaboratorTest, OneCopyPerDistinctParameterSetDefaultsNotCopied) {
     EXPECT_EQ(dynamic_cast<VeriModuleInstantiation*>(parsed->declaration)->GetInstantiatedModule()->Name(), "leaf");
     // The copy shares no node with its original.
     EXPECT_NE(copy->GetScope(), work->GetModule("mid")->GetScope());
+}
+
+// Nodes of a tree, in walk order.
+struct AllNodes : VeriVisitor {
+    std::vector<VeriTreeNode*> nodes;
+    void PreVisit(VeriTreeNode& n) override { nodes.push_back(&n); }
+};
+
+// Copies made one after the other by one elaboration: each is a tree of its own, whose
+// references lead into itself (or out of the module), never into another copy.
+TEST_F(VeriElaboratorTest, CopiesOfOneModuleShareNothingWithEachOther) {
+    Analyze(R"(
+module leaf #(parameter W = 1) (input logic [W-1:0] d, output logic [W-1:0] q);
+  logic [W-1:0] r;
+  always_comb begin r = d; q = r ^ {W{1'b1}}; end
+  if (W > 2) begin : wide leaf #(.W(W - 1)) inner (.d(d[W-2:0]), .q()); end
+endmodule
+module top; for (genvar i = 1; i <= 5; i++) begin : g leaf #(.W(i)) u (.d(), .q()); end endmodule
+)");
+    EXPECT_NE(Hier({"top"}).find("top.g[5].u.wide.inner\tleaf\tleaf(W=4)"), std::string::npos);
+    ASSERT_TRUE(ok);
+    VeriLibrary* work = veri_file::GetLibrary("work");
+    std::map<VeriTreeNode*, std::string> owner;
+    std::vector<std::pair<std::string, AllNodes>> copies;
+    for (int w = 2; w <= 5; ++w) {
+        std::string name = "leaf(W=" + std::to_string(w) + ")";
+        VeriModule* copy = work->GetModule(name);
+        ASSERT_TRUE(copy) << name;
+        AllNodes walk;
+        walk.TraverseNode(copy);
+        for (VeriTreeNode* n : walk.nodes) EXPECT_TRUE(owner.emplace(n, name).second) << name << " shares a node";
+        copies.push_back({name, std::move(walk)});
+    }
+    size_t references = 0;
+    for (auto& [name, walk] : copies) {
+        for (VeriTreeNode* n : walk.nodes) {
+            auto* ref = dynamic_cast<VeriIdRef*>(n);
+            if (!ref || !ref->id) continue;
+            ++references;
+            auto at = owner.find(ref->id);
+            if (at != owner.end()) {
+                EXPECT_EQ(at->second, name) << ref->name << " leads into another copy";
+            }
+        }
+    }
+    EXPECT_GT(references, 20u);
 }
 
 TEST_F(VeriElaboratorTest, GenerateNamesFollowTheStandard) {
