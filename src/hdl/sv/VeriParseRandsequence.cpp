@@ -193,16 +193,7 @@ VeriCodeBlock* VeriParser::Impl::parseCodeBlock() {
     List<VeriStatement> stmts(*this);
     while (!at(VT_RBRACE) && !at(VT_ENDSEQUENCE) && !atUnitEnd() && !bailing) {
         const size_t before = taken;
-        std::vector<VeriAttribute> attrs;
-        parseAttributes(attrs);
-        if (VeriModuleItem* d = parseDeclarationItem()) {
-            attach(d, attrs);
-            decls.push(d);
-            continue;
-        }
-        VeriStatement* s = parseStatement();
-        attach(s, attrs);
-        if (s) stmts.push(s);
+        parseBlockItem(decls, stmts);
         if (taken == before) break;
     }
     b->decls = decls.freeze();

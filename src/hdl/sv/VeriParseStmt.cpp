@@ -357,17 +357,7 @@ VeriStatement* VeriParser::Impl::parseBlock(bool par) {
             decls.push(parseImportExport(take(), false));
             continue;
         }
-        std::vector<VeriAttribute> attrs;
-        parseAttributes(attrs);
-        if (VeriModuleItem* d = parseDeclarationItem()) {
-            attach(d, attrs);
-            decls.push(d);
-            continue;
-        }
-        VeriStatement* s = parseStatement();
-        attach(s, attrs);
-        if (s) stmts.push(s);
-        else if (bailing) break;
+        if (!parseBlockItem(decls, stmts) && bailing) break;
     }
     b->decls = decls.freeze();
     b->stmts = stmts.freeze();
@@ -640,6 +630,20 @@ VeriStatement* VeriParser::Impl::parseAssertion(const VeriToken& start) {
     if (accept(VT_ELSE)) a->elseStmt = parseStatement();
     finish(a);
     return a;
+}
+
+bool VeriParser::Impl::parseBlockItem(List<VeriModuleItem>& decls, List<VeriStatement>& stmts) {
+    std::vector<VeriAttribute> attrs;
+    parseAttributes(attrs);
+    if (VeriModuleItem* d = parseDeclarationItem()) {
+        attach(d, attrs);
+        decls.push(d);
+        return true;
+    }
+    VeriStatement* s = parseStatement();
+    attach(s, attrs);
+    if (s) stmts.push(s);
+    return s != nullptr;
 }
 
 } // namespace hdl

@@ -254,6 +254,8 @@ struct VeriParser::Impl {
 
     // ---- statements (VeriParseStmt.cpp)
     VeriStatement* parseStatement();
+    // One declaration or statement of a block with its attributes; false when neither was read.
+    bool parseBlockItem(List<VeriModuleItem>& decls, List<VeriStatement>& stmts);
     VeriStatement* parseStatementOrNull() { return parseStatement(); }
     VeriStatement* parseBlock(bool par);
     VeriStatement* parseIf(unsigned qualifier, const VeriToken& start);

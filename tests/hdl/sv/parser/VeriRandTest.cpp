@@ -18,13 +18,7 @@ namespace {
 
 using Errors = std::vector<std::string>;
 
-Errors errorsOf(const std::string& text) {
-    veritest::analyze(text);
-    Errors out;
-    for (const veritest::Diagnostic& d : veritest::diagnostics())
-        if (d.type == MSG_ERROR) out.push_back(std::to_string(d.line) + " " + d.id + " " + d.text);
-    return out;
-}
+using veritest::errorsOf;
 
 // Class names of the nodes a walk reaches, in walk order.
 class Kinds : public VeriVisitor {

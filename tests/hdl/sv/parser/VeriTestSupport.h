@@ -63,6 +63,15 @@ inline bool analyzeSyntax(const std::string& text) {
     return syntaxErrorCount() == 0;
 }
 
+// The errors a text gives, each as "LINE ID TEXT", in the order told.
+inline std::vector<std::string> errorsOf(const std::string& text) {
+    analyze(text);
+    std::vector<std::string> out;
+    for (const Diagnostic& d : diagnostics())
+        if (d.type == hdl::MSG_ERROR) out.push_back(std::to_string(d.line) + " " + d.id + " " + d.text);
+    return out;
+}
+
 inline hdl::VeriModule* unit(const char* name) { return hdl::veri_file::GetModule(name); }
 
 } // namespace veritest

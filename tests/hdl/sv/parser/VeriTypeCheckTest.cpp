@@ -17,13 +17,7 @@ namespace {
 
 using Errors = std::vector<std::string>;
 
-Errors errorsOf(const std::string& text) {
-    veritest::analyze(text);
-    Errors out;
-    for (const veritest::Diagnostic& d : veritest::diagnostics())
-        if (d.type == MSG_ERROR) out.push_back(std::to_string(d.line) + " " + d.id + " " + d.text);
-    return out;
-}
+using veritest::errorsOf;
 
 const std::string kEnums = "package p; typedef enum logic [1:0] {PA, PB} p_t; endpackage\n"
                            "module m(input logic clk, input logic [1:0] v);\n"
