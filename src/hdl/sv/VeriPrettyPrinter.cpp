@@ -395,16 +395,20 @@ public:
             constraintItem(n.elseExpr);
         }
     }
-    void Visit(VeriForeachOperator& n) override {
-        out << "foreach (";
-        node(n.array);
+    // `[` and the loop variables of a foreach (a skipped position stays empty).
+    void loopVars(const ArenaArray<VeriIdDef*>& vars) {
         out << '[';
         bool first = true;
-        for (VeriIdDef* v : n.loopVars) {
+        for (VeriIdDef* v : vars) {
             if (!first) out << ", ";
             first = false;
             if (v) name(v->name);
         }
+    }
+    void Visit(VeriForeachOperator& n) override {
+        out << "foreach (";
+        node(n.array);
+        loopVars(n.loopVars);
         out << "]) ";
         constraintItem(n.constraint);
     }
@@ -1078,13 +1082,7 @@ public:
         label(n);
         out << "foreach (";
         node(n.array);
-        out << '[';
-        bool first = true;
-        for (VeriIdDef* v : n.loopVars) {
-            if (!first) out << ", ";
-            first = false;
-            if (v) name(v->name);
-        }
+        loopVars(n.loopVars);
         out << "])";
         stmtBody(n.stmt);
     }
