@@ -419,18 +419,7 @@ VeriExpression* VeriParser::Impl::parsePostfix(VeriExpression* e, const VeriToke
             e = sel;
         } else if (k == VT_SCOPE && (isIdent(1) || kind(1) == VT_NEW || kind(1) == VT_TYPE)) {
             take();
-            auto* sc = make<VeriScopeName>(start);
-            sc->prefix = e;
-            VeriToken n = take();
-            sc->name = name(n);
-            if (auto* pkgRef = dynamic_cast<VeriIdRef*>(e); pkgRef && hooks.findPackage) {
-                if (VeriModule* package = hooks.findPackage(pkgRef->name)) {
-                    pkgRef->id = package->id;
-                    sc->id = lookupInPackage(package, sc->name);
-                }
-            }
-            finish(sc);
-            e = sc;
+            e = scopeName(start, e);
         } else if (k == VT_HASH && kind(1) == VT_LPAREN &&
                    (dynamic_cast<VeriIdRef*>(e) || dynamic_cast<VeriScopeName*>(e))) {
             // class#(params)::name
@@ -736,17 +725,7 @@ ArenaArray<VeriExpression*> VeriParser::Impl::parseDelayValues() {
         // #pkg::D: no call or select can follow a delay given without parentheses.
         while (at(VT_SCOPE) && isIdent(1)) {
             take();
-            auto* sc = make<VeriScopeName>(t);
-            sc->prefix = e;
-            sc->name = name(take());
-            if (auto* pkgRef = dynamic_cast<VeriIdRef*>(e); pkgRef && hooks.findPackage) {
-                if (VeriModule* package = hooks.findPackage(pkgRef->name)) {
-                    pkgRef->id = package->id;
-                    sc->id = lookupInPackage(package, sc->name);
-                }
-            }
-            finish(sc);
-            e = sc;
+            e = scopeName(t, e);
         }
         delays.push(e);
     } else if (t.kind == VT_DECIMAL_NUMBER || t.kind == VT_REAL_NUMBER || t.kind == VT_TIME_LITERAL ||
@@ -812,6 +791,22 @@ VeriExpression* VeriParser::Impl::parseLValue() {
     VeriExpression* e = parsePrimary();
     if (!e) return nullptr;
     return parsePostfix(e, start);
+}
+
+// `prefix::name` after the `::`: the next token is the name; a prefix naming a package
+// resolves both sides.
+VeriScopeName* VeriParser::Impl::scopeName(VeriToken start, VeriExpression* prefix) {
+    auto* sc = make<VeriScopeName>(start);
+    sc->prefix = prefix;
+    sc->name = name(take());
+    if (auto* ref = dynamic_cast<VeriIdRef*>(prefix); ref && hooks.findPackage) {
+        if (VeriModule* package = hooks.findPackage(ref->name)) {
+            ref->id = package->id;
+            sc->id = lookupInPackage(package, sc->name);
+        }
+    }
+    finish(sc);
+    return sc;
 }
 
 } // namespace hdl

@@ -1071,17 +1071,7 @@ VeriDataType* VeriParser::Impl::parseClassType() {
             for (VeriExpression* value : parseParamValues()) params.push(value);
         } else if (at(VT_SCOPE) && isIdent(1)) {
             take();
-            auto* sc = make<VeriScopeName>(start);
-            sc->prefix = n;
-            sc->name = takeName();
-            if (auto* ref = dynamic_cast<VeriIdRef*>(n); ref && hooks.findPackage) {
-                if (VeriModule* package = hooks.findPackage(ref->name)) {
-                    ref->id = package->id;
-                    sc->id = lookupInPackage(package, sc->name);
-                }
-            }
-            finish(sc);
-            n = sc;
+            n = scopeName(start, n);
         } else {
             break;
         }

@@ -206,6 +206,8 @@ struct VeriParser::Impl {
 
     // ---- expressions (VeriParseExpr.cpp)
     VeriExpression* parseExpression();
+    // `prefix::name` after the `::`, resolved when the prefix names a package.
+    VeriScopeName* scopeName(VeriToken start, VeriExpression* prefix);
     VeriExpression* parseBinary(int minPrec);
     VeriExpression* parseUnary();
     VeriExpression* parsePrimary();
