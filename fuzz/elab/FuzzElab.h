@@ -4,16 +4,31 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdarg>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <ostream>
+#include <string>
+#include <utility>
 #include <vector>
+
+#include "hdl/base/Message.h"
 
 #include "hdl/elab/ElabDesign.h"
 #include "hdl/elab/ElabHierPrinter.h"
 #include "hdl/elab/ElabLimits.h"
+#include "hdl/vhdl/VhdlLibrary.h"
 
 namespace fuzz_elab {
+
+inline void Silent(hdl::msg_type_t, const char*, const hdl::ColLineFile*, const char*, va_list) {}
+
+// Analyses VHDL sources of the data directory's `vhdl/src` as (library, file) pairs.
+inline void AnalyzeData(const char* dataDir, std::initializer_list<std::pair<const char*, const char*>> sources) {
+    for (const auto& s : sources)
+        hdl::vhdl_file::Analyze((std::string(dataDir) + "/vhdl/src/" + s.second).c_str(), s.first, hdl::VHDL_2008);
+}
 
 inline hdl::ElabLimits TightLimits() {
     hdl::ElabLimits limits;

@@ -22,24 +22,9 @@
 #define SIFT_DATA_DIR ""
 #endif
 
-namespace {
-
-void Silent(hdl::msg_type_t, const char*, const hdl::ColLineFile*, const char*, va_list) {}
-
-void AnalyzeStandard() {
-    static const char* const kSources[][2] = {
-        {"std", "std_2008/standard.vhd"},
-        {"ieee", "ieee_2008/std_logic_1164.vhdl"},
-    };
-    for (const auto& s : kSources)
-        hdl::vhdl_file::Analyze((std::string(SIFT_DATA_DIR) + "/vhdl/src/" + s[1]).c_str(), s[0], hdl::VHDL_2008);
-}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
-    hdl::Message::RegisterCallBackMsg(Silent);
+    hdl::Message::RegisterCallBackMsg(fuzz_elab::Silent);
     static const unsigned kVeriModes[] = {hdl::VERILOG_2K, hdl::SYSTEM_VERILOG};
     const unsigned veriMode = kVeriModes[data[0] & 1];
     const unsigned vhdlMode = hdl::VHDL_93 + (data[0] >> 1) % 4;
@@ -47,7 +32,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const size_t cut = text.find('\0');
     const std::string vhdl = text.substr(0, cut);
     const std::string verilog = cut == std::string::npos ? std::string() : text.substr(cut + 1);
-    AnalyzeStandard();
+    fuzz_elab::AnalyzeData(SIFT_DATA_DIR,
+                           {{"std", "std_2008/standard.vhd"}, {"ieee", "ieee_2008/std_logic_1164.vhdl"}});
     hdl::vhdl_file::AnalyzeText(vhdl, "fuzz.vhd", "work", vhdlMode);
     hdl::vhdl_file::ResolveAll();
     hdl::veri_file::AnalyzeText(verilog, "fuzz.sv", veriMode);

@@ -12,15 +12,9 @@
 #include "hdl/elab/VeriElaborator.h"
 #include "hdl/sv/VeriLibrary.h"
 
-namespace {
-
-void Silent(hdl::msg_type_t, const char*, const hdl::ColLineFile*, const char*, va_list) {}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
-    hdl::Message::RegisterCallBackMsg(Silent);
+    hdl::Message::RegisterCallBackMsg(fuzz_elab::Silent);
     static const unsigned kModes[] = {hdl::VERILOG_95, hdl::VERILOG_2K, hdl::SYSTEM_VERILOG_2005, hdl::SYSTEM_VERILOG};
     unsigned mode = kModes[data[0] % 4];
     std::string text(reinterpret_cast<const char*>(data + 1), size - 1);

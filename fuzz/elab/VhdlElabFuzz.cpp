@@ -18,30 +18,16 @@
 #define SIFT_DATA_DIR ""
 #endif
 
-namespace {
-
-void Silent(hdl::msg_type_t, const char*, const hdl::ColLineFile*, const char*, va_list) {}
-
-// The declarations of the standard packages; their functions are native.
-void AnalyzeStandard() {
-    static const char* const kSources[][2] = {
-        {"std", "std_2008/standard.vhd"},
-        {"ieee", "ieee_2008/std_logic_1164.vhdl"},
-        {"ieee", "ieee_2008/numeric_std.vhdl"},
-        {"ieee", "ieee_2008/math_real.vhdl"},
-    };
-    for (const auto& s : kSources)
-        hdl::vhdl_file::Analyze((std::string(SIFT_DATA_DIR) + "/vhdl/src/" + s[1]).c_str(), s[0], hdl::VHDL_2008);
-}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
-    hdl::Message::RegisterCallBackMsg(Silent);
+    hdl::Message::RegisterCallBackMsg(fuzz_elab::Silent);
     unsigned mode = hdl::VHDL_93 + data[0] % 4;
     std::string text(reinterpret_cast<const char*>(data + 1), size - 1);
-    AnalyzeStandard();
+    // The declarations of the standard packages; their functions are native.
+    fuzz_elab::AnalyzeData(SIFT_DATA_DIR, {{"std", "std_2008/standard.vhd"},
+                                           {"ieee", "ieee_2008/std_logic_1164.vhdl"},
+                                           {"ieee", "ieee_2008/numeric_std.vhdl"},
+                                           {"ieee", "ieee_2008/math_real.vhdl"}});
     hdl::vhdl_file::AnalyzeText(text, "fuzz.vhd", "work", mode);
     hdl::vhdl_file::ResolveAll();
     const hdl::ElabLimits limits = fuzz_elab::TightLimits();
