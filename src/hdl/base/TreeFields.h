@@ -191,12 +191,16 @@ Node* CopyTree(TreeCopier& c, const Node* root) {
 // each of its classes, that the class has its own list.
 // clang-format off
 #define HDL_TREE_FIELDS(Traits, ...)                                                               \
-    using FieldListOwner = SelfType;                                                               \
-    auto Fields() { return ::hdl::tree::Tie(__VA_ARGS__); }                                        \
+    HDL_TREE_FIELDS_OWN_WALK(Traits, __VA_ARGS__)                                                  \
     void VisitChildren(Traits::Visitor& v) override {                                              \
         Traits::WalkExtras(v, *this);                                                              \
         ::hdl::tree::WalkAll<Traits>(v, Fields());                                                 \
-    }                                                                                              \
+    }
+// The same, for a class whose walk departs from the order of its fields and which defines
+// VisitChildren itself.
+#define HDL_TREE_FIELDS_OWN_WALK(Traits, ...)                                                      \
+    using FieldListOwner = SelfType;                                                               \
+    auto Fields() { return ::hdl::tree::Tie(__VA_ARGS__); }                                        \
     bool EqualFields(const Traits::Node& o) const override {                                       \
         return Traits::EqualExtras(*this, o) &&                                                    \
                ::hdl::tree::EqualAll<Traits>(                                                      \

@@ -432,12 +432,14 @@ void VeriParser::Impl::tellUndeclared() {
 }
 
 void VeriParser::Impl::checkNames(VeriModule* unit) {
-    for (VeriIdDef* id : duplicates) {
-        ColLineFile where = id->Linefile();
-        std::string n(id->name.Text());
-        Message::Tell<veri_msg::DeclaredTwice>(&where, n.c_str());
-        ++errors;
-    }
+    // A name declared again in an item that did not parse may be the parse's doing.
+    if (!itemsLeftOut)
+        for (VeriIdDef* id : duplicates) {
+            ColLineFile where = id->Linefile();
+            std::string n(id->name.Text());
+            Message::Tell<veri_msg::DeclaredTwice>(&where, n.c_str());
+            ++errors;
+        }
     if (unit && !unit->IsConfiguration() && !unit->IsChecker()) {
         NameCheckContext context{unresolved, hooks.findPackage,
                                  [this](VeriModule* package, Symbol n) { return findInPackage(package, n); },

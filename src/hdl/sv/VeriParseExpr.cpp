@@ -130,6 +130,9 @@ VeriExpression* VeriParser::Impl::parseBinary(int minPrec) {
                 List<VeriExpression> items(*this);
                 while (!at(VT_RBRACE) && !atEof()) {
                     VeriToken itemStart = peek();
+                    // `default :/ w` weighs the values no other item names.
+                    if (op == VT_DIST && itemStart.kind == VT_DEFAULT && kind(1) != VT_COLON_SLASH)
+                        syntaxError(peek(1), ":/");
                     VeriExpression* item = parseRangeOrExpression();
                     if (op == VT_DIST && (at(VT_COLON_EQ) || at(VT_COLON_SLASH))) {
                         auto* weighted = make<VeriDistOperator>(itemStart);

@@ -50,6 +50,9 @@ bool VeriParser::Impl::isGate(unsigned k) {
 
 void VeriParser::Impl::parseSourceText() {
     List<VeriModuleItem> unitItems(*this);
+    // The items of the compilation unit's scope that parsed without an error: the checks
+    // judge those, whatever went wrong elsewhere in the text.
+    List<VeriModuleItem> cleanItems(*this);
     while (!atEof()) {
         VeriToken start = peek();
         std::vector<VeriAttribute> attrs;
@@ -83,14 +86,24 @@ void VeriParser::Impl::parseSourceText() {
             take();
             continue;
         }
+        unsigned errorsBefore = errors;
         VeriModuleItem* item = parseItem(VT_EOF);
         attach(item, attrs);
         if (item) unitItems.push(item);
+        if (item && errors == errorsBefore) cleanItems.push(item);
         bailing = false;
     }
-    unitScopeOwner->items = unitItems.freeze();
     resolvePending();
-    if (errors == 0) checkNames(unitScopeOwner);
+    if (cleanItems.size() == unitItems.size()) {
+        unitScopeOwner->items = unitItems.freeze();
+        checkNames(unitScopeOwner);
+    } else {
+        unitScopeOwner->items = cleanItems.freeze();
+        itemsLeftOut = true;
+        checkNames(unitScopeOwner);
+        itemsLeftOut = false;
+        unitScopeOwner->items = unitItems.freeze();
+    }
     tellUndeclared();
     duplicates.clear();
     if (!unitScopeOwner->items.Empty() && hooks.onUnit) hooks.onUnit(unitScopeOwner);

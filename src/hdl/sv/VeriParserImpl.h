@@ -47,6 +47,8 @@ struct VeriParser::Impl {
     ErrorRecovery recovery;
     unsigned depth = 0;
     bool bailing = false; // after too deep nesting: unwind without further messages
+    // The compilation unit's scope is being checked without the items that did not parse.
+    bool itemsLeftOut = false;
     VeriPackage* unitScopeOwner = nullptr;
     VeriScope* scope = nullptr;
     VeriSeqBlock* unscopedBlock = nullptr; // entered, but no scope of its own yet

@@ -138,10 +138,18 @@
     ID(kEnumAssign, "VERI-1522", MSG_ERROR) \
     TEXT(EnumFromNonEnum, kEnumAssign, "enum variable '%s' is assigned a value that is not of its enum type; a cast is needed") \
     TEXT(EnumFromOtherEnum, kEnumAssign, "enum variable '%s' is assigned a value of another enum type") \
+    TEXT(EnumStepped, kEnumAssign, "enum variable '%s' cannot be stepped by %s; a cast is needed") \
+    TEXT(EnumArgumentFromNonEnum, kEnumAssign, "enum argument '%s' of '%s' is given a value that is not of its enum type; a cast is needed") \
+    TEXT(EnumArgumentFromOtherEnum, kEnumAssign, "enum argument '%s' of '%s' is given a value of another enum type") \
+    TEXT(EnumReturnFromNonEnum, kEnumAssign, "enum function '%s' returns a value that is not of its enum type; a cast is needed") \
+    TEXT(EnumReturnFromOtherEnum, kEnumAssign, "enum function '%s' returns a value of another enum type") \
     ID(kStreamWidth, "VERI-1523", MSG_ERROR) \
     TEXT(StreamWiderThanTarget, kStreamWidth, "streaming concatenation of %u bits is wider than the %u bits of '%s'") \
     ID(kPatternCount, "VERI-1524", MSG_ERROR) \
     TEXT(PatternItemCount, kPatternCount, "assignment pattern of %u items for '%s', an unpacked array of %u elements") \
+    TEXT(ConcatElementCount, kPatternCount, "unpacked array concatenation of %u elements for '%s', an unpacked array of %u elements") \
+    ID(kStructBraces, "VERI-1529", MSG_ERROR) \
+    TEXT(ConcatToUnpackedStruct, kStructBraces, "unpacked struct '%s' cannot be assigned a concatenation; it needs an assignment pattern '{...}") \
     /* Class headers and forward declarations. */ \
     ID(kForwardType, "VERI-1525", MSG_ERROR) \
     TEXT(ForwardTypeNotDefined, kForwardType, "forward typedef '%s' has no definition in its scope") \

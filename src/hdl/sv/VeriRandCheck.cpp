@@ -1,9 +1,13 @@
 // Rules of constraints and random variables that the classes of one unit show broken:
 // an `extern` constraint that the unit never defines, a `pure` constraint in a class
 // that is not virtual or that a concrete class leaves undefined, and `randc` variables
-// under solve-before, `soft` or `dist` of class constraints. A variable counts as randc
-// only where the name resolves to a declaration the tree shows; members reached through
-// objects, and the inline constraints of `randomize() with`, are left alone.
+// under solve-before, `soft` or `dist`, of class constraints and of the inline constraints
+// of `randomize() with`. A variable counts as randc only where the name resolves to a
+// declaration the tree shows: in a class constraint through the scopes; in an inline
+// constraint through the class of the object randomized (`obj.randomize()` of a variable
+// declared with a class type, or the enclosing class for `randomize()` and
+// `this.randomize()`), which names are looked up in first. Members reached through
+// objects are left alone.
 #include <algorithm>
 #include <string>
 #include <unordered_set>
@@ -28,19 +32,60 @@ const VeriClass* baseClass(const VeriClass& c) {
     return id ? dynamic_cast<const VeriClass*>(id->declaration) : nullptr;
 }
 
+// The member `name` of class `c` or of a class above it; null when none declares it, or
+// when a class above is not known.
+const VeriIdDef* member(const VeriClass* c, Symbol name, bool& known) {
+    known = true;
+    for (int depth = 0; c && depth < 64; ++depth) {
+        if (c->scope)
+            if (const VeriIdDef* id = c->scope->findLocal(name)) return id;
+        const VeriClass* base = baseClass(*c);
+        if (!base && !c->extends.Empty()) known = false;
+        c = base;
+    }
+    return nullptr;
+}
+
+// Where the names of an inline constraint are looked up first: the class of the object
+// randomized, when the tree shows it.
+struct InlineScope {
+    const VeriClass* object = nullptr;
+    const VeriInlineConstraint* with = nullptr; // its `(names)` list restricts the look-up
+};
+
 // The randc variables an expression names directly (`v`, `v[i]`).
 class RandcNames : public VeriVisitor {
 public:
+    explicit RandcNames(const InlineScope* scope = nullptr) : inline_(scope) {}
     std::vector<const VeriIdRef*> found;
     void Visit(VeriIdRef& n) override {
-        auto* var = dynamic_cast<const VeriVariable*>(n.id);
+        const VeriIdDef* id = n.id;
+        if (inline_) {
+            bool known = false;
+            id = listed(n.name) ? member(inline_->object, n.name, known) : nullptr;
+            // Not a member: the name is looked up where the call stands, if the class
+            // above is known to hold no member of that name.
+            if (!id && known) id = n.id;
+        }
+        auto* var = dynamic_cast<const VeriVariable*>(id);
         auto* decl = var ? dynamic_cast<const VeriDataDecl*>(var->declaration) : nullptr;
         if (decl && hasQualifier(*decl, VT_RANDC)) found.push_back(&n);
     }
-    // `obj.v` names a member of another object.
+    // `obj.v` names a member of another object; `local::v` a name where the call stands.
     void Visit(VeriSelectedName&) override {}
+    void Visit(VeriScopeName&) override {}
     void Visit(VeriFunctionCall& n) override {
         for (VeriExpression* a : n.args) TraverseNode(a);
+    }
+
+private:
+    const InlineScope* inline_;
+
+    bool listed(Symbol name) const {
+        if (!inline_->with->restricted) return true;
+        for (const VeriExpression* e : inline_->with->names)
+            if (auto* ref = dynamic_cast<const VeriIdRef*>(e); ref && ref->name == name) return true;
+        return false;
     }
 };
 
@@ -62,7 +107,23 @@ public:
         VeriVisitor::Visit(n);
     }
 
+    void Visit(VeriFunctionCall& n) override {
+        auto* with = dynamic_cast<VeriInlineConstraint*>(n.with);
+        if (!with) {
+            VeriVisitor::Visit(n);
+            return;
+        }
+        TraverseNode(n.func);
+        for (VeriExpression* a : n.args) TraverseNode(a);
+        InlineScope outer = inline_;
+        inline_ = InlineScope{randomized(n.func), with};
+        if (inline_.object) TraverseNode(with);
+        inline_ = outer;
+    }
+
     void Visit(VeriClass& n) override {
+        const VeriClass* outer = class_;
+        class_ = &n;
         bool abstract = hasQualifier(n, VT_VIRTUAL) || hasQualifier(n, VT_INTERFACE);
         for (VeriModuleItem* item : n.items) {
             auto* c = dynamic_cast<VeriConstraintDecl*>(item);
@@ -70,9 +131,8 @@ public:
                 tell<veri_msg::PureConstraintInConcrete>(*c->id, text(c->id).c_str(), text(n.id).c_str());
         }
         if (!abstract) inheritedPure(n);
-        // Methods hold no declarations of random variables: their bodies are not walked.
-        for (VeriModuleItem* item : n.items)
-            if (dynamic_cast<VeriClass*>(item) || dynamic_cast<VeriConstraintDecl*>(item)) TraverseNode(item);
+        for (VeriModuleItem* item : n.items) TraverseNode(item);
+        class_ = outer;
     }
 
     // Extern constraints of the classes among `items` need a body among them.
@@ -96,9 +156,31 @@ public:
     }
 
 private:
+    const VeriClass* class_ = nullptr; // the class whose items are walked
+    InlineScope inline_; // of the inline constraint walked
+
+    // The class of the object `func` randomizes: `randomize` and `this.randomize` in a
+    // class, `obj.randomize` of a variable of a class type.
+    const VeriClass* randomized(const VeriExpression* func) const {
+        if (auto* ref = dynamic_cast<const VeriIdRef*>(func))
+            return ref->name.Text() == "randomize" && (!ref->id || dynamic_cast<const VeriFunctionId*>(ref->id))
+                       ? class_
+                       : nullptr;
+        auto* sel = dynamic_cast<const VeriSelectedName*>(func);
+        if (!sel || sel->suffix.Text() != "randomize") return nullptr;
+        if (auto* k = dynamic_cast<const VeriKeyword*>(sel->prefix)) return k->token == VT_THIS ? class_ : nullptr;
+        auto* obj = dynamic_cast<const VeriIdRef*>(sel->prefix);
+        auto* var = obj ? dynamic_cast<const VeriVariable*>(obj->id) : nullptr;
+        if (!var || var->dimensions) return nullptr;
+        auto* type = dynamic_cast<const VeriTypeRef*>(var->dataType);
+        if (!type || type->dimensions) return nullptr;
+        auto* id = dynamic_cast<const VeriTypeId*>(type->GetId());
+        return id ? dynamic_cast<const VeriClass*>(id->declaration) : nullptr;
+    }
+
     template <const MessageText& Text>
     void randc(VeriExpression* e) {
-        RandcNames names;
+        RandcNames names(inline_.with ? &inline_ : nullptr);
         names.TraverseNode(e);
         for (const VeriIdRef* ref : names.found) tell<Text>(*ref, std::string(ref->name.Text()).c_str());
     }
@@ -131,11 +213,10 @@ private:
 } // namespace
 
 void VeriParser::Impl::checkRandomization(VeriModule* unit) {
-    // Random variables live in classes: the rest of a unit need not be walked.
     RandCheck check;
-    for (VeriModuleItem* item : unit->items)
-        if (dynamic_cast<VeriClass*>(item) || dynamic_cast<VeriConstraintDecl*>(item)) check.TraverseNode(item);
-    check.externs(unit->items);
+    for (VeriModuleItem* item : unit->items) check.TraverseNode(item);
+    // A body may stand in an item that did not parse.
+    if (!itemsLeftOut) check.externs(unit->items);
     errors += check.told;
 }
 

@@ -1,5 +1,6 @@
 #include "hdl/sv/VeriTree.h"
 
+#include <algorithm>
 #include <type_traits>
 #include <unordered_map>
 
@@ -213,6 +214,16 @@ void VeriStatement::SetLabel(VeriLabelId* label) {
 
 void VeriTreeTraits::WalkExtras(VeriVisitor& v, const VeriTreeNode& node) {
     if (const VeriNodeExtras* e = node.Extras()) v.TraverseNode(e->label);
+}
+
+void VeriClass::VisitChildren(VeriVisitor& v) {
+    VeriTreeTraits::WalkExtras(v, *this);
+    v.TraverseNode(id);
+    uint32_t header = std::min<uint32_t>(parameters, items.Size());
+    for (uint32_t i = 0; i < header; ++i) v.TraverseNode(items[i]);
+    for (VeriDataType* t : extends) v.TraverseNode(t);
+    for (VeriDataType* t : implements) v.TraverseNode(t);
+    for (uint32_t i = header; i < items.Size(); ++i) v.TraverseNode(items[i]);
 }
 
 bool VeriTreeTraits::EqualExtras(const VeriTreeNode& a, const VeriTreeNode& b) {

@@ -1104,8 +1104,10 @@ HDL_VERI_SKIPPED(VeriTable, TABLE)
 class VeriClass : public VeriSkippedItem {
 public:
     HDL_VERI_NODE(VeriClass, CLASS);
-    // (The class's parameters, written before `extends`, are the first items.)
-    VERI_FIELDS(id, extends, implements, items, scope, parameters)
+    // (The class's parameters, written before `extends`, are the first items: the walk
+    // takes them before `extends` and `implements`, in source order.)
+    HDL_TREE_FIELDS_OWN_WALK(VeriTreeTraits, id, extends, implements, items, scope, parameters)
+    void VisitChildren(VeriVisitor& v) override;
     VeriScope* scope = nullptr;
     unsigned parameters = 0; // how many of the first items the #(...) list declares
     ArenaArray<VeriDataType*> extends; // the base class; an interface class's base interface classes

@@ -1,10 +1,13 @@
 // The types of the values that assignments carry, judged where the tree shows both sides
 // for certain: an enum variable takes only values of its own enum type (a cast says
-// otherwise), a streaming concatenation is no wider than its target, and a positional
-// assignment pattern has one item per element of the unpacked array it fills. A type
-// parameter, a type from a unit not yet known, a function's result or a width that
-// depends on a parameter leaves the assignment alone.
+// otherwise), also as an input argument or as the value a function returns, and is not
+// stepped by ++ or --; a streaming concatenation is no wider than its target; a
+// positional assignment pattern, or braces without the apostrophe, have one item per
+// element of the unpacked array they fill; braces without the apostrophe never fill an
+// unpacked struct. A type parameter, a type from a unit not yet known, a function's
+// result or a width that depends on a parameter leaves the assignment alone.
 #include <string>
+#include <vector>
 
 #include "hdl/sv/VeriParserImpl.h"
 #include "hdl/sv/VeriVisitor.h"
@@ -152,10 +155,42 @@ public:
         if (n.initialValue) assign(&n, n.initialValue, n);
         VeriVisitor::Visit(n);
     }
+    void Visit(VeriParamId& n) override {
+        if (n.initialValue && !n.isType && !n.enumLiteral) {
+            pattern(n, n.dimensions, n.initialValue);
+            braces(n, n.dataType, n.dimensions, n.initialValue, n);
+        }
+        VeriVisitor::Visit(n);
+    }
     void Visit(VeriBlockingAssign& n) override {
         const VeriIdDef* target = idOf(n.lval);
         if (n.oper == VT_EQ) assign(target, n.rval, n);
-        else if (n.oper != VT_INC && n.oper != VT_DEC) operatorAssign(target, n);
+        else if (n.oper == VT_INC || n.oper == VT_DEC) step(target, n.oper, n);
+        else operatorAssign(target, n);
+        VeriVisitor::Visit(n);
+    }
+    void Visit(VeriUnaryOperator& n) override {
+        if (n.oper == VT_INC || n.oper == VT_DEC) step(idOf(n.arg), n.oper, n);
+        VeriVisitor::Visit(n);
+    }
+    void Visit(VeriFunctionDecl& n) override {
+        const VeriFunctionDecl* outer = function_;
+        function_ = dynamic_cast<VeriTaskDecl*>(&n) ? nullptr : &n;
+        VeriVisitor::Visit(n);
+        function_ = outer;
+    }
+    void Visit(VeriJumpStatement& n) override {
+        if (n.kind == VT_RETURN && n.expr && function_ && function_->id)
+            if (const VeriEnum* type = enumOf(function_->returnType)) {
+                ValueType v = valueType(n.expr);
+                std::string f = name(function_->id);
+                if (v.kind == ValueType::Enum && v.type != type) tell<veri_msg::EnumReturnFromOtherEnum>(n, f.c_str());
+                else if (v.kind == ValueType::NotEnum) tell<veri_msg::EnumReturnFromNonEnum>(n, f.c_str());
+            }
+        VeriVisitor::Visit(n);
+    }
+    void Visit(VeriFunctionCall& n) override {
+        arguments(n);
         VeriVisitor::Visit(n);
     }
     void Visit(VeriNonBlockingAssign& n) override {
@@ -168,6 +203,8 @@ public:
     }
 
 private:
+    const VeriFunctionDecl* function_ = nullptr; // the function whose body is walked
+
     template <const MessageText& Text, class... Args>
     void tell(const VeriTreeNode& at, Args... args) {
         ColLineFile where = at.Linefile();
@@ -183,7 +220,10 @@ private:
             enumAssign(*var, value, at);
             stream(*var, value, at);
         }
-        if (auto* var = dynamic_cast<const VeriVariable*>(target)) pattern(*var, value);
+        if (auto* var = dynamic_cast<const VeriVariable*>(target); var && !var->interfacePort) {
+            pattern(*var, var->dimensions, value);
+            braces(*var, var->dataType, var->dimensions, value, at);
+        }
     }
 
     // An enum variable takes a value of its own type; anything else needs a cast.
@@ -193,6 +233,51 @@ private:
         ValueType v = valueType(value);
         if (v.kind == ValueType::Enum && v.type != type) tell<veri_msg::EnumFromOtherEnum>(at, name(&var).c_str());
         else if (v.kind == ValueType::NotEnum) tell<veri_msg::EnumFromNonEnum>(at, name(&var).c_str());
+    }
+
+    // ++ and -- compute the next integral value, which need not be one of the enum's.
+    void step(const VeriIdDef* target, unsigned oper, const VeriTreeNode& at) {
+        const VeriVariable* var = scalarVariable(target);
+        if (var && enumOf(var->dataType))
+            tell<veri_msg::EnumStepped>(at, name(var).c_str(), oper == VT_INC ? "++" : "--");
+    }
+
+    // An input whose formal is an enum takes a value of that enum type, as an assignment
+    // would. Only calls of a subprogram the name resolves to, with formals in the header.
+    void arguments(const VeriFunctionCall& call) {
+        auto* ref = dynamic_cast<const VeriIdRef*>(call.func);
+        const VeriIdDef* fn = ref ? ref->id : nullptr;
+        auto* decl = fn ? dynamic_cast<const VeriFunctionDecl*>(fn->declaration) : nullptr;
+        if (!decl || call.args.Empty()) return;
+        std::vector<const VeriVariable*> formals;
+        for (const VeriTreeNode* port : decl->ports) {
+            auto* ansi = dynamic_cast<const VeriAnsiPortDecl*>(port);
+            if (!ansi) return;
+            for (const VeriIdDef* id : ansi->ids) formals.push_back(dynamic_cast<const VeriVariable*>(id));
+        }
+        size_t position = 0;
+        for (const VeriExpression* arg : call.args) {
+            const VeriVariable* formal = nullptr;
+            const VeriExpression* value = arg;
+            if (auto* named = dynamic_cast<const VeriPortConnect*>(arg)) {
+                for (const VeriVariable* f : formals)
+                    if (f && f->name == named->portName) formal = f;
+                value = named->connection;
+            } else if (position < formals.size()) {
+                formal = formals[position++];
+            } else {
+                return; // more arguments than formals: not this check's business
+            }
+            if (!formal || !value || formal->dir != VT_INPUT || formal->dimensions) continue;
+            const VeriEnum* type = enumOf(formal->dataType);
+            if (!type) continue;
+            ValueType v = valueType(value);
+            std::string a = name(formal), f = name(fn);
+            if (v.kind == ValueType::Enum && v.type != type)
+                tell<veri_msg::EnumArgumentFromOtherEnum>(*value, a.c_str(), f.c_str());
+            else if (v.kind == ValueType::NotEnum)
+                tell<veri_msg::EnumArgumentFromNonEnum>(*value, a.c_str(), f.c_str());
+        }
     }
 
     // `e += 1` computes an integral value: never of the enum's type.
@@ -219,16 +304,58 @@ private:
     }
 
     // A positional pattern gives each element of the array one item: no more, no fewer.
-    void pattern(const VeriVariable& var, const VeriExpression* value) {
+    void pattern(const VeriIdDef& target, const VeriRange* dimensions, const VeriExpression* value) {
         auto* p = dynamic_cast<const VeriAssignmentPattern*>(value);
-        uint64_t count = elements(var.dimensions);
+        uint64_t count = elements(dimensions);
         if (!p || !count || p->exprs.Empty()) return;
         for (const VeriExpression* item : p->exprs)
             if (auto* keyed = dynamic_cast<const VeriBinaryOperator*>(item);
                 !item || (keyed && keyed->oper == VT_COLON))
                 return;
         if (p->exprs.Size() != count)
-            tell<veri_msg::PatternItemCount>(*p, unsigned(p->exprs.Size()), name(&var).c_str(), unsigned(count));
+            tell<veri_msg::PatternItemCount>(*p, unsigned(p->exprs.Size()), name(&target).c_str(), unsigned(count));
+    }
+
+    // Braces without the apostrophe: to an unpacked array, a concatenation of its elements
+    // and of arrays of them, whose count must match a fixed size; an unpacked struct takes
+    // none (it wants an assignment pattern).
+    void braces(const VeriIdDef& target, const VeriDataType* type, const VeriRange* dimensions,
+                const VeriExpression* value, const VeriTreeNode& at) {
+        auto* c = dynamic_cast<const VeriConcat*>(value);
+        if (!c) return;
+        if (!dimensions) {
+            auto* s = dynamic_cast<const VeriStructUnion*>(resolved(type));
+            if (s && !s->packed && s->type == VT_STRUCT && !s->dimensions)
+                tell<veri_msg::ConcatToUnpackedStruct>(at, name(&target).c_str());
+            return;
+        }
+        uint64_t count = elements(dimensions);
+        if (!count || dimensions->next || !integral(resolved(type))) return;
+        uint64_t total = 0;
+        for (const VeriExpression* item : c->exprs) {
+            uint64_t n = concatElements(item);
+            if (!n) return;
+            total += n;
+        }
+        if (total != count)
+            tell<veri_msg::ConcatElementCount>(*c, unsigned(total), name(&target).c_str(), unsigned(count));
+    }
+
+    // How many elements of an integral unpacked array an item of a concatenation gives:
+    // one for a value of an integral type, all of them for an array of one dimension;
+    // 0 when that is not known for sure.
+    static uint64_t concatElements(const VeriExpression* item) {
+        if (dynamic_cast<const VeriIntVal*>(item)) return 1;
+        if (auto* c = dynamic_cast<const VeriConstVal*>(item)) return c->isString ? 0 : 1;
+        if (dynamic_cast<const VeriIndexedId*>(item)) return valueType(item).kind == ValueType::Unknown ? 0 : 1;
+        const VeriIdDef* id = idOf(item);
+        if (auto* p = dynamic_cast<const VeriParamId*>(id))
+            return !p->isType && !p->dimensions && (p->enumLiteral || integral(resolved(p->dataType))) ? 1 : 0;
+        auto* var = dynamic_cast<const VeriVariable*>(id);
+        if (!var || !var->dataType || var->interfacePort) return 0;
+        if (!integral(resolved(var->dataType)) && !enumOf(var->dataType)) return 0;
+        if (!var->dimensions) return 1;
+        return var->dimensions->next ? 0 : elements(var->dimensions);
     }
 };
 

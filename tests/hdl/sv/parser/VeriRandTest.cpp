@@ -2,11 +2,14 @@
 // use, the rules of random variables, and recovery from broken text inside them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <vector>
+
+#include <unistd.h>
 
 #include "VeriTestSupport.h"
 #include "hdl/sv/VeriPrettyPrinter.h"
@@ -38,7 +41,7 @@ VeriModule* rootUnit() {
 const char* kConstraints = "class base; rand int a; endclass\n"
                            "class c extends base;\n"
                            "  rand int x, y; rand bit [3:0] arr [4]; rand bit b; int w = 2;\n"
-                           "  constraint k1 { x inside {[1:5], 7}; y dist {0 := 1, [1:9] :/ w}; }\n"
+                           "  constraint k1 { x inside {[1:5], 7}; y dist {0 := 1, [1:9] :/ w, default :/ 1}; }\n"
                            "  constraint k2 { soft x < 10; b -> y == 0; b -> { x > 1; y > 1; } }\n"
                            "  constraint k3 { if (b) x == 1; else { x == 2; y == 3; } }\n"
                            "  constraint k4 { foreach (arr[i]) arr[i] < i; unique {x, y}; }\n"
@@ -108,7 +111,8 @@ TEST(VeriConstraints, PrintParsesBackToTheSamePrint) {
         second += VeriPrettyPrinter::toString(*veritest::unit("m"));
         EXPECT_EQ(first, second);
         // The print keeps what matters: weights, soft, the start production.
-        for (const char* part : {":/", ":=", "soft", "solve", "rand join", "randsequence (main)", "endcase"})
+        for (const char* part :
+             {":/", ":=", "default :/ 1", "soft", "solve", "rand join", "randsequence (main)", "endcase"})
             if (std::string(source).find(part) != std::string::npos) {
                 EXPECT_NE(first.find(part), std::string::npos) << part;
             }
@@ -261,6 +265,115 @@ TEST(VeriRandCheck, RandcVariablesTakeNoOrderSoftOrDist) {
                 "4 VERI-1593 soft constraint on randc variable 'r'", "4 VERI-1594 distribution on randc variable 'r'",
                 "5 VERI-1593 soft constraint on randc variable 'b2'",
                 "5 VERI-1593 soft constraint on randc variable 'r'"}));
+}
+
+TEST(VeriRandCheck, InlineConstraintsLookUpTheRandomizedObjectFirst) {
+    const std::string classes = "class a;\n"
+                                "  rand int x, y; randc bit [3:0] r;\n"
+                                "  function void go(int k);\n"
+                                "%s"
+                                "  endfunction\n"
+                                "endclass\n"
+                                "class b extends a; endclass\n"
+                                "module m;\n"
+                                "  a obj = new; b d = new; int r, z;\n"
+                                "  initial begin\n"
+                                "%s"
+                                "  end\n"
+                                "endmodule\n";
+    auto text = [&](const std::string& method, const std::string& initial) {
+        std::string t = classes;
+        t.replace(t.find("%s"), 2, method);
+        t.replace(t.find("%s"), 2, initial);
+        return t;
+    };
+    EXPECT_EQ(errorsOf(text("    void'(randomize() with { x dist {1 := 1, default :/ 2}; soft y > k; r < 5; });\n"
+                            "    void'(this.randomize() with { solve x before y; r inside {[1:3]}; });\n",
+                            "    void'(obj.randomize() with { x < 3; r != 2; y dist {[0:3] :/ 1}; });\n"
+                            "    void'(std::randomize(z) with { z dist {1 := 1, default :/ 1}; soft z > 0; });\n"
+                            "    void'(obj.randomize() with (x) { soft r > 0; x dist {r := 1}; });\n"
+                            "    void'(d.randomize() with { soft local::r > 0; solve x before y; });\n")),
+              Errors{});
+    EXPECT_EQ(
+        errorsOf(text("    void'(randomize() with { r dist {1 := 1, default :/ 2}; });\n"
+                      "    void'(this.randomize() with { soft r > k; });\n",
+                      "    void'(d.randomize() with { solve x before r; });\n"
+                      "    void'(obj.randomize() with (r) { soft r < 3; });\n"
+                      "    void'(obj.randomize() with { soft r > 0; });\n")),
+        // The module is checked at its end, the file's classes at the end of the file.
+        (Errors{"12 VERI-1592 randc variable 'r' cannot be ordered by solve-before",
+                "13 VERI-1593 soft constraint on randc variable 'r'",
+                "14 VERI-1593 soft constraint on randc variable 'r'", "4 VERI-1594 distribution on randc variable 'r'",
+                "5 VERI-1593 soft constraint on randc variable 'r'"}));
+    // A default weight goes with :/ alone, and only as a weighted item.
+    EXPECT_FALSE(
+        veritest::analyzeSyntax("class c; rand int x; constraint k { x dist {1 := 1, default := 2}; } endclass\n"));
+    EXPECT_FALSE(veritest::analyzeSyntax("class c; rand int x; constraint k { x dist {1 := 1, default}; } endclass\n"));
+}
+
+// common_cells' FIFO test draws its actions from a class with a distribution: silent as
+// written and with an inline distribution added; an action declared randc is reported at
+// the class constraint and at the inline constraint.
+TEST(VeriRandCheck, BrokenRandomizationOfCorpusIsReported) {
+    std::ifstream in(std::filesystem::path(SIFT_SHARED_DIR) / "corpus/common_cells/test/cc_fifo_tb.sv",
+                     std::ios::binary);
+    if (!in) GTEST_SKIP() << "corpus not present";
+    // The test's helper package is not part of the corpus: a stand-in with the task it uses.
+    const std::string helper = "package rand_verif_pkg;\n"
+                               "  task automatic rand_wait(input int unsigned min, max, ref logic clk); endtask\n"
+                               "endpackage\n";
+    const std::string file((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    auto lineOf = [](const std::string& text, const std::string& part) {
+        size_t at = text.find(part);
+        EXPECT_NE(at, std::string::npos) << part;
+        return std::to_string(1 + std::count(text.begin(), text.begin() + std::min(at, text.size()), '\n'));
+    };
+    auto replaced = [](std::string text, const std::string& from, const std::string& to) {
+        size_t at = text.find(from);
+        EXPECT_NE(at, std::string::npos) << from;
+        if (at != std::string::npos) text.replace(at, from.size(), to);
+        return text;
+    };
+    EXPECT_EQ(errorsOf(helper + file), Errors{});
+    const std::string inlined = replaced(helper + file, "rand_act.randomize();",
+                                         "rand_act.randomize() with { action dist {0 := 1, default :/ 3}; };");
+    EXPECT_EQ(errorsOf(inlined), Errors{});
+    const std::string randc = replaced(inlined, "rand logic [1:0] action;", "randc logic [1:0] action;");
+    EXPECT_EQ(errorsOf(randc),
+              (Errors{lineOf(randc, "action dist {\n") + " VERI-1594 distribution on randc variable 'action'",
+                      lineOf(randc, "randomize() with") + " VERI-1594 distribution on randc variable 'action'"}));
+}
+
+// Files analysed as one compilation unit: an extern constraint's body may stand in a
+// later file; a body of another name leaves the prototype undefined.
+TEST(VeriRandCheck, ExternConstraintBodiesInALaterFileOfTheUnit) {
+    namespace fs = std::filesystem;
+    const fs::path dir = fs::temp_directory_path() / ("veri_extern_" + std::to_string(::getpid()));
+    fs::create_directories(dir);
+    auto write = [&](const char* name, const std::string& text) {
+        std::ofstream(dir / name) << text;
+        return (dir / name).string();
+    };
+    const std::string cls = write("cls.sv", "class c;\n  rand int x;\n  extern constraint lo;\nendclass\n");
+    const std::string body = write("body.sv", "module top; c obj = new; endmodule\nconstraint c::lo { x > 0; }\n");
+    const std::string other = write("other.sv", "module top; c obj = new; endmodule\nconstraint c::hi { x > 0; }\n");
+    auto errors = [&](const std::vector<std::string>& files) {
+        veri_file::Reset();
+        veritest::diagnostics().clear();
+        Message::RegisterCallBackMsg(veritest::collect);
+        veri_file::AnalyzeMultipleFiles(files, SYSTEM_VERILOG, "work");
+        Message::RegisterCallBackMsg(nullptr);
+        Errors out;
+        for (const veritest::Diagnostic& d : veritest::diagnostics())
+            if (d.type == MSG_ERROR) out.push_back(std::to_string(d.line) + " " + d.id + " " + d.text);
+        return out;
+    };
+    EXPECT_EQ(errors({cls, body}), Errors{});
+    EXPECT_EQ(errors({cls, other}), Errors{"3 VERI-1590 extern constraint 'lo' of class 'c' is never defined"});
+    // A body that does not parse may still be the one: only its syntax error is told.
+    const std::string broken = write("broken.sv", "constraint c::lo { x > ; }\n");
+    EXPECT_EQ(errors({cls, broken}), Errors{"1 VERI-1500 syntax error near ';', expecting an expression"});
+    fs::remove_all(dir);
 }
 
 // Real text of the sv-tests suite, legal as written, broken by one word.

@@ -200,3 +200,41 @@ TEST(VeriSemanticCheck, CorpusOutputPortMadeANetIsReported) {
     EXPECT_EQ(expected.size(), 2u);
     EXPECT_EQ(errorsOf(text), expected);
 }
+
+// A syntax error costs the checks of the unit or compilation-unit item it stands in, and
+// no others: the items of the file's own scope that parsed are judged all the same.
+TEST(VeriSemanticCheck, ItemsThatParseAreCheckedBesideOnesThatDoNot) {
+    EXPECT_EQ(errorsOf("module broken; initial x = ; endmodule\n"
+                       "class k; function int randomize(); return 0; endfunction endclass\n"
+                       "typedef enum {A, B} e_t;\n"
+                       "function automatic e_t pick(int i); return i; endfunction\n"
+                       "class bad; function int rand_mode(); return 0 endfunction endclass\n"
+                       "module m; wire w; initial w = 1; endmodule\n"),
+              (Errors{"1 VERI-1500 syntax error near ';', expecting an expression",
+                      "5 VERI-1500 syntax error near 'endfunction', expecting ;",
+                      "6 VERI-1520 procedural assignment to net 'w'",
+                      "2 VERI-1516 built-in method 'randomize' cannot be overridden",
+                      "4 VERI-1522 enum function 'pick' returns a value that is not of its enum type; a cast is "
+                      "needed"}));
+}
+
+// picorv32.v with its output port made a net, and a syntax error in a later module of
+// the same file: both are reported.
+TEST(VeriSemanticCheck, CorpusUnitsAreCheckedBesideABrokenOne) {
+    std::ifstream in(std::filesystem::path(SIFT_SHARED_DIR) / "corpus/picorv32/picorv32.v", std::ios::binary);
+    if (!in) GTEST_SKIP() << "corpus not present";
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    size_t at = text.find("output reg trap,");
+    ASSERT_NE(at, std::string::npos);
+    text.replace(at, 16, "output trap,");
+    size_t later = text.find("wire        mem_valid;", text.find("module picorv32_axi #("));
+    ASSERT_NE(later, std::string::npos);
+    text.erase(later + 21, 1);
+    unsigned nets = 0, syntax = 0;
+    for (const std::string& e : errorsOf(text)) {
+        nets += e.find("VERI-1520 procedural assignment to net 'trap'") != std::string::npos;
+        syntax += e.find("VERI-1500") != std::string::npos;
+    }
+    EXPECT_EQ(nets, 2u);
+    EXPECT_GE(syntax, 1u);
+}

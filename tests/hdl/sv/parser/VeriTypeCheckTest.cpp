@@ -38,7 +38,7 @@ TEST(VeriTypeCheck, EnumVariablesTakeTheirOwnTypeOrACast) {
                                 "    n = s.next(); n = T'(1); t = 1; q = PB; q = p::PA; f = Y;\n"
                                 "    if (s == 1 || s inside {A, B} || s != f) i = s;\n"
                                 "    case (s) A: i = 0; default: i = 1; endcase\n"
-                                "    s++; i = int'(s) + 1;\n"
+                                "    i = int'(s) + 1; s = e_t'(s + 1);\n"
                                 "  end\n"
                                 "endmodule\n"),
               Errors{});
@@ -96,6 +96,151 @@ TEST(VeriTypeCheck, StreamsFitTheirTargetAndPatternsTheirArray) {
                       "8 VERI-1523 streaming concatenation of 96 bits is wider than the 32 bits of 'd'",
                       "9 VERI-1523 streaming concatenation of 17 bits is wider than the 16 bits of 'h'",
                       "10 VERI-1524 assignment pattern of 3 items for 'two', an unpacked array of 2 elements"}));
+}
+
+TEST(VeriTypeCheck, EnumsAreSteppedPassedAndReturnedOnlyWithTheirType) {
+    const std::string header =
+        "module m;\n"
+        "  typedef enum {A, B, C} e_t;\n"
+        "  typedef enum logic [1:0] {X, Y} f_t;\n"
+        "  function automatic e_t next(e_t e, int step = 1); return e_t'(e + step); endfunction\n"
+        "  function automatic int count(input e_t e); return int'(e); endfunction\n"
+        "  task automatic show(e_t e, output e_t o); o = e; endtask\n"
+        "  e_t s, n; f_t f; int i;\n";
+    EXPECT_EQ(errorsOf(header + "  function automatic e_t first(int k); if (k) return n; return A; endfunction\n"
+                                "  function automatic int last(); return 2; endfunction\n"
+                                "  initial begin\n"
+                                "    i++; --i; s = next(s); s = next(.e(B)); n = first(0); i = count(s);\n"
+                                "    show(A, n); show(.e(n), .o(s)); show(s, i); s = next(s, 2);\n"
+                                "    for (int k = 0; k < 3; k++) n = e_t'(k);\n"
+                                "    s = s.next(); i = count(e_t'(i)); s = next(first(1));\n"
+                                "  end\n"
+                                "endmodule\n"),
+              Errors{});
+    EXPECT_EQ(errorsOf(header + "  function automatic e_t bad(int k); if (k) return 0; return Y; endfunction\n"
+                                "  initial begin\n"
+                                "    s++; --n; i = s++ + 1;\n"
+                                "    s = next(1); s = next(X); i = count(.e(i)); show(f, n);\n"
+                                "    for (s = A; s != C; s++) i = 0;\n"
+                                "  end\n"
+                                "endmodule\n"),
+              (Errors{"8 VERI-1522 enum function 'bad' returns a value that is not of its enum type; a cast is needed",
+                      "8 VERI-1522 enum function 'bad' returns a value of another enum type",
+                      "10 VERI-1522 enum variable 's' cannot be stepped by ++; a cast is needed",
+                      "10 VERI-1522 enum variable 'n' cannot be stepped by --; a cast is needed",
+                      "10 VERI-1522 enum variable 's' cannot be stepped by ++; a cast is needed",
+                      "11 VERI-1522 enum argument 'e' of 'next' is given a value that is not of its enum type; a cast "
+                      "is needed",
+                      "11 VERI-1522 enum argument 'e' of 'next' is given a value of another enum type",
+                      "11 VERI-1522 enum argument 'e' of 'count' is given a value that is not of its enum type; a cast "
+                      "is needed",
+                      "11 VERI-1522 enum argument 'e' of 'show' is given a value of another enum type",
+                      "12 VERI-1522 enum variable 's' cannot be stepped by ++; a cast is needed"}));
+}
+
+TEST(VeriTypeCheck, BracesFillUnpackedArraysElementByElementAndNoUnpackedStruct) {
+    EXPECT_EQ(errorsOf("module m;\n"
+                       "  typedef struct { int a; int b; } s_t;\n"
+                       "  typedef struct packed { logic [3:0] a, b; } p_t;\n"
+                       "  int a, b; int two[2], three[3], q[$], dyn[]; logic [7:0] bytes[4]; s_t s; p_t p;\n"
+                       "  localparam int L[3] = {1, 2, 3};\n"
+                       "  parameter int N = 2;\n"
+                       "  int byN[N] = {1, 2, 3}; int grid[2][2] = {two, two}; s_t pairs[2] = {s, s};\n"
+                       "  initial begin\n"
+                       "    two = {a, b}; three = {two, a}; three = {1, two}; q = {a, b, two}; dyn = {three, two};\n"
+                       "    bytes = {8'h1, 8'h2, a[7:0], bytes[3]}; p = {4'h1, 4'h2}; two = {a[0], three[1]};\n"
+                       "    s = '{1, 2}; three = {L[0], N, 3}; bytes = {4{8'h0}}; two = {f(), a};\n"
+                       "  end\n"
+                       "  function automatic int f(); return 0; endfunction\n"
+                       "endmodule\n"),
+              Errors{});
+    EXPECT_EQ(errorsOf("module m;\n"
+                       "  typedef struct { int a; int b; } s_t;\n"
+                       "  int a, b; int two[2], three[3]; s_t s;\n"
+                       "  localparam int L[3] = {1, 2};\n"
+                       "  s_t t = {a, b};\n"
+                       "  initial begin\n"
+                       "    two = {a, b, a}; three = {two}; two = {three, a};\n"
+                       "    s = {1, 2};\n"
+                       "  end\n"
+                       "endmodule\n"),
+              (Errors{"4 VERI-1524 unpacked array concatenation of 2 elements for 'L', an unpacked array of 3 elements",
+                      "5 VERI-1529 unpacked struct 't' cannot be assigned a concatenation; it needs an assignment "
+                      "pattern '{...}",
+                      "7 VERI-1524 unpacked array concatenation of 3 elements for 'two', an unpacked array of 2 "
+                      "elements",
+                      "7 VERI-1524 unpacked array concatenation of 2 elements for 'three', an unpacked array of 3 "
+                      "elements",
+                      "7 VERI-1524 unpacked array concatenation of 4 elements for 'two', an unpacked array of 2 "
+                      "elements",
+                      "8 VERI-1529 unpacked struct 's' cannot be assigned a concatenation; it needs an assignment "
+                      "pattern '{...}"}));
+}
+
+// Real text with one edit, and the line of the edit.
+struct Variant {
+    std::string text;
+    std::string line;
+};
+
+std::string readCorpus(const char* path) {
+    std::ifstream in(std::filesystem::path(SIFT_SHARED_DIR) / "corpus" / path, std::ios::binary);
+    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+Variant edit(const std::string& text, const std::string& from, const std::string& to) {
+    size_t at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    if (at == std::string::npos) return {text, "0"};
+    std::string variant = text;
+    variant.replace(at, from.size(), to);
+    return {variant, std::to_string(1 + std::count(text.begin(), text.begin() + at, '\n'))};
+}
+
+// The errors of a text read with one include folder.
+Errors errorsWithIncludes(const std::string& text, const std::string& includeDir) {
+    veri_file::Reset();
+    veritest::diagnostics().clear();
+    veri_file::AddIncludeDir(includeDir.c_str());
+    veritest::analyze(text, "work", false);
+    Errors out;
+    for (const veritest::Diagnostic& d : veritest::diagnostics())
+        if (d.type == MSG_ERROR) out.push_back(std::to_string(d.line) + " " + d.id + " " + d.text);
+    return out;
+}
+
+// FPnew's package steps loop variables, passes formats to functions and returns operation
+// groups: silent as written; an enum loop variable stepped by ++, a format argument
+// without its cast, and an operation returned as a group are each reported at their line.
+TEST(VeriTypeCheck, BrokenEnumUsesOfCorpusAreReported) {
+    const std::string text = readCorpus("cv32e40p/rtl/vendor/pulp_platform_fpnew/src/fpnew_pkg.sv");
+    if (text.empty()) GTEST_SKIP() << "corpus not present";
+    EXPECT_EQ(errorsOf(text), Errors{});
+    Variant loop = edit(text, "for (int unsigned fmt = 0;", "for (fp_format_e fmt = FP32;");
+    EXPECT_EQ(errorsOf(loop.text), Errors{loop.line + " VERI-1522 enum variable 'fmt' cannot be stepped by ++; a cast "
+                                                      "is needed"});
+    Variant arg = edit(text, "exp_bits(fp_format_e'(fmt))", "exp_bits(fmt)");
+    EXPECT_EQ(errorsOf(arg.text), Errors{arg.line + " VERI-1522 enum argument 'fmt' of 'exp_bits' is given a value "
+                                                    "that is not of its enum type; a cast is needed"});
+    Variant ret = edit(text, "return ADDMUL;", "return FMADD;");
+    EXPECT_EQ(errorsOf(ret.text),
+              Errors{ret.line + " VERI-1522 enum function 'get_opgroup' returns a value of another enum type"});
+}
+
+// common_cells' LFSR fills its table of masks with an assignment pattern; braces without
+// the apostrophe are a concatenation of the same elements and stay silent, one element
+// short is reported.
+TEST(VeriTypeCheck, BrokenArrayConcatenationOfCorpusIsReported) {
+    const std::string text = readCorpus("common_cells/src/cc_lfsr.sv");
+    if (text.empty()) GTEST_SKIP() << "corpus not present";
+    const std::string include = std::string(SIFT_SHARED_DIR) + "/corpus/common_cells/include";
+    EXPECT_EQ(errorsWithIncludes(text, include), Errors{});
+    Variant braces = edit(text, "Masks [4:64] = '{64'hC,", "Masks [4:64] = {64'hC,");
+    EXPECT_EQ(errorsWithIncludes(braces.text, include), Errors{});
+    Variant shorter = edit(braces.text, "Masks [4:64] = {64'hC,", "Masks [4:64] = {");
+    EXPECT_EQ(errorsWithIncludes(shorter.text, include),
+              Errors{shorter.line + " VERI-1524 unpacked array concatenation of 60 elements for 'Masks', an "
+                                    "unpacked array of 61 elements"});
 }
 
 // cv32e40p's instruction aligner keeps its state in an enum: the file as written is

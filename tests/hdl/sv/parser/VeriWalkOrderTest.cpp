@@ -56,6 +56,31 @@ TEST(VeriTreeWalk, MixedItemsAreVisitedInSourceOrder) {
     }
 }
 
+// A class's #(...) parameters stand before `extends` and `implements` and are reached
+// first; the class's own items follow.
+TEST(VeriTreeWalk, ClassParametersComeBeforeItsBaseClasses) {
+    ASSERT_TRUE(veritest::analyze("interface class i #(type T = int); endclass\n"
+                                  "class base #(int W = 1); endclass\n"
+                                  "module m;\n"
+                                  "  class c #(int N = 4, type T = bit)\n"
+                                  "    extends base #(N)\n"
+                                  "    implements i #(T);\n"
+                                  "    T data [N];\n"
+                                  "  endclass\n"
+                                  "endmodule\n"));
+    StartRecorder rec;
+    rec.TraverseNode(veritest::unit("m"));
+    ASSERT_GT(rec.starts.size(), 8u);
+    for (size_t i = 1; i < rec.starts.size(); ++i)
+        EXPECT_LE(rec.starts[i - 1].first, rec.starts[i].first)
+            << rec.starts[i - 1].second << " at line " << rec.starts[i - 1].first.first << " before "
+            << rec.starts[i].second << " at line " << rec.starts[i].first.first;
+    std::vector<uint32_t> lines;
+    for (const auto& s : rec.starts)
+        if (lines.empty() || lines.back() != s.first.first) lines.push_back(s.first.first);
+    EXPECT_EQ(lines, (std::vector<uint32_t>{3, 4, 5, 6, 7}));
+}
+
 TEST(VeriTreeWalk, ItemKindsInTheirSourceOrder) {
     ASSERT_TRUE(veritest::analyze("module m;\n"
                                   "  initial begin end\n"
