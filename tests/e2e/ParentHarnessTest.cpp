@@ -10,6 +10,7 @@
 #include <string>
 
 #include "SiftProcess.h"
+#include "hdl/base/Language.h"
 #include "sift/database/HADLDatabaseAPI.h"
 
 namespace {
@@ -104,6 +105,37 @@ TEST_F(ParentHarnessTest, MissingHandOverKeepsTheScriptGoing) {
     HADLDatabase out;
     ASSERT_EQ(HADLDatabaseAPI(out).deserialize(outShm), 0);
     EXPECT_NE(out.fileNames.find((dir + "/top.v").c_str()), 0u);
+}
+
+// A message without location in a run of VHDL alone (a generic of the parent's map
+// that no top has) is kept with the file the run read last, and only when the map is
+// wrong: the same map with the generic spelt right tells nothing.
+TEST_F(ParentHarnessTest, AMessageWithoutLocationIsKeptInARunOfVhdlAlone) {
+    writeFile(dir + "/fifo.vhd", "entity fifo is generic (DEPTH : positive := 4); end entity;\n"
+                                 "architecture rtl of fifo is begin end architecture;\n");
+    auto run = [&](const char* generic) {
+        HADLDatabase in;
+        in.insertFileName(dir + "/fifo.vhd", hdl::LANG_VHDL08, "work");
+        in.addGeneric(generic, "16");
+        const std::string db = dir + "/in.db", out = dir + "/out.db";
+        EXPECT_EQ(HADLDatabaseConstAPI(in).save(db), 0);
+        writeFile(dir + "/run.tcl", "sf -load " + db + "\nsf -skim\nsf -parse\nsf -elab\nsf -save " + out + "\n");
+        setenv("LOOM_DATADIR", SIFT_DATA_DIR, 1);
+        SiftResult r = runSift((dir + "/run.tcl").c_str());
+        EXPECT_EQ(r.status, 0) << r.out;
+        HADLDatabase back;
+        EXPECT_EQ(HADLDatabaseAPI(back).load(out), 0);
+        std::string told;
+        const unsigned file = back.fileNames.find((dir + "/fifo.vhd").c_str());
+        for (unsigned f = 1; f < back.fileMsgs.size(); ++f)
+            for (const HADLDatabase::Msg& m : back.fileMsgs.at(f))
+                if (m.type != 4)
+                    told += (f == file ? std::string("fifo.vhd") : back.fileNames.getString(f)) + ":" +
+                            std::to_string(m.line) + " " + back.fmtStrs.getString(m.fmtId) + "\n";
+        return told;
+    };
+    EXPECT_EQ(run("DEPTH"), "");
+    EXPECT_EQ(run("DEPHT"), "fifo.vhd:1 no top has a generic '%s'\n");
 }
 
 } // namespace

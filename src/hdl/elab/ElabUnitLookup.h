@@ -49,8 +49,10 @@ struct ElabUnitRequest {
     ColLineFile location; // of the instance, for the other language's messages
 };
 
-// Answers with the unit that the request elaborates to, or 0 when the other language
-// has no such unit either.
+// Answers with the unit that the request elaborates to, 0 when the other language has
+// no such unit either, or kElabUnitFailed when it holds the unit but could not
+// elaborate it (its own errors say why).
+constexpr ElabUnitId kElabUnitFailed = ~ElabUnitId(0);
 using ElabUnitLookup = std::function<ElabUnitId(ElabDesign&, const ElabUnitRequest&)>;
 
 } // namespace hdl

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
+#include <tuple>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -242,6 +243,14 @@ struct VeriElaborator::Impl {
     VeriConfigState config; // the configuration in force for the unit being elaborated
     // The configuration whose design cell the unit about to be elaborated is.
     const VeriConfiguration* designCellOf = nullptr;
+    // Units named after the configuration they were elaborated under: their instances
+    // bind otherwise than the plain search would (see ConfigCopyName).
+    std::unordered_set<ElabUnitId> configured;
+    // What each instance of a unit stored under a configuration's copy name binds to:
+    // its name, the module stored for it, else the unit used (a VHDL copy, an unbound
+    // unit). Units of one name with the same bindings share the name.
+    using Bindings = std::vector<std::tuple<std::string, const VeriModule*, ElabUnitId>>;
+    std::unordered_map<std::string, Bindings> configNames; // by library and copy name
     using InterfacePorts = std::vector<ElabUnit::InterfacePort>;
     const InterfacePorts* interfaces = nullptr; // those of the unit being elaborated
     InterfacePorts pendingInterfaces; // those of the unit about to be elaborated
@@ -338,6 +347,7 @@ struct VeriElaborator::Impl {
         std::vector<ElabInstance> instances;
         std::vector<InstanceRecord> records;
         std::vector<Defparam> defparams;
+        bool configured = false; // an instance binds otherwise than the plain search
     };
 
     void Error() { ++errors; }
@@ -380,6 +390,12 @@ struct VeriElaborator::Impl {
     bool ConnectInterfaces(const Unit& unit, const VeriModule* module, const VeriInstId* id, VeriFrame* frame,
                            const std::string& prefix, const std::string& instName, InterfacePorts& out);
     VeriModule* Store(VeriModule* m, const std::string& copyName, const std::vector<InstanceRecord>& records);
+    // The name of a unit elaborated under configuration `c` that binds otherwise than
+    // the plain search: `name_c_default` or `name_c(P=value,...)`; a later unit of that
+    // name whose instances bind otherwise again takes `name_c_1_default`, `name_c_2...`.
+    std::string ConfigCopyName(const VeriModule* m, const VeriConfiguration* c,
+                               const std::vector<std::pair<std::string, std::string>>& differing,
+                               const std::vector<InstanceRecord>& records);
     // A VHDL instance's actuals against the ports of the module elaborated for it.
     void CheckPortWidths(VeriModule* m, const std::unordered_map<const VeriIdDef*, Override>& overrides,
                          const ElabUnitRequest& request);
@@ -570,16 +586,9 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
             if (!v.Same(d)) differing.push_back({std::string(p->Name()), v.Image()});
         }
     }
-    // A configuration's design cell is named after both, as VHDL names an entity
-    // elaborated under a configuration declaration.
-    std::string copyName;
-    if (cellOf) {
-        const std::string base = std::string(m->Name()) + "_" + std::string(cellOf->Name());
-        copyName = differing.empty() ? base + "_default" : ElabCopyName(base, differing);
-    } else {
-        copyName = ElabCopyName(m->Name(), differing);
-    }
+    std::string copyName = ElabCopyName(m->Name(), differing);
     std::string key = (m->GetLibrary() ? m->GetLibrary()->GetName() : std::string()) + "\n" + copyName;
+    if (cellOf) key += "\ndesign cell";
     // A module with generic interface ports differs by the interfaces connected.
     for (const ElabUnit::InterfacePort& p : ownInterfaces)
         key += "\n" + p.port + "=" + std::to_string(p.unit) + "." + p.modport;
@@ -636,6 +645,11 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
     interfaces = interfacesAbove;
     inProgress.erase(key);
     --depth;
+    // A configuration's design cell is named after both, as VHDL names an entity
+    // elaborated under a configuration declaration; so is a unit below it that binds
+    // otherwise than the plain search, so that it is not taken for the plain one.
+    const VeriConfiguration* namedAfter = cellOf ? cellOf : unit.configured ? config.config : nullptr;
+    if (namedAfter) copyName = ConfigCopyName(m, namedAfter, differing, unit.records);
     ElabUnit u;
     u.language = ElabLanguage::Verilog;
     u.library = m->GetLibrary() ? m->GetLibrary()->GetName() : std::string();
@@ -648,7 +662,27 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
     ElabUnitId id = design.Add(std::move(u));
     modules[id] = stored;
     units.emplace(key, id);
+    if (namedAfter) configured.insert(id);
     return id;
+}
+
+std::string VeriElaborator::Impl::ConfigCopyName(const VeriModule* m, const VeriConfiguration* c,
+                                                 const std::vector<std::pair<std::string, std::string>>& differing,
+                                                 const std::vector<InstanceRecord>& records) {
+    Bindings bindings;
+    for (const InstanceRecord& r : records) bindings.emplace_back(r.name, r.bound, r.bound ? 0 : r.used);
+    VeriLibrary* library = m->GetLibrary();
+    const std::string libraryName = library ? library->GetName() : std::string();
+    for (unsigned n = 0;; ++n) {
+        std::string base = std::string(m->Name()) + "_" + std::string(c->Name());
+        if (n) base += "_" + std::to_string(n);
+        std::string name = differing.empty() ? base + "_default" : ElabCopyName(base, differing);
+        // A module of the source that happens to bear the name keeps it.
+        VeriModule* held = library ? library->GetModule(name) : nullptr;
+        if (held && held->GetOriginalModuleName() != m->Name()) continue;
+        auto [known, fresh] = configNames.try_emplace(libraryName + "\n" + name, bindings);
+        if (fresh || known->second == bindings) return name;
+    }
 }
 
 void VeriElaborator::Impl::Walk(Unit& unit, const ArenaArray<VeriModuleItem*>& items, VeriFrame* frame,
@@ -853,10 +887,14 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
     }
     // Under a configuration each instance is bound by its own path (below); a library
     // written in front of the module beats `uselib directives, which beat the search.
-    VeriModule* bound = nullptr;
-    if (!config.config && library.empty() && !inst->uselib.empty()) bound = VeriUselibFind(inst->uselib, name, library);
-    else if (!config.config) bound = VeriFindModule(name, library, unit.module);
-    if (bound && bound->IsPrimitive()) bound = nullptr; // user primitives are leaves, not instances
+    // Under a configuration the plain choice tells whether the configuration changed
+    // anything below the unit.
+    std::string plainLibrary = library;
+    VeriModule* plain = library.empty() && !inst->uselib.empty() ? VeriUselibFind(inst->uselib, name, plainLibrary)
+                                                                 : VeriFindModule(name, library, unit.module);
+    if (plain && plain->IsPrimitive()) plain = nullptr; // user primitives are leaves, not instances
+    VeriModule* bound = config.config ? nullptr : plain;
+    if (!config.config) library = plainLibrary;
     if (!bound && (inst->GetInstantiatedModule() && inst->GetInstantiatedModule()->IsPrimitive())) return;
     if (!bound && veri_file::GetModule(name.c_str()) && veri_file::GetModule(name.c_str())->IsPrimitive()) return;
     for (const VeriInstId* id : inst->instances) {
@@ -898,6 +936,12 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                 module = choice.module && !choice.module->IsPrimitive() ? choice.module : nullptr;
                 cellLibrary = choice.library;
                 cell = choice.name;
+                const VeriUseClause* use = choice.rule ? choice.rule->use : nullptr;
+                const std::string own = unit.module->GetLibrary() ? unit.module->GetLibrary()->GetName() : "";
+                if (module != plain || cell != name || (use && (use->isConfig || !use->paramValues.Empty())) ||
+                    (!module &&
+                     (cellLibrary.empty() ? own : cellLibrary) != (plainLibrary.empty() ? own : plainLibrary)))
+                    unit.configured = true;
             }
             if (module) {
                 // Parameter values: ordered, or named (.P(v)); an empty .P() keeps the default.
@@ -1030,9 +1074,10 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                     request.ports.push_back(std::move(port));
                 }
                 if (foreign) target = foreign(design, request);
-                if (!target) {
+                if (!target || target == kElabUnitFailed) {
                     ColLineFile loc = id->Linefile();
-                    Message::Tell<veri_msg::ElabUnboundModule>(&loc, cell.c_str(), instName.c_str());
+                    if (target) Message::Tell<veri_msg::ElabForeignFailed>(&loc, cell.c_str(), instName.c_str());
+                    else Message::Tell<veri_msg::ElabUnboundModule>(&loc, cell.c_str(), instName.c_str());
                     std::string lib = cellLibrary.empty() && unit.module->GetLibrary()
                                           ? unit.module->GetLibrary()->GetName()
                                           : cellLibrary;
@@ -1040,6 +1085,7 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                 }
             }
             unit.instances.push_back({instName, target});
+            if (configured.count(target)) unit.configured = true;
             auto m = modules.find(target);
             unit.records.push_back(
                 {inst, id, instName, made || instName != id->Name(), m == modules.end() ? nullptr : m->second, target});
@@ -1209,7 +1255,8 @@ ElabUnitId VeriElaborator::ElaborateForeign(const ElabUnitRequest& request) {
     impl_->path = std::string(module->Name());
     const std::unordered_map<const VeriIdDef*, Override> values = overrides;
     ElabUnitId id = impl_->Elaborate(module, std::move(overrides), {}, module);
-    if (id) impl_->CheckPortWidths(module, values, request);
+    if (!id) return kElabUnitFailed;
+    impl_->CheckPortWidths(module, values, request);
     return id;
 }
 

@@ -806,6 +806,12 @@ struct VhdlElaborator::Impl {
                 }
                 target = foreign(design, request);
             }
+            if (target == kElabUnitFailed) {
+                // Verilog told why; the instance stays unbound without claiming the unit is missing.
+                ColLineFile loc = inst.Linefile();
+                Message::Tell<vhdl_msg::ElabForeignFailed>(&loc, name.c_str(), label.c_str());
+                target = design.Unbound(r.library, Lower(name));
+            }
             if (!target && !inst.InstantiatesComponent()) {
                 // An entity or configuration instantiation names its unit: it must exist.
                 VhdlUnitNameParts parts = VhdlSplitUnitName(inst.unit);
@@ -931,8 +937,9 @@ ElabUnitId VhdlElaborator::ElaborateForeign(const ElabUnitRequest& request) {
         // A value the instance handed over that the entity cannot take: told at the
         // instance, where the user wrote it.
         m.Report(request.location.fileId ? VhdlEvalError(e.Id(), request.location, e.Text()) : e);
-        return 0;
+        return kElabUnitFailed;
     }
+    if (!id) return kElabUnitFailed;
     m.CheckPortWidths(entity, actuals, request);
     return id;
 }

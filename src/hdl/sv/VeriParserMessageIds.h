@@ -77,6 +77,9 @@
     /* A VHDL instance of a module whose actual is not as wide as the module's port. */ \
     ID(kElabPortWidth, "VERI-1614", MSG_WARNING) \
     TEXT(ElabPortWidth, kElabPortWidth, "port '%s' of module '%s' is %s bits wide, its actual %s bits") \
+    /* An instance of a VHDL entity that VHDL holds but could not elaborate (its errors say why). */ \
+    ID(kElabForeignFailed, "VERI-1620", MSG_WARNING) \
+    TEXT(ElabForeignFailed, kElabForeignFailed, "VHDL unit '%s' of instance '%s' failed to elaborate; the instance stays unbound") \
     ID(kStoreUnreadable, "VERI-1700", MSG_ERROR)                                                           \
     TEXT(StoreCannotRestore, kStoreUnreadable, "cannot restore unit '%s' of library '%s' from '%s': %s")   \
     ID(kStoreUnwritable, "VERI-1701", MSG_ERROR)                                                           \

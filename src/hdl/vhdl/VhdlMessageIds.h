@@ -220,6 +220,10 @@
     /* A Verilog instance of an entity whose actual is not as wide as the entity's port. */               \
     ID(kElabPortWidth, "VHDL-1615", MSG_WARNING)                                                             \
     TEXT(ElabPortWidth, kElabPortWidth, "port '%s' of entity '%s' is %s bits wide, its actual %s bits")      \
+    /* An instance of a Verilog module that Verilog holds but could not elaborate (its errors say why). */ \
+    ID(kElabForeignFailed, "VHDL-1620", MSG_WARNING)                                                         \
+    TEXT(ElabForeignFailed, kElabForeignFailed,                                                              \
+         "Verilog module '%s' of instance '%s' failed to elaborate; the instance stays unbound")             \
     /* Saved libraries: a saved unit cannot be restored, a unit cannot be saved. */                         \
     ID(kStoreUnreadable, "VHDL-1700", MSG_ERROR)                                                             \
     TEXT(StoreCannotRestore, kStoreUnreadable, "cannot restore unit '%s' of library '%s' from '%s': %s")     \

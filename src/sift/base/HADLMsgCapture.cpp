@@ -68,6 +68,14 @@ void rewriteFormat(const char* format, va_list args, std::vector<std::string>& o
     formatBuffer[n] = '\0';
 }
 
+// The last file of the project's own sources, for a message that comes before any file
+// is known; empty when there is none.
+std::string lastSourceFile(const HADLDatabase& db) {
+    for (unsigned id = db.fileNames.size(); id-- > 1;)
+        if (id < db.fileAttrs.size() && !db.fileAttrs.at(id).isStdVhdl) return db.fileNames.getString(id);
+    return {};
+}
+
 unsigned fileIdFor(HADLDatabase& db, const char* name) {
     unsigned id = db.fileNames.find(name);
     if (!id) {
@@ -128,6 +136,18 @@ unsigned HADLMsgCapture::effectiveType(unsigned type, const char* id) const {
 
 void HADLMsgCapture::onMessage(hdl::msg_type_t type, const char* id, const hdl::ColLineFile* location,
                                const char* format, va_list arguments, bool errorsOnly) {
+    // The file in hand is noted whether or not the message itself counts.
+    const char* file = hdl::LineFile::GetFileName(location);
+    if (file) {
+        lastAnalyzedFile = file;
+    } else if (id && hdl::veri_msg::kAnalyzingFile == std::string_view(id)) {
+        std::vector<std::string> announced;
+        va_list copy;
+        va_copy(copy, arguments);
+        rewriteFormat(format ? format : "", copy, announced);
+        va_end(copy);
+        if (announced.size() >= 2) lastAnalyzedFile = announced[1];
+    }
     unsigned t = type;
     if (!errorsOnly) {
         if (id && allowList.size() > 1 && !allowList.find(id)) return;
@@ -140,14 +160,16 @@ void HADLMsgCapture::onMessage(hdl::msg_type_t type, const char* id, const hdl::
     va_copy(copy, arguments);
     rewriteFormat(format ? format : "", copy, args);
     va_end(copy);
-    if (id && hdl::veri_msg::kAnalyzingFile == std::string_view(id) && args.size() >= 2) lastAnalyzedFile = args[1];
-    const char* file = hdl::LineFile::GetFileName(location);
-    if (!file && lastAnalyzedFile.empty()) return;
+    if (errorsOnly) {
+        if (t == 1) database.status.isElabError = true;
+        return;
+    }
     unsigned line = hdl::LineFile::GetLineNo(location);
     std::string fmt = formatBuffer;
     std::string fileName;
     if (!file) {
-        fileName = lastAnalyzedFile;
+        fileName = lastAnalyzedFile.empty() ? lastSourceFile(database) : lastAnalyzedFile;
+        if (fileName.empty()) return; // no file at all to tell it with
         line = 1;
     } else {
         fileName = file;
@@ -166,10 +188,6 @@ void HADLMsgCapture::onMessage(hdl::msg_type_t type, const char* id, const hdl::
     for (const std::string& a : args) msg.args.push_back(database.argStrs.insert(a.c_str()));
     msg.fmtId = database.fmtStrs.insert(fmt.c_str());
     unsigned fileId = fileIdFor(database, fileName.c_str());
-    if (errorsOnly) {
-        if (t == 1) database.status.isElabError = true;
-        return;
-    }
     database.fileMsgs.at(fileId).push_back(std::move(msg));
 }
 

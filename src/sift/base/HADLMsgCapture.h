@@ -32,8 +32,10 @@ public:
                    va_list arguments, bool errorsOnly);
 
     static HADLMsgCapture* current();
-    // The file the Verilog front-end announced last (veri_msg::kAnalyzingFile); lasts the
-    // whole process.
+    // The file a message without location is stored with: the one the Verilog front-end
+    // announced last (veri_msg::kAnalyzingFile) or the file of the last located message,
+    // whichever came later; lasts the whole process. Before either, the last source file
+    // of the database stands in.
     static std::string lastAnalyzedFile;
 
     HADLDatabase& database;

@@ -8,6 +8,7 @@
 #include <boost/algorithm/string/predicate.hpp>
 
 #include "hdl/base/Language.h"
+#include "hdl/sv/VeriLibrary.h"
 #include "sift/bind/HADLBinder.h"
 #include "sift/bind/HADLIPBDTable.h"
 #include "sift/bind/HADLSketch.h"
@@ -17,6 +18,15 @@ namespace {
 std::string lower(std::string text) {
     boost::algorithm::to_lower(text);
     return text;
+}
+
+// Without configurations enabled a Verilog configuration is no unit of the run: the
+// cells it names are no mentions of its own.
+bool isIgnoredConfiguration(const HADLDatabase& db, const HADLDatabase::UnitAttr& unit) {
+    if (db.enableVhdlVerilogConfig || !hdl::IsVerilogLanguage(db.fileAttrs.at(unit.fileId).lang)) return false;
+    hdl::VeriLibrary* lib = hdl::veri_file::GetLibrary(db.objNames.getString(unit.libId));
+    const hdl::VeriModule* m = lib ? lib->GetModule(db.objNames.getString(unit.primaryId)) : nullptr;
+    return m && m->IsConfiguration();
 }
 
 class InactiveMarker {
@@ -124,7 +134,7 @@ private:
     void mark() {
         for (unsigned u = 1; u < db.unitAttrs.size(); ++u) {
             const HADLDatabase::UnitAttr& unit = db.unitAttrs.at(u);
-            if (unit.isConfig) continue;
+            if (unit.isConfig || isIgnoredConfiguration(db, unit)) continue;
             if (hdl::IsVhdlLanguage(db.fileAttrs.at(unit.fileId).lang) && !unit.secondaryId) continue;
             const unsigned r = unitToRUnit[unit.origUnitId ? unit.origUnitId : u];
             if (!r) continue;

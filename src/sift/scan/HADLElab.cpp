@@ -1,5 +1,6 @@
 #include "sift/scan/HADLElab.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <set>
@@ -76,6 +77,20 @@ const VhdlPrimaryUnit* findVhdlUnit(const std::string& name) {
 
 bool isModule(const VeriModule* m) { return m && m->GetClassId() == VeriModule::kClassId; }
 
+// Whether raw unit `r` is a Verilog configuration.
+bool isVeriConfiguration(const HADLSifter& s, unsigned r) {
+    const HADLDatabase::RUnitAttr& raw = s.rUnitAttrs.at(r);
+    const bool verilog = std::any_of(raw.fileIds.begin(), raw.fileIds.end(), [&](unsigned f) {
+        return f && f < s.fileAttrs.size() && IsVerilogLanguage(s.fileAttrs.at(f).lang);
+    });
+    if (!verilog) return false;
+    const std::string library = s.objNames.getString(raw.libId);
+    VeriLibrary* lib = veri_file::GetLibrary(library.c_str());
+    if (!lib) lib = veri_file::GetLibrary(boost::algorithm::to_lower_copy(library).c_str());
+    const VeriModule* m = lib ? lib->GetModule(s.objNames.getString(raw.primaryId)) : nullptr;
+    return m && m->IsConfiguration();
+}
+
 void printVeri(const char* label, const std::vector<VeriCandidate>& list) {
     for (const VeriCandidate& c : list) std::printf("%s%s mod:%s\n", label, c.library.c_str(), c.name.c_str());
 }
@@ -144,10 +159,12 @@ void HADLElab::doElab(const std::string& top) {
         }
     }
 
-    // A name instantiated anywhere makes no unit of that name a top.
+    // A name instantiated anywhere makes no unit of that name a top. The cells a Verilog
+    // configuration names count only where configurations are units of the run.
     std::vector<bool> topByUnit(s.rUnitAttrs.size(), true);
     std::vector<bool> topByName(s.objNames.size(), true);
     for (unsigned r = 1; r < s.rUnitAttrs.size(); ++r) {
+        if (!s.enableVhdlVerilogConfig && isVeriConfiguration(s, r)) continue;
         for (const HADLDatabase::RInstAttr& inst : s.rUnitAttrs.at(r).insts) {
             topByUnit.at(inst.targetId) = false;
             topByName.at(s.rUnitAttrs.at(inst.targetId).primaryId) = false;
@@ -212,16 +229,16 @@ void HADLElab::doElab(const std::string& top) {
          {kVeri1236, kVeri1245, kVeri1261, kVeri1871, kVeri1801, kVeri9003, v::kElabUnbound, v::kElabAssertion})
         capture.allow(id);
     // Our elaboration's own errors: evaluation, binding and its bounds.
-    for (const MessageId& id :
-         {v::kElabNotStatic, v::kElabDivision, v::kElabRange, v::kElabIndex, v::kElabLoopBound, v::kElabCallDepth,
-          v::kElabNoReturn, v::kElabNoGeneric, v::kElabNoValue, v::kElabInstanceDepth, v::kElabTopGeneric,
-          v::kElabConfiguration, v::kElabSteps, v::kElabNoTop, v::kElabForeignTop, v::kElabPortWidth})
+    for (const MessageId& id : {v::kElabNotStatic, v::kElabDivision, v::kElabRange, v::kElabIndex, v::kElabLoopBound,
+                                v::kElabCallDepth, v::kElabNoReturn, v::kElabNoGeneric, v::kElabNoValue,
+                                v::kElabInstanceDepth, v::kElabTopGeneric, v::kElabConfiguration, v::kElabSteps,
+                                v::kElabNoTop, v::kElabForeignTop, v::kElabPortWidth, v::kElabForeignFailed})
         capture.allow(id);
     namespace sv = hdl::veri_msg;
     for (const MessageId& id :
          {sv::kElabNotConstant, sv::kElabDivision, sv::kElabLoopBound, sv::kElabCallDepth, sv::kElabNoParameter,
           sv::kElabUnboundModule, sv::kElabInstanceDepth, sv::kElabNoTop, sv::kElabTopParameter, sv::kElabSteps,
-          sv::kElabDefparam, sv::kElabFunctionNoReturn, sv::kElabPortWidth})
+          sv::kElabDefparam, sv::kElabFunctionNoReturn, sv::kElabPortWidth, sv::kElabForeignFailed})
         capture.allow(id);
 
     // A later entry of one name replaces an earlier one; one without value takes it away.

@@ -163,6 +163,70 @@ TEST_F(ElabMixedTest, AVerilogConfigurationTopElaboratesItsDesignCell) {
     veri_file::Reset();
 }
 
+// A unit that the other language holds but cannot elaborate: its own error stays, and
+// the instance says that it failed, not that its unit is missing. A FIFO wrapper gives
+// its VHDL FIFO a depth the generic's subtype refuses; a Verilog module and a VHDL
+// entity that instantiate each other with a count that does not go down recurse.
+const char* const kFailVerilog = R"(
+module fifo_wrap;
+  vfifo #(.DEPTH(8)) f ();
+endmodule
+module vrec #(parameter int N = 2) ();
+  if (N > 0) begin : g
+    erec #(.N(N - 1)) e ();
+  end
+endmodule
+)";
+
+const char* const kFailVhdl = R"(
+entity vfifo is generic (DEPTH : positive := 4); end;
+architecture rtl of vfifo is begin end;
+entity erec is generic (N : natural := 1); end;
+architecture rtl of erec is
+  component vrec is generic (N : integer := 0); end component;
+begin
+  g: if N > 0 generate
+    v: vrec generic map (N => N - 1);
+  end generate;
+end;
+)";
+
+// The messages of elaborating both tops: "ID line", one a line.
+std::string FailMessages(const std::string& from = "", const std::string& to = "") {
+    std::string verilog = kFailVerilog, vhdl = kFailVhdl;
+    for (std::string* text : {&verilog, &vhdl}) {
+        const size_t at = from.empty() ? std::string::npos : text->find(from);
+        if (at != std::string::npos) text->replace(at, from.size(), to);
+    }
+    veri_file::Reset();
+    EXPECT_TRUE(veri_file::AnalyzeText(verilog, "fail.sv", SYSTEM_VERILOG, "fail"));
+    EXPECT_EQ(test::AnalyzeVhdl(vhdl, "fail"), "");
+    ElabDesign design;
+    std::vector<ElabUnitId> verilogUnits, vhdlUnits;
+    test::MessageCapture messages;
+    ElaborateMixedHdlMultipleTopsStatic(design, {{"fifo_wrap", "fail", ""}, {"vrec", "fail", ""}}, {}, nullptr,
+                                        verilogUnits, vhdlUnits);
+    EXPECT_EQ(verilogUnits.size(), 2u);
+    std::string out;
+    for (const auto& m : messages.All()) out += m.id + " " + std::to_string(m.line) + "\n";
+    return out;
+}
+
+TEST_F(ElabMixedTest, AUnitTheOtherLanguageFailsToElaborateIsNotCalledMissing) {
+    EXPECT_EQ(FailMessages(), "");
+    // A depth of 0 for a positive generic: the VHDL range error at the instance, then
+    // the Verilog side's word that the entity failed, and no "not found".
+    EXPECT_EQ(FailMessages("DEPTH(8)", "DEPTH(0)"), "VHDL-1602 3\nVERI-1620 3\n");
+    // A count that does not go down: Verilog stops the recursion, VHDL says the module
+    // failed rather than that nothing binds its component.
+    EXPECT_EQ(FailMessages("(N => N - 1)", "(N => N + 1)"), "VERI-1606 5\nVHDL-1620 9\n");
+    // A module no library holds is still told as missing.
+    const std::string told = FailMessages("vfifo #(.DEPTH(8))", "vfifo_x #(.DEPTH(8))");
+    EXPECT_NE(told.find("VERI-1605 3\n"), std::string::npos) << told;
+    EXPECT_EQ(told.find("VERI-1620"), std::string::npos) << told;
+    veri_file::Reset();
+}
+
 // Port widths across the languages: each side checks the actuals of the other's instance
 // against the ports of the copy it elaborated, as a mixed simulator does when it
 // connects them. The design is silent; each broken variant is told at its instance.

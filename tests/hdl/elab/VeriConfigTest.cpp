@@ -60,11 +60,14 @@ TEST_F(VeriConfigTest, InstanceRulesBeatCellRulesBeatTheDefault) {
 }
 
 TEST_F(VeriConfigTest, AnInstanceLiblistIsInheritedAndSplitsSharedUnits) {
-    // m1 and m2 are the same module with the same parameters, yet what is below differs.
+    // m1 and m2 are the same module with the same parameters, yet what is below differs:
+    // lib1's mid gets a leaf the plain search would not give it, so it is named after
+    // the configuration; lib2's mid binds as the plain search does and keeps its name.
     std::string hier = Configured("default liblist lib1 lib2; instance top.m2 liblist lib2;"
                                   "instance top.m1.l use lib2.leaf .W(3);");
     EXPECT_TRUE(ok) << hier;
-    EXPECT_NE(hier.find("top.m1\tmid\tmid\ntop.m1.l\tleaf\tleaf(W=3)\ntop.m1.l.y\ttwo\ttwo\n"), std::string::npos)
+    EXPECT_NE(hier.find("top.m1\tmid\tmid_cfg_default\ntop.m1.l\tleaf\tleaf(W=3)\ntop.m1.l.y\ttwo\ttwo\n"),
+              std::string::npos)
         << hier;
     EXPECT_NE(hier.find("top.m2\tmid\tmid\ntop.m2.l\tleaf\tleaf\ntop.m2.l.y\ttwo\ttwo\n"), std::string::npos) << hier;
     EXPECT_NE(hier.find("top.u1.x\tone\tone\n"), std::string::npos) << hier;
@@ -76,9 +79,66 @@ TEST_F(VeriConfigTest, UseRenamesTheCellOrHandsOverToAnotherConfiguration) {
                                   "instance top.m1 use work.inner:config;");
     EXPECT_TRUE(ok) << hier;
     EXPECT_NE(hier.find("top.u2\talt\talt\n"), std::string::npos) << hier;
-    // Below m1 the inner configuration rules: its design cell, its default liblist.
-    EXPECT_NE(hier.find("top.m1\tsub\tsub\ntop.m1.s\tleaf\tleaf\ntop.m1.s.y\ttwo\ttwo\n"), std::string::npos) << hier;
+    // Below m1 the inner configuration rules: its design cell, its default liblist; the
+    // cell binds otherwise than the plain search and is named after that configuration.
+    EXPECT_NE(hier.find("top.m1\tsub\tsub_inner_default\ntop.m1.s\tleaf\tleaf\ntop.m1.s.y\ttwo\ttwo\n"),
+              std::string::npos)
+        << hier;
     EXPECT_NE(hier.find("top.m2.l.x\tone\tone\n"), std::string::npos) << hier;
+}
+
+// A module reached inside the configuration and outside it, or twice inside with
+// different bindings below, is one unit per binding: the plain search's keeps the
+// module's name, each other binding gets one after the configuration, and the stored
+// modules (what the scanner binds from) hold each its own binding.
+TEST_F(VeriConfigTest, UnitsThatBindOtherwiseAreNamedAfterTheConfiguration) {
+    Analyze("module wrap; sub s1 (); sub s2 (); sub s3 (); endmodule\nmodule bench; sub b (); endmodule\n");
+    const std::string rules = "default liblist work lib1 lib2; cell leaf use lib2.leaf;"
+                              "instance wrap.s2.s use lib2.leaf #(.W(2)); instance wrap.s3.s use lib1.leaf;";
+    Analyze("config c; design work.wrap; " + rules + " endconfig\n");
+    const std::string expected = "bench\tbench\tbench\n"
+                                 "bench.b\tsub\tsub\n"
+                                 "bench.b.s\tleaf\tleaf\n"
+                                 "bench.b.s.x\tone\tone\n"
+                                 "wrap\twrap\twrap_c_default\n"
+                                 "wrap.s1\tsub\tsub_c_default\n"
+                                 "wrap.s1.s\tleaf\tleaf\n"
+                                 "wrap.s1.s.y\ttwo\ttwo\n"
+                                 "wrap.s2\tsub\tsub_c_1_default\n"
+                                 "wrap.s2.s\tleaf\tleaf(W=2)\n"
+                                 "wrap.s2.s.y\ttwo\ttwo\n"
+                                 "wrap.s3\tsub\tsub\n"
+                                 "wrap.s3.s\tleaf\tleaf\n"
+                                 "wrap.s3.s.x\tone\tone\n";
+    EXPECT_EQ(Hier({"bench", "c"}), expected);
+    EXPECT_TRUE(ok);
+    // What each stored `sub` instantiates: lib1's leaf in the plain one, lib2's in the
+    // configuration's, the W=2 copy in the second.
+    auto leafOf = [](const char* name) -> std::string {
+        const VeriModule* m = veri_file::GetLibrary("work")->GetModule(name);
+        if (!m) return "none";
+        for (const VeriModuleItem* item : m->items)
+            if (auto* inst = dynamic_cast<const VeriModuleInstantiation*>(item)) {
+                const VeriModule* bound = inst->GetInstantiatedModule();
+                return bound ? bound->GetLibrary()->GetName() + "." + std::string(bound->Name()) : "unbound";
+            }
+        return "no instance";
+    };
+    EXPECT_EQ(leafOf("sub"), "lib1.leaf");
+    EXPECT_EQ(leafOf("sub_c_default"), "lib2.leaf");
+    EXPECT_EQ(leafOf("sub_c_1_default"), "lib2.leaf(W=2)");
+    const VeriModule* copy = veri_file::GetLibrary("work")->GetModule("sub_c_1_default");
+    ASSERT_NE(copy, nullptr);
+    EXPECT_EQ(copy->GetOriginalModuleName(), "sub");
+    // The names do not hang on the order of the tops.
+    veri_file::Reset();
+    SetUp();
+    Analyze("module wrap; sub s1 (); sub s2 (); sub s3 (); endmodule\nmodule bench; sub b (); endmodule\n");
+    Analyze("config c; design work.wrap; " + rules + " endconfig\n");
+    std::string reversed = Hier({"c", "bench"});
+    const size_t split = expected.find("wrap\t");
+    EXPECT_EQ(reversed, expected.substr(split) + expected.substr(0, split));
+    EXPECT_EQ(leafOf("sub"), "lib1.leaf");
 }
 
 TEST_F(VeriConfigTest, CellsMissingFromTheListedLibrariesAreReported) {

@@ -89,19 +89,48 @@ TEST_F(MsgCaptureTest, LengthModifiersAndWidthsAreKeptAsTextAndFetchNothing) {
         EXPECT_STREQ(db.argStrs.getString(m.args[i]), i == 7 ? "text" : "") << i;
 }
 
-TEST_F(MsgCaptureTest, MessagesWithoutLocationFollowTheAnnouncedFile) {
+// A message without location is kept with the last file known: before any, the last
+// source file of the database; then the file the Verilog side announced or the file of
+// the last located message (a VHDL run announces none), whichever came later.
+TEST_F(MsgCaptureTest, MessagesWithoutLocationFollowTheLastKnownFile) {
+    db.insertFileName("std.vhd", 9, "std");
+    db.fileAttrs.at(db.fileNames.find("std.vhd")).isStdVhdl = true;
     HADLMsgCapture capture(db);
     capture.start(3, false);
-    Message::Error("VERI-6", nullptr, "lost");
+    Message::Error("VERI-6", nullptr, "first");
     Message::Info("VERI-1482", nullptr, "Analyzing %s file '%s'", "Verilog", "b.v");
     Message::Error("VERI-7", nullptr, "kept");
+    hdl::ColLineFile vhdl(hdl::LineFile::GetFileId("c.vhd"), 3, 1);
+    Message::Info("VHDL-1500", &vhdl, "analyzing VHDL file '%s' into library '%s'", "c.vhd", "work");
+    Message::Error("VHDL-1610", nullptr, "no top has a generic '%s'", "DEPHT");
     capture.stop();
-    EXPECT_EQ(HADLMsgCapture::lastAnalyzedFile, "b.v");
+    EXPECT_EQ(HADLMsgCapture::lastAnalyzedFile, "c.vhd");
+    ASSERT_EQ(msgs().size(), 1u);
+    EXPECT_STREQ(db.fmtStrs.getString(msgs()[0].fmtId), "first");
+    EXPECT_EQ(msgs()[0].line, 1u);
     const auto& b = msgs("b.v");
     ASSERT_EQ(b.size(), 2u);
     EXPECT_EQ(b[1].line, 1u);
     EXPECT_STREQ(db.fmtStrs.getString(b[1].fmtId), "kept");
+    const auto& c = msgs("c.vhd");
+    ASSERT_EQ(c.size(), 2u);
+    EXPECT_STREQ(db.fmtStrs.getString(c[1].fmtId), "no top has a generic '%s'");
+    EXPECT_EQ(c[1].line, 1u);
     EXPECT_EQ(db.fileMsgs.size(), db.fileNames.size());
+    EXPECT_TRUE(msgs("std.vhd").empty());
+
+    // An announcement counts where its own type is not kept, and without location an
+    // error still marks the elaboration.
+    HADLMsgCapture quiet(db);
+    quiet.start(0, false);
+    Message::Info("VERI-1482", nullptr, "Analyzing %s file '%s'", "Verilog", "d.v");
+    quiet.stop();
+    EXPECT_EQ(HADLMsgCapture::lastAnalyzedFile, "d.v");
+    HADLMsgCapture errors(db);
+    errors.start(0, true);
+    Message::Error("VHDL-1613", nullptr, "top '%s' is not found", "x");
+    errors.stop();
+    EXPECT_TRUE(db.status.isElabError);
 }
 
 TEST_F(MsgCaptureTest, AllowListAndElaborationErrors) {
