@@ -82,4 +82,28 @@ TEST(MixedElabTest, AMisspeltModuleOrAGenericItLacksIsCaught) {
     EXPECT_FALSE(has(l.hier, "N=2")) << l.hier;
 }
 
+// A FIFO wrapper that gives its VHDL FIFO a depth the generic's subtype refuses: the
+// range error of the VHDL side is recorded, and the Verilog instance says that the
+// entity failed to elaborate, not that no library holds it. The legal depth is silent.
+TEST(MixedElabTest, AnEntityThatFailsToElaborateIsNotReportedMissing) {
+    const std::string vhdl = "entity vfifo is generic (DEPTH : positive := 4); end entity;\n"
+                             "architecture rtl of vfifo is begin end architecture;\n";
+    const std::string verilog = "module fifo_wrap;\n  vfifo #(.DEPTH(8)) f ();\nendmodule\n";
+    MixedRun legal = elaborateMixed(vhdl, verilog);
+    EXPECT_EQ(legal.status, 0) << legal.out;
+    EXPECT_EQ(legal.hier, "fifo_wrap == .work.fifo_wrap\n  vfifo \"f\" == /work/vfifo(DEPTH=8)/rtl\n");
+    EXPECT_FALSE(has(legal.dump, "type: 1")) << legal.dump;
+    EXPECT_FALSE(has(legal.dump, "type: 2")) << legal.dump;
+
+    std::string zero = verilog;
+    zero.replace(zero.find("DEPTH(8)"), 8, "DEPTH(0)");
+    MixedRun broken = elaborateMixed(vhdl, zero);
+    EXPECT_EQ(broken.status, 0) << broken.out;
+    EXPECT_TRUE(has(broken.dump, "failed to elaborate; the instance stays unbound")) << broken.dump;
+    EXPECT_FALSE(has(broken.dump, "is not found")) << broken.dump;
+    EXPECT_TRUE(has(broken.dump, "line: 2, type: 1")) << "the range error at the instance\n" << broken.dump;
+    EXPECT_TRUE(has(broken.dump, "line: 2, type: 2")) << "the failure at the instance\n" << broken.dump;
+    EXPECT_FALSE(has(broken.hier, "depth=0")) << broken.hier;
+}
+
 } // namespace
