@@ -23,7 +23,8 @@ public:
                                const ElabGenericMap& generics, const ElabLimits& limits, const ElabUnitLookup& vhdl,
                                std::vector<ElabUnitId>& elaborated) = 0;
     // The answer to a VHDL component or entity instance of a Verilog module; 0 when no
-    // Verilog library holds one of that name.
+    // Verilog library holds one of that name, kElabUnitFailed when the module failed to
+    // elaborate (its errors told). `vhdl` answers likewise.
     virtual ElabUnitId ElaborateForeign(ElabDesign& design, const ElabUnitRequest& request,
                                         const ElabUnitLookup& vhdl) = 0;
 };

@@ -29,7 +29,7 @@ public:
             w.value.integer = 3;
             request.params.push_back(w);
             const ElabUnitId child = vhdl(design, request);
-            if (child) unit.instances.push_back({"u_vhdl", child});
+            if (child && child != kElabUnitFailed) unit.instances.push_back({"u_vhdl", child});
             const ElabUnitId id = design.Add(unit);
             design.tops.push_back({top.name, id});
             elaborated.push_back(id);
