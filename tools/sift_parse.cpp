@@ -21,6 +21,7 @@
 #include "hdl/base/Language.h"
 #include "hdl/base/Message.h"
 #include "hdl/elab/ElabHierPrinter.h"
+#include "hdl/elab/ElabMixed.h"
 #include "hdl/elab/VeriElaborator.h"
 #include "hdl/elab/VhdlElaborator.h"
 #include "hdl/sv/VeriLibrary.h"
@@ -133,6 +134,8 @@ int usage() {
 // Elaborates the tops and prints the hierarchy. A named top goes to the language that
 // has a unit of that name (Verilog first, its configurations too); a name neither has is reported by the VHDL
 // elaborator. Without names, each language's own tops are elaborated, Verilog first.
+// Both languages elaborate in one call, as the scanner's -elab does, so that each binds
+// the other's instances.
 void printHierarchy(const std::vector<std::string>& topNames, const hdl::ElabGenericMap& generics) {
     hdl::vhdl_file::ResolveAll();
     std::vector<hdl::ElabTopRequest> veriTops;
@@ -148,8 +151,9 @@ void printHierarchy(const std::vector<std::string>& topNames, const hdl::ElabGen
         vhdlTops = hdl::VhdlFindTops();
     }
     hdl::ElabDesign design;
-    if (!veriTops.empty()) hdl::VeriElaborate(design, veriTops, generics);
-    if (!vhdlTops.empty()) hdl::VhdlElaborate(design, vhdlTops, generics);
+    std::vector<hdl::ElabUnitId> veriUnits, vhdlUnits;
+    hdl::ElaborateMixedHdlMultipleTopsStatic(design, veriTops, vhdlTops, generics.empty() ? nullptr : &generics,
+                                             veriUnits, vhdlUnits);
     // Streamed: a listing of a million paths need not be held.
     std::ios::sync_with_stdio(false);
     hdl::ElabPrintHier(design, std::cout);

@@ -112,6 +112,58 @@ class SiftParse(unittest.TestCase):
         self.assertEqual(run("--no-such-option", self.utils).returncode, 2)
 
 
+CONFIG_DESIGN = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "e2e", "designs", "verilog_config")
+
+# --hier of the configured design: each `mid` with the leaf its place binds (lib2's
+# under the configuration's cell rule, the W=2 copy where the instance rule reaches,
+# lib1's in `bench`), and the VHDL entity bound in both languages' elaboration.
+CONFIG_HIER = """top\ttop\ttop_cfg_default
+top.m\tmid\tmid_cfg_default
+top.m.l\tleaf\tleaf
+top.m.l.y\ttwo\ttwo
+top.m.e\tvent\tvent\trtl
+top.m.e.o\tone\tone
+top.u\tleaf\tleaf(W=4)
+top.u.y\ttwo\ttwo
+top.m2\tmid\tmid_cfg_1_default
+top.m2.l\tleaf\tleaf(W=2)
+top.m2.l.y\ttwo\ttwo
+top.m2.e\tvent\tvent\trtl
+top.m2.e.o\tone\tone
+bench\tbench\tbench
+bench.m\tmid\tmid
+bench.m.l\tleaf\tleaf
+bench.m.l.x\tone\tone
+bench.m.e\tvent\tvent\trtl
+bench.m.e.o\tone\tone
+"""
+
+
+class SiftParseHierarchy(unittest.TestCase):
+    def hier(self, top_text):
+        with tempfile.TemporaryDirectory() as scratch:
+            top = os.path.join(scratch, "top.sv")
+            with open(top, "w") as f:
+                f.write(top_text)
+            return run("--hier", "--top", "cfg", "--top", "bench", "--lang", "sv", "--lib", "lib1",
+                       os.path.join(CONFIG_DESIGN, "lib1.sv"), "--lib", "lib2", os.path.join(CONFIG_DESIGN, "lib2.sv"),
+                       "--lang", "vhdl08", "--lib", "work", os.path.join(CONFIG_DESIGN, "vent.vhd"),
+                       "--lang", "sv", "--lib", "work", top)
+
+    def test_a_configuration_and_a_vhdl_entity_bind_as_the_scanner_binds_them(self):
+        with open(os.path.join(CONFIG_DESIGN, "top.sv")) as f:
+            text = f.read()
+        r = self.hier(text)
+        self.assertEqual(r.returncode, 0, r.stdout)
+        self.assertEqual(r.stdout, CONFIG_HIER)
+        # A cell rule sending leaf to a library nobody has: unbound where it reaches, told.
+        r = self.hier(text.replace("cell leaf use lib2.leaf;", "cell leaf use lib3.leaf;"))
+        self.assertEqual(r.returncode, 0, r.stdout)
+        self.assertIn("top.m.l\tleaf\tleaf\n", r.stdout)
+        self.assertNotIn("top.m.l.", r.stdout)
+        self.assertIn("warning: VERI-1605: module 'leaf' of instance 'l' is not found", r.stderr + r.stdout)
+
+
 if __name__ == "__main__":
     parser = argparse.ArgumentParser()
     parser.add_argument("--sift-parse", required=True)
