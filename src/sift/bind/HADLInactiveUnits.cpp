@@ -139,9 +139,14 @@ private:
             const unsigned r = unitToRUnit[unit.origUnitId ? unit.origUnitId : u];
             if (!r) continue;
             std::set<unsigned> active;
+            // A Verilog mention names a cell, not its library: one bound from another
+            // library (by a configuration or a `uselib) was reached all the same.
+            std::set<unsigned> activeCells;
+            const bool verilog = hdl::IsVerilogLanguage(db.fileAttrs.at(unit.fileId).lang);
             for (const HADLDatabase::InstAttr& inst : unit.insts) {
                 const unsigned o = db.unitAttrs.at(inst.unitId).origUnitId;
                 active.insert(o ? o : inst.unitId);
+                if (verilog) activeCells.insert(db.unitAttrs.at(o ? o : inst.unitId).primaryId);
                 if (db.enableVhdlVerilogConfig && db.unitAttrs.at(inst.unitId).isConfig)
                     addClosure(inst.unitId, active);
             }
@@ -163,6 +168,7 @@ private:
                 if (std::any_of(targets.begin(), targets.end(), [&](unsigned x) { return active.count(x); })) continue;
                 const unsigned e = targets.front();
                 if (isUnresolved(db, e) || db.unitAttrs.at(e).isConfig) continue;
+                if (activeCells.count(db.unitAttrs.at(e).primaryId)) continue;
                 auto& inactive = db.unitAttrs.at(u).inactiveUnits;
                 if (std::find(inactive.begin(), inactive.end(), e) == inactive.end()) inactive.push_back(e);
             }

@@ -64,6 +64,34 @@ TEST_F(HADLInactiveUnitsTest, WhatTheSourceInstantiatesAndNoInstanceReaches) {
     EXPECT_TRUE(db.unitAttrs.at(a).inactiveUnits.empty());
 }
 
+// A Verilog mention names a cell, not its library: the skim took lib1's leaf, a
+// configuration bound lib2's, and the mention was reached all the same. A cell no
+// instance reaches stays inactive.
+TEST_F(HADLInactiveUnitsTest, AVerilogCellBoundFromAnotherLibraryWasReached) {
+    const unsigned sv = db.insertFileName("design.sv", 5, "work");
+    auto verilog = [&](unsigned rawId, unsigned unitId) {
+        db.rUnitAttrs.at(rawId).fileIds = {sv};
+        db.unitAttrs.at(unitId).fileId = sv;
+        return unitId;
+    };
+    const unsigned rMid = raw("work", "mid");
+    const unsigned rLeaf1 = raw("lib1", "leaf");
+    const unsigned rLeaf2 = raw("lib2", "leaf");
+    const unsigned rSpare = raw("work", "spare");
+    rawInst(rMid, "l", rLeaf1);
+    rawInst(rMid, "s", rSpare);
+    const unsigned mid = verilog(rMid, unit("work", "mid", ""));
+    verilog(rLeaf1, unit("lib1", "leaf", ""));
+    const unsigned leaf2 = verilog(rLeaf2, unit("lib2", "leaf", ""));
+    const unsigned spare = verilog(rSpare, unit("work", "spare", ""));
+    const unsigned copy = unit("work", "mid_cfg_default", "");
+    db.unitAttrs.at(copy).fileId = sv;
+    db.unitAttrs.at(copy).origUnitId = mid;
+    inst(copy, "l", leaf2);
+    markInactiveUnits(db);
+    EXPECT_EQ(db.unitAttrs.at(copy).inactiveUnits, HADLVectorForTuple<unsigned>{spare});
+}
+
 TEST_F(HADLInactiveUnitsTest, AnInstanceOfACopyMakesItsOriginalActive) {
     raw("work", "top");
     const unsigned rTop = raw("work", "top", "rtl");
