@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
-#include <tuple>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -246,10 +245,11 @@ struct VeriElaborator::Impl {
     // Units named after the configuration they were elaborated under: their instances
     // bind otherwise than the plain search would (see ConfigCopyName).
     std::unordered_set<ElabUnitId> configured;
-    // What each instance of a unit stored under a configuration's copy name binds to:
-    // its name, the module stored for it, else the unit used (a VHDL copy, an unbound
-    // unit). Units of one name with the same bindings share the name.
-    using Bindings = std::vector<std::tuple<std::string, const VeriModule*, ElabUnitId>>;
+    // What each instance of a unit stored under a configuration's copy name binds to, in
+    // order: the module stored for it, else the unit used (a VHDL copy, an unbound
+    // unit). One module with one set of values has the same instances, so units of one
+    // name with the same bindings are the same tree and share the name.
+    using Bindings = std::vector<std::pair<const VeriModule*, ElabUnitId>>;
     std::unordered_map<std::string, Bindings> configNames; // by library and copy name
     using InterfacePorts = std::vector<ElabUnit::InterfacePort>;
     const InterfacePorts* interfaces = nullptr; // those of the unit being elaborated
@@ -670,7 +670,8 @@ std::string VeriElaborator::Impl::ConfigCopyName(const VeriModule* m, const Veri
                                                  const std::vector<std::pair<std::string, std::string>>& differing,
                                                  const std::vector<InstanceRecord>& records) {
     Bindings bindings;
-    for (const InstanceRecord& r : records) bindings.emplace_back(r.name, r.bound, r.bound ? 0 : r.used);
+    bindings.reserve(records.size());
+    for (const InstanceRecord& r : records) bindings.emplace_back(r.bound, r.bound ? 0 : r.used);
     VeriLibrary* library = m->GetLibrary();
     const std::string libraryName = library ? library->GetName() : std::string();
     for (unsigned n = 0;; ++n) {
