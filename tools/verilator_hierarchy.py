@@ -17,6 +17,10 @@ Verilator cannot elaborate picorv32's top (`testbench` is left out under `ifndef
 VERILATOR`, which Verilator always defines), so that project has no expected list.
 The lines are sorted and unique: Verilator's hier of instances in different generate
 iterations coincide. The output is never edited by hand: run this again.
+
+Beside it, PROJECT.params lists the integer parameter values of each cell's module as
+Verilator worked them out (`HIER<TAB>NAME=VALUE`, decimal), for the copy names to be
+checked against. `--only NAME` runs one project (repeatable).
 """
 import argparse
 import os
@@ -61,16 +65,37 @@ def hierarchy(root):
             sys.stderr.write(f"{root}: verilator failed\n{run.stderr[-2000:]}\n")
             return None
         tree = ET.parse(out)
-    orig = {}
+    orig, params = {}, {}
     for m in list(tree.iter("module")) + list(tree.iter("iface")):
         orig[m.get("name")] = m.get("origName")
-    lines = set()
+        params[m.get("name")] = module_params(m)
+    lines, values = set(), set()
     for cell in tree.iter("cell"):
         sub = cell.get("submodname")
         # Verilator 5.006 lists no `iface` element for a copy of an interface
         # (`bus_if__D18`): the original is the name before the parameter suffix.
         lines.add(f"{cell.get('hier')}\t{orig.get(sub, sub.split('__')[0])}")
-    return sorted(lines)
+        for name, value in params.get(sub, []):
+            values.add(f"{cell.get('hier')}\t{name}={value}")
+    return sorted(lines), sorted(values)
+
+
+CONST = re.compile(r"^\d*'s?([hdbo])([0-9a-fA-F_]+)$")
+
+
+def module_params(module):
+    """The parameters of a module element with an integer value: (name, decimal)."""
+    result = []
+    for var in module.iter("var"):
+        if var.get("param") != "true":
+            continue
+        const = var.find("const")
+        match = CONST.match(const.get("name", "")) if const is not None else None
+        if not match:
+            continue
+        base = {"h": 16, "d": 10, "b": 2, "o": 8}[match.group(1)]
+        result.append((var.get("name"), int(match.group(2).replace("_", ""), base)))
+    return result
 
 
 def main():
@@ -80,6 +105,7 @@ def main():
     ap.add_argument("--corpus", default=os.path.join(repo, "..", "shared", "corpus"))
     ap.add_argument("--designs", default=os.path.join(repo, "tests", "hdl", "elab", "verilog_designs"))
     ap.add_argument("--out", default=os.path.join(repo, "tests", "hdl", "elab", "verilator"))
+    ap.add_argument("--only", action="append", default=[], help="the project of that name alone")
     args = ap.parse_args()
     os.makedirs(args.out, exist_ok=True)
     projects = []
@@ -89,12 +115,17 @@ def main():
     for root in projects:
         if not os.path.isfile(os.path.join(root, "FILELIST.tsv")):
             continue
-        lines = hierarchy(root)
-        if lines is None:
-            continue
         name = os.path.basename(root)
+        if args.only and name not in args.only:
+            continue
+        result = hierarchy(root)
+        if result is None:
+            continue
+        lines, values = result
         with open(os.path.join(args.out, name + ".hier"), "w", encoding="utf-8") as f:
             f.write("".join(l + "\n" for l in lines))
+        with open(os.path.join(args.out, name + ".params"), "w", encoding="utf-8") as f:
+            f.write("".join(l + "\n" for l in values))
         print(f"{name}: {len(lines)} lines")
     return 0
 

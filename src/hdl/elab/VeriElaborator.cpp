@@ -157,8 +157,14 @@ bool PathText(const VeriExpression* e, VeriEvaluator& eval, VeriFrame* frame, st
     }
     if (auto* x = VeriAs<VeriIndexedId>(e)) {
         if (!PathText(x->prefix, eval, frame, out)) return false;
+        // An index may come as a range of one bound (`[1]`); a part (`[1:0]`) names no path.
+        const VeriExpression* index = x->index;
+        if (auto* r = VeriAs<VeriRange>(index)) {
+            if (r->right) return false;
+            index = r->left;
+        }
         int64_t i = 0;
-        if (!VeriToInt(eval, eval.Evaluate(x->index, frame), x->index, i)) return false;
+        if (!VeriToInt(eval, eval.Evaluate(index, frame), index, i)) return false;
         out += "[" + std::to_string(i) + "]";
         return true;
     }
@@ -190,6 +196,49 @@ public:
     void Visit(VeriInitialConstruct&) override {}
     void Visit(VeriFunctionDecl&) override {}
     bool found = false;
+};
+
+// A member named through an interface port (`bus.W`, `bus[1].d`), and whether it
+// stands where its shape counts (an array query, `$bits`, `type()`).
+struct PortRead {
+    const VeriIdDef* port;
+    Symbol member;
+    bool shape;
+};
+
+class InterfaceReads : public VeriVisitor {
+public:
+    using VeriVisitor::Visit;
+    explicit InterfaceReads(std::unordered_set<const VeriIdDef*> ports) : ports_(std::move(ports)) {}
+    void Visit(VeriSystemFunctionCall& node) override {
+        static const std::unordered_set<std::string_view> kShapeQueries = {
+            "$bits", "$size", "$left", "$right", "$high", "$low", "$increment", "$dimensions", "$unpacked_dimensions"};
+        bool query = kShapeQueries.count(std::string_view(node.name)) != 0;
+        shape_ += query;
+        VeriVisitor::Visit(node);
+        shape_ -= query;
+    }
+    void Visit(VeriTypeOperator& node) override {
+        ++shape_;
+        VeriVisitor::Visit(node);
+        --shape_;
+    }
+    void Visit(VeriSelectedName& node) override {
+        const VeriExpression* root = node.prefix;
+        for (;;) {
+            if (auto* x = VeriAs<VeriIndexedId>(root)) root = x->prefix;
+            else if (auto* m = VeriAs<VeriIndexedMemoryId>(root)) root = m->prefix;
+            else break;
+        }
+        auto* ref = VeriAs<VeriIdRef>(root);
+        if (ref && ports_.count(ref->id)) reads.push_back({ref->id, node.suffix, shape_ > 0});
+        VeriVisitor::Visit(node);
+    }
+    std::vector<PortRead> reads;
+
+private:
+    std::unordered_set<const VeriIdDef*> ports_;
+    int shape_ = 0;
 };
 
 class InstantiatedNames : public VeriVisitor {
@@ -254,6 +303,29 @@ struct VeriElaborator::Impl {
     using InterfacePorts = std::vector<ElabUnit::InterfacePort>;
     const InterfacePorts* interfaces = nullptr; // those of the unit being elaborated
     InterfacePorts pendingInterfaces; // those of the unit about to be elaborated
+    // An interface port of a module: its position among the ports, and the interface its
+    // type names (null for a generic `interface` port).
+    struct InterfacePortDecl {
+        const VeriIdDef* id;
+        const VeriAnsiPortDecl* decl;
+        size_t position;
+        const VeriModule* type;
+    };
+    struct ModuleInterfacePorts {
+        std::vector<InterfacePortDecl> ports;
+        std::vector<PortRead> reads; // members the body reads through them
+    };
+    std::unordered_map<const VeriModule*, ModuleInterfacePorts> interfacePortsOf;
+    const ModuleInterfacePorts& InterfacePortsOf(const VeriModule* m);
+    // The parameters of each interface copy, kept for the members read through the ports
+    // it is connected to (interfaces are few; other frames end with their walk).
+    struct InterfaceCopy {
+        const VeriModule* module;
+        std::unique_ptr<VeriFrame> frame;
+    };
+    std::unordered_map<ElabUnitId, InterfaceCopy> interfaceCopies;
+    // The interface ports whose connected interface the unit's body depends on.
+    std::unordered_map<ElabUnitId, std::vector<std::string>> dependentPorts;
     // A bind directive: into every instance of a module (no paths), into the listed
     // instances of a module (`bind m : top.u1, u2`), or into one instance whatever its
     // module (`bind top.u1 ...`, its path and no module).
@@ -348,6 +420,8 @@ struct VeriElaborator::Impl {
         std::vector<InstanceRecord> records;
         std::vector<Defparam> defparams;
         bool configured = false; // an instance binds otherwise than the plain search
+        // Own interface ports handed on to an instance whose unit depends on them.
+        std::unordered_set<std::string> handedToDependent;
     };
 
     void Error() { ++errors; }
@@ -387,8 +461,13 @@ struct VeriElaborator::Impl {
     void CollectDefparams(Unit& unit, const ArenaArray<VeriModuleItem*>& items, VeriFrame* frame,
                           const std::string& prefix);
     std::string GenblkName(unsigned construct, VeriScope* scope) const;
+    // `from`: per port connected, the unit's own interface port it was handed on from
+    // (empty when none).
     bool ConnectInterfaces(const Unit& unit, const VeriModule* module, const VeriInstId* id, VeriFrame* frame,
-                           const std::string& prefix, const std::string& instName, InterfacePorts& out);
+                           const std::string& prefix, const std::string& instName, InterfacePorts& out,
+                           std::vector<std::string>& from);
+    // The own interface ports whose interface the body of `m`, elaborated as `unit`, depends on.
+    std::vector<std::string> DependentPorts(const VeriModule* m, const Unit& unit, const InterfacePorts& connected);
     VeriModule* Store(VeriModule* m, const std::string& copyName, const std::vector<InstanceRecord>& records);
     // The name of a unit elaborated under configuration `c` that binds otherwise than
     // the plain search: `name_c_default` or `name_c(P=value,...)`; a later unit of that
@@ -411,76 +490,138 @@ struct VeriElaborator::Impl {
     ForeignUnitRef ForeignUnitOf(ElabUnitId unit) const;
 };
 
-// The interface instance each generic interface port of `module` is connected to by the
-// instance `id` of the unit: an interface instance of the unit (the innermost generate
-// block first), or a generic interface port of the unit itself, passed on. An actual
-// written `b.mp` gives the modport, unless the port names one itself. A port left open or
-// connected to something that is no interface is reported; an actual not found yet (an
-// interface instance further down the unit) is recorded as unit 0.
-bool VeriElaborator::Impl::ConnectInterfaces(const Unit& unit, const VeriModule* module, const VeriInstId* id,
-                                             VeriFrame* frame, const std::string& prefix, const std::string& instName,
-                                             InterfacePorts& out) {
-    bool named = false, dotStar = false;
-    for (const VeriExpression* pc : id->portConnects) {
-        named = named || VeriAs<VeriPortConnect>(pc) || VeriAs<VeriDotStar>(pc);
-        dotStar = dotStar || VeriAs<VeriDotStar>(pc);
-    }
+const VeriElaborator::Impl::ModuleInterfacePorts& VeriElaborator::Impl::InterfacePortsOf(const VeriModule* m) {
+    auto known = interfacePortsOf.find(m);
+    if (known != interfacePortsOf.end()) return known->second;
+    ModuleInterfacePorts result;
+    std::unordered_set<const VeriIdDef*> ids;
     size_t position = 0;
-    for (const VeriTreeNode* port : module->ports) {
+    for (const VeriTreeNode* port : m->ports) {
         auto* decl = VeriAs<VeriAnsiPortDecl>(port);
         if (!decl) {
             ++position;
             continue;
         }
-        for (const VeriIdDef* pid : decl->ids) {
-            size_t pos = position++;
-            if (!pid || !decl->interfacePort || decl->dataType) continue;
-            const VeriExpression* actual = nullptr;
-            std::string text;
-            for (const VeriExpression* pc : id->portConnects)
-                if (auto* n = VeriAs<VeriPortConnect>(pc); n && n->portName == pid->Name()) actual = n->connection;
-            if (!actual && !named && pos < id->portConnects.Size()) actual = id->portConnects[pos];
-            ElabUnit::InterfacePort bound{std::string(pid->Name()), 0, std::string(decl->modport)};
-            const VeriExpression* base = actual;
-            if (auto* sel = VeriAs<VeriSelectedName>(actual)) {
-                base = sel->prefix;
-                if (bound.modport.empty()) bound.modport = std::string(sel->suffix);
-            }
-            if (base && !PathText(base, eval, frame, text)) base = nullptr;
-            if (!actual && dotStar) text = bound.port;
-            bool found = false;
-            if (!text.empty()) {
-                // The innermost generate block first, then outwards.
-                for (std::string scope = prefix;;) {
-                    for (const ElabInstance& inst : unit.instances)
-                        if (inst.name == scope + text) {
-                            bound.unit = inst.unit;
-                            found = true;
-                        }
-                    if (found || scope.empty()) break;
-                    size_t cut = scope.rfind('.', scope.size() - 2);
-                    scope = cut == std::string::npos ? std::string() : scope.substr(0, cut + 1);
-                }
-                if (!found && interfaces)
-                    for (const ElabUnit::InterfacePort& own : *interfaces)
-                        if (own.port == text) {
-                            bound.unit = own.unit;
-                            if (bound.modport.empty()) bound.modport = own.modport;
-                            found = true;
-                        }
-                const VeriIdDef* local =
-                    found || !unit.module->GetScope() ? nullptr : unit.module->GetScope()->findLocal(text);
-                // An interface instance declared further down is no mistake; a net is.
-                if (!found && (!local || local->GetClassId() == ID_VERIINSTID)) found = true;
-            }
-            if (!found) {
-                Error();
-                ColLineFile loc = id->Linefile();
-                Message::Tell<veri_msg::ElabGenericInterface>(&loc, bound.port.c_str(), instName.c_str());
-                return false;
-            }
-            out.push_back(std::move(bound));
+        // `bus_if.mp bus` and `interface bus` are marked; `bus_if bus` is known by its type.
+        const VeriModule* type = nullptr;
+        if (decl->dataType && VeriAs<VeriTypeRef>(decl->dataType)) {
+            VeriModule* named = VeriFindModule(decl->dataType->GetName(), "", m);
+            if (named && named->IsInterface()) type = named;
         }
+        bool interfacePort = decl->interfacePort || type;
+        for (const VeriIdDef* id : decl->ids) {
+            size_t pos = position++;
+            if (!id || !interfacePort) continue;
+            result.ports.push_back({id, decl, pos, type});
+            ids.insert(id);
+        }
+    }
+    if (!ids.empty()) {
+        InterfaceReads reads(std::move(ids));
+        reads.TraverseNode(const_cast<VeriModule*>(m));
+        result.reads = std::move(reads.reads);
+    }
+    return interfacePortsOf.emplace(m, std::move(result)).first->second;
+}
+
+std::vector<std::string> VeriElaborator::Impl::DependentPorts(const VeriModule* m, const Unit& unit,
+                                                              const InterfacePorts& connected) {
+    std::vector<std::string> result;
+    const ModuleInterfacePorts& own = InterfacePortsOf(m);
+    for (const ElabUnit::InterfacePort& p : connected) {
+        if (!p.unit) continue;
+        auto copy = interfaceCopies.find(p.unit);
+        const VeriModule* intf = copy == interfaceCopies.end() ? nullptr : copy->second.module;
+        bool depends = unit.handedToDependent.count(p.port) != 0;
+        for (const PortRead& r : own.reads) {
+            if (depends) break;
+            if (r.port->Name() != p.port) continue;
+            // A parameter or type of the interface, or the shape of one of its members.
+            const VeriIdDef* member = intf && intf->GetScope() ? intf->GetScope()->findLocal(r.member) : nullptr;
+            depends = r.shape || VeriAs<VeriParamId>(member) || (member && member->IsType());
+        }
+        if (depends) result.push_back(p.port);
+    }
+    return result;
+}
+
+// The interface instance each interface port of `module` is connected to by the instance
+// `id` of the unit: an interface instance (or interface array) of the unit, the innermost
+// generate block first, or an interface port of the unit itself, handed on. An actual
+// written `b.mp` gives the modport, unless the port names one itself. A generic port left
+// open, and any interface port connected to something that is no interface, are
+// reported; a typed port left open is left out (a read through it is reported); an
+// actual not found yet (an interface instance further down the unit) is recorded as
+// unit 0.
+bool VeriElaborator::Impl::ConnectInterfaces(const Unit& unit, const VeriModule* module, const VeriInstId* id,
+                                             VeriFrame* frame, const std::string& prefix, const std::string& instName,
+                                             InterfacePorts& out, std::vector<std::string>& from) {
+    bool named = false, dotStar = false;
+    for (const VeriExpression* pc : id->portConnects) {
+        named = named || VeriAs<VeriPortConnect>(pc) || VeriAs<VeriDotStar>(pc);
+        dotStar = dotStar || VeriAs<VeriDotStar>(pc);
+    }
+    for (const InterfacePortDecl& port : InterfacePortsOf(module).ports) {
+        const VeriIdDef* pid = port.id;
+        const VeriExpression* actual = nullptr;
+        std::string text;
+        for (const VeriExpression* pc : id->portConnects)
+            if (auto* n = VeriAs<VeriPortConnect>(pc); n && n->portName == pid->Name()) actual = n->connection;
+        if (!actual && !named && port.position < id->portConnects.Size()) actual = id->portConnects[port.position];
+        ElabUnit::InterfacePort bound{std::string(pid->Name()), 0, std::string(port.decl->modport)};
+        const VeriExpression* base = actual;
+        if (auto* sel = VeriAs<VeriSelectedName>(actual)) {
+            base = sel->prefix;
+            if (bound.modport.empty()) bound.modport = std::string(sel->suffix);
+        }
+        if (base && !PathText(base, eval, frame, text)) base = nullptr;
+        if (!actual && dotStar) text = bound.port;
+        if (text.empty() && !actual && port.type) continue; // an open typed port
+        bool found = false;
+        std::string handedFrom;
+        if (!text.empty()) {
+            // The innermost generate block first, then outwards; an interface array
+            // (`b[4]`) is one copy, named by its elements.
+            for (std::string scope = prefix;;) {
+                const std::string whole = scope + text;
+                for (const ElabInstance& inst : unit.instances)
+                    if (inst.name == whole ||
+                        (inst.name.size() > whole.size() && inst.name.compare(0, whole.size(), whole) == 0 &&
+                         inst.name[whole.size()] == '[')) {
+                        bound.unit = inst.unit;
+                        found = true;
+                    }
+                if (found || scope.empty()) break;
+                size_t cut = scope.rfind('.', scope.size() - 2);
+                scope = cut == std::string::npos ? std::string() : scope.substr(0, cut + 1);
+            }
+            // An own port, or an element of an own interface array port (`bus[1]`).
+            const std::string ownName = text.substr(0, text.find('['));
+            if (!found && interfaces)
+                for (const ElabUnit::InterfacePort& own : *interfaces)
+                    if (own.port == ownName) {
+                        bound.unit = own.unit;
+                        if (bound.modport.empty()) bound.modport = own.modport;
+                        handedFrom = own.port;
+                        found = true;
+                    }
+            const VeriIdDef* local =
+                found || !unit.module->GetScope() ? nullptr : unit.module->GetScope()->findLocal(ownName);
+            // An own interface port left open leaves this one open too.
+            bool openPort = false;
+            for (const InterfacePortDecl& p : InterfacePortsOf(unit.module).ports) openPort = openPort || p.id == local;
+            if (openPort && port.type) continue;
+            // An interface instance declared further down is no mistake; a net is.
+            if (!found && !openPort && (!local || local->GetClassId() == ID_VERIINSTID)) found = true;
+        }
+        if (!found) {
+            Error();
+            ColLineFile loc = id->Linefile();
+            Message::Tell<veri_msg::ElabGenericInterface>(&loc, bound.port.c_str(), instName.c_str());
+            return false;
+        }
+        out.push_back(std::move(bound));
+        from.push_back(std::move(handedFrom));
     }
     return true;
 }
@@ -535,12 +676,27 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
         Message::Tell<veri_msg::ElabInstanceDepth>(&loc, unsigned(limits.instanceDepth), name.c_str());
         return 0;
     }
-    VeriFrame frame;
+    // An interface's frame outlives the walk: the ports it is connected to read it.
+    auto ownedFrame = std::make_unique<VeriFrame>();
+    VeriFrame& frame = *ownedFrame;
     for (const VeriTreeNode* p : m->parameters)
         if (IsParameterDecl(p))
             for (const VeriIdDef* id : static_cast<const VeriDataDecl*>(p)->ids)
                 if (id) frame.pending[id].expr = id->GetInitialValue();
     DeclareParameters(m->items, frame);
+    // Members read through the interface ports are read in the connected copies.
+    std::vector<VeriInterfaceBinding> bindings;
+    for (const InterfacePortDecl& port : InterfacePortsOf(m).ports) {
+        auto connected = std::find_if(ownInterfaces.begin(), ownInterfaces.end(),
+                                      [&](const ElabUnit::InterfacePort& p) { return p.port == port.id->Name(); });
+        if (connected == ownInterfaces.end()) {
+            bindings.push_back({port.id, nullptr, nullptr});
+            continue;
+        }
+        auto copy = interfaceCopies.find(connected->unit);
+        if (copy != interfaceCopies.end()) bindings.push_back({port.id, copy->second.module, copy->second.frame.get()});
+    }
+    if (!bindings.empty()) frame.interfaces = &bindings;
     std::vector<const VeriParamId*> params = OverridableParameters(m);
     // Defparams that reach this unit's own parameters replace the instance's values.
     for (const Defparam& dp : defparams) {
@@ -623,7 +779,7 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
     }
     if (writersChecked.insert(m).second) errors += VeriCheckVariableWriters(m);
     errors += VeriCheckPartSelectWidths(m, eval, &frame, zeroWidthsTold);
-    Unit unit{m, {}, {}, std::move(below)};
+    Unit unit{m, {}, {}, std::move(below), false, {}};
     CollectDefparams(unit, m->items, &frame, "");
     ++depth;
     inProgress.insert(key);
@@ -645,6 +801,21 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
     interfaces = interfacesAbove;
     inProgress.erase(key);
     --depth;
+    // A body that depends on a connected interface is named after it too (see docs/elab.md).
+    std::vector<std::string> dependsOn = DependentPorts(m, unit, ownInterfaces);
+    if (!dependsOn.empty()) {
+        for (const InterfacePortDecl& port : InterfacePortsOf(m).ports) {
+            auto connected = std::find_if(ownInterfaces.begin(), ownInterfaces.end(),
+                                          [&](const ElabUnit::InterfacePort& p) { return p.port == port.id->Name(); });
+            if (connected == ownInterfaces.end() || !std::count(dependsOn.begin(), dependsOn.end(), connected->port))
+                continue;
+            const ElabUnit& intf = design.Unit(connected->unit);
+            // The interface a typed port declares, with its defaults, goes without saying.
+            if (port.type && intf.copyName == port.type->Name() && intf.module == port.type->Name()) continue;
+            differing.push_back({connected->port, intf.copyName});
+        }
+        copyName = ElabCopyName(m->Name(), differing);
+    }
     // A configuration's design cell is named after both, as VHDL names an entity
     // elaborated under a configuration declaration; so is a unit below it that binds
     // otherwise than the plain search, so that it is not taken for the plain one.
@@ -663,6 +834,11 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
     modules[id] = stored;
     units.emplace(key, id);
     if (namedAfter) configured.insert(id);
+    if (!dependsOn.empty()) dependentPorts.emplace(id, std::move(dependsOn));
+    if (m->IsInterface()) {
+        frame.interfaces = nullptr;
+        interfaceCopies.emplace(id, InterfaceCopy{m, std::move(ownedFrame)});
+    }
     return id;
 }
 
@@ -1029,9 +1205,11 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                 }
                 if (bad) continue; // the instance is left out; the rest goes on
                 InterfacePorts connected;
-                if (module->HasGenericInterfacePorts() &&
-                    !ConnectInterfaces(unit, module, id, frame, prefix, instName, connected))
+                std::vector<std::string> handedFrom;
+                if (!InterfacePortsOf(module).ports.empty() &&
+                    !ConnectInterfaces(unit, module, id, frame, prefix, instName, connected, handedFrom))
                     continue;
+                const InterfacePorts connectedPorts = connected;
                 std::string pathAbove = path;
                 path += "." + instName;
                 pendingInterfaces = std::move(connected);
@@ -1045,6 +1223,13 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                 }
                 path = std::move(pathAbove);
                 if (!target) continue;
+                // A port handed on to one the instance's unit depends on: this unit depends on it too.
+                auto dependent = dependentPorts.find(target);
+                if (dependent != dependentPorts.end())
+                    for (size_t i = 0; i < connectedPorts.size(); ++i)
+                        if (!handedFrom[i].empty() &&
+                            std::count(dependent->second.begin(), dependent->second.end(), connectedPorts[i].port))
+                            unit.handedToDependent.insert(handedFrom[i]);
             } else {
                 ElabUnitRequest request;
                 request.library = cellLibrary;
@@ -1166,9 +1351,11 @@ VeriModule* VeriElaborator::Impl::Store(VeriModule* m, const std::string& copyNa
             continue;
         }
         // An identifier elaboration made: its own copy of the instantiation, named by
-        // its path in the unit, declared in the unit's scope.
-        auto* copy =
-            static_cast<VeriModuleInstantiation*>(r.instantiation->Copy(Fresh(instantiationCopier, library->arena())));
+        // its path in the unit, declared in the unit's scope. In a copy of the module it
+        // is made from the copy's instantiation, so that its actuals name the copy's nets.
+        const VeriModuleInstantiation* from =
+            copier ? copier->Mapped(const_cast<VeriModuleInstantiation*>(r.instantiation)) : r.instantiation;
+        auto* copy = static_cast<VeriModuleInstantiation*>(from->Copy(Fresh(instantiationCopier, library->arena())));
         VeriInstId* id = nullptr;
         for (size_t i = 0; i < r.instantiation->instances.Size(); ++i)
             if (r.instantiation->instances[i] == r.id) id = copy->instances[i];

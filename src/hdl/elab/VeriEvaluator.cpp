@@ -194,6 +194,9 @@ VeriValue VeriEvaluator::TypeValue(const VeriExpression* type, VeriFrame* frame)
     if (auto* op = VeriAs<VeriTypeOperator>(type)) {
         // type(expr) or type(data_type)
         if (VeriAs<VeriDataType>(op->arg)) return TypeValue(op->arg, frame);
+        const VeriIdDef* member = nullptr;
+        VeriFrame* at = nullptr;
+        if (InterfaceMember(op->arg, frame, member, at) == Through::Failed) return VeriValue();
         VeriShape s = Shape(op->arg, frame);
         if (s.real) return VeriValue::MakeType("real", 64, true);
         return VeriValue::MakeType(std::string(s.isSigned ? "logic signed" : "logic") + "[" +
@@ -447,6 +450,13 @@ VeriShape VeriEvaluator::Shape(const VeriExpression* e, VeriFrame* frame) {
                 if (var->dataType) return TypeShape(var->dataType, frame);
             }
         }
+        // A net or variable of the interface a port is connected to: its declared width.
+        const VeriIdDef* member = nullptr;
+        VeriFrame* at = nullptr;
+        Through through = InterfaceMember(e, frame, member, at);
+        if (through == Through::Failed) return s;
+        if (through == Through::Found && !VeriAs<VeriParamId>(member) && !member->IsType())
+            return MemberShape(member, at);
         VeriValue v = EvalLeaf(e, frame);
         if (v.IsReal()) return {64, true, true};
         if (v.IsType()) return {v.width, v.isSigned, false, true};
@@ -879,7 +889,69 @@ VeriValue VeriEvaluator::Select(const VeriExpression* e, VeriFrame* frame) {
     return v;
 }
 
+VeriEvaluator::Through VeriEvaluator::InterfaceMember(const VeriExpression* e, VeriFrame* frame,
+                                                      const VeriIdDef*& member, VeriFrame*& at) {
+    auto* s = VeriAs<VeriSelectedName>(e);
+    if (!s) return Through::No;
+    // Every element of an interface array port is the same copy.
+    const VeriExpression* root = s->prefix;
+    for (;;) {
+        if (auto* x = VeriAs<VeriIndexedId>(root)) root = x->prefix;
+        else if (auto* m = VeriAs<VeriIndexedMemoryId>(root)) root = m->prefix;
+        else break;
+    }
+    auto* ref = VeriAs<VeriIdRef>(root);
+    const VeriIdDef* port = ref ? ref->id : nullptr;
+    if (!port) return Through::No;
+    const VeriInterfaceBinding* binding = nullptr;
+    for (VeriFrame* f = frame; f && !binding; f = f->upper)
+        if (f->interfaces)
+            for (const VeriInterfaceBinding& b : *f->interfaces)
+                if (b.port == port) binding = &b;
+    if (!binding) return Through::No;
+    if (binding->module && binding->module->GetScope()) member = binding->module->GetScope()->findLocal(s->suffix);
+    if (member) {
+        at = binding->frame;
+        return Through::Found;
+    }
+    // Shapes and values both ask: one message per read.
+    if (!interfaceFaultsTold_.insert(s).second) return Through::Failed;
+    ++errors_;
+    ColLineFile loc = s->Linefile();
+    std::string portName(port->Name()), memberName(s->suffix);
+    if (binding->module) {
+        std::string module(binding->module->Name());
+        Message::Tell<veri_msg::ElabInterfaceNoMember>(&loc, module.c_str(), portName.c_str(), memberName.c_str());
+    } else {
+        std::string text = portName + "." + memberName;
+        Message::Tell<veri_msg::ElabInterfaceOpen>(&loc, portName.c_str(), text.c_str());
+    }
+    return Through::Failed;
+}
+
+VeriShape VeriEvaluator::MemberShape(const VeriIdDef* member, VeriFrame* at) {
+    VeriShape s = TypeShape(member->GetDataType(), at);
+    for (const VeriRange* r = member->GetDimensions(); r; r = r->next) {
+        int64_t l = 0, rr = 0;
+        if (!r->left || !VeriToInt(*this, Evaluate(r->left, at), r, l)) break;
+        if (r->right && !VeriToInt(*this, Evaluate(r->right, at), r, rr)) break;
+        int64_t n = r->right ? std::llabs(l - rr) + 1 : l;
+        s.width = uint32_t(std::min<int64_t>(int64_t(s.width) * n, int64_t(limits_.arrayElements)));
+    }
+    return s;
+}
+
 VeriValue VeriEvaluator::Member(const VeriSelectedName* s, VeriFrame* frame) {
+    const VeriIdDef* member = nullptr;
+    VeriFrame* copy = nullptr;
+    switch (InterfaceMember(s, frame, member, copy)) {
+    case Through::Failed: return VeriValue();
+    case Through::Found:
+        // Parameters of the connected copy; nets and variables hold no constant.
+        if (VeriAs<VeriParamId>(member)) return Lookup(member, copy, s);
+        return Fail(s, nullptr);
+    case Through::No: break;
+    }
     if (s->id) return Lookup(s->id, frame, s); // pkg.item
     // A member of a packed struct parameter: the bits of that member.
     const VeriIdDef* id = s->prefix ? s->prefix->GetId() : nullptr;

@@ -20,9 +20,22 @@
 
 namespace hdl {
 
+struct VeriFrame;
+
+// What an interface port of a module is connected to: the interface's declaration and
+// the frame of its copy's parameters (members are read there); a null module for a port
+// left open.
+struct VeriInterfaceBinding {
+    const VeriIdDef* port = nullptr;
+    const VeriModule* module = nullptr;
+    VeriFrame* frame = nullptr;
+};
+
 struct VeriFrame {
     explicit VeriFrame(VeriFrame* up = nullptr) : upper(up) {}
     VeriFrame* upper;
+    // The interface ports of the module this frame (or one above) elaborates.
+    const std::vector<VeriInterfaceBinding>* interfaces = nullptr;
     std::unordered_map<const VeriIdDef*, VeriValue> values;
     // A parameter of this region and what it is worked out from: an expression (in
     // `frame`, null: this frame), or a value given from outside.
@@ -80,6 +93,13 @@ private:
     VeriValue Unary(const VeriUnaryOperator* u, VeriFrame* frame, const VeriShape& ctx);
     VeriValue Select(const VeriExpression* e, VeriFrame* frame);
     VeriValue Member(const VeriSelectedName* s, VeriFrame* frame);
+    enum class Through { No, Found, Failed };
+    // A member read through an interface port (`bus.W`, `bus[1].d`): its declaration in
+    // the connected interface and the frame of that interface's copy. Failed (after a
+    // message) for a port left open or a member the interface lacks.
+    Through InterfaceMember(const VeriExpression* e, VeriFrame* frame, const VeriIdDef*& member, VeriFrame*& at);
+    // The width of an interface member that holds no constant (a net, a variable).
+    VeriShape MemberShape(const VeriIdDef* member, VeriFrame* at);
     VeriValue SystemCall(const VeriSystemFunctionCall* call, VeriFrame* frame);
     VeriValue Cast(const VeriCast* cast, VeriFrame* frame);
     VeriValue Pattern(const VeriExpression* pattern, const VeriShape& shape, const VeriExpression* type,
@@ -101,6 +121,7 @@ private:
     VeriFrame packages_;
     std::unordered_set<const VeriIdDef*> packageIds_;
     bool packageIdsBuilt_ = false;
+    std::unordered_set<const VeriTreeNode*> interfaceFaultsTold_;
 };
 
 // Integer of a value, for loop bounds and indexes; false (with a message at `where`)

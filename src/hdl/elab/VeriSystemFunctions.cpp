@@ -12,11 +12,12 @@ namespace hdl {
 namespace {
 
 // The dimensions of what an array query asks about, outermost first: unpacked
-// dimensions of a declaration before its packed ones.
-std::vector<const VeriRange*> Dimensions(const VeriExpression* arg) {
+// dimensions of a declaration before its packed ones. `member`: what the argument names
+// through an interface port, instead of the argument's own declaration.
+std::vector<const VeriRange*> Dimensions(const VeriExpression* arg, const VeriIdDef* member) {
     std::vector<const VeriRange*> dims;
-    const VeriIdDef* id = arg ? arg->GetId() : nullptr;
-    const VeriDataType* type = VeriAs<VeriDataType>(arg);
+    const VeriIdDef* id = member ? member : arg ? arg->GetId() : nullptr;
+    const VeriDataType* type = member ? nullptr : VeriAs<VeriDataType>(arg);
     if (id && !type) {
         for (const VeriRange* r = id->GetDimensions(); r; r = r->next) dims.push_back(r);
         type = id->GetDataType();
@@ -57,6 +58,9 @@ VeriValue VeriEvaluator::SystemCall(const VeriSystemFunctionCall* call, VeriFram
         return integer(bits);
     }
     if (name == "$bits") {
+        const VeriIdDef* member = nullptr;
+        VeriFrame* at = nullptr;
+        if (InterfaceMember(arg0, frame, member, at) == Through::Failed) return VeriValue();
         VeriShape s = Shape(arg0, frame);
         if (VeriAs<VeriDataType>(arg0)) s = TypeShape(arg0, frame);
         return integer(s.real ? 64 : s.width);
@@ -106,9 +110,16 @@ VeriValue VeriEvaluator::SystemCall(const VeriSystemFunctionCall* call, VeriFram
         if (name == "$isunknown") return veri_ops::Bool(unknown);
         return veri_ops::Bool(name == "$onehot" ? ones == 1 : ones <= 1);
     }
+    // Array queries of a member read through an interface port take its ranges in the
+    // connected interface's copy.
+    const VeriIdDef* member = nullptr;
+    VeriFrame* at = frame;
+    bool query = name == "$dimensions" || name == "$unpacked_dimensions" || name == "$left" || name == "$right" ||
+                 name == "$high" || name == "$low" || name == "$increment" || name == "$size";
+    if (query && InterfaceMember(arg0, frame, member, at) == Through::Failed) return VeriValue();
     if (name == "$dimensions" || name == "$unpacked_dimensions") {
-        std::vector<const VeriRange*> dims = Dimensions(arg0);
-        const VeriIdDef* id = arg0 ? arg0->GetId() : nullptr;
+        std::vector<const VeriRange*> dims = Dimensions(arg0, member);
+        const VeriIdDef* id = member ? member : arg0 ? arg0->GetId() : nullptr;
         int64_t unpacked = 0;
         if (id && !id->IsType())
             for (const VeriRange* r = id->GetDimensions(); r; r = r->next) ++unpacked;
@@ -125,15 +136,15 @@ VeriValue VeriEvaluator::SystemCall(const VeriSystemFunctionCall* call, VeriFram
     }
     if (name == "$left" || name == "$right" || name == "$high" || name == "$low" || name == "$increment" ||
         name == "$size") {
-        std::vector<const VeriRange*> dims = Dimensions(arg0);
+        std::vector<const VeriRange*> dims = Dimensions(arg0, member);
         int64_t which = 1;
         if (arg1 && !VeriToInt(*this, Evaluate(arg1, frame), arg1, which)) return VeriValue();
         int64_t left = 0, right = 0;
         if (which >= 1 && size_t(which) <= dims.size()) {
             const VeriRange* r = dims[size_t(which - 1)];
-            if (!VeriToInt(*this, Evaluate(r->left, frame), r->left, left)) return VeriValue();
+            if (!VeriToInt(*this, Evaluate(r->left, at), r->left, left)) return VeriValue();
             if (r->right) {
-                if (!VeriToInt(*this, Evaluate(r->right, frame), r->right, right)) return VeriValue();
+                if (!VeriToInt(*this, Evaluate(r->right, at), r->right, right)) return VeriValue();
             } else {
                 // [N] is [0:N-1].
                 right = left - 1;

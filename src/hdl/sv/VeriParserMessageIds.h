@@ -70,6 +70,8 @@
     /* A generic interface port connected to no interface instance. */ \
     ID(kElabGenericInterface, "VERI-1612", MSG_ERROR) \
     TEXT(ElabGenericInterface, kElabGenericInterface, "interface port '%s' of instance '%s' is not connected to an interface") \
+    TEXT(ElabInterfaceOpen, kElabGenericInterface, "interface port '%s' is not connected: '%s' cannot be read through it") \
+    TEXT(ElabInterfaceNoMember, kElabGenericInterface, "interface '%s' connected to port '%s' has no member '%s'") \
     /* A variable written by a continuous assignment and by another writer. */ \
     ID(kElabVariableWriters, "VERI-1613", MSG_ERROR) \
     TEXT(ElabMultipleContinuous, kElabVariableWriters, "variable '%s' is written by more than one continuous assignment") \
