@@ -8,7 +8,10 @@ takes SETS distinct values; each `mid` unrolls INNER instances of `leaf`, whose 
 constant function of G computes. That is 1 + ITERATIONS * (1 + INNER) instance paths
 from ITERATIONS + 1 instance statements of `mid` and `leaf` per copy. Top `bench_tree`:
 a binary tree of DEPTH levels, one copy per level, 2**(DEPTH+1) - 1 instance paths: the
-paths grow, the units do not. FILELIST.tsv lists the file.
+paths grow, the units do not. Top `bench_bus`: a generate loop of ITERATIONS interface
+instances of SETS distinct widths, each handed through `relay` to `sink`, which reads
+the width through its port for 10 `leaf`s, and to `plain`, which reads nothing through
+it: 1 + ITERATIONS * 14 instance paths. FILELIST.tsv lists the file.
 """
 import argparse
 import os
@@ -41,6 +44,34 @@ module node #(parameter int LEVEL = 0) ();
   if (LEVEL > 0) begin : kids
     node #(.LEVEL(LEVEL - 1)) a ();
     node #(.LEVEL(LEVEL - 1)) b ();
+  end
+endmodule
+
+interface bus_if #(parameter int W = 8);
+  logic [W-1:0] d;
+  modport rx (input d);
+endinterface
+
+module sink (bus_if.rx bus);
+  for (genvar i = 0; i < 10; i++) begin : l
+    leaf #(.W($bits(bus.d) + bus.W % 3)) u (.d(), .q());
+  end
+endmodule
+
+module relay (bus_if.rx bus);
+  sink s (.bus(bus));
+endmodule
+
+module plain (bus_if.rx bus, output logic o);
+  assign o = bus.d[0];
+endmodule
+
+module bench_bus #(parameter int ITERATIONS = {iterations}, parameter int SETS = {sets}) ();
+  for (genvar i = 0; i < ITERATIONS; i++) begin : g
+    bus_if #(.W(i % SETS + 1)) b ();
+    logic o;
+    relay r (.bus(b));
+    plain p (.bus(b), .o(o));
   end
 endmodule
 

@@ -35,8 +35,9 @@ struct ElabUnit {
     const void* source = nullptr;
     const void* body = nullptr;
     std::vector<ElabInstance> instances; // in source order
-    // Verilog generic interface ports (`interface bus`): the interface instance's unit
-    // each is connected to, and the modport, in port order.
+    // Verilog interface ports, generic (`interface bus`) and typed (`bus_if.mp bus`): the
+    // interface instance's unit each is connected to, and the modport, in port order (a
+    // typed port left open is not listed).
     struct InterfacePort {
         std::string port;
         ElabUnitId unit = 0;
