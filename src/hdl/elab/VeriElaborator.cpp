@@ -422,6 +422,9 @@ struct VeriElaborator::Impl {
         bool configured = false; // an instance binds otherwise than the plain search
         // Own interface ports handed on to an instance whose unit depends on them.
         std::unordered_set<std::string> handedToDependent;
+        // The interface instances by name (`gen[1].b`), an interface array also by its
+        // own name (`ba` beside `ba[0]`): ports look up their actuals here.
+        std::unordered_map<std::string, ElabUnitId> interfaceInstances;
     };
 
     void Error() { ++errors; }
@@ -583,14 +586,11 @@ bool VeriElaborator::Impl::ConnectInterfaces(const Unit& unit, const VeriModule*
             // The innermost generate block first, then outwards; an interface array
             // (`b[4]`) is one copy, named by its elements.
             for (std::string scope = prefix;;) {
-                const std::string whole = scope + text;
-                for (const ElabInstance& inst : unit.instances)
-                    if (inst.name == whole ||
-                        (inst.name.size() > whole.size() && inst.name.compare(0, whole.size(), whole) == 0 &&
-                         inst.name[whole.size()] == '[')) {
-                        bound.unit = inst.unit;
-                        found = true;
-                    }
+                auto inst = unit.interfaceInstances.find(scope + text);
+                if (inst != unit.interfaceInstances.end()) {
+                    bound.unit = inst->second;
+                    found = true;
+                }
                 if (found || scope.empty()) break;
                 size_t cut = scope.rfind('.', scope.size() - 2);
                 scope = cut == std::string::npos ? std::string() : scope.substr(0, cut + 1);
@@ -779,7 +779,7 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
     }
     if (writersChecked.insert(m).second) errors += VeriCheckVariableWriters(m);
     errors += VeriCheckPartSelectWidths(m, eval, &frame, zeroWidthsTold);
-    Unit unit{m, {}, {}, std::move(below), false, {}};
+    Unit unit{m, {}, {}, std::move(below), false, {}, {}};
     CollectDefparams(unit, m->items, &frame, "");
     ++depth;
     inProgress.insert(key);
@@ -1273,6 +1273,10 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
             unit.instances.push_back({instName, target});
             if (configured.count(target)) unit.configured = true;
             auto m = modules.find(target);
+            if (m != modules.end() && m->second->IsInterface()) {
+                unit.interfaceInstances.emplace(instName, target);
+                if (id->dimensions) unit.interfaceInstances.emplace(base, target);
+            }
             unit.records.push_back(
                 {inst, id, instName, made || instName != id->Name(), m == modules.end() ? nullptr : m->second, target});
         }
