@@ -745,7 +745,7 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
     std::string copyName = ElabCopyName(m->Name(), differing);
     std::string key = (m->GetLibrary() ? m->GetLibrary()->GetName() : std::string()) + "\n" + copyName;
     if (cellOf) key += "\ndesign cell";
-    // A module with generic interface ports differs by the interfaces connected.
+    // A module with interface ports differs by the interface copies connected.
     for (const ElabUnit::InterfacePort& p : ownInterfaces)
         key += "\n" + p.port + "=" + std::to_string(p.unit) + "." + p.modport;
     // Under a configuration, what lies below depends on the libraries in force and on
