@@ -77,6 +77,15 @@ endmodule
     ASSERT_TRUE(copy);
     EXPECT_EQ(copy->GetOriginalModuleName(), "sink");
     EXPECT_TRUE(veri_file::GetModule("sink")->IsElaborated());
+    // Each tree binds its instances to the leaves of its own widths.
+    auto boundTo = [](const VeriModule* m, const char* instance) {
+        auto* id = dynamic_cast<VeriInstId*>(m->GetScope()->findLocal(instance));
+        auto* inst = id ? dynamic_cast<VeriModuleInstantiation*>(id->declaration) : nullptr;
+        return inst && inst->GetInstantiatedModule() ? std::string(inst->GetInstantiatedModule()->Name()) : "?";
+    };
+    EXPECT_EQ(boundTo(veri_file::GetModule("sink"), "nb"), "leaf(N=8)");
+    EXPECT_EQ(boundTo(copy, "nb"), "leaf(N=12)");
+    EXPECT_EQ(boundTo(copy, "nt"), "leaf(T=logic[11:0])");
 }
 
 TEST_F(VeriElaboratorTest, PortsHandedOnAndInterfaceArrays) {
