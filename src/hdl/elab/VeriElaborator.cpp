@@ -469,6 +469,11 @@ struct VeriElaborator::Impl {
     bool ConnectInterfaces(const Unit& unit, const VeriModule* module, const VeriInstId* id, VeriFrame* frame,
                            const std::string& prefix, const std::string& instName, InterfacePorts& out,
                            std::vector<std::string>& from);
+    // The unit of the interface instance `name` of the unit's module, declared by `inst`
+    // further down than an actual that names it.
+    ElabUnitId InterfaceAhead(const Unit& unit, const VeriModuleInstantiation* inst, VeriFrame* frame,
+                              const std::string& name);
+    std::unordered_set<const VeriModuleInstantiation*> interfacesAhead; // being made ahead
     // The own interface ports whose interface the body of `m`, elaborated as `unit`, depends on.
     std::vector<std::string> DependentPorts(const VeriModule* m, const Unit& unit, const InterfacePorts& connected);
     VeriModule* Store(VeriModule* m, const std::string& copyName, const std::vector<InstanceRecord>& records);
@@ -611,8 +616,16 @@ bool VeriElaborator::Impl::ConnectInterfaces(const Unit& unit, const VeriModule*
             bool openPort = false;
             for (const InterfacePortDecl& p : InterfacePortsOf(unit.module).ports) openPort = openPort || p.id == local;
             if (openPort && port.type) continue;
-            // An interface instance declared further down is no mistake; a net is.
-            if (!found && !openPort && (!local || local->GetClassId() == ID_VERIINSTID)) found = true;
+            // An interface instance declared further down is made now; a module instance
+            // and a net are no interface; a name not of the unit is left to others.
+            if (!found && !openPort && local && local->GetClassId() == ID_VERIINSTID) {
+                auto* inst = VeriAs<VeriModuleInstantiation>(local->declaration);
+                VeriModule* of = inst ? VeriFindModule(inst->GetModuleName(), "", unit.module) : nullptr;
+                found = !of || of->IsInterface();
+                if (of && of->IsInterface()) bound.unit = InterfaceAhead(unit, inst, frame, ownName);
+            } else if (!found && !openPort && !local) {
+                found = true;
+            }
         }
         if (!found) {
             Error();
@@ -624,6 +637,19 @@ bool VeriElaborator::Impl::ConnectInterfaces(const Unit& unit, const VeriModule*
         from.push_back(std::move(handedFrom));
     }
     return true;
+}
+
+ElabUnitId VeriElaborator::Impl::InterfaceAhead(const Unit& unit, const VeriModuleInstantiation* inst, VeriFrame* frame,
+                                                const std::string& name) {
+    if (!interfacesAhead.insert(inst).second) return 0;
+    // Made in the unit's own frame, as the walk will make it: it finds the copy made then.
+    VeriFrame* top = frame;
+    while (top->upper) top = top->upper;
+    Unit ahead{unit.module, {}, {}, unit.defparams, false, {}, {}};
+    Instantiate(ahead, inst, top, "");
+    interfacesAhead.erase(inst);
+    auto made = ahead.interfaceInstances.find(name);
+    return made == ahead.interfaceInstances.end() ? 0 : made->second;
 }
 
 std::string VeriElaborator::Impl::GenblkName(unsigned construct, VeriScope* scope) const {

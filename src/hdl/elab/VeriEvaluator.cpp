@@ -956,8 +956,9 @@ VeriValue VeriEvaluator::Member(const VeriSelectedName* s, VeriFrame* frame) {
     // A member of a packed struct parameter: the bits of that member.
     const VeriIdDef* id = s->prefix ? s->prefix->GetId() : nullptr;
     const VeriDataType* type = id ? id->GetDataType() : nullptr;
-    while (auto* ref = VeriAs<VeriTypeRef>(type)) {
-        const VeriIdDef* tid = ref->GetId();
+    // Named types down to the struct; a name that leads back to itself (broken code) stops.
+    for (int guard = 0; VeriAs<VeriTypeRef>(type); ++guard) {
+        const VeriIdDef* tid = guard < 32 ? type->GetId() : nullptr;
         type = tid ? tid->GetDataType() : nullptr;
     }
     auto* su = VeriAs<VeriStructUnion>(type);
@@ -989,8 +990,8 @@ VeriValue VeriEvaluator::Pattern(const VeriExpression* pattern, const VeriShape&
     // The elements of a struct type in order, or of an array type (element width).
     std::vector<std::pair<Symbol, VeriShape>> members;
     const VeriExpression* t = type;
-    while (auto* ref = VeriAs<VeriTypeRef>(t)) {
-        const VeriIdDef* tid = ref->GetId();
+    for (int guard = 0; auto* ref = VeriAs<VeriTypeRef>(t); ++guard) {
+        const VeriIdDef* tid = guard < 32 ? ref->GetId() : nullptr;
         if (ref->dimensions) break;
         t = tid ? tid->GetDataType() : nullptr;
     }

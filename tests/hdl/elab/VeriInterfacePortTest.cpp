@@ -182,6 +182,39 @@ endmodule
     EXPECT_TRUE(ok);
 }
 
+TEST_F(VeriElaboratorTest, InterfacesDeclaredFurtherDown) {
+    // Verilator 5.006 accepts the same (checked by hand): the copies are those of the
+    // interfaces declared below their use.
+    Analyze(std::string(kBus) + kSink + R"(
+module gsink (interface bus);
+  leaf #(.N(bus.W)) n ();
+endmodule
+module top;
+  sink s (.bus(b));
+  gsink g (.bus(arr[1]));
+  bus_if #(.W(12)) b ();
+  bus_if #(.W(P)) arr [2] ();
+  localparam int P = 20;
+endmodule
+)");
+    std::string hier = Hier({"top"});
+    EXPECT_TRUE(ok);
+    EXPECT_NE(hier.find("top.s\tsink\tsink(bus=bus_if(W=12))\n"), std::string::npos) << hier;
+    EXPECT_NE(hier.find("top.s.nb\tleaf\tleaf(N=12)\n"), std::string::npos) << hier;
+    EXPECT_NE(hier.find("top.g\tgsink\tgsink(bus=bus_if(W=20))\n"), std::string::npos) << hier;
+    EXPECT_NE(hier.find("top.g.n\tleaf\tleaf(N=20)\n"), std::string::npos) << hier;
+    // Listed once, where it is declared: the walk finds the copy made ahead.
+    EXPECT_EQ(Lines(hier, "top.b"), "top.b\tbus_if\tbus_if(W=12)\n");
+    EXPECT_EQ(Lines(hier, "top.arr"), "top.arr[0]\tbus_if\tbus_if(W=20)\ntop.arr[1]\tbus_if\tbus_if(W=20)\n");
+    // Broken: the name further down is a module instance, no interface.
+    veri_file::Reset();
+    Analyze(std::string(kBus) + kSink + "module top; sink s (.bus(b)); leaf b (); endmodule\n");
+    hier = Hier({"top"});
+    EXPECT_FALSE(ok);
+    EXPECT_TRUE(Told("VERI-1612"));
+    EXPECT_EQ(hier.find("top.s"), std::string::npos);
+}
+
 TEST_F(VeriElaboratorTest, ReadsThroughPortsThatGoWrong) {
     struct Case {
         const char* what;
@@ -229,6 +262,20 @@ TEST_F(VeriElaboratorTest, ReadsThroughPortsThatGoWrong) {
         EXPECT_EQ(std::count_if(messages.begin(), messages.end(), [](const auto& m) { return m.id == "VERI-1612"; }), 1)
             << c.what;
     }
+}
+
+TEST_F(VeriElaboratorTest, AMemberOfBrokenCodeEnds) {
+    // Found by mutating the designs above: the parser's recovery leaves a port whose
+    // named type leads back to itself; reading a member of it once never ended.
+    {
+        test::MessageCapture capture;
+        veri_file::AnalyzeText("module sink leaf # ( ( ( bus [ ] . d ) ) ) n ( bus bus bus endmodule "
+                               "module mid sink ( ) ; endmodule module top mid m2 (",
+                               "broken.sv", SYSTEM_VERILOG, "work");
+    }
+    Hier({"top"});
+    EXPECT_FALSE(ok);
+    EXPECT_TRUE(Told("VERI-1600"));
 }
 
 TEST_F(VeriElaboratorTest, GeneratedInstancesOfACopyNameItsNets) {
