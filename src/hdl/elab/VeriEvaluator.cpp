@@ -450,13 +450,17 @@ VeriShape VeriEvaluator::Shape(const VeriExpression* e, VeriFrame* frame) {
                 if (var->dataType) return TypeShape(var->dataType, frame);
             }
         }
-        // A net or variable of the interface a port is connected to: its declared width.
+        // A net, variable or typedef of the interface a port is connected to: its
+        // declared width.
         const VeriIdDef* member = nullptr;
         VeriFrame* at = nullptr;
         Through through = InterfaceMember(e, frame, member, at);
         if (through == Through::Failed) return s;
-        if (through == Through::Found && !VeriAs<VeriParamId>(member) && !member->IsType())
-            return MemberShape(member, at);
+        if (through == Through::Found && !VeriAs<VeriParamId>(member)) {
+            VeriShape shape = MemberShape(member, at);
+            shape.type = member->IsType();
+            return shape;
+        }
         VeriValue v = EvalLeaf(e, frame);
         if (v.IsReal()) return {64, true, true};
         if (v.IsType()) return {v.width, v.isSigned, false, true};

@@ -1,8 +1,9 @@
 // Reads through interface ports during elaboration: parameters and member shapes of the
 // connected interface copy, copies named after the interfaces their body depends on,
 // and the faults (a member the interface lacks, an open port, a net as the actual).
-// Values are worked out by hand: bus_if #(W) has `logic [W-1:0] d` and `logic [3:0]
-// m [W/4]`, so $bits(d) = W, $left(d) = W-1, $size(m) = W/4.
+// Values are worked out by hand: bus_if #(W) has `logic [W-1:0] d`, `logic [3:0]
+// m [W/4]` and a type of 2*W bits, so $bits(d) = W, $left(d) = W-1, $size(m) = W/4,
+// $bits(wide_t) = 2*W.
 #include "VeriElabFixture.h"
 
 namespace hdl {
@@ -11,6 +12,7 @@ namespace {
 
 const char* kBus = R"(
 interface bus_if #(parameter int W = 8);
+  typedef logic [2*W-1:0] wide_t;
   logic [W-1:0] d;
   logic [3:0] m [W/4];
   modport rx (input d, input m);
@@ -152,6 +154,9 @@ TEST_F(VeriElaboratorTest, GenericPortsReadWhateverIsConnected) {
 module gsink (interface bus);
   leaf #(.N($bits(bus.d) * 100 + bus.W)) n ();
 endmodule
+module tsink (interface bus);
+  leaf #(.N($bits(bus.wide_t))) n ();
+endmodule
 // Reads nothing through its port: one name, but a unit per interface connected.
 module gplain (interface bus);
 endmodule
@@ -164,6 +169,7 @@ module top;
   gsink g3 (.bus(o3));
   gplain q8 (.bus(b8));
   gplain q3 (.bus(o3));
+  tsink w12 (.bus(b12));
 endmodule
 )");
     // A generic port names its interface even with the defaults: bus_if and other_if differ.
@@ -178,7 +184,9 @@ endmodule
                              "top.g3\tgsink\tgsink(bus=other_if)\n"
                              "top.g3.n\tleaf\tleaf(N=303)\n"
                              "top.q8\tgplain\tgplain\n"
-                             "top.q3\tgplain\tgplain\n");
+                             "top.q3\tgplain\tgplain\n"
+                             "top.w12\ttsink\ttsink(bus=bus_if(W=12))\n"
+                             "top.w12.n\tleaf\tleaf(N=24)\n");
     EXPECT_TRUE(ok);
 }
 
