@@ -1172,7 +1172,8 @@ void VeriElaborator::Impl::Instantiate(Unit& unit, const VeriModuleInstantiation
                     }
                     if (position >= params.size()) {
                         Error();
-                        ColLineFile loc = pv->Linefile();
+                        // Broken code may leave a value out of the list.
+                        ColLineFile loc = pv ? pv->Linefile() : id->Linefile();
                         std::string mod(module->Name());
                         Message::Tell<veri_msg::ElabTooManyParameters>(
                             &loc, mod.c_str(), unsigned(inst->paramValues.Size()), unsigned(params.size()));

@@ -273,7 +273,7 @@ TEST_F(VeriElaboratorTest, ReadsThroughPortsThatGoWrong) {
 }
 
 TEST_F(VeriElaboratorTest, AMemberOfBrokenCodeEnds) {
-    // Found by mutating the designs above: the parser's recovery leaves a port whose
+    // Found by mutating the designs above. The parser's recovery leaves a port whose
     // named type leads back to itself; reading a member of it once never ended.
     {
         test::MessageCapture capture;
@@ -284,6 +284,17 @@ TEST_F(VeriElaboratorTest, AMemberOfBrokenCodeEnds) {
     Hier({"top"});
     EXPECT_FALSE(ok);
     EXPECT_TRUE(Told("VERI-1600"));
+    // Recovery leaves a hole in a parameter value list, one value too many.
+    veri_file::Reset();
+    {
+        test::MessageCapture capture;
+        veri_file::AnalyzeText("module leaf gsink # ( parameter ) ( ) ; endmodule module gsink leaf ( ) ; endmodule "
+                               "module top gsink g8 (",
+                               "broken.sv", SYSTEM_VERILOG, "work");
+    }
+    Hier({"top"});
+    EXPECT_FALSE(ok);
+    EXPECT_TRUE(Told("VERI-1604"));
 }
 
 TEST_F(VeriElaboratorTest, GeneratedInstancesOfACopyNameItsNets) {
