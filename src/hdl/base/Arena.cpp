@@ -20,14 +20,14 @@ void* Arena::allocate(size_t size, size_t align) {
         char* block = nullptr;
         // An arena that has grown large (a library's trees, the copies elaboration makes)
         // takes blocks of one huge page: a few page faults instead of one per 4 kB.
-        if (reserved_ >= kHugeFrom && want <= kHugePage) {
+        if (reserved_ >= kHugeFrom && want <= kHugePage && !zeroed_) {
             block = static_cast<char*>(std::aligned_alloc(kHugePage, kHugePage));
             if (block) {
                 want = kHugePage;
                 madvise(block, kHugePage, MADV_HUGEPAGE);
             }
         }
-        if (!block) block = static_cast<char*>(std::malloc(want));
+        if (!block) block = static_cast<char*>(zeroed_ ? std::calloc(1, want) : std::malloc(want));
         if (!block) throw std::bad_alloc();
         blocks_.push_back(block);
         reserved_ += want;
@@ -38,6 +38,13 @@ void* Arena::allocate(size_t size, size_t align) {
     cur_ = reinterpret_cast<char*>(p + size);
     used_ += size;
     return reinterpret_cast<void*>(p);
+}
+
+bool Arena::SingleExtent(const char*& begin, const char*& end) const {
+    if (blocks_.size() != 1) return false;
+    begin = blocks_.front();
+    end = cur_;
+    return true;
 }
 
 std::string_view Arena::copy(std::string_view text) {

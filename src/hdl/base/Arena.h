@@ -14,7 +14,8 @@ namespace hdl {
 
 class Arena {
 public:
-    explicit Arena(size_t blockSize = 64 * 1024) : blockSize_(blockSize) {}
+    // A `zeroed` arena hands out memory that was all zero bits, gaps and padding included.
+    explicit Arena(size_t blockSize = 64 * 1024, bool zeroed = false) : blockSize_(blockSize), zeroed_(zeroed) {}
     ~Arena();
     Arena(const Arena&) = delete;
     Arena& operator=(const Arena&) = delete;
@@ -37,6 +38,8 @@ public:
     std::string_view copy(std::string_view text);
 
     size_t bytesAllocated() const { return used_; }
+    // Where everything allocated so far lies, when it is one block: [begin, end).
+    bool SingleExtent(const char*& begin, const char*& end) const;
     size_t bytesReserved() const { return reserved_; }
     static constexpr size_t hugeBlock() { return kHugePage; }
     static constexpr size_t hugeFrom() { return kHugeFrom; }
@@ -49,6 +52,7 @@ private:
     static constexpr size_t kHugePage = size_t(2) << 20;
     static constexpr size_t kHugeFrom = size_t(4) << 20; // bytes reserved before huge blocks
     size_t blockSize_;
+    bool zeroed_;
     std::vector<char*> blocks_;
     char* cur_ = nullptr;
     char* end_ = nullptr;

@@ -5,6 +5,7 @@ namespace hdl {
 void TreeCopier::Restart(Arena& arena) {
     arena_ = &arena;
     count_ = 0;
+    outside_.clear();
     if (++generation_ == 0) { // wrapped: stamps of long ago would read as current
         for (Slot& s : slots_) s.generation = 0;
         generation_ = 1;

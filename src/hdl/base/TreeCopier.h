@@ -36,6 +36,16 @@ public:
     }
     bool Copied(const void* original) const { return find(original) != nullptr; }
     size_t Count() const { return count_; }
+    // Each pair of the current copy, in no particular order: f(original, copy).
+    template <class F>
+    void ForEach(F f) const {
+        for (const Slot& s : slots_)
+            if (s.generation == generation_) f(s.original, s.copy);
+    }
+    // A tree notes here each node whose copy got entries kept outside the nodes (which a
+    // byte-wise copy of the nodes would miss).
+    void NoteOutsideEntry(void* copy) { outside_.push_back(copy); }
+    const std::vector<void*>& OutsideEntries() const { return outside_; }
 
 private:
     struct Slot {
@@ -50,6 +60,7 @@ private:
     Arena* arena_;
     std::vector<Slot> slots_; // open addressing; size a power of two
     size_t count_ = 0;
+    std::vector<void*> outside_;
     uint32_t generation_ = 1;
 };
 

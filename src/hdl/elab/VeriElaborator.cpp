@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
+#include <functional>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -10,6 +11,7 @@
 #include "hdl/base/Message.h"
 #include "hdl/elab/ElabNaming.h"
 #include "hdl/elab/VeriConfigBinding.h"
+#include "hdl/elab/VeriCopyStamp.h"
 #include "hdl/elab/VeriEvaluator.h"
 #include "hdl/elab/VeriNodeCast.h"
 #include "hdl/elab/VeriPartSelectWidths.h"
@@ -287,6 +289,8 @@ struct VeriElaborator::Impl {
     std::unordered_set<std::string> inProgress; // keys of the units being walked
     std::unordered_set<const VeriModule*> writersChecked;
     std::unordered_set<const VeriRange*> zeroWidthsTold;
+    // Per module, its indexed part-selects to check in each unit (VeriPartSelectWidths.h).
+    std::unordered_map<const VeriModule*, std::vector<const VeriRange*>> partSelects;
     std::unordered_map<const VeriModuleItem*, bool> holdsInstances;
     VeriConfigState config; // the configuration in force for the unit being elaborated
     // The configuration whose design cell the unit about to be elaborated is.
@@ -494,6 +498,18 @@ struct VeriElaborator::Impl {
         else copier = std::make_unique<TreeCopier>(arena);
         return *copier;
     }
+    // Copies of a module past the first few are stamped (VeriCopyStamp.h): per original,
+    // the copies made and what a deep copy took, and the stamp once made.
+    struct Stamping {
+        unsigned copies = 0;
+        size_t bytes = 0;
+        bool tried = false;
+        std::unique_ptr<VeriCopyStamp> stamp;
+    };
+    std::unordered_map<const VeriModule*, Stamping> stamping;
+    // A copy of `m` into `arena`; `mapped` maps a node of m to its copy.
+    VeriModule* CopyModule(const VeriModule* m, Arena& arena,
+                           std::function<VeriModuleInstantiation*(const VeriModuleInstantiation*)>& mapped);
     // The VHDL copy a unit is, for an instance that VHDL answered; empty otherwise.
     ForeignUnitRef ForeignUnitOf(ElabUnitId unit) const;
 };
@@ -804,7 +820,9 @@ ElabUnitId VeriElaborator::Impl::Elaborate(VeriModule* m, std::unordered_map<con
         if (known != units.end()) return known->second;
     }
     if (writersChecked.insert(m).second) errors += VeriCheckVariableWriters(m);
-    errors += VeriCheckPartSelectWidths(m, eval, &frame, zeroWidthsTold);
+    auto selects = partSelects.find(m);
+    if (selects == partSelects.end()) selects = partSelects.emplace(m, VeriIndexedPartSelects(m)).first;
+    errors += VeriCheckPartSelectWidths(selects->second, eval, &frame, zeroWidthsTold);
     Unit unit{m, {}, {}, std::move(below), false, {}, {}};
     CollectDefparams(unit, m->items, &frame, "");
     ++depth;
@@ -1360,23 +1378,24 @@ VeriModule* VeriElaborator::Impl::Store(VeriModule* m, const std::string& copyNa
     VeriLibrary* library = m->GetLibrary();
     if (!library) return m;
     VeriModule* target = m;
-    TreeCopier* copier = nullptr;
+    std::function<VeriModuleInstantiation*(const VeriModuleInstantiation*)> mapped =
+        [](const VeriModuleInstantiation* n) { return const_cast<VeriModuleInstantiation*>(n); };
     if (copyName != m->Name()) {
         if (VeriModule* existing = library->GetModule(copyName)) return existing;
-        copier = &Fresh(moduleCopier, library->arena());
-        target = static_cast<VeriModule*>(m->Copy(*copier));
+        target = CopyModule(m, library->arena(), mapped);
         Symbol copySymbol = Symbol::Intern(copyName);
         if (target->id) target->id->name = copySymbol;
         target->originalName = Symbol::Intern(m->Name()).Text();
         library->AddModule(target);
     } else if (m->elaborated) {
         return m; // stored by an earlier elaboration
+    } else {
+        stamping.erase(m); // the original changes below: a stamp of it would be stale
     }
     target->elaborated = true;
     for (const InstanceRecord& r : records) {
         if (!r.generated) {
-            auto* node = copier ? copier->Mapped(const_cast<VeriModuleInstantiation*>(r.instantiation))
-                                : const_cast<VeriModuleInstantiation*>(r.instantiation);
+            VeriModuleInstantiation* node = mapped(r.instantiation);
             if (r.bound) node->module = r.bound;
             node->foreignUnit = ForeignUnitOf(r.used);
             continue;
@@ -1384,8 +1403,7 @@ VeriModule* VeriElaborator::Impl::Store(VeriModule* m, const std::string& copyNa
         // An identifier elaboration made: its own copy of the instantiation, named by
         // its path in the unit, declared in the unit's scope. In a copy of the module it
         // is made from the copy's instantiation, so that its actuals name the copy's nets.
-        const VeriModuleInstantiation* from =
-            copier ? copier->Mapped(const_cast<VeriModuleInstantiation*>(r.instantiation)) : r.instantiation;
+        const VeriModuleInstantiation* from = mapped(r.instantiation);
         auto* copy = static_cast<VeriModuleInstantiation*>(from->Copy(Fresh(instantiationCopier, library->arena())));
         VeriInstId* id = nullptr;
         for (size_t i = 0; i < r.instantiation->instances.Size(); ++i)
@@ -1399,6 +1417,34 @@ VeriModule* VeriElaborator::Impl::Store(VeriModule* m, const std::string& copyNa
         if (target->scope) target->scope->declare(library->arena(), id);
     }
     return target;
+}
+
+VeriModule* VeriElaborator::Impl::CopyModule(
+    const VeriModule* m, Arena& arena,
+    std::function<VeriModuleInstantiation*(const VeriModuleInstantiation*)>& mapped) {
+    Stamping& s = stamping[m];
+    // The third copy of a module makes its stamp: one or two copies do not repay it.
+    if (!s.stamp && !s.tried && s.copies >= 2) {
+        s.tried = true;
+        s.stamp = VeriCopyStamp::Make(*m, Fresh(moduleCopier, arena), s.bytes);
+    }
+    ++s.copies;
+    if (s.stamp) {
+        VeriModule* copy = s.stamp->Stamp(arena);
+        const VeriCopyStamp* stamp = s.stamp.get();
+        mapped = [stamp, copy](const VeriModuleInstantiation* n) {
+            return stamp->Mapped(const_cast<VeriModuleInstantiation*>(n), copy);
+        };
+        return copy;
+    }
+    const size_t before = arena.bytesAllocated();
+    TreeCopier& copier = Fresh(moduleCopier, arena);
+    auto* copy = static_cast<VeriModule*>(m->Copy(copier));
+    s.bytes = arena.bytesAllocated() - before;
+    mapped = [&copier](const VeriModuleInstantiation* n) {
+        return copier.Mapped(const_cast<VeriModuleInstantiation*>(n));
+    };
+    return copy;
 }
 
 VeriElaborator::VeriElaborator(ElabDesign& design, const ElabLimits& limits)

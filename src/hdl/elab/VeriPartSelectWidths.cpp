@@ -1,5 +1,6 @@
 #include "hdl/elab/VeriPartSelectWidths.h"
 
+#include "hdl/elab/VeriNodeCast.h"
 #include "hdl/sv/VeriParserMessageIds.h"
 #include "hdl/sv/VeriTokens.h"
 #include "hdl/sv/VeriVisitor.h"
@@ -21,11 +22,9 @@ private:
     const VeriFrame& frame_;
 };
 
-class Widths : public VeriVisitor {
+class Selects : public VeriVisitor {
 public:
-    Widths(VeriEvaluator& eval, VeriFrame* frame, std::unordered_set<const VeriRange*>& told)
-        : eval_(eval), frame_(frame), told_(told) {}
-    unsigned errors = 0;
+    std::vector<const VeriRange*> found;
 
     void Visit(VeriGenerateConstruct&) override {}
     void Visit(VeriGenerateFor&) override {}
@@ -35,37 +34,38 @@ public:
     void Visit(VeriClass&) override {}
 
     void Visit(VeriRange& n) override {
-        if ((n.partSelect == VT_PLUS_COLON || n.partSelect == VT_MINUS_COLON) && n.right && !told_.count(&n) &&
-            !dynamic_cast<VeriConst*>(n.right)) {
-            ParametersOnly names(*frame_);
-            names.TraverseNode(n.right);
-            if (names.only) {
-                unsigned before = eval_.ErrorCount();
-                VeriValue width = eval_.Evaluate(n.right, frame_);
-                if (eval_.ErrorCount() == before && width.IsVec() && width.IsZero()) {
-                    told_.insert(&n);
-                    ColLineFile where = n.Linefile();
-                    Message::Tell<veri_msg::ZeroWidthPartSelect>(&where);
-                    ++errors;
-                }
-            }
-        }
+        if ((n.partSelect == VT_PLUS_COLON || n.partSelect == VT_MINUS_COLON) && n.right && !VeriAs<VeriConst>(n.right))
+            found.push_back(&n);
         VeriVisitor::Visit(n);
     }
-
-private:
-    VeriEvaluator& eval_;
-    VeriFrame* frame_;
-    std::unordered_set<const VeriRange*>& told_;
 };
 
 } // namespace
 
-unsigned VeriCheckPartSelectWidths(const VeriModule* module, VeriEvaluator& eval, VeriFrame* frame,
+std::vector<const VeriRange*> VeriIndexedPartSelects(const VeriModule* module) {
+    Selects walk;
+    for (VeriModuleItem* item : module->items) walk.TraverseNode(item);
+    return std::move(walk.found);
+}
+
+unsigned VeriCheckPartSelectWidths(const std::vector<const VeriRange*>& selects, VeriEvaluator& eval, VeriFrame* frame,
                                    std::unordered_set<const VeriRange*>& told) {
-    Widths check(eval, frame, told);
-    for (VeriModuleItem* item : module->items) check.TraverseNode(item);
-    return check.errors;
+    unsigned errors = 0;
+    for (const VeriRange* n : selects) {
+        if (told.count(n)) continue;
+        ParametersOnly names(*frame);
+        names.TraverseNode(n->right);
+        if (!names.only) continue;
+        unsigned before = eval.ErrorCount();
+        VeriValue width = eval.Evaluate(n->right, frame);
+        if (eval.ErrorCount() == before && width.IsVec() && width.IsZero()) {
+            told.insert(n);
+            ColLineFile where = n->Linefile();
+            Message::Tell<veri_msg::ZeroWidthPartSelect>(&where);
+            ++errors;
+        }
+    }
+    return errors;
 }
 
 } // namespace hdl

@@ -5,15 +5,20 @@
 #pragma once
 
 #include <unordered_set>
+#include <vector>
 
 #include "hdl/elab/VeriEvaluator.h"
 
 namespace hdl {
 
-// Reports each part-select of `module` whose width, worked out in `frame` from the
-// module's parameters alone, is zero; `told` keeps one message per select over all
-// units. The number reported.
-unsigned VeriCheckPartSelectWidths(const VeriModule* module, VeriEvaluator& eval, VeriFrame* frame,
+// The indexed part-selects of `module` whose width is no literal, in the order of the
+// tree: found once per module, checked per unit.
+std::vector<const VeriRange*> VeriIndexedPartSelects(const VeriModule* module);
+
+// Reports each of `selects` whose width, worked out in `frame` from the module's
+// parameters alone, is zero; `told` keeps one message per select over all units. The
+// number reported.
+unsigned VeriCheckPartSelectWidths(const std::vector<const VeriRange*>& selects, VeriEvaluator& eval, VeriFrame* frame,
                                    std::unordered_set<const VeriRange*>& told);
 
 } // namespace hdl

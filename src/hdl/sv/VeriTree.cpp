@@ -243,6 +243,7 @@ bool VeriTreeTraits::EqualExtras(const VeriTreeNode& a, const VeriTreeNode& b) {
 
 void VeriTreeTraits::CloneExtras(TreeCopier& c, const VeriTreeNode& original, VeriTreeNode& copy) {
     if (!original.loc.Marked()) return;
+    c.NoteOutsideEntry(&copy);
     // The entry of the copy is written once its label and values are cloned.
     VeriNodeExtras e = *original.Extras();
     e.attributes = ArenaArray<VeriAttribute>(c.arena(), e.attributes.begin(), e.attributes.Size());
@@ -260,6 +261,17 @@ void VeriTreeTraits::RemapExtras(TreeCopier& c, VeriTreeNode& node) {
         if (a.value) a.value->RemapLinks(c);
     if (e.label) e.label->RemapLinks(c);
 }
+
+VeriNodeExtras VeriTreeTraits::ExtrasOf(const VeriTreeNode& node) {
+    const VeriNodeExtras* e = node.Extras();
+    return e ? *e : VeriNodeExtras();
+}
+
+void VeriTreeTraits::SetExtras(const VeriTreeNode& node, const VeriNodeExtras& extras) {
+    extrasTable()[&node] = extras;
+}
+
+void VeriTreeTraits::ForgetExtras(const VeriTreeNode& node) { extrasTable().erase(&node); }
 
 // Every concrete class has its own field list, and no class needs its destructor run.
 #define HDL_VERI_CLASS_CHECKS(cls, base) \

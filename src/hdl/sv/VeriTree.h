@@ -169,6 +169,11 @@ struct VeriTreeTraits {
     static bool EqualExtras(const VeriTreeNode& a, const VeriTreeNode& b);
     static void CloneExtras(TreeCopier& c, const VeriTreeNode& original, VeriTreeNode& copy);
     static void RemapExtras(TreeCopier& c, VeriTreeNode& node);
+    // For copies made other than by the copier: a node's extras (none: all empty), the
+    // extras of a node that is marked as having some, and forgetting a node's.
+    static VeriNodeExtras ExtrasOf(const VeriTreeNode& node);
+    static void SetExtras(const VeriTreeNode& node, const VeriNodeExtras& extras);
+    static void ForgetExtras(const VeriTreeNode& node);
 };
 
 // Nodes live in an arena and have no destructor to run: every field is a plain value, a
