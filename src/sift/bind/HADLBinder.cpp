@@ -8,6 +8,7 @@
 #include <boost/algorithm/string/predicate.hpp>
 
 #include "hdl/base/Language.h"
+#include "hdl/elab/VeriNodeCast.h"
 #include "hdl/sv/VeriLibrary.h"
 #include "hdl/sv/VeriPrettyPrinter.h"
 #include "hdl/vhdl/VhdlLibrary.h"
@@ -15,6 +16,7 @@
 #include "sift/base/HADLMessages.h"
 #include "sift/base/HADLMsgCapture.h"
 #include "sift/bind/HADLInstFinder.h"
+#include "sift/bind/HADLNodeCast.h"
 #include "sift/bind/HADLSketch.h"
 #include "sift/extract/HADLSysVeriExtractor.h"
 
@@ -157,7 +159,7 @@ unsigned HADLBinder::addVerilogUnit(const VeriModule& module) {
         while (outer && !outer->GetLibrary()) {
             VeriScope* scope = outer->GetScope() ? outer->GetScope()->Upper() : nullptr;
             outer = scope ? scope->GetContainingModule() : nullptr;
-            if (!outer || !dynamic_cast<const VeriModuleId*>(outer->GetId())) break;
+            if (!outer || !VeriAs<VeriModuleId>(outer->GetId())) break;
             names.insert(names.begin(), std::string(outer->Name()));
         }
         primary.clear();
@@ -309,9 +311,9 @@ void HADLBinder::bindVerilogUnit(const VeriModule& module, const std::vector<std
     const VeriScope* scope = module.GetScope();
     if (!scope) return;
     for (uint32_t i = 0; i < scope->DeclarationCount(); ++i) {
-        auto* id = dynamic_cast<const VeriInstId*>(scope->Declaration(i));
+        auto* id = VeriAs<VeriInstId>(scope->Declaration(i));
         if (!id || id->name.empty()) continue;
-        auto* inst = dynamic_cast<const VeriModuleInstantiation*>(id->declaration);
+        auto* inst = VeriAs<VeriModuleInstantiation>(id->declaration);
         if (!inst) continue;
         HADLDatabase::InstAttr record;
         const std::string instName(id->name.Text());
@@ -397,7 +399,7 @@ void HADLBinder::bindVerilogConfig(const VeriModule& module) {
     unsigned topId = 0;
     const auto& names = config.GetTopModuleNames();
     for (VeriExpression* cell : names) {
-        auto* ref = dynamic_cast<const VeriName*>(cell);
+        auto* ref = VeriAs<VeriName>(cell);
         if (!ref) continue;
         const VeriModule* m = veri_file::GetModule(std::string(ref->GetName()).c_str());
         if (!m) continue;
@@ -462,7 +464,7 @@ void HADLBinder::bindVhdlArchitecture(const VhdlPrimaryUnit& primary, const Vhdl
     const unsigned u = addVhdlUnit(primary, &architecture);
     // The labels of elaborated statements are those of the source, and lead there: an
     // elaborated architecture is walked by its statements.
-    auto* body = dynamic_cast<const VhdlArchitectureBody*>(&architecture);
+    auto* body = hdl_cast::vhdlExactly<VhdlArchitectureBody>(&architecture);
     if (body && body->IsElaborated()) {
         std::unordered_set<const VhdlStatement*> made;
         for (VhdlTreeNode* node : body->GetElaboratedStatements()) {
@@ -501,7 +503,7 @@ void HADLBinder::bindVhdlStatement(unsigned unitId, const VhdlStatement& stateme
             if (auto* s = dynamic_cast<const VhdlStatement*>(node))
                 bindVhdlStatement(unitId, *s, inside, instFinder, elaborated);
     }
-    auto* inst = dynamic_cast<const VhdlComponentInstantiationStatement*>(&statement);
+    auto* inst = hdl_cast::vhdlExactly<VhdlComponentInstantiationStatement>(&statement);
     if (elaborated &&
         (!inst || inst->GetInstantiatedUnit() || inst->InstantiatesComponent() || elaborated->count(inst)))
         return;
@@ -534,7 +536,7 @@ std::string HADLBinder::libraryOfPrimary(const std::string& primary) {
 
 void HADLBinder::bindVhdlInstance(unsigned unitId, const VhdlStatement& statement, const std::string& prefix,
                                   HADLInstFinder& instFinder) {
-    auto* inst = dynamic_cast<const VhdlComponentInstantiationStatement*>(&statement);
+    auto* inst = hdl_cast::vhdlExactly<VhdlComponentInstantiationStatement>(&statement);
     if (!inst) return;
     const VhdlIdDef* id = inst->GetInstantiatedUnit();
     HADLDatabase::InstAttr record;
@@ -554,7 +556,7 @@ void HADLBinder::bindVhdlInstance(unsigned unitId, const VhdlStatement& statemen
     }
     if (!id) {
         // Never resolved: the unit as written.
-        auto* written = dynamic_cast<const VhdlInstantiatedUnit*>(inst->GetInstantiatedUnitNameNode());
+        auto* written = hdl_cast::vhdlExactly<VhdlInstantiatedUnit>(inst->GetInstantiatedUnitNameNode());
         if (!written) return;
         const VhdlUnitNameParts parts = VhdlSplitUnitName(written);
         const std::string library = parts.library.empty() ? std::string("work") : std::string(parts.library);

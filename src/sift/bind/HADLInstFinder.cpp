@@ -5,22 +5,23 @@
 #include "hdl/base/LineFile.h"
 #include "hdl/vhdl/VhdlScope.h"
 #include "hdl/vhdl/VhdlVisitor.h"
+#include "sift/bind/HADLNodeCast.h"
 
 namespace {
 
 // `lib.unit` or `entity lib.unit(arch)` with a library written in front.
 bool nameHasLibrary(const hdl::VhdlName* node) {
-    auto* unit = dynamic_cast<const hdl::VhdlInstantiatedUnit*>(node);
+    auto* unit = hdl_cast::vhdlExactly<hdl::VhdlInstantiatedUnit>(node);
     if (!unit) return false;
     const hdl::VhdlName* name = unit->GetName();
-    auto* selected = dynamic_cast<const hdl::VhdlSelectedName*>(name);
+    auto* selected = hdl_cast::vhdlExactly<hdl::VhdlSelectedName>(name);
     if (!selected) {
         // An architecture in parentheses: the prefix holds the selected name.
-        if (auto* indexed = dynamic_cast<const hdl::VhdlIndexedName*>(name))
-            selected = dynamic_cast<const hdl::VhdlSelectedName*>(indexed->prefix);
+        if (auto* indexed = hdl_cast::vhdlExactly<hdl::VhdlIndexedName>(name))
+            selected = hdl_cast::vhdlExactly<hdl::VhdlSelectedName>(indexed->prefix);
     }
     if (!selected) return false;
-    auto* lib = dynamic_cast<const hdl::VhdlIdRef*>(selected->prefix);
+    auto* lib = hdl_cast::vhdlExactly<hdl::VhdlIdRef>(selected->prefix);
     return lib && !lib->Name().empty();
 }
 
@@ -47,7 +48,7 @@ void HADLInstFinder::walk(hdl::VhdlTreeNode& unit) {
 
 bool HADLInstFinder::bit(const hdl::VhdlComponentInstantiationStatement& statement, Bit which) {
     const hdl::VhdlStatement* source = statement.GetSourceStatement();
-    auto* key = source ? dynamic_cast<const hdl::VhdlComponentInstantiationStatement*>(source) : &statement;
+    auto* key = source ? hdl_cast::vhdlExactly<hdl::VhdlComponentInstantiationStatement>(source) : &statement;
     auto it = bits.find(key ? key : &statement);
     if (it != bits.end()) return it->second & (1u << which);
     if (failures[which] < 49) {
