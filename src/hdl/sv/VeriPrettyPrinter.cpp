@@ -63,6 +63,17 @@ public:
             node(item);
         }
     }
+    // Declarations then statements, one level in, and the line of the closing keyword.
+    void body(const ArenaArray<VeriModuleItem*>& decls, const ArenaArray<VeriStatement*>& stmts) {
+        ++indent;
+        items(decls);
+        for (VeriStatement* s : stmts) {
+            line();
+            node(s);
+        }
+        --indent;
+        line();
+    }
     void stmtBody(VeriStatement* s) {
         if (!s) {
             out << ';';
@@ -724,14 +735,7 @@ public:
         list(n.ports);
         out << ");";
         if (n.dpi || n.prototype) return;
-        ++indent;
-        items(n.decls);
-        for (VeriStatement* s : n.stmts) {
-            line();
-            node(s);
-        }
-        --indent;
-        line();
+        body(n.decls, n.stmts);
         out << (task ? "endtask" : "endfunction");
     }
     void Visit(VeriDefParam& n) override {
@@ -949,14 +953,7 @@ public:
             out << " : ";
             name(n.blockId->name);
         }
-        ++indent;
-        items(n.decls);
-        for (VeriStatement* s : n.stmts) {
-            line();
-            node(s);
-        }
-        --indent;
-        line();
+        body(n.decls, n.stmts);
         if (par) tok(static_cast<VeriParBlock&>(n).joinKind);
         else out << "end";
     }
@@ -1184,14 +1181,7 @@ public:
     }
     void Visit(VeriCodeBlock& n) override {
         out << '{';
-        ++indent;
-        items(n.decls);
-        for (VeriStatement* s : n.stmts) {
-            line();
-            node(s);
-        }
-        --indent;
-        line();
+        body(n.decls, n.stmts);
         out << '}';
     }
     void Visit(VeriEventControlStatement& n) override {

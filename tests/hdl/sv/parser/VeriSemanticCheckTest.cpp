@@ -156,12 +156,9 @@ TEST(VeriSemanticCheck, BrokenEnumsOfCorpusPackageAreReported) {
     const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     // The text with `from` (which must occur) replaced by `to`, and the line it is on.
     auto edit = [&](const std::string& from, const std::string& to) {
-        size_t at = text.find(from);
-        EXPECT_NE(at, std::string::npos) << from;
-        std::string variant = text;
-        if (at != std::string::npos) variant.replace(at, from.size(), to);
-        unsigned line = 1 + unsigned(std::count(text.begin(), text.begin() + std::min(at, text.size()), '\n'));
-        return std::make_pair(variant, std::to_string(line));
+        auto variant = veritest::edited(text, from, to);
+        EXPECT_NE(variant.second, "0") << from;
+        return variant;
     };
     EXPECT_EQ(errorsOf(text), Errors{});
     EXPECT_EQ(errorsOf(edit("ARB_RR   = 1'b0", "ARB_RR   = 1'bx").first), Errors{});

@@ -2,9 +2,11 @@
 // parser tests.
 #pragma once
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "hdl/base/Message.h"
@@ -70,6 +72,17 @@ inline std::vector<std::string> errorsOf(const std::string& text) {
     for (const Diagnostic& d : diagnostics())
         if (d.type == hdl::MSG_ERROR) out.push_back(std::to_string(d.line) + " " + d.id + " " + d.text);
     return out;
+}
+
+// `text` with `from` replaced by `to`, and the line `from` is on; `from` must occur (the
+// caller checks the line, which is 0 when it does not).
+inline std::pair<std::string, std::string> edited(const std::string& text, const std::string& from,
+                                                  const std::string& to) {
+    size_t at = text.find(from);
+    if (at == std::string::npos) return {text, "0"};
+    std::string variant = text;
+    variant.replace(at, from.size(), to);
+    return {variant, std::to_string(1 + std::count(text.begin(), text.begin() + at, '\n'))};
 }
 
 inline hdl::VeriModule* unit(const char* name) { return hdl::veri_file::GetModule(name); }

@@ -252,12 +252,9 @@ TEST(VeriTypeCheck, BrokenEnumAssignmentsOfCorpusAreReported) {
     if (!in) GTEST_SKIP() << "corpus not present";
     const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     auto edit = [&](const std::string& from, const std::string& to) {
-        size_t at = text.find(from);
-        EXPECT_NE(at, std::string::npos) << from;
-        std::string variant = text;
-        if (at != std::string::npos) variant.replace(at, from.size(), to);
-        unsigned line = 1 + unsigned(std::count(text.begin(), text.begin() + std::min(at, text.size()), '\n'));
-        return std::make_pair(variant, std::to_string(line));
+        auto variant = veritest::edited(text, from, to);
+        EXPECT_NE(variant.second, "0") << from;
+        return variant;
     };
     EXPECT_EQ(errorsOf(text), Errors{});
     const std::string notItsType = " VERI-1522 enum variable '%s' is assigned a value that is not of its enum type; a "
